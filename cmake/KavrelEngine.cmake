@@ -1,0 +1,23 @@
+# SPDX-License-Identifier: Apache-2.0
+#
+# Defines the target that stands for the engine interface: `kavrel_interface` (kavrel.h, cst.h) and
+# `kavrel_engine` (the interface with an implementation behind it). Ours is the target `kavrel`; the
+# options KAVREL_ENGINE_INCLUDE_DIR and KAVREL_ENGINE_LIBRARY name another one.
+
+add_library(kavrel_interface INTERFACE)
+add_library(kavrel_engine INTERFACE)
+target_link_libraries(kavrel_engine INTERFACE kavrel_interface)
+
+if(KAVREL_ENGINE_LIBRARY OR KAVREL_ENGINE_INCLUDE_DIR)
+  if(NOT KAVREL_ENGINE_LIBRARY OR NOT KAVREL_ENGINE_INCLUDE_DIR)
+    message(FATAL_ERROR
+      "KAVREL_ENGINE_INCLUDE_DIR and KAVREL_ENGINE_LIBRARY go together; one of them is not set.")
+  endif()
+  target_include_directories(kavrel_interface INTERFACE "${KAVREL_ENGINE_INCLUDE_DIR}")
+  target_link_libraries(kavrel_engine INTERFACE "${KAVREL_ENGINE_LIBRARY}")
+else()
+  target_include_directories(kavrel_interface INTERFACE
+    "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/engine/include>")
+  add_subdirectory(engine)
+  target_link_libraries(kavrel_engine INTERFACE kavrel)
+endif()
