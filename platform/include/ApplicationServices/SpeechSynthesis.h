@@ -1,0 +1,331 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+/*
+ * SpeechSynthesis: the client interface of the Speech Synthesis Manager. Names, values and layouts
+ * are the platform's; records are packed to 2 bytes and in the machine's byte order.
+ *
+ * Conventions
+ *  1. Results are OSErr; 0 is success. Every function that takes a channel answers
+ *     invalidComponentID for one that is not open, null included, and does nothing else.
+ *  2. Every function that reaches a synthesizer may also answer memFullErr, or badInputText for any
+ *     other failure inside it. No C++ exception comes out.
+ *  3. What a caller passes is copied; nothing has to outlive the call. Text is Mac OS Roman.
+ *  4. Positions and lengths of text count bytes from the front of the caller's buffer.
+ *  5. All functions may be called on any thread. A channel may be used by several threads; calls
+ *     that meet on one channel take effect one after the other.
+ *  6. Callbacks run on a thread of the synthesizer, text-done on the thread that calls SpeakBuffer,
+ *     and under no lock of the Manager. A callback gets the client's own channel and soRefCon.
+ */
+#ifndef APPLICATIONSERVICES_SPEECHSYNTHESIS_H
+#define APPLICATIONSERVICES_SPEECHSYNTHESIS_H
+
+#include <CoreFoundation/CFBase.h>
+
+#include <MacTypes.h>
+#include <stddef.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ---- Results ------------------------------------------------------------------------------- */
+
+enum {
+  siUnknownInfoType = -231, /* the synthesizer does not know the selector */
+  noSynthFound = -240,      /* no synthesizer for the voice, or it cannot be loaded */
+  synthOpenFailed = -241,   /* the synthesizer cannot open another channel */
+  synthNotReady = -242,     /* the channel is speaking, or cannot speak */
+  bufTooSmall = -243,       /* no room for the answer */
+  voiceNotFound = -244,     /* no such voice */
+  incompatibleVoice = -245, /* the voice belongs to another synthesizer than the channel's */
+  badDictFormat = -246,     /* not a pronunciation dictionary */
+  badInputText = -247       /* the text cannot be spoken */
+};
+
+/* ---- Selectors and values ------------------------------------------------------------------ */
+
+/* The kind of value stands behind each. Written means for SetSpeechInfo alone, read means for
+ * GetSpeechInfo alone. A pointer to a value is read or filled during the call. */
+enum {
+  soStatus = 0x73746174,               /* 'stat'; read: SpeechStatusInfo * */
+  soErrors = 0x6572726F,               /* 'erro'; read: SpeechErrorInfo * */
+  soInputMode = 0x696E7074,            /* 'inpt'; OSType *: modeText, modePhonemes */
+  soCharacterMode = 0x63686172,        /* 'char'; OSType *: modeNormal, modeLiteral */
+  soNumberMode = 0x6E6D6272,           /* 'nmbr'; OSType *: modeNormal, modeLiteral */
+  soRate = 0x72617465,                 /* 'rate'; Fixed *: words per minute */
+  soPitchBase = 0x70626173,            /* 'pbas'; Fixed *: note number, 60 = middle C */
+  soPitchMod = 0x706D6F64,             /* 'pmod'; Fixed *: notes up and down from the base */
+  soVolume = 0x766F6C6D,               /* 'volm'; Fixed *: 0.0 to 1.0 */
+  soSynthType = 0x76657273,            /* 'vers'; read: SpeechVersionInfo * */
+  soRecentSync = 0x73796E63,           /* 'sync'; read: OSType *, the last mark reached */
+  soPhonemeSymbols = 0x70687379,       /* 'phsy'; read: PhonemeDescriptor * */
+  soCurrentVoice = 0x63766F78,         /* 'cvox'; VoiceSpec * */
+  soCommandDelimiter = 0x646C696D,     /* 'dlim'; write: DelimiterInfo * */
+  soReset = 0x72736574,                /* 'rset'; write: null */
+  soRefCon = 0x72656663,               /* 'refc'; write: the value itself */
+  soTextDoneCallBack = 0x74646362,     /* 'tdcb'; write: SpeechTextDoneUPP or null */
+  soSpeechDoneCallBack = 0x73646362,   /* 'sdcb'; write: SpeechDoneUPP or null */
+  soSyncCallBack = 0x73796362,         /* 'sycb'; write: SpeechSyncUPP or null */
+  soErrorCallBack = 0x65726362,        /* 'ercb'; write: SpeechErrorUPP or null */
+  soPhonemeCallBack = 0x70686362,      /* 'phcb'; write: SpeechPhonemeUPP or null */
+  soWordCallBack = 0x77646362,         /* 'wdcb'; write: SpeechWordUPP or null */
+  soSynthExtension = 0x78746E64,       /* 'xtnd'; write: SpeechXtndData * */
+  soOutputToFileWithCFURL = 0x6F706166 /* 'opaf'; write: CFURLRef of an AIFF file, or null */
+};
+
+/* Values of soInputMode, soCharacterMode and soNumberMode. */
+enum {
+  modeText = 0x54455854,     /* 'TEXT' */
+  modePhonemes = 0x50484F4E, /* 'PHON' */
+  modeTune = 0x54554E45,     /* 'TUNE' */
+  modeNormal = 0x4E4F524D,   /* 'NORM' */
+  modeLiteral = 0x4C54524C   /* 'LTRL' */
+};
+
+/* Flags of SpeakBuffer. */
+enum {
+  kNoEndingProsody = 1,   /* the text's end is not the end of a sentence */
+  kNoSpeechInterrupt = 2, /* answer synthNotReady rather than cut off what is being spoken */
+  kPreflightThenPause = 4 /* prepare the text and wait for ContinueSpeech */
+};
+
+/* Places at which speech is stopped or paused. */
+enum { kImmediate = 0, kEndOfWord = 1, kEndOfSentence = 2 };
+
+/* Values of VoiceDescription.gender. */
+enum { kNeuter = 0, kMale = 1, kFemale = 2 };
+
+/* ---- Records ------------------------------------------------------------------------------- */
+
+/* A synthesizer's own name for a channel. Never reused while the synthesizer is loaded. */
+typedef SInt32 SpeechChannelIdentifier;
+
+/* A client's handle of a channel. It is compared, never followed, and never used again for another
+ * channel. */
+typedef struct SpeechChannelRecord {
+  long data[1];
+} SpeechChannelRecord;
+typedef SpeechChannelRecord* SpeechChannel;
+
+#pragma pack(push, 2)
+
+/* Which voice: the synthesizer it belongs to, and its number there. */
+typedef struct VoiceSpec {
+  OSType creator;
+  OSType id;
+} VoiceSpec;
+
+typedef struct VoiceDescription {
+  SInt32 length; /* how many bytes of the record are filled */
+  VoiceSpec voice;
+  SInt32 version;
+  Str63 name;         /* zero behind the characters, as in comment */
+  Str255 comment;     /* a sentence to show the voice with */
+  SInt16 gender;      /* kNeuter, kMale or kFemale */
+  SInt16 age;         /* years */
+  SInt16 script;      /* smRoman */
+  SInt16 language;    /* langEnglish and so on; -1 for one without a code here */
+  SInt16 region;      /* verUS and so on; -1 for one without a code here */
+  SInt32 reserved[4]; /* 0 */
+} VoiceDescription;
+
+typedef struct SpeechStatusInfo {
+  Boolean outputBusy;
+  Boolean outputPaused;
+  SInt32 inputBytesLeft; /* 32 bits on every system */
+  SInt16 phonemeCode;
+} SpeechStatusInfo;
+
+/* The errors since the record was read before: how many, the first and the last of them, and where
+ * in the text they were. */
+typedef struct SpeechErrorInfo {
+  SInt16 count;
+  OSErr oldest;
+  SInt32 oldPos;
+  OSErr newest;
+  SInt32 newPos;
+} SpeechErrorInfo;
+
+typedef struct SpeechVersionInfo {
+  OSType synthType;
+  OSType synthSubType;
+  OSType synthManufacturer;
+  SInt32 synthFlags;
+  NumVersion synthVersion;
+} SpeechVersionInfo;
+
+typedef struct PhonemeInfo {
+  SInt16 opcode;
+  Str15 phStr;
+  Str31 exampleStr;
+  SInt16 hiliteStart;
+  SInt16 hiliteEnd;
+} PhonemeInfo;
+
+/* As many PhonemeInfo as `phonemeCount` says follow one another. */
+typedef struct PhonemeDescriptor {
+  SInt16 phonemeCount;
+  PhonemeInfo thePhonemes[1];
+} PhonemeDescriptor;
+
+typedef struct SpeechXtndData {
+  OSType synthCreator;
+  UInt8 synthData[2];
+} SpeechXtndData;
+
+typedef struct DelimiterInfo {
+  UInt8 startDelimiter[2];
+  UInt8 endDelimiter[2];
+} DelimiterInfo;
+
+#pragma pack(pop)
+
+SPEECH_PLATFORM_CHECK(sizeof(VoiceSpec) == 8, "VoiceSpec");
+SPEECH_PLATFORM_CHECK(offsetof(VoiceDescription, voice) == 4, "VoiceDescription.voice");
+SPEECH_PLATFORM_CHECK(offsetof(VoiceDescription, version) == 12, "VoiceDescription.version");
+SPEECH_PLATFORM_CHECK(offsetof(VoiceDescription, name) == 16, "VoiceDescription.name");
+SPEECH_PLATFORM_CHECK(offsetof(VoiceDescription, comment) == 80, "VoiceDescription.comment");
+SPEECH_PLATFORM_CHECK(offsetof(VoiceDescription, gender) == 336, "VoiceDescription.gender");
+SPEECH_PLATFORM_CHECK(offsetof(VoiceDescription, region) == 344, "VoiceDescription.region");
+SPEECH_PLATFORM_CHECK(offsetof(VoiceDescription, reserved) == 346, "VoiceDescription.reserved");
+SPEECH_PLATFORM_CHECK(sizeof(VoiceDescription) == 362, "VoiceDescription");
+SPEECH_PLATFORM_CHECK(offsetof(SpeechStatusInfo, inputBytesLeft) == 2, "SpeechStatusInfo");
+SPEECH_PLATFORM_CHECK(sizeof(SpeechStatusInfo) == 8, "SpeechStatusInfo");
+SPEECH_PLATFORM_CHECK(sizeof(SpeechErrorInfo) == 14, "SpeechErrorInfo");
+SPEECH_PLATFORM_CHECK(sizeof(SpeechVersionInfo) == 20, "SpeechVersionInfo");
+SPEECH_PLATFORM_CHECK(sizeof(PhonemeInfo) == 54, "PhonemeInfo");
+SPEECH_PLATFORM_CHECK(sizeof(PhonemeDescriptor) == 56, "PhonemeDescriptor");
+SPEECH_PLATFORM_CHECK(sizeof(SpeechXtndData) == 6, "SpeechXtndData");
+SPEECH_PLATFORM_CHECK(sizeof(DelimiterInfo) == 4, "DelimiterInfo");
+
+/* ---- Callbacks ----------------------------------------------------------------------------- */
+
+/* More text is wanted. The callback sets `*nextBuf` and `*byteLen` to text that goes on where the
+ * last one ended, and that stays valid until the next call of it or the end of SpeakBuffer; null or
+ * length 0 says that there is none. It runs inside SpeakBuffer and must not call into the channel.
+ */
+typedef void (*SpeechTextDoneProcPtr)(SpeechChannel chan, SRefCon refCon, const void** nextBuf,
+                                      unsigned long* byteLen, SInt32* controlFlags);
+
+/* The speech is over, however it ended; comes once for every text that began. The channel is idle:
+ * the callback may speak on it or dispose it. */
+typedef void (*SpeechDoneProcPtr)(SpeechChannel chan, SRefCon refCon);
+
+/* A mark of the text was reached. */
+typedef void (*SpeechSyncProcPtr)(SpeechChannel chan, SRefCon refCon, OSType syncMessage);
+
+/* An error was met at byte `bytePos` of the text. */
+typedef void (*SpeechErrorProcPtr)(SpeechChannel chan, SRefCon refCon, OSErr theError,
+                                   long bytePos);
+
+/* A phoneme begins; `phonemeOpcode` is the platform's code of it. */
+typedef void (*SpeechPhonemeProcPtr)(SpeechChannel chan, SRefCon refCon, SInt16 phonemeOpcode);
+
+/* A word begins: `wordLen` bytes of the text from byte `wordPos`. */
+typedef void (*SpeechWordProcPtr)(SpeechChannel chan, SRefCon refCon, unsigned long wordPos,
+                                  UInt16 wordLen);
+
+/* What the selectors take. On this platform it is the function itself, and the helpers below return
+ * what they are given and release nothing. */
+typedef SpeechTextDoneProcPtr SpeechTextDoneUPP;
+typedef SpeechDoneProcPtr SpeechDoneUPP;
+typedef SpeechSyncProcPtr SpeechSyncUPP;
+typedef SpeechErrorProcPtr SpeechErrorUPP;
+typedef SpeechPhonemeProcPtr SpeechPhonemeUPP;
+typedef SpeechWordProcPtr SpeechWordUPP;
+
+SPEECH_PLATFORM_API SpeechTextDoneUPP NewSpeechTextDoneUPP(SpeechTextDoneProcPtr callback);
+SPEECH_PLATFORM_API SpeechDoneUPP NewSpeechDoneUPP(SpeechDoneProcPtr callback);
+SPEECH_PLATFORM_API SpeechSyncUPP NewSpeechSyncUPP(SpeechSyncProcPtr callback);
+SPEECH_PLATFORM_API SpeechErrorUPP NewSpeechErrorUPP(SpeechErrorProcPtr callback);
+SPEECH_PLATFORM_API SpeechPhonemeUPP NewSpeechPhonemeUPP(SpeechPhonemeProcPtr callback);
+SPEECH_PLATFORM_API SpeechWordUPP NewSpeechWordUPP(SpeechWordProcPtr callback);
+SPEECH_PLATFORM_API void DisposeSpeechTextDoneUPP(SpeechTextDoneUPP upp);
+SPEECH_PLATFORM_API void DisposeSpeechDoneUPP(SpeechDoneUPP upp);
+SPEECH_PLATFORM_API void DisposeSpeechSyncUPP(SpeechSyncUPP upp);
+SPEECH_PLATFORM_API void DisposeSpeechErrorUPP(SpeechErrorUPP upp);
+SPEECH_PLATFORM_API void DisposeSpeechPhonemeUPP(SpeechPhonemeUPP upp);
+SPEECH_PLATFORM_API void DisposeSpeechWordUPP(SpeechWordUPP upp);
+
+/* ---- Voices -------------------------------------------------------------------------------- */
+
+/* Voices are NAME.SpeechVoice bundles. They are looked for once, when one is first needed: in the
+ * folders that the environment variable SPEECH_VOICE_PATH names (separated by colons), then in the
+ * folder that came with the Manager's library. */
+
+/* Fills `*voice`. Results: noErr; paramErr, `voice` is null. Whether there is such a voice is not
+ * looked at. */
+SPEECH_PLATFORM_API OSErr MakeVoiceSpec(OSType creator, OSType id, VoiceSpec* voice);
+
+/* The number of voices. Results: noErr; paramErr, `numVoices` is null. */
+SPEECH_PLATFORM_API OSErr CountVoices(SInt16* numVoices);
+
+/* The voice of that index, from 1. Results: noErr; paramErr, `voice` is null; voiceNotFound, there
+ * is none of that index, and `*voice` is untouched. */
+SPEECH_PLATFORM_API OSErr GetIndVoice(SInt16 index, VoiceSpec* voice);
+
+/* Fills the first `infoLength` bytes of `*info`, at most the whole record; `length` tells how many.
+ * A null `voice` is the default voice: the first male one that speaks English, else the first. With
+ * a null `info` the call only tells whether there is such a voice. Name and comment are Mac OS
+ * Roman. Results: noErr; paramErr, `infoLength` is negative; voiceNotFound, and `*info` is
+ * untouched. */
+SPEECH_PLATFORM_API OSErr GetVoiceDescription(const VoiceSpec* voice, VoiceDescription* info,
+                                              long infoLength);
+
+/* ---- Channels ------------------------------------------------------------------------------ */
+
+/* Opens a channel with that voice, or the default voice for null.
+ * Results: noErr; paramErr, `chan` is null; voiceNotFound; noSynthFound, one line on standard error
+ * says why; synthOpenFailed. After a failure `*chan` is null. */
+SPEECH_PLATFORM_API OSErr NewSpeechChannel(VoiceSpec* voice, SpeechChannel* chan);
+
+/* Stops the speech and closes the channel. May be called inside a callback of the channel,
+ * speech-done above all. No callback begins once this has returned. Results: noErr. */
+SPEECH_PLATFORM_API OSErr DisposeSpeechChannel(SpeechChannel chan);
+
+/* Speaks `textBytes` bytes, in the background. A channel that is speaking or paused stops at once
+ * and speaks the new text, or answers synthNotReady with the flag kNoSpeechInterrupt. A null or
+ * empty text stops the channel and speaks nothing; no text-done is called for it. Results: noErr;
+ * paramErr, the text is longer than a position can tell (2 GiB); synthNotReady, also when the
+ * stopped speech does not end within a second; badInputText. */
+SPEECH_PLATFORM_API OSErr SpeakBuffer(SpeechChannel chan, const void* textBuf,
+                                      unsigned long textBytes, SInt32 controlFlags);
+
+/* SpeakBuffer without flags. */
+SPEECH_PLATFORM_API OSErr SpeakText(SpeechChannel chan, const void* textBuf,
+                                    unsigned long textBytes);
+
+/* Stops at once, or at the place `whereToStop` (kImmediate, kEndOfWord, kEndOfSentence). Stopping
+ * an idle channel does nothing. Results: noErr; paramErr, not a place; synthNotReady, the
+ * synthesizer could not stop. */
+SPEECH_PLATFORM_API OSErr StopSpeech(SpeechChannel chan);
+SPEECH_PLATFORM_API OSErr StopSpeechAt(SpeechChannel chan, SInt32 whereToStop);
+
+/* Pauses at that place, until ContinueSpeech. Does nothing on an idle or paused channel. Results:
+ * noErr; paramErr, not a place; synthNotReady, the synthesizer could not pause. */
+SPEECH_PLATFORM_API OSErr PauseSpeechAt(SpeechChannel chan, SInt32 whereToPause);
+
+/* Goes on after a pause; else does nothing. Results: noErr; synthNotReady. */
+SPEECH_PLATFORM_API OSErr ContinueSpeech(SpeechChannel chan);
+
+/* The number of this process's channels that are speaking or paused. */
+SPEECH_PLATFORM_API SInt16 SpeechBusy(void);
+
+/* Changes a setting of the channel; speech under way keeps what it began with. A selector that the
+ * synthesizer does not know is accepted. Results: noErr; paramErr, the selector needs a value and
+ * `speechInfo` is null, or a file URL cannot be used; for soCurrentVoice also voiceNotFound and
+ * incompatibleVoice. */
+SPEECH_PLATFORM_API OSErr SetSpeechInfo(SpeechChannel chan, OSType selector,
+                                        const void* speechInfo);
+
+/* Reads a setting or a state. Results: noErr; paramErr, `speechInfo` is null; siUnknownInfoType. */
+SPEECH_PLATFORM_API OSErr GetSpeechInfo(SpeechChannel chan, OSType selector, void* speechInfo);
+
+/* soRate by another name: words per minute. Results as of SetSpeechInfo and GetSpeechInfo. */
+SPEECH_PLATFORM_API OSErr SetSpeechRate(SpeechChannel chan, Fixed rate);
+SPEECH_PLATFORM_API OSErr GetSpeechRate(SpeechChannel chan, Fixed* rate);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

@@ -1,0 +1,107 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+/*
+ * MacTypes: the basic types of the platform's C interfaces, and the results that all of them share.
+ *
+ * Names, values and layouts are the platform's. Numbers are in the machine's byte order. A
+ * four-character code is the number whose most significant byte is the first character.
+ */
+#ifndef MACTYPES_H
+#define MACTYPES_H
+
+#include <stdint.h>
+
+/* Marks what the shared library exports; everything else in it is hidden. */
+#if defined(__GNUC__)
+#define SPEECH_PLATFORM_API __attribute__((visibility("default")))
+#else
+#define SPEECH_PLATFORM_API
+#endif
+
+/* Checks of sizes and offsets, in the form that the language at hand has. */
+#ifdef __cplusplus
+#define SPEECH_PLATFORM_CHECK(condition, message) static_assert(condition, message)
+#else
+#define SPEECH_PLATFORM_CHECK(condition, message) _Static_assert(condition, message)
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+typedef int8_t SInt8;
+typedef uint8_t UInt8;
+typedef int16_t SInt16;
+typedef uint16_t UInt16;
+typedef int32_t SInt32;
+typedef uint32_t UInt32;
+typedef int64_t SInt64;
+typedef uint64_t UInt64;
+
+/* 0 is false, anything else is true. */
+typedef unsigned char Boolean;
+
+/* A result: 0 is success, negative is failure. */
+typedef SInt16 OSErr;
+typedef SInt32 OSStatus;
+
+typedef UInt32 FourCharCode;
+typedef FourCharCode OSType;
+
+/* A signed number with 16 bits before and 16 bits after the point: the value times 65536. */
+typedef SInt32 Fixed;
+
+typedef char* Ptr;
+typedef Ptr* Handle;
+typedef unsigned long ByteCount;
+
+/* A value that a client hands over and gets back unread; as wide as a pointer. */
+typedef void* SRefCon;
+
+/* Pascal strings: the first byte is the number of characters that follow it. */
+typedef unsigned char Str15[16];
+typedef unsigned char Str31[32];
+typedef unsigned char Str63[64];
+typedef unsigned char Str255[256];
+typedef unsigned char* StringPtr;
+typedef const unsigned char* ConstStringPtr;
+typedef const unsigned char* ConstStr255Param;
+
+/* Codes of scripts, languages and regions. */
+typedef SInt16 ScriptCode;
+typedef SInt16 LangCode;
+typedef SInt16 RegionCode;
+
+enum {
+  smRoman = 0,     /* script: Latin letters in Mac OS Roman */
+  langEnglish = 0, /* language */
+  verUS = 0,       /* region: United States */
+  verBritain = 2   /* region: United Kingdom */
+};
+
+/* A version. `minorAndBugRev` holds the minor number in its upper and the bug fix number in its
+ * lower four bits; `nonRelRev` is the number of a release that is not final. */
+typedef struct NumVersion {
+  UInt8 majorRev;
+  UInt8 minorAndBugRev;
+  UInt8 stage;
+  UInt8 nonRelRev;
+} NumVersion;
+
+/* Values of NumVersion.stage. */
+enum { developStage = 0x20, alphaStage = 0x40, betaStage = 0x60, finalStage = 0x80 };
+
+SPEECH_PLATFORM_CHECK(sizeof(NumVersion) == 4, "NumVersion is four bytes");
+
+/* Results that are not of one component alone. */
+enum {
+  noErr = 0,
+  paramErr = -50,            /* an argument cannot be used */
+  memFullErr = -108,         /* memory is out */
+  invalidComponentID = -3000 /* a handle that names nothing, a disposed speech channel for one */
+};
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

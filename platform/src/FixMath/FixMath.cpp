@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// FixMath: arithmetic on Fixed. Without state; the contract is in the header.
+#include <ApplicationServices/FixMath.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <limits>
+
+namespace {
+
+constexpr std::int64_t kOne = 65536;
+constexpr std::int64_t kSmallest = std::numeric_limits<Fixed>::min();
+constexpr std::int64_t kLargest = std::numeric_limits<Fixed>::max();
+
+Fixed saturate(std::int64_t value) {
+  return static_cast<Fixed>(std::clamp(value, kSmallest, kLargest));
+}
+
+// Nearest whole number to numerator / denominator, half-way away from zero. Neither the magnitudes
+// here (below 2^63) nor the added half overflow: numerators stay below 2^62, denominators at 2^31.
+std::int64_t nearestQuotient(std::int64_t numerator, std::int64_t denominator) {
+  const bool negative = (numerator < 0) != (denominator < 0);
+  const std::int64_t dividend = numerator < 0 ? -numerator : numerator;
+  const std::int64_t divisor = denominator < 0 ? -denominator : denominator;
+  const std::int64_t quotient = (dividend + divisor / 2) / divisor;
+  return negative ? -quotient : quotient;
+}
+
+}  // namespace
+
+Fixed Long2Fix(long x) {
+  // Clamped before the product, which a large value would overflow.
+  return saturate(std::clamp<std::int64_t>(x, -32768, 32768) * kOne);
+}
+
+SInt32 Fix2Long(Fixed x) { return x / static_cast<Fixed>(kOne); }
+
+Fixed FixMul(Fixed a, Fixed b) {
+  return saturate(nearestQuotient(static_cast<std::int64_t>(a) * b, kOne));
+}
+
+Fixed FixDiv(Fixed x, Fixed y) {
+  if (y == 0) return static_cast<Fixed>(x < 0 ? kSmallest : kLargest);
+  return saturate(nearestQuotient(static_cast<std::int64_t>(x) * kOne, y));
+}
