@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+//
+// The engine library's allocator: the C library's, with zeroed blocks and no null for size 0.
+#include <cstdlib>
+
+#include "cst.h"
+
+void* cst_safe_alloc(size_t size) {
+  return std::calloc(1, size > 0 ? size : 1);
+}
+
+void* cst_safe_realloc(void* memory, size_t size) {
+  return std::realloc(memory, size > 0 ? size : 1);
+}
+
+void cst_free(void* memory) {
+  std::free(memory);
+}

@@ -1,0 +1,120 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+//
+// Diagnostic lines. What a thread gathers for its next line lies in fixed buffers of that thread,
+// so that nothing here allocates but a message that is too long for the stack.
+#include <array>
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+
+#include <sys/time.h>
+#include <unistd.h>
+
+#include "cst.h"
+
+unsigned int cst_diag_mask = 0;
+int cst_diag_level = 0;
+
+namespace {
+
+// The parts of a line that come before its message; empty parts are left out.
+struct Prefix {
+  std::array<char, 24> time;
+  std::array<char, 160> place;
+  std::array<char, 24> area;
+
+  void clear() { time[0] = place[0] = area[0] = '\0'; }
+};
+
+thread_local Prefix t_prefix{};
+
+const char* areaName(unsigned int area) {
+  switch (area) {
+    case CST_DIAG_CHANNELS:
+      return "channels";
+    case CST_DIAG_MARKUP:
+      return "markup";
+    case CST_DIAG_ENGINE:
+      return "engine";
+    default:
+      return nullptr;
+  }
+}
+
+void writeAll(const char* bytes, size_t count) {
+  while (count > 0) {
+    const ssize_t written = write(STDERR_FILENO, bytes, count);
+    if (written < 0 && errno == EINTR) continue;
+    if (written <= 0) return;
+    bytes += written;
+    count -= static_cast<size_t>(written);
+  }
+}
+
+// Writes `length` bytes of message, of which `buffer` (with room for one more) holds all or, when
+// memory was out, the first.
+void finishLine(char* buffer, size_t length) {
+  if (length == 0 || buffer[length - 1] != '\n') buffer[length++] = '\n';
+  writeAll(buffer, length);
+}
+
+}  // namespace
+
+void cst_dbg_timestamp(void) {
+  timeval now{};
+  gettimeofday(&now, nullptr);
+  tm local{};
+  localtime_r(&now.tv_sec, &local);
+  std::snprintf(t_prefix.time.data(), t_prefix.time.size(), "%02d:%02d:%02d.%03d ",
+                local.tm_hour % 100, local.tm_min % 100, local.tm_sec % 100,
+                static_cast<int>(now.tv_usec / 1000) % 1000);
+}
+
+void cst_dbg_ffl(const char* file, const char* function, int line) {
+  std::snprintf(t_prefix.place.data(), t_prefix.place.size(), "%s:%s:%d ",
+                file != nullptr ? file : "", function != nullptr ? function : "", line);
+}
+
+void cst_dbg_context(unsigned int area) {
+  if (const char* name = areaName(area)) {
+    std::snprintf(t_prefix.area.data(), t_prefix.area.size(), "[%s] ", name);
+  } else {
+    std::snprintf(t_prefix.area.data(), t_prefix.area.size(), "[0x%x] ", area);
+  }
+}
+
+void cst_errmsg(const char* format, ...) {
+  const int savedErrno = errno;
+  std::array<char, 1024> shortLine;
+  const int prefixed =
+      std::snprintf(shortLine.data(), shortLine.size(), "%s%s%s", t_prefix.time.data(),
+                    t_prefix.place.data(), t_prefix.area.data());
+  t_prefix.clear();
+  const auto prefix = static_cast<size_t>(prefixed > 0 ? prefixed : 0);
+
+  va_list arguments;
+  va_list again;
+  va_start(arguments, format);
+  va_copy(again, arguments);
+  // One byte of room is kept for the line feed that a message may lack.
+  const size_t room = shortLine.size() - 1 - prefix;
+  const int formatted =
+      std::vsnprintf(shortLine.data() + prefix, room, format != nullptr ? format : "", arguments);
+  va_end(arguments);
+  const auto message = static_cast<size_t>(formatted > 0 ? formatted : 0);
+
+  if (message < room) {
+    finishLine(shortLine.data(), prefix + message);
+  } else if (auto* longLine = static_cast<char*>(cst_safe_alloc(prefix + message + 2))) {
+    std::memcpy(longLine, shortLine.data(), prefix);
+    std::vsnprintf(longLine + prefix, message + 1, format, again);
+    finishLine(longLine, prefix + message);
+    cst_free(longLine);
+  } else {
+    finishLine(shortLine.data(), prefix + room - 1);
+  }
+  va_end(again);
+  errno = savedErrno;
+}

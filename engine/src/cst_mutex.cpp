@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+//
+// Mutexes: the system's, and an error number for a null one.
+#include <cerrno>
+
+#include "cst.h"
+
+int mutex_lock(pthread_mutex_t* mutex) {
+  return mutex != nullptr ? pthread_mutex_lock(mutex) : EINVAL;
+}
+
+int mutex_unlock(pthread_mutex_t* mutex) {
+  return mutex != nullptr ? pthread_mutex_unlock(mutex) : EINVAL;
+}
+
+int mutex_destroy(pthread_mutex_t* mutex) {
+  return mutex != nullptr ? pthread_mutex_destroy(mutex) : EINVAL;
+}
