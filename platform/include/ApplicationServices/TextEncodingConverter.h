@@ -5,8 +5,8 @@
  * The one conversion on offer is Mac OS Roman to ISO 8859-15 (ISO Latin 9). Every one of the 256
  * bytes has a result, so no text fails: a character that the target has is converted exactly; any
  * other takes its customary plain form ("..." for an ellipsis, "fi" for the ligature), or one blank
- * where there is none. Byte 0xDB is read as the currency sign, as in the registered "macintosh"
- * character set, which the target has not; its plain form is a blank.
+ * where there is none. Byte 0xDB is read as the euro sign, which both sets have; byte 0xF0, the
+ * platform's logo, is a blank.
  *
  * Threads: a converter is used by one thread at a time; different converters are independent.
  * Ownership: the caller owns the converter from TECCreateConverter to TECDisposeConverter, and all

@@ -34,7 +34,9 @@ Fixed Long2Fix(long x) {
   return saturate(std::clamp<std::int64_t>(x, -32768, 32768) * kOne);
 }
 
-SInt32 Fix2Long(Fixed x) { return x / static_cast<Fixed>(kOne); }
+SInt32 Fix2Long(Fixed x) {
+  return x / static_cast<Fixed>(kOne);
+}
 
 Fixed FixMul(Fixed a, Fixed b) {
   return saturate(nearestQuotient(static_cast<std::int64_t>(a) * b, kOne));

@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Counting, and what works on objects of every type.
+#include <CoreFoundation/CFBase.h>
+
+#include <cstdio>
+#include <exception>
+
+#include "CFObject.h"
+
+namespace {
+
+const platform::CFObject* objectOf(CFTypeRef reference) {
+  return static_cast<const platform::CFObject*>(reference);
+}
+
+}  // namespace
+
+CFTypeRef CFRetain(CFTypeRef object) {
+  if (object != nullptr) objectOf(object)->retain();
+  return object;
+}
+
+void CFRelease(CFTypeRef object) {
+  if (object != nullptr) objectOf(object)->release();
+}
+
+CFIndex CFGetRetainCount(CFTypeRef object) {
+  return object == nullptr ? 0 : objectOf(object)->count();
+}
+
+CFTypeID CFGetTypeID(CFTypeRef object) {
+  return object == nullptr ? 0 : static_cast<CFTypeID>(objectOf(object)->type());
+}
+
+void CFShow(CFTypeRef object) {
+  try {
+    const std::string line = object == nullptr ? "(null)" : objectOf(object)->description();
+    std::fprintf(stderr, "%s\n", line.c_str());
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "%s\n", error.what());
+  }
+}
