@@ -1,13 +1,263 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "sentence.h"
 
+#include <algorithm>
+#include <span>
+#include <utility>
+
+#include "cst.h"
+#include "phones.h"
+
 namespace kavrel {
 
-SentenceReader::SentenceReader(std::string_view text) : m_text(text) {}
+namespace {
+
+std::uint32_t position(std::size_t bytes) {
+  return static_cast<std::uint32_t>(bytes);
+}
+
+std::string latin9(std::span<const Letter> letters) {
+  std::string text;
+  for (const Letter& letter : letters) appendLatin9(text, letter.character);
+  return text;
+}
+
+Item wordItem(std::span<const Letter> token, const Style& style) {
+  std::span<const Letter> word = wordOf(token);
+  Item item;
+  item.kind = Item::Kind::Word;
+  item.reported = !word.empty();
+  if (word.empty()) word = token;
+  item.start = position(word.front().start);
+  item.length = position(word.back().start + word.back().length - word.front().start);
+  for (const Letter& letter : token) item.text += static_cast<wchar_t>(letter.character);
+  item.name = latin9(word);
+  item.style = style;
+  return item;
+}
+
+void reportUnknownPhones(const PhoneText& read, const MarkupEvent& tag) {
+  if ((cst_diag_mask & CST_DIAG_ENGINE) == 0 || cst_diag_level <= 1) return;
+  for (const std::string& piece : read.unknown) {
+    cst_dbg_timestamp();
+    cst_dbg_ffl("sentence", "handlePhoneme", __LINE__);
+    cst_dbg_context(CST_DIAG_ENGINE);
+    cst_errmsg("no phone is called \"%s\" (element at byte %zu)\n", piece.c_str(), tag.start);
+  }
+}
+
+}  // namespace
+
+SentenceReader::SentenceReader(std::string_view text) : m_scanner(text) {}
 
 bool SentenceReader::next(Sentence& sentence) {
-  sentence = Sentence();
-  return false;
+  sentence.items.clear();
+  m_hasTokens = false;
+  m_hasWords = false;
+  for (;;) {
+    const MarkupEvent event = m_isHeld ? m_held : m_scanner.next();
+    m_isHeld = false;
+    const Step step = handle(event, sentence);
+    if (step == Step::GoOn) continue;
+    if (step != Step::End) {
+      m_held = event;
+      m_isHeld = true;
+    }
+    if (finish(step != Step::CutOff, sentence)) return true;
+    if (event.kind == MarkupEvent::Kind::End) return false;
+  }
+}
+
+SentenceReader::Step SentenceReader::handle(const MarkupEvent& event, Sentence& sentence) {
+  if (event.kind == MarkupEvent::Kind::Character) {
+    if (m_styles.insidePhoneme()) return handleContent(event, sentence);
+    if (isBlank(event.character)) return handleBlank(event, sentence);
+    return handleLetter(event, sentence);
+  }
+  endToken(sentence);
+  switch (event.kind) {
+    case MarkupEvent::Kind::StartTag:
+      return handleStartTag(event, sentence);
+    case MarkupEvent::Kind::EndTag:
+      m_styles.close(event.name);
+      if (!m_styles.insidePhoneme()) closePhones(sentence);
+      return Step::GoOn;
+    case MarkupEvent::Kind::End:
+      closePhones(sentence);
+      return Step::EndOff;
+    default:
+      return Step::GoOn;
+  }
+}
+
+SentenceReader::Step SentenceReader::handleBlank(const MarkupEvent& event, Sentence& sentence) {
+  endToken(sentence);
+  m_glued = false;
+  const bool newline = event.character == '\n' || event.character == '\r';
+  if (newline && !(event.character == '\n' && m_afterReturn)) ++m_newlines;
+  m_afterReturn = event.character == '\r';
+  const bool emptyLine = m_newlines > 1 && (m_hasTokens || m_begun);
+  if (m_stop != Stop::Full && !emptyLine) return Step::GoOn;
+  m_stop = Stop::None;
+  return Step::End;
+}
+
+SentenceReader::Step SentenceReader::handleLetter(const MarkupEvent& event, Sentence& sentence) {
+  if (!m_token.empty() && event.end - m_token.front().start > kMaxTokenBytes) {
+    endToken(sentence);
+    m_stop = Stop::None;
+  }
+  if (m_token.empty()) {
+    m_newlines = 0;
+    m_afterReturn = false;
+    if (stopHolds(event.character)) return Step::EndOff;
+    if (!fits(event.start + kMaxTokenBytes, sentence)) return Step::CutOff;
+  }
+  m_token.push_back({event.character, event.start, event.end - event.start});
+  return Step::GoOn;
+}
+
+SentenceReader::Step SentenceReader::handleStartTag(const MarkupEvent& event, Sentence& sentence) {
+  if (event.name == "phoneme" && !m_styles.insidePhoneme()) return handlePhoneme(event, sentence);
+  if (event.name == "mark") {
+    Item item;
+    item.kind = Item::Kind::Mark;
+    item.name = event.attribute("name").value_or("");
+    return add(std::move(item), event, sentence);
+  }
+  if (event.name == "break") {
+    Item item;
+    item.kind = Item::Kind::Break;
+    item.milliseconds = readBreakTime(event.attribute("time").value_or(""), Item::kMaxBreak);
+    return add(std::move(item), event, sentence);
+  }
+  if (!event.empty) m_styles.open(event);
+  return Step::GoOn;
+}
+
+SentenceReader::Step SentenceReader::handlePhoneme(const MarkupEvent& event, Sentence& sentence) {
+  PhoneText read = readPhones(event.attribute("ph").value_or(""));
+  if (!read.phones.empty()) {
+    if (stopHolds(0)) return Step::EndOff;
+    if (!fits(event.end, sentence)) return Step::CutOff;
+    Item item;
+    item.kind = Item::Kind::Phones;
+    item.start = position(event.end);
+    item.reported = false;
+    item.phones = std::move(read.phones);
+    item.style = m_styles.style();
+    m_phonesOpen = !event.empty;
+    m_phonesItem = sentence.items.size();
+    m_phonesName = 0;
+    m_hasWords = true;
+    m_newlines = 0;
+    cover(event.end, event.end, sentence);
+    sentence.items.push_back(std::move(item));
+  }
+  reportUnknownPhones(read, event);
+  if (!event.empty) m_styles.open(event);
+  return Step::GoOn;
+}
+
+SentenceReader::Step SentenceReader::handleContent(const MarkupEvent& event, Sentence& sentence) {
+  if (!m_phonesOpen) return Step::GoOn;
+  Item& item = sentence.items[m_phonesItem];
+  if (!fits(event.end, sentence)) {
+    // The rest of the content is not spoken either; only its place is not reported.
+    closePhones(sentence);
+    return Step::CutOff;
+  }
+  const bool blank = isBlank(event.character);
+  if (!item.reported && blank) return Step::GoOn;
+  if (!item.reported) item.start = position(event.start);
+  item.reported = true;
+  appendLatin9(item.name, blank ? U' ' : event.character);
+  if (blank) return Step::GoOn;
+  item.length = position(event.end) - item.start;
+  m_phonesName = item.name.size();
+  cover(item.start, event.end, sentence);
+  return Step::GoOn;
+}
+
+// What the last token left open is decided by the character that follows it (0: phones); true when
+// the sentence has ended there.
+bool SentenceReader::stopHolds(char32_t following) {
+  static constexpr std::u32string_view kGoOn = U"(,;:-";
+  if (m_stop == Stop::None) return false;
+  // Behind a tag, the quote that closes the sentence: decided by what comes next.
+  if (m_glued && isClosing(following)) return false;
+  const bool small = isSmallLetter(following);
+  const bool digit = isDigit(following);
+  bool goesOn = small || digit;
+  if (m_stop == Stop::UnlessSmall) goesOn = goesOn || kGoOn.find(following) != kGoOn.npos;
+  if (m_stop == Stop::UnlessDigit) goesOn = digit;
+  m_stop = Stop::None;
+  return !goesOn;
+}
+
+// Whether the piece can take in what ends at `end`. The first item always fits.
+bool SentenceReader::fits(std::size_t end, const Sentence& sentence) const {
+  return sentence.items.empty() || end - m_pieceStart <= kMaxSentenceBytes;
+}
+
+void SentenceReader::endToken(Sentence& sentence) {
+  if (m_token.empty()) return;
+  const std::size_t start = m_token.front().start;
+  const std::size_t end = m_token.back().start + m_token.back().length;
+  cover(start, end, sentence);
+  Item item = wordItem(m_token, m_styles.style());
+  m_hasWords = m_hasWords || item.reported;
+  sentence.items.push_back(std::move(item));
+  // A closing quote on its own leaves the stop in front of it in force.
+  const Stop stop = stopOf(m_token);
+  const bool closing = std::ranges::all_of(m_token, isClosing, &Letter::character);
+  if (!closing || !m_glued) m_stop = stop;
+  m_glued = true;
+  m_token.clear();
+}
+
+void SentenceReader::closePhones(Sentence& sentence) {
+  if (!m_phonesOpen) return;
+  m_phonesOpen = false;
+  sentence.items[m_phonesItem].name.resize(m_phonesName);
+}
+
+// Takes in a tag that is an item of its own.
+SentenceReader::Step SentenceReader::add(Item item, const MarkupEvent& tag, Sentence& sentence) {
+  if (!fits(tag.end, sentence)) {
+    closePhones(sentence);
+    return Step::CutOff;
+  }
+  if (sentence.items.empty()) m_pieceStart = tag.start;
+  item.start = position(tag.start);
+  item.length = position(tag.end - tag.start);
+  item.style = m_styles.style();
+  sentence.items.push_back(std::move(item));
+  return Step::GoOn;
+}
+
+// Notes that the tokens of the piece reach over the bytes from `start` to `end`.
+void SentenceReader::cover(std::size_t start, std::size_t end, const Sentence& sentence) {
+  if (sentence.items.empty()) m_pieceStart = start;
+  if (!m_hasTokens) m_tokensStart = start;
+  m_hasTokens = true;
+  m_tokensEnd = end;
+}
+
+// Fills in what holds for the whole piece. False when nothing is in it.
+bool SentenceReader::finish(bool ended, Sentence& sentence) {
+  sentence.begins = m_hasWords && !m_begun;
+  sentence.ends = ended && (m_hasWords || m_begun);
+  m_begun = !ended && (m_hasWords || m_begun);
+  if (ended) m_stop = Stop::None;
+  if (sentence.items.empty()) return false;
+  if (!m_hasTokens) {
+    m_tokensStart = sentence.items.front().start;
+    m_tokensEnd = sentence.items.back().start + sentence.items.back().length;
+  }
+  sentence.start = position(m_tokensStart);
+  sentence.length = position(m_tokensEnd - m_tokensStart);
+  return true;
 }
 
 }  // namespace kavrel

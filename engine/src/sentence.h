@@ -5,6 +5,13 @@
 //
 // Positions and lengths count bytes of the text given to kavrel_port_speak_text. Everything here is
 // plain data, used by one thread at a time.
+//
+// Words. A token is a run of characters that are not blank; every tag ends it. Control characters
+// are blank. The place of a word is its token without the punctuation around it; signs that are
+// spoken (& % + = @ # and the like) are no punctuation.
+// Sentences. A sentence ends behind ". ! ?" or "..." at the end of a token, closing quotes and
+// brackets included, unless the token is an abbreviation; and at an empty line. Marks and breaks
+// belong to the sentence they touch, else to the one that follows.
 #pragma once
 
 #include <cstdint>
@@ -12,24 +19,14 @@
 #include <string_view>
 #include <vector>
 
+#include "markup.h"
+#include "style.h"
+#include "words.h"
+
 namespace kavrel {
 
-// How a stretch of text is to be spoken. What the text does not set is left to the voice.
-struct Style {
-  static constexpr double kUnset = -1;
-
-  double rate = kUnset;    // words per minute
-  double volume = kUnset;  // percent of the voice's own loudness; 0 and up
-  double pitch = kUnset;   // Hz
-  double range = kUnset;   // Hz
-  bool spellOut = false;   // letter by letter
-  bool digits = false;     // numbers digit by digit
-  bool emphasis = false;
-
-  bool operator==(const Style&) const = default;
-};
-
-// A phone of our phone set ("ae", "dh", "pau"); stress 1 or 0 for vowels that carry a digit, else -1.
+// A phone of our phone set ("ae", "dh", "pau"); stress 1 or 0 for vowels that carry a digit, else
+// -1.
 struct Phone {
   std::string name;
   int stress = -1;
@@ -38,36 +35,42 @@ struct Phone {
 };
 
 struct Item {
+  static constexpr std::uint32_t kMaxBreak = 10 * 60 * 1000;
+
   enum class Kind {
     Word,    // speak `text`, report a word (when `reported`) and its phones
     Mark,    // report the bookmark `name`
     Break,   // be silent for `milliseconds`
-    Phones,  // speak `phones`, report one word
+    Phones,  // speak `phones`, report one word (when `reported`) and the phones
   };
 
   Kind kind = Kind::Word;
-  // The place to report. Word: the word without the punctuation around it; Mark: the whole tag;
-  // Phones: the content of the element.
+  // The place to report. Word: the word without the punctuation around it; Mark, Break: the whole
+  // tag; Phones: the content of the element without the blanks around it.
   std::uint32_t start = 0;
   std::uint32_t length = 0;
   // Word: the characters to speak (Unicode), punctuation included, never blank, entities resolved.
   std::wstring text;
-  // Word, Phones: false for a token of punctuation alone, which is spoken but is no word.
+  // Word: false for a token of punctuation alone, which is spoken but is no word. Phones: false for
+  // an element without content.
   bool reported = true;
   // Mark: the name as it stands in the text, entities resolved. Word and Phones: the same bytes
   // that start and length name, entities resolved (for kavrel_event_get_text).
   std::string name;
-  std::uint32_t milliseconds = 0;
-  std::vector<Phone> phones;
+  std::uint32_t milliseconds = 0;  // 0 to kMaxBreak; 0 where the text gives no time
+  std::vector<Phone> phones;       // not empty
   Style style;
 };
 
 struct Sentence {
+  // From the first token to the last; from the first item to the last where there is no token.
   std::uint32_t start = 0;
   std::uint32_t length = 0;
-  // False for the rest of a sentence that was too long for one piece: no sentence begins here.
+  // False for the rest of a sentence that was too long for one piece, and for items without a word
+  // (marks behind the last sentence): no sentence begins here.
   bool begins = true;
-  // False when the sentence goes on in the next piece: no sentence pause belongs behind it.
+  // False when the sentence goes on in the next piece, and when none had begun: no sentence pause
+  // belongs behind it.
   bool ends = true;
   std::vector<Item> items;
 };
@@ -80,6 +83,9 @@ class SentenceReader {
   // there is one.
   static constexpr std::size_t kMaxSentenceBytes = 64 * 1024;
 
+  // The most bytes of text in one Word; a longer token comes as several words.
+  static constexpr std::size_t kMaxTokenBytes = 512;
+
   // `text` (ISO 8859-15) must outlive the reader.
   explicit SentenceReader(std::string_view text);
 
@@ -88,7 +94,52 @@ class SentenceReader {
   bool next(Sentence& sentence);
 
  private:
-  std::string_view m_text;
+  // What an event of the markup scanner leads to.
+  enum class Step {
+    GoOn,
+    End,     // the sentence is over, the event used up
+    EndOff,  // the sentence ended in front of the event
+    CutOff,  // the piece is full; the sentence goes on with the event
+  };
+
+  Step handle(const MarkupEvent& event, Sentence& sentence);
+  Step handleBlank(const MarkupEvent& event, Sentence& sentence);
+  Step handleLetter(const MarkupEvent& event, Sentence& sentence);
+  Step handleStartTag(const MarkupEvent& event, Sentence& sentence);
+  Step handlePhoneme(const MarkupEvent& event, Sentence& sentence);
+  Step handleContent(const MarkupEvent& event, Sentence& sentence);
+  bool stopHolds(char32_t following);
+  bool fits(std::size_t end, const Sentence& sentence) const;
+  void endToken(Sentence& sentence);
+  void closePhones(Sentence& sentence);
+  Step add(Item item, const MarkupEvent& tag, Sentence& sentence);
+  void cover(std::size_t start, std::size_t end, const Sentence& sentence);
+  bool finish(bool ended, Sentence& sentence);
+
+  MarkupScanner m_scanner;
+  StyleStack m_styles;
+  MarkupEvent m_held;  // to be handled again, in the next piece
+  bool m_isHeld = false;
+
+  std::vector<Letter> m_token;  // the token being read
+  Stop m_stop = Stop::None;     // how the last token ended
+  bool m_glued = false;         // only tags have come since the last token
+  int m_newlines = 0;           // in the blanks since the last token
+  bool m_afterReturn = false;   // the last character was a carriage return
+  bool m_begun = false;         // the sentence has begun in an earlier piece
+
+  // The piece being filled.
+  std::size_t m_pieceStart = 0;
+  bool m_hasTokens = false;
+  bool m_hasWords = false;
+  std::size_t m_tokensStart = 0;
+  std::size_t m_tokensEnd = 0;
+
+  // The phoneme element being read: the place of its item, and how much of the item's name is
+  // there for good (blanks at the end are not).
+  bool m_phonesOpen = false;
+  std::size_t m_phonesItem = 0;
+  std::size_t m_phonesName = 0;
 };
 
 }  // namespace kavrel
