@@ -1,0 +1,183 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "AppleMarkupToken.h"
+
+#include <array>
+#include <cstdio>
+#include <memory>
+#include <new>
+#include <stdexcept>
+#include <string_view>
+
+#include <cst.h>
+
+namespace {
+
+enum class Argument {
+  Any,       // none needed
+  Exact,     // as written
+  AnyCase,   // written small here
+};
+
+struct Rule {
+  std::string_view word;
+  Argument how;
+  std::string_view argument;
+  AppleMarkupToken::AppleTagType type;
+};
+
+// Rationale: the arguments of "char" have to be large, those of "inpt", "nmbr" and "ctxt" may be
+// of any case.
+constexpr std::array<Rule, 25> kRules = {{
+    {"char", Argument::Exact, "LTRL", AppleMarkupToken::CHAR_SPELLOUT_TAG},
+    {"char", Argument::Exact, "NORM", AppleMarkupToken::CHAR_NORMAL_TAG},
+    {"cmnt", Argument::Any, "", AppleMarkupToken::COMMENT_TAG},
+    {"dlim", Argument::Any, "", AppleMarkupToken::DELIM_TAG},
+    {"emph", Argument::Exact, "+", AppleMarkupToken::EMPHASIS_POSITIVE_TAG},
+    {"emph", Argument::Exact, "-", AppleMarkupToken::EMPHASIS_NONE_TAG},
+    {"inpt", Argument::AnyCase, "phon", AppleMarkupToken::PHONEME_TAG},
+    {"inpt", Argument::AnyCase, "tune", AppleMarkupToken::TUNE_PHONES_TAG},
+    {"inpt", Argument::AnyCase, "text", AppleMarkupToken::TEXT_TAG},
+    {"nmbr", Argument::AnyCase, "norm", AppleMarkupToken::NUMBER_NORMAL_TAG},
+    {"nmbr", Argument::AnyCase, "ltrl", AppleMarkupToken::NUMBER_SPELLOUT_TAG},
+    {"pbas", Argument::Any, "", AppleMarkupToken::PITCH_TAG},
+    {"pmod", Argument::Any, "", AppleMarkupToken::PITCH_RANGE_TAG},
+    {"rate", Argument::Any, "", AppleMarkupToken::RATE_TAG},
+    {"rset", Argument::Any, "", AppleMarkupToken::RESET_TAG},
+    {"slnc", Argument::Any, "", AppleMarkupToken::SILENCE_TAG},
+    {"sync", Argument::Any, "", AppleMarkupToken::SYNC_TAG},
+    {"vers", Argument::Any, "", AppleMarkupToken::VERSION_TAG},
+    {"volm", Argument::Any, "", AppleMarkupToken::VOLUME_TAG},
+    {"xtnd", Argument::Any, "", AppleMarkupToken::EXTENSION_TAG},
+    {"ctxt", Argument::AnyCase, "word", AppleMarkupToken::WORD_CONTEXT_TAG},
+    {"ctxt", Argument::AnyCase, "wskp", AppleMarkupToken::WORD_SKIP_CONTEXT_TAG},
+    {"ctxt", Argument::AnyCase, "text", AppleMarkupToken::TEXT_CONTEXT_TAG},
+    {"ctxt", Argument::AnyCase, "tskp", AppleMarkupToken::TEXT_SKIP_CONTEXT_TAG},
+    {"ctxt", Argument::AnyCase, "norm", AppleMarkupToken::NORMAL_CONTEXT_TAG},
+}};
+
+char small(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
+
+bool equalsSmall(std::string_view text, std::string_view smallText) {
+  if (text.size() != smallText.size()) return false;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (small(text[i]) != smallText[i]) return false;
+  }
+  return true;
+}
+
+bool matches(const Rule& rule, const std::vector<std::string>& words) {
+  if (words[0] != rule.word) return false;
+  switch (rule.how) {
+    case Argument::Any:
+      return true;
+    case Argument::Exact:
+      return words.size() > 1 && words[1] == rule.argument;
+    case Argument::AnyCase:
+      return words.size() > 1 && equalsSmall(words[1], rule.argument);
+  }
+  return false;
+}
+
+AppleMarkupToken::AppleTagType classify(const std::vector<std::string>& words) {
+  if (words.empty()) return AppleMarkupToken::UNKNOWN;
+  for (const Rule& rule : kRules) {
+    if (matches(rule, words)) return rule.type;
+  }
+  return AppleMarkupToken::UNKNOWN;
+}
+
+constexpr const char* kPunctuation = "[];";
+
+struct CloseStream {
+  void operator()(cst_tokenstream* stream) const { ts_close(stream); }
+};
+
+void split(const std::string& token, std::vector<std::string>& words) {
+  words.clear();
+  const std::unique_ptr<cst_tokenstream, CloseStream> stream(
+      ts_open_string(token.c_str(), nullptr, "+-", kPunctuation, kPunctuation));
+  if (!stream) throw std::bad_alloc();
+  while (!ts_eof(stream.get())) {
+    const std::string_view word = ts_get(stream.get());
+    // Engines differ in what they make of a word of punctuation alone; it never is a word here.
+    if (word.find_first_not_of(kPunctuation) != std::string_view::npos) words.emplace_back(word);
+  }
+}
+
+// Rationale: some kinds have no label of their own, and one label is misspelt; programs that read
+// the dump expect that.
+const char* label(AppleMarkupToken::AppleTagType type) {
+  switch (type) {
+    case AppleMarkupToken::CHAR_SPELLOUT_TAG:
+      return "char-literal-tag";
+    case AppleMarkupToken::CHAR_NORMAL_TAG:
+      return "char-normal-tag";
+    case AppleMarkupToken::COMMENT_TAG:
+      return "comment-tag (ignored)";
+    case AppleMarkupToken::DELIM_TAG:
+      return "delimeter-tag (ignored)";
+    case AppleMarkupToken::EMPHASIS_POSITIVE_TAG:
+      return "emphasis-positive-tag";
+    case AppleMarkupToken::EMPHASIS_NONE_TAG:
+      return "emphasis-negative-tag";
+    case AppleMarkupToken::PHONEME_TAG:
+      return "phoneme-tag";
+    case AppleMarkupToken::TEXT_TAG:
+      return "text-tag";
+    case AppleMarkupToken::NUMBER_SPELLOUT_TAG:
+      return "number-spellout-tag";
+    case AppleMarkupToken::NUMBER_NORMAL_TAG:
+      return "number-text-tag";
+    case AppleMarkupToken::PITCH_TAG:
+      return "prosody-pitch-change-tag";
+    case AppleMarkupToken::PITCH_RANGE_TAG:
+      return "prosody-pitch-range-change-tag";
+    case AppleMarkupToken::RATE_TAG:
+      return "prosody-rate-change-tag";
+    case AppleMarkupToken::RESET_TAG:
+      return "reset-tag";
+    case AppleMarkupToken::SILENCE_TAG:
+      return "silence-tag";
+    case AppleMarkupToken::SYNC_TAG:
+      return "synchronize-tag";
+    case AppleMarkupToken::VERSION_TAG:
+      return "version-tag";
+    case AppleMarkupToken::VOLUME_TAG:
+      return "volume-tag";
+    case AppleMarkupToken::EXTENSION_TAG:
+      return "extension-tag (ignored)";
+    case AppleMarkupToken::UNKNOWN:
+      return "unknown tag (ignored)";
+    default:
+      return "undefined tag (ignored)";
+  }
+}
+
+}  // namespace
+
+void AppleMarkupToken::setTokenString(std::string token) {
+  m_token = std::move(token);
+  m_size = static_cast<int>(m_token.size());
+  split(m_token, m_subTokens);
+  m_type = classify(m_subTokens);
+}
+
+std::string AppleMarkupToken::getTokenClass() const {
+  if (m_subTokens.empty()) throw std::out_of_range("vector::_M_range_check");
+  return m_subTokens.front();
+}
+
+std::string AppleMarkupToken::getTokenArg(int index) const {
+  if (index < -1 || index + 1 >= static_cast<int>(m_subTokens.size())) return std::string();
+  return m_subTokens[static_cast<std::size_t>(index + 1)];
+}
+
+void AppleMarkupToken::print() const {
+  std::printf("Apple Token: \"%s\" (%s) size: %d\n", m_token.c_str(), label(m_type), m_size);
+}
+
+std::string tolower(const std::string& text) {
+  std::string result = text;
+  for (char& c : result) c = small(c);
+  return result;
+}

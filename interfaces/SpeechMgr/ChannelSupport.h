@@ -1,0 +1,81 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// What the source files of the channel layer share and nobody else needs: keeping records alive,
+// locks as scopes, fields that two threads touch.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+
+#include "Diagnostics.h"
+#include "SpeechChannel.h"
+
+#define CHANNEL_LINE(...) DIAG_LINE(kDiagChannels, 3, "SpeechChannel", __VA_ARGS__)
+
+// Keeps `channel` while it is one of the living; false when it is not (any more).
+bool retain_channel(speech_channel* channel);
+
+// Lets go; the last to do so frees the record.
+void release_channel(speech_channel* channel);
+
+// The process's engine, or null when it could not be opened.
+kavrel_engine_struct* channel_engine();
+
+// False when the system refused a thread; `routine` has not run then.
+bool start_detached_thread(void* (*routine)(void*), void* argument);
+
+// Has job number `job` finished on a thread of its own.
+void start_finishing(speech_channel* channel, unsigned int job);
+
+// A client knows its channel by the identifier, in the form that the callback types have for it.
+inline SpeechChannel client_channel(SpeechChannelIdentifier id) {
+  return reinterpret_cast<SpeechChannel>(static_cast<std::intptr_t>(id));
+}
+
+inline SRefCon client_refcon(long refcon) {
+  return reinterpret_cast<SRefCon>(static_cast<std::intptr_t>(refcon));
+}
+
+// Calls a client on one of our threads, where an exception of the client's has nowhere to go.
+template <typename Call>
+void call_client(Call call) {
+  try {
+    call();
+  } catch (...) {
+  }
+}
+
+// The channel's lock, for a scope.
+class ChannelLock {
+ public:
+  explicit ChannelLock(speech_channel* channel) : m_mutex(&channel->mtx) { mutex_lock(m_mutex); }
+  ~ChannelLock() { mutex_unlock(m_mutex); }
+  ChannelLock(const ChannelLock&) = delete;
+  ChannelLock& operator=(const ChannelLock&) = delete;
+
+ private:
+  pthread_mutex_t* m_mutex;
+};
+
+// A leaf lock, for a scope in which nothing outside this plug-in is called.
+class LeafLock {
+ public:
+  explicit LeafLock(pthread_mutex_t& mutex) : m_mutex(mutex) { pthread_mutex_lock(&m_mutex); }
+  ~LeafLock() { pthread_mutex_unlock(&m_mutex); }
+  LeafLock(const LeafLock&) = delete;
+  LeafLock& operator=(const LeafLock&) = delete;
+
+ private:
+  pthread_mutex_t& m_mutex;
+};
+
+// A plain field that the engine's thread and the clients' threads both touch.
+template <typename T>
+T load_shared(T& field) {
+  return std::atomic_ref<T>(field).load(std::memory_order_acquire);
+}
+
+template <typename T>
+void store_shared(T& field, T value) {
+  std::atomic_ref<T>(field).store(value, std::memory_order_release);
+}

@@ -1,0 +1,27 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Writing a line of the diagnostic log: four calls of the engine library, made only when the area is
+// switched on and the level is above the line's threshold. The arguments are not evaluated
+// otherwise.
+#pragma once
+
+#include <cst.h>
+
+// The parts of the plug-in that write lines, as bits of cst_diag_mask.
+inline constexpr unsigned int kDiagChannels = 0x800;
+inline constexpr unsigned int kDiagMarkup = 0x1000;
+
+inline bool diagnosing(unsigned int area, int above) {
+  return (cst_diag_mask & area) != 0 && cst_diag_level > above;
+}
+
+// DIAG_LINE(area, above, source file name, format, arguments ...)
+#define DIAG_LINE(area, above, file, ...)                \
+  do {                                                   \
+    if (diagnosing(area, above)) {                       \
+      cst_dbg_timestamp();                               \
+      cst_dbg_ffl(file, __func__, __LINE__);             \
+      cst_dbg_context(area);                             \
+      cst_errmsg(__VA_ARGS__);                           \
+    }                                                    \
+  } while (false)

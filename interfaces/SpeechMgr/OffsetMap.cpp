@@ -1,0 +1,355 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "OffsetMap.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <numeric>
+#include <unordered_map>
+
+#include "Diagnostics.h"
+
+namespace {
+
+std::uint32_t unsignedOf(std::int32_t amount) { return static_cast<std::uint32_t>(amount); }
+std::int32_t signedOf(std::uint32_t amount) { return static_cast<std::int32_t>(amount); }
+
+std::uint32_t endOf(const OffsetMap::Offset& range) { return range.pos + unsignedOf(range.amount); }
+
+const char* yesNo(bool value) { return value ? "YES" : "NO"; }
+
+// Greatest value so far, for every index: what makes "the first that reaches x" a binary search.
+template <typename Range, typename Value>
+std::vector<std::uint32_t> runningMaximum(const Range& range, Value value) {
+  std::vector<std::uint32_t> maximum;
+  maximum.reserve(range.size());
+  std::uint32_t greatest = 0;
+  for (const auto& element : range) {
+    greatest = std::max(greatest, value(element));
+    maximum.push_back(greatest);
+  }
+  return maximum;
+}
+
+std::size_t firstReaching(const std::vector<std::uint32_t>& maximum, std::uint32_t value) {
+  return static_cast<std::size_t>(std::lower_bound(maximum.begin(), maximum.end(), value) -
+                                  maximum.begin());
+}
+
+// The same, for queries that mostly ascend: `cursor` remembers the last answer.
+std::size_t firstReaching(const std::vector<std::uint32_t>& maximum, std::uint32_t value,
+                          std::size_t& cursor) {
+  const auto answers = [&](std::size_t index) {
+    return (index == 0 || maximum[index - 1] < value) &&
+           (index == maximum.size() || maximum[index] >= value);
+  };
+  if (cursor > maximum.size()) cursor = 0;
+  if (answers(cursor)) return cursor;
+  if (cursor < maximum.size() && answers(cursor + 1)) return ++cursor;
+  return cursor = firstReaching(maximum, value);
+}
+
+// Ranges that end at the same place and are of the same kind grow together from then on, so they
+// form a group that only has to remember its end.
+class TouchingGroups {
+ public:
+  explicit TouchingGroups(std::size_t expected) {
+    m_parents.reserve(expected);
+    m_ends.reserve(expected);
+    m_byEnd.reserve(expected);
+  }
+
+  // A new range, with the next index.
+  void add(std::uint32_t end, bool inserted) {
+    const auto index = static_cast<std::uint32_t>(m_parents.size());
+    m_parents.push_back(index);
+    m_ends.push_back(end);
+    place(index, inserted);
+  }
+
+  // Grows the ranges that end at `position`; false when there is none.
+  bool grow(std::uint32_t position, std::uint32_t amount, bool inserted) {
+    const auto found = m_byEnd.find(key(position, inserted));
+    if (found == m_byEnd.end()) return false;
+    if (amount == 0) return true;
+    const std::uint32_t group = found->second;
+    m_byEnd.erase(found);
+    m_ends[group] = position + amount;
+    place(group, inserted);
+    return true;
+  }
+
+  std::uint32_t endOfRange(std::size_t index) { return m_ends[root(static_cast<std::uint32_t>(index))]; }
+
+ private:
+  static std::uint64_t key(std::uint32_t end, bool inserted) {
+    return (static_cast<std::uint64_t>(end) << 1) | static_cast<std::uint64_t>(inserted);
+  }
+
+  void place(std::uint32_t group, bool inserted) {
+    const auto [entry, added] = m_byEnd.try_emplace(key(m_ends[group], inserted), group);
+    if (!added) m_parents[group] = entry->second;
+  }
+
+  std::uint32_t root(std::uint32_t index) {
+    while (m_parents[index] != index) {
+      m_parents[index] = m_parents[m_parents[index]];
+      index = m_parents[index];
+    }
+    return index;
+  }
+
+  std::vector<std::uint32_t> m_parents;
+  std::vector<std::uint32_t> m_ends;  // of a root
+  std::unordered_map<std::uint64_t, std::uint32_t> m_byEnd;
+};
+
+}  // namespace
+
+void OffsetMap::Reach::add(const Offset& record) {
+  pos[record.type] = std::max(pos[record.type], record.pos);
+  any[record.type] = true;
+}
+
+void OffsetMap::insert(unsigned int pos, int amount, TokenType type, bool insertedCode) {
+  if (diagnosing(kDiagMarkup, 5)) {
+    std::printf("INSERT NEW TOKEN pos: %d amount: %d ", signedOf(pos), amount);
+    if (type == APPLE_TOKEN) std::printf("token type: APPLE_TOKEN ");
+    if (type == SSML_TOKEN) std::printf("token type: SSML_TOKEN ");
+    std::printf("inserted: %s\n", yesNo(insertedCode));
+  }
+  finalListsBuilt = false;
+  Offset record{pos, amount, insertedCode, type};
+  if (m_offsets.empty()) return insertAt(0, record);
+
+  std::ptrdiff_t slot = findSlot(record);
+  if (slot < 0) return insertAt(m_offsets.size(), record);
+
+  Offset& there = m_offsets[static_cast<std::size_t>(slot)];
+  if (there.pos == record.pos && there.type == record.type) {
+    if (record.amount < there.amount && there.insertedCode) {
+      // A command at the start of inserted settings text cuts that text's record in two.
+      const std::int32_t rest = signedOf(unsignedOf(there.amount) - unsignedOf(record.amount));
+      there.amount = record.amount;
+      record = {there.pos + unsignedOf(record.amount), rest, true, record.type};
+      ++slot;
+    } else if (record.amount == there.amount && record.insertedCode != there.insertedCode) {
+      there.insertedCode = true;
+      return;
+    } else if (there.insertedCode) {
+      return;
+    }
+  }
+  insertAt(static_cast<std::size_t>(slot), record);
+}
+
+// The record at the same place, or the slot before the first later record of its type; -1: none.
+// Rationale: one slot earlier than the later record, which for the first record means no slot, so
+// that the search goes on behind it.
+std::ptrdiff_t OffsetMap::findSlot(const Offset& record) const {
+  const Offset& first = m_offsets.front();
+  if (first.type == record.type && first.pos == record.pos) return 0;
+
+  const auto block = std::partition_point(m_reach.begin(), m_reach.end(), [&](const Reach& reach) {
+    return !reach.any[record.type] || reach.pos[record.type] < record.pos;
+  });
+  if (block == m_reach.end()) return -1;
+  std::size_t index = static_cast<std::size_t>(block - m_reach.begin()) * kBlock;
+  for (index = std::max<std::size_t>(index, 1);; ++index) {
+    const Offset& later = m_offsets[index];
+    if (later.type != record.type || later.pos < record.pos) continue;
+    return static_cast<std::ptrdiff_t>(later.pos == record.pos ? index : index - 1);
+  }
+}
+
+void OffsetMap::insertAt(std::size_t index, const Offset& record) {
+  m_offsets.insert(m_offsets.begin() + static_cast<std::ptrdiff_t>(index), record);
+  // From here on the blocks hold other records than before.
+  std::size_t block = index / kBlock;
+  m_reach.resize((m_offsets.size() + kBlock - 1) / kBlock);
+  const bool appended = index + 1 == m_offsets.size();
+  if (appended && index % kBlock != 0) {
+    m_reach[block].add(record);
+    return;
+  }
+  for (; block < m_reach.size(); ++block) {
+    m_reach[block] = block == 0 ? Reach{} : m_reach[block - 1];
+    const std::size_t end = std::min(m_offsets.size(), (block + 1) * kBlock);
+    for (std::size_t i = std::max<std::size_t>(block * kBlock, 1); i < end; ++i) {
+      m_reach[block].add(m_offsets[i]);
+    }
+  }
+}
+
+void OffsetMap::buildFinalLists() {
+  finalListsBuilt = true;
+  buildAppleRanges();
+  if (!appleRanges.empty()) buildSsmlRanges();
+  buildLookup();
+}
+
+void OffsetMap::buildAppleRanges() {
+  TouchingGroups groups(m_offsets.size());
+  for (const Offset& range : appleRanges) groups.add(endOf(range), range.insertedCode);
+  for (const Offset& record : m_offsets) {
+    if (record.type != APPLE_TOKEN) continue;
+    if (groups.grow(record.pos, unsignedOf(record.amount), record.insertedCode)) continue;
+    appleRanges.push_back(record);
+    groups.add(endOf(record), record.insertedCode);
+  }
+  for (std::size_t i = 0; i < appleRanges.size(); ++i) {
+    appleRanges[i].amount = signedOf(groups.endOfRange(i) - appleRanges[i].pos);
+  }
+}
+
+// The stretches of plain text before, between and behind the Apple ranges. There is at least one
+// range.
+std::vector<OffsetMap::Offset> OffsetMap::plainGaps() const {
+  std::vector<Offset> all;
+  all.reserve(appleRanges.size() + 1);
+  std::uint32_t start = 0;
+  for (const Offset& range : appleRanges) {
+    all.push_back({start, signedOf(range.pos - start), false, APPLE_TOKEN});
+    start = endOf(range);
+  }
+  all.push_back({start, -1, false, APPLE_TOKEN});
+
+  std::vector<Offset> kept;
+  kept.reserve(all.size());
+  for (std::size_t i = 0; i < all.size(); ++i) {
+    if (all[i].pos == 0 && all[i].amount == 0) {
+      // Rationale: the one that follows an empty first gap stays, whatever it is.
+      if (++i == all.size()) break;
+    }
+    kept.push_back(all[i]);
+  }
+  return kept;
+}
+
+void OffsetMap::buildSsmlRanges() {
+  const std::vector<Offset> gaps = plainGaps();
+  const auto gapReach = runningMaximum(gaps, [](const Offset& gap) { return gap.pos; });
+  std::vector<std::uint32_t> plainUpTo;  // plain text up to and with each gap
+  plainUpTo.reserve(gaps.size());
+  std::uint32_t plain = 0;
+  for (const Offset& gap : gaps) plainUpTo.push_back(plain += unsignedOf(gap.amount));
+  const auto appleReach = runningMaximum(appleRanges, endOf);
+
+  const auto plainBefore = [&](const Offset& range) -> std::uint32_t {
+    if (range.pos <= gaps.front().pos) return 0;
+    // gaps[0] starts before the range, so the first one that does not has one in front of it.
+    const std::size_t next = std::min(firstReaching(gapReach, range.pos), gaps.size());
+    return plainUpTo[next - 1];
+  };
+
+  ssmlRanges.resize(appleRanges.size());
+  std::size_t slot = 0;
+  std::uint32_t before = 0;  // markup of the records before this one
+  for (const Offset& record : m_offsets) {
+    if (record.type != SSML_TOKEN) continue;
+    const std::uint32_t markupBefore = before;
+    before += unsignedOf(record.amount);
+    const std::size_t range = firstReaching(appleReach, record.pos);
+    if (range == appleRanges.size()) continue;
+
+    if (slot >= ssmlRanges.size()) ssmlRanges.resize(slot + 1);
+    Offset& target = ssmlRanges[slot];
+    if (target.pos == 0 && target.amount == 0) {
+      target = record;
+      target.pos =
+          range == 0 ? appleRanges[0].pos : plainBefore(appleRanges[range]) + markupBefore;
+      ++slot;
+    } else {
+      target.amount = signedOf(unsignedOf(target.amount) + unsignedOf(record.amount));
+    }
+  }
+}
+
+void OffsetMap::buildLookup() {
+  m_lookup = Lookup();
+  m_lookup.ssmlReach = runningMaximum(ssmlRanges, [](const Offset& range) { return range.pos; });
+  m_lookup.ssmlBefore.reserve(ssmlRanges.size() + 1);
+  std::uint32_t markup = 0;
+  for (const Offset& range : ssmlRanges) {
+    m_lookup.ssmlBefore.push_back(markup);
+    markup += unsignedOf(range.amount);
+  }
+  m_lookup.ssmlBefore.push_back(markup);
+
+  std::int64_t plain = 0;
+  std::uint32_t greatest = 0;
+  std::uint32_t removed = 0;
+  for (std::size_t j = 0; j < appleRanges.size(); ++j) {
+    // Rationale: the last range is the converter's closing text and never counts.
+    if (j + 1 < appleRanges.size()) {
+      plain += signedOf(appleRanges[j + 1].pos - endOf(appleRanges[j]));
+      if (!appleRanges[j].insertedCode) removed += unsignedOf(appleRanges[j].amount);
+    }
+    if (plain < 0 || plain > INT32_MAX) m_lookup.wraps = true;
+    greatest = std::max(greatest, static_cast<std::uint32_t>(plain));
+    m_lookup.plainReach.push_back(greatest);
+    m_lookup.removed.push_back(removed);
+  }
+}
+
+unsigned int OffsetMap::offset(unsigned int pos) {
+  if (!finalListsBuilt) buildFinalLists();
+
+  const std::size_t ranges = firstReaching(m_lookup.ssmlReach, pos, m_lookup.ssmlCursor);
+  const std::uint32_t correction = m_lookup.ssmlBefore[ranges];
+
+  // Rationale: both "+ 1" are part of the arithmetic, boundary effects included.
+  std::uint32_t rest = pos - correction + 1;
+  if (!appleRanges.empty() && appleRanges.front().pos != 0) rest = rest - appleRanges.front().pos + 1;
+  if (signedOf(rest) <= 0 || appleRanges.empty()) return correction;
+  if (m_lookup.wraps) return walkAppleRanges(signedOf(rest), correction);
+
+  const std::size_t range = firstReaching(m_lookup.plainReach, rest, m_lookup.appleCursor);
+  return correction - m_lookup.removed[std::min(range, appleRanges.size() - 1)];
+}
+
+unsigned int OffsetMap::walkAppleRanges(std::int32_t rest, std::uint32_t correction) const {
+  for (std::size_t j = 0; j + 1 < appleRanges.size(); ++j) {
+    if (!appleRanges[j].insertedCode) correction -= unsignedOf(appleRanges[j].amount);
+    rest = signedOf(unsignedOf(rest) - (appleRanges[j + 1].pos - endOf(appleRanges[j])));
+    if (rest <= 0) break;
+  }
+  return correction;
+}
+
+void OffsetMap::clean() {
+  finalListsBuilt = false;
+  appleRanges.clear();
+  ssmlRanges.clear();
+  m_offsets.clear();
+  m_reach.clear();
+}
+
+void OffsetMap::print() {
+  if (!finalListsBuilt) buildFinalLists();
+  std::printf("APPLE:\n");
+  for (std::size_t i = 0; i < appleRanges.size(); ++i) {
+    const Offset& range = appleRanges[i];
+    std::printf("\t%d POS: %d  AMOUNT: %d  INSERTED: %s\n", static_cast<int>(i),
+                signedOf(range.pos), range.amount, yesNo(range.insertedCode));
+  }
+  std::printf("SSML:\n");
+  for (std::size_t i = 0; i < ssmlRanges.size(); ++i) {
+    std::printf("\t%d POS: %d  AMOUNT: %d \n", static_cast<int>(i), signedOf(ssmlRanges[i].pos),
+                ssmlRanges[i].amount);
+  }
+  for (std::size_t i = 0; i < m_offsets.size(); ++i) {
+    const Offset& record = m_offsets[i];
+    std::fprintf(stderr, "%d OFFSETS: position: %d amount: %d inserted: %s ", static_cast<int>(i),
+                 signedOf(record.pos), record.amount, yesNo(record.insertedCode));
+    switch (record.type) {
+      case APPLE_TOKEN:
+        std::fprintf(stderr, "type: APPLE_TOKEN\n");
+        break;
+      case SSML_TOKEN:
+        std::fprintf(stderr, "type: SSML_TOKEN\n");
+        break;
+      default:
+        std::fprintf(stderr, "type: UNKNOWN\n");
+    }
+  }
+}

@@ -1,0 +1,228 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "SpeechChannel.h"
+
+#include <new>
+#include <unordered_set>
+
+#include "ChannelSupport.h"
+#include "KavrelSpeechEngine.h"
+
+namespace {
+
+pthread_mutex_t registry_lock = PTHREAD_MUTEX_INITIALIZER;
+speech_channel* channels = nullptr;  // the newest; under registry_lock
+
+// Every record that is not freed yet, registered or not; under registry_lock. An engine may send an
+// event for a channel that is long gone, and only this tells. Never destroyed: engine threads may
+// outlive the process's static objects.
+std::unordered_set<speech_channel*>& living() {
+  static auto& records = *new std::unordered_set<speech_channel*>;
+  return records;
+}
+
+// Held while the engine is opened, so that two first channels open it once.
+pthread_mutex_t engine_lock = PTHREAD_MUTEX_INITIALIZER;
+kavrel_engine_struct* engine = nullptr;  // under engine_lock
+
+void open_engine(kavrel_params* params) {
+  LeafLock held(engine_lock);
+  if (engine != nullptr) return;
+  CHANNEL_LINE("Opening Kavrel Engine.\n");
+  kavrel_params_set_val(params, "voice/cache-policy", kavrel_val_string("preload"));
+  engine = kavrel_engine_open(params);
+}
+
+void init_locks(speech_channel* channel) {
+  pthread_mutexattr_t recursive;
+  pthread_mutexattr_init(&recursive);
+  pthread_mutexattr_settype(&recursive, PTHREAD_MUTEX_RECURSIVE);
+  pthread_mutex_init(&channel->mtx, &recursive);
+  pthread_mutexattr_destroy(&recursive);
+  pthread_cond_init(&channel->speech_finished, nullptr);
+}
+
+void free_record(speech_channel* channel) {
+  cst_free(channel->outfile);
+  cst_free(channel->voice);
+  cst_free(channel->voxdir);
+  cst_free(channel->text);
+  delete channel->text_offsets;
+  delete channel->text_positions;
+  mutex_destroy(&channel->mtx);
+  pthread_cond_destroy(&channel->speech_finished);
+  pthread_mutex_destroy(&channel->job_state.leaf);
+  delete channel;
+}
+
+// With registry_lock held.
+speech_channel* registered(SpeechChannelIdentifier ssr) {
+  speech_channel* channel = channels;
+  while (channel != nullptr && channel->id != ssr) channel = channel->next;
+  return channel;
+}
+
+// With registry_lock held.
+void link_channel(speech_channel* channel) {
+  channel->next = channels;
+  if (channels != nullptr) channels->prev = channel;
+  channels = channel;
+}
+
+// With registry_lock held.
+void unlink_channel(speech_channel* channel) {
+  if (channel->prev != nullptr) channel->prev->next = channel->next;
+  if (channel->next != nullptr) channel->next->prev = channel->prev;
+  if (channels == channel) channels = channel->next;
+  channel->prev = nullptr;
+  channel->next = nullptr;
+}
+
+// False when another thread is closing the channel already.
+bool begin_closing(speech_channel* channel) {
+  LeafLock held(registry_lock);
+  if (channel->closing) return false;
+  channel->closing = true;
+  return true;
+}
+
+// Waits until the signalling thread of a job that is being finished has made its call. With the
+// lock held, once.
+void wait_for_signal(speech_channel* channel) {
+  if (channel->status != STATUS_CLOSING) return;
+  const unsigned int before = channel->jobs_signalled;
+  while (channel->jobs_signalled == before) {
+    pthread_cond_wait(&channel->speech_finished, &channel->mtx);
+  }
+}
+
+// A job that could not be stopped speaks on; its client hears no more of it.
+void forget_client(speech_channel* channel) {
+  store_shared(channel->cb_text_done, SpeechTextDoneProcPtr{});
+  store_shared(channel->cb_speech_done, SpeechDoneProcPtr{});
+  store_shared(channel->cb_sync, SpeechSyncProcPtr{});
+  store_shared(channel->cb_error, SpeechErrorProcPtr{});
+  store_shared(channel->cb_phoneme, SpeechPhonemeProcPtr{});
+  store_shared(channel->cb_word, SpeechWordProcPtr{});
+}
+
+}  // namespace
+
+long SetPitchDefaults(VoiceSpec* voice, SpeechMgrEnv& environment, bool force) {
+  VoiceDescription description{};
+  GetVoiceDescription(voice, &description, sizeof description);
+  if (force || environment.pitchBase == 0) {
+    environment.pitchBase = description.gender == kMale ? kAssumedMalePitch : kAssumedFemalePitch;
+    environment.pitchAssumedBase = static_cast<int>(environment.pitchBase);
+  }
+  return noErr;
+}
+
+kavrel_engine_struct* channel_engine() {
+  LeafLock held(engine_lock);
+  return engine;
+}
+
+bool retain_channel(speech_channel* channel) {
+  LeafLock held(registry_lock);
+  if (!living().contains(channel)) return false;
+  ++channel->holders;
+  return true;
+}
+
+void release_channel(speech_channel* channel) {
+  {
+    LeafLock held(registry_lock);
+    if (--channel->holders > 0) return;
+    living().erase(channel);
+  }
+  free_record(channel);
+}
+
+speech_channel* new_channel(SpeechChannelIdentifier ssr) {
+  // Rationale: one set for every call, used by the first only, and never released.
+  kavrel_params* params = kavrel_params_new(nullptr);
+  CHANNEL_LINE("New Speech Channel Requested.\n");
+  open_engine(params);
+
+  auto* channel = new (std::nothrow) speech_channel{};
+  if (channel == nullptr) return nullptr;
+  channel->id = ssr;
+  channel->status = STATUS_IDLE;
+  channel->holders = 1;
+  init_locks(channel);
+  {
+    LeafLock held(registry_lock);
+    try {
+      living().insert(channel);
+    } catch (const std::bad_alloc&) {
+      delete channel;
+      return nullptr;
+    }
+    link_channel(channel);
+  }
+  CHANNEL_LINE("New Speech Channel Created. ID: %d.\n", ssr);
+  return channel;
+}
+
+speech_channel* find_channel(SpeechChannelIdentifier ssr) {
+  CHANNEL_LINE("Searching for Speech Channel with ID: %d.\n", ssr);
+  speech_channel* channel = nullptr;
+  {
+    LeafLock held(registry_lock);
+    channel = registered(ssr);
+  }
+  if (channel != nullptr) CHANNEL_LINE("Found Speech Channel with ID: %d.\n", ssr);
+  return channel;
+}
+
+ChannelHold::ChannelHold(SpeechChannelIdentifier ssr) : m_channel(nullptr) {
+  CHANNEL_LINE("Searching for Speech Channel with ID: %d.\n", ssr);
+  {
+    LeafLock held(registry_lock);
+    speech_channel* channel = registered(ssr);
+    if (channel == nullptr || channel->closing) return;
+    ++channel->holders;
+    m_channel = channel;
+  }
+  CHANNEL_LINE("Found Speech Channel with ID: %d.\n", ssr);
+}
+
+ChannelHold::~ChannelHold() {
+  if (m_channel != nullptr) release_channel(m_channel);
+}
+
+void channel_set_voice(speech_channel* channel, VoiceSpec* voice, char* voxdir) {
+  CHANNEL_LINE("Setting Voice for Channel ID: %d to %s.\n", channel->id,
+               voxdir != nullptr ? voxdir : "(null)");
+  cst_free(channel->voice);
+  channel->voice = nullptr;
+  if (voice != nullptr) {
+    channel->voice = static_cast<VoiceSpec*>(cst_safe_alloc(sizeof(VoiceSpec)));
+    if (channel->voice != nullptr) MakeVoiceSpec(voice->creator, voice->id, channel->voice);
+  }
+  cst_free(channel->voxdir);
+  channel->voxdir = voxdir;
+  channel->voice_changed = 1;
+}
+
+void delete_channel(speech_channel* channel) {
+  CHANNEL_LINE("Delete Requested for Channel ID: %d.\n", channel->id);
+  if (!begin_closing(channel)) return;
+  {
+    ChannelLock held(channel);
+    channel_stop(channel, -1);
+    wait_for_signal(channel);
+    forget_client(channel);
+    cst_free(channel->voxdir);
+    channel->voxdir = nullptr;
+    cst_free(channel->voice);
+    channel->voice = nullptr;
+  }
+  // Rationale: the port stays open. Ports and the engine live until the process ends.
+  {
+    LeafLock held(registry_lock);
+    unlink_channel(channel);
+  }
+  release_channel(channel);
+  CHANNEL_LINE("Speech Channel Deleted.\n");
+}

@@ -1,0 +1,271 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The jobs of a channel: starting, pausing, stopping, and the two worker threads that finish one.
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <new>
+
+#include "ChannelSupport.h"
+#include "SpeechChannel.h"
+
+namespace {
+
+// The new job keeps the record until its END. One whose predecessor never sent its END takes over
+// what that one held.
+void begin_job(speech_channel* channel) {
+  bool held_already = false;
+  {
+    LeafLock held(channel->job_state.leaf);
+    held_already = !channel->job_state.end_seen;
+    ++channel->job_state.number;
+    channel->job_state.end_seen = false;
+  }
+  if (!held_already) retain_channel(channel);
+}
+
+// The job has not started, or its END has been noted elsewhere: it keeps the record no longer.
+void abandon_job(speech_channel* channel) {
+  {
+    LeafLock held(channel->job_state.leaf);
+    if (channel->job_state.end_seen) return;
+    channel->job_state.end_seen = true;
+  }
+  release_channel(channel);
+}
+
+// The engine could not wait for the job's END, so it comes later, perhaps during the next job.
+void note_owed_end(speech_channel* channel) {
+  LeafLock held(channel->job_state.leaf);
+  if (channel->job_state.end_seen) return;
+  channel->job_state.end_seen = true;
+  ++channel->job_state.ends_owed;
+}
+
+bool is_current_job(speech_channel* channel, unsigned int number) {
+  LeafLock held(channel->job_state.leaf);
+  return channel->job_state.number == number;
+}
+
+void close_port(speech_channel* channel) {
+  kavrel_port_close(channel->port);
+  channel->port = nullptr;
+}
+
+// A port that writes to a file serves one job, so an open one goes.
+void prepare_output(speech_channel* channel, kavrel_params* params) {
+  if (channel->outfile == nullptr) {
+    kavrel_params_set_val(params, "events/immediate", kavrel_val_int(0));
+    return;
+  }
+  channel->output_is_file = 1;
+  if (channel->port != nullptr) close_port(channel);
+  kavrel_params_set_val(params, "audio/output-file", kavrel_val_string(channel->outfile));
+  kavrel_params_set_val(params, "audio/output-format", kavrel_val_string("aiff"));
+  kavrel_params_set_val(params, "events/immediate", kavrel_val_int(1));
+}
+
+bool open_port(speech_channel* channel, kavrel_params* params) {
+  if (channel->port != nullptr) return true;
+  CHANNEL_LINE("Opening Kavrel Port for Channel ID: %d.\n", channel->id);
+  channel->port = kavrel_port_open(channel_engine(), params);
+  if (channel->port == nullptr) return false;
+  kavrel_port_set_callback(channel->port, channel_stream_callback, kChannelEvents, channel);
+  return true;
+}
+
+bool apply_voice(speech_channel* channel) {
+  if (!channel->voice_changed) return true;
+  if (kavrel_port_set_voice_from_dir(channel->port, channel->voxdir) == nullptr) return false;
+  channel->voice_changed = 0;
+  return true;
+}
+
+bool start_job(speech_channel* channel) {
+  begin_job(channel);
+  const kavrel_result_t result =
+      kavrel_port_speak_text(channel->port, channel->text, std::strlen(channel->text), nullptr,
+                             &channel->job, nullptr);
+  if (result >= 0) return true;
+  abandon_job(channel);
+  return false;
+}
+
+// With the lock held.
+void release_text(speech_channel* channel) {
+  channel->job = nullptr;
+  store_shared(channel->curr_pos, 0);
+  store_shared(channel->curr_phoneme, 0);
+  cst_free(channel->text);
+  channel->text = nullptr;
+  OffsetMap* offsets = nullptr;
+  PositionMap* positions = nullptr;
+  {
+    LeafLock held(channel->job_state.leaf);
+    std::swap(offsets, channel->text_offsets);
+    std::swap(positions, channel->text_positions);
+  }
+  delete offsets;
+  delete positions;
+}
+
+void* signal_and_release(void* argument) {
+  auto* channel = static_cast<speech_channel*>(argument);
+  channel_signal_speech_done(channel);
+  release_channel(channel);
+  return nullptr;
+}
+
+// With the lock held. True when there was a job to finish; the caller then has its end signalled.
+bool finish_current_job(speech_channel* channel) {
+  if (channel->status != STATUS_BUSY && channel->status != STATUS_PAUSED) return false;
+  channel->status = STATUS_CLOSING;
+  CHANNEL_LINE("Waiting for Job to Finish on Channel: %d.\n", channel->id);
+  if (kavrel_port_wait(channel->port, channel->job) == KAVREL_ENGINE_INUSE) note_owed_end(channel);
+  if (channel->output_is_file) {
+    close_port(channel);
+    channel->output_is_file = 0;
+  }
+  return true;
+}
+
+// Finishes the current job when `is_ours` says so under the lock.
+template <typename IsOurs>
+void finish_job(speech_channel* channel, IsOurs is_ours) {
+  CHANNEL_LINE("Finishing Job on Channel: %d.\n", channel->id);
+  bool signal_here = false;
+  {
+    ChannelLock held(channel);
+    if (is_ours() && finish_current_job(channel)) {
+      retain_channel(channel);
+      // The thread cannot proceed before the lock is released.
+      signal_here = !start_detached_thread(signal_and_release, channel);
+      release_text(channel);
+    }
+  }
+  if (signal_here) signal_and_release(channel);
+  CHANNEL_LINE("Job Finished on Channel: %d.\n", channel->id);
+}
+
+struct FinishingTask {
+  speech_channel* channel;
+  unsigned int job;
+};
+
+void* run_finishing_task(void* argument) {
+  const std::unique_ptr<FinishingTask> task(static_cast<FinishingTask*>(argument));
+  speech_channel* channel = task->channel;
+  // A thread that is late, when its job is finished and the next one has begun, leaves that alone.
+  finish_job(channel, [&] { return is_current_job(channel, task->job); });
+  release_channel(channel);
+  return nullptr;
+}
+
+}  // namespace
+
+bool start_detached_thread(void* (*routine)(void*), void* argument) {
+  pthread_t thread;
+  if (pthread_create(&thread, nullptr, routine, argument) != 0) return false;
+  pthread_detach(thread);
+  return true;
+}
+
+void start_finishing(speech_channel* channel, unsigned int job) {
+  auto* task = new (std::nothrow) FinishingTask{channel, job};
+  if (task != nullptr && retain_channel(channel)) {
+    if (start_detached_thread(run_finishing_task, task)) return;
+    release_channel(channel);
+  }
+  delete task;
+  // Without a thread the job is finished here: a wait on the engine's own thread answers at once.
+  finish_job(channel, [&] { return is_current_job(channel, job); });
+}
+
+int channel_speak(speech_channel* channel) {
+  // Rationale: one set for every job, used only when a port is opened, and never released.
+  kavrel_params* params = kavrel_params_new(nullptr);
+  channel->status = STATUS_BUSY;
+  CHANNEL_LINE("Speech requested for Channel ID: %d, text: \"%s\"\n", channel->id, channel->text);
+  prepare_output(channel, params);
+  if (open_port(channel, params) && apply_voice(channel) && start_job(channel)) return 0;
+  if (channel->port != nullptr) {
+    CHANNEL_LINE("ERROR Generating Speech on Channel: %d.  Closing Kavrel Port.\n", channel->id);
+    close_port(channel);
+  }
+  return -1;
+}
+
+kavrel_event_t get_kavrel_event(long where) {
+  switch (where) {
+    case 1:
+      return KAVREL_EVENT_WORD;
+    case 2:
+      return KAVREL_EVENT_SENTENCE;
+    default:
+      return KAVREL_EVENT_NOW;
+  }
+}
+
+int channel_pause(speech_channel* channel, long where) {
+  CHANNEL_LINE("Pause Requested for Channel: %d.\n", channel->id);
+  if (channel->status == STATUS_PAUSED) return 0;
+  // Rationale: an idle channel, and one that is closing, is asked and marked like a busy one.
+  const kavrel_result_t result =
+      kavrel_port_pause(channel->port, channel->job, get_kavrel_event(where));
+  channel->status = STATUS_PAUSED;
+  return result < 0 ? -1 : 0;
+}
+
+int channel_unpause(speech_channel* channel) {
+  CHANNEL_LINE("Unpause Requested for Channel: %d.\n", channel->id);
+  if (channel->status != STATUS_PAUSED) return 0;
+  const kavrel_result_t result = kavrel_port_pause(channel->port, channel->job, KAVREL_EVENT_NOW);
+  channel->status = STATUS_BUSY;
+  return result < 0 ? -1 : 0;
+}
+
+int channel_wait(speech_channel* channel) {
+  CHANNEL_LINE("Wait Requested for Channel: %d.\n", channel->id);
+  if (channel->port == nullptr) return 0;
+  return kavrel_port_wait(channel->port, channel->job) < 0 ? -1 : 0;
+}
+
+int channel_stop(speech_channel* channel, long where) {
+  CHANNEL_LINE("Stop Requested for Channel: %d.\n", channel->id);
+  if (channel->status != STATUS_BUSY && channel->status != STATUS_PAUSED) return 0;
+  const kavrel_result_t result =
+      kavrel_port_stop(channel->port, channel->job, get_kavrel_event(where));
+  if (result < 0) {
+    std::fprintf(stderr, "Stopping channel failed (%s)\n", kavrel_strerror(result));
+    return -1;
+  }
+  channel_finish_job(channel);
+  return 0;
+}
+
+void* channel_finish_job(void* channel) {
+  finish_job(static_cast<speech_channel*>(channel), [] { return true; });
+  return nullptr;
+}
+
+void* channel_signal_speech_done(void* argument) {
+  auto* channel = static_cast<speech_channel*>(argument);
+  SpeechDoneProcPtr speech_done = nullptr;
+  long refcon = 0;
+  {
+    ChannelLock held(channel);
+    CHANNEL_LINE("Calling speech done callback on Channel %d\n", channel->id);
+    channel->status = STATUS_IDLE;
+    speech_done = load_shared(channel->cb_speech_done);
+    refcon = load_shared(channel->refcon);
+  }
+  if (speech_done != nullptr) {
+    call_client([&] { speech_done(client_channel(channel->id), client_refcon(refcon)); });
+  }
+  {
+    ChannelLock held(channel);
+    ++channel->jobs_signalled;
+  }
+  pthread_cond_signal(&channel->speech_finished);
+  return nullptr;
+}

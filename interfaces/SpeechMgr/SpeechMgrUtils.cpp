@@ -1,0 +1,315 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "SpeechMgrUtils.h"
+
+#include <ApplicationServices/ApplicationServices.h>
+
+#include <pthread.h>
+
+#include <array>
+#include <cstring>
+#include <optional>
+#include <string_view>
+
+#include <cst.h>
+
+// Rows 0 to 41 stand in the order of the Apple phoneme codes.
+const PhoneMap speechmgr_us_phones[] = {
+    {"%", "pau", false},  {"@", "pau", false},  {"AE", "ae", true},   {"EY", "ey", true},
+    {"AO", "ao", true},   {"AX", "ah", true},   {"IY", "i", true},    {"EH", "eh", true},
+    {"IH", "ih", true},   {"AY", "ay", true},   {"IX", "ih", true},   {"AA", "aa", true},
+    {"UW", "uw", true},   {"UH", "uh", true},   {"UX", "ah", true},   {"OW", "ow", true},
+    {"AW", "aw", true},   {"OY", "oy", true},   {"b", "b", false},    {"C", "ch", false},
+    {"d", "d", false},    {"D", "dh", false},   {"f", "f", false},    {"g", "g", false},
+    {"h", "h", false},    {"J", "jh", false},   {"k", "k", false},    {"l", "l", false},
+    {"m", "m", false},    {"n", "n", false},    {"N", "ng", false},   {"p", "p", false},
+    {"r", "r", false},    {"s", "s", false},    {"S", "sh", false},   {"t", "t", false},
+    {"T", "th", false},   {"v", "v", false},    {"w", "w", false},    {"y", "j", false},
+    {"z", "z", false},    {"Z", "zh", false},   {"=", ".", false},    {"1", "", false},
+    {"2", "", false},     {"~", "", false},     {"_", "", false},     {"+", "", false},
+    {"/", "", false},     {"\\", "", false},    {">", "", false},     {"<", "", false},
+    {" ", "", false},     {"\t", "", false},    {"\r", "", false},    {"\n", "", false},
+    {nullptr, nullptr, false}};
+
+const EscapesMap escape_strings[] = {
+    {'<', "&lt;"}, {'>', "&gt;"}, {'&', "&amp;"}, {'\xF0', "Apple"}, {'\0', nullptr}};
+
+// Never destroyed: the engine's threads may read them while the process exits.
+std::map<std::string, BrevoldPhone>& gBrevoldPhones = *new std::map<std::string, BrevoldPhone>;
+std::map<std::string, int>& gApplePhoneCodes = *new std::map<std::string, int>;
+std::map<char, std::string>& gEscapeStrings = *new std::map<char, std::string>;
+
+namespace {
+
+// Rationale: the last row with a code is 40, so "zh" (row 41) has none.
+constexpr int kLastPhonemeCode = 40;
+
+// Guards the building of the maps, and gApplePhoneCodes after that.
+pthread_mutex_t maps_lock = PTHREAD_MUTEX_INITIALIZER;
+
+class MapsLock {
+ public:
+  MapsLock() { pthread_mutex_lock(&maps_lock); }
+  ~MapsLock() { pthread_mutex_unlock(&maps_lock); }
+  MapsLock(const MapsLock&) = delete;
+  MapsLock& operator=(const MapsLock&) = delete;
+};
+
+// Other threads read the maps meanwhile, so nothing is written that stands there already.
+template <typename Map>
+void settle(Map& map, const typename Map::key_type& key, const typename Map::mapped_type& value) {
+  const auto [entry, added] = map.try_emplace(key, value);
+  if (!added && !(entry->second == value)) entry->second = value;
+}
+
+// Rationale: of rows with the same engine phone the last one gives the code, so "pau" is 1, "ih" is
+// 10 and "ah" is 14.
+bool isLastOfItsPhone(int row) {
+  const std::string_view phone = speechmgr_us_phones[row].out;
+  for (int later = row + 1; later <= kLastPhonemeCode; ++later) {
+    if (phone == speechmgr_us_phones[later].out) return false;
+  }
+  return true;
+}
+
+using Bytes = const unsigned char*;
+
+Bytes bytesOf(std::string_view text) { return reinterpret_cast<Bytes>(text.data()); }
+
+// Escapes the markup characters and spells out "OS X".
+class Escaper {
+ public:
+  // `positions` may be null.
+  Escaper(std::string_view text, PositionMap* positions) : m_text(text), m_positions(positions) {
+    for (const auto& [character, escape] : gEscapeStrings) {
+      m_escapes[static_cast<unsigned char>(character)] = &escape;
+      m_stops[static_cast<unsigned char>(character)] = true;
+    }
+    m_stops[static_cast<unsigned char>(kSystemName[0])] = true;
+  }
+
+  std::string run() {
+    m_result.reserve(m_text.size() + m_text.size() / 16);
+    std::size_t position = 0;
+    while (true) {
+      position = nextStop(position);
+      if (position == m_text.size()) break;
+      if (const std::string* escape = m_escapes[byteAt(position)]) {
+        replace(position, 1, *escape);
+        position += 1;
+      } else if (m_text.substr(position, kSystemName.size()) == kSystemName) {
+        replace(position + kSystemName.size() - 1, 1, kSystemNumber);
+        position += kSystemName.size();
+      } else {
+        position += 1;
+      }
+    }
+    copyUpTo(m_text.size());
+    return std::move(m_result);
+  }
+
+ private:
+  static constexpr std::string_view kSystemName = "OS X";
+  static constexpr std::string_view kSystemNumber = "10";  // in place of the "X"
+
+  unsigned char byteAt(std::size_t position) const {
+    return static_cast<unsigned char>(m_text[position]);
+  }
+
+  std::size_t nextStop(std::size_t position) const {
+    while (position < m_text.size() && !m_stops[byteAt(position)]) ++position;
+    return position;
+  }
+
+  void copyUpTo(std::size_t end) {
+    m_result.append(m_text, m_done, end - m_done);
+    if (m_positions != nullptr) {
+      m_positions->copied(static_cast<std::uint32_t>(end - m_done),
+                          static_cast<std::uint32_t>(m_done));
+    }
+    m_done = end;
+  }
+
+  void replace(std::size_t position, std::size_t length, std::string_view with) {
+    copyUpTo(position);
+    m_result.append(with);
+    m_done = position + length;
+    if (m_positions != nullptr) {
+      m_positions->replaced(static_cast<std::uint32_t>(with.size()),
+                            static_cast<std::uint32_t>(position),
+                            static_cast<std::uint32_t>(m_done));
+    }
+  }
+
+  std::string_view m_text;
+  PositionMap* m_positions;
+  std::array<const std::string*, 256> m_escapes{};
+  std::array<bool, 256> m_stops{};
+  std::string m_result;
+  std::size_t m_done = 0;
+};
+
+// A conversion from the system's 8-bit encoding to ISO 8859-15.
+class LatinConverter {
+ public:
+  // False when the platform offers no such conversion.
+  bool open() {
+    TextEncoding system = 0;
+    if (UpgradeScriptInfoToTextEncoding(kTextScriptDontCare, kTextLanguageDontCare,
+                                        kTextRegionDontCare, nullptr, &system) != noErr) {
+      return false;
+    }
+    const TextEncoding latin = CreateTextEncoding(kTextEncodingISOLatin9, kTextEncodingDefaultVariant,
+                                                  kTextEncodingDefaultFormat);
+    return TECCreateConverter(&m_object, system, latin) == noErr;
+  }
+
+  // Rationale: a converter that has failed is not disposed of; only close() does that.
+  bool close() { return TECDisposeConverter(m_object) == noErr; }
+
+  std::optional<std::string> convert(std::string_view text) {
+    std::string result;
+    result.reserve(text.size() + kBufferSize);
+    std::array<UInt8, kBufferSize> buffer{};
+    std::size_t consumed = 0;
+    OSStatus status = kTECOutputBufferFullStatus;
+    while (status == kTECOutputBufferFullStatus) {
+      ByteCount read = 0;
+      ByteCount written = 0;
+      status = TECConvertText(m_object, bytesOf(text) + consumed, text.size() - consumed, &read,
+                              buffer.data(), buffer.size(), &written);
+      result.append(reinterpret_cast<const char*>(buffer.data()), written);
+      consumed += read;
+      // A full buffer with nothing in it would be full for ever.
+      if (status == kTECOutputBufferFullStatus && read == 0 && written == 0) return std::nullopt;
+    }
+    if (status != noErr) return std::nullopt;
+    ByteCount flushed = 0;
+    if (TECFlushText(m_object, buffer.data(), buffer.size(), &flushed) != noErr) {
+      return std::nullopt;
+    }
+    result.append(reinterpret_cast<const char*>(buffer.data()), flushed);
+    return result;
+  }
+
+  // How many bytes one byte of the system's encoding becomes.
+  std::uint32_t expansion(unsigned char byte) {
+    std::array<UInt8, 64> buffer{};
+    ByteCount read = 0;
+    ByteCount written = 0;
+    const OSStatus status =
+        TECConvertText(m_object, &byte, 1, &read, buffer.data(), buffer.size(), &written);
+    return status == noErr ? static_cast<std::uint32_t>(written) : 1;
+  }
+
+ private:
+  static constexpr std::size_t kBufferSize = 4096;
+
+  TECObjectRef m_object = nullptr;
+};
+
+// The map of `escaped` after a conversion that made some of its bytes longer.
+PositionMap expandedPositions(const PositionMap& positions, std::string_view escaped,
+                              LatinConverter& converter) {
+  std::array<std::uint32_t, 256> expansion{};
+  std::array<bool, 256> known{};
+  const auto expansionAt = [&](std::uint32_t position) {
+    const unsigned char byte = bytesOf(escaped)[position];
+    if (!known[byte]) {
+      expansion[byte] = byte < 0x80 ? 1 : converter.expansion(byte);
+      known[byte] = true;
+    }
+    return expansion[byte];
+  };
+
+  PositionMap expanded;
+  for (std::size_t i = 0; i < positions.runs().size(); ++i) {
+    const PositionMap::Run& run = positions.runs()[i];
+    for (std::uint32_t p = run.start; p < positions.endOfRun(i); ++p) {
+      const std::uint32_t origin = run.isCopied() ? run.origin + (p - run.start) : run.origin;
+      const std::uint32_t length = expansionAt(p);
+      if (run.isCopied() && length == 1) {
+        expanded.copied(1, origin);
+      } else {
+        expanded.replaced(length, origin, run.isCopied() ? origin + 1 : run.end);
+      }
+    }
+  }
+  return expanded;
+}
+
+std::optional<std::string> prepare(std::string_view text, PositionMap* positions) {
+  PositionMap escapes;
+  const std::string escaped = Escaper(text, positions != nullptr ? &escapes : nullptr).run();
+  LatinConverter converter;
+  if (!converter.open()) return std::nullopt;
+  std::optional<std::string> result = converter.convert(escaped);
+  if (!result) return std::nullopt;
+  if (positions != nullptr) {
+    const bool sameLength = result->size() == escaped.size();
+    *positions = sameLength ? std::move(escapes) : expandedPositions(escapes, escaped, converter);
+  }
+  if (!converter.close()) return std::nullopt;
+  return result;
+}
+
+}  // namespace
+
+void BuildPhoneTranslationTables() {
+  MapsLock held;
+  for (const PhoneMap* row = speechmgr_us_phones; row->in != nullptr; ++row) {
+    settle(gBrevoldPhones, row->in, BrevoldPhone{row->out, row->isVowel});
+  }
+  for (int row = 0; row <= kLastPhonemeCode; ++row) {
+    if (isLastOfItsPhone(row)) settle(gApplePhoneCodes, speechmgr_us_phones[row].out, row);
+  }
+  for (const EscapesMap* row = escape_strings; row->escape != nullptr; ++row) {
+    settle(gEscapeStrings, row->chr, std::string(row->escape));
+  }
+}
+
+int applePhoneCode(const std::string& phone) {
+  MapsLock held;
+  return gApplePhoneCodes[phone];
+}
+
+std::string PreprocessText(unsigned char* text, PositionMap* positions) {
+  const std::string_view given(reinterpret_cast<const char*>(text));
+  if (std::optional<std::string> prepared = prepare(given, positions)) {
+    return std::move(*prepared);
+  }
+  if (positions != nullptr) {
+    *positions = PositionMap();
+    positions->copied(static_cast<std::uint32_t>(given.size()), 0);
+  }
+  return std::string(given);
+}
+
+char* get_url_path(const __CFURL* url) {
+  CFURLRef absolute = CFURLCopyAbsoluteURL(url);
+  CFStringRef path = CFURLCopyFileSystemPath(absolute, kCFURLPOSIXPathStyle);
+  CFRelease(absolute);
+  char* bytes = get_c_string(path, CFStringGetSystemEncoding());
+  CFRelease(path);
+  return bytes;
+}
+
+char* get_c_string(const __CFString* urlpath, unsigned long enc) {
+  constexpr int kTries = 9;
+  const auto encoding = static_cast<CFStringEncoding>(enc);
+  if (const char* direct = CFStringGetCStringPtr(urlpath, encoding)) return cst_strdup(direct);
+
+  CFIndex size = 256;
+  auto* buffer = static_cast<char*>(cst_safe_alloc(static_cast<std::size_t>(size)));
+  for (int tried = 1; buffer != nullptr; ++tried) {
+    if (CFStringGetCString(urlpath, buffer, size, encoding)) return buffer;
+    size *= 2;
+    if (tried == kTries) break;
+    auto* grown = static_cast<char*>(cst_safe_realloc(buffer, static_cast<std::size_t>(size)));
+    if (grown == nullptr) break;
+    buffer = grown;
+  }
+  // Rationale: the size named is the next one, which was not tried.
+  cst_errmsg("CFStringGetCString still failing at %d\n", static_cast<int>(size));
+  cst_free(buffer);
+  return nullptr;
+}
