@@ -13,7 +13,8 @@
  *  5. All functions may be called on any thread. A channel may be used by several threads; calls
  *     that meet on one channel take effect one after the other.
  *  6. Callbacks run on a thread of the synthesizer, text-done on the thread that calls SpeakBuffer,
- *     and under no lock of the Manager. A callback gets the client's own channel and soRefCon.
+ *     and under no lock of the Manager. A callback gets the client's own channel and soRefCon, and
+ *     lets no exception out.
  */
 #ifndef APPLICATIONSERVICES_SPEECHSYNTHESIS_H
 #define APPLICATIONSERVICES_SPEECHSYNTHESIS_H
@@ -279,7 +280,9 @@ SPEECH_PLATFORM_API OSErr GetVoiceDescription(const VoiceSpec* voice, VoiceDescr
 SPEECH_PLATFORM_API OSErr NewSpeechChannel(VoiceSpec* voice, SpeechChannel* chan);
 
 /* Stops the speech and closes the channel. May be called inside a callback of the channel,
- * speech-done above all. No callback begins once this has returned. Results: noErr. */
+ * speech-done above all. Speech that this stops is not reported as done; no callback begins once
+ * this has returned, but one that has begun on another thread may still be running. Results: noErr.
+ */
 SPEECH_PLATFORM_API OSErr DisposeSpeechChannel(SpeechChannel chan);
 
 /* Speaks `textBytes` bytes, in the background. A channel that is speaking or paused stops at once
@@ -294,9 +297,9 @@ SPEECH_PLATFORM_API OSErr SpeakBuffer(SpeechChannel chan, const void* textBuf,
 SPEECH_PLATFORM_API OSErr SpeakText(SpeechChannel chan, const void* textBuf,
                                     unsigned long textBytes);
 
-/* Stops at once, or at the place `whereToStop` (kImmediate, kEndOfWord, kEndOfSentence). Stopping
- * an idle channel does nothing. Results: noErr; paramErr, not a place; synthNotReady, the
- * synthesizer could not stop. */
+/* Stops at once, or at the place `whereToStop` (kImmediate, kEndOfWord, kEndOfSentence), and
+ * returns when the speech has stopped. Stopping an idle channel does nothing. Results: noErr;
+ * paramErr, not a place; synthNotReady, the synthesizer could not stop. */
 SPEECH_PLATFORM_API OSErr StopSpeech(SpeechChannel chan);
 SPEECH_PLATFORM_API OSErr StopSpeechAt(SpeechChannel chan, SInt32 whereToStop);
 

@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Places: where the Manager looks for what it loads. Reads the environment at each call; the
+// folders named here need not exist.
+#pragma once
+
+#include <filesystem>
+#include <vector>
+
+namespace platform {
+
+// The folder of the Manager's own library, absolute; empty when the system does not tell.
+std::filesystem::path libraryFolder();
+
+// The folders that an environment variable names, separated by colons; empty names are left out.
+std::vector<std::filesystem::path> foldersFromEnvironment(const char* variable);
+
+}  // namespace platform

@@ -1,0 +1,224 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// SpeechSynthesis: the client interface. Every function finds its channel, hands the call to it,
+// and ends every exception.
+#include <ApplicationServices/SpeechSynthesis.h>
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+#include <memory>
+#include <new>
+#include <utility>
+
+#include "ChannelRegistry.h"
+#include "SynthesizerPlugIn.h"
+#include "VoiceCatalogue.h"
+
+namespace {
+
+using platform::Channel;
+using platform::ChannelRegistry;
+using platform::SynthesizerPlugIn;
+using platform::Voice;
+using platform::VoiceCatalogue;
+
+// What `work` answers, or the result that stands for the exception it ended with.
+template <typename Work>
+OSErr guarded(Work work) {
+  try {
+    return work();
+  } catch (const std::bad_alloc&) {
+    return memFullErr;
+  } catch (...) {
+    return badInputText;
+  }
+}
+
+template <typename Work>
+OSErr onChannel(SpeechChannel chan, Work work) {
+  return guarded([&]() -> OSErr {
+    const std::shared_ptr<Channel> channel = ChannelRegistry::shared().find(chan);
+    return channel ? work(*channel) : OSErr{invalidComponentID};
+  });
+}
+
+// The voice of that specification, the default voice for null; null when there is none.
+const Voice* voiceOf(const VoiceSpec* spec) {
+  const VoiceCatalogue& catalogue = VoiceCatalogue::shared();
+  return spec == nullptr ? catalogue.defaultVoice() : catalogue.find(*spec);
+}
+
+// Opens a channel in the synthesizer and makes ours of it.
+OSErr openChannel(const SynthesizerPlugIn& plugIn, std::shared_ptr<Channel>& opened) {
+  SpeechChannelIdentifier identifier = 0;
+  if (plugIn.call().openSpeechChannel(&identifier) != noErr) return synthOpenFailed;
+  try {
+    ChannelRegistry& registry = ChannelRegistry::shared();
+    opened = std::make_shared<Channel>(plugIn, identifier, registry.newHandle());
+    registry.add(opened);
+  } catch (...) {
+    plugIn.call().closeSpeechChannel(identifier);
+    throw;
+  }
+  return noErr;
+}
+
+void closeChannel(SpeechChannel handle) {
+  if (const auto channel = ChannelRegistry::shared().remove(handle)) channel->close();
+}
+
+}  // namespace
+
+OSErr MakeVoiceSpec(OSType creator, OSType id, VoiceSpec* voice) {
+  if (voice == nullptr) return paramErr;
+  *voice = {creator, id};
+  return noErr;
+}
+
+OSErr CountVoices(SInt16* numVoices) {
+  if (numVoices == nullptr) return paramErr;
+  return guarded([&]() -> OSErr {
+    constexpr std::size_t kMost = std::numeric_limits<SInt16>::max();
+    *numVoices = static_cast<SInt16>(std::min(VoiceCatalogue::shared().voices().size(), kMost));
+    return noErr;
+  });
+}
+
+OSErr GetIndVoice(SInt16 index, VoiceSpec* voice) {
+  if (voice == nullptr) return paramErr;
+  return guarded([&]() -> OSErr {
+    const auto& voices = VoiceCatalogue::shared().voices();
+    if (index < 1 || static_cast<std::size_t>(index) > voices.size()) return voiceNotFound;
+    *voice = voices[static_cast<std::size_t>(index) - 1].spec;
+    return noErr;
+  });
+}
+
+OSErr GetVoiceDescription(const VoiceSpec* voice, VoiceDescription* info, long infoLength) {
+  if (infoLength < 0) return paramErr;
+  return guarded([&]() -> OSErr {
+    const Voice* const found = voiceOf(voice);
+    if (found == nullptr) return voiceNotFound;
+    if (info == nullptr) return noErr;
+    VoiceDescription description = found->description;
+    const std::size_t length = std::min(static_cast<std::size_t>(infoLength), sizeof description);
+    description.length = static_cast<SInt32>(length);
+    std::memcpy(info, &description, length);
+    return noErr;
+  });
+}
+
+OSErr NewSpeechChannel(VoiceSpec* voice, SpeechChannel* chan) {
+  if (chan == nullptr) return paramErr;
+  *chan = nullptr;
+  return guarded([&]() -> OSErr {
+    const Voice* const found = voiceOf(voice);
+    if (found == nullptr) return voiceNotFound;
+    if (found->spec.creator != platform::kSynthesizerCreator) return noSynthFound;
+    const SynthesizerPlugIn* const plugIn = SynthesizerPlugIn::shared();
+    if (plugIn == nullptr) return noSynthFound;
+
+    std::shared_ptr<Channel> channel;
+    OSErr result = openChannel(*plugIn, channel);
+    if (result != noErr) return result;
+    // Closes the channel on every way out but the last.
+    struct Opened {
+      SpeechChannel handle;
+      ~Opened() {
+        if (handle != nullptr) closeChannel(handle);
+      }
+    } opened{channel->handle()};
+    result = channel->prepare();
+    if (result == noErr) result = channel->useVoice(*found);
+    if (result == noErr) *chan = std::exchange(opened.handle, nullptr);
+    return result;
+  });
+}
+
+OSErr DisposeSpeechChannel(SpeechChannel chan) {
+  return guarded([&]() -> OSErr {
+    const auto channel = ChannelRegistry::shared().remove(chan);
+    if (!channel) return invalidComponentID;
+    channel->close();
+    return noErr;
+  });
+}
+
+OSErr SpeakBuffer(SpeechChannel chan, const void* textBuf, unsigned long textBytes,
+                  SInt32 controlFlags) {
+  return onChannel(
+      chan, [&](Channel& channel) { return channel.speak(textBuf, textBytes, controlFlags); });
+}
+
+OSErr SpeakText(SpeechChannel chan, const void* textBuf, unsigned long textBytes) {
+  return SpeakBuffer(chan, textBuf, textBytes, 0);
+}
+
+OSErr StopSpeech(SpeechChannel chan) {
+  return StopSpeechAt(chan, kImmediate);
+}
+
+OSErr StopSpeechAt(SpeechChannel chan, SInt32 whereToStop) {
+  return onChannel(chan, [&](Channel& channel) { return channel.stop(whereToStop); });
+}
+
+OSErr PauseSpeechAt(SpeechChannel chan, SInt32 whereToPause) {
+  return onChannel(chan, [&](Channel& channel) { return channel.pause(whereToPause); });
+}
+
+OSErr ContinueSpeech(SpeechChannel chan) {
+  return onChannel(chan, [](Channel& channel) { return channel.resume(); });
+}
+
+SInt16 SpeechBusy() {
+  SInt16 active = 0;
+  guarded([&]() -> OSErr {
+    for (const auto& channel : ChannelRegistry::shared().all()) {
+      if (channel->isActive() && active < std::numeric_limits<SInt16>::max()) ++active;
+    }
+    return noErr;
+  });
+  return active;
+}
+
+OSErr SetSpeechInfo(SpeechChannel chan, OSType selector, const void* speechInfo) {
+  return onChannel(chan, [&](Channel& channel) { return channel.setInfo(selector, speechInfo); });
+}
+
+OSErr GetSpeechInfo(SpeechChannel chan, OSType selector, void* speechInfo) {
+  return onChannel(chan, [&](Channel& channel) { return channel.getInfo(selector, speechInfo); });
+}
+
+OSErr SetSpeechRate(SpeechChannel chan, Fixed rate) {
+  return SetSpeechInfo(chan, soRate, &rate);
+}
+
+OSErr GetSpeechRate(SpeechChannel chan, Fixed* rate) {
+  return GetSpeechInfo(chan, soRate, rate);
+}
+
+SpeechTextDoneUPP NewSpeechTextDoneUPP(SpeechTextDoneProcPtr callback) {
+  return callback;
+}
+SpeechDoneUPP NewSpeechDoneUPP(SpeechDoneProcPtr callback) {
+  return callback;
+}
+SpeechSyncUPP NewSpeechSyncUPP(SpeechSyncProcPtr callback) {
+  return callback;
+}
+SpeechErrorUPP NewSpeechErrorUPP(SpeechErrorProcPtr callback) {
+  return callback;
+}
+SpeechPhonemeUPP NewSpeechPhonemeUPP(SpeechPhonemeProcPtr callback) {
+  return callback;
+}
+SpeechWordUPP NewSpeechWordUPP(SpeechWordProcPtr callback) {
+  return callback;
+}
+void DisposeSpeechTextDoneUPP(SpeechTextDoneUPP /*upp*/) {}
+void DisposeSpeechDoneUPP(SpeechDoneUPP /*upp*/) {}
+void DisposeSpeechSyncUPP(SpeechSyncUPP /*upp*/) {}
+void DisposeSpeechErrorUPP(SpeechErrorUPP /*upp*/) {}
+void DisposeSpeechPhonemeUPP(SpeechPhonemeUPP /*upp*/) {}
+void DisposeSpeechWordUPP(SpeechWordUPP /*upp*/) {}

@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// SynthesizerPlugIn: a loaded synthesizer and its twelve entry points.
+//
+// A synthesizer leaves threads of its own behind, so it stays loaded until the process ends,
+// whatever happens to the object. Objects never change after their construction; any thread may use
+// them.
+#pragma once
+
+#include <ApplicationServices/SpeechSynthesis.h>
+#include <CoreFoundation/CFBase.h>
+
+#include <filesystem>
+#include <stdexcept>
+
+namespace platform {
+
+// 'KVRL': the synthesizer that is loaded, as its voices name it.
+inline constexpr OSType kSynthesizerCreator = 0x4B56524C;
+
+// Why a synthesizer cannot be used: one sentence for people, without its end.
+class PlugInError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+class SynthesizerPlugIn {
+ public:
+  // Loads the library `file` and looks all entry points up. Throws PlugInError, which names the
+  // file and what is wrong with it: it is not there, the system refuses it, or which name it lacks.
+  explicit SynthesizerPlugIn(const std::filesystem::path& file);
+
+  // The process's synthesizer, loaded at the first call that finds one. Null: there is none, and
+  // one line on standard error says why; the next call tries again.
+  static const SynthesizerPlugIn* shared();
+
+  // The first KavrelSpeech.so in the folders of SPEECH_SYNTHESIZER_PATH, then in the folder that
+  // belongs to this library. Throws PlugInError, which names the folders.
+  static std::filesystem::path locate();
+
+  // The entry points. All answer 0 or a result of the Manager's, -240 for a channel they do not
+  // know; those that stop, pause and continue answer -1 when they cannot. C++ exceptions may come
+  // out of speakBuffer.
+  struct EntryPoints {
+    long (*openSpeechChannel)(SpeechChannelIdentifier* channel);
+    long (*closeSpeechChannel)(SpeechChannelIdentifier channel);
+    long (*speechStatus)(SpeechChannelIdentifier channel, SpeechStatusInfo* status);
+    long (*stopSpeechAt)(SpeechChannelIdentifier channel, unsigned long whereToStop);
+    long (*pauseSpeechAt)(SpeechChannelIdentifier channel, unsigned long whereToPause);
+    long (*continueSpeech)(SpeechChannelIdentifier channel);
+    long (*textToPhonemes)(SpeechChannelIdentifier channel, char* textBuf, long textBytes,
+                           void** phonemeBuf, long* phonBytes);
+    long (*useDictionary)(SpeechChannelIdentifier channel, void* dictionary, long dictLength);
+    long (*speakBuffer)(SpeechChannelIdentifier channel, Ptr textBuf, long byteLen,
+                        long controlFlags);
+    long (*getSpeechInfo)(SpeechChannelIdentifier channel, unsigned long selector,
+                          void* speechInfo);
+    long (*setSpeechInfo)(SpeechChannelIdentifier channel, unsigned long selector,
+                          void* speechInfo);
+    long (*useVoice)(SpeechChannelIdentifier channel, VoiceSpec* voice,
+                     CFBundleRef inVoiceSpecBundle);
+  };
+  const EntryPoints& call() const { return m_entryPoints; }
+
+ private:
+  EntryPoints m_entryPoints{};
+};
+
+}  // namespace platform
