@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+//
+// The engine's own diagnostic lines (cst.h). Written only when the host has switched the engine's
+// area on.
+#pragma once
+
+#include "cst.h"
+
+// Writes one line; `file` names the part of the engine, the rest is as for printf, without the line
+// feed.
+#define KAVREL_DIAG(file, format, ...)                                  \
+  do {                                                                  \
+    if ((cst_diag_mask & CST_DIAG_ENGINE) != 0 && cst_diag_level > 0) { \
+      cst_dbg_timestamp();                                              \
+      cst_dbg_ffl(file, __func__, __LINE__);                            \
+      cst_dbg_context(CST_DIAG_ENGINE);                                 \
+      cst_errmsg(format "\n" __VA_OPT__(, ) __VA_ARGS__);               \
+    }                                                                   \
+  } while (false)

@@ -1,0 +1,187 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "synthesiser.h"
+
+#include <clocale>
+#include <mutex>
+
+#include <espeak-ng/speak_lib.h>
+#include <unistd.h>
+
+#include "voice.h"
+
+namespace kavrel {
+
+namespace {
+
+// Length of the blocks that come back. espeak-ng's list of events grows with it: with short blocks
+// it is too small, and events are lost without a sign.
+constexpr int kBlockMilliseconds = 500;
+
+// Whom the running call gives to. Used by the thread whose turn it is.
+SynthesisListener* currentListener = nullptr;
+bool listenerFailed = false;
+
+void passEvents(const espeak_EVENT* event) {
+  for (; event->type != espeakEVENT_LIST_TERMINATED; ++event) {
+    const auto sample = static_cast<std::uint64_t>(event->sample < 0 ? 0 : event->sample);
+    if (event->type == espeakEVENT_MARK) {
+      // A mark command's number comes where a name would be; there is nothing behind the pointer.
+      currentListener->onMark(event->id.number, sample);
+    } else if (event->type == espeakEVENT_PHONEME) {
+      std::string_view name(event->id.string, sizeof(event->id.string));
+      name = name.substr(0, name.find('\0'));
+      currentListener->onPhone(name, sample);
+    }
+  }
+}
+
+extern "C" int onSynthesis(short* samples, int count, espeak_EVENT* events) {
+  constexpr int kGoOn = 0;
+  constexpr int kGiveUp = 1;
+  if (currentListener == nullptr) return kGoOn;
+  if (currentListener->cancelled()) return kGiveUp;
+  // Nothing may be thrown through espeak-ng, which is C.
+  try {
+    if (events != nullptr) passEvents(events);
+    if (samples != nullptr && count > 0) {
+      currentListener->onSamples({samples, static_cast<std::size_t>(count)});
+    }
+  } catch (...) {
+    listenerFailed = true;
+    return kGiveUp;
+  }
+  return kGoOn;
+}
+
+// espeak-ng sets the process's character type while it starts; what was set stays set.
+class KeepCharacterType {
+ public:
+  KeepCharacterType() {
+    if (const char* const current = std::setlocale(LC_CTYPE, nullptr)) m_saved = current;
+  }
+  ~KeepCharacterType() {
+    if (!m_saved.empty()) std::setlocale(LC_CTYPE, m_saved.c_str());
+  }
+  KeepCharacterType(const KeepCharacterType&) = delete;
+  KeepCharacterType& operator=(const KeepCharacterType&) = delete;
+
+ private:
+  std::string m_saved;
+};
+
+// Commands in a text stay in force after it, so everything is set before each call.
+bool prepare(const Voice& voice, const Synthesiser::Settings& settings) {
+  if (espeak_SetVoiceByName(voice.synthesiserName().c_str()) != EE_OK) return false;
+  espeak_SetParameter(espeakRATE, settings.rate, 0);
+  espeak_SetParameter(espeakVOLUME, settings.volume, 0);
+  espeak_SetParameter(espeakPITCH, settings.pitch, 0);
+  espeak_SetParameter(espeakRANGE, settings.range, 0);
+  espeak_SetParameter(espeakPUNCTUATION, espeakPUNCT_NONE, 0);
+  espeak_SetParameter(espeakCAPITALS, 0, 0);
+  espeak_SetParameter(espeakWORDGAP, 0, 0);
+  return true;
+}
+
+espeak_ERROR synthesise(const std::wstring& text, unsigned flags) {
+  return espeak_Synth(text.c_str(), (text.size() + 1) * sizeof(wchar_t), 0, POS_CHARACTER, 0,
+                      espeakCHARS_WCHAR | flags, nullptr, nullptr);
+}
+
+}  // namespace
+
+void TicketLock::lock() {
+  const Held held(m_lock);
+  const std::uint64_t ticket = m_next++;
+  while (m_serving != ticket) m_changed.wait(m_lock);
+}
+
+void TicketLock::unlock() {
+  const Held held(m_lock);
+  ++m_serving;
+  if (m_serving != m_next) m_changed.notify_all();
+}
+
+Synthesiser& Synthesiser::shared() {
+  static Synthesiser& synthesiser = *new Synthesiser;
+  return synthesiser;
+}
+
+bool Synthesiser::startHeld(std::string& why) {
+  if (m_started) return true;
+  const KeepCharacterType keep;
+  const int rate =
+      espeak_Initialize(AUDIO_OUTPUT_SYNCHRONOUS, kBlockMilliseconds, KAVREL_SPEECH_DATA_DIR,
+                        espeakINITIALIZE_PHONEME_EVENTS | espeakINITIALIZE_DONT_EXIT);
+  if (rate != kSampleRate) {
+    why = rate < 0 ? "the synthesiser's data cannot be read in " KAVREL_SPEECH_DATA_DIR
+                   : "the synthesiser has an unexpected sample rate";
+    return false;
+  }
+  espeak_SetSynthCallback(&onSynthesis);
+  m_started = true;
+  return true;
+}
+
+bool Synthesiser::start(std::string& why) {
+  const std::lock_guard turn(m_turn);
+  return startHeld(why);
+}
+
+bool Synthesiser::hasVoice(const Voice& voice, std::string& why) {
+  const std::lock_guard turn(m_turn);
+  if (!startHeld(why)) return false;
+  if (!prepare(voice, Settings())) {
+    why = "language is not known to the synthesiser";
+    return false;
+  }
+  // A variant that does not exist is passed over in silence.
+  const char* data = nullptr;
+  espeak_Info(&data);
+  const std::string file = std::string(data) + "/voices/!v/" + voice.variant();
+  if (!voice.variant().empty() && ::access(file.c_str(), R_OK) != 0) {
+    why = "variant is not known to the synthesiser";
+    return false;
+  }
+  return true;
+}
+
+// Emphasis is the one command that no setting takes back. Texts end with it switched off, but a
+// call that was given up has not come to its end.
+void Synthesiser::clearEmphasis() {
+  currentListener = nullptr;
+  synthesise(
+      L"\x01"
+      L"1F ",
+      0);
+  m_cutShort = false;
+}
+
+bool Synthesiser::speak(const Input& input, const Voice& voice, SynthesisListener& listener,
+                        std::string& why) {
+  const std::lock_guard turn(m_turn);
+  if (listener.cancelled()) return true;
+  if (!startHeld(why)) return false;
+  if (!prepare(voice, input.settings)) {
+    why = "the voice is not known to the synthesiser";
+    return false;
+  }
+  if (m_cutShort) clearEmphasis();
+  currentListener = &listener;
+  listenerFailed = false;
+  const espeak_ERROR result = synthesise(
+      input.text, (input.hasPhones ? espeakPHONEMES : 0u) | (input.endPause ? espeakENDPAUSE : 0u));
+  currentListener = nullptr;
+  m_cutShort = listenerFailed || result != EE_OK || listener.cancelled();
+  if (listenerFailed) {
+    why = "memory is out";
+    return false;
+  }
+  // A call that was given up is reported as a failure.
+  if (result != EE_OK && !listener.cancelled()) {
+    why = "the synthesiser failed";
+    return false;
+  }
+  return true;
+}
+
+}  // namespace kavrel
