@@ -86,6 +86,7 @@ void cst_dbg_context(unsigned int area) {
 }
 
 void cst_errmsg(const char* format, ...) {
+  if (format == nullptr) return;
   const int savedErrno = errno;
   std::array<char, 1024> shortLine;
   const int prefixed =
@@ -100,8 +101,7 @@ void cst_errmsg(const char* format, ...) {
   va_copy(again, arguments);
   // One byte of room is kept for the line feed that a message may lack.
   const size_t room = shortLine.size() - 1 - prefix;
-  const int formatted =
-      std::vsnprintf(shortLine.data() + prefix, room, format != nullptr ? format : "", arguments);
+  const int formatted = std::vsnprintf(shortLine.data() + prefix, room, format, arguments);
   va_end(arguments);
   const auto message = static_cast<size_t>(formatted > 0 ? formatted : 0);
 

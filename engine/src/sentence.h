@@ -81,7 +81,7 @@ class SentenceReader {
  public:
   // The most bytes of text in one Sentence; a longer sentence comes in pieces, cut at a blank where
   // there is one.
-  static constexpr std::size_t kMaxSentenceBytes = 64 * 1024;
+  static constexpr std::size_t kMaxSentenceBytes = std::size_t{64} * 1024;
 
   // The most bytes of text in one Word; a longer token comes as several words.
   static constexpr std::size_t kMaxTokenBytes = 512;

@@ -102,8 +102,8 @@ TEST(StopOf, LeavesSomeToWhatFollows) {
 TEST(Characters, AreBlankWhenTheyControl) {
   for (char32_t c = 0; c <= 0x20; ++c) EXPECT_TRUE(isBlank(c));
   for (char32_t c = 0x7F; c <= 0xA0; ++c) EXPECT_TRUE(isBlank(c));
-  for (const char32_t c : {0x2003, 0x2028, 0x3000, 0xFEFF}) EXPECT_TRUE(isBlank(c));
-  for (const char32_t c : {0x21, 0x7E, 0xA1, 0xFF, 0x20AC, 0x2019}) EXPECT_FALSE(isBlank(c));
+  for (const char32_t c : {0x2003u, 0x2028u, 0x3000u, 0xFEFFu}) EXPECT_TRUE(isBlank(c));
+  for (const char32_t c : {0x21u, 0x7Eu, 0xA1u, 0xFFu, 0x20ACu, 0x2019u}) EXPECT_FALSE(isBlank(c));
 }
 
 }  // namespace
