@@ -82,7 +82,11 @@ void VoiceCatalogue::addBundle(const fs::path& bundle) {
   try {
     Voice voice = readVoice(bundle);
     if (const Voice* const earlier = find(voice.spec)) {
-      reportLeftOut(bundle, ("its identifier is taken by " + earlier->bundle.string()).c_str());
+      // A voice in an earlier folder is meant to stand in for this one; in the same it is a
+      // mistake.
+      if (earlier->bundle.parent_path() == bundle.parent_path()) {
+        reportLeftOut(bundle, ("its identifier is taken by " + earlier->bundle.string()).c_str());
+      }
       return;
     }
     m_voices.push_back(std::move(voice));

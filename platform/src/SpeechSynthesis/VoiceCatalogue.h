@@ -38,7 +38,8 @@ class VoiceCatalogue {
  public:
   // Reads the bundles in `folders`, in that order, and in the order of their names in each folder.
   // A folder that is not there is passed over silently. Of two voices with the same VoiceSpec the
-  // first stays.
+  // first stays, so that an earlier folder can replace a voice of a later one; two in one folder
+  // are reported.
   explicit VoiceCatalogue(const std::vector<std::filesystem::path>& folders);
 
   // The process's catalogue, made at the first call from searchFolders().

@@ -1,0 +1,96 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Fixed-point arithmetic at its edges. Numbers are written as the 32 bits they are.
+#include <ApplicationServices/FixMath.h>
+
+#include <climits>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <random>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+constexpr Fixed kOne = 0x00010000;
+constexpr Fixed kHalf = 0x00008000;
+constexpr Fixed kSmallest = std::numeric_limits<Fixed>::min();
+constexpr Fixed kLargest = std::numeric_limits<Fixed>::max();
+
+TEST(Long2Fix, KeepsWholeNumbers) {
+  EXPECT_EQ(Long2Fix(180), 0x00B40000);
+  EXPECT_EQ(Long2Fix(0), 0);
+  EXPECT_EQ(Long2Fix(-1), -kOne);
+  EXPECT_EQ(Long2Fix(32767), 0x7FFF0000);
+  EXPECT_EQ(Long2Fix(-32768), kSmallest);
+}
+
+TEST(Long2Fix, SaturatesWhereFixedEnds) {
+  EXPECT_EQ(Long2Fix(32768), kLargest);
+  EXPECT_EQ(Long2Fix(65536), kLargest);
+  EXPECT_EQ(Long2Fix(LONG_MAX), kLargest);
+  EXPECT_EQ(Long2Fix(-32769), kSmallest);
+  EXPECT_EQ(Long2Fix(LONG_MIN), kSmallest);
+}
+
+TEST(Fix2Long, DropsTheFractionTowardZero) {
+  EXPECT_EQ(Fix2Long(0x00C8C000), 200);
+  EXPECT_EQ(Fix2Long(kOne - 1), 0);
+  EXPECT_EQ(Fix2Long(-kOne + 1), 0);
+  EXPECT_EQ(Fix2Long(-kOne - kHalf), -1);
+  EXPECT_EQ(Fix2Long(kLargest), 32767);
+  EXPECT_EQ(Fix2Long(kSmallest), -32768);
+}
+
+TEST(FixMul, RoundsToTheNearestAndHalfWayAwayFromZero) {
+  EXPECT_EQ(FixMul(kHalf, Long2Fix(100)), Long2Fix(50));
+  EXPECT_EQ(FixMul(1, kHalf), 1);
+  EXPECT_EQ(FixMul(-1, kHalf), -1);
+  EXPECT_EQ(FixMul(1, kHalf - 1), 0);
+  EXPECT_EQ(FixMul(-1, kHalf - 1), 0);
+}
+
+TEST(FixMul, SaturatesBySign) {
+  EXPECT_EQ(FixMul(kLargest, kLargest), kLargest);
+  EXPECT_EQ(FixMul(kSmallest, kSmallest), kLargest);
+  EXPECT_EQ(FixMul(kSmallest, kLargest), kSmallest);
+  EXPECT_EQ(FixMul(kSmallest, kOne), kSmallest);
+  EXPECT_EQ(FixMul(kSmallest, -kOne), kLargest);
+}
+
+TEST(FixDiv, RoundsToTheNearestAndHalfWayAwayFromZero) {
+  EXPECT_EQ(FixDiv(Long2Fix(100), Long2Fix(100)), kOne);
+  EXPECT_EQ(FixDiv(Long2Fix(1), Long2Fix(3)), 0x5555);
+  EXPECT_EQ(FixDiv(Long2Fix(2), Long2Fix(3)), 0xAAAB);
+  EXPECT_EQ(FixDiv(Long2Fix(-2), Long2Fix(3)), -0xAAAB);
+  EXPECT_EQ(FixDiv(1, Long2Fix(2)), 1);
+  EXPECT_EQ(FixDiv(-1, Long2Fix(2)), -1);
+}
+
+TEST(FixDiv, SaturatesBySignAndOnZero) {
+  EXPECT_EQ(FixDiv(kLargest, 1), kLargest);
+  EXPECT_EQ(FixDiv(kSmallest, 1), kSmallest);
+  EXPECT_EQ(FixDiv(kSmallest, -1), kLargest);
+  EXPECT_EQ(FixDiv(kOne, 0), kLargest);
+  EXPECT_EQ(FixDiv(0, 0), kLargest);
+  EXPECT_EQ(FixDiv(-kOne, 0), kSmallest);
+}
+
+TEST(FixMath, AgreesWithExactArithmeticOnManyNumbers) {
+  const auto saturated = [](long double value) {
+    return static_cast<Fixed>(std::fmin(std::fmax(std::round(value), kSmallest), kLargest));
+  };
+  std::mt19937 random(20);
+  for (int i = 0; i < 100'000; ++i) {
+    // Of every magnitude.
+    const auto a = static_cast<Fixed>(random()) >> (random() % 31);
+    const auto b = static_cast<Fixed>(random()) >> (random() % 31);
+    const long double exact = a;
+    ASSERT_EQ(FixMul(a, b), saturated(exact * b / 65536)) << a << " * " << b;
+    if (b == 0) continue;
+    ASSERT_EQ(FixDiv(a, b), saturated(exact * 65536 / b)) << a << " / " << b;
+  }
+}
+
+}  // namespace

@@ -1,0 +1,250 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Voice bundles: what makes one, what breaks one, and the order in which they are found.
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <string>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "SpeechSynthesis/Places.h"
+#include "SpeechSynthesis/VoiceCatalogue.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using platform::Voice;
+using platform::VoiceCatalogue;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+constexpr OSType kCreator = 0x4B56524C;
+
+// The dictionary of a property list, by key: the XML of the value.
+using Dictionary = std::map<std::string, std::string>;
+
+Dictionary goodVoice(int identifier) {
+  return {{"VoiceCreator", "<string>KVRL</string>"},
+          {"VoiceID", "<integer>" + std::to_string(identifier) + "</integer>"},
+          {"VoiceName", "<string>Test</string>"},
+          {"VoiceGender", "<string>female</string>"},
+          {"VoiceLocaleIdentifier", "<string>en_GB</string>"},
+          {"VoiceAge", "<integer>41</integer>"},
+          {"VoiceVersion", "<integer>7</integer>"},
+          {"VoiceDemoText", "<string>Caf\xC3\xA9 &amp; cr\xC3\xA8me.</string>"}};
+}
+
+class Bundles : public testing::Test {
+ protected:
+  void SetUp() override {
+    std::string pattern = (fs::temp_directory_path() / "voicesXXXXXX").native();
+    ASSERT_NE(mkdtemp(pattern.data()), nullptr);
+    m_folder = pattern;
+  }
+  void TearDown() override { fs::remove_all(m_folder); }
+
+  void write(const std::string& file, const std::string& content) {
+    const fs::path path = m_folder / file;
+    fs::create_directories(path.parent_path());
+    std::ofstream(path) << content;
+  }
+
+  void writeVoice(const std::string& bundle, const Dictionary& dictionary,
+                  const std::string& place = "Info.plist") {
+    std::string list =
+        "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\"><dict>\n";
+    for (const auto& [key, value] : dictionary) list += "<key>" + key + "</key>" + value + "\n";
+    write(bundle + "/" + place, list + "</dict></plist>\n");
+  }
+
+  // What is said when the one bundle Broken.SpeechVoice is left out.
+  std::string reasonFor(const Dictionary& dictionary) {
+    writeVoice("Broken.SpeechVoice", dictionary);
+    testing::internal::CaptureStderr();
+    const VoiceCatalogue catalogue({m_folder});
+    EXPECT_THAT(catalogue.voices(), IsEmpty());
+    const std::string said = testing::internal::GetCapturedStderr();
+    EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 1) << said;
+    EXPECT_THAT(said, HasSubstr((m_folder / "Broken.SpeechVoice").native()));
+    return said;
+  }
+
+  fs::path m_folder;
+};
+
+std::string pascal(const unsigned char* string) {
+  return {reinterpret_cast<const char*>(string) + 1, string[0]};
+}
+
+TEST_F(Bundles, GiveADescriptionInMacOSRoman) {
+  writeVoice("Test.SpeechVoice", goodVoice(9));
+  const VoiceCatalogue catalogue({m_folder});
+  ASSERT_EQ(catalogue.voices().size(), 1U);
+  const Voice& voice = catalogue.voices().front();
+  EXPECT_EQ(voice.spec.creator, kCreator);
+  EXPECT_EQ(voice.spec.id, 9U);
+  EXPECT_EQ(voice.locale, "en_GB");
+  EXPECT_EQ(voice.bundle, m_folder / "Test.SpeechVoice");
+  EXPECT_EQ(voice.description.voice.id, 9U);
+  EXPECT_EQ(voice.description.version, 7);
+  EXPECT_EQ(voice.description.age, 41);
+  EXPECT_EQ(voice.description.gender, kFemale);
+  EXPECT_EQ(voice.description.language, langEnglish);
+  EXPECT_EQ(voice.description.region, verBritain);
+  EXPECT_EQ(pascal(voice.description.name), "Test");
+  EXPECT_EQ(pascal(voice.description.comment), "Caf\x8E & cr\x8Fme.");
+}
+
+TEST_F(Bundles, MayKeepTheListUnderContents) {
+  writeVoice("Test.SpeechVoice", goodVoice(9), "Contents/Info.plist");
+  EXPECT_EQ(VoiceCatalogue({m_folder}).voices().size(), 1U);
+}
+
+TEST_F(Bundles, NeedOnlyWhatIsRequired) {
+  Dictionary dictionary = goodVoice(9);
+  for (const char* const key : {"VoiceAge", "VoiceVersion", "VoiceDemoText"}) dictionary.erase(key);
+  writeVoice("Test.SpeechVoice", dictionary);
+  EXPECT_EQ(VoiceCatalogue({m_folder}).voices().size(), 1U);
+}
+
+TEST_F(Bundles, AreLeftOutWithTheKeyThatIsMissing) {
+  for (const char* const key :
+       {"VoiceCreator", "VoiceID", "VoiceName", "VoiceGender", "VoiceLocaleIdentifier"}) {
+    Dictionary dictionary = goodVoice(9);
+    dictionary.erase(key);
+    EXPECT_THAT(reasonFor(dictionary), HasSubstr(std::string(key) + " is missing"));
+  }
+}
+
+TEST_F(Bundles, AreLeftOutWithTheKeyThatIsWrong) {
+  const struct {
+    const char* key;
+    std::string value;
+    const char* reason;
+  } table[] = {
+      {"VoiceCreator", "<string>KVR</string>", "VoiceCreator is not four ASCII characters"},
+      {"VoiceCreator", "<integer>4</integer>", "VoiceCreator is not a string"},
+      {"VoiceID", "<string>12</string>", "VoiceID is not an integer"},
+      {"VoiceID", "<integer>12x</integer>", "VoiceID is not an integer"},
+      {"VoiceID", "<integer>-1</integer>", "VoiceID is out of range"},
+      {"VoiceID", "<integer>4294967296</integer>", "VoiceID is out of range"},
+      {"VoiceID", "<integer>99999999999999999999</integer>", "VoiceID is out of range"},
+      {"VoiceAge", "<integer>40000</integer>", "VoiceAge is out of range"},
+      {"VoiceName", "<string></string>", "VoiceName is empty"},
+      {"VoiceName", "<string>" + std::string(64, 'n') + "</string>", "VoiceName is not at most 63"},
+      {"VoiceName", "<string>\xE4\xB8\x80</string>", "VoiceName is not at most 63"},
+      {"VoiceDemoText", "<string>" + std::string(256, 'n') + "</string>",
+       "VoiceDemoText is not at most 255"},
+      {"VoiceGender", "<string>robot</string>", "VoiceGender is not male, female or neuter"},
+      {"VoiceLocaleIdentifier", "<string>english</string>", "VoiceLocaleIdentifier is not"}};
+  for (const auto& row : table) {
+    Dictionary dictionary = goodVoice(9);
+    dictionary[row.key] = row.value;
+    EXPECT_THAT(reasonFor(dictionary), HasSubstr(row.reason));
+  }
+}
+
+TEST_F(Bundles, AreLeftOutWhenTheListIsMalformed) {
+  write("Cut.SpeechVoice/Info.plist", "<plist><dict><key>VoiceID");
+  write("Empty.SpeechVoice/Info.plist", "");
+  write("Other.SpeechVoice/Info.plist", "<plist><array/></plist>");
+  write("Without.SpeechVoice/readme", "");
+  write("File.SpeechVoice", "not a folder");
+  writeVoice("Good.SpeechVoice", goodVoice(9));
+  testing::internal::CaptureStderr();
+  const VoiceCatalogue catalogue({m_folder});
+  const std::string said = testing::internal::GetCapturedStderr();
+  EXPECT_EQ(catalogue.voices().size(), 1U);
+  EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 5) << said;
+  EXPECT_THAT(said, HasSubstr("Cut.SpeechVoice is left out: Info.plist cannot be read"));
+  EXPECT_THAT(said, HasSubstr("Empty.SpeechVoice is left out: Info.plist cannot be read"));
+  EXPECT_THAT(said, HasSubstr("Other.SpeechVoice is left out: Info.plist has no dictionary"));
+  EXPECT_THAT(said, HasSubstr("Without.SpeechVoice is left out: there is no Info.plist in it"));
+  EXPECT_THAT(said, HasSubstr("File.SpeechVoice is left out: it is not a folder"));
+}
+
+TEST_F(Bundles, OfOtherNamesAreNotLookedAt) {
+  writeVoice("Test.voice", goodVoice(9));
+  testing::internal::CaptureStderr();
+  EXPECT_THAT(VoiceCatalogue({m_folder, m_folder / "nowhere"}).voices(), IsEmpty());
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
+TEST_F(Bundles, ComeInTheOrderOfFoldersAndNames) {
+  writeVoice("late/A.SpeechVoice", goodVoice(1));
+  writeVoice("early/Y.SpeechVoice", goodVoice(2));
+  writeVoice("early/X.SpeechVoice", goodVoice(3));
+  const VoiceCatalogue catalogue({m_folder / "early", m_folder / "late"});
+  std::vector<OSType> order;
+  for (const Voice& voice : catalogue.voices()) order.push_back(voice.spec.id);
+  EXPECT_EQ(order, (std::vector<OSType>{3, 2, 1}));
+  EXPECT_EQ(catalogue.find({kCreator, 1}), &catalogue.voices()[2]);
+  EXPECT_EQ(catalogue.find({kCreator, 4}), nullptr);
+  EXPECT_EQ(catalogue.find({kCreator + 1, 1}), nullptr);
+}
+
+TEST_F(Bundles, ReplaceThoseOfLaterFoldersSilently) {
+  writeVoice("early/Mine.SpeechVoice", goodVoice(1));
+  writeVoice("late/Theirs.SpeechVoice", goodVoice(1));
+  testing::internal::CaptureStderr();
+  const VoiceCatalogue catalogue({m_folder / "early", m_folder / "late"});
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+  ASSERT_EQ(catalogue.voices().size(), 1U);
+  EXPECT_EQ(catalogue.voices().front().bundle, m_folder / "early/Mine.SpeechVoice");
+}
+
+TEST_F(Bundles, AreReportedWhenTwoInOneFolderHaveOneIdentifier) {
+  writeVoice("A.SpeechVoice", goodVoice(1));
+  writeVoice("B.SpeechVoice", goodVoice(1));
+  testing::internal::CaptureStderr();
+  const VoiceCatalogue catalogue({m_folder});
+  EXPECT_THAT(testing::internal::GetCapturedStderr(),
+              HasSubstr("B.SpeechVoice is left out: its identifier is taken by " +
+                        (m_folder / "A.SpeechVoice").native()));
+  EXPECT_EQ(catalogue.voices().size(), 1U);
+}
+
+TEST_F(Bundles, NameTheFirstEnglishManAsDefault) {
+  EXPECT_EQ(VoiceCatalogue({m_folder}).defaultVoice(), nullptr);
+
+  writeVoice("A.SpeechVoice", goodVoice(1));
+  EXPECT_EQ(VoiceCatalogue({m_folder}).defaultVoice()->spec.id, 1U);
+
+  Dictionary german = goodVoice(2);
+  german["VoiceGender"] = "<string>male</string>";
+  german["VoiceLocaleIdentifier"] = "<string>de_DE</string>";
+  writeVoice("B.SpeechVoice", german);
+  Dictionary english = goodVoice(3);
+  english["VoiceGender"] = "<string>male</string>";
+  writeVoice("C.SpeechVoice", english);
+  EXPECT_EQ(VoiceCatalogue({m_folder}).defaultVoice()->spec.id, 3U);
+}
+
+TEST(VoiceCatalogue, ReadsTheVoicesOfTheProject) {
+  testing::internal::CaptureStderr();
+  const VoiceCatalogue catalogue({VOICES_DIR});
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+  std::map<std::string, SInt16> genders;
+  for (const Voice& voice : catalogue.voices()) {
+    genders[pascal(voice.description.name)] = voice.description.gender;
+    EXPECT_EQ(voice.locale, "en_US");
+    EXPECT_GT(voice.description.comment[0], 20);
+    EXPECT_TRUE(fs::exists(voice.bundle / "kavrel.voice"));
+  }
+  EXPECT_EQ(genders, (std::map<std::string, SInt16>{
+                         {"Corin", kMale}, {"Maren", kFemale}, {"Quill", kNeuter}}));
+  EXPECT_EQ(pascal(catalogue.defaultVoice()->description.name), "Corin");
+}
+
+TEST(Places, TakesFoldersOfAVariableInOrder) {
+  ASSERT_EQ(setenv("PLACES_TEST", ":/first::/second dir:", 1), 0);
+  EXPECT_EQ(platform::foldersFromEnvironment("PLACES_TEST"),
+            (std::vector<fs::path>{"/first", "/second dir"}));
+  ASSERT_EQ(unsetenv("PLACES_TEST"), 0);
+  EXPECT_THAT(platform::foldersFromEnvironment("PLACES_TEST"), IsEmpty());
+}
+
+}  // namespace
