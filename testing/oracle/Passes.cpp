@@ -221,7 +221,11 @@ void ignoreContextTags(TokenList& tokens, Kind context) {
     for (int j = i; j <= beyond - 1 && place == 0; ++j) {
       if (tokens.at(j).start > ignored.start) place = j;
     }
+    const int handled = tokens.at(i).number;
     tokens.insert(place, ignored);
+    // In a list out of order the new token can land in front of the command, which would then come
+    // round again; no pass handles the same command twice.
+    if (tokens.at(i).number != handled) i = i + 1;
   }
 }
 

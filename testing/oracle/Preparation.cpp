@@ -20,57 +20,57 @@ struct PlainForm {
   std::string text;  // in ISO 8859-15
 };
 
-// The bytes of Mac OS Roman that ISO 8859-15 has no character for. The text is escaped by then, so
-// a form that needs "<" brings its own escape.
+// The bytes of Mac OS Roman that ISO 8859-15 has no character for, as people type or read them; a
+// mark that nobody reads aloud is a blank. None needs an escape of its own.
 const std::vector<PlainForm>& plainForms() {
   static const std::vector<PlainForm> forms = {
-      {0xA0, " "},          // dagger
-      {0xA5, " "},          // bullet
-      {0xAA, "TM"},         // trade mark sign
-      {0xAB, "'"},          // acute accent
-      {0xAC, " "},          // diaeresis
-      {0xAD, "!="},         // not equal to
-      {0xB0, " "},          // infinity
-      {0xB2, "&lt;="},      // less than or equal to
-      {0xB3, "&gt;="},      // greater than or equal to
-      {0xB6, "d"},          // partial differential
-      {0xB7, " "},          // summation
-      {0xB8, " "},          // product
-      {0xB9, "pi"},         // small pi
-      {0xBA, " "},          // integral
-      {0xBD, "Ohm"},        // capital omega
-      {0xC3, " "},          // square root
-      {0xC4, "f"},          // f with hook
-      {0xC5, "~"},          // almost equal to
-      {0xC6, " "},          // increment
-      {0xC9, "..."},        // ellipsis
-      {0xD0, "-"},          // en dash
-      {0xD1, "-"},          // em dash
-      {0xD2, "\""},         // left double quotation mark
-      {0xD3, "\""},         // right double quotation mark
-      {0xD4, "'"},          // left single quotation mark
-      {0xD5, "'"},          // right single quotation mark
-      {0xD7, " "},          // lozenge
-      {0xDA, "/"},          // fraction slash
-      {0xDC, "'"},          // single left angle quotation mark
-      {0xDD, "'"},          // single right angle quotation mark
-      {0xDE, "fi"},         // fi ligature
-      {0xDF, "fl"},         // fl ligature
-      {0xE0, " "},          // double dagger
-      {0xE2, "'"},          // single low quotation mark
-      {0xE3, "\""},         // double low quotation mark
-      {0xE4, "per mille"},  // per mille sign
-      {0xF0, "Apple"},      // Apple logo
-      {0xF5, "i"},          // dotless i
-      {0xF6, "^"},          // modifier circumflex
-      {0xF7, "~"},          // small tilde
-      {0xF9, " "},          // breve
-      {0xFA, " "},          // dot above
-      {0xFB, "\xB0"},       // ring above
-      {0xFC, " "},          // cedilla
-      {0xFD, "\""},         // double acute accent
-      {0xFE, " "},          // ogonek
-      {0xFF, " "},          // caron
+      {0xA0, " "},               // dagger
+      {0xA5, "-"},               // bullet
+      {0xAA, "(TM)"},            // trade mark sign
+      {0xAB, "'"},               // acute accent
+      {0xAC, "\""},              // diaeresis
+      {0xAD, " not equal to "},  // not equal to
+      {0xB0, "infinity"},        // infinity
+      {0xB2, " at most "},       // less than or equal to
+      {0xB3, " at least "},      // greater than or equal to
+      {0xB6, "d"},               // partial differential
+      {0xB7, "sum "},            // summation
+      {0xB8, "product "},        // product
+      {0xB9, "pi"},              // small pi
+      {0xBA, "integral "},       // integral
+      {0xBD, "Omega"},           // capital omega
+      {0xC3, "root "},           // square root
+      {0xC4, "f"},               // f with hook
+      {0xC5, "~"},               // almost equal to
+      {0xC6, "Delta"},           // increment
+      {0xC9, "..."},             // ellipsis
+      {0xD0, "-"},               // en dash
+      {0xD1, "-"},               // em dash
+      {0xD2, "\""},              // left double quotation mark
+      {0xD3, "\""},              // right double quotation mark
+      {0xD4, "'"},               // left single quotation mark
+      {0xD5, "'"},               // right single quotation mark
+      {0xD7, " "},               // lozenge
+      {0xDA, "/"},               // fraction slash
+      {0xDC, "'"},               // single left angle quotation mark
+      {0xDD, "'"},               // single right angle quotation mark
+      {0xDE, "fi"},              // fi ligature
+      {0xDF, "fl"},              // fl ligature
+      {0xE0, " "},               // double dagger
+      {0xE2, "'"},               // single low quotation mark
+      {0xE3, "\""},              // double low quotation mark
+      {0xE4, " per mille"},      // per mille sign
+      {0xF0, " "},               // Apple logo
+      {0xF5, "i"},               // dotless i
+      {0xF6, "^"},               // modifier circumflex
+      {0xF7, "~"},               // small tilde
+      {0xF9, " "},               // breve
+      {0xFA, " "},               // dot above
+      {0xFB, " "},               // ring above
+      {0xFC, ","},               // cedilla
+      {0xFD, "\""},              // double acute accent
+      {0xFE, " "},               // ogonek
+      {0xFF, " "},               // caron
   };
   return forms;
 }

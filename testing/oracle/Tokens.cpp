@@ -115,6 +115,7 @@ void TokenList::create(const std::string& text, const OffsetMap& inherited) {
       token.size = static_cast<int>(piece.size());
       token.kind = classify(token.words);
       token.start = static_cast<int>(pos);
+      token.number = size();
       m_tokens.push_back(token);
 
       if (!last) pos = semicolon;

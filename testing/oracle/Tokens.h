@@ -65,7 +65,8 @@ struct Token {
   std::string ssml;
   bool hasSsml = false;
 
-  int start = -1;  // in the base text
+  int start = -1;   // in the base text
+  int number = -1;  // of the command in the text, from 0
 
   // Argument number `index`, from 0; empty when there is none.
   std::string argument(std::size_t index) const;
