@@ -309,6 +309,20 @@ void Port::play(const Event& event) {
   state.play(port, job, event);
 }
 
+void Port::endOf(int job) {
+  State& state = State::get();
+  std::shared_ptr<PortState> port;
+  std::shared_ptr<Job> ended;
+  {
+    const Lock held(state.m_lock);
+    port = state.portByNumber(m_number);
+    const auto found = state.m_jobs.find(state.m_firstJob + job);
+    if (found == state.m_jobs.end()) throw std::logic_error("no job " + std::to_string(job));
+    ended = found->second;
+  }
+  state.play(port, ended, {KAVREL_EVENT_END});
+}
+
 bool Port::open() const {
   return readPort(m_number, [](const PortState& port) { return port.open; });
 }

@@ -166,6 +166,9 @@ class KAVREL_API Port : public Events<Port> {
   // its mask holds the event's type. On this thread.
   void play(const Event& event);
 
+  // Plays END of an earlier job, by its number, while another one may be running.
+  void endOf(int job);
+
   bool open() const;
   // The job that was started last has not ended.
   bool running() const;
