@@ -151,8 +151,8 @@ void convertProsodyTags(TokenList& tokens, Kind kind, const std::string& attribu
     } else {
       accumulated = readNumber(command.argument(0));
     }
-    const std::string openTag =
-        "<prosody " + attribute + "='" + numberText(convertUnits(accumulated)) + units + "'>";
+    std::string openTag = "<prosody " + attribute;
+    openTag += "='" + numberText(convertUnits(accumulated)) + units + "'>";
 
     bool inside = true;
     while (inside) {

@@ -3,6 +3,7 @@
 // The oracle's conversion passes over a token list. All throw Failure.
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 #include "Tokens.h"
@@ -10,7 +11,7 @@
 namespace oracle {
 
 // All phones that one text may put into its output, in bytes.
-constexpr std::size_t kPhonesLimit = 16U * 1024U * 1024U;
+constexpr std::size_t kPhonesLimit = std::size_t{16} * 1024 * 1024;
 
 // A number as a text stream in its default state writes it and reads it. What does not read as a
 // number is 0.

@@ -53,7 +53,7 @@ std::vector<std::string> splitCommand(const std::string& command) {
 }
 
 Kind classify(const std::vector<std::string>& words) {
-  const std::string command = words.size() > 0 ? words[0] : "";
+  const std::string command = words.empty() ? "" : words[0];
   const std::string argument = words.size() > 1 ? words[1] : "";
   const std::string anyCase = lowered(argument);
 

@@ -233,6 +233,10 @@ inline std::vector<ConversionExample> noLaterCommandExamples() {
       fails("PhonesWithoutAnEndFail", "[[inpt PHON]]AE [[ see", Failure::BadPhoneSequence),
       fails("AnOpenRateHasNoPlaceForItsTag", "x [[rate 5", Failure::IndexOutOfRange),
       fails("AnOpenSilenceHasNoPlaceForItsBreak", "x [[slnc 5", Failure::IndexOutOfRange),
+      fails("AnOpenSkippedContextLandsBehindTheText", "a [[ctxt WSKP ", Failure::OutOfRange),
+      // The emphasis' end stands in front of the list, so that the skipped context's token does not
+      // come behind its command.
+      fails("ASkippedContextIsHandledOnce", "ab[[emph +]]cd[[ctxt TSKP]]", Failure::OutOfRange),
       fails("AnOpenEmphasisHasNothingToSearch", "x [[emph + ", Failure::IndexOutOfRange),
   };
 }
