@@ -13,9 +13,9 @@
 namespace {
 
 enum class Argument {
-  Any,       // none needed
-  Exact,     // as written
-  AnyCase,   // written small here
+  Any,      // none needed
+  Exact,    // as written
+  AnyCase,  // written small here
 };
 
 struct Rule {
@@ -55,7 +55,9 @@ constexpr std::array<Rule, 25> kRules = {{
     {"ctxt", Argument::AnyCase, "norm", AppleMarkupToken::NORMAL_CONTEXT_TAG},
 }};
 
-char small(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
+char small(char c) {
+  return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
 
 bool equalsSmall(std::string_view text, std::string_view smallText) {
   if (text.size() != smallText.size()) return false;

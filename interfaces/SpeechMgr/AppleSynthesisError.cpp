@@ -15,4 +15,6 @@ std::string AppleSynthesisError::getErrorString() const {
   }
 }
 
-void AppleSynthesisError::printError() const { std::printf("%s", getErrorString().c_str()); }
+void AppleSynthesisError::printError() const {
+  std::printf("%s", getErrorString().c_str());
+}

@@ -18,6 +18,12 @@ bool retain_channel(speech_channel* channel);
 // Lets go; the last to do so frees the record.
 void release_channel(speech_channel* channel);
 
+// Whether a close of the channel has begun.
+bool is_closing(speech_channel* channel);
+
+// Lets go of the text and the maps of a job that is over or has not begun.  [lock held]
+void release_text(speech_channel* channel);
+
 // The process's engine, or null when it could not be opened.
 kavrel_engine_struct* channel_engine();
 

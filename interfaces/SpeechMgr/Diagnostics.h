@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Writing a line of the diagnostic log: four calls of the engine library, made only when the area is
-// switched on and the level is above the line's threshold. The arguments are not evaluated
+// Writing a line of the diagnostic log: four calls of the engine library, made only when the area
+// is switched on and the level is above the line's threshold. The arguments are not evaluated
 // otherwise.
 #pragma once
 
@@ -16,12 +16,12 @@ inline bool diagnosing(unsigned int area, int above) {
 }
 
 // DIAG_LINE(area, above, source file name, format, arguments ...)
-#define DIAG_LINE(area, above, file, ...)                \
-  do {                                                   \
-    if (diagnosing(area, above)) {                       \
-      cst_dbg_timestamp();                               \
-      cst_dbg_ffl(file, __func__, __LINE__);             \
-      cst_dbg_context(area);                             \
-      cst_errmsg(__VA_ARGS__);                           \
-    }                                                    \
+#define DIAG_LINE(area, above, file, ...)    \
+  do {                                       \
+    if (diagnosing(area, above)) {           \
+      cst_dbg_timestamp();                   \
+      cst_dbg_ffl(file, __func__, __LINE__); \
+      cst_dbg_context(area);                 \
+      cst_errmsg(__VA_ARGS__);               \
+    }                                        \
   } while (false)

@@ -2,13 +2,12 @@
 //
 // The plug-in's face: the twelve entry points that the Speech Synthesis Manager calls.
 //
-// Threads: every entry point may be called on any thread, and from inside every callback. Each takes
-// the lock of the channel it names, close, text-to-phonemes and use-dictionary aside; a stop and a
-// speak may hold it while they wait for the engine.
-// Results: noErr (0); noSynthFound (-240) when no open channel has the identifier; what else each
-// one answers stands with it.
-// Exceptions: none leaves an entry point, except that SESpeakBuffer lets memory and range errors of
-// the text conversion out, with the channel idle.
+// Threads: every entry point may be called on any thread, and from inside every callback. Each
+// takes the lock of the channel it names, close, text-to-phonemes and use-dictionary aside; a stop
+// and a speak may hold it while they wait for the engine. Results: noErr (0); noSynthFound (-240)
+// when no open channel has the identifier; what else each one answers stands with it. Exceptions:
+// none leaves an entry point, except that SESpeakBuffer lets memory and range errors of the text
+// conversion out, with the channel idle.
 #pragma once
 
 #include <ApplicationServices/ApplicationServices.h>
@@ -44,16 +43,16 @@ inline constexpr unsigned long kCallerPositions = 0x63706F73;  // "cpos"
 // identifier is used up and stored.
 KAVREL_ENTRY_POINT long SEOpenSpeechChannel(SpeechChannelIdentifier* ssr);
 
-// Stops what is spoken and closes the channel. From inside a callback, too; the record goes when the
-// last thread has let go of it.
+// Stops what is spoken and closes the channel. From inside a callback, too; the record goes when
+// the last thread has let go of it.
 KAVREL_ENTRY_POINT long SECloseSpeechChannel(SpeechChannelIdentifier ssr);
 
 // Fills `*status`; paramErr when it is null.
 // Rationale: a paused channel reads as not busy, with no bytes left and phoneme 0.
 KAVREL_ENTRY_POINT long SESpeechStatus(SpeechChannelIdentifier ssr, SpeechStatusInfo* status);
 
-// Stops at the place (kImmediate, kEndOfWord, kEndOfSentence), and returns when the job is finished.
-// -1: the engine refused.
+// Stops at the place (kImmediate, kEndOfWord, kEndOfSentence), and returns when the job is
+// finished. -1: the engine refused.
 KAVREL_ENTRY_POINT long SEStopSpeechAt(SpeechChannelIdentifier ssr, unsigned long whereToStop);
 
 // Pauses at the place. -1: the engine refused; the channel counts as paused all the same.
@@ -78,8 +77,8 @@ KAVREL_ENTRY_POINT long SEUseDictionary(SpeechChannelIdentifier ssr, void* dicti
 KAVREL_ENTRY_POINT long SESpeakBuffer(SpeechChannelIdentifier ssr, Ptr textBuf, long byteLen,
                                       long controlFlags);
 
-// Reads a setting into `*speechInfo`. paramErr: `speechInfo` is null. siUnknownInfoType: there is no
-// such selector to read.
+// Reads a setting into `*speechInfo`. paramErr: `speechInfo` is null. siUnknownInfoType: there is
+// no such selector to read.
 KAVREL_ENTRY_POINT long SEGetSpeechInfo(SpeechChannelIdentifier ssr, unsigned long selector,
                                         void* speechInfo);
 

@@ -10,12 +10,20 @@
 
 namespace {
 
-std::uint32_t unsignedOf(std::int32_t amount) { return static_cast<std::uint32_t>(amount); }
-std::int32_t signedOf(std::uint32_t amount) { return static_cast<std::int32_t>(amount); }
+std::uint32_t unsignedOf(std::int32_t amount) {
+  return static_cast<std::uint32_t>(amount);
+}
+std::int32_t signedOf(std::uint32_t amount) {
+  return static_cast<std::int32_t>(amount);
+}
 
-std::uint32_t endOf(const OffsetMap::Offset& range) { return range.pos + unsignedOf(range.amount); }
+std::uint32_t endOf(const OffsetMap::Offset& range) {
+  return range.pos + unsignedOf(range.amount);
+}
 
-const char* yesNo(bool value) { return value ? "YES" : "NO"; }
+const char* yesNo(bool value) {
+  return value ? "YES" : "NO";
+}
 
 // Greatest value so far, for every index: what makes "the first that reaches x" a binary search.
 template <typename Range, typename Value>
@@ -78,7 +86,9 @@ class TouchingGroups {
     return true;
   }
 
-  std::uint32_t endOfRange(std::size_t index) { return m_ends[root(static_cast<std::uint32_t>(index))]; }
+  std::uint32_t endOfRange(std::size_t index) {
+    return m_ends[root(static_cast<std::uint32_t>(index))];
+  }
 
  private:
   static std::uint64_t key(std::uint32_t end, bool inserted) {
@@ -255,8 +265,7 @@ void OffsetMap::buildSsmlRanges() {
     Offset& target = ssmlRanges[slot];
     if (target.pos == 0 && target.amount == 0) {
       target = record;
-      target.pos =
-          range == 0 ? appleRanges[0].pos : plainBefore(appleRanges[range]) + markupBefore;
+      target.pos = range == 0 ? appleRanges[0].pos : plainBefore(appleRanges[range]) + markupBefore;
       ++slot;
     } else {
       target.amount = signedOf(unsignedOf(target.amount) + unsignedOf(record.amount));
@@ -299,7 +308,8 @@ unsigned int OffsetMap::offset(unsigned int pos) {
 
   // Rationale: both "+ 1" are part of the arithmetic, boundary effects included.
   std::uint32_t rest = pos - correction + 1;
-  if (!appleRanges.empty() && appleRanges.front().pos != 0) rest = rest - appleRanges.front().pos + 1;
+  if (!appleRanges.empty() && appleRanges.front().pos != 0)
+    rest = rest - appleRanges.front().pos + 1;
   if (signedOf(rest) <= 0 || appleRanges.empty()) return correction;
   if (m_lookup.wraps) return walkAppleRanges(signedOf(rest), correction);
 

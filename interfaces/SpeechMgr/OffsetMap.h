@@ -17,13 +17,13 @@
 class OffsetMap {
  public:
   enum TokenType : std::uint8_t {
-    APPLE_TOKEN = 0,   // command text, removed
-    SSML_TOKEN = 1,    // markup, inserted
+    APPLE_TOKEN = 0,  // command text, removed
+    SSML_TOKEN = 1,   // markup, inserted
     UNKNOWN_TOKEN = 2
   };
 
   struct Offset {
-    std::uint32_t pos = 0;      // start of the stretch; of derived markup ranges, in the converted text
+    std::uint32_t pos = 0;  // start of the stretch; of derived markup ranges, in the converted text
     std::int32_t amount = 0;    // its length
     bool insertedCode = false;  // text that the converter added and the caller never wrote
     TokenType type = APPLE_TOKEN;
@@ -65,8 +65,8 @@ class OffsetMap {
   bool listsAreBuilt() const { return finalListsBuilt; }
 
  private:
-  // For each type of record, the greatest position among the records from index 1 up to the end of a
-  // block; the record at index 0 follows rules of its own.
+  // For each type of record, the greatest position among the records from index 1 up to the end of
+  // a block; the record at index 0 follows rules of its own.
   static constexpr std::size_t kBlock = 32;
   struct Reach {
     std::uint32_t pos[3] = {0, 0, 0};

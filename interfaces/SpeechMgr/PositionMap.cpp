@@ -20,9 +20,8 @@ void PositionMap::replaced(std::uint32_t length, std::uint32_t origin, std::uint
 }
 
 std::size_t PositionMap::runAt(std::uint32_t position) const {
-  const auto next =
-      std::upper_bound(m_runs.begin(), m_runs.end(), position,
-                       [](std::uint32_t p, const Run& run) { return p < run.start; });
+  const auto next = std::upper_bound(m_runs.begin(), m_runs.end(), position,
+                                     [](std::uint32_t p, const Run& run) { return p < run.start; });
   return static_cast<std::size_t>(next - m_runs.begin()) - 1;
 }
 

@@ -3,4 +3,6 @@
 
 #include <cstdio>
 
-void SSMLMarkupToken::print() const { std::printf("SSML Token: \"%s\" \n", m_token.c_str()); }
+void SSMLMarkupToken::print() const {
+  std::printf("SSML Token: \"%s\" \n", m_token.c_str());
+}

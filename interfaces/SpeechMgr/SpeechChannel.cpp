@@ -138,6 +138,11 @@ void release_channel(speech_channel* channel) {
   free_record(channel);
 }
 
+bool is_closing(speech_channel* channel) {
+  LeafLock held(registry_lock);
+  return channel->closing;
+}
+
 speech_channel* new_channel(SpeechChannelIdentifier ssr) {
   // Rationale: one set for every call, used by the first only, and never released.
   kavrel_params* params = kavrel_params_new(nullptr);

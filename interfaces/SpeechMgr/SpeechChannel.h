@@ -15,10 +15,9 @@
 
 #include <ApplicationServices/ApplicationServices.h>
 
-#include <pthread.h>
-
 #include <cst.h>
 #include <kavrel.h>
+#include <pthread.h>
 
 #include "OffsetMap.h"
 #include "PositionMap.h"
@@ -43,9 +42,9 @@ struct channel_job_state {
 struct speech_channel {
   SpeechChannelIdentifier id;
   SpeechMgrEnv environment;
-  kavrel_port_struct* port;  // null until the first job
-  kavrel_background_t job;   // null between jobs
-  pthread_mutex_t mtx;       // recursive
+  kavrel_port_struct* port;        // null until the first job
+  kavrel_background_t job;         // null between jobs
+  pthread_mutex_t mtx;             // recursive
   pthread_cond_t speech_finished;  // with mtx: a job has been finished
   channel_status_t status;
   char* outfile;       // path of the file that jobs are written to, or null; cst allocator
@@ -54,9 +53,10 @@ struct speech_channel {
   char* voxdir;        // directory of its data; cst allocator
   int voice_changed;   // voxdir has not been given to the port yet
   char* text;          // converted text of the current job; cst allocator
-  OffsetMap* text_offsets;  // from its positions to the caller's; changed under the leaf lock as well
-  int curr_pos;        // position of the last phoneme event; written by the engine's thread, atomic
-  int curr_phoneme;    // its Apple code; likewise
+  OffsetMap*
+      text_offsets;  // from its positions to the caller's; changed under the leaf lock as well
+  int curr_pos;      // position of the last phoneme event; written by the engine's thread, atomic
+  int curr_phoneme;  // its Apple code; likewise
   // Written under mtx, read by the engine's thread without it, so both atomically.
   SpeechTextDoneProcPtr cb_text_done;
   SpeechDoneProcPtr cb_speech_done;
@@ -97,9 +97,9 @@ speech_channel* find_channel(SpeechChannelIdentifier ssr);
 // job. A null `voice` leaves no voice recorded.  [lock held]
 void channel_set_voice(speech_channel* channel, VoiceSpec* voice, char* voxdir);
 
-// Stops the channel, waits until a job that is being finished is finished, and takes the channel out
-// of the registry. Does nothing when another thread is deleting it already.  [lock not held, unless
-// by a caller that is itself in a callback]
+// Stops the channel, waits until a job that is being finished is finished, and takes the channel
+// out of the registry. Does nothing when another thread is deleting it already.  [lock not held,
+// unless by a caller that is itself in a callback]
 void delete_channel(speech_channel* channel);
 
 // Keeps a registered channel's record alive; empty when there is no such channel, or it is being
@@ -128,8 +128,8 @@ int channel_speak(speech_channel* channel);
 // The engine's event type for a place code: 1 word, 2 sentence, any other now.
 kavrel_event_t get_kavrel_event(long where);
 
-// Pauses at the place, whatever the state, unless paused already. -1: the engine refused; the status
-// is STATUS_PAUSED all the same.
+// Pauses at the place, whatever the state, unless paused already. -1: the engine refused; the
+// status is STATUS_PAUSED all the same.
 int channel_pause(speech_channel* channel, long where);
 
 // Resumes a paused channel. -1: the engine refused; the status is STATUS_BUSY all the same.
@@ -158,8 +158,8 @@ inline constexpr kavrel_event_t kChannelEvents = KAVREL_EVENT_END | KAVREL_EVENT
                                                  KAVREL_EVENT_BOOKMARK | KAVREL_EVENT_WORD |
                                                  KAVREL_EVENT_SENTENCE;
 
-// The callback of every channel's port: turns engine events into the client's callbacks. Runs on the
-// engine's thread, takes no channel lock, and touches nothing of the channel after it has called the
-// client. `user` is the channel; one that is gone is ignored. Answers KAVREL_SUCCESS.
+// The callback of every channel's port: turns engine events into the client's callbacks. Runs on
+// the engine's thread, takes no channel lock, and touches nothing of the channel after it has
+// called the client. `user` is the channel; one that is gone is ignored. Answers KAVREL_SUCCESS.
 kavrel_result_t channel_stream_callback(kavrel_event_struct* event, kavrel_event_t type,
                                         void* user);

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // From engine events to client callbacks. Everything here runs on the engine's thread.
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <limits>
-#include <algorithm>
 
 #include "ChannelSupport.h"
 #include "SpeechChannel.h"
@@ -21,8 +21,8 @@ const char* event_text(kavrel_event_struct* event) {
 // A decimal number as 32-bit systems read it: out of range saturates.
 int sync_number(const char* name) {
   const long number = std::strtol(name, nullptr, 10);
-  return static_cast<int>(std::clamp<long>(number, std::numeric_limits<int>::min(),
-                                           std::numeric_limits<int>::max()));
+  return static_cast<int>(
+      std::clamp<long>(number, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()));
 }
 
 void report_bookmark(speech_channel* channel, kavrel_event_struct* event) {

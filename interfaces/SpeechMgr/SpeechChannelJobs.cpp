@@ -83,30 +83,11 @@ bool apply_voice(speech_channel* channel) {
 
 bool start_job(speech_channel* channel) {
   begin_job(channel);
-  const kavrel_result_t result =
-      kavrel_port_speak_text(channel->port, channel->text, std::strlen(channel->text), nullptr,
-                             &channel->job, nullptr);
+  const kavrel_result_t result = kavrel_port_speak_text(
+      channel->port, channel->text, std::strlen(channel->text), nullptr, &channel->job, nullptr);
   if (result >= 0) return true;
   abandon_job(channel);
   return false;
-}
-
-// With the lock held.
-void release_text(speech_channel* channel) {
-  channel->job = nullptr;
-  store_shared(channel->curr_pos, 0);
-  store_shared(channel->curr_phoneme, 0);
-  cst_free(channel->text);
-  channel->text = nullptr;
-  OffsetMap* offsets = nullptr;
-  PositionMap* positions = nullptr;
-  {
-    LeafLock held(channel->job_state.leaf);
-    std::swap(offsets, channel->text_offsets);
-    std::swap(positions, channel->text_positions);
-  }
-  delete offsets;
-  delete positions;
 }
 
 void* signal_and_release(void* argument) {
@@ -162,6 +143,23 @@ void* run_finishing_task(void* argument) {
 }
 
 }  // namespace
+
+void release_text(speech_channel* channel) {
+  channel->job = nullptr;
+  store_shared(channel->curr_pos, 0);
+  store_shared(channel->curr_phoneme, 0);
+  cst_free(channel->text);
+  channel->text = nullptr;
+  OffsetMap* offsets = nullptr;
+  PositionMap* positions = nullptr;
+  {
+    LeafLock held(channel->job_state.leaf);
+    std::swap(offsets, channel->text_offsets);
+    std::swap(positions, channel->text_positions);
+  }
+  delete offsets;
+  delete positions;
+}
 
 bool start_detached_thread(void* (*routine)(void*), void* argument) {
   pthread_t thread;

@@ -3,31 +3,30 @@
 
 #include <ApplicationServices/ApplicationServices.h>
 
-#include <pthread.h>
-
 #include <array>
 #include <cstring>
 #include <optional>
 #include <string_view>
 
 #include <cst.h>
+#include <pthread.h>
 
 // Rows 0 to 41 stand in the order of the Apple phoneme codes.
 const PhoneMap speechmgr_us_phones[] = {
-    {"%", "pau", false},  {"@", "pau", false},  {"AE", "ae", true},   {"EY", "ey", true},
-    {"AO", "ao", true},   {"AX", "ah", true},   {"IY", "i", true},    {"EH", "eh", true},
-    {"IH", "ih", true},   {"AY", "ay", true},   {"IX", "ih", true},   {"AA", "aa", true},
-    {"UW", "uw", true},   {"UH", "uh", true},   {"UX", "ah", true},   {"OW", "ow", true},
-    {"AW", "aw", true},   {"OY", "oy", true},   {"b", "b", false},    {"C", "ch", false},
-    {"d", "d", false},    {"D", "dh", false},   {"f", "f", false},    {"g", "g", false},
-    {"h", "h", false},    {"J", "jh", false},   {"k", "k", false},    {"l", "l", false},
-    {"m", "m", false},    {"n", "n", false},    {"N", "ng", false},   {"p", "p", false},
-    {"r", "r", false},    {"s", "s", false},    {"S", "sh", false},   {"t", "t", false},
-    {"T", "th", false},   {"v", "v", false},    {"w", "w", false},    {"y", "j", false},
-    {"z", "z", false},    {"Z", "zh", false},   {"=", ".", false},    {"1", "", false},
-    {"2", "", false},     {"~", "", false},     {"_", "", false},     {"+", "", false},
-    {"/", "", false},     {"\\", "", false},    {">", "", false},     {"<", "", false},
-    {" ", "", false},     {"\t", "", false},    {"\r", "", false},    {"\n", "", false},
+    {"%", "pau", false},      {"@", "pau", false}, {"AE", "ae", true}, {"EY", "ey", true},
+    {"AO", "ao", true},       {"AX", "ah", true},  {"IY", "i", true},  {"EH", "eh", true},
+    {"IH", "ih", true},       {"AY", "ay", true},  {"IX", "ih", true}, {"AA", "aa", true},
+    {"UW", "uw", true},       {"UH", "uh", true},  {"UX", "ah", true}, {"OW", "ow", true},
+    {"AW", "aw", true},       {"OY", "oy", true},  {"b", "b", false},  {"C", "ch", false},
+    {"d", "d", false},        {"D", "dh", false},  {"f", "f", false},  {"g", "g", false},
+    {"h", "h", false},        {"J", "jh", false},  {"k", "k", false},  {"l", "l", false},
+    {"m", "m", false},        {"n", "n", false},   {"N", "ng", false}, {"p", "p", false},
+    {"r", "r", false},        {"s", "s", false},   {"S", "sh", false}, {"t", "t", false},
+    {"T", "th", false},       {"v", "v", false},   {"w", "w", false},  {"y", "j", false},
+    {"z", "z", false},        {"Z", "zh", false},  {"=", ".", false},  {"1", "", false},
+    {"2", "", false},         {"~", "", false},    {"_", "", false},   {"+", "", false},
+    {"/", "", false},         {"\\", "", false},   {">", "", false},   {"<", "", false},
+    {" ", "", false},         {"\t", "", false},   {"\r", "", false},  {"\n", "", false},
     {nullptr, nullptr, false}};
 
 const EscapesMap escape_strings[] = {
@@ -73,7 +72,9 @@ bool isLastOfItsPhone(int row) {
 
 using Bytes = const unsigned char*;
 
-Bytes bytesOf(std::string_view text) { return reinterpret_cast<Bytes>(text.data()); }
+Bytes bytesOf(std::string_view text) {
+  return reinterpret_cast<Bytes>(text.data());
+}
 
 // Escapes the markup characters and spells out "OS X".
 class Escaper {
@@ -158,8 +159,8 @@ class LatinConverter {
                                         kTextRegionDontCare, nullptr, &system) != noErr) {
       return false;
     }
-    const TextEncoding latin = CreateTextEncoding(kTextEncodingISOLatin9, kTextEncodingDefaultVariant,
-                                                  kTextEncodingDefaultFormat);
+    const TextEncoding latin = CreateTextEncoding(
+        kTextEncodingISOLatin9, kTextEncodingDefaultVariant, kTextEncodingDefaultFormat);
     return TECCreateConverter(&m_object, system, latin) == noErr;
   }
 

@@ -3,8 +3,8 @@
 // Phone and escape tables, preparation of a caller's text, and paths from Core Foundation objects.
 //
 // Threads: the maps are built by BuildPhoneTranslationTables; building them again writes nothing
-// that is there already. The first build, and the adding of unknown phone names, are guarded inside.
-// Reading gBrevoldPhones and gEscapeStrings needs no lock after that.
+// that is there already. The first build, and the adding of unknown phone names, are guarded
+// inside. Reading gBrevoldPhones and gEscapeStrings needs no lock after that.
 #pragma once
 
 #include <CoreFoundation/CoreFoundation.h>
@@ -51,10 +51,10 @@ void BuildPhoneTranslationTables();
 // The Apple code of an engine phone; an unknown name is added to gApplePhoneCodes with code 0.
 int applePhoneCode(const std::string& phone);
 
-// The prepared copy of a NUL-terminated text (the maps must be built): "<", ">", "&" and the Apple logo escaped, "OS X"
-// spelt "OS 10", Mac OS Roman made ISO 8859-15.
-// Rationale: when the encoding conversion fails, the copy is the text as given, not even escaped.
-// `positions`, when not null, receives where each byte of the result came from.
+// The prepared copy of a NUL-terminated text (the maps must be built): "<", ">", "&" and the Apple
+// logo escaped, "OS X" spelt "OS 10", Mac OS Roman made ISO 8859-15. Rationale: when the encoding
+// conversion fails, the copy is the text as given, not even escaped. `positions`, when not null,
+// receives where each byte of the result came from.
 std::string PreprocessText(unsigned char* text, PositionMap* positions = nullptr);
 
 // The POSIX path of `url`, from the engine's allocator, or null.

@@ -1,0 +1,472 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "KavrelSpeechEngine.h"
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <cstring>
+#include <memory>
+#include <new>
+#include <string>
+
+#include <pthread.h>
+
+#include "AppleMarkupConverter.h"
+#include "AppleSynthesisError.h"
+#include "ChannelSupport.h"
+#include "SpeechMgrUtils.h"
+
+#define ENGINE_LINE(above, ...) DIAG_LINE(kDiagChannels, above, "KavrelSpeechEngine", __VA_ARGS__)
+
+namespace {
+
+// A channel that is open, held and locked for the length of an entry point.
+class OpenChannel {
+ public:
+  explicit OpenChannel(SpeechChannelIdentifier ssr) : m_hold(ssr) {
+    if (!m_hold) return;
+    mutex_lock(&m_hold->mtx);
+    // Another thread may have closed it before this one had the lock.
+    m_open = !is_closing(m_hold.get());
+    if (!m_open) mutex_unlock(&m_hold->mtx);
+  }
+  ~OpenChannel() {
+    if (m_open) mutex_unlock(&m_hold->mtx);
+  }
+  OpenChannel(const OpenChannel&) = delete;
+  OpenChannel& operator=(const OpenChannel&) = delete;
+
+  explicit operator bool() const { return m_open; }
+  speech_channel* operator->() const { return m_hold.get(); }
+  speech_channel* get() const { return m_hold.get(); }
+
+ private:
+  ChannelHold m_hold;
+  bool m_open = false;
+};
+
+// A four-character code as text, in reading order on every machine.
+class CodeText {
+ public:
+  explicit CodeText(unsigned long code)
+      : m_text{static_cast<char>(code >> 24), static_cast<char>(code >> 16),
+               static_cast<char>(code >> 8), static_cast<char>(code), '\0'} {}
+  const char* c_str() const { return m_text.data(); }
+
+ private:
+  std::array<char, 5> m_text;
+};
+
+constexpr OSType kText = 0x54455854;             // "TEXT"
+constexpr OSType kPhonemes = 0x50484F4E;         // "PHON"
+constexpr OSType kNormal = 0x4E4F524D;           // "NORM"
+constexpr OSType kLiteral = 0x4C54524C;          // "LTRL"
+constexpr OSType kSynthesizerType = 0x74747363;  // "ttsc"
+constexpr OSType kSubType = 0x4B56524C;          // "KVRL"
+constexpr OSType kManufacturer = 0x42525644;     // "BRVD"
+constexpr std::size_t kPathSize = 2048;
+
+// Positions are signed 32-bit numbers, and markup makes a text longer.
+constexpr std::size_t kMaxTextBytes = 0x1FFFFFFF;
+
+template <typename Value>
+Value& valueAt(void* speechInfo) {
+  return *static_cast<Value*>(speechInfo);
+}
+
+}  // namespace
+
+// ---- Opening, closing, state ----
+
+long SEOpenSpeechChannel(SpeechChannelIdentifier* ssr) {
+  static std::atomic<SpeechChannelIdentifier> gNextIdentifier{0};
+  if (ssr == nullptr) return paramErr;
+  const SpeechChannelIdentifier id = ++gNextIdentifier;
+  *ssr = id;
+  try {
+    BuildPhoneTranslationTables();
+  } catch (const std::bad_alloc&) {
+    return synthOpenFailed;
+  }
+  ENGINE_LINE(3, "Open Channel ID: %d\n", id);
+  if (new_channel(id) == nullptr) return synthOpenFailed;
+  return noErr;
+}
+
+long SECloseSpeechChannel(SpeechChannelIdentifier ssr) {
+  const ChannelHold channel(ssr);
+  if (!channel) return noSynthFound;
+  ENGINE_LINE(3, "Close Channel ID: %d\n", ssr);
+  delete_channel(channel.get());
+  return noErr;
+}
+
+long SESpeechStatus(SpeechChannelIdentifier ssr, SpeechStatusInfo* status) {
+  ENGINE_LINE(3, "Status Channel ID: %d\n", ssr);
+  const OpenChannel channel(ssr);
+  if (!channel) return noSynthFound;
+  if (status == nullptr) return paramErr;
+
+  status->outputBusy = channel->status == STATUS_BUSY;
+  status->outputPaused = channel->status == STATUS_PAUSED;
+  status->inputBytesLeft = 0;
+  status->phonemeCode = 0;
+  if (channel->status == STATUS_BUSY && channel->text != nullptr) {
+    const auto length = static_cast<SInt32>(std::strlen(channel->text));
+    status->inputBytesLeft = length - load_shared(channel->curr_pos);
+    status->phonemeCode = static_cast<SInt16>(load_shared(channel->curr_phoneme));
+  }
+  // Rationale: "usy" is the line's own wording.
+  ENGINE_LINE(3, "Status paused:%d, usy:%d, bytes left:%ld, phoneme:%d\n", status->outputPaused,
+              status->outputBusy, static_cast<long>(status->inputBytesLeft), status->phonemeCode);
+  return noErr;
+}
+
+// ---- Stop, pause, continue ----
+
+long SEStopSpeechAt(SpeechChannelIdentifier ssr, unsigned long whereToStop) {
+  ENGINE_LINE(3, "Stop Channel ID: %d, whereToStop: %d\n", ssr, static_cast<int>(whereToStop));
+  const OpenChannel channel(ssr);
+  if (!channel) return noSynthFound;
+  return channel_stop(channel.get(), static_cast<long>(whereToStop));
+}
+
+long SEPauseSpeechAt(SpeechChannelIdentifier ssr, unsigned long whereToPause) {
+  ENGINE_LINE(3, "Pause Channel ID: %d, whereToPause: %d\n", ssr, static_cast<int>(whereToPause));
+  const OpenChannel channel(ssr);
+  if (!channel) return noSynthFound;
+  return channel_pause(channel.get(), static_cast<long>(whereToPause));
+}
+
+long SEContinueSpeech(SpeechChannelIdentifier ssr) {
+  ENGINE_LINE(3, "Continue Channel ID: %d\n", ssr);
+  const OpenChannel channel(ssr);
+  if (!channel) return noSynthFound;
+  return channel_unpause(channel.get());
+}
+
+long SETextToPhonemes(SpeechChannelIdentifier ssr, char* /*textBuf*/, long /*textBytes*/,
+                      void** /*phonemeBuf*/, long* /*phonBytes*/) {
+  ENGINE_LINE(3, "text2phonemes Channel ID: %d\n", ssr);
+  if (!ChannelHold(ssr)) return noSynthFound;
+  return noErr;
+}
+
+long SEUseDictionary(SpeechChannelIdentifier ssr, void* /*dictionary*/, long /*dictLength*/) {
+  ENGINE_LINE(3, "UseDictionary Channel ID: %d\n", ssr);
+  if (!ChannelHold(ssr)) return noSynthFound;
+  return noErr;
+}
+
+// ---- Speaking ----
+
+namespace {
+
+std::string boundedText(const char* text, long length) {
+  if (text == nullptr || length <= 0) return std::string();
+  return std::string(text, strnlen(text, static_cast<std::size_t>(length)));
+}
+
+// The channel's text, and room behind it; grows by doubling.
+class GrowingText {
+ public:
+  explicit GrowingText(speech_channel* channel)
+      : m_channel(channel), m_length(std::strlen(channel->text)), m_room(m_length + 1) {}
+
+  void append(const char* more) {
+    const std::size_t added = std::strlen(more);
+    if (m_length + added + 1 > m_room) makeRoom(2 * (m_length + added + 1));
+    std::memcpy(m_channel->text + m_length, more, added + 1);
+    m_length += added;
+  }
+
+ private:
+  void makeRoom(std::size_t room) {
+    auto* text = static_cast<char*>(cst_safe_realloc(m_channel->text, room));
+    if (text == nullptr) throw std::bad_alloc();
+    m_channel->text = text;
+    m_room = room;
+  }
+
+  speech_channel* m_channel;
+  std::size_t m_length;
+  std::size_t m_room;
+};
+
+// Adds what the client's text-done callback still has to say.
+// Rationale: a piece ends at its NUL; the length that the client gives is not looked at.
+void gather_more_text(speech_channel* channel, long controlFlags) {
+  const SpeechTextDoneProcPtr text_done = load_shared(channel->cb_text_done);
+  if (text_done == nullptr) return;
+  GrowingText text(channel);
+  const void* next = nullptr;
+  auto flags = static_cast<SInt32>(controlFlags);
+  while (true) {
+    unsigned long bytes = 0;
+    text_done(client_channel(channel->id), client_refcon(load_shared(channel->refcon)), &next,
+              &bytes, &flags);
+    if (next == nullptr) return;
+    text.append(static_cast<const char*>(next));
+  }
+}
+
+char* owned_text(char* text) {
+  if (text == nullptr) throw std::bad_alloc();
+  return text;
+}
+
+// Replaces the channel's text, as the caller wrote it, by the text for the engine and its maps.
+void convert_text(speech_channel* channel, AppleMarkupConverter& amc) {
+  if (std::strlen(channel->text) > kMaxTextBytes) throw AppleSynthesisError(INDEX_OUT_OF_RANGE);
+  ENGINE_LINE(2, "Converting: \"%s\"\n", channel->text);
+  PositionMap prepared;
+  const bool exact = channel->caller_positions;
+  amc = AppleMarkupConverter(
+      PreprocessText(reinterpret_cast<unsigned char*>(channel->text), exact ? &prepared : nullptr),
+      AppleMarkupConverter::SSML, channel->environment);
+  cst_free(channel->text);
+  channel->text = nullptr;
+  channel->text = owned_text(cst_strdup(amc.getConvertedText().c_str()));
+  ENGINE_LINE(2, "Converted: \"%s\"\n", channel->text);
+
+  std::unique_ptr<OffsetMap> offsets(amc.getOffsets());
+  // Later queries come from the engine's thread; this one builds the lists before.
+  offsets->offset(0);
+  std::unique_ptr<PositionMap> positions;
+  if (exact) positions = std::make_unique<PositionMap>(amc.getPositions().after(prepared));
+  LeafLock held(channel->job_state.leaf);
+  channel->text_offsets = offsets.release();
+  channel->text_positions = positions.release();
+}
+
+// Nothing is spoken: back to idle, without text.
+void give_up_text(speech_channel* channel) {
+  release_text(channel);
+  channel->output_is_file = 0;
+  channel->status = STATUS_IDLE;
+}
+
+}  // namespace
+
+long SESpeakBuffer(SpeechChannelIdentifier ssr, Ptr textBuf, long byteLen, long controlFlags) {
+  AppleMarkupConverter amc;
+  ENGINE_LINE(1, "Speak Channel ID: %d, length: %d, control flags: %x, text:\n%s\n", ssr,
+              static_cast<int>(byteLen), static_cast<unsigned int>(controlFlags),
+              boundedText(textBuf, byteLen).c_str());
+  const OpenChannel channel(ssr);
+  if (!channel) return noSynthFound;
+  if (channel->status != STATUS_IDLE) return synthNotReady;
+
+  try {
+    channel->text = owned_text(cst_substr(textBuf, 0, textBuf != nullptr ? byteLen : 0));
+    gather_more_text(channel.get(), controlFlags);
+    convert_text(channel.get(), amc);
+  } catch (const AppleSynthesisError&) {
+    give_up_text(channel.get());
+    return badInputText;
+  } catch (...) {
+    give_up_text(channel.get());
+    throw;
+  }
+  channel_wait(channel.get());
+  if (channel_speak(channel.get()) == 0) return noErr;
+  give_up_text(channel.get());
+  return synthNotReady;
+}
+
+// ---- Settings ----
+
+namespace {
+
+void get_version(SpeechVersionInfo& version) {
+  version.synthType = kSynthesizerType;
+  version.synthSubType = kSubType;
+  version.synthManufacturer = kManufacturer;
+  version.synthFlags = 0;
+  version.synthVersion = {};
+  version.synthVersion.majorRev = 4;
+  version.synthVersion.minorAndBugRev = 0x04;
+  version.synthVersion.stage = 0x80;  // final
+}
+
+long get_info(speech_channel* channel, unsigned long selector, void* speechInfo) {
+  const SpeechMgrEnv& environment = channel->environment;
+  switch (selector) {
+    case soStatus:
+      return SESpeechStatus(channel->id, static_cast<SpeechStatusInfo*>(speechInfo));
+    case soErrors:
+    case soRecentSync:
+      return noErr;
+    case soInputMode:
+      valueAt<OSType>(speechInfo) = environment.speakPhones ? kPhonemes : kText;
+      return noErr;
+    case soCharacterMode:
+      valueAt<OSType>(speechInfo) = environment.spellOut ? kLiteral : kNormal;
+      return noErr;
+    case soNumberMode:
+      valueAt<OSType>(speechInfo) = environment.sayDigits ? kLiteral : kNormal;
+      return noErr;
+    case soRate:
+      ENGINE_LINE(3, "GetInfo selector soRate: %f\n", environment.wpm);
+      valueAt<Fixed>(speechInfo) = Long2Fix(static_cast<long>(environment.wpm));
+      return noErr;
+    case soPitchBase:
+      ENGINE_LINE(3, "GetInfo selector soPitchBase: %ld\n", environment.pitchBase);
+      valueAt<Fixed>(speechInfo) = Long2Fix(environment.pitchBase);
+      return noErr;
+    case soPitchMod:
+      ENGINE_LINE(3, "GetInfo selector soPitchMod: %ld\n", environment.pitchRange);
+      valueAt<Fixed>(speechInfo) = Long2Fix(environment.pitchRange);
+      return noErr;
+    case soVolume: {
+      const Fixed percent = Long2Fix(static_cast<long>(environment.volume));
+      ENGINE_LINE(3, "GetInfo selector soVolume: %f\n", environment.volume);
+      valueAt<Fixed>(speechInfo) = FixDiv(percent, Long2Fix(100));
+      return noErr;
+    }
+    case soSynthType:
+      get_version(valueAt<SpeechVersionInfo>(speechInfo));
+      return noErr;
+    default:
+      return siUnknownInfoType;
+  }
+}
+
+// `flag` becomes true for the code `on`, false for `off`; other codes change nothing.
+void set_mode(bool& flag, OSType mode, OSType on, OSType off) {
+  if (mode == on) flag = true;
+  if (mode == off) flag = false;
+}
+
+void set_delimiters(SpeechMgrEnv& environment, const DelimiterInfo& delimiters) {
+  for (int i = 0; i < 2; ++i) {
+    environment.tagStart[i] = static_cast<char>(delimiters.startDelimiter[i]);
+    environment.tagEnd[i] = static_cast<char>(delimiters.endDelimiter[i]);
+  }
+}
+
+long set_output_file(speech_channel* channel, CFURLRef url) {
+  cst_free(channel->outfile);
+  channel->outfile = nullptr;
+  if (url == nullptr) return noErr;
+  channel->outfile = static_cast<char*>(cst_safe_alloc(kPathSize));
+  if (channel->outfile == nullptr) return paramErr;
+  auto* path = reinterpret_cast<UInt8*>(channel->outfile);
+  if (!CFURLGetFileSystemRepresentation(url, true, path, kPathSize)) return paramErr;
+  return noErr;
+}
+
+template <typename Callback>
+long set_callback(Callback& field, void* speechInfo) {
+  store_shared(field, reinterpret_cast<Callback>(speechInfo));
+  return noErr;
+}
+
+long set_value(speech_channel* channel, unsigned long selector, void* speechInfo) {
+  SpeechMgrEnv& environment = channel->environment;
+  switch (selector) {
+    case soRate:
+      environment.wpm = static_cast<double>(Fix2Long(valueAt<Fixed>(speechInfo)));
+      ENGINE_LINE(3, "SetInfo selector soRate: %f\n", environment.wpm);
+      return noErr;
+    case soPitchBase:
+      environment.pitchBase = Fix2Long(valueAt<Fixed>(speechInfo));
+      ENGINE_LINE(3, "SetInfo selector soPitchBase: %ld\n", environment.pitchBase);
+      return noErr;
+    case soPitchMod:
+      environment.pitchRange = Fix2Long(valueAt<Fixed>(speechInfo));
+      ENGINE_LINE(3, "SetInfo selector soPitchMod: %ld\n", environment.pitchRange);
+      return noErr;
+    case soVolume: {
+      const Fixed percent = FixMul(valueAt<Fixed>(speechInfo), Long2Fix(100));
+      environment.volume = static_cast<double>(Fix2Long(percent));
+      ENGINE_LINE(3, "SetInfo selector soVolume: %f\n", environment.volume);
+      return noErr;
+    }
+    case soInputMode:
+      set_mode(environment.speakPhones, valueAt<OSType>(speechInfo), kPhonemes, kText);
+      return noErr;
+    case soCharacterMode:
+      set_mode(environment.spellOut, valueAt<OSType>(speechInfo), kLiteral, kNormal);
+      return noErr;
+    case soNumberMode:
+      set_mode(environment.sayDigits, valueAt<OSType>(speechInfo), kLiteral, kNormal);
+      return noErr;
+    case soCommandDelimiter:
+      set_delimiters(environment, valueAt<DelimiterInfo>(speechInfo));
+      return noErr;
+    case soReset:
+      environment = SpeechMgrEnv();
+      return SetPitchDefaults(channel->voice, environment, true);
+    case soOutputToFileWithCFURL:
+      return set_output_file(channel, static_cast<CFURLRef>(speechInfo));
+    default:
+      // Rationale: what is not known is accepted.
+      return noErr;
+  }
+}
+
+long set_info(speech_channel* channel, unsigned long selector, void* speechInfo) {
+  switch (selector) {
+    case soTextDoneCallBack:
+      return set_callback(channel->cb_text_done, speechInfo);
+    case soSpeechDoneCallBack:
+      return set_callback(channel->cb_speech_done, speechInfo);
+    case soSyncCallBack:
+      return set_callback(channel->cb_sync, speechInfo);
+    case soErrorCallBack:
+      return set_callback(channel->cb_error, speechInfo);
+    case soPhonemeCallBack:
+      return set_callback(channel->cb_phoneme, speechInfo);
+    case soWordCallBack:
+      return set_callback(channel->cb_word, speechInfo);
+    case soRefCon:
+      store_shared(channel->refcon, static_cast<long>(reinterpret_cast<std::intptr_t>(speechInfo)));
+      return noErr;
+    case kCallerPositions:
+      channel->caller_positions = speechInfo != nullptr;
+      return noErr;
+    default:
+      return set_value(channel, selector, speechInfo);
+  }
+}
+
+}  // namespace
+
+long SEGetSpeechInfo(SpeechChannelIdentifier ssr, unsigned long selector, void* speechInfo) {
+  ENGINE_LINE(2, "GetInfo Channel ID: %d, selector: %.4s\n", ssr, CodeText(selector).c_str());
+  const OpenChannel channel(ssr);
+  if (!channel) return noSynthFound;
+  if (speechInfo == nullptr) return paramErr;
+  return get_info(channel.get(), selector, speechInfo);
+}
+
+long SESetSpeechInfo(SpeechChannelIdentifier ssr, unsigned long selector, void* speechInfo) {
+  ENGINE_LINE(2, "SetInfo Channel ID: %d, selector: %.4s\n", ssr, CodeText(selector).c_str());
+  const OpenChannel channel(ssr);
+  if (!channel) return noSynthFound;
+  return set_info(channel.get(), selector, speechInfo);
+}
+
+// ---- Voice ----
+
+long SEUseVoice(SpeechChannelIdentifier ssr, VoiceSpec* voice, CFBundleRef inVoiceSpecBundle) {
+  ENGINE_LINE(1,
+              "Use voice Channel ID: %d, voice creator: %.4s, voice identifier: %.4s, "
+              "voice bundle info: ",
+              ssr, voice != nullptr ? CodeText(voice->creator).c_str() : "",
+              voice != nullptr ? CodeText(voice->id).c_str() : "");
+  // The line has no line feed of its own: showing the bundle completes it.
+  if (inVoiceSpecBundle != nullptr && diagnosing(kDiagChannels, 1)) CFShow(inVoiceSpecBundle);
+
+  const OpenChannel channel(ssr);
+  if (!channel) {
+    cst_errmsg("SEUseVoice: no channel found for %d\n", ssr);
+    return noSynthFound;
+  }
+  CFURLRef url = CFBundleCopyBundleURL(inVoiceSpecBundle);
+  char* voxdir = get_url_path(url);
+  CFRelease(url);
+  channel_set_voice(channel.get(), voice, voxdir);
+  return SetPitchDefaults(voice, channel->environment, false);
+}

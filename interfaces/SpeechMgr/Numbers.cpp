@@ -1,0 +1,111 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "Numbers.h"
+
+#include <array>
+#include <charconv>
+#include <limits>
+#include <system_error>
+
+namespace {
+
+bool isDigit(char c) {
+  return c >= '0' && c <= '9';
+}
+
+std::size_t digitsFrom(std::string_view text, std::size_t position) {
+  std::size_t count = 0;
+  while (position + count < text.size() && isDigit(text[position + count])) ++count;
+  return count;
+}
+
+std::size_t signAt(std::string_view text, std::size_t position) {
+  return position < text.size() && (text[position] == '+' || text[position] == '-') ? 1 : 0;
+}
+
+// A number as it stands in a text: sign, whole and fractional digits, exponent.
+struct Numeral {
+  bool negative = false;
+  std::string_view whole;
+  std::string_view fraction;
+  bool hasExponent = false;
+  bool exponentNegative = false;
+  std::string_view exponent;
+  std::string_view digits;  // everything but the sign
+
+  bool isComplete() const {
+    return !(whole.empty() && fraction.empty()) && !(hasExponent && exponent.empty());
+  }
+};
+
+Numeral scanNumeral(std::string_view text) {
+  Numeral numeral;
+  std::size_t at = signAt(text, 0);
+  numeral.negative = at == 1 && text[0] == '-';
+  const std::size_t start = at;
+  numeral.whole = text.substr(at, digitsFrom(text, at));
+  at += numeral.whole.size();
+  if (at < text.size() && text[at] == '.') {
+    numeral.fraction = text.substr(at + 1, digitsFrom(text, at + 1));
+    at += 1 + numeral.fraction.size();
+  }
+  const bool anyDigit = !(numeral.whole.empty() && numeral.fraction.empty());
+  if (anyDigit && at < text.size() && (text[at] == 'e' || text[at] == 'E')) {
+    numeral.hasExponent = true;
+    const std::size_t sign = signAt(text, at + 1);
+    numeral.exponentNegative = sign == 1 && text[at + 1] == '-';
+    numeral.exponent = text.substr(at + 1 + sign, digitsFrom(text, at + 1 + sign));
+    at += 1 + sign + numeral.exponent.size();
+  }
+  numeral.digits = text.substr(start, at - start);
+  return numeral;
+}
+
+// For a number that does not fit a double: whether it is too large, rather than too small.
+bool isTooLarge(const Numeral& numeral) {
+  std::int64_t exponent = 0;
+  for (const char digit : numeral.exponent) {
+    if (exponent < 1'000'000'000) exponent = exponent * 10 + (digit - '0');
+  }
+  if (numeral.exponentNegative) exponent = -exponent;
+  const std::size_t leading = numeral.whole.find_first_not_of('0');
+  if (leading != std::string_view::npos) {
+    return exponent + static_cast<std::int64_t>(numeral.whole.size() - leading) > 0;
+  }
+  const std::size_t zeros = numeral.fraction.find_first_not_of('0');
+  if (zeros == std::string_view::npos) return false;
+  return exponent - static_cast<std::int64_t>(zeros) > 0;
+}
+
+}  // namespace
+
+std::string numberText(double value) {
+  std::array<char, 32> text{};
+  const auto end =
+      std::to_chars(text.data(), text.data() + text.size(), value, std::chars_format::general, 6);
+  return std::string(text.data(), end.ptr);
+}
+
+double readNumber(std::string_view text) {
+  const Numeral numeral = scanNumeral(text);
+  if (!numeral.isComplete()) return 0.0;
+  double value = 0.0;
+  const auto read =
+      std::from_chars(numeral.digits.data(), numeral.digits.data() + numeral.digits.size(), value);
+  if (read.ec == std::errc::result_out_of_range) {
+    value = isTooLarge(numeral) ? std::numeric_limits<double>::max() : 0.0;
+  }
+  return numeral.negative ? -value : value;
+}
+
+std::int32_t readInteger(std::string_view text) {
+  const std::size_t sign = signAt(text, 0);
+  const bool negative = sign == 1 && text[0] == '-';
+  const std::int64_t limit = negative ? -std::int64_t{std::numeric_limits<std::int32_t>::min()}
+                                      : std::numeric_limits<std::int32_t>::max();
+  std::int64_t value = 0;
+  for (std::size_t at = sign; at < text.size() && isDigit(text[at]); ++at) {
+    value = value * 10 + (text[at] - '0');
+    if (value > limit) value = limit;
+  }
+  return static_cast<std::int32_t>(negative ? -value : value);
+}
