@@ -111,12 +111,12 @@ std::string prepare(const std::string& text) {
 
   for (std::size_t i = 0; i < result.size(); ++i) {
     const std::string escape = escapeOf(result[i]);
-    if (!escape.empty()) result = result.substr(0, i) + escape + result.substr(i + 1);
+    if (!escape.empty()) result.replace(i, 1, escape);
   }
 
   std::size_t pos = result.find("OS X");
   while (pos != std::string::npos) {
-    result = result.substr(0, pos) + "OS 10" + result.substr(pos + 4);
+    result.replace(pos, 4, "OS 10");
     pos = result.find("OS X", pos);
   }
 
