@@ -53,8 +53,7 @@ void writeAll(const char* bytes, size_t count) {
   }
 }
 
-// Writes `length` bytes of message, of which `buffer` (with room for one more) holds all or, when
-// memory was out, the first.
+// Writes the line of `length` bytes; `buffer` has room for the line feed that it may lack.
 void finishLine(char* buffer, size_t length) {
   if (length == 0 || buffer[length - 1] != '\n') buffer[length++] = '\n';
   writeAll(buffer, length);

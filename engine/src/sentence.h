@@ -25,8 +25,8 @@
 
 namespace kavrel {
 
-// A phone of our phone set ("ae", "dh", "pau"); stress 1 or 0 for vowels that carry a digit, else
-// -1.
+// A phone of our phone set ("ae", "dh", "pau"). Stress is 1 or 0 for a vowel that carries a digit,
+// else -1.
 struct Phone {
   std::string name;
   int stress = -1;

@@ -13,6 +13,7 @@
 #include <unistd.h>
 
 #include "cst.h"
+#include "sentence.h"
 
 namespace {
 
@@ -138,4 +139,19 @@ TEST_F(Diagnostics, LeaveTheErrorNumberAlone) {
   errno = ENOENT;
   cst_errmsg("x\n");
   EXPECT_EQ(errno, ENOENT);
+}
+
+TEST_F(Diagnostics, NameThePhonesThatNobodyKnows) {
+  cst_diag_mask = CST_DIAG_ENGINE;
+  cst_diag_level = 2;
+  kavrel::SentenceReader reader("One. <phoneme ph='b qq ae1'>two</phoneme>");
+  kavrel::Sentence sentence;
+  while (reader.next(sentence)) {
+  }
+  cst_diag_mask = 0;
+  cst_diag_level = 0;
+  const auto lines = writes();
+  ASSERT_EQ(lines.size(), 1u);
+  EXPECT_TRUE(lines[0].ends_with("[engine] no phone is called \"qq\" (element at byte 5)\n"))
+      << lines[0];
 }

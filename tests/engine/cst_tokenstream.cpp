@@ -78,7 +78,10 @@ TEST(TokenStream, KeepsASymbolThatIsPunctuationToo) {
 TEST(TokenStream, GivesWordsOfEveryLength) {
   for (const size_t length : {1u, 62u, 63u, 64u, 65u, 127u, 128u, 129u, 1000u, 100000u}) {
     const std::string word(length, 'w');
-    EXPECT_EQ(read((word + " x " + word + word).c_str(), {}), (Words{word, "x", word + word}));
+    const std::string twice(2 * length, 'w');
+    std::string text = word;
+    text.append(" x ").append(twice);
+    EXPECT_EQ(read(text.c_str(), {}), (Words{word, "x", twice}));
   }
 }
 
