@@ -18,6 +18,8 @@ namespace {
 // 'cpos': positions of words are to be those of the caller's own bytes. The value is a number in
 // the place of a pointer; not zero switches it on.
 constexpr OSType kExactPositions = 0x63706F73;
+// NOLINTNEXTLINE(performance-no-int-to-ptr)
+const void* const kYes = reinterpret_cast<const void*>(std::uintptr_t{1});
 
 // How long the end of a stopped job is waited for.
 constexpr std::chrono::seconds kEndOfJobLimit{1};
@@ -77,7 +79,7 @@ OSErr Channel::prepare() {
   } settings[] = {{soRefCon, m_handle},
                   {soSpeechDoneCallBack, asValue(trampolines::speechDone)},
                   {soSyncCallBack, asValue(trampolines::sync)},
-                  {kExactPositions, reinterpret_cast<const void*>(std::uintptr_t{1})}};
+                  {kExactPositions, kYes}};
   for (const auto& setting : settings) {
     if (const OSErr result = set(setting.selector, setting.value); result != noErr) return result;
   }
