@@ -87,7 +87,7 @@ Verdict State::begin(Call call, std::size_t* entry) {
     m_calls.push_back(std::move(call));
   }
   const Verdict verdict = decide(op);
-  m_changed.notify_all();
+  m_called.notify_all();
   if (const std::function<void()> action = answersOf(*this, op).during) {
     held.unlock();
     action();
@@ -98,7 +98,10 @@ Verdict State::begin(Call call, std::size_t* entry) {
 Verdict State::beginService(Op op, const std::function<std::string()>& describe) {
   {
     const Lock held(m_lock);
-    if (!m_recordServices && !answersOf(*this, op).during) return decide(op);
+    if (!m_recordServices && !answersOf(*this, op).during) {
+      m_called.notify_all();
+      return decide(op);
+    }
   }
   std::size_t entry = 0;
   return begin({op, describe(), "", 0, 0, {}}, &entry);
@@ -424,8 +427,8 @@ int Engine::count(Op op) const {
 bool Engine::waitForCall(Op op, int times) const {
   State& state = State::get();
   Lock held(state.m_lock);
-  return waitUpTo(state, held, std::chrono::seconds(10),
-                  [&] { return answersOf(state, op).calls >= times; });
+  return state.m_called.wait_for(held, std::chrono::seconds(10),
+                                 [&] { return answersOf(state, op).calls >= times; });
 }
 
 void Engine::recordCalls(bool on) {

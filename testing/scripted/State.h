@@ -135,7 +135,8 @@ class State {
                           const std::vector<std::shared_ptr<Job>>& jobs, Lock& held);
 
   std::mutex m_lock;
-  std::condition_variable m_changed;  // with m_lock: a job, a callback, a thread or the log
+  std::condition_variable m_changed;  // with m_lock: a job, a callback or a thread
+  std::condition_variable m_called;   // with m_lock: a call was made
 
   // Of the recorder.
   std::vector<Call> m_calls;

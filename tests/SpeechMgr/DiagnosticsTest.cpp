@@ -432,6 +432,8 @@ class LineGates : public Lines {
     SEStopSpeechAt(id, kImmediate);
     EXPECT_TRUE(own.waitForDone());
     close(id);
+    // Threads that finish a job write lines until they are gone.
+    EXPECT_TRUE(eventually([&] { return threadCount() <= m_threads; }));
     cst_diag_mask = 0;
     cst_diag_level = 0;
     return engine().diagnostics();
@@ -444,6 +446,8 @@ class LineGates : public Lines {
                  [](const Diagnostic& line) { return line.calls.size() > 1; });
     return result;
   }
+
+  const int m_threads = threadCount();
 
   static bool startsWith(const Diagnostic& line, const char* start) {
     return line.text.rfind(start, 0) == 0;

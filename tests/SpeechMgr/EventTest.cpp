@@ -50,7 +50,9 @@ TEST_F(Events, AWordAtConvertedPosition57WithAShiftOf40IsReportedAt17) {
   ASSERT_EQ(speak(id, std::string(100, 'x')), noErr);
   mutex_lock(&channel->mtx);
   auto offsets = std::make_unique<OffsetMap>();
-  offsets->insert(0, 40, OffsetMap::SSML_TOKEN, false);
+  offsets->insert(0, 11, OffsetMap::APPLE_TOKEN, true);
+  offsets->insert(11, 40, OffsetMap::SSML_TOKEN, false);
+  offsets->insert(111, 10, OffsetMap::APPLE_TOKEN, true);
   std::unique_ptr<OffsetMap> given(std::exchange(channel->text_offsets, offsets.release()));
   mutex_unlock(&channel->mtx);
   ASSERT_EQ(channel->text_offsets->offset(57), 40u);
@@ -359,16 +361,16 @@ TEST_F(CallerPositions, AWordThatPreparationMadeLongerHasTheCallersLength) {
 TEST_F(CallerPositions, NeverLeaveTheBuffer) {
   const std::string text = "one & [[rate 200]] two OS X [[inpt TUNE]] x";
   speakExactly(text);
-  const int length = static_cast<int>(engine().port(1).text().size());
-  for (int place = -1; place <= length + 1; ++place) {
-    for (const int size : {0, 1, 5, 1000}) engine().port(1).word(place, size);
-  }
-  for (const std::string& reported : client().texts()) {
-    int position = -1;
-    int size = -1;
-    ASSERT_EQ(std::sscanf(reported.c_str(), "word %d %d", &position, &size), 2);
-    EXPECT_GE(position, 0);
-    EXPECT_LE(position + size, static_cast<int>(text.size())) << reported;
+  const int end = static_cast<int>(engine().port(1).text().size());
+  for (int place = -1; place <= end + 1; ++place) {
+    for (const int length : {-1, 0, 1, 5, 1000, INT32_MAX}) {
+      engine().port(1).word(place, length);
+      int position = -1;
+      int size = -1;
+      ASSERT_EQ(std::sscanf(client().texts().back().c_str(), "word %d %d", &position, &size), 2);
+      EXPECT_GE(position, 0);
+      EXPECT_LE(position + size, static_cast<int>(text.size())) << place << ' ' << length;
+    }
   }
 }
 
