@@ -130,6 +130,16 @@ class Manager : public testing::Test {
     return SpeakBuffer(m_channel, text.data(), text.size(), flags);
   }
 
+  // What soStatus says.
+  std::string status() {
+    SpeechStatusInfo info = {9, 9, 9, 9};
+    EXPECT_EQ(GetSpeechInfo(m_channel, soStatus, &info), noErr);
+    const std::string state = info.outputBusy == 1 ? "busy" : "";
+    return state + (info.outputPaused == 1 ? "paused" : "") +
+           (info.outputBusy + info.outputPaused == 0 ? "idle" : "") + ", " +
+           std::to_string(info.inputBytesLeft) + " left";
+  }
+
   ChannelRecord record() { return synthesizer().channels().at(m_identifier); }
 
   SpeechChannel m_channel = nullptr;
@@ -145,15 +155,15 @@ TEST(Voices, AreCountedFromOne) {
   ASSERT_GE(count, 3);
   VoiceSpec voice{};
   EXPECT_EQ(GetIndVoice(1, &voice), noErr);
-  EXPECT_EQ(voice.id, kCorin.id);
+  EXPECT_EQ(OSType{voice.id}, kCorin.id);
   EXPECT_EQ(GetIndVoice(count, &voice), noErr);
 
   VoiceSpec untouched = {1, 2};
   for (const int index : {0, -1, count + 1, 32767}) {
     EXPECT_EQ(GetIndVoice(static_cast<SInt16>(index), &untouched), voiceNotFound) << index;
   }
-  EXPECT_EQ(untouched.creator, 1U);
-  EXPECT_EQ(untouched.id, 2U);
+  EXPECT_EQ(OSType{untouched.creator}, 1U);
+  EXPECT_EQ(OSType{untouched.id}, 2U);
   EXPECT_EQ(CountVoices(nullptr), paramErr);
   EXPECT_EQ(GetIndVoice(1, nullptr), paramErr);
 }
@@ -161,8 +171,8 @@ TEST(Voices, AreCountedFromOne) {
 TEST(Voices, AreSpecifiedByCreatorAndNumber) {
   VoiceSpec voice{};
   EXPECT_EQ(MakeVoiceSpec(kCreator, 77, &voice), noErr);
-  EXPECT_EQ(voice.creator, kCreator);
-  EXPECT_EQ(voice.id, 77U);
+  EXPECT_EQ(OSType{voice.creator}, kCreator);
+  EXPECT_EQ(OSType{voice.id}, 77U);
   EXPECT_EQ(MakeVoiceSpec(kCreator, 77, nullptr), paramErr);
 }
 
@@ -170,8 +180,8 @@ TEST(Voices, DescribeThemselvesUpToTheLengthAskedFor) {
   VoiceDescription whole;
   std::memset(&whole, 0xEE, sizeof whole);
   ASSERT_EQ(GetVoiceDescription(&kMaren, &whole, 5000), noErr);
-  EXPECT_EQ(whole.length, 362);
-  EXPECT_EQ(whole.voice.id, kMaren.id);
+  EXPECT_EQ(SInt32{whole.length}, 362);
+  EXPECT_EQ(OSType{whole.voice.id}, kMaren.id);
   EXPECT_EQ(whole.gender, kFemale);
   EXPECT_STREQ(reinterpret_cast<const char*>(whole.name) + 1, "Maren");
   for (std::size_t i = 6; i < sizeof whole.name; ++i) EXPECT_EQ(whole.name[i], 0) << i;
@@ -182,19 +192,19 @@ TEST(Voices, DescribeThemselvesUpToTheLengthAskedFor) {
   VoiceDescription part;
   std::memset(&part, 0xEE, sizeof part);
   ASSERT_EQ(GetVoiceDescription(&kMaren, &part, 80), noErr);
-  EXPECT_EQ(part.length, 80);
+  EXPECT_EQ(SInt32{part.length}, 80);
   EXPECT_EQ(part.name[0], 5);
   EXPECT_EQ(part.comment[0], 0xEE);
 
   ASSERT_EQ(GetVoiceDescription(&kMaren, &part, 0), noErr);
-  EXPECT_EQ(part.length, 80);
+  EXPECT_EQ(SInt32{part.length}, 80);
   EXPECT_EQ(GetVoiceDescription(&kMaren, &part, -1), paramErr);
 }
 
 TEST(Voices, AreTheDefaultVoiceWhenNoneIsNamed) {
   VoiceDescription description{};
   ASSERT_EQ(GetVoiceDescription(nullptr, &description, sizeof description), noErr);
-  EXPECT_EQ(description.voice.id, kCorin.id);
+  EXPECT_EQ(OSType{description.voice.id}, kCorin.id);
 }
 
 TEST(Voices, ThatAreUnknownLeaveTheRecordAlone) {
@@ -202,7 +212,7 @@ TEST(Voices, ThatAreUnknownLeaveTheRecordAlone) {
   VoiceDescription untouched{};
   untouched.length = -5;
   EXPECT_EQ(GetVoiceDescription(&unknown, &untouched, 362), voiceNotFound);
-  EXPECT_EQ(untouched.length, -5);
+  EXPECT_EQ(SInt32{untouched.length}, -5);
   EXPECT_EQ(GetVoiceDescription(&unknown, nullptr, 0), voiceNotFound);
   EXPECT_EQ(GetVoiceDescription(&kMaren, nullptr, 0), noErr);
 }
@@ -211,7 +221,7 @@ TEST(Voices, ThatAreUnknownLeaveTheRecordAlone) {
 
 TEST_F(Manager, OpensAChannelWithTheDefaultVoiceAndExactPositions) {
   const ChannelRecord opened = record();
-  EXPECT_EQ(opened.voice.id, kCorin.id);
+  EXPECT_EQ(OSType{opened.voice.id}, kCorin.id);
   EXPECT_EQ(opened.voicePath, VOICES_DIR "/Corin.SpeechVoice");
   EXPECT_NE(opened.pointers.at(0x63706F73), nullptr);
 }
@@ -394,7 +404,9 @@ TEST_F(Manager, GivesCallbacksTheClientsOwnChannelAndConstant) {
 TEST_F(Manager, SwitchesACallbackOffWithNull) {
   install(soWordCallBack, onWord);
   ASSERT_EQ(SetSpeechInfo(m_channel, soWordCallBack, nullptr), noErr);
-  EXPECT_EQ(record().pointers.at(soWordCallBack), nullptr);
+  install(soPhonemeCallBack, onPhoneme);
+  ASSERT_EQ(SetSpeechInfo(m_channel, soPhonemeCallBack, nullptr), noErr);
+  EXPECT_EQ(record().pointers.at(soPhonemeCallBack), nullptr);
   install(soSyncCallBack, onSync);
   ASSERT_EQ(SetSpeechInfo(m_channel, soSyncCallBack, nullptr), noErr);
   synthesizer().sendWord(m_identifier, 4, 3);
@@ -409,6 +421,31 @@ TEST_F(Manager, RemembersTheLastSyncWithoutACallback) {
   synthesizer().sendSync(m_identifier, 0x41424344);
   EXPECT_EQ(GetSpeechInfo(m_channel, soRecentSync, &last), noErr);
   EXPECT_EQ(last, 0x41424344U);
+}
+
+TEST_F(Manager, KeepsWordsInsideTheTextAndInOrder) {
+  install(soWordCallBack, onWord);
+  ASSERT_EQ(speak("one two three"), noErr);
+  synthesizer().sendWord(m_identifier, 4, 3);
+  synthesizer().sendWord(m_identifier, 2, 2);
+  synthesizer().sendWord(m_identifier, 8, 60'000);
+  synthesizer().sendWord(m_identifier, 5'000'000'000, 3);
+  ASSERT_EQ(speak("four"), noErr);
+  synthesizer().sendWord(m_identifier, 0, 4);
+  EXPECT_THAT(m_reports.lines(),
+              ElementsAre("word 4+3", "word 4+2", "word 8+5", "word 13+0", "word 0+4"));
+}
+
+TEST_F(Manager, CountsTheBytesLeftInTheCallersTextAndKeepsThemWhilePaused) {
+  EXPECT_EQ(status(), "idle, 0 left");
+  ASSERT_EQ(speak("one two three"), noErr);
+  EXPECT_EQ(status(), "busy, 13 left");
+  synthesizer().sendWord(m_identifier, 4, 3);
+  EXPECT_EQ(status(), "busy, 9 left");
+  ASSERT_EQ(PauseSpeechAt(m_channel, kImmediate), noErr);
+  EXPECT_EQ(status(), "paused, 9 left");
+  ASSERT_EQ(StopSpeech(m_channel), noErr);
+  EXPECT_EQ(status(), "idle, 0 left");
 }
 
 // A text-done callback that hands out pieces, and wipes each before the next.
@@ -434,6 +471,7 @@ TEST_F(Manager, TakesTextDonePiecesByTheirLength) {
   install(soTextDoneCallBack, onTextDone);
   ASSERT_EQ(speak("one", kNoEndingProsody), noErr);
   EXPECT_EQ(record().text, "one two th ree");
+  EXPECT_EQ(status(), "busy, 14 left");
 }
 
 TEST_F(Manager, TakesAnEmptyPieceAsTheEnd) {
@@ -478,6 +516,7 @@ TEST_F(Manager, DisposesAChannelInsideItsSpeechDone) {
 
 TEST_F(Manager, ReportsNothingAfterTheChannelIsDisposed) {
   install(soWordCallBack, onWord);
+  ASSERT_EQ(speak("one"), noErr);
   const auto lateWord =
       reinterpret_cast<SpeechWordProcPtr>(const_cast<void*>(record().pointers[soWordCallBack]));
   auto* const lateConstant = const_cast<void*>(record().pointers[soRefCon]);
@@ -495,6 +534,10 @@ TEST_F(Manager, HandsSettingsToTheSynthesizerAndBack) {
   Fixed rate = 0;
   EXPECT_EQ(GetSpeechRate(m_channel, &rate), noErr);
   EXPECT_EQ(rate, Long2Fix(210));
+  EXPECT_EQ(SetSpeechPitch(m_channel, Long2Fix(48)), noErr);
+  Fixed pitch = 0;
+  EXPECT_EQ(GetSpeechPitch(m_channel, &pitch), noErr);
+  EXPECT_EQ(pitch, Long2Fix(48));
   EXPECT_EQ(SetSpeechInfo(m_channel, soReset, nullptr), noErr);
   EXPECT_TRUE(record().pointers.contains(soReset));
 }
@@ -525,11 +568,11 @@ TEST_F(Manager, SwitchesTheVoice) {
   EXPECT_EQ(record().voicePath, VOICES_DIR "/Maren.SpeechVoice");
   VoiceSpec current{};
   EXPECT_EQ(GetSpeechInfo(m_channel, soCurrentVoice, &current), noErr);
-  EXPECT_EQ(current.id, kMaren.id);
+  EXPECT_EQ(OSType{current.id}, kMaren.id);
 
   const VoiceSpec unknown = {kCreator, 9999};
   EXPECT_EQ(SetSpeechInfo(m_channel, soCurrentVoice, &unknown), voiceNotFound);
-  EXPECT_EQ(record().voice.id, kMaren.id);
+  EXPECT_EQ(OSType{record().voice.id}, kMaren.id);
 }
 
 TEST(CallbackHelpers, ReturnWhatTheyAreGiven) {

@@ -84,12 +84,12 @@ TEST_F(Bundles, GiveADescriptionInMacOSRoman) {
   const VoiceCatalogue catalogue({m_folder});
   ASSERT_EQ(catalogue.voices().size(), 1U);
   const Voice& voice = catalogue.voices().front();
-  EXPECT_EQ(voice.spec.creator, kCreator);
-  EXPECT_EQ(voice.spec.id, 9U);
+  EXPECT_EQ(OSType{voice.spec.creator}, kCreator);
+  EXPECT_EQ(OSType{voice.spec.id}, 9U);
   EXPECT_EQ(voice.locale, "en_GB");
   EXPECT_EQ(voice.bundle, m_folder / "Test.SpeechVoice");
-  EXPECT_EQ(voice.description.voice.id, 9U);
-  EXPECT_EQ(voice.description.version, 7);
+  EXPECT_EQ(OSType{voice.description.voice.id}, 9U);
+  EXPECT_EQ(SInt32{voice.description.version}, 7);
   EXPECT_EQ(voice.description.age, 41);
   EXPECT_EQ(voice.description.gender, kFemale);
   EXPECT_EQ(voice.description.language, langEnglish);

@@ -29,5 +29,6 @@ list(REMOVE_ITEM undeclared ${declared})
 set(missing ${declared})
 list(REMOVE_ITEM missing ${exported})
 if(undeclared OR missing)
-  message(FATAL_ERROR "Exported but not declared: ${undeclared}\nDeclared but not exported: ${missing}")
+  message(FATAL_ERROR
+    "Exported but not declared: ${undeclared}\nDeclared but not exported: ${missing}")
 endif()

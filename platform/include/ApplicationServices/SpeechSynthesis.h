@@ -132,7 +132,7 @@ typedef struct VoiceDescription {
 typedef struct SpeechStatusInfo {
   Boolean outputBusy;
   Boolean outputPaused;
-  SInt32 inputBytesLeft; /* 32 bits on every system */
+  SInt32 inputBytesLeft; /* from the last word's start; a pause keeps it. 32 bits everywhere */
   SInt16 phonemeCode;
 } SpeechStatusInfo;
 
@@ -326,6 +326,11 @@ SPEECH_PLATFORM_API OSErr GetSpeechInfo(SpeechChannel chan, OSType selector, voi
 /* soRate by another name: words per minute. Results as of SetSpeechInfo and GetSpeechInfo. */
 SPEECH_PLATFORM_API OSErr SetSpeechRate(SpeechChannel chan, Fixed rate);
 SPEECH_PLATFORM_API OSErr GetSpeechRate(SpeechChannel chan, Fixed* rate);
+
+/* soPitchBase by another name: a note number, 60 = middle C. Results as of SetSpeechInfo and
+ * GetSpeechInfo. */
+SPEECH_PLATFORM_API OSErr SetSpeechPitch(SpeechChannel chan, Fixed pitch);
+SPEECH_PLATFORM_API OSErr GetSpeechPitch(SpeechChannel chan, Fixed* pitch);
 
 #ifdef __cplusplus
 }

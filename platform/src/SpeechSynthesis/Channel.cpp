@@ -79,6 +79,7 @@ OSErr Channel::prepare() {
   } settings[] = {{soRefCon, m_handle},
                   {soSpeechDoneCallBack, asValue(trampolines::speechDone)},
                   {soSyncCallBack, asValue(trampolines::sync)},
+                  {soWordCallBack, asValue(trampolines::word)},
                   {kExactPositions, kYes}};
   for (const auto& setting : settings) {
     if (const OSErr result = set(setting.selector, setting.value); result != noErr) return result;
@@ -114,19 +115,14 @@ OSErr Channel::speak(const void* text, unsigned long bytes, SInt32 flags) {
   }
   if (!waitForEndOfJobs()) return synthNotReady;
 
-  {
-    // Before the call: a short job may end before the call returns.
-    const std::lock_guard held(m_lock);
-    ++m_jobsStarted;
-  }
+  // Before the call: a short job may end before the call returns.
+  jobStarts(bytes);
   // Undone when no job came of it, however that shows.
   struct Start {
     Channel& channel;
     bool succeeded = false;
     ~Start() {
-      if (succeeded) return;
-      const std::lock_guard held(channel.m_lock);
-      --channel.m_jobsStarted;
+      if (!succeeded) channel.jobDidNotStart();
     }
   } start{*this};
   const OSErr result = translated(m_plugIn.call().speakBuffer(
@@ -174,6 +170,8 @@ OSErr Channel::setInfo(OSType selector, const void* value) {
 OSErr Channel::getInfo(OSType selector, void* value) {
   if (value == nullptr) return paramErr;
   switch (selector) {
+    case soStatus:
+      return getStatus(*static_cast<SpeechStatusInfo*>(value));
     case soErrors:
       // The synthesizer writes nothing into the record.
       std::memset(value, 0, sizeof(SpeechErrorInfo));
@@ -215,8 +213,19 @@ void Channel::syncReached(OSType message) {
   m_recentSync = message;
 }
 
+Channel::Word Channel::wordReached(Word word) {
+  const std::lock_guard held(m_lock);
+  m_wordPosition = std::clamp(word.position, m_wordPosition, m_textBytes);
+  const unsigned long left = m_textBytes - m_wordPosition;
+  return {m_wordPosition, static_cast<UInt16>(std::min<unsigned long>(word.length, left))};
+}
+
 const std::string& Channel::keepPiece(const void* text, unsigned long bytes) {
   m_piece.assign(static_cast<const char*>(text), bytes);
+  {
+    const std::lock_guard held(m_lock);
+    m_textBytes += bytes;
+  }
   // The synthesizer takes a piece up to its NUL; the bytes behind one inside count too.
   std::replace(m_piece.begin(), m_piece.end(), '\0', ' ');
   return m_piece;
@@ -228,13 +237,39 @@ Channel::State Channel::state() const {
   return {status.outputBusy != 0, status.outputPaused != 0};
 }
 
+// The bytes left are those behind the last word's start, of the caller's text. A synthesizer counts
+// its own text, and has none left while it is paused.
+OSErr Channel::getStatus(SpeechStatusInfo& status) const {
+  const OSErr result = translated(m_plugIn.call().getSpeechInfo(m_identifier, soStatus, &status));
+  if (result != noErr) return result;
+  const std::lock_guard held(m_lock);
+  const bool active = status.outputBusy != 0 || status.outputPaused != 0;
+  constexpr unsigned long kMost = std::numeric_limits<SInt32>::max();
+  const unsigned long left = std::min(m_textBytes - m_wordPosition, kMost);
+  status.inputBytesLeft = active ? static_cast<SInt32>(left) : 0;
+  return noErr;
+}
+
+void Channel::jobStarts(unsigned long bytes) {
+  const std::lock_guard held(m_lock);
+  ++m_jobsStarted;
+  m_textBytes = bytes;
+  m_wordPosition = 0;
+}
+
+void Channel::jobDidNotStart() {
+  const std::lock_guard held(m_lock);
+  --m_jobsStarted;
+}
+
 OSErr Channel::set(OSType selector, const void* value) const {
   return translated(
       m_plugIn.call().setSpeechInfo(m_identifier, selector, const_cast<void*>(value)));
 }
 
 // Keeps what the client wants to be called, then makes the synthesizer report it. The reference
-// constant, speech-done and sync are ours with the synthesizer for as long as the channel lives.
+// constant, speech-done, sync and word are ours with the synthesizer for as long as the channel
+// lives.
 OSErr Channel::setCallback(OSType selector, const void* value) {
   const void* trampoline = nullptr;
   {
@@ -249,6 +284,9 @@ OSErr Channel::setCallback(OSType selector, const void* value) {
       case soSyncCallBack:
         m_callbacks.sync = asFunction<SpeechSyncProcPtr>(value);
         return noErr;
+      case soWordCallBack:
+        m_callbacks.word = asFunction<SpeechWordProcPtr>(value);
+        return noErr;
       case soTextDoneCallBack:
         m_callbacks.textDone = asFunction<SpeechTextDoneProcPtr>(value);
         trampoline = asValue(trampolines::textDone);
@@ -257,13 +295,9 @@ OSErr Channel::setCallback(OSType selector, const void* value) {
         m_callbacks.error = asFunction<SpeechErrorProcPtr>(value);
         trampoline = asValue(trampolines::error);
         break;
-      case soPhonemeCallBack:
+      default:
         m_callbacks.phoneme = asFunction<SpeechPhonemeProcPtr>(value);
         trampoline = asValue(trampolines::phoneme);
-        break;
-      default:
-        m_callbacks.word = asFunction<SpeechWordProcPtr>(value);
-        trampoline = asValue(trampolines::word);
         break;
     }
   }

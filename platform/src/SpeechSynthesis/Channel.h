@@ -66,10 +66,19 @@ class Channel {
 
   // For the trampolines.
 
+  // A word of the caller's text.
+  struct Word {
+    unsigned long position;
+    UInt16 length;
+  };
+
   ClientCallbacks callbacks() const;
   // The synthesizer is idle again after a job.
   void jobHasEnded();
   void syncReached(OSType message);
+  // The word as clients are told of it: not in front of an earlier one, and not past the text's
+  // end.
+  Word wordReached(Word word);
   // Keeps a copy of a text-done piece until the next call; returns it NUL-terminated.
   const std::string& keepPiece(const void* text, unsigned long bytes);
 
@@ -82,6 +91,9 @@ class Channel {
   OSErr set(OSType selector, const void* value) const;
   OSErr setCallback(OSType selector, const void* value);
   OSErr setCurrentVoice(const VoiceSpec& spec);
+  OSErr getStatus(SpeechStatusInfo& status) const;
+  void jobStarts(unsigned long bytes);
+  void jobDidNotStart();
   bool waitForEndOfJobs();
 
   const SynthesizerPlugIn& m_plugIn;
@@ -96,6 +108,8 @@ class Channel {
   std::condition_variable m_jobEnded;
   std::uint64_t m_jobsStarted = 0;
   std::uint64_t m_jobsEnded = 0;
+  unsigned long m_textBytes = 0;     // of the job that started last, text-done pieces included
+  unsigned long m_wordPosition = 0;  // of its last word
   ClientCallbacks m_callbacks;
   OSType m_recentSync = 0;
   VoiceSpec m_voice{};

@@ -198,6 +198,14 @@ OSErr GetSpeechRate(SpeechChannel chan, Fixed* rate) {
   return GetSpeechInfo(chan, soRate, rate);
 }
 
+OSErr SetSpeechPitch(SpeechChannel chan, Fixed pitch) {
+  return SetSpeechInfo(chan, soPitchBase, &pitch);
+}
+
+OSErr GetSpeechPitch(SpeechChannel chan, Fixed* pitch) {
+  return GetSpeechInfo(chan, soPitchBase, pitch);
+}
+
 SpeechTextDoneUPP NewSpeechTextDoneUPP(SpeechTextDoneProcPtr callback) {
   return callback;
 }

@@ -63,7 +63,10 @@ void phoneme(SpeechChannel /*identifier*/, SRefCon handle, SInt16 opcode) noexce
 
 void word(SpeechChannel /*identifier*/, SRefCon handle, unsigned long wordPos,
           UInt16 wordLen) noexcept {
-  report(handle, &ClientCallbacks::word, wordPos, wordLen);
+  const auto channel = channelOf(handle);
+  if (!channel) return;
+  const Channel::Word reached = channel->wordReached({wordPos, wordLen});
+  report(handle, &ClientCallbacks::word, reached.position, reached.length);
 }
 
 }  // namespace platform::trampolines

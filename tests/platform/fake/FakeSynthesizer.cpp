@@ -169,6 +169,7 @@ class Implementation final : public FakeSynthesizer {
   }
 
   long getInfo(SpeechChannelIdentifier identifier, OSType selector, void* value) {
+    if (selector == soStatus) return status(identifier, static_cast<SpeechStatusInfo*>(value));
     return with(identifier, [&](ChannelRecord& record) -> long {
       const auto number = record.numbers.find(selector);
       if (number != record.numbers.end()) {
