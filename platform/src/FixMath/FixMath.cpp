@@ -17,8 +17,8 @@ Fixed saturate(std::int64_t value) {
   return static_cast<Fixed>(std::clamp(value, kSmallest, kLargest));
 }
 
-// Nearest whole number to numerator / denominator, half-way away from zero. Neither the magnitudes
-// here (below 2^63) nor the added half overflow: numerators stay below 2^62, denominators at 2^31.
+// Nearest whole number to numerator / denominator, half-way away from zero. Nothing overflows:
+// numerators have a magnitude of at most 2^62 here, denominators of 2^31.
 std::int64_t nearestQuotient(std::int64_t numerator, std::int64_t denominator) {
   const bool negative = (numerator < 0) != (denominator < 0);
   const std::int64_t dividend = numerator < 0 ? -numerator : numerator;
