@@ -207,6 +207,9 @@ class KAVREL_API Engine {
   // Starts the log afresh; numbers, answers and objects stay.
   void forgetCalls();
 
+  // Sets cst_diag_mask and cst_diag_level. Other than a plain assignment it may come while threads
+  // of the code under test are running; which of their lines are written is then open.
+  void setDiagnostics(unsigned int mask, int level);
   std::vector<Diagnostic> diagnostics() const;
   // The texts of diagnostics().
   std::vector<std::string> messages() const;

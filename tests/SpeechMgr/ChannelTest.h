@@ -89,6 +89,14 @@ constexpr OSType code(const char (&text)[5]) {
   return value;
 }
 
+// What SESpeechStatus fills in, as plain numbers.
+struct Status {
+  int outputBusy;
+  int outputPaused;
+  int inputBytesLeft;
+  int phonemeCode;
+};
+
 class ChannelTest : public testing::Test {
  protected:
   ChannelTest();
@@ -108,7 +116,7 @@ class ChannelTest : public testing::Test {
 
   static long speak(SpeechChannelIdentifier id, const std::string& text, long flags = 0);
   static long set(SpeechChannelIdentifier id, OSType selector, void* value);
-  static SpeechStatusInfo statusInfo(SpeechChannelIdentifier id);
+  static Status statusInfo(SpeechChannelIdentifier id);
   static channel_status_t status(SpeechChannelIdentifier id);
   // A copy of a field, read under the channel's lock.
   template <class Read>
@@ -134,14 +142,8 @@ class ChannelTest : public testing::Test {
 // Switches the diagnostic area on at that level for the life of the object.
 class Diagnosing {
  public:
-  Diagnosing(unsigned int mask, int level) {
-    cst_diag_mask = mask;
-    cst_diag_level = level;
-  }
-  ~Diagnosing() {
-    cst_diag_mask = 0;
-    cst_diag_level = 0;
-  }
+  Diagnosing(unsigned int mask, int level) { scripted::engine().setDiagnostics(mask, level); }
+  ~Diagnosing() { scripted::engine().setDiagnostics(0, 0); }
   Diagnosing(const Diagnosing&) = delete;
   Diagnosing& operator=(const Diagnosing&) = delete;
 };

@@ -409,8 +409,7 @@ class LineGates : public Lines {
   // Everything that writes a line, once.
   std::vector<Diagnostic> everything(unsigned int mask, int level) {
     engine().forgetDiagnostics();
-    cst_diag_mask = mask;
-    cst_diag_level = level;
+    engine().setDiagnostics(mask, level);
     Client& own = newClient();
     const SpeechChannelIdentifier id = open(own);
     VoiceSpec voice{code("BRVD"), 1};
@@ -434,8 +433,7 @@ class LineGates : public Lines {
     close(id);
     // Threads that finish a job write lines until they are gone.
     EXPECT_TRUE(eventually([&] { return threadCount() <= m_threads; }));
-    cst_diag_mask = 0;
-    cst_diag_level = 0;
+    engine().setDiagnostics(0, 0);
     return engine().diagnostics();
   }
 

@@ -167,7 +167,7 @@ TEST_F(EntryPoints, AChannelThatCannotBeCreatedAnswersOpenFailedOrOpens) {
 // --------------------------------------------------------------------------------------
 
 TEST_F(EntryPoints, AnIdleChannelReportsNothingGoingOn) {
-  const SpeechStatusInfo info = statusInfo(open());
+  const Status info = statusInfo(open());
   EXPECT_EQ(info.outputBusy, 0);
   EXPECT_EQ(info.outputPaused, 0);
   EXPECT_EQ(info.inputBytesLeft, 0);
@@ -191,7 +191,7 @@ TEST_F(EntryPoints, APausedChannelReportsNeitherBytesNorPhoneme) {
   ASSERT_EQ(speak(id, "Hello"), noErr);
   engine().port(1).phoneme("ae", 7);
   ASSERT_EQ(SEPauseSpeechAt(id, kImmediate), noErr);
-  const SpeechStatusInfo info = statusInfo(id);
+  const Status info = statusInfo(id);
   EXPECT_EQ(info.outputBusy, 0);
   EXPECT_EQ(info.outputPaused, 1);
   EXPECT_EQ(info.inputBytesLeft, 0);
@@ -204,7 +204,7 @@ TEST_F(EntryPoints, AClosingChannelReportsNothingGoingOn) {
   speech_channel* const channel = find_channel(id);
   mutex_lock(&channel->mtx);
   ASSERT_EQ(SEStopSpeechAt(id, kImmediate), noErr);
-  const SpeechStatusInfo info = statusInfo(id);
+  const Status info = statusInfo(id);
   mutex_unlock(&channel->mtx);
   EXPECT_EQ(info.outputBusy, 0);
   EXPECT_EQ(info.outputPaused, 0);

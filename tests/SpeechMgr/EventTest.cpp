@@ -163,8 +163,8 @@ TEST_F(Events, APhoneWithoutACallbackStillMovesTheStatus) {
 
 TEST_F(Events, TheStatusIsMovedBeforeTheClientIsCalled) {
   const SpeechChannelIdentifier id = openSpeaking("Hello");
-  SpeechStatusInfo info{};
-  client().onPhoneme = [&](auto channel) { SESpeechStatus(channel, &info); };
+  Status info{};
+  client().onPhoneme = [&](auto channel) { info = statusInfo(channel); };
   engine().port(1).phoneme("z", 9);
   EXPECT_EQ(info.phonemeCode, 40);
   EXPECT_EQ(info.inputBytesLeft, statusInfo(id).inputBytesLeft);

@@ -121,10 +121,10 @@ TEST_F(Selectors, AFreshChannelReadsTheDefaults) {
 
 TEST_F(Selectors, TheSynthesizerNamesItself) {
   const auto version = get<SpeechVersionInfo>(open(), soSynthType);
-  EXPECT_EQ(version.synthType, code("ttsc"));
-  EXPECT_EQ(version.synthSubType, code("KVRL"));
-  EXPECT_EQ(version.synthManufacturer, code("BRVD"));
-  EXPECT_EQ(version.synthFlags, 0);
+  EXPECT_EQ(OSType{version.synthType}, code("ttsc"));
+  EXPECT_EQ(OSType{version.synthSubType}, code("KVRL"));
+  EXPECT_EQ(OSType{version.synthManufacturer}, code("BRVD"));
+  EXPECT_EQ(int{version.synthFlags}, 0);
   EXPECT_EQ(version.synthVersion.majorRev, 4);
   EXPECT_EQ(version.synthVersion.minorAndBugRev, 0x04);
   EXPECT_EQ(version.synthVersion.stage, 0x80);
@@ -136,9 +136,9 @@ TEST_F(Selectors, StatusReadsAsTheStatusEntryPoint) {
   ASSERT_EQ(speak(id, "Hello"), noErr);
   engine().port(1).phoneme("ae", 3);
   const auto info = get<SpeechStatusInfo>(id, soStatus);
-  EXPECT_EQ(info.outputBusy, 1);
-  EXPECT_EQ(info.phonemeCode, 2);
-  EXPECT_EQ(info.inputBytesLeft, statusInfo(id).inputBytesLeft);
+  EXPECT_EQ(int{info.outputBusy}, 1);
+  EXPECT_EQ(int{info.phonemeCode}, 2);
+  EXPECT_EQ(int{info.inputBytesLeft}, statusInfo(id).inputBytesLeft);
 }
 
 TEST_F(Selectors, ErrorsAndTheRecentSyncAreAnsweredAndNotWritten) {
@@ -180,7 +180,7 @@ TEST_F(Selectors, ThatCanOnlyBeReadAreAcceptedAndIgnoredWhenWritten) {
   for (const OSType selector : {soStatus, soErrors, soRecentSync, soSynthType}) {
     EXPECT_EQ(SESetSpeechInfo(id, selector, &value), noErr);
   }
-  EXPECT_EQ(get<SpeechVersionInfo>(id, soSynthType).synthSubType, code("KVRL"));
+  EXPECT_EQ(OSType{get<SpeechVersionInfo>(id, soSynthType).synthSubType}, code("KVRL"));
 }
 
 TEST_F(Selectors, ANullPlaceIsRefusedBeforeTheSelectorIsLookedAt) {

@@ -71,8 +71,8 @@ TEST_F(UseVoice, RecordsTheVoiceAndTheFolderOfItsBundle) {
   EXPECT_EQ(SEUseVoice(id, &m_woman, bundle.get()), noErr);
   EXPECT_EQ(directory(id), bundle.path());
   const VoiceSpec voice = read(id, [](const speech_channel& c) { return *c.voice; });
-  EXPECT_EQ(voice.creator, code("BRVD"));
-  EXPECT_EQ(voice.id, 2u);
+  EXPECT_EQ(OSType{voice.creator}, code("BRVD"));
+  EXPECT_EQ(OSType{voice.id}, 2u);
   EXPECT_EQ(read(id, [](const speech_channel& c) { return c.voice_changed; }), 1);
 }
 
