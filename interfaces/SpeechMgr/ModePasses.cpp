@@ -100,6 +100,9 @@ void AppleMarkupConverter::ignoreContextTags(TokenList& tokens,
     const int limit = next == 0 ? tokens.size() : next;
     int place = i;
     while (place < limit && tokens.startAt(place) <= start) ++place;
-    tokens.insertIgnoredText(place < limit ? place : 0, start, end - start);
+    const int at = tokens.insertIgnoredText(place < limit ? place : 0, start, end - start);
+    // In a list out of order the text can land in front of its command, which must not come round
+    // again.
+    if (at <= i) ++i;
   }
 }

@@ -181,9 +181,9 @@ void TokenList::insertMarkup(int index, int start, MarkupId markup) {
   insertEntry(index, {start, markup});
 }
 
-void TokenList::insertIgnoredText(int index, int start, int length) {
+int TokenList::insertIgnoredText(int index, int start, int length) {
   const Command ignored{length, 0, kEmpty, AppleMarkupToken::COMMENT_TAG};
-  insertEntry(index, {start, addCommand(ignored)});
+  return static_cast<int>(insertEntry(index, {start, addCommand(ignored)}));
 }
 
 void TokenList::ignoreText(int index, int length) {
@@ -192,7 +192,7 @@ void TokenList::ignoreText(int index, int length) {
   command.markup = kEmpty;
 }
 
-void TokenList::insertEntry(std::int64_t index, const Entry& added) {
+std::int64_t TokenList::insertEntry(std::int64_t index, const Entry& added) {
   const std::int64_t before = countStartingBefore(added.start);
   if (before < size()) index = std::max(index, before);
 
@@ -210,6 +210,7 @@ void TokenList::insertEntry(std::int64_t index, const Entry& added) {
   }
   m_entries.insert(static_cast<std::size_t>(index), added);
   noteInserted(static_cast<std::size_t>(index));
+  return index;
 }
 
 std::int64_t TokenList::countStartingBefore(std::int32_t start) const {

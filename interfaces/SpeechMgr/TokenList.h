@@ -83,8 +83,9 @@ class TokenList {
   MarkupId addMarkup(std::string markup);
   // An entry that covers nothing and inserts the markup at `start`; otherwise as insertTokenAt.
   void insertMarkup(int index, int start, MarkupId markup);
-  // A comment that covers `length` bytes from `start` on and is replaced by nothing.
-  void insertIgnoredText(int index, int start, int length);
+  // A comment that covers `length` bytes from `start` on and is replaced by nothing; otherwise as
+  // insertTokenAt. Answers the index where it stands.
+  int insertIgnoredText(int index, int start, int length);
   // Makes the command at `index` cover `length` bytes, and be replaced by nothing.
   void ignoreText(int index, int length);
 
@@ -125,7 +126,7 @@ class TokenList {
   std::uint32_t addGiven(const SpeechMarkupToken& token);
   void appendCommand(std::size_t start, std::size_t length, AppleMarkupToken& work);
   void checkIndex(std::int64_t index) const;
-  void insertEntry(std::int64_t index, const Entry& added);
+  std::int64_t insertEntry(std::int64_t index, const Entry& added);
   std::int64_t countStartingBefore(std::int32_t start) const;
   std::size_t treePlace(std::int32_t start) const;
   void noteInserted(std::size_t index);
