@@ -217,6 +217,29 @@ TEST(Voices, ThatAreUnknownLeaveTheRecordAlone) {
   EXPECT_EQ(GetVoiceDescription(&kMaren, nullptr, 0), noErr);
 }
 
+TEST(Voices, TellTheirLocale) {
+  VoiceLocale locale{};
+  ASSERT_EQ(GetVoiceInfo(&kMaren, soVoiceLocale, &locale), noErr);
+  EXPECT_STREQ(locale.identifier, "en_US");
+}
+
+TEST(Voices, TellTheirDescriptionAsInformationToo) {
+  VoiceDescription expected{};
+  VoiceDescription description{};
+  ASSERT_EQ(GetVoiceDescription(nullptr, &expected, sizeof expected), noErr);
+  ASSERT_EQ(GetVoiceInfo(nullptr, soVoiceDescription, &description), noErr);
+  EXPECT_EQ(std::memcmp(&description, &expected, sizeof expected), 0);
+}
+
+TEST(Voices, LeaveTheRecordAloneWhenTheyHaveNoSuchInformation) {
+  const VoiceSpec unknown = {kCreator, 9999};
+  VoiceLocale locale = {"xx_XX"};
+  EXPECT_EQ(GetVoiceInfo(&unknown, soVoiceLocale, &locale), voiceNotFound);
+  EXPECT_EQ(GetVoiceInfo(&kMaren, soVoiceLocale, nullptr), paramErr);
+  EXPECT_EQ(GetVoiceInfo(&kMaren, soRate, &locale), siUnknownInfoType);
+  EXPECT_STREQ(locale.identifier, "xx_XX");
+}
+
 // ---- Opening and closing
 
 TEST_F(Manager, OpensAChannelWithTheDefaultVoiceAndExactPositions) {

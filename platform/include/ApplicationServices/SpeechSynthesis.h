@@ -73,6 +73,12 @@ enum {
   soOutputToFileWithCFURL = 0x6F706166 /* 'opaf'; write: CFURLRef of an AIFF file, or null */
 };
 
+/* Selectors of GetVoiceInfo. */
+enum {
+  soVoiceDescription = 0x696E666F, /* 'info'; VoiceDescription * */
+  soVoiceLocale = 0x6C6F636C       /* 'locl'; VoiceLocale *; of this platform alone */
+};
+
 /* Values of soInputMode, soCharacterMode and soNumberMode. */
 enum {
   modeText = 0x54455854,     /* 'TEXT' */
@@ -135,6 +141,12 @@ typedef struct SpeechStatusInfo {
   SInt32 inputBytesLeft; /* from the last word's start; a pause keeps it. 32 bits everywhere */
   SInt16 phonemeCode;
 } SpeechStatusInfo;
+
+/* The language and the country that a voice is for. A description has numbers for some of them
+ * only. */
+typedef struct VoiceLocale {
+  char identifier[6]; /* as en_US, NUL-terminated */
+} VoiceLocale;
 
 /* The errors since the record was read before: how many, the first and the last of them, and where
  * in the text they were. */
@@ -271,6 +283,11 @@ SPEECH_PLATFORM_API OSErr GetIndVoice(SInt16 index, VoiceSpec* voice);
  * untouched. */
 SPEECH_PLATFORM_API OSErr GetVoiceDescription(const VoiceSpec* voice, VoiceDescription* info,
                                               long infoLength);
+
+/* Fills `*voiceInfo`, a record of the kind that the selector says, about a voice; a null `voice` is
+ * the default voice. Results: noErr; paramErr, `voiceInfo` is null; voiceNotFound;
+ * siUnknownInfoType. After a failure `*voiceInfo` is untouched. */
+SPEECH_PLATFORM_API OSErr GetVoiceInfo(const VoiceSpec* voice, OSType selector, void* voiceInfo);
 
 /* ---- Channels ------------------------------------------------------------------------------ */
 

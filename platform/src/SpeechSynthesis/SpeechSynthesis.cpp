@@ -109,6 +109,27 @@ OSErr GetVoiceDescription(const VoiceSpec* voice, VoiceDescription* info, long i
   });
 }
 
+OSErr GetVoiceInfo(const VoiceSpec* voice, OSType selector, void* voiceInfo) {
+  if (voiceInfo == nullptr) return paramErr;
+  return guarded([&]() -> OSErr {
+    const Voice* const found = voiceOf(voice);
+    if (found == nullptr) return voiceNotFound;
+    switch (selector) {
+      case soVoiceDescription:
+        std::memcpy(voiceInfo, &found->description, sizeof found->description);
+        return noErr;
+      case soVoiceLocale: {
+        VoiceLocale locale{};
+        found->locale.copy(locale.identifier, sizeof locale.identifier - 1);
+        std::memcpy(voiceInfo, &locale, sizeof locale);
+        return noErr;
+      }
+      default:
+        return siUnknownInfoType;
+    }
+  });
+}
+
 OSErr NewSpeechChannel(VoiceSpec* voice, SpeechChannel* chan) {
   if (chan == nullptr) return paramErr;
   *chan = nullptr;

@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "EventWriter.h"
+
+#include <nlohmann/json.hpp>
+
+#include "StandardOutput.h"
+
+namespace say {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+void writeLine(const Json& event) {
+  constexpr int kOneLine = -1;
+  // A text that is not UTF-8 throughout must not end the program: what is malformed is replaced.
+  writeOut(event.dump(kOneLine, ' ', false, Json::error_handler_t::replace) + '\n');
+}
+
+}  // namespace
+
+void EventWriter::word(std::size_t position, std::size_t length) const {
+  const Slice slice = m_text.origin(position, length);
+  writeLine({{"event", "word"},
+             {"position", slice.position},
+             {"length", slice.length},
+             {"text", m_text.givenAt(slice)}});
+}
+
+void EventWriter::phoneme(int code) const {
+  writeLine({{"event", "phoneme"}, {"code", code}});
+}
+
+void EventWriter::sync(std::uint32_t message) const {
+  writeLine({{"event", "sync"}, {"number", message >> 16U}});
+}
+
+void EventWriter::done() const {
+  writeLine({{"event", "done"}});
+}
+
+}  // namespace say

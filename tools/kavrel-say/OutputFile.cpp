@@ -1,0 +1,89 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "OutputFile.h"
+
+#include <array>
+#include <cerrno>
+#include <cstdint>
+#include <cstring>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "Failure.h"
+
+namespace say {
+namespace {
+
+struct Descriptor {
+  int number;
+  ~Descriptor() {
+    if (number >= 0) ::close(number);
+  }
+};
+
+bool isRegular(int file) {
+  struct stat status {};
+  return ::fstat(file, &status) == 0 && S_ISREG(status.st_mode);
+}
+
+off_t sizeOf(int file) {
+  struct stat status {};
+  return ::fstat(file, &status) == 0 ? status.st_size : 0;
+}
+
+// Whether the file is an AIFF file as long as its head says.
+bool isWholeAiff(int file) {
+  std::array<unsigned char, 12> head{};
+  if (::pread(file, head.data(), head.size(), 0) != static_cast<ssize_t>(head.size())) return false;
+  if (std::memcmp(&head[0], "FORM", 4) != 0 || std::memcmp(&head[8], "AIFF", 4) != 0) return false;
+  off_t announced = 8;
+  for (const std::size_t place : {4, 5, 6, 7}) announced += off_t{head[place]} << (8 * (7 - place));
+  return sizeOf(file) >= announced;
+}
+
+// Whether more could have been written: 0, or the error. The speech comes in smaller pieces, so
+// where this much can be added no piece has been refused.
+int errorOfGrowing(int file) {
+  static constexpr std::array<char, 64 * 1024> kPiece{};
+  const off_t end = sizeOf(file);
+  const ssize_t written = ::pwrite(file, kPiece.data(), kPiece.size(), end);
+  const int error = written < 0 ? errno : ENOSPC;
+  if (::ftruncate(file, end) != 0) return errno;
+  return written == static_cast<ssize_t>(kPiece.size()) ? 0 : error;
+}
+
+}  // namespace
+
+OutputFile::OutputFile(std::string path)
+    : m_path(std::move(path)), m_isNew(::access(m_path.c_str(), F_OK) != 0) {
+  // Without waiting: a pipe that nobody reads must not hold the program up.
+  const Descriptor file{::open(m_path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | O_NONBLOCK, 0666)};
+  if (file.number < 0) refuse(errno);
+  // A device that is full says so even to nothing.
+  if (!isRegular(file.number) && ::write(file.number, "", 0) < 0) refuse(errno);
+}
+
+void OutputFile::discard() const {
+  struct stat status {};
+  if (m_isNew && ::stat(m_path.c_str(), &status) == 0 && status.st_size == 0) {
+    ::unlink(m_path.c_str());
+  }
+}
+
+void OutputFile::verify() const {
+  const Descriptor file{::open(m_path.c_str(), O_RDWR | O_CLOEXEC | O_NONBLOCK)};
+  if (file.number < 0) refuse(errno);
+  if (!isRegular(file.number)) return;
+  if (const int error = errorOfGrowing(file.number); error != 0) {
+    throw Failure(m_path + " may be incomplete: " + std::strerror(error));
+  }
+  if (!isWholeAiff(file.number)) throw Failure(m_path + " is incomplete");
+}
+
+void OutputFile::refuse(int error) const {
+  throw Failure("cannot write " + m_path + ": " + std::strerror(error));
+}
+
+}  // namespace say

@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Speech: one text spoken through the Manager, from the beginning to the end.
+//
+// Threads: used by one thread, but for stop(). The Manager calls back on threads of its own.
+#pragma once
+
+#include <ApplicationServices/ApplicationServices.h>
+
+#include <condition_variable>
+#include <exception>
+#include <mutex>
+#include <optional>
+#include <string>
+
+#include "EventWriter.h"
+#include "SpokenText.h"
+
+namespace say {
+
+class Speech {
+ public:
+  // With that voice, or with the default voice. Throws Failure, as all functions do.
+  explicit Speech(std::optional<VoiceSpec> voice);
+  ~Speech();
+  Speech(const Speech&) = delete;
+  Speech& operator=(const Speech&) = delete;
+
+  void setRate(int wordsPerMinute);
+
+  // Into this file instead of the sound output.
+  void setOutputFile(const std::string& path);
+
+  // What happens is written to `events`, which outlives the speech.
+  void setEvents(const EventWriter& events);
+
+  // Begins to speak. `text` is copied.
+  void start(const SpokenText& text);
+
+  // Returns when the speech is over, or when it has been stopped. Throws what writing an event
+  // threw; the speech has then been stopped.
+  void waitForEnd();
+
+  // Makes waitForEnd() stop the speech. May be called on any thread.
+  void stop();
+
+ private:
+  static void wordBegins(SpeechChannel, SRefCon self, unsigned long position, UInt16 length);
+  static void phonemeBegins(SpeechChannel, SRefCon self, SInt16 code);
+  static void syncReached(SpeechChannel, SRefCon self, OSType message);
+  static void speechIsDone(SpeechChannel, SRefCon self);
+
+  template <typename Write>
+  void report(Write write) noexcept;
+
+  SpeechChannel m_channel = nullptr;
+  const EventWriter* m_events = nullptr;  // null: not wanted; constant while speaking
+
+  std::mutex m_lock;
+  // Below: with m_lock.
+  std::condition_variable m_changed;  // the speech is done, or it is to be stopped
+  bool m_done = false;
+  bool m_stop = false;
+  std::exception_ptr m_error;  // what the first event that could not be written threw
+};
+
+}  // namespace say

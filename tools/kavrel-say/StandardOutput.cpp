@@ -1,0 +1,27 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "StandardOutput.h"
+
+#include <cerrno>
+#include <cstring>
+#include <string>
+
+#include <unistd.h>
+
+#include "Failure.h"
+
+namespace say {
+
+void writeOut(std::string_view text) {
+  while (!text.empty()) {
+    const ssize_t written = ::write(STDOUT_FILENO, text.data(), text.size());
+    if (written >= 0) {
+      text.remove_prefix(static_cast<std::size_t>(written));
+    } else if (errno == EPIPE) {
+      throw ReaderGone();
+    } else if (errno != EINTR) {
+      throw Failure(std::string("standard output: ") + std::strerror(errno));
+    }
+  }
+}
+
+}  // namespace say

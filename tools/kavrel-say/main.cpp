@@ -1,0 +1,97 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// kavrel-say: speaks text with the Speech Synthesis Manager, as any of its clients does.
+#include <clocale>
+#include <csignal>
+#include <cstdio>
+#include <exception>
+#include <optional>
+#include <variant>
+
+#include "Arguments.h"
+#include "EventWriter.h"
+#include "Failure.h"
+#include "InputText.h"
+#include "OutputFile.h"
+#include "SignalWatch.h"
+#include "Speech.h"
+#include "SpokenText.h"
+#include "StandardOutput.h"
+#include "Voices.h"
+
+namespace say {
+namespace {
+
+// The signal that ended the speech; 0 for none.
+int speak(const Arguments& arguments, const SpokenText& text) {
+  std::optional<VoiceSpec> voice;
+  if (arguments.voice) voice = voiceNamed(*arguments.voice);
+  const EventWriter events(text);
+
+  // Before the Manager starts threads.
+  const HeldSignals signals;
+  Speech speech(voice);
+  if (arguments.rate) speech.setRate(*arguments.rate);
+  if (arguments.outputFile) speech.setOutputFile(*arguments.outputFile);
+  if (arguments.events) speech.setEvents(events);
+  const SignalWatch watch(signals, [&speech] { speech.stop(); });
+  speech.start(text);
+  speech.waitForEnd();
+  return watch.received();
+}
+
+int speakToFile(const Arguments& arguments, const SpokenText& text) {
+  const OutputFile file(*arguments.outputFile);
+  try {
+    const int signal = speak(arguments, text);
+    if (signal == 0) file.verify();
+    return signal;
+  } catch (...) {
+    file.discard();
+    throw;
+  }
+}
+
+int run(const Arguments& arguments) {
+  if (arguments.listVoices) {
+    writeOut(voiceList());
+    return kSuccess;
+  }
+  const SpokenText text(arguments.text ? *arguments.text
+                                       : readInput(arguments.inputFile.value_or("-")));
+  const int signal = arguments.outputFile ? speakToFile(arguments, text) : speak(arguments, text);
+  if (signal != 0) endBySignal(signal);
+  return kSuccess;
+}
+
+int report(const char* message) {
+  std::fprintf(stderr, "kavrel-say: %s\n", message);
+  return kFailure;
+}
+
+// Everything the program does; its exit status.
+int guardedRun(int count, char** arguments) {
+  try {
+    // The plain forms of characters are those of a UTF-8 locale.
+    std::setlocale(LC_CTYPE, "C.UTF-8");
+    // What is written is looked at instead.
+    std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
+    const auto asked = readArguments(count, arguments);
+    if (const int* const status = std::get_if<int>(&asked)) return *status;
+    return run(std::get<Arguments>(asked));
+  } catch (const ReaderGone&) {
+    return kFailure;
+  } catch (const std::bad_alloc&) {
+    return report("memory is out");
+  } catch (const std::exception& error) {
+    return report(error.what());
+  }
+}
+
+}  // namespace
+}  // namespace say
+
+int main(int count, char** arguments) {
+  return say::guardedRun(count, arguments);
+}
