@@ -10,7 +10,9 @@
 #include "Diagnostics.h"
 #include "SpeechChannel.h"
 
-#define CHANNEL_LINE(...) DIAG_LINE(kDiagChannels, 3, "SpeechChannel", __VA_ARGS__)
+// A line of the channel layer, under the name of the function that callers know.
+#define CHANNEL_LINE(function, ...) \
+  DIAG_LINE(kDiagChannels, 3, "SpeechChannel", function, __VA_ARGS__)
 
 // Keeps `channel` while it is one of the living; false when it is not (any more).
 bool retain_channel(speech_channel* channel);

@@ -15,13 +15,13 @@ inline bool diagnosing(unsigned int area, int above) {
   return (cst_diag_mask & area) != 0 && cst_diag_level > above;
 }
 
-// DIAG_LINE(area, above, source file name, format, arguments ...)
-#define DIAG_LINE(area, above, file, ...)    \
-  do {                                       \
-    if (diagnosing(area, above)) {           \
-      cst_dbg_timestamp();                   \
-      cst_dbg_ffl(file, __func__, __LINE__); \
-      cst_dbg_context(area);                 \
-      cst_errmsg(__VA_ARGS__);               \
-    }                                        \
+// DIAG_LINE(area, above, source file name, function name, format, arguments ...)
+#define DIAG_LINE(area, above, file, function, ...) \
+  do {                                              \
+    if (diagnosing(area, above)) {                  \
+      cst_dbg_timestamp();                          \
+      cst_dbg_ffl(file, function, __LINE__);        \
+      cst_dbg_context(area);                        \
+      cst_errmsg(__VA_ARGS__);                      \
+    }                                               \
   } while (false)

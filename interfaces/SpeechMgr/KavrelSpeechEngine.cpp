@@ -16,7 +16,9 @@
 #include "ChannelSupport.h"
 #include "SpeechMgrUtils.h"
 
-#define ENGINE_LINE(above, ...) DIAG_LINE(kDiagChannels, above, "KavrelSpeechEngine", __VA_ARGS__)
+// A line of an entry point, under its name.
+#define ENGINE_LINE(above, function, ...) \
+  DIAG_LINE(kDiagChannels, above, "KavrelSpeechEngine", function, __VA_ARGS__)
 
 namespace {
 
@@ -88,7 +90,7 @@ long SEOpenSpeechChannel(SpeechChannelIdentifier* ssr) {
   } catch (const std::bad_alloc&) {
     return synthOpenFailed;
   }
-  ENGINE_LINE(3, "Open Channel ID: %d\n", id);
+  ENGINE_LINE(3, "SEOpenSpeechChannel", "Open Channel ID: %d\n", id);
   if (new_channel(id) == nullptr) return synthOpenFailed;
   return noErr;
 }
@@ -96,13 +98,13 @@ long SEOpenSpeechChannel(SpeechChannelIdentifier* ssr) {
 long SECloseSpeechChannel(SpeechChannelIdentifier ssr) {
   const ChannelHold channel(ssr);
   if (!channel) return noSynthFound;
-  ENGINE_LINE(3, "Close Channel ID: %d\n", ssr);
+  ENGINE_LINE(3, "SECloseSpeechChannel", "Close Channel ID: %d\n", ssr);
   delete_channel(channel.get());
   return noErr;
 }
 
 long SESpeechStatus(SpeechChannelIdentifier ssr, SpeechStatusInfo* status) {
-  ENGINE_LINE(3, "Status Channel ID: %d\n", ssr);
+  ENGINE_LINE(3, "SESpeechStatus", "Status Channel ID: %d\n", ssr);
   const OpenChannel channel(ssr);
   if (!channel) return noSynthFound;
   if (status == nullptr) return paramErr;
@@ -117,29 +119,32 @@ long SESpeechStatus(SpeechChannelIdentifier ssr, SpeechStatusInfo* status) {
     status->phonemeCode = static_cast<SInt16>(load_shared(channel->curr_phoneme));
   }
   // Rationale: "usy" is the line's own wording.
-  ENGINE_LINE(3, "Status paused:%d, usy:%d, bytes left:%ld, phoneme:%d\n", status->outputPaused,
-              status->outputBusy, static_cast<long>(status->inputBytesLeft), status->phonemeCode);
+  ENGINE_LINE(3, "SESpeechStatus", "Status paused:%d, usy:%d, bytes left:%ld, phoneme:%d\n",
+              status->outputPaused, status->outputBusy, static_cast<long>(status->inputBytesLeft),
+              status->phonemeCode);
   return noErr;
 }
 
 // ---- Stop, pause, continue ----
 
 long SEStopSpeechAt(SpeechChannelIdentifier ssr, unsigned long whereToStop) {
-  ENGINE_LINE(3, "Stop Channel ID: %d, whereToStop: %d\n", ssr, static_cast<int>(whereToStop));
+  ENGINE_LINE(3, "SEStopSpeechAt", "Stop Channel ID: %d, whereToStop: %d\n", ssr,
+              static_cast<int>(whereToStop));
   const OpenChannel channel(ssr);
   if (!channel) return noSynthFound;
   return channel_stop(channel.get(), static_cast<long>(whereToStop));
 }
 
 long SEPauseSpeechAt(SpeechChannelIdentifier ssr, unsigned long whereToPause) {
-  ENGINE_LINE(3, "Pause Channel ID: %d, whereToPause: %d\n", ssr, static_cast<int>(whereToPause));
+  ENGINE_LINE(3, "SEPauseSpeechAt", "Pause Channel ID: %d, whereToPause: %d\n", ssr,
+              static_cast<int>(whereToPause));
   const OpenChannel channel(ssr);
   if (!channel) return noSynthFound;
   return channel_pause(channel.get(), static_cast<long>(whereToPause));
 }
 
 long SEContinueSpeech(SpeechChannelIdentifier ssr) {
-  ENGINE_LINE(3, "Continue Channel ID: %d\n", ssr);
+  ENGINE_LINE(3, "SEContinueSpeech", "Continue Channel ID: %d\n", ssr);
   const OpenChannel channel(ssr);
   if (!channel) return noSynthFound;
   return channel_unpause(channel.get());
@@ -147,13 +152,13 @@ long SEContinueSpeech(SpeechChannelIdentifier ssr) {
 
 long SETextToPhonemes(SpeechChannelIdentifier ssr, char* /*textBuf*/, long /*textBytes*/,
                       void** /*phonemeBuf*/, long* /*phonBytes*/) {
-  ENGINE_LINE(3, "text2phonemes Channel ID: %d\n", ssr);
+  ENGINE_LINE(3, "SETextToPhonemes", "text2phonemes Channel ID: %d\n", ssr);
   if (!ChannelHold(ssr)) return noSynthFound;
   return noErr;
 }
 
 long SEUseDictionary(SpeechChannelIdentifier ssr, void* /*dictionary*/, long /*dictLength*/) {
-  ENGINE_LINE(3, "UseDictionary Channel ID: %d\n", ssr);
+  ENGINE_LINE(3, "SEUseDictionary", "UseDictionary Channel ID: %d\n", ssr);
   if (!ChannelHold(ssr)) return noSynthFound;
   return noErr;
 }
@@ -218,7 +223,7 @@ char* owned_text(char* text) {
 // Replaces the channel's text, as the caller wrote it, by the text for the engine and its maps.
 void convert_text(speech_channel* channel, AppleMarkupConverter& amc) {
   if (std::strlen(channel->text) > kMaxTextBytes) throw AppleSynthesisError(INDEX_OUT_OF_RANGE);
-  ENGINE_LINE(2, "Converting: \"%s\"\n", channel->text);
+  ENGINE_LINE(2, "SESpeakBuffer", "Converting: \"%s\"\n", channel->text);
   PositionMap prepared;
   const bool exact = channel->caller_positions;
   amc = AppleMarkupConverter(
@@ -227,7 +232,7 @@ void convert_text(speech_channel* channel, AppleMarkupConverter& amc) {
   cst_free(channel->text);
   channel->text = nullptr;
   channel->text = owned_text(cst_strdup(amc.getConvertedText().c_str()));
-  ENGINE_LINE(2, "Converted: \"%s\"\n", channel->text);
+  ENGINE_LINE(2, "SESpeakBuffer", "Converted: \"%s\"\n", channel->text);
 
   std::unique_ptr<OffsetMap> offsets(amc.getOffsets());
   // Later queries come from the engine's thread; this one builds the lists before.
@@ -250,7 +255,8 @@ void give_up_text(speech_channel* channel) {
 
 long SESpeakBuffer(SpeechChannelIdentifier ssr, Ptr textBuf, long byteLen, long controlFlags) {
   AppleMarkupConverter amc;
-  ENGINE_LINE(1, "Speak Channel ID: %d, length: %d, control flags: %x, text:\n%s\n", ssr,
+  ENGINE_LINE(1, "SESpeakBuffer",
+              "Speak Channel ID: %d, length: %d, control flags: %x, text:\n%s\n", ssr,
               static_cast<int>(byteLen), static_cast<unsigned int>(controlFlags),
               boundedText(textBuf, byteLen).c_str());
   const OpenChannel channel(ssr);
@@ -307,20 +313,22 @@ long get_info(speech_channel* channel, unsigned long selector, void* speechInfo)
       valueAt<OSType>(speechInfo) = environment.sayDigits ? kLiteral : kNormal;
       return noErr;
     case soRate:
-      ENGINE_LINE(3, "GetInfo selector soRate: %f\n", environment.wpm);
+      ENGINE_LINE(3, "SEGetSpeechInfo", "GetInfo selector soRate: %f\n", environment.wpm);
       valueAt<Fixed>(speechInfo) = Long2Fix(static_cast<long>(environment.wpm));
       return noErr;
     case soPitchBase:
-      ENGINE_LINE(3, "GetInfo selector soPitchBase: %ld\n", environment.pitchBase);
+      ENGINE_LINE(3, "SEGetSpeechInfo", "GetInfo selector soPitchBase: %ld\n",
+                  environment.pitchBase);
       valueAt<Fixed>(speechInfo) = Long2Fix(environment.pitchBase);
       return noErr;
     case soPitchMod:
-      ENGINE_LINE(3, "GetInfo selector soPitchMod: %ld\n", environment.pitchRange);
+      ENGINE_LINE(3, "SEGetSpeechInfo", "GetInfo selector soPitchMod: %ld\n",
+                  environment.pitchRange);
       valueAt<Fixed>(speechInfo) = Long2Fix(environment.pitchRange);
       return noErr;
     case soVolume: {
       const Fixed percent = Long2Fix(static_cast<long>(environment.volume));
-      ENGINE_LINE(3, "GetInfo selector soVolume: %f\n", environment.volume);
+      ENGINE_LINE(3, "SEGetSpeechInfo", "GetInfo selector soVolume: %f\n", environment.volume);
       valueAt<Fixed>(speechInfo) = FixDiv(percent, Long2Fix(100));
       return noErr;
     }
@@ -367,20 +375,22 @@ long set_value(speech_channel* channel, unsigned long selector, void* speechInfo
   switch (selector) {
     case soRate:
       environment.wpm = static_cast<double>(Fix2Long(valueAt<Fixed>(speechInfo)));
-      ENGINE_LINE(3, "SetInfo selector soRate: %f\n", environment.wpm);
+      ENGINE_LINE(3, "SESetSpeechInfo", "SetInfo selector soRate: %f\n", environment.wpm);
       return noErr;
     case soPitchBase:
       environment.pitchBase = Fix2Long(valueAt<Fixed>(speechInfo));
-      ENGINE_LINE(3, "SetInfo selector soPitchBase: %ld\n", environment.pitchBase);
+      ENGINE_LINE(3, "SESetSpeechInfo", "SetInfo selector soPitchBase: %ld\n",
+                  environment.pitchBase);
       return noErr;
     case soPitchMod:
       environment.pitchRange = Fix2Long(valueAt<Fixed>(speechInfo));
-      ENGINE_LINE(3, "SetInfo selector soPitchMod: %ld\n", environment.pitchRange);
+      ENGINE_LINE(3, "SESetSpeechInfo", "SetInfo selector soPitchMod: %ld\n",
+                  environment.pitchRange);
       return noErr;
     case soVolume: {
       const Fixed percent = FixMul(valueAt<Fixed>(speechInfo), Long2Fix(100));
       environment.volume = static_cast<double>(Fix2Long(percent));
-      ENGINE_LINE(3, "SetInfo selector soVolume: %f\n", environment.volume);
+      ENGINE_LINE(3, "SESetSpeechInfo", "SetInfo selector soVolume: %f\n", environment.volume);
       return noErr;
     }
     case soInputMode:
@@ -434,7 +444,8 @@ long set_info(speech_channel* channel, unsigned long selector, void* speechInfo)
 }  // namespace
 
 long SEGetSpeechInfo(SpeechChannelIdentifier ssr, unsigned long selector, void* speechInfo) {
-  ENGINE_LINE(2, "GetInfo Channel ID: %d, selector: %.4s\n", ssr, CodeText(selector).c_str());
+  ENGINE_LINE(2, "SEGetSpeechInfo", "GetInfo Channel ID: %d, selector: %.4s\n", ssr,
+              CodeText(selector).c_str());
   const OpenChannel channel(ssr);
   if (!channel) return noSynthFound;
   if (speechInfo == nullptr) return paramErr;
@@ -442,7 +453,8 @@ long SEGetSpeechInfo(SpeechChannelIdentifier ssr, unsigned long selector, void* 
 }
 
 long SESetSpeechInfo(SpeechChannelIdentifier ssr, unsigned long selector, void* speechInfo) {
-  ENGINE_LINE(2, "SetInfo Channel ID: %d, selector: %.4s\n", ssr, CodeText(selector).c_str());
+  ENGINE_LINE(2, "SESetSpeechInfo", "SetInfo Channel ID: %d, selector: %.4s\n", ssr,
+              CodeText(selector).c_str());
   const OpenChannel channel(ssr);
   if (!channel) return noSynthFound;
   return set_info(channel.get(), selector, speechInfo);
@@ -451,7 +463,7 @@ long SESetSpeechInfo(SpeechChannelIdentifier ssr, unsigned long selector, void* 
 // ---- Voice ----
 
 long SEUseVoice(SpeechChannelIdentifier ssr, VoiceSpec* voice, CFBundleRef inVoiceSpecBundle) {
-  ENGINE_LINE(1,
+  ENGINE_LINE(1, "SEUseVoice",
               "Use voice Channel ID: %d, voice creator: %.4s, voice identifier: %.4s, "
               "voice bundle info: ",
               ssr, voice != nullptr ? CodeText(voice->creator).c_str() : "",

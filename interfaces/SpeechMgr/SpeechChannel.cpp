@@ -27,7 +27,7 @@ kavrel_engine_struct* engine = nullptr;  // under engine_lock
 void open_engine(kavrel_params* params) {
   LeafLock held(engine_lock);
   if (engine != nullptr) return;
-  CHANNEL_LINE("Opening Kavrel Engine.\n");
+  CHANNEL_LINE("new_channel", "Opening Kavrel Engine.\n");
   kavrel_params_set_val(params, "voice/cache-policy", kavrel_val_string("preload"));
   engine = kavrel_engine_open(params);
 }
@@ -146,7 +146,7 @@ bool is_closing(speech_channel* channel) {
 speech_channel* new_channel(SpeechChannelIdentifier ssr) {
   // Rationale: one set for every call, used by the first only, and never released.
   kavrel_params* params = kavrel_params_new(nullptr);
-  CHANNEL_LINE("New Speech Channel Requested.\n");
+  CHANNEL_LINE("new_channel", "New Speech Channel Requested.\n");
   open_engine(params);
 
   auto* channel = new (std::nothrow) speech_channel{};
@@ -165,23 +165,23 @@ speech_channel* new_channel(SpeechChannelIdentifier ssr) {
     }
     link_channel(channel);
   }
-  CHANNEL_LINE("New Speech Channel Created. ID: %d.\n", ssr);
+  CHANNEL_LINE("new_channel", "New Speech Channel Created. ID: %d.\n", ssr);
   return channel;
 }
 
 speech_channel* find_channel(SpeechChannelIdentifier ssr) {
-  CHANNEL_LINE("Searching for Speech Channel with ID: %d.\n", ssr);
+  CHANNEL_LINE("find_channel", "Searching for Speech Channel with ID: %d.\n", ssr);
   speech_channel* channel = nullptr;
   {
     LeafLock held(registry_lock);
     channel = registered(ssr);
   }
-  if (channel != nullptr) CHANNEL_LINE("Found Speech Channel with ID: %d.\n", ssr);
+  if (channel != nullptr) CHANNEL_LINE("find_channel", "Found Speech Channel with ID: %d.\n", ssr);
   return channel;
 }
 
 ChannelHold::ChannelHold(SpeechChannelIdentifier ssr) : m_channel(nullptr) {
-  CHANNEL_LINE("Searching for Speech Channel with ID: %d.\n", ssr);
+  CHANNEL_LINE("find_channel", "Searching for Speech Channel with ID: %d.\n", ssr);
   {
     LeafLock held(registry_lock);
     speech_channel* channel = registered(ssr);
@@ -189,7 +189,7 @@ ChannelHold::ChannelHold(SpeechChannelIdentifier ssr) : m_channel(nullptr) {
     ++channel->holders;
     m_channel = channel;
   }
-  CHANNEL_LINE("Found Speech Channel with ID: %d.\n", ssr);
+  CHANNEL_LINE("find_channel", "Found Speech Channel with ID: %d.\n", ssr);
 }
 
 ChannelHold::~ChannelHold() {
@@ -197,7 +197,7 @@ ChannelHold::~ChannelHold() {
 }
 
 void channel_set_voice(speech_channel* channel, VoiceSpec* voice, char* voxdir) {
-  CHANNEL_LINE("Setting Voice for Channel ID: %d to %s.\n", channel->id,
+  CHANNEL_LINE("channel_set_voice", "Setting Voice for Channel ID: %d to %s.\n", channel->id,
                voxdir != nullptr ? voxdir : "(null)");
   cst_free(channel->voice);
   channel->voice = nullptr;
@@ -211,7 +211,7 @@ void channel_set_voice(speech_channel* channel, VoiceSpec* voice, char* voxdir) 
 }
 
 void delete_channel(speech_channel* channel) {
-  CHANNEL_LINE("Delete Requested for Channel ID: %d.\n", channel->id);
+  CHANNEL_LINE("delete_channel", "Delete Requested for Channel ID: %d.\n", channel->id);
   if (!begin_closing(channel)) return;
   {
     ChannelLock held(channel);
@@ -229,5 +229,5 @@ void delete_channel(speech_channel* channel) {
     unlink_channel(channel);
   }
   release_channel(channel);
-  CHANNEL_LINE("Speech Channel Deleted.\n");
+  CHANNEL_LINE("delete_channel", "Speech Channel Deleted.\n");
 }

@@ -27,7 +27,8 @@ int sync_number(const char* name) {
 
 void report_bookmark(speech_channel* channel, kavrel_event_struct* event) {
   const int number = sync_number(event_text(event));
-  CHANNEL_LINE("Calling sync callback number %d on Channel %d\n", number, channel->id);
+  CHANNEL_LINE("channel_stream_callback", "Calling sync callback number %d on Channel %d\n", number,
+               channel->id);
   const SpeechSyncProcPtr sync = load_shared(channel->cb_sync);
   if (sync == nullptr) return;
   const long refcon = load_shared(channel->refcon);
@@ -54,10 +55,16 @@ bool find_word(speech_channel* channel, int start, int length, WordPlace& place)
     return true;
   }
   const PositionMap& origins = *channel->text_positions;
-  const auto last = engine_position + static_cast<std::uint32_t>(std::max(length, 1)) - 1;
-  place.position = origins.origin(engine_position);
+  // An engine may name places outside the text; the caller's buffer is never left.
+  const std::int64_t textEnd = origins.length();
+  const std::int64_t first = std::clamp<std::int64_t>(start, 0, textEnd);
+  const std::int64_t end = std::clamp<std::int64_t>(first + length, first, textEnd);
+  place.position = origins.origin(static_cast<std::uint32_t>(first));
   place.shift = static_cast<int>(engine_position - place.position);
-  place.length = static_cast<int>(origins.originEnd(last) - place.position);
+  if (end > first) {
+    const std::uint32_t last = static_cast<std::uint32_t>(end - 1);
+    place.length = static_cast<int>(origins.originEnd(last) - place.position);
+  }
   return true;
 }
 
@@ -69,7 +76,8 @@ void report_word(speech_channel* channel, kavrel_event_struct* event) {
   kavrel_event_get_textpos(event, &start, &length);
   WordPlace place;
   if (!find_word(channel, start, length, place)) return;
-  CHANNEL_LINE("Calling word callback on Channel %d at text pos %d (%d , %d), length %d\n",
+  CHANNEL_LINE("channel_stream_callback",
+               "Calling word callback on Channel %d at text pos %d (%d , %d), length %d\n",
                channel->id, static_cast<int>(place.position), start, place.shift, place.length);
   const long refcon = load_shared(channel->refcon);
   call_client([&] {
@@ -87,7 +95,8 @@ void report_phoneme(speech_channel* channel, kavrel_event_struct* event) {
   store_shared(channel->curr_phoneme, code);
   const SpeechPhonemeProcPtr phoneme = load_shared(channel->cb_phoneme);
   if (phoneme == nullptr) return;
-  CHANNEL_LINE("Calling phoneme callback on Channel %d for phoneme %s\n", channel->id, phone);
+  CHANNEL_LINE("channel_stream_callback", "Calling phoneme callback on Channel %d for phoneme %s\n",
+               channel->id, phone);
   const long refcon = load_shared(channel->refcon);
   call_client([&] {
     phoneme(client_channel(channel->id), client_refcon(refcon), static_cast<SInt16>(code));

@@ -67,7 +67,7 @@ void prepare_output(speech_channel* channel, kavrel_params* params) {
 
 bool open_port(speech_channel* channel, kavrel_params* params) {
   if (channel->port != nullptr) return true;
-  CHANNEL_LINE("Opening Kavrel Port for Channel ID: %d.\n", channel->id);
+  CHANNEL_LINE("channel_speak", "Opening Kavrel Port for Channel ID: %d.\n", channel->id);
   channel->port = kavrel_port_open(channel_engine(), params);
   if (channel->port == nullptr) return false;
   kavrel_port_set_callback(channel->port, channel_stream_callback, kChannelEvents, channel);
@@ -101,7 +101,7 @@ void* signal_and_release(void* argument) {
 bool finish_current_job(speech_channel* channel) {
   if (channel->status != STATUS_BUSY && channel->status != STATUS_PAUSED) return false;
   channel->status = STATUS_CLOSING;
-  CHANNEL_LINE("Waiting for Job to Finish on Channel: %d.\n", channel->id);
+  CHANNEL_LINE("channel_finish_job", "Waiting for Job to Finish on Channel: %d.\n", channel->id);
   if (kavrel_port_wait(channel->port, channel->job) == KAVREL_ENGINE_INUSE) note_owed_end(channel);
   if (channel->output_is_file) {
     close_port(channel);
@@ -113,7 +113,7 @@ bool finish_current_job(speech_channel* channel) {
 // Finishes the current job when `is_ours` says so under the lock.
 template <typename IsOurs>
 void finish_job(speech_channel* channel, IsOurs is_ours) {
-  CHANNEL_LINE("Finishing Job on Channel: %d.\n", channel->id);
+  CHANNEL_LINE("channel_finish_job", "Finishing Job on Channel: %d.\n", channel->id);
   bool signal_here = false;
   {
     ChannelLock held(channel);
@@ -125,7 +125,7 @@ void finish_job(speech_channel* channel, IsOurs is_ours) {
     }
   }
   if (signal_here) signal_and_release(channel);
-  CHANNEL_LINE("Job Finished on Channel: %d.\n", channel->id);
+  CHANNEL_LINE("channel_finish_job", "Job Finished on Channel: %d.\n", channel->id);
 }
 
 struct FinishingTask {
@@ -183,11 +183,13 @@ int channel_speak(speech_channel* channel) {
   // Rationale: one set for every job, used only when a port is opened, and never released.
   kavrel_params* params = kavrel_params_new(nullptr);
   channel->status = STATUS_BUSY;
-  CHANNEL_LINE("Speech requested for Channel ID: %d, text: \"%s\"\n", channel->id, channel->text);
+  CHANNEL_LINE("channel_speak", "Speech requested for Channel ID: %d, text: \"%s\"\n", channel->id,
+               channel->text);
   prepare_output(channel, params);
   if (open_port(channel, params) && apply_voice(channel) && start_job(channel)) return 0;
   if (channel->port != nullptr) {
-    CHANNEL_LINE("ERROR Generating Speech on Channel: %d.  Closing Kavrel Port.\n", channel->id);
+    CHANNEL_LINE("channel_speak", "ERROR Generating Speech on Channel: %d.  Closing Kavrel Port.\n",
+                 channel->id);
     close_port(channel);
   }
   return -1;
@@ -205,7 +207,7 @@ kavrel_event_t get_kavrel_event(long where) {
 }
 
 int channel_pause(speech_channel* channel, long where) {
-  CHANNEL_LINE("Pause Requested for Channel: %d.\n", channel->id);
+  CHANNEL_LINE("channel_pause", "Pause Requested for Channel: %d.\n", channel->id);
   if (channel->status == STATUS_PAUSED) return 0;
   // Rationale: an idle channel, and one that is closing, is asked and marked like a busy one.
   const kavrel_result_t result =
@@ -215,7 +217,7 @@ int channel_pause(speech_channel* channel, long where) {
 }
 
 int channel_unpause(speech_channel* channel) {
-  CHANNEL_LINE("Unpause Requested for Channel: %d.\n", channel->id);
+  CHANNEL_LINE("channel_unpause", "Unpause Requested for Channel: %d.\n", channel->id);
   if (channel->status != STATUS_PAUSED) return 0;
   const kavrel_result_t result = kavrel_port_pause(channel->port, channel->job, KAVREL_EVENT_NOW);
   channel->status = STATUS_BUSY;
@@ -223,13 +225,13 @@ int channel_unpause(speech_channel* channel) {
 }
 
 int channel_wait(speech_channel* channel) {
-  CHANNEL_LINE("Wait Requested for Channel: %d.\n", channel->id);
+  CHANNEL_LINE("channel_wait", "Wait Requested for Channel: %d.\n", channel->id);
   if (channel->port == nullptr) return 0;
   return kavrel_port_wait(channel->port, channel->job) < 0 ? -1 : 0;
 }
 
 int channel_stop(speech_channel* channel, long where) {
-  CHANNEL_LINE("Stop Requested for Channel: %d.\n", channel->id);
+  CHANNEL_LINE("channel_stop", "Stop Requested for Channel: %d.\n", channel->id);
   if (channel->status != STATUS_BUSY && channel->status != STATUS_PAUSED) return 0;
   const kavrel_result_t result =
       kavrel_port_stop(channel->port, channel->job, get_kavrel_event(where));
@@ -252,7 +254,8 @@ void* channel_signal_speech_done(void* argument) {
   long refcon = 0;
   {
     ChannelLock held(channel);
-    CHANNEL_LINE("Calling speech done callback on Channel %d\n", channel->id);
+    CHANNEL_LINE("channel_signal_speech_done", "Calling speech done callback on Channel %d\n",
+                 channel->id);
     channel->status = STATUS_IDLE;
     speech_done = load_shared(channel->cb_speech_done);
     refcon = load_shared(channel->refcon);
