@@ -124,7 +124,7 @@ bool eventually(const std::function<bool()>& condition) {
   return true;
 }
 
-Client& ChannelTest::newClient() {
+Client& newClient() {
   // Never released: a misbehaving plug-in may call a client after its test.
   static std::vector<std::unique_ptr<Client>>& clients = *new std::vector<std::unique_ptr<Client>>;
   clients.push_back(std::make_unique<Client>());

@@ -69,6 +69,9 @@ class Client {
   std::vector<Event> m_events;
 };
 
+// A client that lives as long as the test program.
+Client& newClient();
+
 // The platform's voices as the test makes them up: gender by voice. A voice that is not here is
 // neuter. The program's own GetVoiceDescription answers from it.
 struct Voices {
@@ -111,8 +114,6 @@ class ChannelTest : public testing::Test {
   SpeechChannelIdentifier openBare();
   long close(SpeechChannelIdentifier id);
   Client& client() { return *m_client; }
-  // A client that lives as long as the test program.
-  static Client& newClient();
 
   static long speak(SpeechChannelIdentifier id, const std::string& text, long flags = 0);
   static long set(SpeechChannelIdentifier id, OSType selector, void* value);
