@@ -2,9 +2,12 @@
 #include "speaker.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
+#include <thread>
+#include <utility>
 
 #include <gtest/gtest.h>
 #include <sndfile.h>
@@ -117,9 +120,30 @@ std::vector<std::int16_t> readSamples(const std::string& file) {
   return samples;
 }
 
+namespace {
+
 std::size_t threadCount() {
   const std::filesystem::directory_iterator tasks("/proc/self/task");
   return static_cast<std::size_t>(std::distance(begin(tasks), end(tasks)));
+}
+
+}  // namespace
+
+std::size_t threadsWithSynthesiser() {
+  kavrel_params* const params = kavrel_params_new(nullptr);
+  kavrel_params_set_val(params, KAVREL_KEY_CACHE_POLICY, kavrel_val_string("preload"));
+  EXPECT_NE(kavrel_engine_open(params), nullptr);
+  kavrel_params_delete(params);
+  return threadCount();
+}
+
+bool threadsFallTo(std::size_t count) {
+  const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+  while (threadCount() > count) {
+    if (std::chrono::steady_clock::now() > limit) return false;
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  return true;
 }
 
 }  // namespace test

@@ -86,8 +86,12 @@ std::vector<std::string> texts(const std::vector<Event>& events);
 // The samples of an AIFF file; fails the test when it is none.
 std::vector<std::int16_t> readSamples(const std::string& file);
 
-// How many threads this process has.
-std::size_t threadCount();
+// How many threads this process has while nothing is spoken; the synthesiser keeps one of its own.
+std::size_t threadsWithSynthesiser();
+
+// Waits until the process has no more than `count` threads: an ended job's thread may still be on
+// its way out. False when it has more after ten seconds.
+bool threadsFallTo(std::size_t count);
 
 // A text of several sentences.
 extern const char* const kProse;
