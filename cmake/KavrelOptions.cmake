@@ -25,8 +25,10 @@ function(kavrel_target target)
     LIBRARY_OUTPUT_DIRECTORY "${KAVREL_LIB_DIR}"
     ARCHIVE_OUTPUT_DIRECTORY "${KAVREL_LIB_DIR}"
     RUNTIME_OUTPUT_DIRECTORY "${KAVREL_BIN_DIR}")
+  # g++ 12 takes joined strings for overlapping ones where it inlines them (-Wrestrict).
   target_compile_options(${target} PRIVATE
     -Wall -Wextra -Wshadow -Wconversion -Wno-psabi -Werror
+    $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>
     $<$<CXX_COMPILER_ID:Clang,AppleClang>:-Wthread-safety>)
   if(KAVREL_SANITIZE)
     target_compile_options(${target} PRIVATE -fsanitize=${KAVREL_SANITIZE}

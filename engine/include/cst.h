@@ -24,27 +24,28 @@ extern "C" {
 /* ---- Allocator ----------------------------------------------------------------------------- */
 
 /* `size` bytes, all zero. A size of 0 gives a pointer that can be released. */
-KAVREL_API void *cst_safe_alloc(size_t size);
+KAVREL_API void* cst_safe_alloc(size_t size);
 
 /* Changes the size of `memory` (null: a new block), keeping the contents up to the smaller size;
  * bytes beyond the old size are not set. When it fails, `memory` is unchanged. */
-KAVREL_API void *cst_safe_realloc(void *memory, size_t size);
+KAVREL_API void* cst_safe_realloc(void* memory, size_t size);
 
 /* Releases; null is allowed. */
-KAVREL_API void cst_free(void *memory);
+KAVREL_API void cst_free(void* memory);
 
 /* ---- Strings ------------------------------------------------------------------------------- */
 
 /* A copy of `string`; null for null. */
-KAVREL_API char *cst_strdup(const char *string);
+KAVREL_API char* cst_strdup(const char* string);
 
 /* A new string of the `length` bytes of `string` from `start` on; both count bytes, and a negative
- * one counts as 0. NUL bytes are copied like any other: the caller promises that the bytes exist. */
-KAVREL_API char *cst_substr(const char *string, long start, long length);
+ * one counts as 0. NUL bytes are copied like any other: the caller promises that the bytes exist.
+ */
+KAVREL_API char* cst_substr(const char* string, long start, long length);
 
 /* A new string: `first`, then `second`, of which at most `limit` bytes are used (0: all). Neither
  * argument is released. */
-KAVREL_API char *cst_string_append(const char *first, const char *second, size_t limit);
+KAVREL_API char* cst_string_append(const char* first, const char* second, size_t limit);
 
 /* ---- Token streams ------------------------------------------------------------------------- */
 
@@ -58,27 +59,26 @@ typedef struct cst_tokenstream cst_tokenstream;
  *  prepunctuation    stripped from the start of a word; default: none
  *  postpunctuation   stripped from the end of a word; default: none
  * A word that consists of punctuation only comes out as the empty word. */
-KAVREL_API cst_tokenstream *ts_open_string(const char *string, const char *whitespace,
-                                           const char *singlecharsymbols,
-                                           const char *prepunctuation,
-                                           const char *postpunctuation);
+KAVREL_API cst_tokenstream* ts_open_string(const char* string, const char* whitespace,
+                                           const char* singlecharsymbols,
+                                           const char* prepunctuation, const char* postpunctuation);
 
 /* The next word; the empty word at the end, and for a null stream. Owned by the stream, and good
  * until the next ts_get or ts_close. */
-KAVREL_API const char *ts_get(cst_tokenstream *stream);
+KAVREL_API const char* ts_get(cst_tokenstream* stream);
 
 /* 1 when no word is left (white space may be), else 0; 1 for a null stream. */
-KAVREL_API int ts_eof(cst_tokenstream *stream);
+KAVREL_API int ts_eof(cst_tokenstream* stream);
 
 /* Releases the stream; null is allowed. */
-KAVREL_API void ts_close(cst_tokenstream *stream);
+KAVREL_API void ts_close(cst_tokenstream* stream);
 
 /* ---- Mutexes ------------------------------------------------------------------------------- */
 
 /* Thin wrappers of the system's operations, with the system's results (0, or an error number). */
-KAVREL_API int mutex_lock(pthread_mutex_t *mutex);
-KAVREL_API int mutex_unlock(pthread_mutex_t *mutex);
-KAVREL_API int mutex_destroy(pthread_mutex_t *mutex);
+KAVREL_API int mutex_lock(pthread_mutex_t* mutex);
+KAVREL_API int mutex_unlock(pthread_mutex_t* mutex);
+KAVREL_API int mutex_destroy(pthread_mutex_t* mutex);
 
 /* ---- Diagnostics --------------------------------------------------------------------------- */
 
@@ -105,11 +105,11 @@ KAVREL_API extern int cst_diag_level;
 /* Time of day, to the millisecond. */
 KAVREL_API void cst_dbg_timestamp(void);
 /* Source file, function and line that the message comes from. */
-KAVREL_API void cst_dbg_ffl(const char *file, const char *function, int line);
+KAVREL_API void cst_dbg_ffl(const char* file, const char* function, int line);
 /* Area of the message, one of the bits above. */
 KAVREL_API void cst_dbg_context(unsigned int area);
 /* Writes what was gathered, then the message, formatted as printf does. */
-KAVREL_API void cst_errmsg(const char *format, ...)
+KAVREL_API void cst_errmsg(const char* format, ...)
 #if defined(__GNUC__)
     __attribute__((format(printf, 1, 2)))
 #endif

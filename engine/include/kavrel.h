@@ -2,8 +2,9 @@
 /*
  * Kavrel: the C interface of the speech engine.
  *
- * An engine speaks through ports. A port has settings, a voice, at most one callback, and a queue of
- * jobs; a job is one text, spoken in the background. Ports speak at the same time, each on its own.
+ * An engine speaks through ports. A port has settings, a voice, at most one callback, and a queue
+ * of jobs; a job is one text, spoken in the background. Ports speak at the same time, each on its
+ * own.
  *
  * Conventions
  *  1. Text is 8-bit, ISO 8859-15, with speech markup (prosody, say-as, emphasis, break, mark,
@@ -52,23 +53,24 @@ typedef struct kavrel_voice_struct kavrel_voice_struct;
 typedef struct kavrel_event_struct kavrel_event_struct;
 /* Handle of a job; null names no job. Stays harmless after the job has ended, and is never used
  * again for another job: an operation on it answers that the job is over. */
-typedef struct kavrel_background_struct *kavrel_background_t;
+typedef struct kavrel_background_struct* kavrel_background_t;
 
 /* Event types are bits, so that a mask can name several. */
 typedef uint32_t kavrel_event_t;
 #define KAVREL_EVENT_NONE ((kavrel_event_t)0)
-#define KAVREL_EVENT_AUDIO ((kavrel_event_t)1)       /* a block of samples; not sent by this engine */
-#define KAVREL_EVENT_ERROR ((kavrel_event_t)2)       /* the job cannot go on; END follows */
-#define KAVREL_EVENT_SENTENCE ((kavrel_event_t)4)    /* a sentence begins */
-#define KAVREL_EVENT_PHRASE ((kavrel_event_t)8)      /* not sent by this engine */
-#define KAVREL_EVENT_TOKEN ((kavrel_event_t)16)      /* not sent by this engine */
-#define KAVREL_EVENT_WORD ((kavrel_event_t)32)       /* a word begins */
-#define KAVREL_EVENT_BOOKMARK ((kavrel_event_t)64)   /* a mark element is reached */
-#define KAVREL_EVENT_SYLLABLE ((kavrel_event_t)128)  /* not sent by this engine */
-#define KAVREL_EVENT_PHONEME ((kavrel_event_t)256)   /* a phone begins */
-#define KAVREL_EVENT_START ((kavrel_event_t)512)     /* the job begins: its first event */
-#define KAVREL_EVENT_END ((kavrel_event_t)1024)      /* the job is over: its last event, sent once
-                                                        for every job however it ended */
+#define KAVREL_EVENT_AUDIO ((kavrel_event_t)1)     /* a block of samples; not sent by this engine */
+#define KAVREL_EVENT_ERROR ((kavrel_event_t)2)     /* the job cannot go on; END follows */
+#define KAVREL_EVENT_SENTENCE ((kavrel_event_t)4)  /* a sentence begins */
+#define KAVREL_EVENT_PHRASE ((kavrel_event_t)8)    /* not sent by this engine */
+#define KAVREL_EVENT_TOKEN ((kavrel_event_t)16)    /* not sent by this engine */
+#define KAVREL_EVENT_WORD ((kavrel_event_t)32)     /* a word begins */
+#define KAVREL_EVENT_BOOKMARK ((kavrel_event_t)64) /* a mark element is reached */
+#define KAVREL_EVENT_SYLLABLE ((kavrel_event_t)128) /* not sent by this engine */
+#define KAVREL_EVENT_PHONEME ((kavrel_event_t)256)  /* a phone begins */
+#define KAVREL_EVENT_START ((kavrel_event_t)512)    /* the job begins: its first event */
+#define KAVREL_EVENT_END                                               \
+  ((kavrel_event_t)1024) /* the job is over: its last event, sent once \
+                            for every job however it ended */
 #define KAVREL_EVENT_ALL ((kavrel_event_t)0xFFFFFFFFu)
 #define KAVREL_EVENT_NOW ((kavrel_event_t)0xFFFFFFFFu) /* as a place: at once */
 
@@ -93,19 +95,17 @@ typedef enum kavrel_result {
 
 /* A short message for `result`, without a line feed; "unknown error" for a number that is none of
  * the above. Owned by the engine.  [any] */
-KAVREL_API const char *kavrel_strerror(kavrel_result_t result);
+KAVREL_API const char* kavrel_strerror(kavrel_result_t result);
 
 /* ---- Parameters ---------------------------------------------------------------------------- */
 
 /* Keys that the engine reads.
- *  engine: "voice/cache-policy"  string; "preload" starts the synthesiser when the engine is opened,
- *                                any other text when the first job starts.
- *  port:   "audio/output-file"   string; path of the file that every job of the port is written to,
- *                                instead of the sound output. A new job overwrites the file.
- *          "audio/output-format" string; "aiff" (the default).
- *          "events/immediate"    integer; 1: events come as the sound is produced, 0: as it is
- *                                heard. File output always has them as the sound is produced.
- * Values under other keys are kept and not read. */
+ *  engine: "voice/cache-policy"  string; "preload" starts the synthesiser when the engine is
+ * opened, any other text when the first job starts. port:   "audio/output-file"   string; path of
+ * the file that every job of the port is written to, instead of the sound output. A new job
+ * overwrites the file. "audio/output-format" string; "aiff" (the default). "events/immediate"
+ * integer; 1: events come as the sound is produced, 0: as it is heard. File output always has them
+ * as the sound is produced. Values under other keys are kept and not read. */
 #define KAVREL_KEY_CACHE_POLICY "voice/cache-policy"
 #define KAVREL_KEY_OUTPUT_FILE "audio/output-file"
 #define KAVREL_KEY_OUTPUT_FORMAT "audio/output-format"
@@ -113,59 +113,59 @@ KAVREL_API const char *kavrel_strerror(kavrel_result_t result);
 
 /* A new set that starts as a copy of `base`, or empty when `base` is null. The caller owns it; one
  * that is never released costs less than 200 bytes. Null when memory is out.  [any] */
-KAVREL_API kavrel_params *kavrel_params_new(const kavrel_params *base);
+KAVREL_API kavrel_params* kavrel_params_new(const kavrel_params* base);
 
 /* Releases the set and its values; null is allowed.  [any] */
-KAVREL_API void kavrel_params_delete(kavrel_params *params);
+KAVREL_API void kavrel_params_delete(kavrel_params* params);
 
 /* A value for kavrel_params_set_val, which takes it over; null when memory is out, or for a null
  * string.  [any] */
-KAVREL_API kavrel_val *kavrel_val_string(const char *string);
-KAVREL_API kavrel_val *kavrel_val_int(int value);
+KAVREL_API kavrel_val* kavrel_val_string(const char* string);
+KAVREL_API kavrel_val* kavrel_val_int(int value);
 
 /* Stores `value` under `key`, in place of an earlier one, and owns it from then on, also when it
  * fails. One thread at a time may change a set.
- * Results: KAVREL_SUCCESS, KAVREL_INVALID_POINTER (an argument is null), KAVREL_INVALID_KEY (the key
- * is empty), KAVREL_INTERNAL_ERROR (memory is out).  [any] */
-KAVREL_API kavrel_result_t kavrel_params_set_val(kavrel_params *params, const char *key,
-                                                 kavrel_val *value);
+ * Results: KAVREL_SUCCESS, KAVREL_INVALID_POINTER (an argument is null), KAVREL_INVALID_KEY (the
+ * key is empty), KAVREL_INTERNAL_ERROR (memory is out).  [any] */
+KAVREL_API kavrel_result_t kavrel_params_set_val(kavrel_params* params, const char* key,
+                                                 kavrel_val* value);
 
 /* ---- Engine and ports ---------------------------------------------------------------------- */
 
 /* Opens an engine; `params` may be null and is not kept. All engines of a process share one
  * synthesiser. Null when the synthesiser cannot be started.  [any] */
-KAVREL_API kavrel_engine_struct *kavrel_engine_open(const kavrel_params *params);
+KAVREL_API kavrel_engine_struct* kavrel_engine_open(const kavrel_params* params);
 
 /* Opens a port; `params` may be null and is copied. An idle port has no thread, no file, no device
  * and takes less than 1 KiB. Null when `engine` is null or memory is out.  [any] */
-KAVREL_API kavrel_port_struct *kavrel_port_open(kavrel_engine_struct *engine,
-                                                const kavrel_params *params);
+KAVREL_API kavrel_port_struct* kavrel_port_open(kavrel_engine_struct* engine,
+                                                const kavrel_params* params);
 
-/* Stops the port's jobs at once, waits for them as kavrel_port_wait does, and gives the port up: the
- * handle must not be used again. Called from the port's own callback, or when a client callback
+/* Stops the port's jobs at once, waits for them as kavrel_port_wait does, and gives the port up:
+ * the handle must not be used again. Called from the port's own callback, or when a client callback
  * hangs, it does not wait; the port then goes when its jobs are over.
  * Results: KAVREL_SUCCESS, KAVREL_INVALID_POINTER.  [any] */
-KAVREL_API kavrel_result_t kavrel_port_close(kavrel_port_struct *port);
+KAVREL_API kavrel_result_t kavrel_port_close(kavrel_port_struct* port);
 
 /* Called for every event whose bit is in the port's mask, with the `user` of
  * kavrel_port_set_callback. Its result is not looked at. It may call every function of this
  * interface, for its own port too; kavrel_port_wait then answers at once. A callback that does not
  * return holds up its own port only. */
-typedef kavrel_result_t (*kavrel_callback_t)(kavrel_event_struct *event, kavrel_event_t type,
-                                             void *user);
+typedef kavrel_result_t (*kavrel_callback_t)(kavrel_event_struct* event, kavrel_event_t type,
+                                             void* user);
 
 /* Installs the port's one callback, in place of an earlier one; a null callback switches events
  * off. Holds from the next job on.
  * Results: KAVREL_SUCCESS, KAVREL_INVALID_POINTER (port).  [any] */
-KAVREL_API kavrel_result_t kavrel_port_set_callback(kavrel_port_struct *port,
+KAVREL_API kavrel_result_t kavrel_port_set_callback(kavrel_port_struct* port,
                                                     kavrel_callback_t callback, kavrel_event_t mask,
-                                                    void *user);
+                                                    void* user);
 
 /* Loads the voice whose data file lies in `directory`, for the port's next jobs. A port without a
  * voice speaks with the engine's default voice. Null, with a diagnostic line that says what is
  * wrong, when the folder holds no usable voice; the port keeps the voice it had.  [any] */
-KAVREL_API kavrel_voice_struct *kavrel_port_set_voice_from_dir(kavrel_port_struct *port,
-                                                               const char *directory);
+KAVREL_API kavrel_voice_struct* kavrel_port_set_voice_from_dir(kavrel_port_struct* port,
+                                                               const char* directory);
 
 /* ---- Jobs ---------------------------------------------------------------------------------- */
 
@@ -178,10 +178,10 @@ KAVREL_API kavrel_voice_struct *kavrel_port_set_voice_from_dir(kavrel_port_struc
  * length); KAVREL_UNKNOWN_ENCODING; KAVREL_FILE_ERROR (the file cannot be written);
  * KAVREL_INTERNAL_ERROR (no memory or no thread). On failure no event comes and `*job` is null.
  * [any] */
-KAVREL_API kavrel_result_t kavrel_port_speak_text(kavrel_port_struct *port, const char *text,
-                                                  size_t length, const char *encoding,
-                                                  kavrel_background_t *job,
-                                                  const kavrel_params *params);
+KAVREL_API kavrel_result_t kavrel_port_speak_text(kavrel_port_struct* port, const char* text,
+                                                  size_t length, const char* encoding,
+                                                  kavrel_background_t* job,
+                                                  const kavrel_params* params);
 
 /* Toggles: pauses a speaking job at `place`, resumes a paused one (`place` is then not looked at)
  * at the very sample where it paused. A pause that is still waiting for its place is called off by
@@ -191,7 +191,7 @@ KAVREL_API kavrel_result_t kavrel_port_speak_text(kavrel_port_struct *port, cons
  * A null job names the port's current one. Returns at once.
  * Results: KAVREL_SUCCESS, KAVREL_INVALID_POINTER (port), KAVREL_OBJECT_NOT_FOUND (no such job, or
  * it is over).  [any] */
-KAVREL_API kavrel_result_t kavrel_port_pause(kavrel_port_struct *port, kavrel_background_t job,
+KAVREL_API kavrel_result_t kavrel_port_pause(kavrel_port_struct* port, kavrel_background_t job,
                                              kavrel_event_t place);
 
 /* Ends the job at `place` (as for kavrel_port_pause). Returns at once; the job is over when END has
@@ -199,7 +199,7 @@ KAVREL_API kavrel_result_t kavrel_port_pause(kavrel_port_struct *port, kavrel_ba
  * A null job names all jobs of the port. Succeeds when there is nothing to stop, for a null port
  * too.
  * Results: KAVREL_SUCCESS.  [any] */
-KAVREL_API kavrel_result_t kavrel_port_stop(kavrel_port_struct *port, kavrel_background_t job,
+KAVREL_API kavrel_result_t kavrel_port_stop(kavrel_port_struct* port, kavrel_background_t job,
                                             kavrel_event_t place);
 
 /* Returns when the job is over: END has been sent and its callback has returned. A null job names
@@ -207,7 +207,7 @@ KAVREL_API kavrel_result_t kavrel_port_stop(kavrel_port_struct *port, kavrel_bac
  * Results: KAVREL_SUCCESS; KAVREL_INVALID_POINTER (port); KAVREL_ENGINE_INUSE, at once, when called
  * from the port's own callback, or one second after the job's sound has ended when a callback has
  * still not returned.  [any] */
-KAVREL_API kavrel_result_t kavrel_port_wait(kavrel_port_struct *port, kavrel_background_t job);
+KAVREL_API kavrel_result_t kavrel_port_wait(kavrel_port_struct* port, kavrel_background_t job);
 
 /* ---- Events -------------------------------------------------------------------------------- */
 
@@ -215,15 +215,15 @@ KAVREL_API kavrel_result_t kavrel_port_wait(kavrel_port_struct *port, kavrel_bac
  * resolved), the phone's name ("ae", "pau" …), the mark's name, the message of an error; "" for
  * other types. The event owns it.
  * Results: KAVREL_SUCCESS, KAVREL_INVALID_POINTER.  [callback] */
-KAVREL_API kavrel_result_t kavrel_event_get_text(kavrel_event_struct *event, char **text);
+KAVREL_API kavrel_result_t kavrel_event_get_text(kavrel_event_struct* event, char** text);
 
 /* Stores the event's place in the text given to kavrel_port_speak_text, in bytes. WORD: the word,
  * entities at their full length. PHONEME: the word that the phone belongs to. SENTENCE: the
- * sentence. BOOKMARK: the mark element, its tag at full length. START: 0 and the length of the text.
- * END: the length of the text, or where it was stopped, and 0. Either pointer may be null.
+ * sentence. BOOKMARK: the mark element, its tag at full length. START: 0 and the length of the
+ * text. END: the length of the text, or where it was stopped, and 0. Either pointer may be null.
  * Results: KAVREL_SUCCESS, KAVREL_INVALID_POINTER (event).  [callback] */
-KAVREL_API kavrel_result_t kavrel_event_get_textpos(kavrel_event_struct *event, int *start,
-                                                    int *length);
+KAVREL_API kavrel_result_t kavrel_event_get_textpos(kavrel_event_struct* event, int* start,
+                                                    int* length);
 
 #ifdef __cplusplus
 }
