@@ -1,0 +1,15 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Uses the plug-in's code without loading a plug-in.
+#include <AppleMarkupConverter.h>
+#include <KavrelSpeechEngine.h>
+
+#include <cstdio>
+
+int main() {
+  SpeechChannelIdentifier channel = 0;
+  if (SEOpenSpeechChannel(&channel) != noErr) return 1;
+  AppleMarkupConverter converter("a [[slnc 300]]pause", AppleMarkupConverter::SSML);
+  std::puts(converter.getConvertedText().c_str());
+  return SECloseSpeechChannel(channel) == noErr ? 0 : 1;
+}
