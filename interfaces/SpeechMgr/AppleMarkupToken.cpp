@@ -2,6 +2,7 @@
 #include "AppleMarkupToken.h"
 
 #include <array>
+#include <cstdint>
 #include <cstdio>
 #include <memory>
 #include <new>
@@ -170,8 +171,9 @@ std::string AppleMarkupToken::getTokenClass() const {
 }
 
 std::string AppleMarkupToken::getTokenArg(int index) const {
-  if (index < -1 || index + 1 >= static_cast<int>(m_subTokens.size())) return std::string();
-  return m_subTokens[static_cast<std::size_t>(index + 1)];
+  const std::int64_t word = std::int64_t{index} + 1;
+  if (word < 0 || word >= static_cast<std::int64_t>(m_subTokens.size())) return std::string();
+  return m_subTokens[static_cast<std::size_t>(word)];
 }
 
 void AppleMarkupToken::print() const {

@@ -37,10 +37,12 @@ void start_finishing(speech_channel* channel, unsigned int job);
 
 // A client knows its channel by the identifier, in the form that the callback types have for it.
 inline SpeechChannel client_channel(SpeechChannelIdentifier id) {
+  // NOLINTNEXTLINE(performance-no-int-to-ptr): the callback types carry numbers as pointers.
   return reinterpret_cast<SpeechChannel>(static_cast<std::intptr_t>(id));
 }
 
 inline SRefCon client_refcon(long refcon) {
+  // NOLINTNEXTLINE(performance-no-int-to-ptr): likewise.
   return reinterpret_cast<SRefCon>(static_cast<std::intptr_t>(refcon));
 }
 

@@ -2,6 +2,7 @@
 //
 // The converter's passes for volume, rate, base pitch and pitch range.
 #include <cmath>
+#include <utility>
 
 #include "AppleMarkupConverter.h"
 #include "Diagnostics.h"
@@ -43,6 +44,8 @@ void AppleMarkupConverter::convertProsodyTags(TokenList& tokens,
                                               AppleMarkupToken::AppleTagType tagType,
                                               std::string attribute, std::string units,
                                               double (*convertUnits)(double), double startVal) {
+  const std::string prefix = "<prosody " + attribute + "='";
+  const std::string suffix = units + "'>";
   const TokenList::MarkupId close = tokens.addMarkup("</prosody>");
   double value = startVal;
   for (int i = 0; i < tokens.size();) {
@@ -51,8 +54,9 @@ void AppleMarkupConverter::convertProsodyTags(TokenList& tokens,
       continue;
     }
     value = changedValue(tokens, i, value);
-    const TokenList::MarkupId open = tokens.addMarkup(
-        "<prosody " + attribute + "='" + numberText(convertUnits(value)) + units + "'>");
+    std::string openTag = prefix;
+    openTag.append(numberText(convertUnits(value))).append(suffix);
+    const TokenList::MarkupId open = tokens.addMarkup(std::move(openTag));
     do {
       if (!wrapStretch(tokens, i, open, close)) return;
     } while (!appleTokenMatches(tokens, i, tagType) &&

@@ -140,11 +140,13 @@ SpeechMarkupToken TokenList::getTokenAt(unsigned int index) const {
     const Command& command = m_commands[at.command()];
     AppleMarkupToken apple;
     if (command.text < 0) {
-      apple = m_given[static_cast<std::size_t>(~command.text)];
+      const std::int32_t given = ~command.text;
+      apple = m_given[static_cast<std::size_t>(given)];
     } else {
-      const auto length = static_cast<std::size_t>(command.text);
-      if (length > 0)
-        apple.setTokenString(m_base.substr(static_cast<std::size_t>(at.start), length));
+      if (command.text > 0) {
+        apple.setTokenString(m_base.substr(static_cast<std::size_t>(at.start),
+                                           static_cast<std::size_t>(command.text)));
+      }
       if (command.type != apple.getTokenType()) apple.setTokenAsIgnoredText();
     }
     apple.setTokenStringSize(command.covered);
