@@ -55,7 +55,7 @@ std::string joined(const std::vector<std::string>& words) {
 
 int reportUsage(const CLI::ParseError& error) {
   std::fprintf(stderr, "kavrel-say: %s; kavrel-say --help tells more\n", error.what());
-  return kUsage;
+  return tool::kUsage;
 }
 
 void declareOptions(CLI::App& app, Arguments& result) {

@@ -13,13 +13,13 @@ using Json = nlohmann::ordered_json;
 void writeLine(const Json& event) {
   constexpr int kOneLine = -1;
   // A text that is not UTF-8 throughout must not end the program: what is malformed is replaced.
-  writeOut(event.dump(kOneLine, ' ', false, Json::error_handler_t::replace) + '\n');
+  tool::writeOut(event.dump(kOneLine, ' ', false, Json::error_handler_t::replace) + '\n');
 }
 
 }  // namespace
 
 void EventWriter::word(std::size_t position, std::size_t length) const {
-  const Slice slice = m_text.origin(position, length);
+  const tool::Slice slice = m_text.origin(position, length);
   writeLine({{"event", "word"},
              {"position", slice.position},
              {"length", slice.length},

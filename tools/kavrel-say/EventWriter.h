@@ -15,7 +15,7 @@ namespace say {
 class EventWriter {
  public:
   // `text` outlives the writer.
-  explicit EventWriter(const SpokenText& text) : m_text(text) {}
+  explicit EventWriter(const tool::SpokenText& text) : m_text(text) {}
 
   // Position and length count bytes of the Mac OS Roman text.
   void word(std::size_t position, std::size_t length) const;
@@ -25,7 +25,7 @@ class EventWriter {
   void done() const;
 
  private:
-  const SpokenText& m_text;
+  const tool::SpokenText& m_text;
 };
 
 }  // namespace say

@@ -77,13 +77,13 @@ void OutputFile::verify() const {
   if (file.number < 0) refuse(errno);
   if (!isRegular(file.number)) return;
   if (const int error = errorOfGrowing(file.number); error != 0) {
-    throw Failure(m_path + " may be incomplete: " + std::strerror(error));
+    throw tool::Failure(m_path + " may be incomplete: " + std::strerror(error));
   }
-  if (!isWholeAiff(file.number)) throw Failure(m_path + " is incomplete");
+  if (!isWholeAiff(file.number)) throw tool::Failure(m_path + " is incomplete");
 }
 
 void OutputFile::refuse(int error) const {
-  throw Failure("cannot write " + m_path + ": " + std::strerror(error));
+  throw tool::Failure("cannot write " + m_path + ": " + std::strerror(error));
 }
 
 }  // namespace say

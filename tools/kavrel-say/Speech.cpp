@@ -33,7 +33,7 @@ std::string meaning(OSErr result) {
 }
 
 void check(OSErr result, const char* what) {
-  if (result != noErr) throw Failure(what + (": " + meaning(result)));
+  if (result != noErr) throw tool::Failure(what + (": " + meaning(result)));
 }
 
 template <typename Function>
@@ -64,7 +64,7 @@ void Speech::setOutputFile(const std::string& path) {
   const OSErr result =
       url == nullptr ? OSErr{paramErr} : SetSpeechInfo(m_channel, soOutputToFileWithCFURL, url);
   if (url != nullptr) CFRelease(url);
-  if (result != noErr) throw Failure("cannot write " + path);
+  if (result != noErr) throw tool::Failure("cannot write " + path);
 }
 
 void Speech::setEvents(const EventWriter& events) {
@@ -74,7 +74,7 @@ void Speech::setEvents(const EventWriter& events) {
   SetSpeechInfo(m_channel, soSyncCallBack, asValue(syncReached));
 }
 
-void Speech::start(const SpokenText& text) {
+void Speech::start(const tool::SpokenText& text) {
   // An empty text would speak nothing and never be done.
   const std::string& bytes = text.macRoman();
   const std::string_view spoken = bytes.empty() ? std::string_view(" ") : bytes;

@@ -35,7 +35,7 @@ class Speech {
   void setEvents(const EventWriter& events);
 
   // Begins to speak. `text` is copied.
-  void start(const SpokenText& text);
+  void start(const tool::SpokenText& text);
 
   // Returns when the speech is over, or when it has been stopped. Throws what writing an event
   // threw; the speech has then been stopped.

@@ -59,7 +59,8 @@ VoiceSpec voiceNamed(const std::string& name) {
     if (strcasecmp(voice.name.c_str(), name.c_str()) == 0) return voice.spec;
     names += (names.empty() ? "" : ", ") + voice.name;
   }
-  throw Failure("there is no voice \"" + name + "\"; there is " + (names.empty() ? "none" : names));
+  throw tool::Failure("there is no voice \"" + name + "\"; there is " +
+                      (names.empty() ? "none" : names));
 }
 
 std::string voiceList() {

@@ -23,7 +23,7 @@ namespace say {
 namespace {
 
 // The signal that ended the speech; 0 for none.
-int speak(const Arguments& arguments, const SpokenText& text) {
+int speak(const Arguments& arguments, const tool::SpokenText& text) {
   std::optional<VoiceSpec> voice;
   if (arguments.voice) voice = voiceNamed(*arguments.voice);
   const EventWriter events(text);
@@ -40,7 +40,7 @@ int speak(const Arguments& arguments, const SpokenText& text) {
   return watch.received();
 }
 
-int speakToFile(const Arguments& arguments, const SpokenText& text) {
+int speakToFile(const Arguments& arguments, const tool::SpokenText& text) {
   const OutputFile file(*arguments.outputFile);
   try {
     const int signal = speak(arguments, text);
@@ -54,19 +54,19 @@ int speakToFile(const Arguments& arguments, const SpokenText& text) {
 
 int run(const Arguments& arguments) {
   if (arguments.listVoices) {
-    writeOut(voiceList());
-    return kSuccess;
+    tool::writeOut(voiceList());
+    return tool::kSuccess;
   }
-  const SpokenText text(arguments.text ? *arguments.text
-                                       : readInput(arguments.inputFile.value_or("-")));
+  const tool::SpokenText text(arguments.text ? *arguments.text
+                                             : tool::readInput(arguments.inputFile.value_or("-")));
   const int signal = arguments.outputFile ? speakToFile(arguments, text) : speak(arguments, text);
   if (signal != 0) endBySignal(signal);
-  return kSuccess;
+  return tool::kSuccess;
 }
 
 int report(const char* message) {
   std::fprintf(stderr, "kavrel-say: %s\n", message);
-  return kFailure;
+  return tool::kFailure;
 }
 
 // Everything the program does; its exit status.
@@ -80,8 +80,8 @@ int guardedRun(int count, char** arguments) {
     const auto asked = readArguments(count, arguments);
     if (const int* const status = std::get_if<int>(&asked)) return *status;
     return run(std::get<Arguments>(asked));
-  } catch (const ReaderGone&) {
-    return kFailure;
+  } catch (const tool::ReaderGone&) {
+    return tool::kFailure;
   } catch (const std::bad_alloc&) {
     return report("memory is out");
   } catch (const std::exception& error) {

@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-namespace say {
+namespace tool {
 
 struct Utf8Character {
   char32_t code;
@@ -19,4 +19,4 @@ Utf8Character firstCharacter(std::string_view text);
 
 std::string toUtf8(char32_t character);
 
-}  // namespace say
+}  // namespace tool

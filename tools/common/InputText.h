@@ -5,9 +5,9 @@
 
 #include <string>
 
-namespace say {
+namespace tool {
 
 // The whole of the file; of standard input for "-". Throws Failure.
 std::string readInput(const std::string& path);
 
-}  // namespace say
+}  // namespace tool

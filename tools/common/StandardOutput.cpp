@@ -9,7 +9,7 @@
 
 #include "Failure.h"
 
-namespace say {
+namespace tool {
 
 void writeOut(std::string_view text) {
   while (!text.empty()) {
@@ -24,4 +24,4 @@ void writeOut(std::string_view text) {
   }
 }
 
-}  // namespace say
+}  // namespace tool

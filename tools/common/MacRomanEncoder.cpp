@@ -8,7 +8,7 @@
 
 #include "Failure.h"
 
-namespace say {
+namespace tool {
 namespace {
 
 constexpr std::string_view kBlank = " ";
@@ -103,4 +103,4 @@ char32_t composed(char32_t base, char32_t mark) {
   return 0;
 }
 
-}  // namespace say
+}  // namespace tool

@@ -9,7 +9,7 @@
 #include "MacRomanEncoder.h"
 #include "Utf8.h"
 
-namespace say {
+namespace tool {
 namespace {
 
 constexpr std::size_t kLongestText = std::numeric_limits<std::int32_t>::max();
@@ -79,4 +79,4 @@ void SpokenText::append(std::string_view plainForm, std::size_t origin) {
   m_origins.insert(m_origins.end(), plainForm.size(), static_cast<std::uint32_t>(origin));
 }
 
-}  // namespace say
+}  // namespace tool

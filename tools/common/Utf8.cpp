@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-namespace say {
+namespace tool {
 namespace {
 
 constexpr Utf8Character kMalformed{0, 0};
@@ -53,4 +53,4 @@ std::string toUtf8(char32_t character) {
   return {static_cast<char>(0xF0U | (character >> 18U)), tail(12), tail(6), tail(0)};
 }
 
-}  // namespace say
+}  // namespace tool

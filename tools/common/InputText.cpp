@@ -9,7 +9,7 @@
 
 #include "Failure.h"
 
-namespace say {
+namespace tool {
 namespace {
 
 std::string readAll(int file, const std::string& name) {
@@ -41,4 +41,4 @@ std::string readInput(const std::string& path) {
   return readAll(file, path);
 }
 
-}  // namespace say
+}  // namespace tool

@@ -5,10 +5,10 @@
 
 #include <string_view>
 
-namespace say {
+namespace tool {
 
 // Writes the text at once, not into a buffer. Throws ReaderGone when its reader has closed the
 // other end, Failure when it cannot be written for another reason.
 void writeOut(std::string_view text);
 
-}  // namespace say
+}  // namespace tool

@@ -10,7 +10,7 @@
 
 #include <iconv.h>
 
-namespace say {
+namespace tool {
 
 class MacRomanEncoder {
  public:
@@ -35,4 +35,4 @@ class MacRomanEncoder {
 // has none.
 char32_t composed(char32_t base, char32_t mark);
 
-}  // namespace say
+}  // namespace tool

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// How the program ends when it cannot do what it was asked to do.
+// How a command line tool ends when it cannot do what it was asked to do.
 #pragma once
 
 #include <stdexcept>
 
-namespace say {
+namespace tool {
 
 // The program's exit statuses.
 enum Exit { kSuccess = 0, kFailure = 1, kUsage = 2 };
@@ -19,4 +19,4 @@ class Failure : public std::runtime_error {
 // Ends the program with kFailure without a word: nobody reads what it writes any more.
 class ReaderGone : public std::exception {};
 
-}  // namespace say
+}  // namespace tool

@@ -16,7 +16,7 @@
 #include <string_view>
 #include <vector>
 
-namespace say {
+namespace tool {
 
 class MacRomanEncoder;
 
@@ -51,4 +51,4 @@ class SpokenText {
   std::vector<std::uint32_t> m_origins;
 };
 
-}  // namespace say
+}  // namespace tool
