@@ -58,13 +58,15 @@ typedef struct kavrel_background_struct* kavrel_background_t;
 /* Event types are bits, so that a mask can name several. */
 typedef uint32_t kavrel_event_t;
 #define KAVREL_EVENT_NONE ((kavrel_event_t)0)
-#define KAVREL_EVENT_AUDIO ((kavrel_event_t)1)     /* a block of samples; not sent by this engine */
-#define KAVREL_EVENT_ERROR ((kavrel_event_t)2)     /* the job cannot go on; END follows */
-#define KAVREL_EVENT_SENTENCE ((kavrel_event_t)4)  /* a sentence begins */
-#define KAVREL_EVENT_PHRASE ((kavrel_event_t)8)    /* not sent by this engine */
-#define KAVREL_EVENT_TOKEN ((kavrel_event_t)16)    /* not sent by this engine */
-#define KAVREL_EVENT_WORD ((kavrel_event_t)32)     /* a word begins */
-#define KAVREL_EVENT_BOOKMARK ((kavrel_event_t)64) /* a mark element is reached */
+#define KAVREL_EVENT_AUDIO ((kavrel_event_t)1) /* a block of samples; not sent by this engine */
+#define KAVREL_EVENT_ERROR                                                                         \
+  ((kavrel_event_t)2)                             /* the job cannot go on (the disk is full, say); \
+                                                      END follows, and nothing else tells */
+#define KAVREL_EVENT_SENTENCE ((kavrel_event_t)4) /* a sentence begins */
+#define KAVREL_EVENT_PHRASE ((kavrel_event_t)8)   /* not sent by this engine */
+#define KAVREL_EVENT_TOKEN ((kavrel_event_t)16)   /* not sent by this engine */
+#define KAVREL_EVENT_WORD ((kavrel_event_t)32)    /* a word begins */
+#define KAVREL_EVENT_BOOKMARK ((kavrel_event_t)64)  /* a mark element is reached */
 #define KAVREL_EVENT_SYLLABLE ((kavrel_event_t)128) /* not sent by this engine */
 #define KAVREL_EVENT_PHONEME ((kavrel_event_t)256)  /* a phone begins */
 #define KAVREL_EVENT_START ((kavrel_event_t)512)    /* the job begins: its first event */
@@ -99,13 +101,19 @@ KAVREL_API const char* kavrel_strerror(kavrel_result_t result);
 
 /* ---- Parameters ---------------------------------------------------------------------------- */
 
-/* Keys that the engine reads.
- *  engine: "voice/cache-policy"  string; "preload" starts the synthesiser when the engine is
- * opened, any other text when the first job starts. port:   "audio/output-file"   string; path of
- * the file that every job of the port is written to, instead of the sound output. A new job
- * overwrites the file. "audio/output-format" string; "aiff" (the default). "events/immediate"
- * integer; 1: events come as the sound is produced, 0: as it is heard. File output always has them
- * as the sound is produced. Values under other keys are kept and not read. */
+/* Keys that the engine reads; values under other keys are kept and not read.
+ *
+ * Of an engine:
+ *  - "voice/cache-policy", a string: "preload" starts the synthesiser when the engine is opened,
+ * any other text when it is first needed.
+ *
+ * Of a port:
+ *  - "audio/output-file", a string: path of the file that every job of the port is written to,
+ *    instead of the sound output. A new job overwrites the file, which keeps what it holds until
+ * the job has sound, or is over without.
+ *  - "audio/output-format", a string: "aiff" (the default).
+ *  - "events/immediate", an integer. 1: events come as the sound is produced, 0: as it is heard.
+ *    File output always has them as the sound is produced. */
 #define KAVREL_KEY_CACHE_POLICY "voice/cache-policy"
 #define KAVREL_KEY_OUTPUT_FILE "audio/output-file"
 #define KAVREL_KEY_OUTPUT_FORMAT "audio/output-format"
@@ -173,11 +181,11 @@ KAVREL_API kavrel_voice_struct* kavrel_port_set_voice_from_dir(kavrel_port_struc
  * (before any event of it). A job that is still running on the port is not disturbed: the new one
  * starts when it has ended. `encoding` is null or "iso-8859-15"; `params` is null or overrides the
  * port's parameters for this job.
- * With file output, the file is created before the call returns.
- * Results: KAVREL_SUCCESS; KAVREL_INVALID_POINTER (port or job is null, or text is null with a
- * length); KAVREL_UNKNOWN_ENCODING; KAVREL_FILE_ERROR (the file cannot be written);
- * KAVREL_INTERNAL_ERROR (no memory or no thread). On failure no event comes and `*job` is null.
- * [any] */
+ * With file output, the file is there before the call returns, and can be read when the job is
+ * over, if need be without samples in it. Results: KAVREL_SUCCESS; KAVREL_INVALID_POINTER (port or
+ * job is null, or text is null with a length); KAVREL_UNKNOWN_ENCODING; KAVREL_FILE_ERROR (the file
+ * cannot be written); KAVREL_INTERNAL_ERROR (no memory or no thread). On failure no event comes and
+ * `*job` is null. [any] */
 KAVREL_API kavrel_result_t kavrel_port_speak_text(kavrel_port_struct* port, const char* text,
                                                   size_t length, const char* encoding,
                                                   kavrel_background_t* job,
@@ -188,14 +196,17 @@ KAVREL_API kavrel_result_t kavrel_port_speak_text(kavrel_port_struct* port, cons
  * a second call.
  * `place`: KAVREL_EVENT_NOW; KAVREL_EVENT_WORD, at the end of the current word;
  * KAVREL_EVENT_SENTENCE, at the end of the current sentence; any other value counts as NOW.
- * A null job names the port's current one. Returns at once.
- * Results: KAVREL_SUCCESS, KAVREL_INVALID_POINTER (port), KAVREL_OBJECT_NOT_FOUND (no such job, or
- * it is over).  [any] */
+ * With no word or sentence begun, that is where the job stands; a job that pauses in its last one
+ * is not over before it is resumed. With file output, a pause holds the production. To pause a job
+ * at once that waits for the place of a stop is to stop it at once. A null job names the port's
+ * current one. Returns at once. Results: KAVREL_SUCCESS, KAVREL_INVALID_POINTER (port),
+ * KAVREL_OBJECT_NOT_FOUND (no such job, or it is over).  [any] */
 KAVREL_API kavrel_result_t kavrel_port_pause(kavrel_port_struct* port, kavrel_background_t job,
                                              kavrel_event_t place);
 
 /* Ends the job at `place` (as for kavrel_port_pause). Returns at once; the job is over when END has
- * been sent. A paused job ends where it stands, whatever the place.
+ * been sent. A paused job ends where it stands, whatever the place, and one that has not begun does
+ * not begin. Of two stops the nearer place holds.
  * A null job names all jobs of the port. Succeeds when there is nothing to stop, for a null port
  * too.
  * Results: KAVREL_SUCCESS.  [any] */
@@ -204,9 +215,9 @@ KAVREL_API kavrel_result_t kavrel_port_stop(kavrel_port_struct* port, kavrel_bac
 
 /* Returns when the job is over: END has been sent and its callback has returned. A null job names
  * all jobs of the port. A job that is over already does not wait.
- * Results: KAVREL_SUCCESS; KAVREL_INVALID_POINTER (port); KAVREL_ENGINE_INUSE, at once, when called
- * from the port's own callback, or one second after the job's sound has ended when a callback has
- * still not returned.  [any] */
+ * Results: KAVREL_SUCCESS, for a job that failed, too; KAVREL_INVALID_POINTER (port);
+ * KAVREL_ENGINE_INUSE, at once, when called from the port's own callback, or when a callback has
+ * not returned one second after the job's sound has ended, or has run out because of it.  [any] */
 KAVREL_API kavrel_result_t kavrel_port_wait(kavrel_port_struct* port, kavrel_background_t job);
 
 /* ---- Events -------------------------------------------------------------------------------- */
@@ -220,7 +231,8 @@ KAVREL_API kavrel_result_t kavrel_event_get_text(kavrel_event_struct* event, cha
 /* Stores the event's place in the text given to kavrel_port_speak_text, in bytes. WORD: the word,
  * entities at their full length. PHONEME: the word that the phone belongs to. SENTENCE: the
  * sentence. BOOKMARK: the mark element, its tag at full length. START: 0 and the length of the
- * text. END: the length of the text, or where it was stopped, and 0. Either pointer may be null.
+ * text. END: 0 length, at the end of the text, or where it was stopped: at the current word, or at
+ * its end when it was spoken whole. Either pointer may be null.
  * Results: KAVREL_SUCCESS, KAVREL_INVALID_POINTER (event).  [callback] */
 KAVREL_API kavrel_result_t kavrel_event_get_textpos(kavrel_event_struct* event, int* start,
                                                     int* length);

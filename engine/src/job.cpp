@@ -217,13 +217,11 @@ void Job::deliver(const Entry& entry) {
   if (m_request.callback == nullptr || (m_request.mask & entry.type) == 0) return;
   m_inCallback = true;
   m_callbackBegan = Clock::now();
-  if (m_waiters > 0) m_done.notify_all();
   {
     const Released released(m_lock);
     call(entry);
   }
   m_inCallback = false;
-  if (m_waiters > 0) m_done.notify_all();
 }
 
 void Job::call(const Entry& entry) {
@@ -280,15 +278,20 @@ void Job::stopNow() {
 
 void Job::changed() {
   m_wake.notify_all();
-  if (m_waiters > 0) m_done.notify_all();
+  m_done.notify_all();
 }
 
+// Callbacks are many and short, so none of them wakes those who wait. Looking again after the grace
+// at the latest is soon enough: a callback that has begun meanwhile has some of its own left.
 Job::Waited Job::wait() {
   const Held held(m_lock);
-  ++m_waiters;
-  while (!m_over && Clock::now() < hangLimit()) waitUntil(m_done, m_lock, hangLimit());
-  --m_waiters;
-  return m_over ? Waited::Over : Waited::CallbackHangs;
+  while (!m_over) {
+    const Clock::time_point now = Clock::now();
+    const Clock::time_point limit = hangLimit();
+    if (now >= limit) return Waited::CallbackHangs;
+    waitUntil(m_done, m_lock, std::min(limit, now + kCallbackGrace));
+  }
+  return Waited::Over;
 }
 
 // Until when the callback that is running may run, for those who wait; the end of time when none

@@ -89,8 +89,7 @@ class Job {
 
   Mutex m_lock;
   Condition m_wake;  // with m_lock: something was asked of the job
-  Condition m_done;  // with m_lock: a callback began or ended, the job was stopped, or is over
-  int m_waiters GUARDED_BY(m_lock) = 0;  // on m_done
+  Condition m_done;  // with m_lock: something was asked of the job, or it is over
 
   bool m_begun GUARDED_BY(m_lock) = false;
   bool m_ending GUARDED_BY(m_lock) = false;  // nothing more is spoken
