@@ -167,7 +167,8 @@ std::string State::paramsName(const kavrel_params* params) const {
   if (found == m_params.end()) return "unknown parameters";
   std::string text;
   for (const auto& [key, value] : found->second) {
-    text += (text.empty() ? "" : ", ") + key + ": " + value;
+    if (!text.empty()) text += ", ";
+    text.append(key).append(": ").append(value);
   }
   return '{' + text + '}';
 }

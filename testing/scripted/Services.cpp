@@ -160,13 +160,14 @@ void cst_dbg_context(unsigned int area) {
 void cst_errmsg(const char* format, ...) {
   std::va_list arguments;
   va_start(arguments, format);
-  std::va_list again;
-  va_copy(again, arguments);
+  // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): va_start is not seen as what it is.
   const int length = std::vsnprintf(nullptr, 0, format, arguments);
   va_end(arguments);
   std::string text(length > 0 ? static_cast<std::size_t>(length) : 0, '\0');
-  std::vsnprintf(text.data(), text.size() + 1, format, again);
-  va_end(again);
+  va_start(arguments, format);
+  // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized)
+  std::vsnprintf(text.data(), text.size() + 1, format, arguments);
+  va_end(arguments);
 
   State& state = State::get();
   const Lock held(state.m_lock);

@@ -34,6 +34,7 @@ enum class Kind : std::uintptr_t { Engine = 1, Port, Job, Params, Value, Voice }
 
 template <class T>
 T handle(Kind kind, int id) {
+  // NOLINTNEXTLINE(performance-no-int-to-ptr): never followed.
   return reinterpret_cast<T>(static_cast<std::uintptr_t>(kind) << 32U |
                              static_cast<std::uintptr_t>(id) << 4U);
 }

@@ -21,7 +21,6 @@ using scripted::OnStop;
 using scripted::Op;
 using scripted::Times;
 using testing::AnyOf;
-using testing::IsEmpty;
 
 // How many calls of pthread_create fail from now on.
 std::atomic<int> g_threadsToRefuse{0};

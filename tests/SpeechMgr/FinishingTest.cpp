@@ -19,7 +19,6 @@ using scripted::Script;
 using scripted::When;
 using testing::Each;
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 class Finishing : public ChannelTest {
  protected:

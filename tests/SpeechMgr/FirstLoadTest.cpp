@@ -98,6 +98,22 @@ TEST(FirstLoad, TheFirstChannelOpensTheEngineAndNoOtherDoes) {
   });
 }
 
+TEST(FirstLoad, TheLineAboutTheEngineIsGatedLikeTheOthers) {
+  for (const int level : {3, 4}) {
+    inAFreshProcess([level] {
+      const Diagnosing on(0x800, level);
+      opened();
+      const std::vector<scripted::Diagnostic> lines = engine().diagnostics();
+      ASSERT_EQ(lines.size(), level > 3 ? 4u : 0u);
+      if (lines.empty()) return;
+      EXPECT_EQ(lines[2].text, "Opening Kavrel Engine.\n");
+      EXPECT_EQ(lines[2].file, "SpeechChannel");
+      EXPECT_EQ(lines[2].area, 0x800u);
+      EXPECT_THAT(lines[2].calls, ElementsAre("timestamp", "ffl", "context", "errmsg"));
+    });
+  }
+}
+
 TEST(FirstLoad, TheEngineOutlivesTheLastChannel) {
   inAFreshProcess([] {
     SECloseSpeechChannel(opened());

@@ -11,7 +11,6 @@ namespace channels {
 namespace {
 
 using scripted::engine;
-using scripted::Op;
 using testing::IsEmpty;
 
 constexpr Fixed fixed(double value) {
