@@ -58,15 +58,13 @@ typedef struct kavrel_background_struct* kavrel_background_t;
 /* Event types are bits, so that a mask can name several. */
 typedef uint32_t kavrel_event_t;
 #define KAVREL_EVENT_NONE ((kavrel_event_t)0)
-#define KAVREL_EVENT_AUDIO ((kavrel_event_t)1) /* a block of samples; not sent by this engine */
-#define KAVREL_EVENT_ERROR                                                                         \
-  ((kavrel_event_t)2)                             /* the job cannot go on (the disk is full, say); \
-                                                      END follows, and nothing else tells */
-#define KAVREL_EVENT_SENTENCE ((kavrel_event_t)4) /* a sentence begins */
-#define KAVREL_EVENT_PHRASE ((kavrel_event_t)8)   /* not sent by this engine */
-#define KAVREL_EVENT_TOKEN ((kavrel_event_t)16)   /* not sent by this engine */
-#define KAVREL_EVENT_WORD ((kavrel_event_t)32)    /* a word begins */
-#define KAVREL_EVENT_BOOKMARK ((kavrel_event_t)64)  /* a mark element is reached */
+#define KAVREL_EVENT_AUDIO ((kavrel_event_t)1)     /* a block of samples; not sent by this engine */
+#define KAVREL_EVENT_ERROR ((kavrel_event_t)2)     /* the job cannot go on; END follows */
+#define KAVREL_EVENT_SENTENCE ((kavrel_event_t)4)  /* a sentence begins */
+#define KAVREL_EVENT_PHRASE ((kavrel_event_t)8)    /* not sent by this engine */
+#define KAVREL_EVENT_TOKEN ((kavrel_event_t)16)    /* not sent by this engine */
+#define KAVREL_EVENT_WORD ((kavrel_event_t)32)     /* a word begins */
+#define KAVREL_EVENT_BOOKMARK ((kavrel_event_t)64) /* a mark element is reached */
 #define KAVREL_EVENT_SYLLABLE ((kavrel_event_t)128) /* not sent by this engine */
 #define KAVREL_EVENT_PHONEME ((kavrel_event_t)256)  /* a phone begins */
 #define KAVREL_EVENT_START ((kavrel_event_t)512)    /* the job begins: its first event */
@@ -104,13 +102,13 @@ KAVREL_API const char* kavrel_strerror(kavrel_result_t result);
 /* Keys that the engine reads; values under other keys are kept and not read.
  *
  * Of an engine:
- *  - "voice/cache-policy", a string: "preload" starts the synthesiser when the engine is opened,
- * any other text when it is first needed.
+ *  - "voice/cache-policy", a string: "preload" starts the synthesiser when the engine is
+ *    opened, any other text when it is first needed.
  *
  * Of a port:
  *  - "audio/output-file", a string: path of the file that every job of the port is written to,
- *    instead of the sound output. A new job overwrites the file, which keeps what it holds until
- * the job has sound, or is over without.
+ *    instead of the sound output. A new job overwrites the file, which keeps what it holds
+ *    until the job has sound, or is over without.
  *  - "audio/output-format", a string: "aiff" (the default).
  *  - "events/immediate", an integer. 1: events come as the sound is produced, 0: as it is heard.
  *    File output always has them as the sound is produced. */
@@ -182,10 +180,11 @@ KAVREL_API kavrel_voice_struct* kavrel_port_set_voice_from_dir(kavrel_port_struc
  * starts when it has ended. `encoding` is null or "iso-8859-15"; `params` is null or overrides the
  * port's parameters for this job.
  * With file output, the file is there before the call returns, and can be read when the job is
- * over, if need be without samples in it. Results: KAVREL_SUCCESS; KAVREL_INVALID_POINTER (port or
- * job is null, or text is null with a length); KAVREL_UNKNOWN_ENCODING; KAVREL_FILE_ERROR (the file
- * cannot be written); KAVREL_INTERNAL_ERROR (no memory or no thread). On failure no event comes and
- * `*job` is null. [any] */
+ * over, if need be without samples in it. A failure to write is told by an ERROR event alone.
+ * Results: KAVREL_SUCCESS; KAVREL_INVALID_POINTER (port or job is null, or text is null with a
+ * length); KAVREL_UNKNOWN_ENCODING; KAVREL_FILE_ERROR (the file cannot be written);
+ * KAVREL_INTERNAL_ERROR (no memory or no thread). On failure no event comes and `*job` is null.
+ * [any] */
 KAVREL_API kavrel_result_t kavrel_port_speak_text(kavrel_port_struct* port, const char* text,
                                                   size_t length, const char* encoding,
                                                   kavrel_background_t* job,
@@ -198,9 +197,10 @@ KAVREL_API kavrel_result_t kavrel_port_speak_text(kavrel_port_struct* port, cons
  * KAVREL_EVENT_SENTENCE, at the end of the current sentence; any other value counts as NOW.
  * With no word or sentence begun, that is where the job stands; a job that pauses in its last one
  * is not over before it is resumed. With file output, a pause holds the production. To pause a job
- * at once that waits for the place of a stop is to stop it at once. A null job names the port's
- * current one. Returns at once. Results: KAVREL_SUCCESS, KAVREL_INVALID_POINTER (port),
- * KAVREL_OBJECT_NOT_FOUND (no such job, or it is over).  [any] */
+ * at once that waits for the place of a stop is to stop it at once.
+ * A null job names the port's current one. Returns at once.
+ * Results: KAVREL_SUCCESS, KAVREL_INVALID_POINTER (port), KAVREL_OBJECT_NOT_FOUND (no such job, or
+ * it is over).  [any] */
 KAVREL_API kavrel_result_t kavrel_port_pause(kavrel_port_struct* port, kavrel_background_t job,
                                              kavrel_event_t place);
 
