@@ -1,0 +1,140 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Preparation and conversion of texts, and the memory that a conversion holds.
+#include <memory>
+#include <stdexcept>
+
+#include "AppleMarkupConverter.h"
+#include "AppleSynthesisError.h"
+#include "SpeechMgrUtils.h"
+#include "Workloads.h"
+#include "workloads/HardTexts.h"
+#include "workloads/HeapMeter.h"
+#include "workloads/Prose.h"
+
+namespace bench {
+
+namespace {
+
+// The settings of a fresh channel with a voice whose own pitch is 43.
+SpeechMgrEnv freshSettings() {
+  SpeechMgrEnv settings;
+  settings.pitchBase = 43;
+  settings.pitchAssumedBase = 43;
+  return settings;
+}
+
+// What speaking does with a prepared text, given or not given the settings: text and offsets, ready
+// for queries.
+void convert(AppleMarkupConverter converter) {
+  const std::string converted = converter.getConvertedText();
+  benchmark::DoNotOptimize(converted.data());
+  const std::unique_ptr<OffsetMap> offsets(converter.getOffsets());
+  benchmark::DoNotOptimize(offsets->offset(0));
+}
+
+void convertWithSettings(const std::string& text) {
+  convert(AppleMarkupConverter(text, AppleMarkupConverter::SSML, freshSettings()));
+}
+
+void prepare(benchmark::State& state, bool withPositions) {
+  BuildPhoneTranslationTables();
+  std::string text = workloads::macProse(kLarge);
+  for (auto _ : state) {
+    PositionMap positions;
+    const std::string prepared = PreprocessText(reinterpret_cast<unsigned char*>(text.data()),
+                                                withPositions ? &positions : nullptr);
+    benchmark::DoNotOptimize(prepared.data());
+  }
+  countBytes(state, text.size());
+}
+
+// Without settings, since their commands would be commands in the text.
+void convertPlain(benchmark::State& state) {
+  const std::string text = workloads::prose(kLarge);
+  for (auto _ : state) convert(AppleMarkupConverter(text, AppleMarkupConverter::SSML));
+  countBytes(state, text.size());
+}
+
+void convertCommands(benchmark::State& state, std::size_t bytes, std::size_t every) {
+  const std::string text = workloads::proseWithCommands(bytes, every);
+  for (auto _ : state) convertWithSettings(text);
+  countBytes(state, text.size());
+}
+
+void convertWithPositions(benchmark::State& state) {
+  const std::string text = workloads::proseWithCommands(kLarge, 200);
+  for (auto _ : state) {
+    AppleMarkupConverter converter(text, AppleMarkupConverter::SSML, freshSettings());
+    benchmark::DoNotOptimize(converter.getConvertedText().data());
+    benchmark::DoNotOptimize(converter.getPositions().length());
+    const std::unique_ptr<OffsetMap> offsets(converter.getOffsets());
+    benchmark::DoNotOptimize(offsets->offset(0));
+  }
+  countBytes(state, text.size());
+}
+
+void convertUtterance(benchmark::State& state) {
+  const std::string text = kUtterance;
+  for (auto _ : state) convertWithSettings(text);
+}
+
+// Speaks a hard text, and takes it for granted that it may fail.
+void speakHardText(benchmark::State& state, const workloads::HardText& hard, std::size_t bytes) {
+  BuildPhoneTranslationTables();
+  std::string text = hard.make(bytes);
+  for (auto _ : state) {
+    try {
+      convertWithSettings(PreprocessText(reinterpret_cast<unsigned char*>(text.data())));
+    } catch (const AppleSynthesisError&) {
+    } catch (const std::out_of_range&) {
+    }
+  }
+}
+
+template <typename Convert>
+void measurePeak(benchmark::State& state, const std::string& text, Convert convertText) {
+  if (!workloads::HeapMeter::works()) state.SkipWithError("memory cannot be counted here");
+  std::size_t peak = 0;
+  for (auto _ : state) {
+    const workloads::HeapMeter meter;
+    convertText(text);
+    peak = meter.peak();
+  }
+  state.counters["held_per_byte"] = static_cast<double>(peak) / static_cast<double>(text.size());
+}
+
+void registerPeaks() {
+  using benchmark::RegisterBenchmark;
+  RegisterBenchmark("P16/peak/no-commands/16MB", [](benchmark::State& state) {
+    measurePeak(state, workloads::prose(kLarge), [](const std::string& text) {
+      convert(AppleMarkupConverter(text, AppleMarkupConverter::SSML));
+    });
+  })->Iterations(1);
+  RegisterBenchmark("P16/peak/command-per-200/16MB", [](benchmark::State& state) {
+    measurePeak(state, workloads::proseWithCommands(kLarge, 200), convertWithSettings);
+  })->Iterations(1);
+  RegisterBenchmark("P16/peak/command-per-40/1MB", [](benchmark::State& state) {
+    measurePeak(state, workloads::proseWithCommands(kMegabyte, 40), convertWithSettings);
+  })->Iterations(1);
+}
+
+}  // namespace
+
+void registerConversions() {
+  using benchmark::RegisterBenchmark;
+  RegisterBenchmark("P1/preparation/16MB", prepare, false);
+  RegisterBenchmark("P1/preparation-with-positions/16MB", prepare, true);
+  RegisterBenchmark("P2/no-commands/16MB", convertPlain);
+  RegisterBenchmark("P3/command-per-200/16MB", convertCommands, kLarge, std::size_t{200});
+  RegisterBenchmark("P3/command-per-200-with-positions/16MB", convertWithPositions);
+  RegisterBenchmark("P4/command-per-40/1MB", convertCommands, kMegabyte, std::size_t{40});
+  RegisterBenchmark("P6/utterance/56B", convertUtterance);
+  registerPeaks();
+  for (const workloads::HardText& text : workloads::hardTexts()) {
+    RegisterBenchmark(("P5/" + text.name + "/1MB").c_str(), speakHardText, text, kMegabyte);
+    RegisterBenchmark(("P5/" + text.name + "/2MB").c_str(), speakHardText, text, 2 * kMegabyte);
+  }
+}
+
+}  // namespace bench

@@ -1,0 +1,81 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// kavrel-bench: holds the plug-in's text work against its marks.
+//
+//   kavrel-bench                                 all workloads, seven times each, and the table
+//   kavrel-bench --json                          the table as JSON
+//   kavrel-bench --benchmark_filter='P[34]/'     some; Google Benchmark's other flags work, too
+//
+// Workloads. Texts come from a generator with a fixed seed; megabytes are millions of bytes. The
+// figure is the median of the repetitions.
+//   P1/preparation             escapes and encoding of Mac prose (curly quotes, accents); with
+//                              positions, as channels ask for that report exact places
+//   P2/no-commands             conversion of plain prose: text and offsets, ready for queries
+//   P3/command-per-200         conversion with a channel's settings, all kinds of commands but
+//                              phoneme input, all passes, offsets; and with exact positions
+//   P4/command-per-40          the same with more commands
+//   P5/<name>                  preparation and conversion of each hard text (HardTexts.cpp says
+//                              what they are), and how much longer twice the text takes
+//   P6/utterance               conversion of a short utterance with three commands
+//   P7/offset-ascending,       a query of an offset map with 1 000 ranges of each kind
+//      offset-random
+//   P8/derived-lists           the lists of an offset map with 100 000 records
+//   P16/peak                   the most heap that P2, P3 and P4 hold, divided by the text's length,
+//                              the text itself not counted
+// Anchors, measured in the same run because absolute figures drift with the machine: memcpy and
+// memchr of the same amount, glibc's iconv on P1's bytes, expat with handlers on SSML, a walk over
+// ranges from the front, std::sort of 100 000 numbers. "ratio" is the median divided by the
+// anchor's, both in the row's unit.
+//
+// Results: 0; 1 for a flag that nobody knows or a workload that failed. A missed mark is no
+// failure: it is a figure of this machine.
+#include <cstdio>
+#include <cstring>
+#include <iostream>
+#include <vector>
+
+#include <benchmark/benchmark.h>
+#include <nlohmann/json.hpp>
+
+#include "Marks.h"
+#include "Workloads.h"
+
+namespace {
+
+// Takes the flag out of the arguments; whether it was there.
+bool takeFlag(std::vector<char*>& arguments, const char* flag) {
+  return std::erase_if(arguments, [&](const char* each) { return std::strcmp(each, flag) == 0; }) >
+         0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  std::vector<char*> arguments(argv, argv + argc);
+  const bool asJson = takeFlag(arguments, "--json");
+  // In front, so that the caller's own flags win.
+  char repetitions[] = "--benchmark_repetitions=7";
+  char minTime[] = "--benchmark_min_time=0.05";
+  arguments.insert(arguments.begin() + 1, {repetitions, minTime});
+
+  int count = static_cast<int>(arguments.size());
+  arguments.push_back(nullptr);
+  benchmark::Initialize(&count, arguments.data());
+  if (benchmark::ReportUnrecognizedArguments(count, arguments.data())) return 1;
+
+  bench::registerConversions();
+  bench::registerOffsets();
+  bench::registerAnchors();
+  bench::Collector collector;
+  collector.SetErrorStream(&std::cerr);
+  benchmark::RunSpecifiedBenchmarks(&collector);
+  benchmark::Shutdown();
+
+  if (asJson) {
+    std::printf("%s\n", bench::tableAsJson(collector).dump(2).c_str());
+  } else {
+    bench::printTable(collector);
+  }
+  for (const std::string& failure : collector.failures()) std::cerr << failure << '\n';
+  return collector.failures().empty() ? 0 : 1;
+}

@@ -1,0 +1,240 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "Marks.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <optional>
+
+#include <nlohmann/json.hpp>
+
+#include "workloads/HardTexts.h"
+
+namespace bench {
+
+namespace {
+
+double median(std::vector<double> values) {
+  std::sort(values.begin(), values.end());
+  const std::size_t middle = values.size() / 2;
+  return values.size() % 2 == 1 ? values[middle] : (values[middle - 1] + values[middle]) / 2;
+}
+
+const char* nameOf(Unit unit) {
+  switch (unit) {
+    case Unit::MegabytesPerSecond:
+      return "MB/s";
+    case Unit::Milliseconds:
+      return "ms";
+    case Unit::Microseconds:
+      return "us";
+    case Unit::Nanoseconds:
+      return "ns";
+    default:
+      return "x";
+  }
+}
+
+double perSecond(Unit unit) {
+  switch (unit) {
+    case Unit::Milliseconds:
+      return 1e3;
+    case Unit::Microseconds:
+      return 1e6;
+    case Unit::Nanoseconds:
+      return 1e9;
+    default:
+      return 1;
+  }
+}
+
+bool beats(const Mark& mark, double figure, double limit) {
+  return mark.unit == Unit::MegabytesPerSecond ? figure >= limit : figure <= limit;
+}
+
+std::string verdict(const Mark& mark, double figure) {
+  if (mark.must == 0) return "";
+  if (mark.aim != 0 && beats(mark, figure, mark.aim)) return "aim";
+  return beats(mark, figure, mark.must) ? "must" : "MISSED";
+}
+
+// A row of the table: a mark that was measured.
+struct Row {
+  Mark mark;
+  double median = 0;
+  double least = 0;
+  double most = 0;
+  std::size_t runs = 0;
+  double anchor = 0;  // 0: none was measured
+};
+
+std::optional<Row> rowOf(const Mark& mark, const Collector& collector) {
+  const std::vector<double> figures = collector.figures(mark);
+  if (figures.empty()) return std::nullopt;
+  Row row;
+  row.mark = mark;
+  row.median = median(figures);
+  row.least = *std::min_element(figures.begin(), figures.end());
+  row.most = *std::max_element(figures.begin(), figures.end());
+  row.runs = figures.size();
+  Mark beside = mark;
+  beside.workload = mark.anchor;
+  beside.doubled.clear();
+  const std::vector<double> anchors = collector.figures(beside);
+  if (!anchors.empty()) row.anchor = median(anchors);
+  return row;
+}
+
+std::vector<Row> rowsOf(const Collector& collector) {
+  std::vector<Row> rows;
+  for (const Mark& mark : allMarks()) {
+    if (const auto row = rowOf(mark, collector)) rows.push_back(*row);
+  }
+  return rows;
+}
+
+std::string shown(double value) {
+  char text[32];
+  std::snprintf(text, sizeof text, "%.*f", value < 10 ? 2 : value < 100 ? 1 : 0, value);
+  return text;
+}
+
+std::string limit(double value) {
+  char text[32];
+  std::snprintf(text, sizeof text, "%g", value);
+  return value == 0 ? "" : text;
+}
+
+std::vector<Mark> hardTextMarks() {
+  std::vector<Mark> marks;
+  for (const workloads::HardText& text : workloads::hardTexts()) {
+    const std::string name = "P5/" + text.name + '/';
+    marks.push_back({"P5", name + "1MB", Unit::Milliseconds, 250, 50, "anchor/expat/1MB", ""});
+    marks.push_back({"P5", name + "1MB", Unit::Times, 2.6, 0, "", name + "2MB"});
+  }
+  return marks;
+}
+
+}  // namespace
+
+std::vector<Mark> allMarks() {
+  using enum Unit;
+  std::vector<Mark> marks = {
+      {"P1", "P1/preparation/16MB", MegabytesPerSecond, 300, 1000, "anchor/iconv/16MB", ""},
+      {"P1", "P1/preparation-with-positions/16MB", MegabytesPerSecond, 0, 0, "anchor/iconv/16MB",
+       ""},
+      {"P2", "P2/no-commands/16MB", MegabytesPerSecond, 1000, 5000, "anchor/memcpy/16MB", ""},
+      {"P3", "P3/command-per-200/16MB", MegabytesPerSecond, 100, 400, "anchor/expat/16MB", ""},
+      {"P3", "P3/command-per-200-with-positions/16MB", MegabytesPerSecond, 0, 0,
+       "anchor/expat/16MB", ""},
+      {"P4", "P4/command-per-40/1MB", MegabytesPerSecond, 30, 100, "anchor/expat/1MB", ""},
+      {"P6", "P6/utterance/56B", Microseconds, 20, 5, "anchor/expat/56B", ""},
+      {"P7", "P7/offset-ascending/1000", Nanoseconds, 100, 10, "anchor/walk-ascending/1000", ""},
+      {"P7", "P7/offset-random/1000", Nanoseconds, 300, 60, "anchor/walk-random/1000", ""},
+      {"P8", "P8/derived-lists/100000", Milliseconds, 100, 10, "anchor/sort/100000", ""},
+      {"P16", "P16/peak/no-commands/16MB", Times, 8, 3, "", ""},
+      {"P16", "P16/peak/command-per-200/16MB", Times, 8, 3, "", ""},
+      {"P16", "P16/peak/command-per-40/1MB", Times, 8, 3, "", ""},
+  };
+  for (Mark& mark : hardTextMarks()) marks.push_back(std::move(mark));
+  for (const char* name : {"anchor/memcpy/16MB", "anchor/memchr/16MB", "anchor/iconv/16MB",
+                           "anchor/expat/16MB", "anchor/expat/1MB"}) {
+    marks.push_back({"", name, MegabytesPerSecond, 0, 0, "", ""});
+  }
+  marks.push_back({"", "anchor/expat/56B", Microseconds, 0, 0, "", ""});
+  marks.push_back({"", "anchor/walk-ascending/1000", Nanoseconds, 0, 0, "", ""});
+  marks.push_back({"", "anchor/walk-random/1000", Nanoseconds, 0, 0, "", ""});
+  marks.push_back({"", "anchor/sort/100000", Milliseconds, 0, 0, "", ""});
+  return marks;
+}
+
+bool Collector::ReportContext(const Context& context) {
+  PrintBasicContext(&GetErrorStream(), context);
+  return true;
+}
+
+void Collector::ReportRuns(const std::vector<Run>& runs) {
+  for (const Run& run : runs) {
+    if (run.run_type != Run::RT_Iteration) continue;
+    const std::string name = run.run_name.function_name;
+    if (run.error_occurred) {
+      m_failures.push_back(name + ": " + run.error_message);
+      continue;
+    }
+    Measured& measured = m_measured[name];
+    measured.seconds.push_back(run.real_accumulated_time / static_cast<double>(run.iterations));
+    for (const auto& [counter, value] : run.counters) {
+      measured.counters[counter].push_back(value.value);
+    }
+    if (measured.seconds.size() == 1) GetErrorStream() << name << std::endl;
+  }
+}
+
+std::vector<double> Collector::seconds(const std::string& workload) const {
+  const auto found = m_measured.find(workload);
+  return found == m_measured.end() ? std::vector<double>() : found->second.seconds;
+}
+
+std::vector<double> Collector::figures(const Mark& mark) const {
+  const auto found = m_measured.find(mark.workload);
+  if (found == m_measured.end()) return {};
+  const Measured& measured = found->second;
+  const auto counter = [&](const char* name) {
+    const auto values = measured.counters.find(name);
+    return values == measured.counters.end() ? std::vector<double>() : values->second;
+  };
+  std::vector<double> figures;
+  if (!mark.doubled.empty()) {
+    const std::vector<double> longer = seconds(mark.doubled);
+    if (!longer.empty()) figures.push_back(median(longer) / median(measured.seconds));
+  } else if (mark.unit == Unit::Times) {
+    figures = counter("held_per_byte");
+  } else if (mark.unit == Unit::MegabytesPerSecond) {
+    for (const double bytes : counter("bytes_per_second")) figures.push_back(bytes / 1e6);
+  } else {
+    // Of a batch of queries, the time for one.
+    const std::vector<double> batch = counter("items_per_second");
+    for (const double items : batch) figures.push_back(perSecond(mark.unit) / items);
+    if (!batch.empty()) return figures;
+    for (const double time : measured.seconds) figures.push_back(time * perSecond(mark.unit));
+  }
+  return figures;
+}
+
+void printTable(const Collector& collector) {
+  std::printf("%-4s %-44s %9s %-19s %-5s %6s %6s %-6s %9s %6s\n", "mark", "workload", "median",
+              "least - most", "unit", "must", "aim", "met", "anchor", "ratio");
+  for (const Row& row : rowsOf(collector)) {
+    const Mark& mark = row.mark;
+    const std::string name = mark.workload + (mark.doubled.empty() ? "" : ", doubled");
+    std::printf("%-4s %-44s %9s %-19s %-5s %6s %6s %-6s %9s %6s\n", mark.name.c_str(), name.c_str(),
+                shown(row.median).c_str(), (shown(row.least) + " - " + shown(row.most)).c_str(),
+                nameOf(mark.unit), limit(mark.must).c_str(), limit(mark.aim).c_str(),
+                verdict(mark, row.median).c_str(), row.anchor == 0 ? "" : shown(row.anchor).c_str(),
+                row.anchor == 0 ? "" : shown(row.median / row.anchor).c_str());
+  }
+}
+
+nlohmann::ordered_json tableAsJson(const Collector& collector) {
+  nlohmann::ordered_json table = nlohmann::ordered_json::array();
+  for (const Row& row : rowsOf(collector)) {
+    const Mark& mark = row.mark;
+    nlohmann::ordered_json entry = {{"mark", mark.name},         {"workload", mark.workload},
+                                    {"unit", nameOf(mark.unit)}, {"median", row.median},
+                                    {"least", row.least},        {"most", row.most},
+                                    {"runs", row.runs}};
+    if (!mark.doubled.empty()) entry["doubled"] = mark.doubled;
+    if (mark.must != 0) {
+      entry["must"] = mark.must;
+      if (mark.aim != 0) entry["aim"] = mark.aim;
+      entry["met"] = verdict(mark, row.median);
+    }
+    if (row.anchor != 0) {
+      entry["anchor"] = {
+          {"workload", mark.anchor}, {"median", row.anchor}, {"ratio", row.median / row.anchor}};
+    }
+    table.push_back(std::move(entry));
+  }
+  return table;
+}
+
+}  // namespace bench
