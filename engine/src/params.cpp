@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "params.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstdlib>
@@ -16,10 +17,9 @@ constexpr std::array<std::string_view, 4> kKnownKeys{
 constexpr std::uint8_t kOtherKey = 0xFF;
 
 std::uint8_t indexOfKey(std::string_view key) {
-  for (std::uint8_t index = 0; index < kKnownKeys.size(); ++index) {
-    if (kKnownKeys[index] == key) return index;
-  }
-  return kOtherKey;
+  const auto known = std::find(kKnownKeys.begin(), kKnownKeys.end(), key);
+  if (known == kKnownKeys.end()) return kOtherKey;
+  return static_cast<std::uint8_t>(known - kKnownKeys.begin());
 }
 
 }  // namespace

@@ -25,6 +25,7 @@ std::uint64_t nextNumber() {
 
 // A handle is a number, not an address, so that no job to come can have it.
 kavrel_background_t handleFor(std::uint64_t number) {
+  // NOLINTNEXTLINE(performance-no-int-to-ptr)
   return reinterpret_cast<kavrel_background_t>(static_cast<std::uintptr_t>(number));
 }
 

@@ -109,6 +109,8 @@ Synthesiser& Synthesiser::shared() {
 bool Synthesiser::startHeld(std::string& why) {
   if (m_started) return true;
   const KeepCharacterType keep;
+  // It never plays anything in this mode, but still looks for a sound server once, here. There is
+  // no option against that, and changing PULSE_SERVER is not safe while other threads run.
   const int rate =
       espeak_Initialize(AUDIO_OUTPUT_SYNCHRONOUS, kBlockMilliseconds, KAVREL_SPEECH_DATA_DIR,
                         espeakINITIALIZE_PHONEME_EVENTS | espeakINITIALIZE_DONT_EXIT);

@@ -21,8 +21,9 @@ namespace {
 
 // A data file is a few lines; anything larger is something else.
 constexpr std::size_t kMaxFileBytes = 65536;
-// Range setting per Hz that the pitch moves over.
-constexpr double kRangePerHertz = 50.0 / 36.0;
+// How far the pitch moves, from its 5th to its 95th percentile, against how far the range setting
+// lifts its median: much the same for all voices.
+constexpr double kSpreadPerLift = 2.2;
 
 std::string_view trimmed(std::string_view text) {
   const std::size_t first = text.find_first_not_of(" \t\r");
@@ -110,8 +111,8 @@ bool Voice::parse(std::string_view text, std::string& why) {
     why = "language or variant is not a name";
     return false;
   }
-  if (m_scale <= 0) {
-    why = "pitch.scale is not above 0";
+  if (m_scale <= 0 || m_range <= 0) {
+    why = "pitch.scale or pitch.range is not above 0";
     return false;
   }
   return true;
@@ -128,7 +129,8 @@ int Voice::pitchFor(double hertz, int range) const {
 }
 
 int Voice::rangeFor(double hertz) const {
-  return static_cast<int>(std::lround(std::clamp(hertz * kRangePerHertz, 0.0, 99.0)));
+  const double spread = kSpreadPerLift * m_range;
+  return static_cast<int>(std::lround(std::clamp(hertz / spread, 0.0, 99.0)));
 }
 
 const Voice& defaultVoice() {

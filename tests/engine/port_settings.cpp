@@ -78,6 +78,7 @@ TEST(PortVoice, IsRefusedWhenItsFileIsWrong) {
       "format = 1\nname = a\nlanguage = en-us\npitch.scale = 0\n",
       "format = 1\nname = a\nlanguage = en-us\npitch.offset = high\n",
       "format = 1\nname = a\nlanguage = en-us\npitch.range = inf\n",
+      "format = 1\nname = a\nlanguage = en-us\npitch.range = 0\n",
       "format = 1\nname = a\nlanguage = en-us\nnonsense\n",
   };
   const Folder folder;

@@ -125,6 +125,11 @@ TEST(SynthPlan, HasThePitchThatTheVoiceIsSaidToHave) {
   EXPECT_EQ(planned({word(L"a", style103)})[0].input.settings.pitch, 50);
 }
 
+TEST(SynthPlan, MovesThePitchOverTheRangeThatIsAskedFor) {
+  const Style lively = style([](Style& s) { s.range = 32; });
+  EXPECT_EQ(planned({word(L"a", lively)})[0].input.settings.range, 50);
+}
+
 TEST(SynthPlan, LetsNothingInTheTextBeACommandOrPhones) {
   const auto steps =
       planned({word(L"\x01"
