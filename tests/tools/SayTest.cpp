@@ -1,0 +1,380 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// kavrel-say, run as a user runs it. Speech goes to files only.
+#include <csignal>
+#include <filesystem>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include "Program.h"
+
+namespace {
+
+using program::eventsOf;
+using program::Folder;
+using program::Result;
+using program::Running;
+using program::say;
+using program::secondsIn;
+using program::valuesOf;
+using testing::AllOf;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::MatchesRegex;
+using testing::Not;
+using testing::StartsWith;
+using Strings = std::vector<std::string>;
+
+constexpr int kFailure = 1;
+constexpr int kUsage = 2;
+
+class Say : public testing::Test {
+ protected:
+  // The events of a text that is spoken to a file.
+  std::vector<nlohmann::json> eventsFor(const std::string& text) {
+    const Result result = say({"--events", "-o", m_sound, "-f", "-"}, text);
+    EXPECT_EQ(result.status, 0) << result.err;
+    return eventsOf(result.out);
+  }
+
+  Strings wordsOf(const std::string& text) {
+    return valuesOf<std::string>(eventsFor(text), "word", "text");
+  }
+
+  Folder m_folder;
+  std::string m_sound = m_folder.file("speech.aiff");
+};
+
+// One line that begins with the program's name.
+testing::Matcher<std::string> complaint(const std::string& about) {
+  return AllOf(MatchesRegex("kavrel-say: [^\n]*\n"), HasSubstr(about));
+}
+
+// ---- Text ------------------------------------------------------------------------------------
+
+TEST_F(Say, SpeaksTheWordsOfTheCommandLine) {
+  const Result result = say({"--events", "-o", m_sound, "good", "morning"});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.err, "");
+  EXPECT_THAT(valuesOf<std::string>(eventsOf(result.out), "word", "text"),
+              ElementsAre("good", "morning"));
+  EXPECT_GT(secondsIn(m_sound), 0.3);
+}
+
+TEST_F(Say, WritesNothingToStandardOutputWithoutEvents) {
+  const Result result = say({"-o", m_sound, "hello"});
+  EXPECT_EQ(result.out, "");
+  EXPECT_EQ(result.err, "");
+}
+
+TEST_F(Say, ReadsStandardInputWithoutAText) {
+  const Result result = say({"--events", "-o", m_sound}, "from a pipe\n");
+  EXPECT_THAT(valuesOf<std::string>(eventsOf(result.out), "word", "text"),
+              ElementsAre("from", "a", "pipe"));
+}
+
+TEST_F(Say, ReadsStandardInputForAHyphen) {
+  EXPECT_THAT(wordsOf("one two"), ElementsAre("one", "two"));
+}
+
+TEST_F(Say, ReadsAFile) {
+  const std::string file = m_folder.write("letter.txt", "dear friend");
+  const Result result = say({"--events", "-o", m_sound, "-f", file}, "not this");
+  EXPECT_THAT(valuesOf<std::string>(eventsOf(result.out), "word", "text"),
+              ElementsAre("dear", "friend"));
+}
+
+TEST_F(Say, TakesEverythingBehindTwoHyphensAsText) {
+  const Result result = say({"--events", "-o", m_sound, "--", "-v", "is", "--bogus"});
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_THAT(valuesOf<int>(eventsOf(result.out), "word", "position"), Contains(3));
+}
+
+TEST_F(Say, TakesATextInBracketsAsItIs) {
+  const Result result = say({"--events", "-o", m_sound, "[[rate 300]] red, green [[rset 0]]"});
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_THAT(valuesOf<int>(eventsOf(result.out), "word", "position"), ElementsAre(13, 18));
+}
+
+TEST_F(Say, MakesASilentFileOfAnEmptyText) {
+  EXPECT_EQ(say({"-o", m_sound, ""}).status, 0);
+  EXPECT_EQ(secondsIn(m_sound), 0);
+}
+
+TEST_F(Say, SpeaksWhatIsNotUtf8WithoutAborting) {
+  EXPECT_THAT(wordsOf(std::string("a\xFF \0one\xC3", 8)), ElementsAre("a", "one"));
+}
+
+// ---- Events ----------------------------------------------------------------------------------
+
+TEST_F(Say, EndsTheEventsWithDone) {
+  const auto events = eventsFor("hello");
+  ASSERT_FALSE(events.empty());
+  EXPECT_EQ(events.back(), nlohmann::json({{"event", "done"}}));
+  EXPECT_EQ(valuesOf<std::string>(events, "done", "event").size(), 1U);
+}
+
+TEST_F(Say, DescribesEveryEventInFull) {
+  for (const auto& event : eventsFor("one [[sync 9]] two")) {
+    const std::string kind = event.at("event");
+    if (kind == "word") {
+      EXPECT_EQ(event.size(), 4U) << event;
+      EXPECT_TRUE(event.at("position").is_number_unsigned()) << event;
+      EXPECT_TRUE(event.at("length").is_number_unsigned()) << event;
+      EXPECT_TRUE(event.at("text").is_string()) << event;
+    } else if (kind == "phoneme") {
+      EXPECT_EQ(event.size(), 2U) << event;
+      EXPECT_GE(event.at("code"), 0) << event;
+      EXPECT_LE(event.at("code"), 41) << event;
+    } else if (kind == "sync") {
+      EXPECT_EQ(event, nlohmann::json({{"event", "sync"}, {"number", 9}}));
+    } else {
+      EXPECT_EQ(kind, "done");
+    }
+  }
+}
+
+TEST_F(Say, ReportsMarksWithTheNumbersThatTheTextGivesThem) {
+  EXPECT_THAT(
+      valuesOf<int>(eventsFor("[[sync 1]] a [[sync 65535]] b [[sync 65539]]"), "sync", "number"),
+      ElementsAre(1, 65535, 3));
+}
+
+TEST_F(Say, ReportsMarksBetweenTheWordsWhereTheyStand) {
+  Strings order;
+  for (const auto& event : eventsFor("before [[sync 5]] after")) {
+    if (event.at("event") == "word") order.push_back(event.at("text"));
+    if (event.at("event") == "sync") order.push_back("mark");
+  }
+  EXPECT_THAT(order, ElementsAre("before", "mark", "after"));
+}
+
+struct Sentence {
+  const char* text;
+  Strings words;  // as the user wrote them, in order
+};
+
+void PrintTo(const Sentence& sentence, std::ostream* out) {
+  *out << sentence.text;
+}
+
+class SayWords : public Say, public testing::WithParamInterface<Sentence> {};
+
+TEST_P(SayWords, AreReportedOnceInOrderAsTheUserWroteThem) {
+  const std::string text = GetParam().text;
+  std::size_t end = 0;
+  for (const auto& event : eventsFor(text)) {
+    if (event.at("event") != "word") continue;
+    const std::size_t position = event.at("position");
+    const std::size_t length = event.at("length");
+    EXPECT_GE(position, end) << event;
+    end = position + length;
+    ASSERT_LE(end, text.size()) << event;
+    EXPECT_EQ(text.substr(position, length), event.at("text"));
+  }
+  EXPECT_EQ(wordsOf(text), GetParam().words);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Texts, SayWords,
+    testing::Values(Sentence{"salt & pepper", {"salt", "&", "pepper"}},
+                    Sentence{"if a<b then b>a holds", {"if", "a<b", "then", "b>a", "holds"}},
+                    Sentence{"the new OS X is here", {"the", "new", "OS", "X", "is", "here"}},
+                    Sentence{"\u201CCome in,\u201D she said", {"Come", "in", "she", "said"}},
+                    Sentence{"it isn\u2019t", {"it", "isn\u2019t"}},
+                    Sentence{"na\u00EFve caf\u00E9 owner", {"na\u00EFve", "caf\u00E9", "owner"}},
+                    Sentence{"cafe\u0301 time", {"cafe\u0301", "time"}},
+                    Sentence{"well \U0001F600\U0001F44D done", {"well", "done"}},
+                    Sentence{"\uFEFFfirst word", {"first", "word"}},
+                    Sentence{"[[rate 250]]quick [[pbas +2]]brown [[slnc 10]]fox",
+                             {"quick", "brown", "fox"}},
+                    Sentence{"two\n\nlines\tof text", {"two", "lines", "of", "text"}}));
+
+TEST_F(Say, ReportsEveryWordOfALongText) {
+  std::string text;
+  for (int i = 0; i < 300; ++i) text += "r\u00E9sum\u00E9 & more. ";
+  const auto positions = valuesOf<std::size_t>(eventsFor(text), "word", "position");
+  ASSERT_EQ(positions.size(), 900U);
+  constexpr std::size_t kPeriod = 17;
+  for (std::size_t i = 0; i < positions.size(); i += 3) {
+    ASSERT_EQ(positions[i], i / 3 * kPeriod);
+    ASSERT_EQ(positions[i + 1], i / 3 * kPeriod + 9);
+    ASSERT_EQ(positions[i + 2], i / 3 * kPeriod + 11);
+  }
+}
+
+TEST_F(Say, WritesEventsAsTheyHappen) {
+  Running running({"--events", "first. [[slnc 600000]] last"});
+  EXPECT_THAT(running.readUntil("first"), Not(HasSubstr("last")));
+  running.sendSignal(SIGINT);
+  EXPECT_EQ(running.finish().signal, SIGINT);
+}
+
+// ---- Voices and rate -------------------------------------------------------------------------
+
+TEST_F(Say, ListsTheVoicesInColumns) {
+  const Result result = say({"-v", "?"});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.err, "");
+  EXPECT_THAT(result.out, MatchesRegex("([A-Z][a-z]+ +[a-z][a-z]_[A-Z][A-Z]    # [^\n]+\n)+"));
+  EXPECT_THAT(result.out, HasSubstr("Maren               en_US    # "));
+}
+
+TEST_F(Say, FindsAVoiceWhateverItsCapitalLetters) {
+  EXPECT_EQ(say({"-v", "mAREN", "-o", m_sound, "hello"}).status, 0);
+}
+
+TEST_F(Say, SpeaksDifferentlyWithAnotherVoice) {
+  const std::string other = m_folder.file("other.aiff");
+  ASSERT_EQ(say({"-v", "Corin", "-o", m_sound, "[[sync 1]] a b c"}).status, 0);
+  ASSERT_EQ(say({"-v", "Maren", "-o", other, "[[sync 1]] a b c"}).status, 0);
+  EXPECT_NE(program::contentsOf(m_sound), program::contentsOf(other));
+}
+
+TEST_F(Say, NamesTheVoicesThereAreWhenOneIsUnknown) {
+  const Result result = say({"-v", "Nobody", "-o", m_sound, "hello"});
+  EXPECT_EQ(result.status, kFailure);
+  EXPECT_THAT(result.err, AllOf(complaint("\"Nobody\""), HasSubstr("Corin, Maren, Quill")));
+  EXPECT_FALSE(std::filesystem::exists(m_sound));
+}
+
+TEST_F(Say, SpeaksFasterAtAHigherRate) {
+  const std::string fast = m_folder.file("fast.aiff");
+  const std::string text = "a fairly long sentence, so that the rate can be heard";
+  ASSERT_EQ(say({"-r", "120", "-o", m_sound, text}).status, 0);
+  ASSERT_EQ(say({"-r", "360", "-o", fast, text}).status, 0);
+  EXPECT_GT(secondsIn(m_sound), 2 * secondsIn(fast));
+}
+
+TEST_F(Say, KeepsTheRateWhenAVoiceIsGivenToo) {
+  const std::string slow = m_folder.file("slow.aiff");
+  ASSERT_EQ(say({"-r", "360", "-v", "Quill", "-o", m_sound, "one two three four"}).status, 0);
+  ASSERT_EQ(say({"-v", "Quill", "-o", slow, "one two three four"}).status, 0);
+  EXPECT_LT(secondsIn(m_sound), 0.8 * secondsIn(slow));
+}
+
+// ---- Files -----------------------------------------------------------------------------------
+
+TEST_F(Say, SaysWhyAFileCannotBeWritten) {
+  const struct {
+    std::string path;
+    std::string reason;
+  } cases[] = {{m_folder.file("missing/speech.aiff"), "No such file or directory"},
+               {m_folder.file("."), "Is a directory"},
+               {"/dev/full", "No space left on device"}};
+  for (const auto& [path, reason] : cases) {
+    const Result result = say({"-o", path, "hello"});
+    EXPECT_EQ(result.status, kFailure) << path;
+    EXPECT_THAT(result.err, AllOf(complaint(path), HasSubstr(reason)));
+    EXPECT_EQ(result.out, "");
+  }
+}
+
+TEST_F(Say, FailsWhenThereIsNoRoomForAllOfTheSpeech) {
+  struct rlimit before {};
+  getrlimit(RLIMIT_FSIZE, &before);
+  const struct rlimit small { 64 * 1024, before.rlim_max };
+  ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
+  const Result result = say({"-o", m_sound, "one two three four five six seven eight nine ten"});
+  setrlimit(RLIMIT_FSIZE, &before);
+  EXPECT_EQ(result.status, kFailure);
+  EXPECT_THAT(result.err, HasSubstr("kavrel-say: " + m_sound + " may be incomplete"));
+}
+
+TEST_F(Say, OverwritesALongerFile) {
+  ASSERT_EQ(say({"-o", m_sound, "a long sentence with many words"}).status, 0);
+  ASSERT_EQ(say({"-o", m_sound, "short"}).status, 0);
+  EXPECT_GT(secondsIn(m_sound), 0.1);
+}
+
+TEST_F(Say, SaysWhichInputFileIsMissing) {
+  const std::string path = m_folder.file("nothing.txt");
+  const Result result = say({"-f", path, "-o", m_sound});
+  EXPECT_EQ(result.status, kFailure);
+  EXPECT_THAT(result.err, AllOf(complaint(path), HasSubstr("No such file")));
+}
+
+TEST_F(Say, RefusesAnInputFileThatIsAFolder) {
+  const Result result = say({"-f", m_folder.file("."), "-o", m_sound});
+  EXPECT_EQ(result.status, kFailure);
+  EXPECT_THAT(result.err, complaint("Is a directory"));
+}
+
+TEST_F(Say, LeavesNoFileOfATextThatIsRefused) {
+  const Result result = say({"-o", m_sound, "[[inpt PHON]]qqq[[inpt TEXT]]"});
+  EXPECT_EQ(result.status, kFailure);
+  EXPECT_THAT(result.err, complaint("the text cannot be spoken"));
+  EXPECT_FALSE(std::filesystem::exists(m_sound));
+}
+
+TEST_F(Say, LeavesAValidFileWhenItIsInterrupted) {
+  std::string text;
+  for (int i = 0; i < 20000; ++i) text += "on and on it goes. ";
+  Running running({"--events", "-o", m_sound, "-f", "-"}, text);
+  running.readUntil("goes");
+  running.sendSignal(SIGINT);
+  const Result result = running.finish();
+  EXPECT_EQ(result.signal, SIGINT);
+  EXPECT_EQ(result.err, "");
+  EXPECT_GE(secondsIn(m_sound), 0);
+}
+
+// ---- Standard output -------------------------------------------------------------------------
+
+TEST_F(Say, EndsQuietlyWhenNobodyReadsTheEventsAnyMore) {
+  Running running({"--events", "-o", m_sound, "-f", "-"}, std::string(40000, 'a') + " b c d e f");
+  running.closeItsOutput();
+  const Result result = running.finish();
+  EXPECT_EQ(result.status, kFailure);
+  EXPECT_EQ(result.err, "");
+}
+
+TEST_F(Say, SaysSoWhenTheEventsCannotBeWritten) {
+  const int full = open("/dev/full", O_WRONLY | O_CLOEXEC);
+  ASSERT_GE(full, 0);
+  const Result result = Running({"--events", "-o", m_sound, "hello"}, "", full).finish();
+  close(full);
+  EXPECT_EQ(result.status, kFailure);
+  EXPECT_THAT(result.err, complaint("standard output: No space left on device"));
+}
+
+// ---- Usage -----------------------------------------------------------------------------------
+
+TEST_F(Say, RefusesWrongUsageWithItsOwnStatus) {
+  const Strings cases[] = {{"-r", "fast", "hello"},
+                           {"-r", "19", "hello"},
+                           {"-r", "1001", "hello"},
+                           {"-r", "", "hello"},
+                           {"--bogus", "hello"},
+                           {"-x"},
+                           {"-o"},
+                           {"-f", "file", "hello"},
+                           {"-v"}};
+  for (const Strings& arguments : cases) {
+    const Result result = say(arguments);
+    EXPECT_EQ(result.status, kUsage) << arguments.front();
+    EXPECT_THAT(result.err, complaint(""));
+    EXPECT_EQ(result.out, "");
+  }
+}
+
+TEST_F(Say, NamesTheOptionThatItDoesNotHave) {
+  EXPECT_THAT(say({"--bogus", "hello"}).err, complaint("--bogus"));
+}
+
+TEST_F(Say, ExplainsItself) {
+  const Result result = say({"--help"});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_THAT(result.out, StartsWith("Speaks text"));
+  EXPECT_EQ(result.err, "");
+}
+
+}  // namespace

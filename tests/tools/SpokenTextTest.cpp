@@ -1,0 +1,120 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The text that the tools pass to the Manager, and the way back to the user's bytes.
+#include <clocale>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "SpokenText.h"
+#include "TextEncoding/MacRoman.h"
+#include "Utf8.h"
+
+namespace {
+
+using tool::Slice;
+using tool::SpokenText;
+
+// As in the program.
+class Locale : public testing::Environment {
+ public:
+  void SetUp() override { ASSERT_NE(std::setlocale(LC_CTYPE, "C.UTF-8"), nullptr); }
+};
+[[maybe_unused]] const testing::Environment* const kLocale =
+    testing::AddGlobalTestEnvironment(new Locale);
+
+std::string macRoman(const std::string& given) {
+  return SpokenText(given).macRoman();
+}
+
+// The user's text behind `length` bytes of the Manager's text from `position`.
+std::string given(const SpokenText& text, std::size_t position, std::size_t length) {
+  return std::string(text.givenAt(text.origin(position, length)));
+}
+
+TEST(SpokenText, HasEveryCharacterOfMacOsRomanAsItsOwnByte) {
+  for (unsigned byte = 1; byte < 256; ++byte) {
+    const char32_t character = platform::macRomanToUnicode(static_cast<std::uint8_t>(byte));
+    EXPECT_EQ(macRoman(tool::toUtf8(character)), std::string(1, static_cast<char>(byte)))
+        << "byte " << byte;
+  }
+}
+
+struct PlainForm {
+  const char* given;
+  const char* expected;
+};
+
+class PlainForms : public testing::TestWithParam<PlainForm> {};
+
+TEST_P(PlainForms, StandForWhatMacOsRomanLacks) {
+  EXPECT_EQ(macRoman(GetParam().given), GetParam().expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(SpokenText, PlainForms,
+                         testing::Values(PlainForm{"\u0142", "l"},         // crossed l
+                                         PlainForm{"\u0151", "o"},         // double accent
+                                         PlainForm{"\u2192", "->"},        // arrow
+                                         PlainForm{"\u2116", "No"},        // numero
+                                         PlainForm{"\u2011", "-"},         // hard hyphen
+                                         PlainForm{"\u65E5\u672C", "  "},  // no form
+                                         PlainForm{"\U0001F600", " "},     // no form
+                                         PlainForm{"\u00A4", " "},         // its byte is the euro's
+                                         PlainForm{"co\u00ADop", "coop"},  // soft hyphen
+                                         PlainForm{"\uFEFFx\u200By", "xy"},  // no width
+                                         PlainForm{"e\u0301", "\x8E"},       // one letter for two
+                                         PlainForm{"x\u0301", "x"},          // none for two
+                                         PlainForm{"?", "?"}));
+
+TEST(SpokenText, HasABlankForEveryByteThatIsNotUtf8) {
+  EXPECT_EQ(macRoman("a\xFFz"), "a z");
+  EXPECT_EQ(macRoman("a\xC3"), "a ");
+  EXPECT_EQ(macRoman("\xE2\x82z"), "  z");
+  EXPECT_EQ(macRoman("\xC0\xAF"), "  ");            // longer than need be
+  EXPECT_EQ(macRoman("\xED\xA0\x80"), "   ");       // half of a pair
+  EXPECT_EQ(macRoman("\xF4\x90\x80\x80"), "    ");  // beyond the last character
+}
+
+TEST(SpokenText, HasABlankForNul) {
+  EXPECT_EQ(macRoman(std::string("a\0b", 3)), "a b");
+}
+
+TEST(SpokenText, FindsTheBytesThatEachWordCameFrom) {
+  const SpokenText text("caf\u00E9 \U0001F600 d\u00E9j\u00E0");
+  ASSERT_EQ(text.macRoman().size(), 11U);
+  EXPECT_EQ(given(text, 0, 4), "caf\u00E9");
+  EXPECT_EQ(given(text, 5, 1), "\U0001F600");
+  EXPECT_EQ(given(text, 7, 4), "d\u00E9j\u00E0");
+}
+
+TEST(SpokenText, FindsTheWholeCharacterBehindAnyPartOfItsPlainForm) {
+  const SpokenText text("a\u2192b");
+  ASSERT_EQ(text.macRoman(), "a->b");
+  EXPECT_EQ(given(text, 1, 1), "\u2192");
+  EXPECT_EQ(given(text, 2, 1), "\u2192");
+  EXPECT_EQ(given(text, 0, 2), "a\u2192");
+  EXPECT_EQ(given(text, 3, 1), "b");
+}
+
+TEST(SpokenText, CountsWhatVanishedToTheCharacterBefore) {
+  const SpokenText text("x\u0301y");
+  EXPECT_EQ(given(text, 0, 1), "x\u0301");
+  EXPECT_EQ(given(text, 1, 1), "y");
+}
+
+TEST(SpokenText, NeverPointsOutsideTheText) {
+  const SpokenText text("ab");
+  for (const std::size_t position : {0U, 1U, 2U, 3U, 70000U}) {
+    for (const std::size_t length : {0U, 1U, 2U, 65535U}) {
+      const Slice slice = text.origin(position, length);
+      EXPECT_LE(slice.position + slice.length, 2U) << position << ", " << length;
+    }
+  }
+}
+
+TEST(SpokenText, IsEmptyForAnEmptyText) {
+  EXPECT_EQ(macRoman(""), "");
+  EXPECT_EQ(SpokenText("").origin(0, 5).length, 0U);
+}
+
+}  // namespace
