@@ -231,7 +231,8 @@ TEST(MarkupScanner, ConvertsBytesToUnicodeAndBack) {
     const auto byte = static_cast<unsigned char>(value);
     EXPECT_EQ(toLatin9(fromLatin9(byte)), byte);
   }
-  for (const char32_t none : {0xA4u, 0xBEu, 0x100u, 0x2019u, 0x10FFFFu}) EXPECT_EQ(toLatin9(none), 0);
+  for (const char32_t none : {0xA4u, 0xBEu, 0x100u, 0x2019u, 0x10FFFFu})
+    EXPECT_EQ(toLatin9(none), 0);
 }
 
 TEST(MarkupScanner, GivesCharactersWithoutAByteTheirPlainForm) {
