@@ -1,0 +1,74 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The engine's reading of marked-up text: the scanner's pieces cover the text without a gap, and
+// the sentences speak every character that stands outside phoneme elements, in order, each item
+// at a place in the text. Input: the text.
+#include <string>
+
+#include "Fuzz.h"
+#include "markup.h"
+#include "phones.h"
+#include "sentence.h"
+#include "style.h"
+#include "words.h"
+
+namespace {
+
+using kavrel::Item;
+using kavrel::MarkupEvent;
+
+// What has to be spoken, read off the scanner's pieces.
+std::wstring lettersOf(std::string_view text) {
+  std::wstring letters;
+  kavrel::MarkupScanner scanner(text);
+  kavrel::StyleStack styles;
+  std::size_t at = 0;
+  while (true) {
+    const MarkupEvent event = scanner.next();
+    fuzz::require(event.start == at, "pieces follow each other");
+    if (event.kind == MarkupEvent::Kind::End) break;
+    fuzz::require(event.end > event.start && event.end <= text.size(), "pieces are in the text");
+    at = event.end;
+    if (event.kind == MarkupEvent::Kind::StartTag && !event.empty) styles.open(event);
+    if (event.kind == MarkupEvent::Kind::EndTag) styles.close(event.name);
+    const bool spoken = event.kind == MarkupEvent::Kind::Character && !styles.insidePhoneme() &&
+                        !kavrel::isBlank(event.character);
+    if (spoken) letters += static_cast<wchar_t>(event.character);
+  }
+  fuzz::require(at == text.size(), "pieces reach the end");
+  fuzz::require(scanner.next().kind == MarkupEvent::Kind::End, "the end stays");
+  return letters;
+}
+
+void checkItem(const Item& item, std::size_t textLength) {
+  fuzz::require(std::uint64_t{item.start} + item.length <= textLength, "items are in the text");
+  fuzz::require(item.milliseconds <= Item::kMaxBreak, "breaks have a limit");
+  if (item.kind == Item::Kind::Word) fuzz::require(!item.text.empty(), "words are not empty");
+  if (item.kind == Item::Kind::Phones) {
+    fuzz::require(!item.phones.empty(), "phones are not empty");
+    kavrel::synthesiserInput(item.phones);
+  }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const std::string_view text = fuzz::viewOf(data, size);
+  std::wstring spoken;
+  kavrel::SentenceReader reader(text);
+  kavrel::Sentence sentence;
+  std::uint64_t reached = 0;
+  while (reader.next(sentence)) {
+    fuzz::require(!sentence.items.empty(), "sentences are not empty");
+    fuzz::require(std::uint64_t{sentence.start} + sentence.length <= text.size(),
+                  "sentences are in the text");
+    for (const Item& item : sentence.items) {
+      checkItem(item, text.size());
+      fuzz::require(item.start >= reached, "items are in order");
+      reached = std::uint64_t{item.start} + item.length;
+      if (item.kind == Item::Kind::Word) spoken += item.text;
+    }
+  }
+  fuzz::require(spoken == lettersOf(text), "no word is lost");
+  return 0;
+}
