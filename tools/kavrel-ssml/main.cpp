@@ -1,0 +1,123 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// kavrel-ssml: shows what the engine is given for a text with embedded speech commands, and writes
+// such texts as SSML for other speech systems.
+#include <clocale>
+#include <csignal>
+#include <cstdio>
+#include <exception>
+#include <new>
+#include <optional>
+#include <variant>
+
+#include <nlohmann/json.hpp>
+
+#include "Arguments.h"
+#include "CallerText.h"
+#include "Conversion.h"
+#include "Document.h"
+#include "Explanation.h"
+#include "Failure.h"
+#include "InputText.h"
+#include "StandardOutput.h"
+
+namespace ssml {
+namespace {
+
+using Json = nlohmann::ordered_json;
+using Commands = std::vector<ExplainedCommand>;
+
+Json jsonOf(const Commands& commands) {
+  Json list = Json::array();
+  for (const ExplainedCommand& command : commands) {
+    list.push_back({{"position", command.place.position},
+                    {"length", command.length},
+                    {"line", command.place.line},
+                    {"column", command.place.column},
+                    {"text", command.text},
+                    {"kind", command.kind},
+                    {"result", command.result}});
+  }
+  return list;
+}
+
+Json jsonOf(const TracedText& converted) {
+  return {{"converted", converted.text()},
+          {"error", nullptr},
+          {"caller_positions", converted.origins()}};
+}
+
+Json jsonOf(const Fault& fault, const Place& place) {
+  return {
+      {"converted", nullptr},     {"error", fault.kind},        {"caller_positions", Json::array()},
+      {"message", fault.message}, {"position", place.position}, {"line", place.line},
+      {"column", place.column}};
+}
+
+void writeLine(const std::string& text) {
+  tool::writeOut(text.ends_with('\n') ? text : text + '\n');
+}
+
+int report(const char* message) {
+  std::fprintf(stderr, "kavrel-ssml: %s\n", message);
+  return tool::kFailure;
+}
+
+int report(const std::string& file, const Fault& fault, const Place& place) {
+  std::fprintf(stderr, "kavrel-ssml: %s:%zu:%zu: %s (byte %zu)\n",
+               file == "-" ? "standard input" : file.c_str(), place.line, place.column,
+               fault.message.c_str(), place.position);
+  return tool::kFailure;
+}
+
+int run(const Arguments& arguments) {
+  const CallerText text(tool::readInput(arguments.file), arguments.encoding);
+  auto result = convert(text, arguments.conversion);
+  if (auto* const converted = std::get_if<TracedText>(&result); converted && arguments.document) {
+    *converted =
+        documentOf(*converted, arguments.language, static_cast<TracedText::Position>(text.size()));
+  }
+  const TracedText* const converted = std::get_if<TracedText>(&result);
+  const Fault* const fault = std::get_if<Fault>(&result);
+  const Place place = text.placeOf(fault != nullptr ? fault->position : 0);
+
+  Commands commands;
+  if (arguments.explain) commands = explain(text, arguments.conversion);
+  if (arguments.json) {
+    Json json = converted != nullptr ? jsonOf(*converted) : jsonOf(*fault, place);
+    if (arguments.explain) json["commands"] = jsonOf(commands);
+    writeLine(json.dump());
+  } else if (arguments.explain) {
+    tool::writeOut(tableOf(commands));
+  } else if (converted != nullptr) {
+    writeLine(converted->text());
+  }
+  return fault != nullptr ? report(arguments.file, *fault, place) : tool::kSuccess;
+}
+
+// Everything the program does; its exit status.
+int guardedRun(int count, char** arguments) {
+  try {
+    // The plain forms of characters are those of a UTF-8 locale.
+    std::setlocale(LC_CTYPE, "C.UTF-8");
+    // What is written is looked at instead.
+    std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
+    const auto asked = readArguments(count, arguments);
+    if (const int* const status = std::get_if<int>(&asked)) return *status;
+    return run(std::get<Arguments>(asked));
+  } catch (const tool::ReaderGone&) {
+    return tool::kFailure;
+  } catch (const std::bad_alloc&) {
+    return report("memory is out");
+  } catch (const std::exception& error) {
+    return report(error.what());
+  }
+}
+
+}  // namespace
+}  // namespace ssml
+
+int main(int count, char** arguments) {
+  return ssml::guardedRun(count, arguments);
+}
