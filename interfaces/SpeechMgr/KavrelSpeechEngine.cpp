@@ -198,11 +198,24 @@ class GrowingText {
   std::size_t m_room;
 };
 
+// While the client is asked for more text it may call anything, but not speak on this channel.
+class Gathering {
+ public:
+  explicit Gathering(speech_channel* channel) : m_channel(channel) { channel->gathering = true; }
+  ~Gathering() { m_channel->gathering = false; }
+  Gathering(const Gathering&) = delete;
+  Gathering& operator=(const Gathering&) = delete;
+
+ private:
+  speech_channel* m_channel;
+};
+
 // Adds what the client's text-done callback still has to say.
 // Rationale: a piece ends at its NUL; the length that the client gives is not looked at.
 void gather_more_text(speech_channel* channel, long controlFlags) {
   const SpeechTextDoneProcPtr text_done = load_shared(channel->cb_text_done);
   if (text_done == nullptr) return;
+  const Gathering scope(channel);
   GrowingText text(channel);
   const void* next = nullptr;
   auto flags = static_cast<SInt32>(controlFlags);
@@ -261,11 +274,15 @@ long SESpeakBuffer(SpeechChannelIdentifier ssr, Ptr textBuf, long byteLen, long 
               boundedText(textBuf, byteLen).c_str());
   const OpenChannel channel(ssr);
   if (!channel) return noSynthFound;
-  if (channel->status != STATUS_IDLE) return synthNotReady;
+  if (channel->status != STATUS_IDLE || channel->gathering) return synthNotReady;
 
   try {
     channel->text = owned_text(cst_substr(textBuf, 0, textBuf != nullptr ? byteLen : 0));
     gather_more_text(channel.get(), controlFlags);
+    if (is_closing(channel.get())) {
+      give_up_text(channel.get());
+      return noSynthFound;
+    }
     convert_text(channel.get(), amc);
   } catch (const AppleSynthesisError&) {
     give_up_text(channel.get());

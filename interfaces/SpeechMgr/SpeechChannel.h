@@ -34,6 +34,7 @@ enum channel_status_t {
 struct channel_job_state {
   pthread_mutex_t leaf = PTHREAD_MUTEX_INITIALIZER;
   unsigned int number = 0;     // of the job started last; 0 before the first
+  unsigned int finished = 0;   // of the job finished last
   bool end_seen = true;        // that job's END has come; until then the job keeps the record
   unsigned int ends_owed = 0;  // ENDs to come of earlier jobs, finished while the engine was still
                                // in a callback; each keeps the record, too
@@ -70,6 +71,7 @@ struct speech_channel {
 
   // Beyond the interface's own fields.
   bool caller_positions;        // word events report true origins
+  bool gathering;               // the text-done callback is being asked
   PositionMap* text_positions;  // of the current job, null unless caller_positions; as text_offsets
   unsigned int jobs_signalled;  // speech-done calls that have returned
   channel_job_state job_state;

@@ -24,8 +24,8 @@ void begin_job(speech_channel* channel) {
   if (!held_already) retain_channel(channel);
 }
 
-// The job has not started, or its END has been noted elsewhere: it keeps the record no longer.
-void abandon_job(speech_channel* channel) {
+// The job is over, or has not started: it keeps the record no longer.
+void let_job_go(speech_channel* channel) {
   {
     LeafLock held(channel->job_state.leaf);
     if (channel->job_state.end_seen) return;
@@ -42,9 +42,15 @@ void note_owed_end(speech_channel* channel) {
   ++channel->job_state.ends_owed;
 }
 
-bool is_current_job(speech_channel* channel, unsigned int number) {
+void note_finished(speech_channel* channel) {
   LeafLock held(channel->job_state.leaf);
-  return channel->job_state.number == number;
+  channel->job_state.finished = channel->job_state.number;
+}
+
+// Whether job `number` is the channel's last and nobody has finished it.
+bool is_unfinished(speech_channel* channel, unsigned int number) {
+  LeafLock held(channel->job_state.leaf);
+  return channel->job_state.number == number && channel->job_state.finished != number;
 }
 
 void close_port(speech_channel* channel) {
@@ -86,7 +92,7 @@ bool start_job(speech_channel* channel) {
   const kavrel_result_t result = kavrel_port_speak_text(
       channel->port, channel->text, std::strlen(channel->text), nullptr, &channel->job, nullptr);
   if (result >= 0) return true;
-  abandon_job(channel);
+  let_job_go(channel);
   return false;
 }
 
@@ -102,7 +108,13 @@ bool finish_current_job(speech_channel* channel) {
   if (channel->status != STATUS_BUSY && channel->status != STATUS_PAUSED) return false;
   channel->status = STATUS_CLOSING;
   CHANNEL_LINE("channel_finish_job", "Waiting for Job to Finish on Channel: %d.\n", channel->id);
-  if (kavrel_port_wait(channel->port, channel->job) == KAVREL_ENGINE_INUSE) note_owed_end(channel);
+  note_finished(channel);
+  if (kavrel_port_wait(channel->port, channel->job) == KAVREL_ENGINE_INUSE) {
+    note_owed_end(channel);
+  } else {
+    // Over, even if its END was lost.
+    let_job_go(channel);
+  }
   if (channel->output_is_file) {
     close_port(channel);
     channel->output_is_file = 0;
@@ -136,8 +148,8 @@ struct FinishingTask {
 void* run_finishing_task(void* argument) {
   const std::unique_ptr<FinishingTask> task(static_cast<FinishingTask*>(argument));
   speech_channel* channel = task->channel;
-  // A thread that is late, when its job is finished and the next one has begun, leaves that alone.
-  finish_job(channel, [&] { return is_current_job(channel, task->job); });
+  // A thread that is late, when its job has been finished, leaves what the channel does now alone.
+  finish_job(channel, [&] { return is_unfinished(channel, task->job); });
   release_channel(channel);
   return nullptr;
 }
@@ -176,7 +188,7 @@ void start_finishing(speech_channel* channel, unsigned int job) {
   }
   delete task;
   // Without a thread the job is finished here: a wait on the engine's own thread answers at once.
-  finish_job(channel, [&] { return is_current_job(channel, job); });
+  finish_job(channel, [&] { return is_unfinished(channel, job); });
 }
 
 int channel_speak(speech_channel* channel) {
