@@ -44,16 +44,17 @@ struct Pipe {
   }
 };
 
-[[noreturn]] void becomeProgram(const std::vector<std::string>& arguments, int in, int out,
+[[noreturn]] void becomeProgram(const std::string& program,
+                                const std::vector<std::string>& arguments, int in, int out,
                                 int err) {
   prctl(PR_SET_PDEATHSIG, SIGKILL);
   dup2(in, STDIN_FILENO);
   dup2(out, STDOUT_FILENO);
   dup2(err, STDERR_FILENO);
-  std::vector<char*> argv{const_cast<char*>(KAVREL_SAY)};
+  std::vector<char*> argv{const_cast<char*>(program.c_str())};
   for (const std::string& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
   argv.push_back(nullptr);
-  execv(KAVREL_SAY, argv.data());
+  execv(program.c_str(), argv.data());
   _exit(127);
 }
 
@@ -63,14 +64,24 @@ Result say(const std::vector<std::string>& arguments, const std::string& input) 
   return Running(arguments, input).finish();
 }
 
+Result run(const std::string& program, const std::vector<std::string>& arguments,
+           const std::string& input) {
+  return Running(program, arguments, input, -1).finish();
+}
+
 Running::Running(const std::vector<std::string>& arguments, const std::string& input,
-                 int standardOutput) {
+                 int standardOutput)
+    : Running(KAVREL_SAY, arguments, input, standardOutput) {}
+
+Running::Running(const std::string& program, const std::vector<std::string>& arguments,
+                 const std::string& input, int standardOutput) {
   const int in = fileWith(input);
   const Pipe out;
   const Pipe err;
   m_process = fork();
   if (m_process == 0) {
-    becomeProgram(arguments, in, standardOutput < 0 ? out.writing : standardOutput, err.writing);
+    becomeProgram(program, arguments, in, standardOutput < 0 ? out.writing : standardOutput,
+                  err.writing);
   }
   for (const int file : {in, out.writing, err.writing}) close(file);
   if (m_process < 0) throw std::runtime_error("no process");

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Program: kavrel-say run as a user runs it, with everything that it wrote. A program that does not
-// end dies with the test, which the test's own limit ends.
+// Program: kavrel-say, or another program, run as a user runs it, with everything that it wrote. A
+// program that does not end dies with the test, which the test's own limit ends.
 #pragma once
 
 #include <string>
@@ -22,12 +22,20 @@ struct Result {
 // Runs kavrel-say with `input` on its standard input.
 Result say(const std::vector<std::string>& arguments, const std::string& input = {});
 
-// kavrel-say still running.
+// Runs the program at that path with `input` on its standard input.
+Result run(const std::string& program, const std::vector<std::string>& arguments,
+           const std::string& input = {});
+
+// A program still running.
 class Running {
  public:
-  // `standardOutput` is a descriptor that the program writes to, or -1 for one of our own.
+  // kavrel-say. `standardOutput` is a descriptor that the program writes to, or -1 for one of our
+  // own.
   explicit Running(const std::vector<std::string>& arguments, const std::string& input = {},
                    int standardOutput = -1);
+  // The program at that path.
+  Running(const std::string& program, const std::vector<std::string>& arguments,
+          const std::string& input, int standardOutput);
   ~Running();
   Running(const Running&) = delete;
   Running& operator=(const Running&) = delete;
