@@ -79,13 +79,18 @@ void convertUtterance(benchmark::State& state) {
   for (auto _ : state) convertWithSettings(text);
 }
 
-// Speaks a hard text, and takes it for granted that it may fail.
-void speakHardText(benchmark::State& state, const workloads::HardText& hard, std::size_t bytes) {
+// Speaks a hard text, or converts it as it stands and without settings; it may fail.
+void convertHardText(benchmark::State& state, const workloads::HardText& hard, std::size_t bytes,
+                     bool spoken) {
   BuildPhoneTranslationTables();
   std::string text = hard.make(bytes);
   for (auto _ : state) {
     try {
-      convertWithSettings(PreprocessText(reinterpret_cast<unsigned char*>(text.data())));
+      if (spoken) {
+        convertWithSettings(PreprocessText(reinterpret_cast<unsigned char*>(text.data())));
+      } else {
+        convert(AppleMarkupConverter(text, AppleMarkupConverter::SSML));
+      }
     } catch (const AppleSynthesisError&) {
     } catch (const std::out_of_range&) {
     }
@@ -132,8 +137,11 @@ void registerConversions() {
   RegisterBenchmark("P6/utterance/56B", convertUtterance);
   registerPeaks();
   for (const workloads::HardText& text : workloads::hardTexts()) {
-    RegisterBenchmark(("P5/" + text.name + "/1MB").c_str(), speakHardText, text, kMegabyte);
-    RegisterBenchmark(("P5/" + text.name + "/2MB").c_str(), speakHardText, text, 2 * kMegabyte);
+    for (const bool spoken : {true, false}) {
+      const std::string name = "P5/" + text.name + (spoken ? "" : "-as-given");
+      RegisterBenchmark((name + "/1MB").c_str(), convertHardText, text, kMegabyte, spoken);
+      RegisterBenchmark((name + "/2MB").c_str(), convertHardText, text, 2 * kMegabyte, spoken);
+    }
   }
 }
 

@@ -107,9 +107,11 @@ std::string limit(double value) {
 std::vector<Mark> hardTextMarks() {
   std::vector<Mark> marks;
   for (const workloads::HardText& text : workloads::hardTexts()) {
-    const std::string name = "P5/" + text.name + '/';
-    marks.push_back({"P5", name + "1MB", Unit::Milliseconds, 250, 50, "anchor/expat/1MB", ""});
-    marks.push_back({"P5", name + "1MB", Unit::Times, 2.6, 0, "", name + "2MB"});
+    for (const std::string& name : {"P5/" + text.name, "P5/" + text.name + "-as-given"}) {
+      const std::string once = name + "/1MB";
+      marks.push_back({"P5", once, Unit::Milliseconds, 250, 50, "anchor/expat/1MB", ""});
+      marks.push_back({"P5", once, Unit::Times, 2.6, 0, "", name + "/2MB"});
+    }
   }
   return marks;
 }
@@ -161,7 +163,7 @@ void Collector::ReportRuns(const std::vector<Run>& runs) {
       continue;
     }
     Measured& measured = m_measured[name];
-    measured.seconds.push_back(run.real_accumulated_time / static_cast<double>(run.iterations));
+    measured.seconds.push_back(run.cpu_accumulated_time / static_cast<double>(run.iterations));
     for (const auto& [counter, value] : run.counters) {
       measured.counters[counter].push_back(value.value);
     }
@@ -201,12 +203,12 @@ std::vector<double> Collector::figures(const Mark& mark) const {
 }
 
 void printTable(const Collector& collector) {
-  std::printf("%-4s %-44s %9s %-19s %-5s %6s %6s %-6s %9s %6s\n", "mark", "workload", "median",
+  std::printf("%-4s %-52s %9s %-19s %-5s %6s %6s %-6s %9s %6s\n", "mark", "workload", "median",
               "least - most", "unit", "must", "aim", "met", "anchor", "ratio");
   for (const Row& row : rowsOf(collector)) {
     const Mark& mark = row.mark;
     const std::string name = mark.workload + (mark.doubled.empty() ? "" : ", doubled");
-    std::printf("%-4s %-44s %9s %-19s %-5s %6s %6s %-6s %9s %6s\n", mark.name.c_str(), name.c_str(),
+    std::printf("%-4s %-52s %9s %-19s %-5s %6s %6s %-6s %9s %6s\n", mark.name.c_str(), name.c_str(),
                 shown(row.median).c_str(), (shown(row.least) + " - " + shown(row.most)).c_str(),
                 nameOf(mark.unit), limit(mark.must).c_str(), limit(mark.aim).c_str(),
                 verdict(mark, row.median).c_str(), row.anchor == 0 ? "" : shown(row.anchor).c_str(),
