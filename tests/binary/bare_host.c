@@ -12,14 +12,14 @@ enum { noErr = 0, paramErr = -50, noSynthFound = -240 };
 
 static int failures = 0;
 
-static void expect(const char *what, long actual, long expected) {
+static void expect(const char* what, long actual, long expected) {
   if (actual == expected) return;
   fprintf(stderr, "%s answers %ld, not %ld\n", what, actual, expected);
   failures++;
 }
 
-static void *look_up(void *plugin, const char *name) {
-  void *found = dlsym(plugin, name);
+static void* look_up(void* plugin, const char* name) {
+  void* found = dlsym(plugin, name);
   if (found == NULL) {
     fprintf(stderr, "%s is missing\n", name);
     failures++;
@@ -27,30 +27,31 @@ static void *look_up(void *plugin, const char *name) {
   return found;
 }
 
-int main(int argc, char **argv) {
-  void *plugin = argc == 2 ? dlopen(argv[1], RTLD_NOW | RTLD_LOCAL) : NULL;
+int main(int argc, char** argv) {
+  void* plugin = argc == 2 ? dlopen(argv[1], RTLD_NOW | RTLD_LOCAL) : NULL;
   if (plugin == NULL) {
     fprintf(stderr, "cannot load the plug-in: %s\n", argc == 2 ? dlerror() : "none is named");
     return 1;
   }
-  long (*open)(int *) = (long (*)(int *))look_up(plugin, "SEOpenSpeechChannel");
+  long (*open)(int*) = (long (*)(int*))look_up(plugin, "SEOpenSpeechChannel");
   long (*close)(int) = (long (*)(int))look_up(plugin, "SECloseSpeechChannel");
-  long (*status)(int, void *) = (long (*)(int, void *))look_up(plugin, "SESpeechStatus");
-  long (*stop)(int, unsigned long) = (long (*)(int, unsigned long))look_up(plugin, "SEStopSpeechAt");
+  long (*status)(int, void*) = (long (*)(int, void*))look_up(plugin, "SESpeechStatus");
+  long (*stop)(int, unsigned long) =
+      (long (*)(int, unsigned long))look_up(plugin, "SEStopSpeechAt");
   long (*pause)(int, unsigned long) =
       (long (*)(int, unsigned long))look_up(plugin, "SEPauseSpeechAt");
   long (*resume)(int) = (long (*)(int))look_up(plugin, "SEContinueSpeech");
-  long (*phonemes)(int, char *, long, void **, long *) =
-      (long (*)(int, char *, long, void **, long *))look_up(plugin, "SETextToPhonemes");
-  long (*dictionary)(int, void *, long) =
-      (long (*)(int, void *, long))look_up(plugin, "SEUseDictionary");
-  long (*speak)(int, char *, long, long) =
-      (long (*)(int, char *, long, long))look_up(plugin, "SESpeakBuffer");
-  long (*get)(int, unsigned long, void *) =
-      (long (*)(int, unsigned long, void *))look_up(plugin, "SEGetSpeechInfo");
-  long (*set)(int, unsigned long, void *) =
-      (long (*)(int, unsigned long, void *))look_up(plugin, "SESetSpeechInfo");
-  long (*voice)(int, void *, void *) = (long (*)(int, void *, void *))look_up(plugin, "SEUseVoice");
+  long (*phonemes)(int, char*, long, void**, long*) =
+      (long (*)(int, char*, long, void**, long*))look_up(plugin, "SETextToPhonemes");
+  long (*dictionary)(int, void*, long) =
+      (long (*)(int, void*, long))look_up(plugin, "SEUseDictionary");
+  long (*speak)(int, char*, long, long) =
+      (long (*)(int, char*, long, long))look_up(plugin, "SESpeakBuffer");
+  long (*get)(int, unsigned long, void*) =
+      (long (*)(int, unsigned long, void*))look_up(plugin, "SEGetSpeechInfo");
+  long (*set)(int, unsigned long, void*) =
+      (long (*)(int, unsigned long, void*))look_up(plugin, "SESetSpeechInfo");
+  long (*voice)(int, void*, void*) = (long (*)(int, void*, void*))look_up(plugin, "SEUseVoice");
   if (failures > 0) return 1;
 
   expect("SEOpenSpeechChannel", open(NULL), paramErr);

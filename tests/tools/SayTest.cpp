@@ -198,6 +198,10 @@ INSTANTIATE_TEST_SUITE_P(
                              {"quick", "brown", "fox"}},
                     Sentence{"two\n\nlines\tof text", {"two", "lines", "of", "text"}}));
 
+TEST_F(Say, ReportsNoWordThatHasNoBytesInTheText) {
+  EXPECT_THAT(wordsOf("a [[ctxt WSKP]]skip [[ctxt TEXT]]x [[ctxt WORD]]b"), Not(Contains("")));
+}
+
 TEST_F(Say, ReportsEveryWordOfALongText) {
   std::string text;
   for (int i = 0; i < 300; ++i) text += "r\u00E9sum\u00E9 & more. ";

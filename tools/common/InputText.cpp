@@ -13,7 +13,7 @@ namespace tool {
 namespace {
 
 std::string readAll(int file, const std::string& name) {
-  constexpr std::size_t kPiece = 64 * 1024;
+  constexpr std::size_t kPiece = 65536;
   std::string text;
   std::size_t filled = 0;
   for (;;) {

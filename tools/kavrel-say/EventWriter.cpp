@@ -20,6 +20,8 @@ void writeLine(const Json& event) {
 
 void EventWriter::word(std::size_t position, std::size_t length) const {
   const tool::Slice slice = m_text.origin(position, length);
+  // What the Manager says on its own account is no word of the text.
+  if (slice.length == 0) return;
   writeLine({{"event", "word"},
              {"position", slice.position},
              {"length", slice.length},

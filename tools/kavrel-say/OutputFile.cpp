@@ -39,14 +39,16 @@ bool isWholeAiff(int file) {
   if (::pread(file, head.data(), head.size(), 0) != static_cast<ssize_t>(head.size())) return false;
   if (std::memcmp(&head[0], "FORM", 4) != 0 || std::memcmp(&head[8], "AIFF", 4) != 0) return false;
   off_t announced = 8;
-  for (const std::size_t place : {4, 5, 6, 7}) announced += off_t{head[place]} << (8 * (7 - place));
+  for (const std::size_t place : {4U, 5U, 6U, 7U}) {
+    announced += off_t{head[place]} << (8 * (7 - place));
+  }
   return sizeOf(file) >= announced;
 }
 
 // Whether more could have been written: 0, or the error. The speech comes in smaller pieces, so
 // where this much can be added no piece has been refused.
 int errorOfGrowing(int file) {
-  static constexpr std::array<char, 64 * 1024> kPiece{};
+  static constexpr std::array<char, 65536> kPiece{};
   const off_t end = sizeOf(file);
   const ssize_t written = ::pwrite(file, kPiece.data(), kPiece.size(), end);
   const int error = written < 0 ? errno : ENOSPC;

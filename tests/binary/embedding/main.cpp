@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Uses the plug-in's code without loading a plug-in.
+#include <cstdio>
+
 #include <AppleMarkupConverter.h>
 #include <KavrelSpeechEngine.h>
-
-#include <cstdio>
 
 int main() {
   SpeechChannelIdentifier channel = 0;
