@@ -40,7 +40,7 @@ void convertWithSettings(const std::string& text) {
 void prepare(benchmark::State& state, bool withPositions) {
   BuildPhoneTranslationTables();
   std::string text = workloads::macProse(kLarge);
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     PositionMap positions;
     const std::string prepared = PreprocessText(reinterpret_cast<unsigned char*>(text.data()),
                                                 withPositions ? &positions : nullptr);
@@ -52,19 +52,19 @@ void prepare(benchmark::State& state, bool withPositions) {
 // Without settings, since their commands would be commands in the text.
 void convertPlain(benchmark::State& state) {
   const std::string text = workloads::prose(kLarge);
-  for (auto _ : state) convert(AppleMarkupConverter(text, AppleMarkupConverter::SSML));
+  while (state.KeepRunning()) convert(AppleMarkupConverter(text, AppleMarkupConverter::SSML));
   countBytes(state, text.size());
 }
 
 void convertCommands(benchmark::State& state, std::size_t bytes, std::size_t every) {
   const std::string text = workloads::proseWithCommands(bytes, every);
-  for (auto _ : state) convertWithSettings(text);
+  while (state.KeepRunning()) convertWithSettings(text);
   countBytes(state, text.size());
 }
 
 void convertWithPositions(benchmark::State& state) {
   const std::string text = workloads::proseWithCommands(kLarge, 200);
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     AppleMarkupConverter converter(text, AppleMarkupConverter::SSML, freshSettings());
     benchmark::DoNotOptimize(converter.getConvertedText().data());
     benchmark::DoNotOptimize(converter.getPositions().length());
@@ -76,7 +76,7 @@ void convertWithPositions(benchmark::State& state) {
 
 void convertUtterance(benchmark::State& state) {
   const std::string text = kUtterance;
-  for (auto _ : state) convertWithSettings(text);
+  while (state.KeepRunning()) convertWithSettings(text);
 }
 
 // Speaks a hard text, or converts it as it stands and without settings; it may fail.
@@ -84,7 +84,7 @@ void convertHardText(benchmark::State& state, const workloads::HardText& hard, s
                      bool spoken) {
   BuildPhoneTranslationTables();
   std::string text = hard.make(bytes);
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     try {
       if (spoken) {
         convertWithSettings(PreprocessText(reinterpret_cast<unsigned char*>(text.data())));
@@ -101,7 +101,7 @@ template <typename Convert>
 void measurePeak(benchmark::State& state, const std::string& text, Convert convertText) {
   if (!workloads::HeapMeter::works()) state.SkipWithError("memory cannot be counted here");
   std::size_t peak = 0;
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     const workloads::HeapMeter meter;
     convertText(text);
     peak = meter.peak();

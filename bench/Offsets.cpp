@@ -33,7 +33,7 @@ void query(benchmark::State& state, bool random) {
   for (std::uint32_t p = 0; p < kRanges * kApart; p += 7) {
     positions.push_back(random ? static_cast<std::uint32_t>(dice()) % (kRanges * kApart) : p);
   }
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     for (const std::uint32_t position : positions) benchmark::DoNotOptimize(map.offset(position));
   }
   state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(positions.size()));
@@ -41,7 +41,7 @@ void query(benchmark::State& state, bool random) {
 
 void buildLists(benchmark::State& state) {
   const OffsetMap records = mapOf(50'000);
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     state.PauseTiming();
     OffsetMap map = records;
     state.ResumeTiming();

@@ -38,7 +38,14 @@ std::atomic<std::int64_t> most = 0;
 
 #if defined(KAVREL_ALLOCATOR_HOOKS)
 
-#include <sanitizer/allocator_interface.h>
+// The sanitizers' own; not every compiler installs the header that declares them.
+extern "C" {
+
+int __sanitizer_install_malloc_and_free_hooks(void (*onMalloc)(const volatile void*, std::size_t),
+                                              void (*onFree)(const volatile void*));
+std::size_t __sanitizer_get_allocated_size(const volatile void* block);
+
+}  // extern "C"
 
 namespace {
 
@@ -59,6 +66,7 @@ void onFree(const volatile void* block) {
 
 #include <malloc.h>
 
+// NOLINTBEGIN(bugprone-reserved-identifier)
 extern "C" {
 
 void* __libc_malloc(std::size_t size) noexcept;
@@ -68,6 +76,7 @@ void* __libc_memalign(std::size_t alignment, std::size_t size) noexcept;
 void __libc_free(void* block) noexcept;
 
 }  // extern "C"
+// NOLINTEND(bugprone-reserved-identifier)
 
 namespace {
 
