@@ -16,6 +16,27 @@
 namespace ssml {
 namespace {
 
+constexpr const char* kCharacters = "characters";
+constexpr const char* kDigits = "digits";  // never written
+
+constexpr const char* kTenDigits = "0123456789";
+
+bool isDigit(char c) {
+  return c >= '0' && c <= '9';
+}
+
+// A number goes on behind a point or comma between digits.
+std::size_t endOfNumber(std::string_view text, std::size_t start) {
+  std::size_t end = start;
+  while (end < text.size() && isDigit(text[end])) {
+    ++end;
+    const bool goesOn =
+        end + 1 < text.size() && (text[end] == '.' || text[end] == ',') && isDigit(text[end + 1]);
+    if (goesOn) ++end;
+  }
+  return end;
+}
+
 // The elements around a place of the converted text. An end tag ends the last element of its name,
 // whatever stands in between, since odd texts cross elements.
 class OpenElements {
@@ -30,7 +51,7 @@ class OpenElements {
     } else if (tag.name == "emphasis") {
       ++m_emphasis;
     } else if (tag.name == "say-as") {
-      m_sayAs.emplace_back(tag.attribute == "type" ? "characters" : "digits");
+      m_sayAs.emplace_back(tag.attribute == "type" ? kCharacters : kDigits);
     }
   }
 
@@ -108,6 +129,7 @@ class Rewriter {
   void close(const MarkupPiece& tag);
   void mark(const MarkupPiece& tag);
   void text(const TracedText& escaped);
+  void digits(const TracedText& escaped, Style style);
   void beginPhonemes(std::string_view phones);
   void endPhonemes();
   TracedText copied(const MarkupPiece& piece) const;
@@ -152,11 +174,30 @@ TracedText Rewriter::copied(const MarkupPiece& piece) const {
 }
 
 void Rewriter::text(const TracedText& escaped) {
+  const Style style = m_elements.style();
   if (m_phonemes.depth > 0) {
-    if (!m_phonemes.style) m_phonemes.style = m_elements.style();
+    if (!m_phonemes.style) m_phonemes.style = style;
     m_phonemes.symbols.append(escaped);
+  } else if (style.sayAs == kDigits) {
+    digits(escaped, style);
   } else {
-    m_writer.text(escaped, m_elements.style());
+    m_writer.text(escaped, style);
+  }
+}
+
+// Speech systems agree on no name for this mode, but on how to spell: so numbers are spelt, and the
+// words between them are plain.
+void Rewriter::digits(const TracedText& escaped, Style style) {
+  const std::string& text = escaped.text();
+  for (std::size_t at = 0; at < text.size();) {
+    const std::size_t end = isDigit(text[at])
+                                ? endOfNumber(text, at)
+                                : std::min(text.find_first_of(kTenDigits, at), text.size());
+    style.sayAs = isDigit(text[at]) ? kCharacters : "";
+    TracedText part;
+    part.append(escaped, at, end);
+    m_writer.text(part, style);
+    at = end;
   }
 }
 
@@ -184,7 +225,7 @@ void Rewriter::mark(const MarkupPiece& tag) {
   if (m_phonemes.depth > 0) {
     m_phonemes.elements.push_back(element);
   } else {
-    m_writer.element(element);
+    m_writer.element(element, m_elements.style());
   }
 }
 
@@ -212,7 +253,9 @@ void Rewriter::endPhonemes() {
     m_writer.element("<phoneme alphabet=\"ipa\" ph=\"" + input.ipa + "\">", symbols, "</phoneme>",
                      input.style.value_or(m_elements.style()));
   }
-  for (const std::string& element : input.elements) m_writer.element(element);
+  for (const std::string& element : input.elements) {
+    m_writer.element(element, m_elements.style());
+  }
 }
 
 }  // namespace

@@ -39,10 +39,12 @@ void DocumentWriter::text(const TracedText& escaped, const Style& style) {
   m_blanks.append(escaped, end, text.size());
 }
 
-void DocumentWriter::element(const std::string& markup) {
-  Style style = m_style;
-  style.sayAs.clear();
-  change(style);
+void DocumentWriter::element(const std::string& markup, const Style& style) {
+  const int common = commonLevels(m_style, style);
+  Style kept;
+  if (common > kProsody) kept.prosody = m_style.prosody;
+  if (common > kEmphasis) kept.emphasised = m_style.emphasised;
+  change(kept);
   m_out.insert(markup);
 }
 
@@ -61,10 +63,16 @@ TracedText DocumentWriter::finish() {
   return std::move(m_out);
 }
 
+// How many levels, from the outermost, are the same in both.
+int DocumentWriter::commonLevels(const Style& a, const Style& b) {
+  int common = 0;
+  while (common < kLevels && opening(a, common) == opening(b, common)) ++common;
+  return common;
+}
+
 // From the style so far to that one; the blanks in between stand where both agree.
 void DocumentWriter::change(const Style& style) {
-  int common = 0;
-  while (common < kLevels && opening(m_style, common) == opening(style, common)) ++common;
+  const int common = commonLevels(m_style, style);
   closeDownTo(common);
   m_out.append(m_blanks);
   m_blanks.clear();

@@ -23,8 +23,9 @@ class DocumentWriter {
  public:
   // Text with escapes. Blanks at its ends take the style that saves an element.
   void text(const TracedText& escaped, const Style& style);
-  // An element that may stand in any element but say-as.
-  void element(const std::string& markup);
+  // An element without contents that may stand in any element but say-as. What is open beyond the
+  // style is closed; nothing is opened for it.
+  void element(const std::string& markup, const Style& style);
   // An element with contents, in the style, say-as aside.
   void element(const std::string& open, const TracedText& escaped, const std::string& close,
                const Style& style);
@@ -37,6 +38,7 @@ class DocumentWriter {
 
   static std::string opening(const Style& style, int level);
   static std::string closing(int level);
+  static int commonLevels(const Style& a, const Style& b);
   void change(const Style& style);
   void closeDownTo(int level);
 

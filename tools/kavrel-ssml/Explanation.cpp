@@ -132,7 +132,10 @@ class Explainer {
 std::string Explainer::known(std::size_t index) {
   const bool phonemes = m_list.commands()[index].type == Token::PHONEME_TAG;
   if (m_phonemes && m_phonemes->holds(index) && !phonemes) {
-    return "dropped: inside the phoneme input of " + nameOf(m_phonemes->begin);
+    // What it opens stays, as does its own text.
+    const std::string& markup = m_passes.markupOf(index);
+    return (markup.empty() ? "dropped:" : markup) + " inside the phoneme input of " +
+           nameOf(m_phonemes->begin);
   }
   if (m_skipped && m_skipped->holds(index)) {
     return "dropped: inside the skipped text of " + nameOf(m_skipped->begin);
@@ -194,7 +197,7 @@ std::string Explainer::opened(std::size_t index) {
 std::string Explainer::emphasis(std::size_t index) const {
   const std::optional<std::size_t> end = m_passes.emphasisEndOf(index);
   const std::string& markup = m_passes.markupOf(index);
-  if (markup.empty() || !end) return "dropped: another command stands in its way";
+  if (markup.empty() || !end) return "dropped: cannot be converted";
   return markup + " up to byte " + std::to_string(m_list.callerEnd(*end));
 }
 

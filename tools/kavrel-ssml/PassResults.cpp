@@ -50,12 +50,13 @@ PassResults::Pass PassResults::passOf(CommandList::Type type) {
   }
 }
 
-// The command that starts at `start` in the base text.
-std::size_t PassResults::commandAt(std::size_t start) const {
+// The command that ends at `end` in the base text; the number of commands when none does.
+std::size_t PassResults::commandEndingAt(std::size_t end) const {
   const auto& commands = m_list.commands();
   const auto found =
-      std::lower_bound(commands.begin(), commands.end(), start,
-                       [](const auto& command, std::size_t at) { return command.start < at; });
+      std::lower_bound(commands.begin(), commands.end(), end,
+                       [](const auto& command, std::size_t at) { return command.end < at; });
+  if (found == commands.end() || found->end != end) return commands.size();
   return static_cast<std::size_t>(found - commands.begin());
 }
 
@@ -70,22 +71,19 @@ void PassResults::ask(AppleMarkupConverter& converter, Pass pass) {
   }
   const auto& commands = m_list.commands();
   const std::size_t none = commands.size();
-  std::size_t passed = none;      // the last command passed
-  std::size_t emphasised = none;  // the last one that opened something
+  std::size_t opened = none;  // the last command that opened something
   for (int i = 0; i < tokens.size(); ++i) {
+    if (tokens.coveredAt(i) > 0) continue;
     const auto start = static_cast<std::size_t>(tokens.startAt(i));
-    if (tokens.coveredAt(i) > 0) {
-      passed = commandAt(start);
-      continue;
-    }
     const std::string& markup = tokens.markupAt(i);
     if (markup.starts_with("</")) {
-      if (emphasised != none) m_emphasisEnd[emphasised] = start;
-    } else if (passed != none && commands[passed].end == start &&
-               passOf(commands[passed].type) == pass) {
-      m_markup[passed] = markup;
-      emphasised = passed;
+      if (opened != none) m_emphasisEnd[opened] = start;
+      continue;
     }
+    const std::size_t command = commandEndingAt(start);
+    if (command == none || passOf(commands[command].type) != pass) continue;
+    m_markup[command] = markup;
+    opened = command;
   }
 }
 

@@ -30,7 +30,7 @@ class PassResults {
 
   static Pass passOf(CommandList::Type type);
   void ask(AppleMarkupConverter& converter, Pass pass);
-  std::size_t commandAt(std::size_t start) const;
+  std::size_t commandEndingAt(std::size_t end) const;
 
   const CommandList& m_list;
   std::vector<std::string> m_markup;
