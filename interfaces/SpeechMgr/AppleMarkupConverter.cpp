@@ -62,6 +62,7 @@ void AppleMarkupConverter::convert() {
   m_tokens.create(std::move(base), m_offsets);
 
   if (m_output == SSML) runPasses(m_tokens);
+  m_tokens.compact();
 
   m_converted = m_tokens.getConvertedString();
   m_offsets = m_tokens.getOffsets();
@@ -88,6 +89,10 @@ void AppleMarkupConverter::runPasses(TokenList& tokens) {
 }
 
 std::string AppleMarkupConverter::getConvertedText() {
+  return convertedText();
+}
+
+const std::string& AppleMarkupConverter::convertedText() {
   if (!m_didConversion) convert();
   if (diagnosing(kDiagMarkup, 1)) {
     cst_dbg_timestamp();
@@ -99,7 +104,7 @@ std::string AppleMarkupConverter::getConvertedText() {
 }
 
 OffsetMap* AppleMarkupConverter::getOffsets() {
-  getConvertedText();
+  convertedText();
   return std::make_unique<OffsetMap>(m_offsets).release();
 }
 
@@ -138,7 +143,7 @@ AppleMarkupConverter::CommandRun AppleMarkupConverter::commandRun(const TokenLis
   run.to = index;
   for (int k = index;;) {
     run.end = static_cast<unsigned int>(tokens.endAt(k));
-    run.to = k;
+    run.to = std::max(run.to, k);
     k = nextAppleToken(tokens, k + 1);
     run.next = k;
     if (static_cast<unsigned int>(tokens.startAt(k)) - run.end >= 2) return run;

@@ -45,6 +45,9 @@ class AppleMarkupConverter {
   // The converted text; converts the first time.
   std::string getConvertedText();
 
+  // The same, not copied; good as long as the converter.
+  const std::string& convertedText();
+
   // A new copy of the position map, which the caller deletes; converts the first time.
   OffsetMap* getOffsets();
 

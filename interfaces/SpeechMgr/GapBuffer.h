@@ -36,6 +36,19 @@ class GapBuffer {
     ++m_gapEnd;
   }
 
+  // Room for `room` elements in all.
+  void reserve(std::size_t room) {
+    if (room > m_values.size()) resize(room);
+  }
+
+  // Gives up the room that is not used.
+  void compact() {
+    moveGapTo(size());
+    m_values.resize(size());
+    m_values.shrink_to_fit();
+    m_gapStart = m_gapEnd = m_values.size();
+  }
+
   void clear() {
     m_values.clear();
     m_gapStart = 0;
@@ -62,13 +75,15 @@ class GapBuffer {
     m_gapStart = index;
   }
 
-  // Doubles the room; the gap moves to the end.
-  void widen() {
-    moveGapTo(size());
-    const std::size_t used = m_values.size();
-    m_values.resize(std::max<std::size_t>(16, used * 2));
+  void widen() { resize(std::max<std::size_t>(16, m_values.size() * 2)); }
+
+  // The gap moves to the end.
+  void resize(std::size_t room) {
+    const std::size_t used = size();
+    moveGapTo(used);
+    m_values.resize(room);
     m_gapStart = used;
-    m_gapEnd = m_values.size();
+    m_gapEnd = room;
   }
 
   std::vector<T> m_values;  // the elements, with the gap [m_gapStart, m_gapEnd) among them

@@ -244,7 +244,7 @@ void convert_text(speech_channel* channel, AppleMarkupConverter& amc) {
       AppleMarkupConverter::SSML, channel->environment);
   cst_free(channel->text);
   channel->text = nullptr;
-  channel->text = owned_text(cst_strdup(amc.getConvertedText().c_str()));
+  channel->text = owned_text(cst_strdup(amc.convertedText().c_str()));
   ENGINE_LINE(2, "SESpeakBuffer", "Converted: \"%s\"\n", channel->text);
 
   std::unique_ptr<OffsetMap> offsets(amc.getOffsets());

@@ -198,10 +198,14 @@ void OffsetMap::buildFinalLists() {
 }
 
 void OffsetMap::buildAppleRanges() {
-  TouchingGroups groups(m_offsets.size());
+  const auto isApple = [](const Offset& record) { return record.type == APPLE_TOKEN; };
+  const auto count =
+      static_cast<std::size_t>(std::count_if(m_offsets.begin(), m_offsets.end(), isApple));
+  appleRanges.reserve(appleRanges.size() + count);
+  TouchingGroups groups(appleRanges.size() + count);
   for (const Offset& range : appleRanges) groups.add(endOf(range), range.insertedCode);
   for (const Offset& record : m_offsets) {
-    if (record.type != APPLE_TOKEN) continue;
+    if (!isApple(record)) continue;
     if (groups.grow(record.pos, unsignedOf(record.amount), record.insertedCode)) continue;
     appleRanges.push_back(record);
     groups.add(endOf(record), record.insertedCode);

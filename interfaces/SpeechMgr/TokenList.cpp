@@ -39,6 +39,7 @@ void TokenList::create(std::string text, OffsetMap offsets) {
 
   AppleMarkupToken work;
   std::size_t pos = m_base.find("[[");
+  if (pos != std::string::npos) reserveCommands(pos);
   while (pos != std::string::npos) {
     const std::size_t close = m_base.find("]]", pos + 2);
     const bool closed = close != std::string::npos;
@@ -53,6 +54,16 @@ void TokenList::create(std::string text, OffsetMap offsets) {
     }
     pos = m_base.find("[[", end);
   }
+}
+
+// Every command begins with a "[[" or a ";"; there may be as many as there are bytes.
+void TokenList::reserveCommands(std::size_t from) {
+  std::size_t count = 1;
+  for (std::size_t i = from; i + 1 < m_base.size(); ++i) {
+    count += m_base[i] == ';' || (m_base[i] == '[' && m_base[i + 1] == '[');
+  }
+  m_entries.reserve(count);
+  m_commands.reserve(count);
 }
 
 void TokenList::create(char* text) {

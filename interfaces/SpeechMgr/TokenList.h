@@ -86,6 +86,8 @@ class TokenList {
   // A comment that covers `length` bytes from `start` on and is replaced by nothing; otherwise as
   // insertTokenAt. Answers the index where it stands.
   int insertIgnoredText(int index, int start, int length);
+  // Gives up the room that entries to come would take.
+  void compact() { m_entries.compact(); }
   // Makes the command at `index` cover `length` bytes, and be replaced by nothing.
   void ignoreText(int index, int length);
 
@@ -124,6 +126,7 @@ class TokenList {
   std::int32_t markupOf(const Entry& at) const;
   std::uint32_t addCommand(const Command& command);
   std::uint32_t addGiven(const SpeechMarkupToken& token);
+  void reserveCommands(std::size_t from);
   void appendCommand(std::size_t start, std::size_t length, AppleMarkupToken& work);
   void checkIndex(std::int64_t index) const;
   std::int64_t insertEntry(std::int64_t index, const Entry& added);
