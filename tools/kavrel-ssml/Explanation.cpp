@@ -88,7 +88,10 @@ class FollowingCommands {
 class Explainer {
  public:
   Explainer(const CallerText& text, const ConversionOptions& options)
-      : m_list(text, options), m_passes(m_list, converterFor(text, options)), m_following(m_list) {}
+      : m_plain(options.output == AppleMarkupConverter::PLAINTEXT),
+        m_list(text, options),
+        m_passes(m_list, converterFor(text, options)),
+        m_following(m_list) {}
 
   const CommandList& list() const { return m_list; }
 
@@ -121,6 +124,7 @@ class Explainer {
   std::string nameOf(std::size_t index) const;
   std::string upTo(std::size_t index) const;
 
+  bool m_plain;  // commands leave no trace
   CommandList m_list;
   PassResults m_passes;
   FollowingCommands m_following;
@@ -131,6 +135,7 @@ class Explainer {
 
 std::string Explainer::known(std::size_t index) {
   const bool phonemes = m_list.commands()[index].type == Token::PHONEME_TAG;
+  if (m_plain) return "removed";
   if (m_phonemes && m_phonemes->holds(index) && !phonemes) {
     // What it opens stays, as does its own text.
     const std::string& markup = m_passes.markupOf(index);

@@ -2,12 +2,19 @@
 #include "MarkupReader.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace ssml {
 namespace {
 
 constexpr std::string_view kNameCharacters = "abcdefghijklmnopqrstuvwxyz-";
 constexpr std::string_view kNames[] = {"prosody", "say-as", "emphasis", "break", "mark", "phoneme"};
+
+constexpr std::string_view kSpecial = "<&>";
+
+bool isBlank(char c) {
+  return c == ' ' || (c >= '\t' && c <= '\r');
+}
 
 // What a command can put into an escape.
 constexpr std::string_view kInside = "</emphasis>";
@@ -35,6 +42,7 @@ MarkupPiece MarkupReader::literal(std::string_view escape) {
 }
 
 MarkupPiece MarkupReader::next() {
+  if (m_late) return *std::exchange(m_late, std::nullopt);
   if (m_at == m_skip) {
     ++m_at;
     m_skip = std::string_view::npos;
@@ -48,7 +56,7 @@ MarkupPiece MarkupReader::next() {
     case '>':
       return literal("&gt;");
     default:
-      const std::size_t special = std::min(m_text.find_first_of("<&>", m_at), m_text.size());
+      const std::size_t special = std::min(m_text.find_first_of(kSpecial, m_at), m_text.size());
       return piece(MarkupPiece::Kind::Text, special);
   }
 }
@@ -85,9 +93,20 @@ MarkupPiece MarkupReader::tag() {
   }
   if (!closes) return openingTag(name, behind);
   if (!m_text.substr(behind).starts_with('>')) return literal("&lt;");
-  MarkupPiece result = piece(MarkupPiece::Kind::Close, behind + 1);
+  return closingTag(name, behind + 1);
+}
+
+MarkupPiece MarkupReader::closingTag(std::string_view name, std::size_t end) {
+  const bool insideWord = name == "emphasis" && m_at > 0 && !isBlank(m_text[m_at - 1]) &&
+                          end < m_text.size() && end != m_skip && !isBlank(m_text[end]) &&
+                          kSpecial.find(m_text[end]) == std::string_view::npos;
+  MarkupPiece result = piece(MarkupPiece::Kind::Close, end);
   result.name = name;
-  return result;
+  if (!insideWord) return result;
+  m_late = result;
+  std::size_t next = end + 1;
+  while (next < m_text.size() && (static_cast<unsigned char>(m_text[next]) & 0xC0U) == 0x80) ++next;
+  return piece(MarkupPiece::Kind::Text, next);
 }
 
 // `at` is behind the name.

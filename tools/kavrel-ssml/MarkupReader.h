@@ -3,13 +3,15 @@
 // MarkupReader: takes converted text apart into text, characters, and the tags that the converter
 // writes, which have one attribute at most.
 //
-// What begins like a tag or an escape and is none is text. Commands can cut an escape in two
-// ("&amp</emphasis>;"); it is read as a whole.
+// What begins like a tag or an escape and is none is text. In front of a command, the converter
+// ends emphasis a byte too early ("bac</emphasis>k", "&amp</emphasis>;"); it is read as if it ended
+// behind that byte.
 //
 // The text must outlive the reader and what it hands out.
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <string_view>
 
 namespace ssml {
@@ -36,6 +38,7 @@ class MarkupReader {
  private:
   MarkupPiece piece(MarkupPiece::Kind kind, std::size_t end);
   MarkupPiece tag();
+  MarkupPiece closingTag(std::string_view name, std::size_t end);
   MarkupPiece openingTag(std::string_view name, std::size_t at);
   MarkupPiece escape();
   MarkupPiece literal(std::string_view escape);
@@ -43,6 +46,7 @@ class MarkupReader {
   std::string_view m_text;
   std::size_t m_at = 0;
   std::size_t m_skip = std::string_view::npos;  // the ";" of an escape that was cut in two
+  std::optional<MarkupPiece> m_late;            // an end tag that comes first in the text
 };
 
 }  // namespace ssml

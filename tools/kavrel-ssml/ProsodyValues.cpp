@@ -57,7 +57,7 @@ std::string standardHertz(std::string_view hertz) {
 
 std::string standardTime(std::string_view milliseconds) {
   constexpr std::string_view kUnit = "ms";
-  constexpr std::string_view kDigits = "0123456789";
+  static constexpr std::string_view kDigits = "0123456789";
   if (!milliseconds.ends_with(kUnit)) return {};
   const std::string_view number = milliseconds.substr(0, milliseconds.size() - kUnit.size());
   const std::string_view whole = number.substr(0, number.find('.'));

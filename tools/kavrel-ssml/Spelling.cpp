@@ -106,6 +106,7 @@ std::string_view meantCommand(const std::string& small) {
     if (small == word.fullName) return word.word;
   }
   std::vector<std::string_view> words;
+  words.reserve(kWords.size());
   for (const Word& word : kWords) words.push_back(word.word);
   return nearest(small, words);
 }

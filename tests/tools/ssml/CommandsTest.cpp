@@ -132,6 +132,11 @@ TEST(Explain, TellsOfACommandThatIsNeverClosed) {
               "dropped: unknown; never closed, so it takes the rest of the text");
 }
 
+TEST(Explain, TellsThatPlainTextHasNoTraceOfCommands) {
+  EXPECT_THAT(resultsOf("[[rate 90]]a[[RATE 90]]b", {"--explain", "--plain"}),
+              ElementsAre("removed", "dropped: wrong case, must be rate"));
+}
+
 TEST(Explain, CountsTheSettingsIn) {
   EXPECT_THAT(resultsOf("[[rate +20]]a", {"--explain", "--rate", "200"}),
               ElementsAre("<prosody rate='220'> up to the end of the text"));
