@@ -122,11 +122,6 @@ PositionMap AppleMarkupConverter::getPositions() {
   return inBase.after(ofText);
 }
 
-bool AppleMarkupConverter::appleTokenMatches(const TokenList& tokens, int index,
-                                             AppleMarkupToken::AppleTagType type) const {
-  return tokens.typeAt(index) == type;
-}
-
 int AppleMarkupConverter::nextAppleToken(const TokenList& tokens, int start) const {
   for (int index = start; index < tokens.size(); ++index) {
     if (tokens.typeAt(index) != AppleMarkupToken::UNKNOWN) return index;
@@ -204,6 +199,7 @@ void AppleMarkupConverter::convertBinaryCommands(TokenList& tokens,
                                                  AppleMarkupToken::AppleTagType offType,
                                                  const std::string& openTag,
                                                  const std::string& closeTag) {
+  if (!tokens.mayHold(onType)) return;
   const TokenList::MarkupId open = tokens.addMarkup(openTag);
   const TokenList::MarkupId close = tokens.addMarkup(closeTag);
   for (int i = 0; i < tokens.size(); ++i) {

@@ -63,7 +63,9 @@ class AppleMarkupConverter {
   // ---- Operations that the passes share; "index" is a place in the token list ----
 
   bool appleTokenMatches(const TokenList& tokens, int index,
-                         AppleMarkupToken::AppleTagType type) const;
+                         AppleMarkupToken::AppleTagType type) const {
+    return tokens.typeAt(index) == type;
+  }
 
   // The first known command at or behind `start`; 0 when there is none.
   int nextAppleToken(const TokenList& tokens, int start) const;

@@ -19,6 +19,7 @@ void AppleMarkupConverter::convertNmbrTags(TokenList& tokens) {
 }
 
 void AppleMarkupConverter::convertEmphasisTags(TokenList& tokens) {
+  if (!tokens.mayHold(AppleMarkupToken::EMPHASIS_POSITIVE_TAG)) return;
   const TokenList::MarkupId open = tokens.addMarkup("<emphasis strength='strong'>");
   const TokenList::MarkupId close = tokens.addMarkup("</emphasis>");
   CommandRun run;
@@ -42,6 +43,7 @@ void AppleMarkupConverter::convertEmphasisTags(TokenList& tokens) {
 }
 
 void AppleMarkupConverter::convertSilenceTags(TokenList& tokens) {
+  if (!tokens.mayHold(AppleMarkupToken::SILENCE_TAG)) return;
   for (int i = 0; i < tokens.size(); ++i) {
     if (!appleTokenMatches(tokens, i, AppleMarkupToken::SILENCE_TAG)) continue;
     // Rationale: the argument is copied as it stands, number or not.
@@ -50,6 +52,7 @@ void AppleMarkupConverter::convertSilenceTags(TokenList& tokens) {
 }
 
 void AppleMarkupConverter::convertSyncTags(TokenList& tokens) {
+  if (!tokens.mayHold(AppleMarkupToken::SYNC_TAG)) return;
   for (int i = 0; i < tokens.size(); ++i) {
     if (!appleTokenMatches(tokens, i, AppleMarkupToken::SYNC_TAG)) continue;
     // Rationale: the value travels in the upper half of the mark's number; what leaves at the top
@@ -61,6 +64,7 @@ void AppleMarkupConverter::convertSyncTags(TokenList& tokens) {
 }
 
 void AppleMarkupConverter::ignoreTunePhonesTags(TokenList& tokens) {
+  if (!tokens.mayHold(AppleMarkupToken::TUNE_PHONES_TAG)) return;
   for (int i = 0; i < tokens.size(); ++i) {
     if (!appleTokenMatches(tokens, i, AppleMarkupToken::TUNE_PHONES_TAG)) continue;
     const int next = nextAppleToken(tokens, i + 1);
@@ -84,6 +88,7 @@ void AppleMarkupConverter::ignoreContextTags(TokenList& tokens,
   const AppleMarkupToken::AppleTagType skipType = contextType == AppleMarkupToken::WORD_CONTEXT_TAG
                                                       ? AppleMarkupToken::WORD_SKIP_CONTEXT_TAG
                                                       : AppleMarkupToken::TEXT_SKIP_CONTEXT_TAG;
+  if (!tokens.mayHold(skipType)) return;
   const auto endsSkip = [&](int index) {
     const AppleMarkupToken::AppleTagType type = tokens.typeAt(index);
     return type == contextType || type == AppleMarkupToken::TEXT_SKIP_CONTEXT_TAG ||

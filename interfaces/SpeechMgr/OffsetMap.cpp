@@ -159,10 +159,15 @@ std::ptrdiff_t OffsetMap::findSlot(const Offset& record) const {
   const Offset& first = m_offsets.front();
   if (first.type == record.type && first.pos == record.pos) return 0;
 
-  const auto block = std::partition_point(m_reach.begin(), m_reach.end(), [&](const Reach& reach) {
+  const auto isBefore = [&](const Reach& reach) {
     return !reach.any[record.type] || reach.pos[record.type] < record.pos;
-  });
-  if (block == m_reach.end()) return -1;
+  };
+  if (isBefore(m_reach.back())) return -1;
+  // Records mostly come in order, and the place is in the last block.
+  auto block = m_reach.end() - 1;
+  if (m_reach.size() > 1 && !isBefore(*(block - 1))) {
+    block = std::partition_point(m_reach.begin(), m_reach.end(), isBefore);
+  }
   std::size_t index = static_cast<std::size_t>(block - m_reach.begin()) * kBlock;
   for (index = std::max<std::size_t>(index, 1);; ++index) {
     const Offset& later = m_offsets[index];
@@ -173,15 +178,14 @@ std::ptrdiff_t OffsetMap::findSlot(const Offset& record) const {
 
 void OffsetMap::insertAt(std::size_t index, const Offset& record) {
   m_offsets.insert(m_offsets.begin() + static_cast<std::ptrdiff_t>(index), record);
-  // From here on the blocks hold other records than before.
-  std::size_t block = index / kBlock;
-  m_reach.resize((m_offsets.size() + kBlock - 1) / kBlock);
-  const bool appended = index + 1 == m_offsets.size();
-  if (appended && index % kBlock != 0) {
-    m_reach[block].add(record);
+  const std::size_t blocks = (m_offsets.size() + kBlock - 1) / kBlock;
+  if (index > 0 && index / kBlock + 1 == m_reach.size() && blocks == m_reach.size()) {
+    m_reach.back().add(record);
     return;
   }
-  for (; block < m_reach.size(); ++block) {
+  // Records have moved from block to block.
+  m_reach.resize(blocks);
+  for (std::size_t block = index / kBlock; block < blocks; ++block) {
     m_reach[block] = block == 0 ? Reach{} : m_reach[block - 1];
     const std::size_t end = std::min(m_offsets.size(), (block + 1) * kBlock);
     for (std::size_t i = std::max<std::size_t>(block * kBlock, 1); i < end; ++i) {
@@ -248,10 +252,12 @@ void OffsetMap::buildSsmlRanges() {
   for (const Offset& gap : gaps) plainUpTo.push_back(plain += unsignedOf(gap.amount));
   const auto appleReach = runningMaximum(appleRanges, endOf);
 
+  std::size_t rangeCursor = 0;
+  std::size_t gapCursor = 0;
   const auto plainBefore = [&](const Offset& range) -> std::uint32_t {
     if (range.pos <= gaps.front().pos) return 0;
     // gaps[0] starts before the range, so the first one that does not has one in front of it.
-    const std::size_t next = std::min(firstReaching(gapReach, range.pos), gaps.size());
+    const std::size_t next = std::min(firstReaching(gapReach, range.pos, gapCursor), gaps.size());
     return plainUpTo[next - 1];
   };
 
@@ -262,7 +268,7 @@ void OffsetMap::buildSsmlRanges() {
     if (record.type != SSML_TOKEN) continue;
     const std::uint32_t markupBefore = before;
     before += unsignedOf(record.amount);
-    const std::size_t range = firstReaching(appleReach, record.pos);
+    const std::size_t range = firstReaching(appleReach, record.pos, rangeCursor);
     if (range == appleRanges.size()) continue;
 
     if (slot >= ssmlRanges.size()) ssmlRanges.resize(slot + 1);

@@ -87,6 +87,7 @@ std::string AppleMarkupConverter::convertPhones(const std::string& applePhones, 
 }
 
 void AppleMarkupConverter::convertPhoneTags(TokenList& tokens) {
+  if (!tokens.mayHold(AppleMarkupToken::PHONEME_TAG)) return;
   std::string phonemes;
   std::size_t written = 0;
   for (int i = 0; i < tokens.size(); ++i) {

@@ -44,6 +44,7 @@ void AppleMarkupConverter::convertProsodyTags(TokenList& tokens,
                                               AppleMarkupToken::AppleTagType tagType,
                                               std::string attribute, std::string units,
                                               double (*convertUnits)(double), double startVal) {
+  if (!tokens.mayHold(tagType)) return;
   const std::string prefix = "<prosody " + attribute + "='";
   const std::string suffix = units + "'>";
   const TokenList::MarkupId close = tokens.addMarkup("</prosody>");

@@ -7,8 +7,6 @@
 #include <string_view>
 #include <utility>
 
-#include "AppleSynthesisError.h"
-
 namespace {
 
 const std::string kNoMarkup;
@@ -56,11 +54,16 @@ void TokenList::create(std::string text, OffsetMap offsets) {
   }
 }
 
-// Every command begins with a "[[" or a ";"; there may be as many as there are bytes.
-void TokenList::reserveCommands(std::size_t from) {
-  std::size_t count = 1;
-  for (std::size_t i = from; i + 1 < m_base.size(); ++i) {
-    count += m_base[i] == ';' || (m_base[i] == '[' && m_base[i + 1] == '[');
+// Finds out how many commands there are before they are stored: there may be as many as bytes.
+void TokenList::reserveCommands(std::size_t first) {
+  std::size_t count = 0;
+  for (std::size_t pos = first; pos != std::string::npos;) {
+    const std::size_t end = std::min(m_base.find("]]", pos + 2), m_base.size());
+    const auto at = [&](std::size_t position) {
+      return m_base.begin() + static_cast<std::ptrdiff_t>(position);
+    };
+    count += 1 + static_cast<std::size_t>(std::count(at(pos), at(end), ';'));
+    pos = m_base.find("[[", end);
   }
   m_entries.reserve(count);
   m_commands.reserve(count);
@@ -82,35 +85,12 @@ void TokenList::clear() {
   m_commands.clear();
   m_markups.clear();
   m_given.clear();
+  m_hasType.fill(false);
   m_ordered = true;
   m_startCounts.clear();
 }
 
 // ---- Entries ----
-
-void TokenList::checkIndex(std::int64_t index) const {
-  if (index < 0 || index >= size()) throw AppleSynthesisError(INDEX_OUT_OF_RANGE);
-}
-
-const TokenList::Entry& TokenList::entry(int index) const {
-  checkIndex(index);
-  return m_entries[static_cast<std::size_t>(index)];
-}
-
-std::int32_t TokenList::markupOf(const Entry& at) const {
-  return at.isCommand() ? m_commands[at.command()].markup : static_cast<std::int32_t>(at.what);
-}
-
-int TokenList::coveredAt(int index) const {
-  const Entry& at = entry(index);
-  return at.isCommand() ? m_commands[at.command()].covered : 0;
-}
-
-AppleMarkupToken::AppleTagType TokenList::typeAt(int index) const {
-  const Entry& at = entry(index);
-  if (!at.isCommand()) return AppleMarkupToken::UNKNOWN;
-  return static_cast<AppleMarkupToken::AppleTagType>(m_commands[at.command()].type);
-}
 
 const std::string& TokenList::markupAt(int index) const {
   const std::int32_t markup = markupOf(entry(index));
@@ -128,6 +108,7 @@ TokenList::MarkupId TokenList::addMarkup(std::string markup) {
 
 std::uint32_t TokenList::addCommand(const Command& command) {
   m_commands.push_back(command);
+  m_hasType[static_cast<std::size_t>(command.type)] = true;
   return static_cast<std::uint32_t>(m_commands.size() - 1) | Entry::kIsCommand;
 }
 
@@ -206,8 +187,14 @@ void TokenList::ignoreText(int index, int length) {
 }
 
 std::int64_t TokenList::insertEntry(std::int64_t index, const Entry& added) {
-  const std::int64_t before = countStartingBefore(added.start);
-  if (before < size()) index = std::max(index, before);
+  // In an ordered list the entry at the index tells whether those that start earlier end there.
+  const bool inPlace =
+      m_ordered &&
+      (index >= size() || m_entries[static_cast<std::size_t>(index)].start >= added.start);
+  if (!inPlace) {
+    const std::int64_t before = countStartingBefore(added.start);
+    if (before < size()) index = std::max(index, before);
+  }
 
   const std::int64_t appended = std::int64_t{size()} + 1;
   if (index == appended) {

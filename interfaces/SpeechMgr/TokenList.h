@@ -9,10 +9,12 @@
 // A value class without locks. Positions count bytes of the base string.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <string>
 #include <vector>
 
+#include "AppleSynthesisError.h"
 #include "GapBuffer.h"
 #include "OffsetMap.h"
 #include "PositionMap.h"
@@ -70,11 +72,22 @@ class TokenList {
   using MarkupId = std::uint32_t;
 
   const std::string& base() const { return m_base; }
+  // False when no command of the type has ever been in the list.
+  bool mayHold(AppleMarkupToken::AppleTagType type) const {
+    return m_hasType[static_cast<std::size_t>(type)];
+  }
   int startAt(int index) const { return entry(index).start; }
   // Bytes of the base string that the entry covers.
-  int coveredAt(int index) const;
+  int coveredAt(int index) const {
+    const Entry& at = entry(index);
+    return at.isCommand() ? m_commands[at.command()].covered : 0;
+  }
   int endAt(int index) const { return startAt(index) + coveredAt(index); }
-  AppleMarkupToken::AppleTagType typeAt(int index) const;
+  AppleMarkupToken::AppleTagType typeAt(int index) const {
+    const Entry& at = entry(index);
+    if (!at.isCommand()) return AppleMarkupToken::UNKNOWN;
+    return static_cast<AppleMarkupToken::AppleTagType>(m_commands[at.command()].type);
+  }
   // Empty when no markup is set.
   const std::string& markupAt(int index) const;
   // Argument `argument` of the command at `index`.
@@ -122,13 +135,20 @@ class TokenList {
     std::uint32_t length;
   };
 
-  const Entry& entry(int index) const;
-  std::int32_t markupOf(const Entry& at) const;
+  void checkIndex(std::int64_t index) const {
+    if (index < 0 || index >= size()) throw AppleSynthesisError(INDEX_OUT_OF_RANGE);
+  }
+  const Entry& entry(int index) const {
+    checkIndex(index);
+    return m_entries[static_cast<std::size_t>(index)];
+  }
+  std::int32_t markupOf(const Entry& at) const {
+    return at.isCommand() ? m_commands[at.command()].markup : static_cast<std::int32_t>(at.what);
+  }
   std::uint32_t addCommand(const Command& command);
   std::uint32_t addGiven(const SpeechMarkupToken& token);
-  void reserveCommands(std::size_t from);
+  void reserveCommands(std::size_t first);
   void appendCommand(std::size_t start, std::size_t length, AppleMarkupToken& work);
-  void checkIndex(std::int64_t index) const;
   std::int64_t insertEntry(std::int64_t index, const Entry& added);
   std::int64_t countStartingBefore(std::int32_t start) const;
   std::size_t treePlace(std::int32_t start) const;
@@ -149,6 +169,8 @@ class TokenList {
   std::vector<Command> m_commands;
   std::vector<std::string> m_markups;
   std::vector<AppleMarkupToken> m_given;  // commands that did not come from the base string
+
+  std::array<bool, AppleMarkupToken::UNKNOWN + 1> m_hasType{};  // of a command, now or before
 
   // Whether the entries stand in order of start position, as they do but for a few odd texts. When
   // they do not, m_startCounts tells how many start at each position: a binary indexed tree.
