@@ -258,6 +258,16 @@ TEST_F(Say, SpeaksFasterAtAHigherRate) {
   EXPECT_GT(secondsIn(m_sound), 2 * secondsIn(fast));
 }
 
+TEST_F(Say, ReportsEveryWordAndEndsAtEveryRate) {
+  for (const char* const rate : {"20", "180", "449", "450", "700", "1000"}) {
+    const Result result = say({"--events", "-r", rate, "-o", m_sound, "one, two three. Four five"});
+    EXPECT_EQ(result.status, 0) << rate;
+    EXPECT_THAT(valuesOf<std::string>(eventsOf(result.out), "word", "text"),
+                ElementsAre("one", "two", "three", "Four", "five"))
+        << rate;
+  }
+}
+
 TEST_F(Say, KeepsTheRateWhenAVoiceIsGivenToo) {
   const std::string slow = m_folder.file("slow.aiff");
   ASSERT_EQ(say({"-r", "360", "-v", "Quill", "-o", m_sound, "one two three four"}).status, 0);
