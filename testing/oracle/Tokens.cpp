@@ -31,6 +31,8 @@ std::vector<std::string> splitCommand(const std::string& command) {
   std::vector<std::string> raw;
   std::string word;
   for (char byte : command) {
+    // A command's words end at a NUL, as a C string does.
+    if (byte == '\0') break;
     if (isOneOf(byte, " \t\r\n")) {
       raw.push_back(word);
       word.clear();
