@@ -24,7 +24,8 @@
 //      offset-random
 //   P8/derived-lists           the lists of an offset map with 100 000 records
 //   P16/peak                   the most heap that P2, P3 and P4 hold, divided by the text's length,
-//                              the text itself not counted
+//                              the text itself not counted; peak-with-copies: and the copies
+//                              of the results that a caller takes
 // Anchors, measured in the same run because absolute figures drift with the machine: memcpy and
 // memchr of the same amount, glibc's iconv on P1's bytes, expat with handlers on SSML, a walk over
 // ranges from the front, std::sort of 100 000 numbers. "ratio" is the median divided by the

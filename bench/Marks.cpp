@@ -134,8 +134,11 @@ std::vector<Mark> allMarks() {
       {"P7", "P7/offset-random/1000", Nanoseconds, 300, 60, "anchor/walk-random/1000", ""},
       {"P8", "P8/derived-lists/100000", Milliseconds, 100, 10, "anchor/sort/100000", ""},
       {"P16", "P16/peak/no-commands/16MB", Times, 8, 3, "", ""},
+      {"P16", "P16/peak-with-copies/no-commands/16MB", Times, 0, 0, "", ""},
       {"P16", "P16/peak/command-per-200/16MB", Times, 8, 3, "", ""},
+      {"P16", "P16/peak-with-copies/command-per-200/16MB", Times, 0, 0, "", ""},
       {"P16", "P16/peak/command-per-40/1MB", Times, 8, 3, "", ""},
+      {"P16", "P16/peak-with-copies/command-per-40/1MB", Times, 0, 0, "", ""},
   };
   for (Mark& mark : hardTextMarks()) marks.push_back(std::move(mark));
   for (const char* name : {"anchor/memcpy/16MB", "anchor/memchr/16MB", "anchor/iconv/16MB",
