@@ -33,7 +33,9 @@ inline double realNumber(std::string_view text) {
 
 // What fits the fixed-point numbers in which clients set it.
 inline int wholeNumber(std::string_view text) {
-  return static_cast<int>(std::clamp(realNumber(text), -32768.0, 32767.0));
+  const double number = realNumber(text);
+  if (number != number) return 0;
+  return static_cast<int>(std::clamp(number, -32768.0, 32767.0));
 }
 
 inline void readSetting(std::string_view word, SpeechMgrEnv& settings) {

@@ -12,6 +12,11 @@ bool isDigit(char c) {
   return c >= '0' && c <= '9';
 }
 
+std::string_view withoutLeadingSpace(std::string_view text) {
+  const std::size_t start = text.find_first_not_of(" \t\n\v\f\r");
+  return start == std::string_view::npos ? std::string_view() : text.substr(start);
+}
+
 std::size_t digitsFrom(std::string_view text, std::size_t position) {
   std::size_t count = 0;
   while (position + count < text.size() && isDigit(text[position + count])) ++count;
@@ -86,7 +91,7 @@ std::string numberText(double value) {
 }
 
 double readNumber(std::string_view text) {
-  const Numeral numeral = scanNumeral(text);
+  const Numeral numeral = scanNumeral(withoutLeadingSpace(text));
   if (!numeral.isComplete()) return 0.0;
   double value = 0.0;
   const auto read =
@@ -98,6 +103,7 @@ double readNumber(std::string_view text) {
 }
 
 std::int32_t readInteger(std::string_view text) {
+  text = withoutLeadingSpace(text);
   const std::size_t sign = signAt(text, 0);
   const bool negative = sign == 1 && text[0] == '-';
   const std::int64_t limit = negative ? -std::int64_t{std::numeric_limits<std::int32_t>::min()}

@@ -540,6 +540,9 @@ TEST(Numbers, ReadAsATextStreamReadsThem) {
                                  "-0.25",
                                  "1.2.3",
                                  "1e5e",
+                                 "\v2",
+                                 " \f-7.5x",
+                                 "\v",
                                  "0.00000000000000000000000000000000000001",
                                  "123456789012345678901234567890"}) {
     EXPECT_EQ(readNumber(text), streamed(text)) << text;
@@ -577,7 +580,7 @@ TEST(Numbers, WriteAsATextStreamWritesThem) {
 TEST(Numbers, ReadIntegersAsATextStreamReadsThem) {
   for (const std::string text :
        {"", "0", "1", "007", "12x", "0x10", "x", "2147483647", "2147483648", "99999999999999999999",
-        "-5", "-2147483648", "-2147483649", "+3"}) {
+        "-5", "-2147483648", "-2147483649", "\v5", "\f", "+3"}) {
     std::istringstream in(text);
     in.imbue(std::locale::classic());
     std::int32_t value = 0;
