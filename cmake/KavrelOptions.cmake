@@ -31,8 +31,10 @@ function(kavrel_target target)
     $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>
     $<$<CXX_COMPILER_ID:Clang,AppleClang>:-Wthread-safety>)
   if(KAVREL_SANITIZE)
+    # g++ 12 takes what its sanitizers add for uses of unset values.
     target_compile_options(${target} PRIVATE -fsanitize=${KAVREL_SANITIZE}
-      -fno-sanitize-recover=all -fno-omit-frame-pointer)
+      -fno-sanitize-recover=all -fno-omit-frame-pointer
+      $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
     target_link_options(${target} PRIVATE -fsanitize=${KAVREL_SANITIZE})
   else()
     target_compile_options(${target} PRIVATE
