@@ -13,8 +13,8 @@
 // Six significant digits, general notation, no trailing zeros: "0.99", "20", "-30", "1e+07".
 std::string numberText(double value);
 
-// The number at the start of `text`, white space aside; 0 when there is none, or it breaks off ("1e"). One that is too
-// large reads as the largest.
+// The number at the start of `text`, white space aside; 0 when there is none, or it breaks off
+// ("1e"). One that is too large reads as the largest.
 double readNumber(std::string_view text);
 
 // The decimal number at the start of `text`, likewise.

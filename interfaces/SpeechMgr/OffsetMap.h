@@ -67,7 +67,7 @@ class OffsetMap {
  private:
   // For each type of record, the greatest position among the records from index 1 up to the end of
   // a block; the record at index 0 follows rules of its own.
-  static constexpr std::size_t kBlock = 16;
+  static constexpr std::size_t kBlock = 32;
   struct Reach {
     std::uint32_t pos[3] = {0, 0, 0};
     bool any[3] = {false, false, false};

@@ -119,9 +119,10 @@ TEST(AppleMarkupToken, PrintsALabelForEveryKind) {
       {"[[ctxt NORM]]", "undefined tag (ignored)"},
       {"[[frob]]", "unknown tag (ignored)"}};
   for (const auto& [command, label] : labels) {
-    EXPECT_EQ(outputOf([&] { tokenOf(command).print(); }),
-              "Apple Token: \"" + command + "\" (" + label +
-                  ") size: " + std::to_string(command.size()) + "\n");
+    const AppleMarkupToken token = tokenOf(command);
+    EXPECT_EQ(outputOf([&] { token.print(); }), "Apple Token: \"" + command + "\" (" + label +
+                                                    ") size: " + std::to_string(command.size()) +
+                                                    "\n");
   }
 }
 
