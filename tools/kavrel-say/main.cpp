@@ -1,16 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // kavrel-say: speaks text with the Speech Synthesis Manager, as any of its clients does.
-#include <clocale>
-#include <csignal>
 #include <cstdio>
-#include <exception>
 #include <optional>
 #include <variant>
 
 #include "Arguments.h"
 #include "EventWriter.h"
 #include "Failure.h"
+#include "Guard.h"
 #include "InputText.h"
 #include "OutputFile.h"
 #include "SignalWatch.h"
@@ -64,34 +62,15 @@ int run(const Arguments& arguments) {
   return tool::kSuccess;
 }
 
-int report(const char* message) {
-  std::fprintf(stderr, "kavrel-say: %s\n", message);
-  return tool::kFailure;
-}
-
-// Everything the program does; its exit status.
-int guardedRun(int count, char** arguments) {
-  try {
-    // The plain forms of characters are those of a UTF-8 locale.
-    std::setlocale(LC_CTYPE, "C.UTF-8");
-    // What is written is looked at instead.
-    std::signal(SIGPIPE, SIG_IGN);
-    std::signal(SIGXFSZ, SIG_IGN);
-    const auto asked = readArguments(count, arguments);
-    if (const int* const status = std::get_if<int>(&asked)) return *status;
-    return run(std::get<Arguments>(asked));
-  } catch (const tool::ReaderGone&) {
-    return tool::kFailure;
-  } catch (const std::bad_alloc&) {
-    return report("memory is out");
-  } catch (const std::exception& error) {
-    return report(error.what());
-  }
+int runWith(int count, char** arguments) {
+  const auto asked = readArguments(count, arguments);
+  if (const int* const status = std::get_if<int>(&asked)) return *status;
+  return run(std::get<Arguments>(asked));
 }
 
 }  // namespace
 }  // namespace say
 
 int main(int count, char** arguments) {
-  return say::guardedRun(count, arguments);
+  return tool::guarded("kavrel-say", [&] { return say::runWith(count, arguments); });
 }

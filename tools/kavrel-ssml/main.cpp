@@ -2,11 +2,7 @@
 //
 // kavrel-ssml: shows what the engine is given for a text with embedded speech commands, and writes
 // such texts as SSML for other speech systems.
-#include <clocale>
-#include <csignal>
 #include <cstdio>
-#include <exception>
-#include <new>
 #include <optional>
 #include <variant>
 
@@ -18,6 +14,7 @@
 #include "Document.h"
 #include "Explanation.h"
 #include "Failure.h"
+#include "Guard.h"
 #include "InputText.h"
 #include "StandardOutput.h"
 
@@ -58,11 +55,6 @@ void writeLine(const std::string& text) {
   tool::writeOut(text.ends_with('\n') ? text : text + '\n');
 }
 
-int report(const char* message) {
-  std::fprintf(stderr, "kavrel-ssml: %s\n", message);
-  return tool::kFailure;
-}
-
 int report(const std::string& file, const Fault& fault, const Place& place) {
   std::fprintf(stderr, "kavrel-ssml: %s:%zu:%zu: %s (byte %zu)\n",
                file == "-" ? "standard input" : file.c_str(), place.line, place.column,
@@ -95,29 +87,15 @@ int run(const Arguments& arguments) {
   return fault != nullptr ? report(arguments.file, *fault, place) : tool::kSuccess;
 }
 
-// Everything the program does; its exit status.
-int guardedRun(int count, char** arguments) {
-  try {
-    // The plain forms of characters are those of a UTF-8 locale.
-    std::setlocale(LC_CTYPE, "C.UTF-8");
-    // What is written is looked at instead.
-    std::signal(SIGPIPE, SIG_IGN);
-    std::signal(SIGXFSZ, SIG_IGN);
-    const auto asked = readArguments(count, arguments);
-    if (const int* const status = std::get_if<int>(&asked)) return *status;
-    return run(std::get<Arguments>(asked));
-  } catch (const tool::ReaderGone&) {
-    return tool::kFailure;
-  } catch (const std::bad_alloc&) {
-    return report("memory is out");
-  } catch (const std::exception& error) {
-    return report(error.what());
-  }
+int runWith(int count, char** arguments) {
+  const auto asked = readArguments(count, arguments);
+  if (const int* const status = std::get_if<int>(&asked)) return *status;
+  return run(std::get<Arguments>(asked));
 }
 
 }  // namespace
 }  // namespace ssml
 
 int main(int count, char** arguments) {
-  return ssml::guardedRun(count, arguments);
+  return tool::guarded("kavrel-ssml", [&] { return ssml::runWith(count, arguments); });
 }
