@@ -6,30 +6,13 @@
 #include "Conversion.h"
 #include "Settings.h"
 
-namespace {
-
-std::optional<oracle::Settings> asOracleHasThem(const std::optional<SpeechMgrEnv>& settings) {
-  if (!settings) return std::nullopt;
-  oracle::Settings same;
-  same.speakPhones = settings->speakPhones;
-  same.spellOut = settings->spellOut;
-  same.sayDigits = settings->sayDigits;
-  same.volume = settings->volume;
-  same.wpm = settings->wpm;
-  same.pitchBase = settings->pitchBase;
-  same.pitchAssumedBase = settings->pitchAssumedBase;
-  same.pitchRange = settings->pitchRange;
-  return same;
-}
-
-}  // namespace
-
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   constexpr std::size_t kMost = 2048;
   const auto [line, rest] = fuzz::atFirstLine(fuzz::viewOf(data, size));
   if (rest.size() > kMost) return 0;
   const fuzz::Request request = fuzz::readRequest(line);
-  const auto settings = asOracleHasThem(request.settings);
+  std::optional<oracle::Settings> settings;
+  if (request.settings) settings = conversion::settingsOf(*request.settings);
   const auto output = request.plain ? oracle::Output::PlainText : oracle::Output::Ssml;
   const std::string text(rest);
 

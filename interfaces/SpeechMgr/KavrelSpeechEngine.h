@@ -73,7 +73,7 @@ KAVREL_ENTRY_POINT long SEUseDictionary(SpeechChannelIdentifier ssr, void* dicti
 // text-done callback adds, in the background. The text is copied; a null buffer or a negative
 // length counts as no text. `controlFlags` change nothing here.
 // synthNotReady: the channel speaks or is paused, or the engine cannot start. badInputText: the
-// text cannot be converted. In both cases nothing is spoken.
+// text cannot be converted, or has 512 MiB or more. In both cases nothing is spoken.
 KAVREL_ENTRY_POINT long SESpeakBuffer(SpeechChannelIdentifier ssr, Ptr textBuf, long byteLen,
                                       long controlFlags);
 

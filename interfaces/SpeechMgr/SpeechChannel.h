@@ -54,10 +54,11 @@ struct speech_channel {
   char* voxdir;        // directory of its data; cst allocator
   int voice_changed;   // voxdir has not been given to the port yet
   char* text;          // converted text of the current job; cst allocator
-  OffsetMap*
-      text_offsets;  // from its positions to the caller's; changed under the leaf lock as well
-  int curr_pos;      // position of the last phoneme event; written by the engine's thread, atomic
-  int curr_phoneme;  // its Apple code; likewise
+  // From its positions to the caller's; changed under the leaf lock as well.
+  OffsetMap* text_offsets;
+  // Position and Apple code of the last phoneme event; atomic, written by the engine's thread.
+  int curr_pos;
+  int curr_phoneme;
   // Written under mtx, read by the engine's thread without it, so both atomically.
   SpeechTextDoneProcPtr cb_text_done;
   SpeechDoneProcPtr cb_speech_done;

@@ -33,6 +33,12 @@ inline SpeechMgrEnv environmentOf(const oracle::Settings& settings) {
   return environment;
 }
 
+inline oracle::Settings settingsOf(const SpeechMgrEnv& environment) {
+  return {environment.speakPhones,      environment.spellOut,  environment.sayDigits,
+          environment.volume,           environment.wpm,       environment.pitchBase,
+          environment.pitchAssumedBase, environment.pitchRange};
+}
+
 inline AppleMarkupConverter converterFor(const std::string& text,
                                          const std::optional<oracle::Settings>& settings,
                                          oracle::Output output) {

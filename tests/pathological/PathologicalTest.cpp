@@ -15,6 +15,7 @@
 
 #include "AppleMarkupConverter.h"
 #include "AppleSynthesisError.h"
+#include "Conversion.h"
 #include "KavrelSpeechEngine.h"
 #include "SpeechMgrUtils.h"
 #include "oracle/Oracle.h"
@@ -40,15 +41,6 @@ SpeechMgrEnv someSettings() {
   settings.pitchBase = 50;
   settings.pitchAssumedBase = 43;
   return settings;
-}
-
-oracle::Settings asOracleHasThem(const SpeechMgrEnv& settings) {
-  oracle::Settings same;
-  same.volume = settings.volume;
-  same.wpm = settings.wpm;
-  same.pitchBase = settings.pitchBase;
-  same.pitchAssumedBase = settings.pitchAssumedBase;
-  return same;
 }
 
 // Runs `work` on a thread with a small stack.
@@ -192,8 +184,8 @@ TEST_P(ShortHardTexts, EndAsTheOracleSays) {
   };
   EXPECT_EQ(ending(text, std::nullopt), GetParam().converted);
   const std::string prepared = oracle::prepare(text);
-  EXPECT_EQ(ending(prepared, asOracleHasThem(SpeechMgrEnv())), GetParam().spoken);
-  EXPECT_EQ(ending(prepared, asOracleHasThem(someSettings())), GetParam().spoken);
+  EXPECT_EQ(ending(prepared, conversion::settingsOf(SpeechMgrEnv())), GetParam().spoken);
+  EXPECT_EQ(ending(prepared, conversion::settingsOf(someSettings())), GetParam().spoken);
 }
 
 INSTANTIATE_TEST_SUITE_P(All, HardTexts, testing::ValuesIn(workloads::hardTexts()), nameOf);
