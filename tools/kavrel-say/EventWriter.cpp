@@ -18,7 +18,7 @@ void writeLine(const Json& event) {
 
 }  // namespace
 
-void EventWriter::word(std::size_t position, std::size_t length) const {
+void EventWriter::word(std::size_t position, std::size_t length) {
   const tool::Slice slice = m_text.origin(position, length);
   // What the Manager says on its own account is no word of the text.
   if (slice.length == 0) return;
@@ -28,15 +28,15 @@ void EventWriter::word(std::size_t position, std::size_t length) const {
              {"text", m_text.givenAt(slice)}});
 }
 
-void EventWriter::phoneme(int code) const {
+void EventWriter::phoneme(int code) {
   writeLine({{"event", "phoneme"}, {"code", code}});
 }
 
-void EventWriter::sync(std::uint32_t message) const {
+void EventWriter::sync(std::uint32_t message) {
   writeLine({{"event", "sync"}, {"number", message >> 16U}});
 }
 
-void EventWriter::done() const {
+void EventWriter::done() {
   writeLine({{"event", "done"}});
 }
 

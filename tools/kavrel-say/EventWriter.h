@@ -6,23 +6,20 @@
 // Threads: one at a time. Every function throws what writeOut() of StandardOutput.h throws.
 #pragma once
 
-#include <cstdint>
-
+#include "Listener.h"
 #include "SpokenText.h"
 
 namespace say {
 
-class EventWriter {
+class EventWriter : public Listener {
  public:
   // `text` outlives the writer.
   explicit EventWriter(const tool::SpokenText& text) : m_text(text) {}
 
-  // Position and length count bytes of the Mac OS Roman text.
-  void word(std::size_t position, std::size_t length) const;
-  void phoneme(int code) const;
-  // `message` is the number as the Manager carries it: in the upper half.
-  void sync(std::uint32_t message) const;
-  void done() const;
+  void word(std::size_t position, std::size_t length) override;
+  void phoneme(int code) override;
+  void sync(std::uint32_t message) override;
+  void done() override;
 
  private:
   const tool::SpokenText& m_text;

@@ -67,8 +67,8 @@ void Speech::setOutputFile(const std::string& path) {
   if (result != noErr) throw tool::Failure("cannot write " + path);
 }
 
-void Speech::setEvents(const EventWriter& events) {
-  m_events = &events;
+void Speech::addListener(Listener& listener) {
+  m_listeners.push_back(&listener);
   SetSpeechInfo(m_channel, soWordCallBack, asValue(wordBegins));
   SetSpeechInfo(m_channel, soPhonemeCallBack, asValue(phonemeBegins));
   SetSpeechInfo(m_channel, soSyncCallBack, asValue(syncReached));
@@ -101,36 +101,34 @@ void Speech::stop() {
 
 void Speech::wordBegins(SpeechChannel /*channel*/, SRefCon self, unsigned long position,
                         UInt16 length) {
-  static_cast<Speech*>(self)->report(
-      [=](const EventWriter& events) { events.word(position, length); });
+  static_cast<Speech*>(self)->report([=](Listener& to) { to.word(position, length); });
 }
 
 void Speech::phonemeBegins(SpeechChannel /*channel*/, SRefCon self, SInt16 code) {
-  static_cast<Speech*>(self)->report([=](const EventWriter& events) { events.phoneme(code); });
+  static_cast<Speech*>(self)->report([=](Listener& to) { to.phoneme(code); });
 }
 
 void Speech::syncReached(SpeechChannel /*channel*/, SRefCon self, OSType message) {
-  static_cast<Speech*>(self)->report([=](const EventWriter& events) { events.sync(message); });
+  static_cast<Speech*>(self)->report([=](Listener& to) { to.sync(message); });
 }
 
 void Speech::speechIsDone(SpeechChannel /*channel*/, SRefCon self) {
   auto& speech = *static_cast<Speech*>(self);
-  speech.report([](const EventWriter& events) { events.done(); });
+  speech.report([](Listener& to) { to.done(); });
   const std::lock_guard held(speech.m_lock);
   speech.m_done = true;
   speech.m_changed.notify_all();
 }
 
-// Nothing more is written after something could not be: the speech is to be stopped.
-template <typename Write>
-void Speech::report(Write write) noexcept {
-  if (m_events == nullptr) return;
+// Nobody is told anything more after one has failed: the speech is to be stopped.
+template <typename Tell>
+void Speech::report(Tell tell) noexcept {
   {
     const std::lock_guard held(m_lock);
     if (m_error) return;
   }
   try {
-    write(*m_events);
+    for (Listener* const listener : m_listeners) tell(*listener);
   } catch (...) {
     const std::lock_guard held(m_lock);
     m_error = std::current_exception();

@@ -12,8 +12,9 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <vector>
 
-#include "EventWriter.h"
+#include "Listener.h"
 #include "SpokenText.h"
 
 namespace say {
@@ -31,14 +32,14 @@ class Speech {
   // Into this file instead of the sound output.
   void setOutputFile(const std::string& path);
 
-  // What happens is written to `events`, which outlives the speech.
-  void setEvents(const EventWriter& events);
+  // `listener` is told what happens, after those added before it. It outlives the speech.
+  void addListener(Listener& listener);
 
   // Begins to speak. `text` is copied.
   void start(const tool::SpokenText& text);
 
-  // Returns when the speech is over, or when it has been stopped. Throws what writing an event
-  // threw; the speech has then been stopped.
+  // Returns when the speech is over, or when it has been stopped. Throws what a listener threw; the
+  // speech has then been stopped.
   void waitForEnd();
 
   // Makes waitForEnd() stop the speech. May be called on any thread.
@@ -50,18 +51,18 @@ class Speech {
   static void syncReached(SpeechChannel, SRefCon self, OSType message);
   static void speechIsDone(SpeechChannel, SRefCon self);
 
-  template <typename Write>
-  void report(Write write) noexcept;
+  template <typename Tell>
+  void report(Tell tell) noexcept;
 
   SpeechChannel m_channel = nullptr;
-  const EventWriter* m_events = nullptr;  // null: not wanted; constant while speaking
+  std::vector<Listener*> m_listeners;  // constant while speaking
 
   std::mutex m_lock;
   // Below: with m_lock.
   std::condition_variable m_changed;  // the speech is done, or it is to be stopped
   bool m_done = false;
   bool m_stop = false;
-  std::exception_ptr m_error;  // what the first event that could not be written threw
+  std::exception_ptr m_error;  // what the first listener that failed threw
 };
 
 }  // namespace say

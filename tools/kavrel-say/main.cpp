@@ -24,14 +24,14 @@ namespace {
 int speak(const Arguments& arguments, const tool::SpokenText& text) {
   std::optional<VoiceSpec> voice;
   if (arguments.voice) voice = voiceNamed(*arguments.voice);
-  const EventWriter events(text);
+  EventWriter events(text);
 
   // Before the Manager starts threads.
   const HeldSignals signals;
   Speech speech(voice);
   if (arguments.rate) speech.setRate(*arguments.rate);
   if (arguments.outputFile) speech.setOutputFile(*arguments.outputFile);
-  if (arguments.events) speech.setEvents(events);
+  if (arguments.events) speech.addListener(events);
   const SignalWatch watch(signals, [&speech] { speech.stop(); });
   speech.start(text);
   speech.waitForEnd();
