@@ -17,9 +17,9 @@ constexpr double kWindow = 0.03;
 // shows it.
 constexpr double kJoinedRate = 7000;
 // Two stretches less alike than this (1: equal) have no period between them.
-constexpr double kVoiced = 0.6;
+constexpr double kVoiced = 0.7;
 // Two periods are as alike as one; the shortest that is nearly as good as the best is the period.
-constexpr double kNearlyBest = 0.9;
+constexpr double kNearlyBest = 0.95;
 // Quieter than this, against the loudest, is not looked at.
 constexpr double kQuiet = 0.05;
 
