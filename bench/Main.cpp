@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// kavrel-bench: holds the plug-in's text work against its marks.
+// kavrel-bench: holds the plug-in's work against its marks.
 //
 //   kavrel-bench                                 all workloads, seven times each, and the table
 //   kavrel-bench --json                          the table as JSON
@@ -9,7 +9,7 @@
 //
 // Workloads. Texts come from a generator with a fixed seed; megabytes are millions of bytes. The
 // figure is the median of the repetitions, in processor time, so that other programs disturb it
-// little.
+// little; P9, P10, P14 and P17 are taken by the clock, since threads and processes work together.
 //   P1/preparation             escapes and encoding of Mac prose (curly quotes, accents); with
 //                              positions, as channels ask for that report exact places
 //   P2/no-commands             conversion of plain prose: text and offsets, ready for queries
@@ -23,13 +23,21 @@
 //   P7/offset-ascending,       a query of an offset map with 1 000 ranges of each kind
 //      offset-random
 //   P8/derived-lists           the lists of an offset map with 100 000 records
+//   P9/speak-to-engine         from the call of SESpeakBuffer with P6's text to the engine's start,
+//   on
+//                              the scripted engine
+//   P10/end-to-done            from the engine's END to the client's speech-done: two threads
+//   P11/open-close             a channel that never speaks
+//   P14/load                   the plug-in into a fresh process: load, twelve look-ups, unload
 //   P16/peak                   the most heap that P2, P3 and P4 hold, divided by the text's length,
 //                              the text itself not counted; peak-with-copies: and the copies
 //                              of the results that a caller takes
+//   P17/word-event             what the plug-in does between an engine's word event and the client
 // Anchors, measured in the same run because absolute figures drift with the machine: memcpy and
 // memchr of the same amount, glibc's iconv on P1's bytes, expat with handlers on SSML, a walk over
-// ranges from the front, std::sort of 100 000 numbers. "ratio" is the median divided by the
-// anchor's, both in the row's unit.
+// ranges from the front, std::sort of 100 000 numbers, a thread that starts a thread, the loading
+// of the libraries that the engine needs. "ratio" is the median divided by the anchor's, both in
+// the row's unit.
 //
 // Memory. Pages that the system hands out anew cost more than the conversion of a plain text. The
 // program keeps what it has had, as one that speaks all day does, so that figures do not depend on
@@ -88,6 +96,7 @@ int main(int argc, char** argv) {
 
   bench::registerConversions();
   bench::registerOffsets();
+  bench::registerChannels();
   bench::registerAnchors();
   bench::Collector collector;
   collector.SetErrorStream(&std::cerr);

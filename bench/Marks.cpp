@@ -133,12 +133,17 @@ std::vector<Mark> allMarks() {
       {"P7", "P7/offset-ascending/1000", Nanoseconds, 100, 10, "anchor/walk-ascending/1000", ""},
       {"P7", "P7/offset-random/1000", Nanoseconds, 300, 60, "anchor/walk-random/1000", ""},
       {"P8", "P8/derived-lists/100000", Milliseconds, 100, 10, "anchor/sort/100000", ""},
+      {"P9", "P9/speak-to-engine/56B", Microseconds, 60, 15, "anchor/expat/56B", ""},
+      {"P10", "P10/end-to-done", Microseconds, 250, 100, "anchor/two-threads", ""},
+      {"P11", "P11/open-close", Microseconds, 30, 10, "", ""},
+      {"P14", "P14/load", Milliseconds, 10, 1, "anchor/load-libraries", ""},
       {"P16", "P16/peak/no-commands/16MB", Times, 8, 3, "", ""},
       {"P16", "P16/peak-with-copies/no-commands/16MB", Times, 0, 0, "", ""},
       {"P16", "P16/peak/command-per-200/16MB", Times, 8, 3, "", ""},
       {"P16", "P16/peak-with-copies/command-per-200/16MB", Times, 0, 0, "", ""},
       {"P16", "P16/peak/command-per-40/1MB", Times, 8, 3, "", ""},
       {"P16", "P16/peak-with-copies/command-per-40/1MB", Times, 0, 0, "", ""},
+      {"P17", "P17/word-event", Microseconds, 1, 0.2, "", ""},
   };
   for (Mark& mark : hardTextMarks()) marks.push_back(std::move(mark));
   for (const char* name : {"anchor/memcpy/16MB", "anchor/memchr/16MB", "anchor/iconv/16MB",
@@ -149,6 +154,8 @@ std::vector<Mark> allMarks() {
   marks.push_back({"", "anchor/walk-ascending/1000", Nanoseconds, 0, 0, "", ""});
   marks.push_back({"", "anchor/walk-random/1000", Nanoseconds, 0, 0, "", ""});
   marks.push_back({"", "anchor/sort/100000", Milliseconds, 0, 0, "", ""});
+  marks.push_back({"", "anchor/two-threads", Microseconds, 0, 0, "", ""});
+  marks.push_back({"", "anchor/load-libraries", Milliseconds, 0, 0, "", ""});
   return marks;
 }
 
@@ -166,7 +173,10 @@ void Collector::ReportRuns(const std::vector<Run>& runs) {
       continue;
     }
     Measured& measured = m_measured[name];
-    measured.seconds.push_back(run.cpu_accumulated_time / static_cast<double>(run.iterations));
+    // Processor time, unless the workload takes its own.
+    const bool byClock = run.run_name.time_type == "manual_time";
+    const double time = byClock ? run.real_accumulated_time : run.cpu_accumulated_time;
+    measured.seconds.push_back(time / static_cast<double>(run.iterations));
     for (const auto& [counter, value] : run.counters) {
       measured.counters[counter].push_back(value.value);
     }

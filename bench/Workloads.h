@@ -20,6 +20,8 @@ inline constexpr char kUtterance[] = "[[rate 200]]Hello [[emph +]]world[[slnc 30
 static_assert(sizeof kUtterance - 1 == 56);
 
 void registerAnchors();
+// In the library kavrel-bench-channels.
+__attribute__((visibility("default"))) void registerChannels();
 void registerConversions();
 void registerOffsets();
 

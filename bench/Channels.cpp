@@ -1,0 +1,247 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Channels: what the plug-in costs between its client and the engine. The engine behind it is the
+// scripted one, which takes no time of its own worth mentioning; the library that this file is in
+// holds plug-in and scripted engine together and shows neither, so the program may have the real
+// ones beside them.
+//
+// Times that span threads, or begin in the middle of a call, are taken by the clock.
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <cstdio>
+#include <string>
+
+#include <pthread.h>
+
+#include "KavrelSpeechEngine.h"
+#include "ScriptedEngine.h"
+#include "SpeechChannel.h"
+#include "Workloads.h"
+#include "workloads/Prose.h"
+
+namespace bench {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+double secondsBetween(Clock::time_point from, Clock::time_point to) {
+  return std::chrono::duration<double>(to - from).count();
+}
+
+// A moment that one thread notes and another one waits for; one at a time.
+class Moment {
+ public:
+  void note() {
+    m_time = Clock::now();
+    m_noted.store(true, std::memory_order_release);
+    m_noted.notify_one();
+  }
+  // Forgets it again.
+  Clock::time_point take() {
+    m_noted.wait(false, std::memory_order_acquire);
+    m_noted = false;
+    return m_time;
+  }
+
+ private:
+  Clock::time_point m_time;
+  std::atomic<bool> m_noted = false;
+};
+
+class OpenChannel {
+ public:
+  OpenChannel() {
+    scripted::engine().reset();
+    scripted::engine().recordCalls(false);
+    SEOpenSpeechChannel(&m_id);
+    const SpeechDoneProcPtr note = [](SpeechChannel, SRefCon refCon) {
+      static_cast<Moment*>(refCon)->note();
+    };
+    set(soRefCon, &m_done);
+    set(soSpeechDoneCallBack, reinterpret_cast<void*>(note));
+  }
+  ~OpenChannel() { SECloseSpeechChannel(m_id); }
+  OpenChannel(const OpenChannel&) = delete;
+  OpenChannel& operator=(const OpenChannel&) = delete;
+
+  SpeechChannelIdentifier id() const { return m_id; }
+  void set(unsigned long selector, void* value) { SESetSpeechInfo(m_id, selector, value); }
+  bool speak(std::string text) {
+    return SESpeakBuffer(m_id, text.data(), static_cast<long>(text.size()), 0) == noErr;
+  }
+  // When speech-done was called.
+  Clock::time_point waitUntilDone() { return m_done.take(); }
+
+ private:
+  SpeechChannelIdentifier m_id = 0;
+  Moment m_done;
+};
+
+void speakToEngine(benchmark::State& state) {
+  OpenChannel channel;
+  Moment started;
+  scripted::engine().during(scripted::Op::Speak, [&] { started.note(); });
+  while (state.KeepRunning()) {
+    const Clock::time_point asked = Clock::now();
+    if (!channel.speak(kUtterance)) state.SkipWithError("the channel does not speak");
+    state.SetIterationTime(secondsBetween(asked, started.take()));
+    SEStopSpeechAt(channel.id(), kImmediate);
+    channel.waitUntilDone();
+  }
+  scripted::engine().reset();
+}
+
+void endToSpeechDone(benchmark::State& state) {
+  OpenChannel channel;
+  while (state.KeepRunning()) {
+    if (!channel.speak("Hello")) state.SkipWithError("the channel does not speak");
+    const Clock::time_point ended = Clock::now();
+    scripted::engine().port(1).end();
+    state.SetIterationTime(secondsBetween(ended, channel.waitUntilDone()));
+  }
+}
+
+void startDetached(void* (*routine)(void*)) {
+  pthread_t thread;
+  if (pthread_create(&thread, nullptr, routine, nullptr) == 0) pthread_detach(thread);
+}
+
+void chainTwoThreads(benchmark::State& state) {
+  static Moment reached;
+  const auto last = [](void*) -> void* {
+    reached.note();
+    return nullptr;
+  };
+  static void* (*const kLast)(void*) = last;
+  const auto first = [](void*) -> void* {
+    startDetached(kLast);
+    return nullptr;
+  };
+  while (state.KeepRunning()) {
+    const Clock::time_point begun = Clock::now();
+    startDetached(first);
+    state.SetIterationTime(secondsBetween(begun, reached.take()));
+  }
+}
+
+void openAndClose(benchmark::State& state) {
+  scripted::engine().reset();
+  scripted::engine().recordCalls(false);
+  while (state.KeepRunning()) {
+    SpeechChannelIdentifier id = 0;
+    if (SEOpenSpeechChannel(&id) != noErr) state.SkipWithError("no channel opens");
+    SECloseSpeechChannel(id);
+  }
+  scripted::engine().reset();
+}
+
+// What the plug-in makes of a word event, less what the scripted engine takes to say where the word
+// stands.
+class WordReports {
+ public:
+  explicit WordReports(speech_channel* channel) : m_channel(channel) {
+    kavrel_engine_struct* const engine = kavrel_engine_open(nullptr);
+    m_port = kavrel_port_open(engine, nullptr);
+    kavrel_port_set_callback(m_port, measureEvent, KAVREL_EVENT_WORD, this);
+    m_number = scripted::engine().ports();
+  }
+  ~WordReports() { kavrel_port_close(m_port); }
+  WordReports(const WordReports&) = delete;
+  WordReports& operator=(const WordReports&) = delete;
+
+  // Seconds for one event at that place of the channel's text.
+  double at(int place) {
+    scripted::engine().port(m_number).word(place, 5);
+    return m_seconds;
+  }
+
+ private:
+  static constexpr int kBatch = 5000;
+
+  template <typename Work>
+  static double timeOf(Work work) {
+    const Clock::time_point begun = Clock::now();
+    for (int i = 0; i < kBatch; ++i) work();
+    return secondsBetween(begun, Clock::now()) / kBatch;
+  }
+
+  // Inside an event, since there is none outside.
+  static kavrel_result_t measureEvent(kavrel_event_struct* event, kavrel_event_t type, void* user) {
+    auto& self = *static_cast<WordReports*>(user);
+    const double all = timeOf([&] { channel_stream_callback(event, type, self.m_channel); });
+    const double asking = timeOf([&] {
+      int start = 0;
+      int length = 0;
+      kavrel_event_get_textpos(event, &start, &length);
+      benchmark::DoNotOptimize(start);
+    });
+    self.m_seconds = all - asking;
+    return KAVREL_SUCCESS;
+  }
+
+  speech_channel* m_channel;
+  kavrel_port_struct* m_port;
+  int m_number = 0;
+  double m_seconds = 0;
+};
+
+void reportWords(benchmark::State& state) {
+  constexpr int kLength = 10'000;
+  OpenChannel channel;
+  static std::atomic<unsigned long> reached;
+  const SpeechWordProcPtr note = [](SpeechChannel, SRefCon, unsigned long position, UInt16) {
+    reached.store(position, std::memory_order_relaxed);
+  };
+  channel.set(soWordCallBack, reinterpret_cast<void*>(note));
+  if (!channel.speak(workloads::proseWithCommands(kLength, 40))) {
+    state.SkipWithError("the channel does not speak");
+  }
+  WordReports reports(find_channel(channel.id()));
+  int place = 0;
+  while (state.KeepRunning()) {
+    state.SetIterationTime(reports.at(place));
+    place = (place + 7) % kLength;
+  }
+}
+
+// Runs kavrel-bench-load, so that each load is a process's first; seconds, or a negative number.
+double loadInFreshProcess(const std::string& arguments) {
+  FILE* const output = popen(("'" KAVREL_BENCH_LOAD "' " + arguments).c_str(), "r");
+  if (output == nullptr) return -1;
+  double nanoseconds = 0;
+  const bool read = std::fscanf(output, "%lf", &nanoseconds) == 1;
+  return pclose(output) == 0 && read ? nanoseconds / 1e9 : -1;
+}
+
+void load(benchmark::State& state, const std::string& arguments) {
+  while (state.KeepRunning()) {
+    const double seconds = loadInFreshProcess(arguments);
+    if (seconds < 0) {
+      state.SkipWithError("kavrel-bench-load failed");
+      break;
+    }
+    state.SetIterationTime(seconds);
+  }
+}
+
+}  // namespace
+
+void registerChannels() {
+  // Repetitions are counted, since what is measured is a small part of what an iteration takes.
+  const auto add = [](const char* name, std::int64_t iterations, auto workload, auto... arguments) {
+    benchmark::RegisterBenchmark(name, workload, arguments...)
+        ->UseManualTime()
+        ->Iterations(iterations);
+  };
+  add("P9/speak-to-engine/56B", 500, speakToEngine);
+  add("P10/end-to-done", 500, endToSpeechDone);
+  benchmark::RegisterBenchmark("P11/open-close", openAndClose);
+  add("P14/load", 20, load, "'" KAVREL_BENCH_PLUGIN "'");
+  add("P17/word-event", 20, reportWords);
+  add("anchor/two-threads", 500, chainTwoThreads);
+  add("anchor/load-libraries", 20, load, "");
+}
+
+}  // namespace bench
