@@ -7,6 +7,8 @@
 
 #include "diag.h"
 #include "event.h"
+#include "observer.h"
+#include "synthesiser.h"
 
 namespace kavrel {
 
@@ -24,6 +26,12 @@ Place placeFor(kavrel_event_t place) {
   if (place == KAVREL_EVENT_WORD) return Place::Word;
   if (place == KAVREL_EVENT_SENTENCE) return Place::Sentence;
   return Place::Now;
+}
+
+// A handle is a number, not an address, so that no job to come can have it.
+kavrel_background_t handleFor(std::uint64_t number) {
+  // NOLINTNEXTLINE(performance-no-int-to-ptr)
+  return reinterpret_cast<kavrel_background_t>(static_cast<std::uintptr_t>(number));
 }
 
 Job::Job(std::uint64_t number, Request request)
@@ -188,7 +196,7 @@ void Job::finish() {
   m_ending = true;
   m_paused = false;
   if (!finishSink() && !m_failed) fail(m_sink.error());
-  deliver({0, KAVREL_EVENT_END, m_position, 0, {}, false, false});
+  deliver({soundLength(), KAVREL_EVENT_END, m_position, 0, {}, false, false});
   m_over = true;
   m_done.notify_all();
 }
@@ -206,22 +214,37 @@ bool Job::finishSink() {
 void Job::fail(const std::string& message) {
   m_failed = true;
   KAVREL_DIAG("Job", "A job cannot go on: %s", message.c_str());
-  deliver({0, KAVREL_EVENT_ERROR, m_position, 0, message, false, false});
+  deliver({soundLength(), KAVREL_EVENT_ERROR, m_position, 0, message, false, false});
+}
+
+// How long the job's sound is, as far as it has been spoken.
+std::uint64_t Job::soundLength() {
+  return std::max(m_lastSample, std::min(m_sink.heard(), m_timeline.end()));
 }
 
 void Job::deliver(const Entry& entry) {
+  m_lastSample = entry.sample;
   if (entry.type == KAVREL_EVENT_WORD) {
     m_position = entry.start;
     m_wordEnd = entry.start + entry.length;
   }
-  if (m_request.callback == nullptr || (m_request.mask & entry.type) == 0) return;
+  const bool wanted = m_request.callback != nullptr && (m_request.mask & entry.type) != 0;
+  const bool observed = entry.type != KAVREL_EVENT_NONE && isObserved();
+  if (!wanted && !observed) return;
   m_inCallback = true;
   m_callbackBegan = Clock::now();
   {
     const Released released(m_lock);
-    call(entry);
+    if (observed) report(entry);
+    if (wanted) call(entry);
   }
   m_inCallback = false;
+}
+
+void Job::report(const Entry& entry) {
+  const double time = static_cast<double>(entry.sample) / kSampleRate;
+  observe({entry.type, handleFor(m_number), entry.sample, kSampleRate, time, entry.start,
+           entry.length, entry.text.c_str()});
 }
 
 void Job::call(const Entry& entry) {

@@ -27,6 +27,9 @@ enum class Place { Now, Word, Sentence };
 
 Place placeFor(kavrel_event_t place);
 
+// The handle of the job with that number.
+kavrel_background_t handleFor(std::uint64_t number);
+
 class Job {
  public:
   struct Request {
@@ -73,8 +76,10 @@ class Job {
   bool finishSink() REQUIRES(m_lock);
   void fail(const std::string& message) REQUIRES(m_lock);
   void deliver(const Entry& entry) REQUIRES(m_lock);
+  void report(const Entry& entry) EXCLUDES(m_lock);
   void call(const Entry& entry) EXCLUDES(m_lock);
 
+  std::uint64_t soundLength() REQUIRES(m_lock);
   bool isDone() REQUIRES(m_lock);
   std::uint64_t writeTarget() REQUIRES(m_lock);
   Clock::time_point nextDue() REQUIRES(m_lock);
@@ -106,8 +111,9 @@ class Job {
   std::uint64_t m_written GUARDED_BY(m_lock) = 0;  // to the sink
   bool m_allProduced GUARDED_BY(m_lock) = false;
 
-  std::uint32_t m_wordEnd GUARDED_BY(m_lock) = 0;   // of the last word reported
-  std::uint32_t m_position GUARDED_BY(m_lock) = 0;  // of the speech, in the text
+  std::uint64_t m_lastSample GUARDED_BY(m_lock) = 0;  // of the last event
+  std::uint32_t m_wordEnd GUARDED_BY(m_lock) = 0;     // of the last word reported
+  std::uint32_t m_position GUARDED_BY(m_lock) = 0;    // of the speech, in the text
 
   bool m_inCallback GUARDED_BY(m_lock) = false;
   Clock::time_point m_callbackBegan GUARDED_BY(m_lock);

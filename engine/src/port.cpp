@@ -23,12 +23,6 @@ std::uint64_t nextNumber() {
   return ++last;
 }
 
-// A handle is a number, not an address, so that no job to come can have it.
-kavrel_background_t handleFor(std::uint64_t number) {
-  // NOLINTNEXTLINE(performance-no-int-to-ptr)
-  return reinterpret_cast<kavrel_background_t>(static_cast<std::uintptr_t>(number));
-}
-
 std::unique_ptr<Sink> openSink(const PortSettings& settings) {
   if (settings.outputFile.empty()) return std::make_unique<ClockSink>();
   std::string why;
