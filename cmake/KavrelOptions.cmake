@@ -10,6 +10,7 @@ set(KAVREL_BIN_DIR "${PROJECT_BINARY_DIR}/bin")
 # same in the build tree and where the project is installed.
 set(KAVREL_SYNTHESIZERS_SUBDIR "speechmanager/Synthesizers")
 set(KAVREL_VOICES_SUBDIR "speechmanager/Voices")
+set(KAVREL_VOICES_DIR "${PROJECT_BINARY_DIR}/share/${KAVREL_VOICES_SUBDIR}")
 
 find_package(Threads REQUIRED)
 

@@ -57,10 +57,12 @@ const Voice* VoiceCatalogue::find(const VoiceSpec& spec) const {
 }
 
 const Voice* VoiceCatalogue::defaultVoice() const {
-  const auto found = std::find_if(m_voices.begin(), m_voices.end(), [](const Voice& voice) {
-    return voice.description.gender == kMale && voice.locale.starts_with("en_");
-  });
-  if (found != m_voices.end()) return &*found;
+  for (const std::string_view locale : {"en_US", "en_"}) {
+    const auto found = std::find_if(m_voices.begin(), m_voices.end(), [locale](const Voice& voice) {
+      return voice.description.gender == kMale && voice.locale.starts_with(locale);
+    });
+    if (found != m_voices.end()) return &*found;
+  }
   return m_voices.empty() ? nullptr : &m_voices.front();
 }
 

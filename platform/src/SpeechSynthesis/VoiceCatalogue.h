@@ -53,7 +53,8 @@ class VoiceCatalogue {
   // Null: there is no such voice.
   const Voice* find(const VoiceSpec& spec) const;
 
-  // The first male voice that speaks English, else the first; null without voices.
+  // The first male voice that speaks American English, else any English, else the first voice;
+  // null without voices.
   const Voice* defaultVoice() const;
 
  private:

@@ -126,7 +126,7 @@ struct LocaleCodes {
 };
 
 // The platform's codes of languages and regions.
-constexpr std::array<LocaleCodes, 16> kLocaleCodes = {{{"en_US", langEnglish, verUS},
+constexpr std::array<LocaleCodes, 17> kLocaleCodes = {{{"en_US", langEnglish, verUS},
                                                        {"en_GB", langEnglish, verBritain},
                                                        {"fr_FR", 1, 1},
                                                        {"de_DE", 2, 3},
@@ -136,6 +136,7 @@ constexpr std::array<LocaleCodes, 16> kLocaleCodes = {{{"en_US", langEnglish, ve
                                                        {"es_ES", 6, 8},
                                                        {"da_DK", 7, 9},
                                                        {"pt_PT", 8, 10},
+                                                       {"pt_BR", 8, 71},
                                                        {"nb_NO", 9, 12},
                                                        {"fi_FI", 13, 17},
                                                        {"is_IS", 15, 21},
