@@ -1,0 +1,164 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+//
+// kavrel-pitch: how the pitch of the voices follows the synthesiser's settings.
+//
+//   kavrel-pitch FOLDER
+//
+// Speaks plain statements in its language with every voice in the folder, at the lowest, the middle
+// and the highest setting of pitch and of range. Prints a line for each voice: what belongs behind
+// PITCH and REACH in voices/Voices.cmake, and how far the worst of the nine medians is from the
+// formula. What the voice's own file says of its pitch does not matter. Results: 0; 1 when a voice
+// cannot be spoken with or has no pitch; 2 for wrong usage.
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <filesystem>
+#include <span>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "acoustics/Pitch.h"
+#include "languages/Languages.h"
+#include "synthesiser.h"
+#include "voice.h"
+
+namespace {
+
+constexpr std::array kSettings = {0, 50, 99};
+
+struct Measurement {
+  int pitch = 0;
+  int range = 0;
+  double hertz = 0;
+};
+
+// median = values[0] + values[1] * range + values[2] * 2^(pitch / 50)
+struct Fit {
+  static constexpr std::size_t kCount = 3;
+  using Row = std::array<double, kCount>;
+
+  Row values{};
+
+  static Row factorsOf(const Measurement& at) {
+    return {1, static_cast<double>(at.range), std::exp2(at.pitch / 50.0)};
+  }
+  double medianAt(const Measurement& at) const {
+    const Row factors = factorsOf(at);
+    return values[0] * factors[0] + values[1] * factors[1] + values[2] * factors[2];
+  }
+};
+
+class Recorder : public kavrel::SynthesisListener {
+ public:
+  void onMark(int, std::uint64_t) override {}
+  void onPhone(std::string_view, std::uint64_t) override {}
+  void onSamples(std::span<const std::int16_t> samples) override {
+    m_samples.insert(m_samples.end(), samples.begin(), samples.end());
+  }
+  bool cancelled() const override { return false; }
+
+  std::span<const std::int16_t> samples() const { return m_samples; }
+
+ private:
+  std::vector<std::int16_t> m_samples;
+};
+
+std::wstring statementsFor(const kavrel::Voice& voice) {
+  const std::string name = voice.synthesiserName();
+  const std::string_view language = std::string_view(name).substr(0, name.find('+'));
+  for (const languages::Language& known : languages::all()) {
+    if (known.synthesiser != language) continue;
+    const std::u32string characters = languages::charactersOf(known.plain);
+    return {characters.begin(), characters.end()};
+  }
+  throw std::runtime_error("there is no text in the language of " + voice.name());
+}
+
+double medianAt(const kavrel::Voice& voice, int pitch, int range) {
+  kavrel::Synthesiser::Input input;
+  input.text = statementsFor(voice);
+  input.settings.pitch = pitch;
+  input.settings.range = range;
+  Recorder recorder;
+  std::string why;
+  if (!kavrel::Synthesiser::shared().speak(input, voice, recorder, why)) {
+    throw std::runtime_error(voice.name() + ": " + why);
+  }
+  const double hertz =
+      acoustics::medianPitch({recorder.samples(), static_cast<double>(kavrel::kSampleRate)});
+  if (hertz <= 0) throw std::runtime_error(voice.name() + " has no pitch");
+  return hertz;
+}
+
+// Solves the normal equations of the least squares of the relative errors.
+Fit fit(std::span<const Measurement> measurements) {
+  constexpr std::size_t kCount = Fit::kCount;
+  std::array<std::array<double, kCount + 1>, kCount> rows{};
+  for (const Measurement& measurement : measurements) {
+    const Fit::Row factors = Fit::factorsOf(measurement);
+    const double weight = 1 / (measurement.hertz * measurement.hertz);
+    for (std::size_t i = 0; i < kCount; ++i) {
+      for (std::size_t j = 0; j < kCount; ++j) rows[i][j] += weight * factors[i] * factors[j];
+      rows[i][kCount] += weight * factors[i] * measurement.hertz;
+    }
+  }
+  for (std::size_t i = 0; i < kCount; ++i) {
+    for (std::size_t other = 0; other < kCount; ++other) {
+      if (other == i) continue;
+      const double times = rows[other][i] / rows[i][i];
+      for (std::size_t j = i; j <= kCount; ++j) rows[other][j] -= times * rows[i][j];
+    }
+  }
+  Fit found;
+  for (std::size_t i = 0; i < kCount; ++i) found.values[i] = rows[i][kCount] / rows[i][i];
+  return found;
+}
+
+void measure(const kavrel::Voice& voice) {
+  std::vector<Measurement> measurements;
+  for (const int pitch : kSettings) {
+    for (const int range : kSettings) {
+      measurements.push_back({pitch, range, medianAt(voice, pitch, range)});
+    }
+  }
+  const Fit found = fit(measurements);
+  double worst = 0;
+  for (const Measurement& measurement : measurements) {
+    worst = std::max(worst, std::abs(found.medianAt(measurement) / measurement.hertz - 1));
+  }
+  std::printf("%-10s PITCH %.1f %.3f %.1f REACH %.0f %.0f  off by %.1f %%\n", voice.name().c_str(),
+              found.values[0], found.values[1], found.values[2], found.medianAt({0, 50, 0}),
+              found.medianAt({99, 50, 0}), 100 * worst);
+}
+
+void measureAll(const std::filesystem::path& folder) {
+  std::vector<std::filesystem::path> bundles;
+  for (const auto& entry : std::filesystem::directory_iterator(folder)) bundles.push_back(entry);
+  std::sort(bundles.begin(), bundles.end());
+  for (const auto& bundle : bundles) {
+    std::string why;
+    const kavrel::Voice* const voice = kavrel::loadVoice(bundle.string(), why);
+    if (voice == nullptr) throw std::runtime_error(why);
+    measure(*voice);
+  }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc != 2) {
+    std::fputs("usage: kavrel-pitch FOLDER\n", stderr);
+    return 2;
+  }
+  try {
+    measureAll(argv[1]);
+    return 0;
+  } catch (const std::exception& failure) {
+    std::fprintf(stderr, "kavrel-pitch: %s\n", failure.what());
+    return 1;
+  }
+}
