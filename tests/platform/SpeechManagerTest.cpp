@@ -154,9 +154,10 @@ TEST(Voices, AreCountedFromOne) {
   ASSERT_EQ(CountVoices(&count), noErr);
   ASSERT_GE(count, 3);
   VoiceSpec voice{};
-  EXPECT_EQ(GetIndVoice(1, &voice), noErr);
-  EXPECT_EQ(OSType{voice.id}, kCorin.id);
-  EXPECT_EQ(GetIndVoice(count, &voice), noErr);
+  for (const SInt16 index : {SInt16{1}, count}) {
+    EXPECT_EQ(GetIndVoice(index, &voice), noErr);
+    EXPECT_EQ(GetVoiceDescription(&voice, nullptr, 0), noErr);
+  }
 
   VoiceSpec untouched = {1, 2};
   for (const int index : {0, -1, count + 1, 32767}) {

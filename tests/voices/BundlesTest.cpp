@@ -45,7 +45,7 @@ std::vector<Found> allVoices() {
 
 }  // namespace
 
-TEST(Voices, AreAManAndAWomanForEachLocale) {
+TEST(ProjectVoices, AreAManAndAWomanForEachLocale) {
   std::map<std::string, std::multiset<SInt16>> genders;
   for (const Found& voice : allVoices()) genders[voice.locale].insert(voice.description.gender);
   EXPECT_EQ(genders.size(), languages::all().size());
@@ -59,7 +59,7 @@ TEST(Voices, AreAManAndAWomanForEachLocale) {
   }
 }
 
-TEST(Voices, HaveTheCodesOfTheirLanguageAndRegion) {
+TEST(ProjectVoices, HaveTheCodesOfTheirLanguageAndRegion) {
   const std::map<std::string, std::pair<int, int>> codes = {
       {"en_US", {0, 0}},  {"en_GB", {0, 2}},  {"fr_FR", {1, 1}},  {"de_DE", {2, 3}},
       {"it_IT", {3, 4}},  {"nl_NL", {4, 5}},  {"sv_SE", {5, 7}},  {"es_ES", {6, 8}},
@@ -76,7 +76,7 @@ TEST(Voices, HaveTheCodesOfTheirLanguageAndRegion) {
   }
 }
 
-TEST(Voices, HaveNumbersThatTheirRegionAndGenderGive) {
+TEST(ProjectVoices, HaveNumbersThatTheirRegionAndGenderGive) {
   for (const Found& voice : allVoices()) {
     const VoiceDescription& description = voice.description;
     const int place = description.gender == kMale ? 1 : description.gender == kFemale ? 2 : 3;
@@ -86,7 +86,7 @@ TEST(Voices, HaveNumbersThatTheirRegionAndGenderGive) {
   }
 }
 
-TEST(Voices, HaveNamesAndSentencesOfTheirOwn) {
+TEST(ProjectVoices, HaveNamesAndSentencesOfTheirOwn) {
   std::set<std::string> names;
   std::set<std::string> sentences;
   for (const Found& voice : allVoices()) {
@@ -98,7 +98,7 @@ TEST(Voices, HaveNamesAndSentencesOfTheirOwn) {
   EXPECT_EQ(sentences.size(), allVoices().size());
 }
 
-TEST(Voices, HaveSentencesInMacOSRoman) {
+TEST(ProjectVoices, HaveSentencesInMacOSRoman) {
   for (const Found& voice : allVoices()) {
     if (textOf(voice.description.name) != "Roswitha") continue;
     EXPECT_EQ(textOf(voice.description.comment).substr(0, 18), "Stell die Sch\x9Fssel");
@@ -107,7 +107,7 @@ TEST(Voices, HaveSentencesInMacOSRoman) {
   ADD_FAILURE() << "there is no Roswitha";
 }
 
-TEST(Voices, AreSpokenByAnAmericanManWithoutAChoice) {
+TEST(ProjectVoices, AreSpokenByAnAmericanManWithoutAChoice) {
   VoiceDescription description{};
   ASSERT_EQ(GetVoiceDescription(nullptr, &description, sizeof description), noErr);
   EXPECT_EQ(textOf(description.name), "Corin");
