@@ -1,14 +1,16 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 /*
  * A host that knows nothing of us: loads the plug-in named on its command line as a plain C program
- * would, and calls every entry point with null and unknown arguments.
+ * would, and calls every entry point with null and unknown arguments, of channels that are open,
+ * were open, and never were.
  */
 #include <dlfcn.h>
+#include <sched.h>
 #include <stddef.h>
 #include <stdio.h>
+#include <time.h>
 
-enum { noErr = 0, paramErr = -50, noSynthFound = -240 };
-#define NOBODY 12345
+enum { noErr = 0, paramErr = -50, noSynthFound = -240, synthNotReady = -242 };
 
 static int failures = 0;
 
@@ -16,6 +18,13 @@ static void expect(const char* what, long actual, long expected) {
   if (actual == expected) return;
   fprintf(stderr, "%s answers %ld, not %ld\n", what, actual, expected);
   failures++;
+}
+
+/* Four characters as a number. */
+static unsigned long code(const char* text) {
+  unsigned long value = 0;
+  for (int i = 0; i < 4; ++i) value = value << 8 | (unsigned char)text[i];
+  return value;
 }
 
 static void* look_up(void* plugin, const char* name) {
@@ -27,54 +36,106 @@ static void* look_up(void* plugin, const char* name) {
   return found;
 }
 
+struct entry_points {
+  long (*open)(int*);
+  long (*close)(int);
+  long (*status)(int, void*);
+  long (*stop)(int, unsigned long);
+  long (*pause)(int, unsigned long);
+  long (*resume)(int);
+  long (*phonemes)(int, char*, long, void**, long*);
+  long (*dictionary)(int, void*, long);
+  long (*speak)(int, char*, long, long);
+  long (*get)(int, unsigned long, void*);
+  long (*set)(int, unsigned long, void*);
+  long (*voice)(int, void*, void*);
+};
+
+static void call_with_an_unknown_channel(const struct entry_points* se, int unknown) {
+  expect("SECloseSpeechChannel", se->close(unknown), noSynthFound);
+  expect("SESpeechStatus", se->status(unknown, NULL), noSynthFound);
+  expect("SEStopSpeechAt", se->stop(unknown, 0), noSynthFound);
+  expect("SEPauseSpeechAt", se->pause(unknown, 0), noSynthFound);
+  expect("SEContinueSpeech", se->resume(unknown), noSynthFound);
+  expect("SETextToPhonemes", se->phonemes(unknown, NULL, 0, NULL, NULL), noSynthFound);
+  expect("SEUseDictionary", se->dictionary(unknown, NULL, 0), noSynthFound);
+  expect("SESpeakBuffer", se->speak(unknown, NULL, 0, 0), noSynthFound);
+  expect("SEGetSpeechInfo", se->get(unknown, 0, NULL), noSynthFound);
+  expect("SESetSpeechInfo", se->set(unknown, 0, NULL), noSynthFound);
+  expect("SEUseVoice", se->voice(unknown, NULL, NULL), noSynthFound);
+}
+
+static void call_with_null_arguments(const struct entry_points* se, int channel) {
+  expect("SESpeechStatus without a record", se->status(channel, NULL), paramErr);
+  expect("SETextToPhonemes", se->phonemes(channel, NULL, -1, NULL, NULL), noErr);
+  expect("SEUseDictionary", se->dictionary(channel, NULL, -1), noErr);
+  expect("SEUseVoice without voice and bundle", se->voice(channel, NULL, NULL), noErr);
+  expect("SEGetSpeechInfo without a place", se->get(channel, 0, NULL), paramErr);
+  expect("SESetSpeechInfo of an unknown selector", se->set(channel, 0, NULL), noErr);
+  static const char* const callbacks[] = {"tdcb", "sdcb", "sycb", "ercb", "phcb",
+                                          "wdcb", "refc", "opaf", "cpos", "rset"};
+  for (size_t i = 0; i < sizeof callbacks / sizeof *callbacks; ++i) {
+    expect(callbacks[i], se->set(channel, code(callbacks[i]), NULL), noErr);
+  }
+}
+
+/* A channel that speaks nothing goes through its states all the same. */
+static void call_without_text(const struct entry_points* se, int channel) {
+  const unsigned long nowhere = 99;
+  expect("SEStopSpeechAt of nothing", se->stop(channel, nowhere), noErr);
+  expect("SEContinueSpeech of nothing", se->resume(channel), noErr);
+  expect("SEPauseSpeechAt of nothing", se->pause(channel, nowhere), -1);
+  expect("SEPauseSpeechAt again", se->pause(channel, nowhere), noErr);
+  expect("SESpeakBuffer while paused", se->speak(channel, NULL, 0, -1), synthNotReady);
+  expect("SEContinueSpeech", se->resume(channel), -1);
+  expect("SEStopSpeechAt", se->stop(channel, nowhere), noErr);
+  /* The end of what was stopped is told on a thread of its own. */
+  long spoken = synthNotReady;
+  for (time_t begun = time(NULL); spoken == synthNotReady && time(NULL) - begun < 20;) {
+    spoken = se->speak(channel, NULL, 4, 0);
+    sched_yield();
+  }
+  expect("SESpeakBuffer of no text", spoken, noErr);
+  expect("SEStopSpeechAt of no text", se->stop(channel, nowhere), noErr);
+}
+
 int main(int argc, char** argv) {
   void* plugin = argc == 2 ? dlopen(argv[1], RTLD_NOW | RTLD_LOCAL) : NULL;
   if (plugin == NULL) {
     fprintf(stderr, "cannot load the plug-in: %s\n", argc == 2 ? dlerror() : "none is named");
     return 1;
   }
-  long (*open)(int*) = (long (*)(int*))look_up(plugin, "SEOpenSpeechChannel");
-  long (*close)(int) = (long (*)(int))look_up(plugin, "SECloseSpeechChannel");
-  long (*status)(int, void*) = (long (*)(int, void*))look_up(plugin, "SESpeechStatus");
-  long (*stop)(int, unsigned long) =
-      (long (*)(int, unsigned long))look_up(plugin, "SEStopSpeechAt");
-  long (*pause)(int, unsigned long) =
-      (long (*)(int, unsigned long))look_up(plugin, "SEPauseSpeechAt");
-  long (*resume)(int) = (long (*)(int))look_up(plugin, "SEContinueSpeech");
-  long (*phonemes)(int, char*, long, void**, long*) =
-      (long (*)(int, char*, long, void**, long*))look_up(plugin, "SETextToPhonemes");
-  long (*dictionary)(int, void*, long) =
-      (long (*)(int, void*, long))look_up(plugin, "SEUseDictionary");
-  long (*speak)(int, char*, long, long) =
-      (long (*)(int, char*, long, long))look_up(plugin, "SESpeakBuffer");
-  long (*get)(int, unsigned long, void*) =
-      (long (*)(int, unsigned long, void*))look_up(plugin, "SEGetSpeechInfo");
-  long (*set)(int, unsigned long, void*) =
-      (long (*)(int, unsigned long, void*))look_up(plugin, "SESetSpeechInfo");
-  long (*voice)(int, void*, void*) = (long (*)(int, void*, void*))look_up(plugin, "SEUseVoice");
+  const struct entry_points se = {
+      (long (*)(int*))look_up(plugin, "SEOpenSpeechChannel"),
+      (long (*)(int))look_up(plugin, "SECloseSpeechChannel"),
+      (long (*)(int, void*))look_up(plugin, "SESpeechStatus"),
+      (long (*)(int, unsigned long))look_up(plugin, "SEStopSpeechAt"),
+      (long (*)(int, unsigned long))look_up(plugin, "SEPauseSpeechAt"),
+      (long (*)(int))look_up(plugin, "SEContinueSpeech"),
+      (long (*)(int, char*, long, void**, long*))look_up(plugin, "SETextToPhonemes"),
+      (long (*)(int, void*, long))look_up(plugin, "SEUseDictionary"),
+      (long (*)(int, char*, long, long))look_up(plugin, "SESpeakBuffer"),
+      (long (*)(int, unsigned long, void*))look_up(plugin, "SEGetSpeechInfo"),
+      (long (*)(int, unsigned long, void*))look_up(plugin, "SESetSpeechInfo"),
+      (long (*)(int, void*, void*))look_up(plugin, "SEUseVoice"),
+  };
   if (failures > 0) return 1;
 
-  expect("SEOpenSpeechChannel", open(NULL), paramErr);
-  expect("SECloseSpeechChannel", close(NOBODY), noSynthFound);
-  expect("SESpeechStatus", status(NOBODY, NULL), noSynthFound);
-  expect("SEStopSpeechAt", stop(NOBODY, 0), noSynthFound);
-  expect("SEPauseSpeechAt", pause(NOBODY, 0), noSynthFound);
-  expect("SEContinueSpeech", resume(NOBODY), noSynthFound);
-  expect("SETextToPhonemes", phonemes(NOBODY, NULL, 0, NULL, NULL), noSynthFound);
-  expect("SEUseDictionary", dictionary(NOBODY, NULL, 0), noSynthFound);
-  expect("SESpeakBuffer", speak(NOBODY, NULL, 0, 0), noSynthFound);
-  expect("SEGetSpeechInfo", get(NOBODY, 0, NULL), noSynthFound);
-  expect("SESetSpeechInfo", set(NOBODY, 0, NULL), noSynthFound);
-  expect("SEUseVoice", voice(NOBODY, NULL, NULL), noSynthFound);
-
+  static const int unknown[] = {12345, 0, -1, -2147483647 - 1, 2147483647};
+  for (size_t i = 0; i < sizeof unknown / sizeof *unknown; ++i) {
+    call_with_an_unknown_channel(&se, unknown[i]);
+  }
+  expect("SEOpenSpeechChannel", se.open(NULL), paramErr);
   int channel = 0;
-  expect("SEOpenSpeechChannel", open(&channel), noErr);
+  expect("SEOpenSpeechChannel", se.open(&channel), noErr);
   expect("the first identifier", channel, 1);
-  expect("SESpeechStatus without a record", status(channel, NULL), paramErr);
-  expect("SEGetSpeechInfo without a place", get(channel, 0, NULL), paramErr);
-  expect("SESetSpeechInfo of an unknown selector", set(channel, 0, NULL), noErr);
-  expect("SECloseSpeechChannel", close(channel), noErr);
-  expect("SECloseSpeechChannel again", close(channel), noSynthFound);
+  call_with_null_arguments(&se, channel);
+  int other = 0;
+  expect("SEOpenSpeechChannel", se.open(&other), noErr);
+  expect("the second identifier", other, 2);
+  call_without_text(&se, other);
+  expect("SECloseSpeechChannel", se.close(channel), noErr);
+  call_with_an_unknown_channel(&se, channel);
   dlclose(plugin);
   return failures > 0;
 }
