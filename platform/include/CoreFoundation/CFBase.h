@@ -19,6 +19,10 @@
 
 #include <MacTypes.h>
 
+#ifndef __cplusplus
+#include <stdbool.h> /* clients write true and false for a Boolean */
+#endif
+
 #ifdef __cplusplus
 extern "C" {
 #endif

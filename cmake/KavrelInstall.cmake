@@ -1,0 +1,59 @@
+# SPDX-License-Identifier: Apache-2.0
+#
+# What is installed beside the targets' own rules: what other projects need in order to build against
+# the libraries, the licences, and the Debian package. Nothing that is installed names the prefix, so
+# that `cmake --install --prefix` and a move of the whole installation work.
+
+include(CMakePackageConfigHelpers)
+
+# The way from one installed folder to another.
+file(RELATIVE_PATH KAVREL_PREFIX_FROM_PKGCONFIG
+  "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig" "${CMAKE_INSTALL_PREFIX}")
+foreach(library speechmanager kavrel)
+  configure_file("${PROJECT_SOURCE_DIR}/packaging/${library}.pc.in"
+    "${PROJECT_BINARY_DIR}/packaging/${library}.pc" @ONLY)
+  install(FILES "${PROJECT_BINARY_DIR}/packaging/${library}.pc"
+    DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+endforeach()
+
+set(cmake_dir "${CMAKE_INSTALL_LIBDIR}/cmake/SpeechManager")
+configure_package_config_file("${PROJECT_SOURCE_DIR}/packaging/SpeechManagerConfig.cmake.in"
+  "${PROJECT_BINARY_DIR}/packaging/SpeechManagerConfig.cmake"
+  INSTALL_DESTINATION "${cmake_dir}"
+  PATH_VARS CMAKE_INSTALL_INCLUDEDIR CMAKE_INSTALL_LIBDIR)
+write_basic_package_version_file(
+  "${PROJECT_BINARY_DIR}/packaging/SpeechManagerConfigVersion.cmake"
+  COMPATIBILITY SameMajorVersion)
+install(FILES
+  "${PROJECT_BINARY_DIR}/packaging/SpeechManagerConfig.cmake"
+  "${PROJECT_BINARY_DIR}/packaging/SpeechManagerConfigVersion.cmake"
+  DESTINATION "${cmake_dir}")
+
+install(FILES
+  "${PROJECT_SOURCE_DIR}/README.md"
+  "${PROJECT_SOURCE_DIR}/CHANGELOG.md"
+  "${PROJECT_SOURCE_DIR}/packaging/copyright"
+  DESTINATION "${CMAKE_INSTALL_DOCDIR}")
+install(FILES
+  "${PROJECT_SOURCE_DIR}/LICENSE-Apache-2.0"
+  "${PROJECT_SOURCE_DIR}/LICENSE-GPL-3.0"
+  DESTINATION "${CMAKE_INSTALL_DOCDIR}")
+
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_NAME kavrel-speech)
+set(CPACK_PACKAGE_VENDOR "The Kavrel Speech developers")
+set(CPACK_PACKAGE_CONTACT "The Kavrel Speech developers <kavrel-speech@example.org>")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Speech Synthesis Manager with a speech engine plug-in")
+string(CONCAT CPACK_PACKAGE_DESCRIPTION
+  "Speaks texts with embedded commands ([[rate 200]], [[emph +]]) aloud or to a\n"
+  "sound file, and tells where in the text each word is. Holds the command line\n"
+  "kavrel-say, the Speech Synthesis Manager's C interface for other programs, the\n"
+  "engine plug-in and its voices.")
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_PACKAGE_DIRECTORY "${PROJECT_BINARY_DIR}/packages")
+set(CPACK_STRIP_FILES ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_SECTION sound)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS "${KAVREL_LIB_DIR}")
+include(CPack)
