@@ -106,6 +106,8 @@ KAVREL_API const char* kavrel_strerror(kavrel_result_t result);
  *    opened, any other text when it is first needed.
  *
  * Of a port:
+ *  - "audio/device", a string: name of the sound device that the port's jobs are heard on, as
+ *    kavrel_audio_devices tells it; "" is the default device, which may change while a job speaks.
  *  - "audio/output-file", a string: path of the file that every job of the port is written to,
  *    instead of the sound output. A new job overwrites the file, which keeps what it holds
  *    until the job has sound, or is over without.
@@ -113,6 +115,7 @@ KAVREL_API const char* kavrel_strerror(kavrel_result_t result);
  *  - "events/immediate", an integer. 1: events come as the sound is produced, 0: as it is heard.
  *    File output always has them as the sound is produced. */
 #define KAVREL_KEY_CACHE_POLICY "voice/cache-policy"
+#define KAVREL_KEY_AUDIO_DEVICE "audio/device"
 #define KAVREL_KEY_OUTPUT_FILE "audio/output-file"
 #define KAVREL_KEY_OUTPUT_FORMAT "audio/output-format"
 #define KAVREL_KEY_EVENTS_IMMEDIATE "events/immediate"
@@ -172,6 +175,27 @@ KAVREL_API kavrel_result_t kavrel_port_set_callback(kavrel_port_struct* port,
  * wrong, when the folder holds no usable voice; the port keeps the voice it had.  [any] */
 KAVREL_API kavrel_voice_struct* kavrel_port_set_voice_from_dir(kavrel_port_struct* port,
                                                                const char* directory);
+
+/* ---- Sound output --------------------------------------------------------------------------
+
+   A job without an output file is heard on a sound device. It holds the device from its first sound
+   to its END. Where there is no device, or none of the name that is asked for, or it is lost on the
+   way, the job goes on in silence: it takes the same time and sends the same events, and one
+   diagnostic line tells of it. The next job tries the device again.
+
+   With the environment variable KAVREL_AUDIO set to "none", which is read once, no device is ever
+   used, and nothing is said of it. */
+
+/* Receives one device: its name for KAVREL_KEY_AUDIO_DEVICE, a description for people (both UTF-8,
+ * there only during the call), and 1 for a default device, else 0. */
+typedef void (*kavrel_device_callback_t)(const char* name, const char* description, int is_default,
+                                         void* user);
+
+/* Calls `callback` on the calling thread once for every sound device that jobs can be heard on now.
+ * Takes some milliseconds.
+ * Results: the number of devices, 0 when there is no sound output; KAVREL_INVALID_POINTER
+ * (callback), KAVREL_INTERNAL_ERROR (memory is out).  [any] */
+KAVREL_API int kavrel_audio_devices(kavrel_device_callback_t callback, void* user);
 
 /* ---- Jobs ---------------------------------------------------------------------------------- */
 

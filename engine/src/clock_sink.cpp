@@ -2,40 +2,16 @@
 #include "clock_sink.h"
 
 #include <algorithm>
-#include <atomic>
 
-#include "diag.h"
-#include "synthesiser.h"
+#include "sample_time.h"
 
 namespace kavrel {
 
 namespace {
 
-using std::chrono::nanoseconds;
-using std::chrono::seconds;
-
-constexpr std::uint64_t kNanoseconds = 1'000'000'000;
 constexpr std::uint64_t kLead = kSampleRate / 2;
 
-std::uint64_t samplesIn(Clock::duration time) {
-  const auto whole = std::chrono::floor<seconds>(time);
-  const auto rest = static_cast<std::uint64_t>(nanoseconds(time - whole).count());
-  return static_cast<std::uint64_t>(whole.count()) * kSampleRate +
-         rest * kSampleRate / kNanoseconds;
-}
-
-// Rounded up, so that samplesIn() of the result is not less than `samples`.
-Clock::duration timeOf(std::uint64_t samples) {
-  const std::uint64_t rest = samples % kSampleRate * kNanoseconds;
-  return seconds(samples / kSampleRate) + nanoseconds((rest + kSampleRate - 1) / kSampleRate);
-}
-
 }  // namespace
-
-ClockSink::ClockSink() : m_since(Clock::now()) {
-  static std::atomic<bool> said = false;
-  if (!said.exchange(true)) KAVREL_DIAG("ClockSink", "No sound device; speaking in silence.");
-}
 
 bool ClockSink::write(std::span<const std::int16_t> /*samples*/) {
   return true;

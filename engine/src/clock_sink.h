@@ -10,7 +10,11 @@ namespace kavrel {
 
 class ClockSink final : public Sink {
  public:
-  ClockSink();
+  ClockSink() = default;
+
+  // Goes on from where another sink stands.
+  ClockSink(std::uint64_t heard, std::uint64_t written, bool paused)
+      : m_base(heard), m_written(written), m_paused(paused) {}
 
   bool write(std::span<const std::int16_t> samples) override;
   void advance(std::uint64_t count) override;
@@ -27,7 +31,7 @@ class ClockSink final : public Sink {
 
   // m_base had been heard at m_since; from then on time counts, unless it is paused.
   std::uint64_t m_base = 0;
-  Clock::time_point m_since;
+  Clock::time_point m_since = Clock::now();
   std::uint64_t m_written = 0;
   bool m_paused = false;
 };

@@ -98,7 +98,7 @@ void Job::findCut() {
   if (!m_cut.has_value() || m_cut->sample >= m_written) return;
   m_written = m_sink.takeBack(m_cut->sample);
   // What has been heard meanwhile has been heard.
-  m_cut->sample = std::max(m_cut->sample, m_written);
+  m_cut->sample = std::max(m_cut->sample, m_sink.heard());
 }
 
 bool Job::isCut() {

@@ -9,7 +9,9 @@
 #include <new>
 #include <string>
 #include <string_view>
+#include <vector>
 
+#include "device.h"
 #include "diag.h"
 #include "event.h"
 #include "params.h"
@@ -121,6 +123,20 @@ kavrel_voice_struct* kavrel_port_set_voice_from_dir(kavrel_port_struct* port,
   } catch (...) {
     KAVREL_DIAG("Voice", "Cannot load a voice: memory is out");
     return nullptr;
+  }
+}
+
+int kavrel_audio_devices(kavrel_device_callback_t callback, void* user) {
+  if (callback == nullptr) return KAVREL_INVALID_POINTER;
+  if (!kavrel::soundOutputIsWanted()) return 0;
+  try {
+    const std::vector<kavrel::SoundDevice> devices = kavrel::soundDevices();
+    for (const kavrel::SoundDevice& device : devices) {
+      callback(device.name.c_str(), device.description.c_str(), device.isDefault ? 1 : 0, user);
+    }
+    return static_cast<int>(devices.size());
+  } catch (...) {
+    return KAVREL_INTERNAL_ERROR;
   }
 }
 

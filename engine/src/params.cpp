@@ -11,9 +11,9 @@
 
 namespace {
 
-constexpr std::array<std::string_view, 4> kKnownKeys{
-    KAVREL_KEY_CACHE_POLICY, KAVREL_KEY_OUTPUT_FILE, KAVREL_KEY_OUTPUT_FORMAT,
-    KAVREL_KEY_EVENTS_IMMEDIATE};
+constexpr std::array<std::string_view, 5> kKnownKeys{
+    KAVREL_KEY_CACHE_POLICY, KAVREL_KEY_AUDIO_DEVICE, KAVREL_KEY_OUTPUT_FILE,
+    KAVREL_KEY_OUTPUT_FORMAT, KAVREL_KEY_EVENTS_IMMEDIATE};
 constexpr std::uint8_t kOtherKey = 0xFF;
 
 std::uint8_t indexOfKey(std::string_view key) {
@@ -158,6 +158,7 @@ kavrel_result_t kavrel_params_set_val(kavrel_params* params, const char* key, ka
 namespace kavrel {
 
 void PortSettings::apply(const kavrel_params* params) {
+  if (const char* const device = findText(params, KAVREL_KEY_AUDIO_DEVICE)) audioDevice = device;
   if (const char* const file = findText(params, KAVREL_KEY_OUTPUT_FILE)) outputFile = file;
   if (const char* const format = findText(params, KAVREL_KEY_OUTPUT_FORMAT)) outputFormat = format;
   const kavrel_val* const immediate = find(params, KAVREL_KEY_EVENTS_IMMEDIATE);

@@ -14,7 +14,8 @@ namespace kavrel {
 
 // What the engine reads from a port's parameters.
 struct PortSettings {
-  std::string outputFile;  // empty: the sound output
+  std::string audioDevice;  // empty: the default one
+  std::string outputFile;   // empty: the sound output
   std::string outputFormat = "aiff";
   bool eventsImmediate = false;
 

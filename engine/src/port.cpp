@@ -10,6 +10,8 @@
 #include <pthread.h>
 
 #include "clock_sink.h"
+#include "device.h"
+#include "device_sink.h"
 #include "diag.h"
 #include "file_sink.h"
 #include "voice.h"
@@ -24,7 +26,10 @@ std::uint64_t nextNumber() {
 }
 
 std::unique_ptr<Sink> openSink(const PortSettings& settings) {
-  if (settings.outputFile.empty()) return std::make_unique<ClockSink>();
+  if (settings.outputFile.empty()) {
+    if (!soundOutputIsWanted()) return std::make_unique<ClockSink>();
+    return std::make_unique<DeviceSink>(settings.audioDevice);
+  }
   std::string why;
   std::unique_ptr<FileSink> sink;
   if (settings.outputFormat == "aiff") {

@@ -40,8 +40,9 @@ class Sink {
   virtual void pause() = 0;
   virtual void resume() = 0;
 
-  // Takes back what was written from `position` on, if it has not been heard; it may be written
-  // again. The new end of what is written is the result.
+  // Takes back what was written from `position` on, as far as the sink can; it may be written
+  // again. The new end of what is written is the result. It may lie behind `position` even if that
+  // has not been heard; a pause there then holds what is left.
   virtual std::uint64_t takeBack(std::uint64_t position) = 0;
 
   // Nothing more comes. False, with a message in error(), when what was written is not safe.
