@@ -37,12 +37,13 @@ bool isAscii(char c) {
 
 }  // namespace
 
-SpokenText::SpokenText(std::string given) : m_given(std::move(given)) {
+SpokenText::SpokenText(std::string given, Brackets brackets) : m_given(std::move(given)) {
   if (m_given.size() > kLongestText) throw Failure(kTooLong);
   m_macRoman.reserve(m_given.size());
   m_origins.reserve(m_given.size() + 1);
   MacRomanEncoder encoder;
   for (std::size_t at = 0; at < m_given.size();) at += appendNext(encoder, at);
+  if (brackets == Brackets::Text) disarmBrackets();
   m_origins.push_back(static_cast<std::uint32_t>(m_given.size()));
 }
 
@@ -77,6 +78,15 @@ void SpokenText::append(std::string_view plainForm, std::size_t origin) {
   if (m_macRoman.size() + plainForm.size() > kLongestText) throw Failure(kTooLong);
   m_macRoman += plainForm;
   m_origins.insert(m_origins.end(), plainForm.size(), static_cast<std::uint32_t>(origin));
+}
+
+// Done to the result, not to the text given: brackets come of several characters.
+void SpokenText::disarmBrackets() {
+  for (std::size_t at = 1; at < m_macRoman.size(); ++at) {
+    if (m_macRoman[at - 1] == '[' && m_macRoman[at] == '[') m_macRoman[at] = '(';
+  }
+  // The last one would meet those of the command that follows every text.
+  if (m_macRoman.ends_with('[')) append(" ", m_origins.back());
 }
 
 }  // namespace tool

@@ -20,6 +20,12 @@ namespace tool {
 
 class MacRomanEncoder;
 
+// What "[[" does in a text.
+enum class Brackets {
+  Command,  // begins a speech command
+  Text,     // nothing, like all characters: the second one is passed on as a "("
+};
+
 struct Slice {
   std::size_t position;
   std::size_t length;
@@ -28,7 +34,7 @@ struct Slice {
 class SpokenText {
  public:
   // Throws Failure when the text is longer than the Manager's positions can tell (2 GiB).
-  explicit SpokenText(std::string given);
+  explicit SpokenText(std::string given, Brackets brackets = Brackets::Command);
 
   const std::string& given() const { return m_given; }
   const std::string& macRoman() const { return m_macRoman; }
@@ -44,6 +50,7 @@ class SpokenText {
  private:
   std::size_t appendNext(MacRomanEncoder& encoder, std::size_t at);
   void append(std::string_view plainForm, std::size_t origin);
+  void disarmBrackets();
 
   std::string m_given;
   std::string m_macRoman;

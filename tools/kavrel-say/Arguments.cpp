@@ -2,27 +2,16 @@
 #include "Arguments.h"
 
 #include <cstdio>
+#include <stdexcept>
 #include <vector>
 
 #include <CLI/CLI.hpp>
 
 #include "Failure.h"
+#include "Help.h"
 
 namespace say {
 namespace {
-
-constexpr const char* kFooter =
-    "Without TEXT and -f the text is read from standard input. Behind \"--\" everything is text.\n"
-    "\n"
-    "With --events there is one JSON object a line, as things happen:\n"
-    "  {\"event\":\"word\",\"position\":P,\"length\":N,\"text\":\"...\"}   a word begins\n"
-    "  {\"event\":\"phoneme\",\"code\":C}                              a phoneme begins\n"
-    "  {\"event\":\"sync\",\"number\":N}                               [[sync N]] is reached\n"
-    "  {\"event\":\"done\"}                                          the speech is over\n"
-    "Positions and lengths count bytes of the text as it was given. N is the number's lower\n"
-    "16 bits, without sign.\n"
-    "\n"
-    "Exit status: 0 success, 1 failure, 2 wrong usage.";
 
 // Takes the words of the text by itself: the library would take a word apart that begins and ends
 // with a bracket, as speech commands do.
@@ -53,47 +42,106 @@ std::string joined(const std::vector<std::string>& words) {
   return text;
 }
 
-int reportUsage(const CLI::ParseError& error) {
-  std::fprintf(stderr, "kavrel-say: %s; kavrel-say --help tells more\n", error.what());
+int reportUsage(const std::string& what) {
+  std::fprintf(stderr, "kavrel-say: %s\n", what.c_str());
   return tool::kUsage;
 }
 
-void declareOptions(CLI::App& app, Arguments& result) {
-  app.footer(kFooter);
-  app.add_option("-v,--voice", result.voice, "Speak with this voice; ? lists the voices")
-      ->type_name("VOICE");
-  app.add_option("-r,--rate", result.rate, "Speak this many words per minute")
-      ->type_name("WPM")
-      ->check(CLI::Range(kSlowestRate, kFastestRate));
-  app.add_option("-o,--output-file", result.outputFile, "Write the speech to this AIFF file")
-      ->type_name("FILE.aiff");
-  app.add_option("-f,--input-file", result.inputFile, "Speak this file; - is standard input")
-      ->type_name("FILE");
-  app.add_flag("--events", result.events, "Write what happens to standard output");
-  // For the help alone: it takes no word.
-  app.add_option("TEXT", "What to speak, embedded speech commands included")
-      ->expected(0, 1)
-      ->allow_extra_args(false);
+Unit unitNamed(const std::string& name) {
+  if (name == "bytes") return Unit::Bytes;
+  if (name == "characters") return Unit::Characters;
+  throw std::invalid_argument("positions count bytes or characters, not \"" + name + "\"");
+}
+
+void declareOptions(CLI::App& app, Arguments& result, std::string& markup) {
+  app.formatter_fn([](auto&&...) { return kHelp; });
+  app.set_version_flag("--version", std::string("kavrel-say " KAVREL_VERSION));
+  app.add_option("-v,--voice", result.voice);
+  app.add_option("-r,--rate", result.rate)->check(CLI::Range(kSlowestRate, kFastestRate));
+  app.add_option("-f,--input-file", result.inputFile);
+  app.add_flag("--plain", result.plain);
+  app.add_option("-o,--output-file", result.outputFile);
+  app.add_option("--file-format", result.fileFormat);
+  app.add_option("--data-format", result.dataFormat);
+  app.add_option("--vtt", result.vttFile);
+  app.add_option("--srt", result.srtFile);
+  const std::string usual = "{" + std::string(kUsualHighlight) + "}";
+  app.add_flag("-i" + usual + ",--interactive" + usual, markup);
+  app.add_flag("--progress", result.progress);
+  app.add_flag("--events", result.events);
+  app.add_option("--positions")
+      ->each([&result](const std::string& name) { result.positions = unitNamed(name); });
+  app.add_flag("--ssml", result.ssml);
+  app.add_flag("-q,--quiet", result.quiet);
   app.allow_extras();
+}
+
+List listAskedFor(const Arguments& arguments, const std::string& markup) {
+  if (arguments.voice == "?") return List::Voices;
+  if (arguments.device == "?") return List::Devices;
+  if (arguments.fileFormat == "?") return List::FileFormats;
+  if (arguments.dataFormat == "?") return List::DataFormats;
+  if (markup == "?") return List::Highlights;
+  return List::None;
+}
+
+void requireOneStandardOutput(const Arguments& arguments) {
+  const auto isStandard = [](const auto& file) { return file == kStandardStream; };
+  const struct {
+    const char* option;
+    bool writes;
+  } kOptions[] = {{"--events", arguments.events},
+                  {"--interactive", arguments.interactive.has_value()},
+                  {"--ssml", arguments.ssml},
+                  {"-o -", isStandard(arguments.outputFile)},
+                  {"--vtt -", isStandard(arguments.vttFile)},
+                  {"--srt -", isStandard(arguments.srtFile)}};
+  const char* first = nullptr;
+  for (const auto& [option, writes] : kOptions) {
+    if (!writes) continue;
+    if (first != nullptr) {
+      throw std::invalid_argument(std::string(first) + " and " + option +
+                                  " both write to standard output; leave one out");
+    }
+    first = option;
+  }
+}
+
+void complete(Arguments& result, const std::string& markup) {
+  if (result.text && result.inputFile) {
+    throw std::invalid_argument("there is a TEXT and a file with one; leave out -f or TEXT");
+  }
+  result.list = listAskedFor(result, markup);
+  if (result.list != List::None) return;
+  if (!markup.empty()) result.interactive = highlightNamed(markup);
+  if (!result.outputFile && (result.fileFormat || result.dataFormat)) {
+    throw std::invalid_argument("a format is that of a file; -o names it");
+  }
+  if (result.outputFile) {
+    result.format = audioFormatOf(*result.outputFile, result.fileFormat, result.dataFormat);
+  }
+  requireOneStandardOutput(result);
 }
 
 }  // namespace
 
 std::variant<Arguments, int> readArguments(int count, char** arguments) {
   Arguments result;
+  std::string markup;
   CommandLine app("Speaks text, or writes the speech to a file.", "kavrel-say");
-  declareOptions(app, result);
+  declareOptions(app, result, markup);
   try {
     app.parse(count, arguments);
     const std::vector<std::string> words = app.words();
     if (!words.empty()) result.text = joined(words);
-    if (result.text && result.inputFile) throw CLI::ExcludesError("-f", "TEXT");
+    complete(result, markup);
   } catch (const CLI::Success& help) {
     return app.exit(help);
   } catch (const CLI::ParseError& error) {
-    return reportUsage(error);
+    return reportUsage(error.what() + std::string("; kavrel-say --help tells more"));
+  } catch (const std::invalid_argument& error) {
+    return reportUsage(error.what());
   }
-  result.listVoices = result.voice == "?";
   return result;
 }
 

@@ -1,20 +1,23 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// EventWriter: what happens while a text is spoken, one JSON object a line on standard output
-// (Arguments.cpp describes them for users).
+// EventWriter: what happens while a text is spoken, one JSON object a line (Arguments.cpp describes
+// them for users).
 //
-// Threads: one at a time. Every function throws what writeOut() of StandardOutput.h throws.
+// Threads: one at a time. Every function throws what Output::write() throws.
 #pragma once
 
 #include "Listener.h"
+#include "Output.h"
+#include "Positions.h"
 #include "SpokenText.h"
 
 namespace say {
 
 class EventWriter : public Listener {
  public:
-  // `text` outlives the writer.
-  explicit EventWriter(const tool::SpokenText& text) : m_text(text) {}
+  // All outlive the writer.
+  EventWriter(const tool::SpokenText& text, Positions& positions, const Output& output)
+      : m_text(text), m_positions(positions), m_output(output) {}
 
   void word(std::size_t position, std::size_t length) override;
   void phoneme(int code) override;
@@ -23,6 +26,8 @@ class EventWriter : public Listener {
 
  private:
   const tool::SpokenText& m_text;
+  Positions& m_positions;
+  const Output& m_output;
 };
 
 }  // namespace say

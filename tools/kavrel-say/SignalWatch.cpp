@@ -20,7 +20,7 @@ bool isIgnored(int signal) {
 HeldSignals::HeldSignals() {
   sigemptyset(&m_signals);
   sigaddset(&m_signals, kWakeUp);
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGTSTP, SIGWINCH}) {
     if (!isIgnored(signal)) sigaddset(&m_signals, signal);
   }
   pthread_sigmask(SIG_BLOCK, &m_signals, &m_previousMask);
@@ -30,8 +30,8 @@ HeldSignals::~HeldSignals() {
   pthread_sigmask(SIG_SETMASK, &m_previousMask, nullptr);
 }
 
-SignalWatch::SignalWatch(const HeldSignals& held, std::function<void()> onSignal)
-    : m_onSignal(std::move(onSignal)), m_thread(&SignalWatch::run, this, held.signals()) {}
+SignalWatch::SignalWatch(const HeldSignals& held, Actions actions)
+    : m_actions(std::move(actions)), m_thread(&SignalWatch::run, this, held.signals()) {}
 
 SignalWatch::~SignalWatch() {
   m_ending = true;
@@ -43,10 +43,22 @@ void SignalWatch::run(sigset_t signals) {
   int signal = 0;
   while (sigwait(&signals, &signal) == 0) {
     if (m_ending) return;
-    if (signal == kWakeUp) continue;
+    if (signal != kWakeUp) act(signal);
+  }
+}
+
+void SignalWatch::act(int signal) {
+  if (signal == SIGWINCH) {
+    m_actions.resize();
+  } else if (signal == SIGTSTP) {
+    m_actions.halt();
+    std::raise(SIGSTOP);
+    m_actions.goOn();
+  } else {
     int none = 0;
     m_received.compare_exchange_strong(none, signal);
-    m_onSignal();
+    ++m_count;
+    m_actions.end();
   }
 }
 

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// SignalWatch: turns the signals that end a program (SIGINT, SIGTERM, SIGHUP) into a call on an
-// ordinary thread. A signal that the program was started to ignore stays ignored.
+// SignalWatch: turns the signals that end a program (SIGINT, SIGTERM, SIGHUP, SIGQUIT), that halt
+// it (SIGTSTP), and that tell of a terminal's new size (SIGWINCH) into calls on an ordinary thread.
+// A signal that the program was started to ignore stays ignored.
 #pragma once
 
 #include <atomic>
@@ -29,22 +30,35 @@ class HeldSignals {
 
 class SignalWatch {
  public:
-  // `onSignal` is called on a thread of the watch for each signal. `held` outlives the watch.
-  SignalWatch(const HeldSignals& held, std::function<void()> onSignal);
+  // Called on a thread of the watch, one at a time, for each signal.
+  struct Actions {
+    std::function<void()> end;
+    // Around the time in which the program does not run.
+    std::function<void()> halt;
+    std::function<void()> goOn;
+    std::function<void()> resize;
+  };
+
+  // `held` outlives the watch.
+  SignalWatch(const HeldSignals& held, Actions actions);
 
   // No call begins after this returns.
   ~SignalWatch();
   SignalWatch(const SignalWatch&) = delete;
   SignalWatch& operator=(const SignalWatch&) = delete;
 
-  // The first signal that came; 0 for none.
+  // The first signal that came to end the program; 0 for none.
   int received() const { return m_received; }
+  // How many of those came.
+  int count() const { return m_count; }
 
  private:
   void run(sigset_t signals);
+  void act(int signal);
 
-  const std::function<void()> m_onSignal;
+  const Actions m_actions;
   std::atomic<int> m_received = 0;
+  std::atomic<int> m_count = 0;
   std::atomic<bool> m_ending = false;
   std::thread m_thread;
 };

@@ -10,6 +10,7 @@ namespace {
 
 // How long a speech that was stopped is waited for.
 constexpr std::chrono::seconds kEndLimit{5};
+constexpr std::chrono::milliseconds kTick{250};
 
 std::string meaning(OSErr result) {
   switch (result) {
@@ -81,9 +82,21 @@ void Speech::start(const tool::SpokenText& text) {
   check(SpeakBuffer(m_channel, spoken.data(), spoken.size(), 0), "the text cannot be spoken");
 }
 
-void Speech::waitForEnd() {
+void Speech::waitForEnd(const std::function<void()>& onTick) {
   std::unique_lock held(m_lock);
-  m_changed.wait(held, [this] { return m_done || m_stop; });
+  const auto isOver = [this] { return m_done || m_stop; };
+  if (onTick) {
+    while (!m_changed.wait_for(held, kTick, isOver)) {
+      held.unlock();
+      try {
+        onTick();
+      } catch (...) {
+        fail();
+      }
+      held.lock();
+    }
+  }
+  m_changed.wait(held, isOver);
   if (!m_done) {
     held.unlock();
     StopSpeech(m_channel);
@@ -97,6 +110,14 @@ void Speech::stop() {
   const std::lock_guard held(m_lock);
   m_stop = true;
   m_changed.notify_all();
+}
+
+void Speech::pause() {
+  PauseSpeechAt(m_channel, kImmediate);
+}
+
+void Speech::resume() {
+  ContinueSpeech(m_channel);
 }
 
 void Speech::wordBegins(SpeechChannel /*channel*/, SRefCon self, unsigned long position,
@@ -130,11 +151,16 @@ void Speech::report(Tell tell) noexcept {
   try {
     for (Listener* const listener : m_listeners) tell(*listener);
   } catch (...) {
-    const std::lock_guard held(m_lock);
-    m_error = std::current_exception();
-    m_stop = true;
-    m_changed.notify_all();
+    fail();
   }
+}
+
+// To be called where an exception is being handled.
+void Speech::fail() noexcept {
+  const std::lock_guard held(m_lock);
+  if (!m_error) m_error = std::current_exception();
+  m_stop = true;
+  m_changed.notify_all();
 }
 
 }  // namespace say

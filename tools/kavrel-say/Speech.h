@@ -2,13 +2,15 @@
 //
 // Speech: one text spoken through the Manager, from the beginning to the end.
 //
-// Threads: used by one thread, but for stop(). The Manager calls back on threads of its own.
+// Threads: used by one thread, but for what is tagged otherwise. The Manager calls back on threads
+// of its own.
 #pragma once
 
 #include <ApplicationServices/ApplicationServices.h>
 
 #include <condition_variable>
 #include <exception>
+#include <functional>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -39,11 +41,16 @@ class Speech {
   void start(const tool::SpokenText& text);
 
   // Returns when the speech is over, or when it has been stopped. Throws what a listener threw; the
-  // speech has then been stopped.
-  void waitForEnd();
+  // speech has then been stopped. `onTick` is called in between, a few times a second, and may
+  // throw, too; it may be empty.
+  void waitForEnd(const std::function<void()>& onTick);
 
   // Makes waitForEnd() stop the speech. May be called on any thread.
   void stop();
+
+  // The speech stands still from here on, and goes on. May be called on any thread.
+  void pause();
+  void resume();
 
  private:
   static void wordBegins(SpeechChannel, SRefCon self, unsigned long position, UInt16 length);
@@ -53,6 +60,7 @@ class Speech {
 
   template <typename Tell>
   void report(Tell tell) noexcept;
+  void fail() noexcept;
 
   SpeechChannel m_channel = nullptr;
   std::vector<Listener*> m_listeners;  // constant while speaking
@@ -62,7 +70,7 @@ class Speech {
   std::condition_variable m_changed;  // the speech is done, or it is to be stopped
   bool m_done = false;
   bool m_stop = false;
-  std::exception_ptr m_error;  // what the first listener that failed threw
+  std::exception_ptr m_error;  // what the first failure of a listener threw
 };
 
 }  // namespace say

@@ -1,63 +1,106 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // kavrel-say: speaks text with the Speech Synthesis Manager, as any of its clients does.
-#include <cstdio>
 #include <optional>
+#include <string>
+#include <utility>
 #include <variant>
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include "Arguments.h"
-#include "EventWriter.h"
+#include "AudioFormat.h"
 #include "Failure.h"
 #include "Guard.h"
+#include "Highlight.h"
 #include "InputText.h"
-#include "OutputFile.h"
 #include "SignalWatch.h"
-#include "Speech.h"
 #include "SpokenText.h"
+#include "SsmlProgram.h"
 #include "StandardOutput.h"
+#include "TypedLines.h"
+#include "Utterance.h"
 #include "Voices.h"
 
 namespace say {
 namespace {
 
-// The signal that ended the speech; 0 for none.
-int speak(const Arguments& arguments, const tool::SpokenText& text) {
-  std::optional<VoiceSpec> voice;
-  if (arguments.voice) voice = voiceNamed(*arguments.voice);
-  EventWriter events(text);
-
-  // Before the Manager starts threads.
-  const HeldSignals signals;
-  Speech speech(voice);
-  if (arguments.rate) speech.setRate(*arguments.rate);
-  if (arguments.outputFile) speech.setOutputFile(*arguments.outputFile);
-  if (arguments.events) speech.addListener(events);
-  const SignalWatch watch(signals, [&speech] { speech.stop(); });
-  speech.start(text);
-  speech.waitForEnd();
-  return watch.received();
+std::string listed(const Arguments& arguments) {
+  switch (arguments.list) {
+    case List::Voices:
+      return voiceList();
+    case List::FileFormats:
+      return fileFormatList();
+    case List::DataFormats:
+      return dataFormatList(arguments.outputFile.value_or(""), arguments.fileFormat);
+    case List::Highlights:
+      return highlightList();
+    default:
+      return {};
+  }
 }
 
-int speakToFile(const Arguments& arguments, const tool::SpokenText& text) {
-  const OutputFile file(*arguments.outputFile);
-  try {
-    const int signal = speak(arguments, text);
-    if (signal == 0) file.verify();
-    return signal;
-  } catch (...) {
-    file.discard();
-    throw;
+tool::SpokenText spoken(const Arguments& arguments, std::string text) {
+  return tool::SpokenText(std::move(text),
+                          arguments.plain ? tool::Brackets::Text : tool::Brackets::Command);
+}
+
+// The status of a file on a disk that the text is read from.
+std::optional<struct stat> inputStatus(const Arguments& arguments) {
+  if (arguments.text) return std::nullopt;
+  struct stat status {};
+  const std::string path = arguments.inputFile.value_or(kStandardStream);
+  const int result =
+      path == kStandardStream ? ::fstat(STDIN_FILENO, &status) : ::stat(path.c_str(), &status);
+  if (result != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
+  return status;
+}
+
+// Nobody wants a text to be overwritten by its own speech.
+void requireOtherThanInput(const Arguments& arguments) {
+  const auto input = inputStatus(arguments);
+  if (!input) return;
+  for (const auto& path : {arguments.outputFile, arguments.vttFile, arguments.srtFile}) {
+    struct stat output {};
+    if (!path || ::stat(path->c_str(), &output) != 0) continue;
+    if (output.st_dev == input->st_dev && output.st_ino == input->st_ino) {
+      throw tool::Failure(*path + " holds the text; write to another file");
+    }
   }
+}
+
+int speakTyped(const Arguments& arguments) {
+  TypedLines lines;
+  std::size_t first = 0;
+  while (auto line = lines.next()) {
+    const tool::SpokenText text = spoken(arguments, std::move(*line));
+    Utterance utterance(arguments, text, first);
+    if (const int signal = utterance.speak(); signal != 0) return signal;
+    first = utterance.end();
+  }
+  return 0;
+}
+
+int speakWhole(const Arguments& arguments) {
+  requireOtherThanInput(arguments);
+  const tool::SpokenText text = spoken(
+      arguments, arguments.text ? *arguments.text
+                                : tool::readInput(arguments.inputFile.value_or(kStandardStream)));
+  if (arguments.ssml) becomeSsmlProgram(text, arguments.rate);
+  return Utterance(arguments, text, 0).speak();
 }
 
 int run(const Arguments& arguments) {
-  if (arguments.listVoices) {
-    tool::writeOut(voiceList());
+  if (arguments.list != List::None) {
+    tool::writeOut(listed(arguments));
     return tool::kSuccess;
   }
-  const tool::SpokenText text(arguments.text ? *arguments.text
-                                             : tool::readInput(arguments.inputFile.value_or("-")));
-  const int signal = arguments.outputFile ? speakToFile(arguments, text) : speak(arguments, text);
+  const bool isTyped = !arguments.text && !arguments.inputFile && TypedLines::areThere();
+  const bool isOneFile = arguments.outputFile || arguments.vttFile || arguments.srtFile;
+  const int signal =
+      isTyped && !isOneFile && !arguments.ssml ? speakTyped(arguments) : speakWhole(arguments);
   if (signal != 0) endBySignal(signal);
   return tool::kSuccess;
 }

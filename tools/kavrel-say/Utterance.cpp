@@ -1,0 +1,127 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "Utterance.h"
+
+#include <exception>
+
+#include <unistd.h>
+
+#include "Failure.h"
+#include "Voices.h"
+
+namespace say {
+namespace {
+
+std::optional<VoiceSpec> voiceFor(const Arguments& arguments) {
+  if (!arguments.voice) return std::nullopt;
+  return voiceNamed(*arguments.voice);
+}
+
+bool isTerminal(int file) {
+  return ::isatty(file) == 1;
+}
+
+// For a thread that nobody waits for: what fails here fails again where it is noticed.
+template <typename Work>
+void quietly(Work work) {
+  try {
+    work();
+  } catch (const std::exception&) {
+  }
+}
+
+}  // namespace
+
+Utterance::Utterance(const Arguments& arguments, const tool::SpokenText& text, std::size_t first)
+    : m_arguments(arguments),
+      m_text(text),
+      m_positions(text.given(), arguments.positions, first),
+      m_standardOutput(STDOUT_FILENO, "standard output", m_interruption),
+      m_standardError(STDERR_FILENO, "standard error", m_interruption),
+      m_speech(voiceFor(arguments)) {
+  if (arguments.rate) m_speech.setRate(*arguments.rate);
+  if (arguments.outputFile) {
+    m_sound.emplace(*arguments.outputFile, arguments.format);
+    m_speech.setOutputFile(m_sound->managersPath());
+  }
+}
+
+int Utterance::speak() {
+  try {
+    addListeners();
+    m_speech.start(m_text);
+  } catch (...) {
+    if (m_sound) m_sound->discard();
+    throw;
+  }
+  const SignalWatch watch(m_signals, actions());
+  follow(watch);
+  return watch.received();
+}
+
+void Utterance::addListeners() {
+  if (m_arguments.events) {
+    m_speech.addListener(m_events.emplace(m_text, m_positions, m_standardOutput));
+  }
+  const bool showsText = m_arguments.interactive.has_value();
+  const Output& screen = showsText ? m_standardOutput : m_standardError;
+  const bool hasScreen = isTerminal(screen.file());
+  // Lines of events would meet the bar.
+  const bool hasBar = m_arguments.progress && !(m_arguments.events && isTerminal(STDOUT_FILENO));
+  if (hasScreen && (showsText || hasBar)) {
+    m_display.emplace(screen, m_text, Display::Parts{m_arguments.interactive, hasBar});
+    m_speech.addListener(*m_display);
+  } else if (showsText) {
+    m_speech.addListener(m_runningText.emplace(m_standardOutput, m_text));
+  }
+}
+
+SignalWatch::Actions Utterance::actions() {
+  return {.end =
+              [this] {
+                m_interruption.come();
+                m_speech.stop();
+              },
+          .halt =
+              [this] {
+                m_speech.pause();
+                if (m_display) m_display->suspend();
+              },
+          .goOn =
+              [this] {
+                if (m_display) quietly([this] { m_display->resume(); });
+                m_speech.resume();
+              },
+          .resize =
+              [this] {
+                if (m_display) quietly([this] { m_display->refresh(); });
+              }};
+}
+
+// What cannot be written does not keep the rest from being completed.
+void Utterance::follow(const SignalWatch& watch) {
+  std::exception_ptr failure;
+  const auto attempt = [&failure](const std::function<void()>& work) {
+    try {
+      work();
+    } catch (const Interrupted&) {
+      // The signal is what is told.
+    } catch (...) {
+      if (!failure) failure = std::current_exception();
+    }
+  };
+  attempt([&] {
+    std::function<void()> onTick;
+    if (m_display && m_arguments.progress) onTick = [this] { m_display->refresh(); };
+    m_speech.waitForEnd(onTick);
+    const bool wasInterrupted = watch.received() != 0;
+    if (m_display) m_display->finish(wasInterrupted);
+    if (m_runningText) m_runningText->finish(wasInterrupted);
+  });
+  if (m_sound) {
+    const int before = watch.count();
+    attempt([&] { m_sound->complete(m_interruption, [&] { return watch.count() > before; }); });
+  }
+  if (failure) std::rethrow_exception(failure);
+}
+
+}  // namespace say

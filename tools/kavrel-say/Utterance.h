@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Utterance: one text spoken as the command line asks for, with all that is written and shown about
+// it.
+//
+// Threads: made and used by the main thread. While it exists the signals that SignalWatch takes are
+// held back.
+#pragma once
+
+#include <functional>
+#include <optional>
+
+#include "Arguments.h"
+#include "Display.h"
+#include "EventWriter.h"
+#include "Output.h"
+#include "Positions.h"
+#include "SignalWatch.h"
+#include "SoundTarget.h"
+#include "Speech.h"
+#include "SpokenText.h"
+
+namespace say {
+
+class Utterance {
+ public:
+  // The text begins at `first` of all that is spoken, as positions are counted. `arguments` and
+  // `text` outlive the object. Throws Failure, as all functions do.
+  Utterance(const Arguments& arguments, const tool::SpokenText& text, std::size_t first);
+
+  // Returns when the speech is over, and all that belongs to it written: 0, or the signal that
+  // ended it.
+  int speak();
+
+  // Where the text behind this one begins.
+  std::size_t end() { return m_positions.end(); }
+
+ private:
+  void addListeners();
+  SignalWatch::Actions actions();
+  void follow(const SignalWatch& watch);
+
+  const Arguments& m_arguments;
+  const tool::SpokenText& m_text;
+  Positions m_positions;
+  const HeldSignals m_signals;  // in front of what starts threads
+  const Interruption m_interruption;
+  const Output m_standardOutput;
+  const Output m_standardError;
+  Speech m_speech;
+  std::optional<SoundTarget> m_sound;
+  std::optional<EventWriter> m_events;
+  std::optional<Display> m_display;
+  std::optional<RunningText> m_runningText;
+};
+
+}  // namespace say
