@@ -69,8 +69,9 @@ void declareOptions(CLI::App& app, Arguments& result, std::string& markup) {
   app.add_flag("-i" + usual + ",--interactive" + usual, markup);
   app.add_flag("--progress", result.progress);
   app.add_flag("--events", result.events);
-  app.add_option("--positions")
-      ->each([&result](const std::string& name) { result.positions = unitNamed(name); });
+  app.add_option("--positions")->each([&result](const std::string& name) {
+    result.positions = unitNamed(name);
+  });
   app.add_flag("--ssml", result.ssml);
   app.add_flag("-q,--quiet", result.quiet);
   app.allow_extras();
