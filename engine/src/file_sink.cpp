@@ -49,10 +49,10 @@ std::unique_ptr<FileSink> FileSink::open(const std::string& path, std::string& w
     ::close(file);
     return nullptr;
   }
-  return std::unique_ptr<FileSink>(new FileSink(file));
+  return std::unique_ptr<FileSink>(new FileSink(file, path));
 }
 
-FileSink::FileSink(int file) : m_file(file) {}
+FileSink::FileSink(int file, std::string path) : m_path(std::move(path)), m_file(file) {}
 
 FileSink::~FileSink() {
   if (m_file >= 0) ::close(m_file);
@@ -62,8 +62,7 @@ bool FileSink::begin() {
   if (m_encoder != nullptr) return true;
   struct stat status {};
   if (::fstat(m_file, &status) == 0 && S_ISREG(status.st_mode) && ::ftruncate(m_file, 0) != 0) {
-    m_error = std::strerror(errno);
-    return false;
+    return refuse(std::strerror(errno));
   }
   SF_INFO info{};
   info.samplerate = kSampleRate;
@@ -71,8 +70,7 @@ bool FileSink::begin() {
   info.format = SF_FORMAT_AIFF | SF_FORMAT_PCM_16;  // big-endian by nature
   SNDFILE* const opened = sf_open_fd(std::exchange(m_file, -1), SFM_WRITE, &info, SF_TRUE);
   if (opened == nullptr) {
-    m_error = sf_strerror(nullptr);
-    return false;
+    return refuse(sf_strerror(nullptr));
   }
   m_encoder = std::make_unique<Encoder>(opened);
   sf_command(opened, SFC_SET_UPDATE_HEADER_AUTO, nullptr, SF_TRUE);
@@ -85,12 +83,10 @@ bool FileSink::flush() {
   const auto count = static_cast<sf_count_t>(m_block.size());
   m_bytes += m_block.size() * sizeof(m_block[0]);
   if (m_bytes > kMaxBytes) {
-    m_error = "the file cannot be any larger";
-    return false;
+    return refuse("the file cannot be any larger");
   }
   if (sf_write_short(m_encoder->file, m_block.data(), count) != count) {
-    m_error = sf_strerror(m_encoder->file);
-    return false;
+    return refuse(sf_strerror(m_encoder->file));
   }
   m_block.clear();
   return true;
@@ -99,6 +95,11 @@ bool FileSink::flush() {
 bool FileSink::write(std::span<const std::int16_t> samples) {
   m_block.insert(m_block.end(), samples.begin(), samples.end());
   return m_block.size() < kBlockSamples || flush();
+}
+
+bool FileSink::refuse(const std::string& why) {
+  m_error = m_path + ": " + why;
+  return false;
 }
 
 void FileSink::advance(std::uint64_t count) {
@@ -129,8 +130,7 @@ bool FileSink::finish() {
   if (!m_error.empty()) return false;
   if (!flush()) return false;
   if (m_encoder->close()) return true;
-  m_error = "the file could not be closed";
-  return false;
+  return refuse("the file could not be closed");
 }
 
 }  // namespace kavrel

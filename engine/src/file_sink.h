@@ -32,10 +32,12 @@ class FileSink final : public Sink {
  private:
   struct Encoder;
 
-  explicit FileSink(int file);
+  FileSink(int file, std::string path);
   bool begin();
+  bool refuse(const std::string& why);
   bool flush();
 
+  const std::string m_path;
   int m_file;                          // -1 once the encoder owns it
   std::unique_ptr<Encoder> m_encoder;  // none before the first block
   std::vector<std::int16_t> m_block;   // not written yet

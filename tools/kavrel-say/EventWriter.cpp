@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "EventWriter.h"
 
+#include <cmath>
+
 #include <nlohmann/json.hpp>
 
 namespace say {
@@ -8,35 +10,42 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-std::string lineOf(const Json& event) {
-  constexpr int kOneLine = -1;
-  // A text that is not UTF-8 throughout must not end the program: what is malformed is replaced.
-  return event.dump(kOneLine, ' ', false, Json::error_handler_t::replace) + '\n';
+// A tenth of a millisecond tells all sounds apart.
+double rounded(double seconds) {
+  constexpr double kSteps = 10'000;
+  return std::round(seconds * kSteps) / kSteps;
 }
 
 }  // namespace
+
+void EventWriter::write(Json event) const {
+  constexpr int kOneLine = -1;
+  if (const auto time = m_times.now()) event["time"] = rounded(*time);
+  // A text that is not UTF-8 throughout must not end the program: what is malformed is replaced.
+  m_output.write(event.dump(kOneLine, ' ', false, Json::error_handler_t::replace) + '\n');
+}
 
 void EventWriter::word(std::size_t position, std::size_t length) {
   const tool::Slice slice = m_text.origin(position, length);
   // What the Manager says on its own account is no word of the text.
   if (slice.length == 0) return;
   const tool::Slice counted = m_positions.of(slice);
-  m_output.write(lineOf({{"event", "word"},
-                         {"position", counted.position},
-                         {"length", counted.length},
-                         {"text", m_text.givenAt(slice)}}));
+  write({{"event", "word"},
+         {"position", counted.position},
+         {"length", counted.length},
+         {"text", m_text.givenAt(slice)}});
 }
 
 void EventWriter::phoneme(int code) {
-  m_output.write(lineOf({{"event", "phoneme"}, {"code", code}}));
+  write({{"event", "phoneme"}, {"code", code}});
 }
 
 void EventWriter::sync(std::uint32_t message) {
-  m_output.write(lineOf({{"event", "sync"}, {"number", message >> 16U}}));
+  write({{"event", "sync"}, {"number", message >> 16U}});
 }
 
 void EventWriter::done() {
-  m_output.write(lineOf({{"event", "done"}}));
+  write({{"event", "done"}});
 }
 
 }  // namespace say

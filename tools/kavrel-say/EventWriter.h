@@ -6,6 +6,9 @@
 // Threads: one at a time. Every function throws what Output::write() throws.
 #pragma once
 
+#include <nlohmann/json_fwd.hpp>
+
+#include "EventTimes.h"
 #include "Listener.h"
 #include "Output.h"
 #include "Positions.h"
@@ -16,8 +19,9 @@ namespace say {
 class EventWriter : public Listener {
  public:
   // All outlive the writer.
-  EventWriter(const tool::SpokenText& text, Positions& positions, const Output& output)
-      : m_text(text), m_positions(positions), m_output(output) {}
+  EventWriter(const tool::SpokenText& text, Positions& positions, const EventTimes& times,
+              const Output& output)
+      : m_text(text), m_positions(positions), m_times(times), m_output(output) {}
 
   void word(std::size_t position, std::size_t length) override;
   void phoneme(int code) override;
@@ -25,8 +29,11 @@ class EventWriter : public Listener {
   void done() override;
 
  private:
+  void write(nlohmann::ordered_json event) const;
+
   const tool::SpokenText& m_text;
   Positions& m_positions;
+  const EventTimes& m_times;
   const Output& m_output;
 };
 

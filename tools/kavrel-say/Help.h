@@ -40,13 +40,15 @@ What is shown
       --version              write the version
 
 Events
-  {"event":"word","position":P,"length":N,"text":"..."}   a word begins
-  {"event":"phoneme","code":C}                            a phoneme begins
-  {"event":"sync","number":N}                             [[sync N]] is reached
-  {"event":"done"}                                        the speech is over
+  {"event":"word","position":P,"length":N,"text":"...","time":T}
+                                              a word begins
+  {"event":"phoneme","code":C,"time":T}         a phoneme begins
+  {"event":"sync","number":N,"time":T}          [[sync N]] is reached
+  {"event":"done","time":T}                     the speech is over
 
 Positions and lengths count bytes of the text as it was given, or characters.
-N of a mark is the number's lower 16 bits, without sign.
+N of a mark is the number's lower 16 bits, without sign. T is the place in the
+sound, in seconds from its beginning.
 
 Exit status: 0 success, 1 failure, 2 wrong usage, 128 + N ended by signal N.
 )";

@@ -45,17 +45,6 @@ bool isWholeAiff(int file) {
   return sizeOf(file) >= announced;
 }
 
-// Whether more could have been written: 0, or the error. The speech comes in smaller pieces, so
-// where this much can be added no piece has been refused.
-int errorOfGrowing(int file) {
-  static constexpr std::array<char, 65536> kPiece{};
-  const off_t end = sizeOf(file);
-  const ssize_t written = ::pwrite(file, kPiece.data(), kPiece.size(), end);
-  const int error = written < 0 ? errno : ENOSPC;
-  if (::ftruncate(file, end) != 0) return errno;
-  return written == static_cast<ssize_t>(kPiece.size()) ? 0 : error;
-}
-
 }  // namespace
 
 OutputFile::OutputFile(std::string path)
@@ -75,12 +64,9 @@ void OutputFile::discard() const {
 }
 
 void OutputFile::verify() const {
-  const Descriptor file{::open(m_path.c_str(), O_RDWR | O_CLOEXEC | O_NONBLOCK)};
+  const Descriptor file{::open(m_path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)};
   if (file.number < 0) refuse(errno);
   if (!isRegular(file.number)) return;
-  if (const int error = errorOfGrowing(file.number); error != 0) {
-    throw tool::Failure(m_path + " may be incomplete: " + std::strerror(error));
-  }
   if (!isWholeAiff(file.number)) throw tool::Failure(m_path + " is incomplete");
 }
 

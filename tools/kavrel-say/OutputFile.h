@@ -21,8 +21,7 @@ class OutputFile {
   // Removes a file that the constructor made and that nothing was written to.
   void discard() const;
 
-  // To be called when the speech is over. Throws Failure when the file is not complete, or may not
-  // be because there is no room behind it.
+  // To be called when the speech is over. Throws Failure when the file is not as long as it says.
   void verify() const;
 
  private:

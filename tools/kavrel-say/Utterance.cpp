@@ -37,6 +37,7 @@ Utterance::Utterance(const Arguments& arguments, const tool::SpokenText& text, s
       m_positions(text.given(), arguments.positions, first),
       m_standardOutput(STDOUT_FILENO, "standard output", m_interruption),
       m_standardError(STDERR_FILENO, "standard error", m_interruption),
+      m_engine(m_times),
       m_speech(voiceFor(arguments)) {
   if (arguments.rate) m_speech.setRate(*arguments.rate);
   if (arguments.outputFile) {
@@ -60,7 +61,8 @@ int Utterance::speak() {
 
 void Utterance::addListeners() {
   if (m_arguments.events) {
-    m_speech.addListener(m_events.emplace(m_text, m_positions, m_standardOutput));
+    m_speech.addListener(m_times);
+    m_speech.addListener(m_events.emplace(m_text, m_positions, m_times, m_standardOutput));
   }
   const bool showsText = m_arguments.interactive.has_value();
   const Output& screen = showsText ? m_standardOutput : m_standardError;
@@ -116,6 +118,9 @@ void Utterance::follow(const SignalWatch& watch) {
     const bool wasInterrupted = watch.received() != 0;
     if (m_display) m_display->finish(wasInterrupted);
     if (m_runningText) m_runningText->finish(wasInterrupted);
+  });
+  attempt([&] {
+    if (watch.received() == 0) m_engine.check();
   });
   if (m_sound) {
     const int before = watch.count();

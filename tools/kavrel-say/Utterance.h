@@ -12,6 +12,8 @@
 
 #include "Arguments.h"
 #include "Display.h"
+#include "EngineWatch.h"
+#include "EventTimes.h"
 #include "EventWriter.h"
 #include "Output.h"
 #include "Positions.h"
@@ -47,6 +49,8 @@ class Utterance {
   const Interruption m_interruption;
   const Output m_standardOutput;
   const Output m_standardError;
+  EventTimes m_times;
+  const EngineWatch m_engine;
   Speech m_speech;
   std::optional<SoundTarget> m_sound;
   std::optional<EventWriter> m_events;
