@@ -28,7 +28,8 @@
 
 namespace {
 
-constexpr std::array kSettings = {0, 50, 99};
+constexpr int kMiddle = 50;
+constexpr std::array kSettings = {0, kMiddle, 99};
 
 struct Measurement {
   int pitch = 0;
@@ -78,7 +79,8 @@ std::wstring statementsFor(const kavrel::Voice& voice) {
   throw std::runtime_error("there is no text in the language of " + voice.name());
 }
 
-double medianAt(const kavrel::Voice& voice, int pitch, int range) {
+// The pitch of each moment that has one.
+std::vector<double> pitchesAt(const kavrel::Voice& voice, int pitch, int range) {
   kavrel::Synthesiser::Input input;
   input.text = statementsFor(voice);
   input.settings.pitch = pitch;
@@ -88,10 +90,21 @@ double medianAt(const kavrel::Voice& voice, int pitch, int range) {
   if (!kavrel::Synthesiser::shared().speak(input, voice, recorder, why)) {
     throw std::runtime_error(voice.name() + ": " + why);
   }
-  const double hertz =
-      acoustics::medianPitch({recorder.samples(), static_cast<double>(kavrel::kSampleRate)});
-  if (hertz <= 0) throw std::runtime_error(voice.name() + " has no pitch");
-  return hertz;
+  const auto rate = static_cast<double>(kavrel::kSampleRate);
+  std::vector<double> pitches =
+      acoustics::voiced(acoustics::pitchTrack({recorder.samples(), rate}));
+  if (pitches.empty()) throw std::runtime_error(voice.name() + " has no pitch");
+  return pitches;
+}
+
+// From the 5th to the 95th percentile.
+double spreadOf(std::vector<double> pitches) {
+  // Where an overtone was taken for the pitch, or the other way round, it is an octave off.
+  constexpr double kNear = 1.6;
+  const double median = acoustics::median(pitches);
+  std::erase_if(
+      pitches, [median](double hertz) { return hertz > kNear * median || kNear * hertz < median; });
+  return acoustics::quantile(pitches, 0.95) - acoustics::quantile(pitches, 0.05);
 }
 
 // Solves the normal equations of the least squares of the relative errors.
@@ -120,9 +133,12 @@ Fit fit(std::span<const Measurement> measurements) {
 
 void measure(const kavrel::Voice& voice) {
   std::vector<Measurement> measurements;
+  double spread = 0;
   for (const int pitch : kSettings) {
     for (const int range : kSettings) {
-      measurements.push_back({pitch, range, medianAt(voice, pitch, range)});
+      const std::vector<double> pitches = pitchesAt(voice, pitch, range);
+      measurements.push_back({pitch, range, acoustics::median(pitches)});
+      if (pitch == kMiddle && range == kMiddle) spread = spreadOf(pitches);
     }
   }
   const Fit found = fit(measurements);
@@ -130,9 +146,10 @@ void measure(const kavrel::Voice& voice) {
   for (const Measurement& measurement : measurements) {
     worst = std::max(worst, std::abs(found.medianAt(measurement) / measurement.hertz - 1));
   }
-  std::printf("%-10s PITCH %.1f %.3f %.1f REACH %.0f %.0f  off by %.1f %%\n", voice.name().c_str(),
-              found.values[0], found.values[1], found.values[2], found.medianAt({0, 50, 0}),
-              found.medianAt({99, 50, 0}), 100 * worst);
+  std::printf("%-10s PITCH %.1f %.3f %.1f %.2f REACH %.0f %.0f  off by %.1f %%\n",
+              voice.name().c_str(), found.values[0], found.values[1], found.values[2],
+              spread / kMiddle, found.medianAt({kSettings.front(), kMiddle, 0}),
+              found.medianAt({kSettings.back(), kMiddle, 0}), 100 * worst);
 }
 
 void measureAll(const std::filesystem::path& folder) {

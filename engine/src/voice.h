@@ -5,18 +5,25 @@
 // A voice never changes once it is loaded and lives until the process ends. All functions may be
 // called on any thread.
 //
-// The data file is named kavrel.voice and has one "key = value" per line; "#" begins a comment.
-// Keys:
+// The data file is named kavrel.voice, has at most 64 KiB, and one "key = value" per line; "#"
+// begins a comment. Every key stands there once, in any order, and no other:
 //   format        1
 //   name          for people
 //   language      the synthesiser's name of the language, such as en-us
-//   variant       the synthesiser's name of a variation of it, such as f2; may be empty
+//   variant       the synthesiser's name of a variation of it, such as f2; may be empty or left out
 //   pitch.offset, pitch.range, pitch.scale
 //                 how this voice's pitch follows the synthesiser's settings P and R, both 0 to 99:
-//                 median in Hz = offset + range * R + scale * 2^(P / 50). Left out: a male voice's.
-// Other keys are left alone.
+//                 median in Hz = offset + range * R + scale * 2^(P / 50)
+//   pitch.spread  how far the pitch moves, from its 5th to its 95th percentile, in Hz for each step
+//                 of R
+//   pitch.lowest, pitch.highest
+//                 the reach: the median in Hz at P = 0 and at P = 99, both with R = 50. They follow
+//                 from the constants and are there for those who read the file; a file in which
+//                 they do not follow, give or take a tenth, is damaged.
 #pragma once
 
+#include <set>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -27,7 +34,8 @@ class Voice {
   // A voice that speaks American English.
   Voice() = default;
 
-  // Reads the text of a data file. False, with a message in `why`, when it is not one.
+  // Reads the text of a data file. False, with a message in `why`, when it is not one; the voice is
+  // then of no use.
   bool parse(std::string_view text, std::string& why);
 
   const std::string& name() const { return m_name; }
@@ -43,14 +51,30 @@ class Voice {
   int rangeFor(double hertz) const;
 
  private:
-  bool set(std::string_view key, std::string_view value, std::string& why);
+  static constexpr int kMiddleSetting = 50;
+  static constexpr int kHighestSetting = 99;
 
+  struct Key;
+  static std::span<const Key> keys();
+
+  // False, with a message in `why`.
+  bool readLine(std::string_view line, std::set<std::string_view>& seen, std::string& why);
+  bool set(const Key& key, std::string_view value, std::string& why);
+  bool isSound(std::string& why) const;
+
+  // In Hz, with the range setting in the middle.
+  double medianAt(int pitch) const;
+
+  double m_format = 1;
   std::string m_name = "default";
   std::string m_language = "en-us";
   std::string m_variant;
-  double m_offset = 18;
-  double m_range = 0.29;
-  double m_scale = 35.5;
+  double m_offset = 19.3;
+  double m_range = 0.272;
+  double m_scale = 34.7;
+  double m_spread = 0.54;
+  double m_lowest = 68;
+  double m_highest = 170;
 };
 
 // The voice that a port without a voice speaks with.

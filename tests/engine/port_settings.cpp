@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Parameters, voices, style, and arguments that are not there.
+// Parameters, style, and arguments that are not there.
 #include <cmath>
 #include <string>
 #include <vector>
@@ -19,12 +19,9 @@ using test::Speaker;
 
 namespace {
 
-std::vector<std::int16_t> spoken(const std::string& text, const std::string& voiceFolder = {}) {
+std::vector<std::int16_t> spoken(const std::string& text) {
   const Folder folder;
   Speaker speaker(folder.path("out.aiff"), KAVREL_EVENT_NONE);
-  if (!voiceFolder.empty()) {
-    EXPECT_NE(kavrel_port_set_voice_from_dir(speaker.port(), voiceFolder.c_str()), nullptr);
-  }
   speaker.speakAll(text);
   return readSamples(folder.path("out.aiff"));
 }
@@ -39,78 +36,7 @@ std::string styled(const std::string& attribute) {
   return "<prosody " + attribute + ">" + kProse + "</prosody>";
 }
 
-constexpr const char* kVoice =
-    "# A voice\nformat = 1\nname = Test   # for people\nlanguage = en-us\nvariant = f2\n\n"
-    "pitch.offset = 20\npitch.range = 0.5\npitch.scale = 70\nunheard.of = 1\n";
-
 }  // namespace
-
-TEST(PortVoice, IsLoadedFromItsFolder) {
-  const Folder folder;
-  folder.write("kavrel.voice", kVoice);
-  Speaker speaker;
-  kavrel_voice_struct* const voice =
-      kavrel_port_set_voice_from_dir(speaker.port(), folder.path().c_str());
-  EXPECT_NE(voice, nullptr);
-  EXPECT_EQ(kavrel_port_set_voice_from_dir(speaker.port(), folder.path().c_str()), voice);
-}
-
-TEST(PortVoice, IsLoadedAnewWhenItsFileHasChanged) {
-  const Folder folder;
-  folder.write("kavrel.voice", kVoice);
-  Speaker speaker;
-  kavrel_voice_struct* const voice =
-      kavrel_port_set_voice_from_dir(speaker.port(), folder.path().c_str());
-  folder.write("kavrel.voice", std::string(kVoice) + "variant = m3\n");
-  EXPECT_NE(kavrel_port_set_voice_from_dir(speaker.port(), folder.path().c_str()), voice);
-}
-
-TEST(PortVoice, IsRefusedWhenItsFileIsWrong) {
-  const char* const kWrong[] = {
-      "",
-      "format = 2\nname = a\nlanguage = en-us\n",
-      "name = a\nlanguage = en-us\n",
-      "format = 1\nname = a\n",
-      "format = 1\nname = a\nlanguage = \n",
-      "format = 1\nname = a\nlanguage = xx-nowhere\n",
-      "format = 1\nname = a\nlanguage = en-us\nvariant = nobody\n",
-      "format = 1\nname = a\nlanguage = ../en-us\n",
-      "format = 1\nname = a\nlanguage = en-us\npitch.scale = 0\n",
-      "format = 1\nname = a\nlanguage = en-us\npitch.offset = high\n",
-      "format = 1\nname = a\nlanguage = en-us\npitch.range = inf\n",
-      "format = 1\nname = a\nlanguage = en-us\npitch.range = 0\n",
-      "format = 1\nname = a\nlanguage = en-us\nnonsense\n",
-  };
-  const Folder folder;
-  Speaker speaker;
-  for (const char* const content : kWrong) {
-    folder.write("kavrel.voice", content);
-    EXPECT_EQ(kavrel_port_set_voice_from_dir(speaker.port(), folder.path().c_str()), nullptr)
-        << content;
-  }
-  folder.write("kavrel.voice", std::string(100'000, '#'));
-  EXPECT_EQ(kavrel_port_set_voice_from_dir(speaker.port(), folder.path().c_str()), nullptr);
-}
-
-TEST(PortVoice, ThatIsMissingIsSaidInADiagnosticLine) {
-  const Folder folder;
-  Speaker speaker;
-  cst_diag_mask = CST_DIAG_ENGINE;
-  cst_diag_level = 1;
-  testing::internal::CaptureStderr();
-  EXPECT_EQ(kavrel_port_set_voice_from_dir(speaker.port(), folder.path("none").c_str()), nullptr);
-  const std::string line = testing::internal::GetCapturedStderr();
-  EXPECT_NE(line.find("kavrel.voice"), std::string::npos) << line;
-  EXPECT_EQ(line.find('\n'), line.size() - 1) << line;
-}
-
-TEST(PortVoice, ThatIsWrongLeavesTheVoiceAsItWas) {
-  const Folder folder;
-  Speaker speaker(folder.path("out.aiff"));
-  EXPECT_EQ(kavrel_port_set_voice_from_dir(speaker.port(), folder.path().c_str()), nullptr);
-  speaker.speakAll("Hello.");
-  EXPECT_FALSE(readSamples(folder.path("out.aiff")).empty());
-}
 
 TEST(PortStyle, RateChangesTheLength) {
   const auto slow = static_cast<double>(spoken(styled("rate=\"100\"")).size());

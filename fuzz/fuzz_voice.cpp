@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// A voice's data file is read or refused with a message of one line, and a voice that was read has
+// settings within bounds for whatever is asked of it. Input: the file.
+#include <algorithm>
+#include <array>
+#include <limits>
+#include <string>
+
+#include "Fuzz.h"
+#include "voice.h"
+
+namespace {
+
+bool isOneLine(const std::string& text) {
+  return !text.empty() && text.size() < 200 && std::none_of(text.begin(), text.end(), [](char c) {
+    return static_cast<unsigned char>(c) < 0x20;
+  });
+}
+
+bool isSetting(int value) {
+  return value >= 0 && value <= 99;
+}
+
+void checkSettings(const kavrel::Voice& voice) {
+  constexpr double kHuge = std::numeric_limits<double>::max();
+  constexpr std::array kAsked = {0.0, 1e-300, 1.0, 50.0, 98.0, 196.0, 500.0, 1e9, kHuge};
+  int before = 0;
+  for (const double hertz : kAsked) {
+    fuzz::require(isSetting(voice.rangeFor(hertz)), "the range is a setting");
+    for (const int range : {0, 50, 99}) {
+      fuzz::require(isSetting(voice.pitchFor(hertz, range)), "the pitch is a setting");
+    }
+    fuzz::require(voice.pitchFor(hertz, 50) >= before, "a higher pitch is a higher setting");
+    before = voice.pitchFor(hertz, 50);
+  }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  kavrel::Voice voice;
+  std::string why;
+  if (!voice.parse(fuzz::viewOf(data, size), why)) {
+    fuzz::require(isOneLine(why), "a message of one line");
+    return 0;
+  }
+  fuzz::require(!voice.name().empty(), "a name");
+  fuzz::require(voice.synthesiserName().find_first_of("/.\\") == std::string::npos,
+                "no way into another folder");
+  checkSettings(voice);
+  return 0;
+}
