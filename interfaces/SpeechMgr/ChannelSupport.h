@@ -11,8 +11,11 @@
 #include "SpeechChannel.h"
 
 // A line of the channel layer, under the name of the function that callers know.
-#define CHANNEL_LINE(function, ...) \
-  DIAG_LINE(kDiagChannels, 3, "SpeechChannel", function, __VA_ARGS__)
+#define CHANNEL_LINE(function, ...)                                      \
+  do {                                                                   \
+    check_no_leaf_lock();                                                \
+    DIAG_LINE(kDiagChannels, 3, "SpeechChannel", function, __VA_ARGS__); \
+  } while (false)
 
 // Keeps `channel` while it is one of the living; false when it is not (any more).
 bool retain_channel(speech_channel* channel);
@@ -23,8 +26,8 @@ void release_channel(speech_channel* channel);
 // Whether a close of the channel has begun.
 bool is_closing(speech_channel* channel);
 
-// Lets go of the text and the maps of a job that is over or has not begun.  [lock held]
-void release_text(speech_channel* channel);
+// Lets go of the text and the maps of a job that is over or has not begun.
+void release_text(speech_channel* channel) REQUIRES(channel->lock);
 
 // The process's engine, or null when it could not be opened.
 kavrel_engine_struct* channel_engine();
@@ -49,6 +52,7 @@ inline SRefCon client_refcon(long refcon) {
 // Calls a client on one of our threads, where an exception of the client's has nowhere to go.
 template <typename Call>
 void call_client(Call call) {
+  check_no_leaf_lock();
   try {
     call();
   } catch (...) {
@@ -56,28 +60,30 @@ void call_client(Call call) {
 }
 
 // The channel's lock, for a scope.
-class ChannelLock {
+class SCOPED_CAPABILITY ChannelLock {
  public:
-  explicit ChannelLock(speech_channel* channel) : m_mutex(&channel->mtx) { mutex_lock(m_mutex); }
-  ~ChannelLock() { mutex_unlock(m_mutex); }
+  explicit ChannelLock(speech_channel* channel) ACQUIRE(channel->lock) : m_channel(channel) {
+    outside(mutex_lock)(&channel->mtx);
+    channel->lock.enter();
+  }
+  ~ChannelLock() RELEASE() {
+    m_channel->lock.leave();
+    outside(mutex_unlock)(&m_channel->mtx);
+  }
   ChannelLock(const ChannelLock&) = delete;
   ChannelLock& operator=(const ChannelLock&) = delete;
 
  private:
-  pthread_mutex_t* m_mutex;
+  speech_channel* m_channel;
 };
 
-// A leaf lock, for a scope in which nothing outside this plug-in is called.
-class LeafLock {
- public:
-  explicit LeafLock(pthread_mutex_t& mutex) : m_mutex(mutex) { pthread_mutex_lock(&m_mutex); }
-  ~LeafLock() { pthread_mutex_unlock(&m_mutex); }
-  LeafLock(const LeafLock&) = delete;
-  LeafLock& operator=(const LeafLock&) = delete;
-
- private:
-  pthread_mutex_t& m_mutex;
-};
+// Waits for a signal of speech_finished, or for no reason; the lock is let go meanwhile. For a
+// thread that holds it once.
+inline void wait_for_finished(speech_channel* channel) REQUIRES(channel->lock) {
+  channel->lock.leave();
+  pthread_cond_wait(&channel->speech_finished, &channel->mtx);
+  channel->lock.enter();
+}
 
 // A plain field that the engine's thread and the clients' threads both touch.
 template <typename T>

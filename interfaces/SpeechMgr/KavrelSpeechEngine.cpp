@@ -22,30 +22,19 @@
 
 namespace {
 
-// A channel that is open, held and locked for the length of an entry point.
-class OpenChannel {
- public:
-  explicit OpenChannel(SpeechChannelIdentifier ssr) : m_hold(ssr) {
-    if (!m_hold) return;
-    mutex_lock(&m_hold->mtx);
-    // Another thread may have closed it before this one had the lock.
-    m_open = !is_closing(m_hold.get());
-    if (!m_open) mutex_unlock(&m_hold->mtx);
-  }
-  ~OpenChannel() {
-    if (m_open) mutex_unlock(&m_hold->mtx);
-  }
-  OpenChannel(const OpenChannel&) = delete;
-  OpenChannel& operator=(const OpenChannel&) = delete;
-
-  explicit operator bool() const { return m_open; }
-  speech_channel* operator->() const { return m_hold.get(); }
-  speech_channel* get() const { return m_hold.get(); }
-
- private:
-  ChannelHold m_hold;
-  bool m_open = false;
-};
+// Does an entry point's work on the open channel of that identifier, under its lock; noSynthFound
+// when there is none.
+template <typename Work>
+long on_channel(SpeechChannelIdentifier ssr, Work work) {
+  const ChannelHold hold(ssr);
+  if (!hold) return noSynthFound;
+  speech_channel* const channel = hold.get();
+  const ChannelLock held(channel);
+  // Another thread may have closed it before this one had the lock.
+  if (is_closing(channel)) return noSynthFound;
+  // Spelt out: the compiler's check takes the arguments of an operator for those after its object.
+  return work.operator()(channel);
+}
 
 // A four-character code as text, in reading order on every machine.
 class CodeText {
@@ -103,26 +92,33 @@ long SECloseSpeechChannel(SpeechChannelIdentifier ssr) {
   return noErr;
 }
 
-long SESpeechStatus(SpeechChannelIdentifier ssr, SpeechStatusInfo* status) {
-  ENGINE_LINE(3, "SESpeechStatus", "Status Channel ID: %d\n", ssr);
-  const OpenChannel channel(ssr);
-  if (!channel) return noSynthFound;
-  if (status == nullptr) return paramErr;
+namespace {
 
-  status->outputBusy = channel->status == STATUS_BUSY;
-  status->outputPaused = channel->status == STATUS_PAUSED;
-  status->inputBytesLeft = 0;
-  status->phonemeCode = 0;
+void get_status(speech_channel* channel, SpeechStatusInfo& status) REQUIRES(channel->lock) {
+  status.outputBusy = channel->status == STATUS_BUSY;
+  status.outputPaused = channel->status == STATUS_PAUSED;
+  status.inputBytesLeft = 0;
+  status.phonemeCode = 0;
   if (channel->status == STATUS_BUSY && channel->text != nullptr) {
     const auto length = static_cast<SInt32>(std::strlen(channel->text));
-    status->inputBytesLeft = length - load_shared(channel->curr_pos);
-    status->phonemeCode = static_cast<SInt16>(load_shared(channel->curr_phoneme));
+    status.inputBytesLeft = length - load_shared(channel->curr_pos);
+    status.phonemeCode = static_cast<SInt16>(load_shared(channel->curr_phoneme));
   }
   // Rationale: "usy" is the line's own wording.
   ENGINE_LINE(3, "SESpeechStatus", "Status paused:%d, usy:%d, bytes left:%ld, phoneme:%d\n",
-              status->outputPaused, status->outputBusy, static_cast<long>(status->inputBytesLeft),
-              status->phonemeCode);
-  return noErr;
+              status.outputPaused, status.outputBusy, static_cast<long>(status.inputBytesLeft),
+              status.phonemeCode);
+}
+
+}  // namespace
+
+long SESpeechStatus(SpeechChannelIdentifier ssr, SpeechStatusInfo* status) {
+  ENGINE_LINE(3, "SESpeechStatus", "Status Channel ID: %d\n", ssr);
+  return on_channel(ssr, [&](speech_channel* channel) REQUIRES(channel->lock) -> long {
+    if (status == nullptr) return paramErr;
+    get_status(channel, *status);
+    return noErr;
+  });
 }
 
 // ---- Stop, pause, continue ----
@@ -130,24 +126,24 @@ long SESpeechStatus(SpeechChannelIdentifier ssr, SpeechStatusInfo* status) {
 long SEStopSpeechAt(SpeechChannelIdentifier ssr, unsigned long whereToStop) {
   ENGINE_LINE(3, "SEStopSpeechAt", "Stop Channel ID: %d, whereToStop: %d\n", ssr,
               static_cast<int>(whereToStop));
-  const OpenChannel channel(ssr);
-  if (!channel) return noSynthFound;
-  return channel_stop(channel.get(), static_cast<long>(whereToStop));
+  return on_channel(ssr, [&](speech_channel* channel) REQUIRES(channel->lock) -> long {
+    return channel_stop(channel, static_cast<long>(whereToStop));
+  });
 }
 
 long SEPauseSpeechAt(SpeechChannelIdentifier ssr, unsigned long whereToPause) {
   ENGINE_LINE(3, "SEPauseSpeechAt", "Pause Channel ID: %d, whereToPause: %d\n", ssr,
               static_cast<int>(whereToPause));
-  const OpenChannel channel(ssr);
-  if (!channel) return noSynthFound;
-  return channel_pause(channel.get(), static_cast<long>(whereToPause));
+  return on_channel(ssr, [&](speech_channel* channel) REQUIRES(channel->lock) -> long {
+    return channel_pause(channel, static_cast<long>(whereToPause));
+  });
 }
 
 long SEContinueSpeech(SpeechChannelIdentifier ssr) {
   ENGINE_LINE(3, "SEContinueSpeech", "Continue Channel ID: %d\n", ssr);
-  const OpenChannel channel(ssr);
-  if (!channel) return noSynthFound;
-  return channel_unpause(channel.get());
+  return on_channel(ssr, [&](speech_channel* channel) REQUIRES(channel->lock) -> long {
+    return channel_unpause(channel);
+  });
 }
 
 long SETextToPhonemes(SpeechChannelIdentifier ssr, char* /*textBuf*/, long /*textBytes*/,
@@ -175,25 +171,25 @@ std::string boundedText(const char* text, long length) {
 // The channel's text, and room behind it; grows by doubling.
 class GrowingText {
  public:
-  explicit GrowingText(speech_channel* channel)
-      : m_channel(channel), m_length(std::strlen(channel->text)), m_room(m_length + 1) {}
+  explicit GrowingText(char*& text)
+      : m_text(text), m_length(std::strlen(text)), m_room(m_length + 1) {}
 
   void append(const char* more) {
     const std::size_t added = std::strlen(more);
     if (m_length + added + 1 > m_room) makeRoom(2 * (m_length + added + 1));
-    std::memcpy(m_channel->text + m_length, more, added + 1);
+    std::memcpy(m_text + m_length, more, added + 1);
     m_length += added;
   }
 
  private:
   void makeRoom(std::size_t room) {
-    auto* text = static_cast<char*>(cst_safe_realloc(m_channel->text, room));
+    auto* text = static_cast<char*>(cst_safe_realloc(m_text, room));
     if (text == nullptr) throw std::bad_alloc();
-    m_channel->text = text;
+    m_text = text;
     m_room = room;
   }
 
-  speech_channel* m_channel;
+  char*& m_text;
   std::size_t m_length;
   std::size_t m_room;
 };
@@ -201,28 +197,28 @@ class GrowingText {
 // While the client is asked for more text it may call anything, but not speak on this channel.
 class Gathering {
  public:
-  explicit Gathering(speech_channel* channel) : m_channel(channel) { channel->gathering = true; }
-  ~Gathering() { m_channel->gathering = false; }
+  explicit Gathering(bool& gathering) : m_gathering(gathering) { m_gathering = true; }
+  ~Gathering() { m_gathering = false; }
   Gathering(const Gathering&) = delete;
   Gathering& operator=(const Gathering&) = delete;
 
  private:
-  speech_channel* m_channel;
+  bool& m_gathering;
 };
 
 // Adds what the client's text-done callback still has to say.
 // Rationale: a piece ends at its NUL; the length that the client gives is not looked at.
-void gather_more_text(speech_channel* channel, long controlFlags) {
+void gather_more_text(speech_channel* channel, long controlFlags) REQUIRES(channel->lock) {
   const SpeechTextDoneProcPtr text_done = load_shared(channel->cb_text_done);
   if (text_done == nullptr) return;
-  const Gathering scope(channel);
-  GrowingText text(channel);
+  const Gathering scope(channel->gathering);
+  GrowingText text(channel->text);
   const void* next = nullptr;
   auto flags = static_cast<SInt32>(controlFlags);
   while (true) {
     unsigned long bytes = 0;
-    text_done(client_channel(channel->id), client_refcon(load_shared(channel->refcon)), &next,
-              &bytes, &flags);
+    outside(text_done)(client_channel(channel->id), client_refcon(load_shared(channel->refcon)),
+                       &next, &bytes, &flags);
     if (next == nullptr) return;
     text.append(static_cast<const char*>(next));
   }
@@ -234,7 +230,7 @@ char* owned_text(char* text) {
 }
 
 // Replaces the channel's text, as the caller wrote it, by the text for the engine and its maps.
-void convert_text(speech_channel* channel, AppleMarkupConverter& amc) {
+void convert_text(speech_channel* channel, AppleMarkupConverter& amc) REQUIRES(channel->lock) {
   if (std::strlen(channel->text) > kMaxTextBytes) throw AppleSynthesisError(INDEX_OUT_OF_RANGE);
   ENGINE_LINE(2, "SESpeakBuffer", "Converting: \"%s\"\n", channel->text);
   PositionMap prepared;
@@ -258,10 +254,34 @@ void convert_text(speech_channel* channel, AppleMarkupConverter& amc) {
 }
 
 // Nothing is spoken: back to idle, without text.
-void give_up_text(speech_channel* channel) {
+void give_up_text(speech_channel* channel) REQUIRES(channel->lock) {
   release_text(channel);
   channel->output_is_file = 0;
   channel->status = STATUS_IDLE;
+}
+
+long speak_text(speech_channel* channel, AppleMarkupConverter& amc, const char* text, long length,
+                long controlFlags) REQUIRES(channel->lock) {
+  if (channel->status != STATUS_IDLE || channel->gathering) return synthNotReady;
+  try {
+    channel->text = owned_text(cst_substr(text, 0, text != nullptr ? length : 0));
+    gather_more_text(channel, controlFlags);
+    if (is_closing(channel)) {
+      give_up_text(channel);
+      return noSynthFound;
+    }
+    convert_text(channel, amc);
+  } catch (const AppleSynthesisError&) {
+    give_up_text(channel);
+    return badInputText;
+  } catch (...) {
+    give_up_text(channel);
+    throw;
+  }
+  channel_wait(channel);
+  if (channel_speak(channel) == 0) return noErr;
+  give_up_text(channel);
+  return synthNotReady;
 }
 
 }  // namespace
@@ -272,29 +292,9 @@ long SESpeakBuffer(SpeechChannelIdentifier ssr, Ptr textBuf, long byteLen, long 
               "Speak Channel ID: %d, length: %d, control flags: %x, text:\n%s\n", ssr,
               static_cast<int>(byteLen), static_cast<unsigned int>(controlFlags),
               boundedText(textBuf, byteLen).c_str());
-  const OpenChannel channel(ssr);
-  if (!channel) return noSynthFound;
-  if (channel->status != STATUS_IDLE || channel->gathering) return synthNotReady;
-
-  try {
-    channel->text = owned_text(cst_substr(textBuf, 0, textBuf != nullptr ? byteLen : 0));
-    gather_more_text(channel.get(), controlFlags);
-    if (is_closing(channel.get())) {
-      give_up_text(channel.get());
-      return noSynthFound;
-    }
-    convert_text(channel.get(), amc);
-  } catch (const AppleSynthesisError&) {
-    give_up_text(channel.get());
-    return badInputText;
-  } catch (...) {
-    give_up_text(channel.get());
-    throw;
-  }
-  channel_wait(channel.get());
-  if (channel_speak(channel.get()) == 0) return noErr;
-  give_up_text(channel.get());
-  return synthNotReady;
+  return on_channel(ssr, [&](speech_channel* channel) REQUIRES(channel->lock) {
+    return speak_text(channel, amc, textBuf, byteLen, controlFlags);
+  });
 }
 
 // ---- Settings ----
@@ -312,8 +312,9 @@ void get_version(SpeechVersionInfo& version) {
   version.synthVersion.stage = 0x80;  // final
 }
 
-long get_info(speech_channel* channel, unsigned long selector, void* speechInfo) {
-  const SpeechMgrEnv& environment = channel->environment;
+long get_info(speech_channel* channel, unsigned long selector, void* speechInfo)
+    REQUIRES(channel->lock) {
+  const SpeechMgrEnv environment = channel->environment;
   switch (selector) {
     case soStatus:
       return SESpeechStatus(channel->id, static_cast<SpeechStatusInfo*>(speechInfo));
@@ -370,7 +371,7 @@ void set_delimiters(SpeechMgrEnv& environment, const DelimiterInfo& delimiters) 
   }
 }
 
-long set_output_file(speech_channel* channel, CFURLRef url) {
+long set_output_file(speech_channel* channel, CFURLRef url) REQUIRES(channel->lock) {
   cst_free(channel->outfile);
   channel->outfile = nullptr;
   if (url == nullptr) return noErr;
@@ -387,7 +388,8 @@ long set_callback(Callback& field, void* speechInfo) {
   return noErr;
 }
 
-long set_value(speech_channel* channel, unsigned long selector, void* speechInfo) {
+long set_value(speech_channel* channel, unsigned long selector, void* speechInfo)
+    REQUIRES(channel->lock) {
   SpeechMgrEnv& environment = channel->environment;
   switch (selector) {
     case soRate:
@@ -433,7 +435,8 @@ long set_value(speech_channel* channel, unsigned long selector, void* speechInfo
   }
 }
 
-long set_info(speech_channel* channel, unsigned long selector, void* speechInfo) {
+long set_info(speech_channel* channel, unsigned long selector, void* speechInfo)
+    REQUIRES(channel->lock) {
   switch (selector) {
     case soTextDoneCallBack:
       return set_callback(channel->cb_text_done, speechInfo);
@@ -463,18 +466,18 @@ long set_info(speech_channel* channel, unsigned long selector, void* speechInfo)
 long SEGetSpeechInfo(SpeechChannelIdentifier ssr, unsigned long selector, void* speechInfo) {
   ENGINE_LINE(2, "SEGetSpeechInfo", "GetInfo Channel ID: %d, selector: %.4s\n", ssr,
               CodeText(selector).c_str());
-  const OpenChannel channel(ssr);
-  if (!channel) return noSynthFound;
-  if (speechInfo == nullptr) return paramErr;
-  return get_info(channel.get(), selector, speechInfo);
+  return on_channel(ssr, [&](speech_channel* channel) REQUIRES(channel->lock) -> long {
+    if (speechInfo == nullptr) return paramErr;
+    return get_info(channel, selector, speechInfo);
+  });
 }
 
 long SESetSpeechInfo(SpeechChannelIdentifier ssr, unsigned long selector, void* speechInfo) {
   ENGINE_LINE(2, "SESetSpeechInfo", "SetInfo Channel ID: %d, selector: %.4s\n", ssr,
               CodeText(selector).c_str());
-  const OpenChannel channel(ssr);
-  if (!channel) return noSynthFound;
-  return set_info(channel.get(), selector, speechInfo);
+  return on_channel(ssr, [&](speech_channel* channel) REQUIRES(channel->lock) {
+    return set_info(channel, selector, speechInfo);
+  });
 }
 
 // ---- Voice ----
@@ -488,14 +491,13 @@ long SEUseVoice(SpeechChannelIdentifier ssr, VoiceSpec* voice, CFBundleRef inVoi
   // The line has no line feed of its own: showing the bundle completes it.
   if (inVoiceSpecBundle != nullptr && diagnosing(kDiagChannels, 1)) CFShow(inVoiceSpecBundle);
 
-  const OpenChannel channel(ssr);
-  if (!channel) {
-    cst_errmsg("SEUseVoice: no channel found for %d\n", ssr);
-    return noSynthFound;
-  }
-  CFURLRef url = CFBundleCopyBundleURL(inVoiceSpecBundle);
-  char* voxdir = get_url_path(url);
-  CFRelease(url);
-  channel_set_voice(channel.get(), voice, voxdir);
-  return SetPitchDefaults(voice, channel->environment, false);
+  const long result = on_channel(ssr, [&](speech_channel* channel) REQUIRES(channel->lock) {
+    CFURLRef url = CFBundleCopyBundleURL(inVoiceSpecBundle);
+    char* voxdir = get_url_path(url);
+    CFRelease(url);
+    channel_set_voice(channel, voice, voxdir);
+    return SetPitchDefaults(voice, channel->environment, false);
+  });
+  if (result == noSynthFound) cst_errmsg("SEUseVoice: no channel found for %d\n", ssr);
+  return result;
 }

@@ -7,29 +7,30 @@
 #include "ChannelSupport.h"
 #include "KavrelSpeechEngine.h"
 
+constinit LeafMutex channel_registry;
+
 namespace {
 
-pthread_mutex_t registry_lock = PTHREAD_MUTEX_INITIALIZER;
-speech_channel* channels = nullptr;  // the newest; under registry_lock
+speech_channel* channels GUARDED_BY(channel_registry) = nullptr;  // the newest
 
-// Every record that is not freed yet, registered or not; under registry_lock. An engine may send an
-// event for a channel that is long gone, and only this tells. Never destroyed: engine threads may
-// outlive the process's static objects.
-std::unordered_set<speech_channel*>& living() {
+// Every record that is not freed yet, registered or not. An engine may send an event for a channel
+// that is long gone, and only this tells. Never destroyed: engine threads may outlive the process's
+// static objects.
+std::unordered_set<speech_channel*>& living() REQUIRES(channel_registry) {
   static auto& records = *new std::unordered_set<speech_channel*>;
   return records;
 }
 
 // Held while the engine is opened, so that two first channels open it once.
-pthread_mutex_t engine_lock = PTHREAD_MUTEX_INITIALIZER;
-kavrel_engine_struct* engine = nullptr;  // under engine_lock
+constinit OuterMutex engine_lock;
+kavrel_engine_struct* engine GUARDED_BY(engine_lock) = nullptr;
 
 void open_engine(kavrel_params* params) {
-  LeafLock held(engine_lock);
+  OuterLock held(engine_lock);
   if (engine != nullptr) return;
   CHANNEL_LINE("new_channel", "Opening Kavrel Engine.\n");
-  kavrel_params_set_val(params, "voice/cache-policy", kavrel_val_string("preload"));
-  engine = kavrel_engine_open(params);
+  outside(kavrel_params_set_val)(params, "voice/cache-policy", kavrel_val_string("preload"));
+  engine = outside(kavrel_engine_open)(params);
 }
 
 void init_locks(speech_channel* channel) {
@@ -41,7 +42,9 @@ void init_locks(speech_channel* channel) {
   pthread_cond_init(&channel->speech_finished, nullptr);
 }
 
-void free_record(speech_channel* channel) {
+// Nobody else has the record any more.
+void free_record(speech_channel* channel) NO_THREAD_SAFETY_ANALYSIS {
+  check_no_leaf_lock();
   cst_free(channel->outfile);
   cst_free(channel->voice);
   cst_free(channel->voxdir);
@@ -50,26 +53,23 @@ void free_record(speech_channel* channel) {
   delete channel->text_positions;
   mutex_destroy(&channel->mtx);
   pthread_cond_destroy(&channel->speech_finished);
-  pthread_mutex_destroy(&channel->job_state.leaf);
+  channel->job_state.leaf.destroy();
   delete channel;
 }
 
-// With registry_lock held.
-speech_channel* registered(SpeechChannelIdentifier ssr) {
+speech_channel* registered(SpeechChannelIdentifier ssr) REQUIRES(channel_registry) {
   speech_channel* channel = channels;
   while (channel != nullptr && channel->id != ssr) channel = channel->next;
   return channel;
 }
 
-// With registry_lock held.
-void link_channel(speech_channel* channel) {
+void link_channel(speech_channel* channel) REQUIRES(channel_registry) {
   channel->next = channels;
   if (channels != nullptr) channels->prev = channel;
   channels = channel;
 }
 
-// With registry_lock held.
-void unlink_channel(speech_channel* channel) {
+void unlink_channel(speech_channel* channel) REQUIRES(channel_registry) {
   if (channel->prev != nullptr) channel->prev->next = channel->next;
   if (channel->next != nullptr) channel->next->prev = channel->prev;
   if (channels == channel) channels = channel->next;
@@ -79,24 +79,25 @@ void unlink_channel(speech_channel* channel) {
 
 // False when another thread is closing the channel already.
 bool begin_closing(speech_channel* channel) {
-  LeafLock held(registry_lock);
+  LeafLock held(channel_registry);
   if (channel->closing) return false;
   channel->closing = true;
   return true;
 }
 
-// Waits until the signalling thread of a job that is being finished has made its call. With the
-// lock held, once.
-void wait_for_signal(speech_channel* channel) {
+// Waits until the signalling thread of a job that is being finished has made its call.
+void wait_for_signal(speech_channel* channel) REQUIRES(channel->lock) {
   if (channel->status != STATUS_CLOSING) return;
+  // The lock of an entry point around this callback keeps that thread waiting until it returns.
+  if (channel->lock.is_held_further_out()) return;
   const unsigned int before = channel->jobs_signalled;
-  while (channel->jobs_signalled == before) {
-    pthread_cond_wait(&channel->speech_finished, &channel->mtx);
-  }
+  while (channel->jobs_signalled == before) wait_for_finished(channel);
 }
 
-// A job that could not be stopped speaks on; its client hears no more of it.
-void forget_client(speech_channel* channel) {
+// A job that could not be stopped speaks on; its client hears no more of it. One that is still to
+// be signalled is over.
+void forget_client(speech_channel* channel) REQUIRES(channel->lock) {
+  if (channel->status == STATUS_CLOSING) return;
   store_shared(channel->cb_text_done, SpeechTextDoneProcPtr{});
   store_shared(channel->cb_speech_done, SpeechDoneProcPtr{});
   store_shared(channel->cb_sync, SpeechSyncProcPtr{});
@@ -109,7 +110,7 @@ void forget_client(speech_channel* channel) {
 
 long SetPitchDefaults(VoiceSpec* voice, SpeechMgrEnv& environment, bool force) {
   VoiceDescription description{};
-  GetVoiceDescription(voice, &description, sizeof description);
+  outside(GetVoiceDescription)(voice, &description, sizeof description);
   if (force || environment.pitchBase == 0) {
     environment.pitchBase = description.gender == kMale ? kAssumedMalePitch : kAssumedFemalePitch;
     environment.pitchAssumedBase = static_cast<int>(environment.pitchBase);
@@ -118,12 +119,12 @@ long SetPitchDefaults(VoiceSpec* voice, SpeechMgrEnv& environment, bool force) {
 }
 
 kavrel_engine_struct* channel_engine() {
-  LeafLock held(engine_lock);
+  OuterLock held(engine_lock);
   return engine;
 }
 
 bool retain_channel(speech_channel* channel) {
-  LeafLock held(registry_lock);
+  LeafLock held(channel_registry);
   if (!living().contains(channel)) return false;
   ++channel->holders;
   return true;
@@ -131,7 +132,7 @@ bool retain_channel(speech_channel* channel) {
 
 void release_channel(speech_channel* channel) {
   {
-    LeafLock held(registry_lock);
+    LeafLock held(channel_registry);
     if (--channel->holders > 0) return;
     living().erase(channel);
   }
@@ -139,24 +140,22 @@ void release_channel(speech_channel* channel) {
 }
 
 bool is_closing(speech_channel* channel) {
-  LeafLock held(registry_lock);
+  LeafLock held(channel_registry);
   return channel->closing;
 }
 
 speech_channel* new_channel(SpeechChannelIdentifier ssr) {
   // Rationale: one set for every call, used by the first only, and never released.
-  kavrel_params* params = kavrel_params_new(nullptr);
+  kavrel_params* params = outside(kavrel_params_new)(nullptr);
   CHANNEL_LINE("new_channel", "New Speech Channel Requested.\n");
   open_engine(params);
 
   auto* channel = new (std::nothrow) speech_channel{};
   if (channel == nullptr) return nullptr;
   channel->id = ssr;
-  channel->status = STATUS_IDLE;
-  channel->holders = 1;
   init_locks(channel);
   {
-    LeafLock held(registry_lock);
+    LeafLock held(channel_registry);
     try {
       living().insert(channel);
     } catch (const std::bad_alloc&) {
@@ -173,7 +172,7 @@ speech_channel* find_channel(SpeechChannelIdentifier ssr) {
   CHANNEL_LINE("find_channel", "Searching for Speech Channel with ID: %d.\n", ssr);
   speech_channel* channel = nullptr;
   {
-    LeafLock held(registry_lock);
+    LeafLock held(channel_registry);
     channel = registered(ssr);
   }
   if (channel != nullptr) CHANNEL_LINE("find_channel", "Found Speech Channel with ID: %d.\n", ssr);
@@ -183,7 +182,7 @@ speech_channel* find_channel(SpeechChannelIdentifier ssr) {
 ChannelHold::ChannelHold(SpeechChannelIdentifier ssr) : m_channel(nullptr) {
   CHANNEL_LINE("find_channel", "Searching for Speech Channel with ID: %d.\n", ssr);
   {
-    LeafLock held(registry_lock);
+    LeafLock held(channel_registry);
     speech_channel* channel = registered(ssr);
     if (channel == nullptr || channel->closing) return;
     ++channel->holders;
@@ -197,13 +196,15 @@ ChannelHold::~ChannelHold() {
 }
 
 void channel_set_voice(speech_channel* channel, VoiceSpec* voice, char* voxdir) {
+  channel->lock.assert_held();
   CHANNEL_LINE("channel_set_voice", "Setting Voice for Channel ID: %d to %s.\n", channel->id,
                voxdir != nullptr ? voxdir : "(null)");
   cst_free(channel->voice);
   channel->voice = nullptr;
   if (voice != nullptr) {
     channel->voice = static_cast<VoiceSpec*>(cst_safe_alloc(sizeof(VoiceSpec)));
-    if (channel->voice != nullptr) MakeVoiceSpec(voice->creator, voice->id, channel->voice);
+    if (channel->voice != nullptr)
+      outside(MakeVoiceSpec)(voice->creator, voice->id, channel->voice);
   }
   cst_free(channel->voxdir);
   channel->voxdir = voxdir;
@@ -225,7 +226,7 @@ void delete_channel(speech_channel* channel) {
   }
   // Rationale: the port stays open. Ports and the engine live until the process ends.
   {
-    LeafLock held(registry_lock);
+    LeafLock held(channel_registry);
     unlink_channel(channel);
   }
   release_channel(channel);

@@ -14,7 +14,7 @@ namespace {
 
 const char* event_text(kavrel_event_struct* event) {
   char* text = nullptr;
-  kavrel_event_get_text(event, &text);
+  outside(kavrel_event_get_text)(event, &text);
   return text != nullptr ? text : "";
 }
 
@@ -73,7 +73,7 @@ void report_word(speech_channel* channel, kavrel_event_struct* event) {
   if (word == nullptr) return;
   int start = 0;
   int length = 0;
-  kavrel_event_get_textpos(event, &start, &length);
+  outside(kavrel_event_get_textpos)(event, &start, &length);
   WordPlace place;
   if (!find_word(channel, start, length, place)) return;
   CHANNEL_LINE("channel_stream_callback",
@@ -88,7 +88,7 @@ void report_word(speech_channel* channel, kavrel_event_struct* event) {
 
 void report_phoneme(speech_channel* channel, kavrel_event_struct* event) {
   int position = 0;
-  kavrel_event_get_textpos(event, &position, nullptr);
+  outside(kavrel_event_get_textpos)(event, &position, nullptr);
   store_shared(channel->curr_pos, position);
   const char* phone = event_text(event);
   const int code = applePhoneCode(phone);
@@ -108,9 +108,9 @@ void note_end(speech_channel* channel) {
   bool owed = false;
   bool held_by_job = false;
   unsigned int job = 0;
+  channel_job_state& state = channel->job_state;
   {
-    LeafLock held(channel->job_state.leaf);
-    channel_job_state& state = channel->job_state;
+    LeafLock held(state.leaf);
     owed = state.ends_owed > 0;
     held_by_job = owed || !state.end_seen;
     if (owed) {

@@ -47,51 +47,60 @@ void note_finished(speech_channel* channel) {
   channel->job_state.finished = channel->job_state.number;
 }
 
+// Whether the next job has begun after the one that was finished last.
+bool next_job_has_begun(speech_channel* channel) {
+  LeafLock held(channel->job_state.leaf);
+  return channel->job_state.number != channel->job_state.finished;
+}
+
 // Whether job `number` is the channel's last and nobody has finished it.
 bool is_unfinished(speech_channel* channel, unsigned int number) {
   LeafLock held(channel->job_state.leaf);
   return channel->job_state.number == number && channel->job_state.finished != number;
 }
 
-void close_port(speech_channel* channel) {
-  kavrel_port_close(channel->port);
+void close_port(speech_channel* channel) REQUIRES(channel->lock) {
+  outside(kavrel_port_close)(channel->port);
   channel->port = nullptr;
 }
 
 // A port that writes to a file serves one job, so an open one goes.
-void prepare_output(speech_channel* channel, kavrel_params* params) {
+void prepare_output(speech_channel* channel, kavrel_params* params) REQUIRES(channel->lock) {
   if (channel->outfile == nullptr) {
-    kavrel_params_set_val(params, "events/immediate", kavrel_val_int(0));
+    outside(kavrel_params_set_val)(params, "events/immediate", kavrel_val_int(0));
     return;
   }
   channel->output_is_file = 1;
   if (channel->port != nullptr) close_port(channel);
-  kavrel_params_set_val(params, "audio/output-file", kavrel_val_string(channel->outfile));
-  kavrel_params_set_val(params, "audio/output-format", kavrel_val_string("aiff"));
-  kavrel_params_set_val(params, "events/immediate", kavrel_val_int(1));
+  outside(kavrel_params_set_val)(params, "audio/output-file", kavrel_val_string(channel->outfile));
+  outside(kavrel_params_set_val)(params, "audio/output-format", kavrel_val_string("aiff"));
+  outside(kavrel_params_set_val)(params, "events/immediate", kavrel_val_int(1));
 }
 
-bool open_port(speech_channel* channel, kavrel_params* params) {
+bool open_port(speech_channel* channel, kavrel_params* params) REQUIRES(channel->lock) {
   if (channel->port != nullptr) return true;
   CHANNEL_LINE("channel_speak", "Opening Kavrel Port for Channel ID: %d.\n", channel->id);
-  channel->port = kavrel_port_open(channel_engine(), params);
+  channel->port = outside(kavrel_port_open)(channel_engine(), params);
   if (channel->port == nullptr) return false;
-  kavrel_port_set_callback(channel->port, channel_stream_callback, kChannelEvents, channel);
+  outside(kavrel_port_set_callback)(channel->port, channel_stream_callback, kChannelEvents,
+                                    channel);
   return true;
 }
 
-bool apply_voice(speech_channel* channel) {
+bool apply_voice(speech_channel* channel) REQUIRES(channel->lock) {
   if (!channel->voice_changed) return true;
-  if (kavrel_port_set_voice_from_dir(channel->port, channel->voxdir) == nullptr) return false;
+  if (outside(kavrel_port_set_voice_from_dir)(channel->port, channel->voxdir) == nullptr)
+    return false;
   channel->voice_changed = 0;
   return true;
 }
 
-bool start_job(speech_channel* channel) {
+bool start_job(speech_channel* channel) REQUIRES(channel->lock) {
   begin_job(channel);
-  const kavrel_result_t result = kavrel_port_speak_text(
+  const kavrel_result_t result = outside(kavrel_port_speak_text)(
       channel->port, channel->text, std::strlen(channel->text), nullptr, &channel->job, nullptr);
   if (result >= 0) return true;
+  note_finished(channel);
   let_job_go(channel);
   return false;
 }
@@ -103,13 +112,13 @@ void* signal_and_release(void* argument) {
   return nullptr;
 }
 
-// With the lock held. True when there was a job to finish; the caller then has its end signalled.
-bool finish_current_job(speech_channel* channel) {
+// True when there was a job to finish; the caller then has its end signalled.
+bool finish_current_job(speech_channel* channel) REQUIRES(channel->lock) {
   if (channel->status != STATUS_BUSY && channel->status != STATUS_PAUSED) return false;
   channel->status = STATUS_CLOSING;
   CHANNEL_LINE("channel_finish_job", "Waiting for Job to Finish on Channel: %d.\n", channel->id);
   note_finished(channel);
-  if (kavrel_port_wait(channel->port, channel->job) == KAVREL_ENGINE_INUSE) {
+  if (outside(kavrel_port_wait)(channel->port, channel->job) == KAVREL_ENGINE_INUSE) {
     note_owed_end(channel);
   } else {
     // Over, even if its END was lost.
@@ -157,6 +166,7 @@ void* run_finishing_task(void* argument) {
 }  // namespace
 
 void release_text(speech_channel* channel) {
+  channel->lock.assert_held();
   channel->job = nullptr;
   store_shared(channel->curr_pos, 0);
   store_shared(channel->curr_phoneme, 0);
@@ -175,7 +185,7 @@ void release_text(speech_channel* channel) {
 
 bool start_detached_thread(void* (*routine)(void*), void* argument) {
   pthread_t thread;
-  if (pthread_create(&thread, nullptr, routine, argument) != 0) return false;
+  if (outside(pthread_create)(&thread, nullptr, routine, argument) != 0) return false;
   pthread_detach(thread);
   return true;
 }
@@ -192,8 +202,9 @@ void start_finishing(speech_channel* channel, unsigned int job) {
 }
 
 int channel_speak(speech_channel* channel) {
+  channel->lock.assert_held();
   // Rationale: one set for every job, used only when a port is opened, and never released.
-  kavrel_params* params = kavrel_params_new(nullptr);
+  kavrel_params* params = outside(kavrel_params_new)(nullptr);
   channel->status = STATUS_BUSY;
   CHANNEL_LINE("channel_speak", "Speech requested for Channel ID: %d, text: \"%s\"\n", channel->id,
                channel->text);
@@ -219,34 +230,39 @@ kavrel_event_t get_kavrel_event(long where) {
 }
 
 int channel_pause(speech_channel* channel, long where) {
+  channel->lock.assert_held();
   CHANNEL_LINE("channel_pause", "Pause Requested for Channel: %d.\n", channel->id);
   if (channel->status == STATUS_PAUSED) return 0;
   // Rationale: an idle channel, and one that is closing, is asked and marked like a busy one.
   const kavrel_result_t result =
-      kavrel_port_pause(channel->port, channel->job, get_kavrel_event(where));
+      outside(kavrel_port_pause)(channel->port, channel->job, get_kavrel_event(where));
   channel->status = STATUS_PAUSED;
   return result < 0 ? -1 : 0;
 }
 
 int channel_unpause(speech_channel* channel) {
+  channel->lock.assert_held();
   CHANNEL_LINE("channel_unpause", "Unpause Requested for Channel: %d.\n", channel->id);
   if (channel->status != STATUS_PAUSED) return 0;
-  const kavrel_result_t result = kavrel_port_pause(channel->port, channel->job, KAVREL_EVENT_NOW);
+  const kavrel_result_t result =
+      outside(kavrel_port_pause)(channel->port, channel->job, KAVREL_EVENT_NOW);
   channel->status = STATUS_BUSY;
   return result < 0 ? -1 : 0;
 }
 
 int channel_wait(speech_channel* channel) {
+  channel->lock.assert_held();
   CHANNEL_LINE("channel_wait", "Wait Requested for Channel: %d.\n", channel->id);
   if (channel->port == nullptr) return 0;
-  return kavrel_port_wait(channel->port, channel->job) < 0 ? -1 : 0;
+  return outside(kavrel_port_wait)(channel->port, channel->job) < 0 ? -1 : 0;
 }
 
 int channel_stop(speech_channel* channel, long where) {
+  channel->lock.assert_held();
   CHANNEL_LINE("channel_stop", "Stop Requested for Channel: %d.\n", channel->id);
   if (channel->status != STATUS_BUSY && channel->status != STATUS_PAUSED) return 0;
   const kavrel_result_t result =
-      kavrel_port_stop(channel->port, channel->job, get_kavrel_event(where));
+      outside(kavrel_port_stop)(channel->port, channel->job, get_kavrel_event(where));
   if (result < 0) {
     std::fprintf(stderr, "Stopping channel failed (%s)\n", kavrel_strerror(result));
     return -1;
@@ -268,7 +284,8 @@ void* channel_signal_speech_done(void* argument) {
     ChannelLock held(channel);
     CHANNEL_LINE("channel_signal_speech_done", "Calling speech done callback on Channel %d\n",
                  channel->id);
-    channel->status = STATUS_IDLE;
+    // A thread that signals late, after another one has, leaves what the channel does now alone.
+    if (!next_job_has_begun(channel)) channel->status = STATUS_IDLE;
     speech_done = load_shared(channel->cb_speech_done);
     refcon = load_shared(channel->refcon);
   }

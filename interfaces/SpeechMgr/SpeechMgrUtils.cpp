@@ -9,7 +9,8 @@
 #include <string_view>
 
 #include <cst.h>
-#include <pthread.h>
+
+#include "Locks.h"
 
 // Rows 0 to 41 stand in the order of the Apple phoneme codes.
 const PhoneMap speechmgr_us_phones[] = {
@@ -43,15 +44,7 @@ namespace {
 constexpr int kLastPhonemeCode = 40;
 
 // Guards the building of the maps, and gApplePhoneCodes after that.
-pthread_mutex_t maps_lock = PTHREAD_MUTEX_INITIALIZER;
-
-class MapsLock {
- public:
-  MapsLock() { pthread_mutex_lock(&maps_lock); }
-  ~MapsLock() { pthread_mutex_unlock(&maps_lock); }
-  MapsLock(const MapsLock&) = delete;
-  MapsLock& operator=(const MapsLock&) = delete;
-};
+constinit LeafMutex maps_lock;
 
 // Other threads read the maps meanwhile, so nothing is written that stands there already.
 template <typename Map>
@@ -256,7 +249,7 @@ std::optional<std::string> prepare(std::string_view text, PositionMap* positions
 }  // namespace
 
 void BuildPhoneTranslationTables() {
-  MapsLock held;
+  LeafLock held(maps_lock);
   for (const PhoneMap* row = speechmgr_us_phones; row->in != nullptr; ++row) {
     settle(gBrevoldPhones, row->in, BrevoldPhone{row->out, row->isVowel});
   }
@@ -269,7 +262,7 @@ void BuildPhoneTranslationTables() {
 }
 
 int applePhoneCode(const std::string& phone) {
-  MapsLock held;
+  LeafLock held(maps_lock);
   return gApplePhoneCodes[phone];
 }
 

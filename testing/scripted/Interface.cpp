@@ -351,6 +351,8 @@ kavrel_result_t kavrel_port_speak_text(kavrel_port_struct* port, const char* tex
       started->port = found->id;
       started->text = spoken;
       started->callback = found->callback;
+      // Earlier jobs that are over are found by their handles.
+      std::erase_if(found->jobs, [](const auto& earlier) { return earlier->over; });
       found->jobs.push_back(started);
       state.m_jobs[started->id] = started;
       *job = handle<kavrel_background_t>(Kind::Job, started->id);

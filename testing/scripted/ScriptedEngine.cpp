@@ -388,6 +388,7 @@ bool Engine::reset() {
   state.m_ports.clear();
   state.m_jobs.clear();
   state.m_params.clear();
+  state.m_forgotten = {};
   state.m_values.clear();
   state.m_queuedScripts.clear();
   state.m_everyScript.reset();
@@ -492,12 +493,28 @@ Live Engine::live() const {
   const Lock held(state.m_lock);
   Live live;
   live.blocks = state.m_blocks;
-  live.parameterSets = static_cast<long>(state.m_params.size());
+  live.parameterSets = static_cast<long>(state.m_params.size()) + state.m_forgotten.parameterSets;
   live.values = static_cast<long>(state.m_values.size());
   live.ports = std::count_if(state.m_ports.begin(), state.m_ports.end(),
-                             [](const auto& entry) { return entry.second->open; });
+                             [](const auto& entry) { return entry.second->open; }) +
+               state.m_forgotten.ports;
   live.engines = state.m_engines;
   return live;
+}
+
+void Engine::forgetKept() {
+  State& state = State::get();
+  const Lock held(state.m_lock);
+  state.m_forgotten.parameterSets += static_cast<long>(state.m_params.size());
+  state.m_params.clear();
+  std::erase_if(state.m_jobs, [](const auto& entry) { return entry.second->over; });
+  std::erase_if(state.m_ports, [&](const auto& entry) {
+    PortState& port = *entry.second;
+    std::erase_if(port.jobs, [](const auto& job) { return job->over; });
+    if (!port.jobs.empty() || port.threadRunning || port.callbacksRunning > 0) return false;
+    if (port.open) ++state.m_forgotten.ports;
+    return true;
+  });
 }
 
 long Engine::heldLocks() const {

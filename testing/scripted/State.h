@@ -166,6 +166,7 @@ class State {
   std::map<int, std::shared_ptr<PortState>> m_ports;
   std::map<int, std::shared_ptr<Job>> m_jobs;
   std::map<int, Parameters> m_params;
+  Live m_forgotten;  // what live() counts of objects that forgetKept has let go
   std::map<int, std::string> m_values;
   std::deque<std::pair<Script, When>> m_queuedScripts;
   std::optional<std::pair<Script, When>> m_everyScript;

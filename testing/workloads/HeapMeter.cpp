@@ -155,6 +155,10 @@ std::size_t HeapMeter::peak() const {
   return static_cast<std::size_t>(most.load());
 }
 
+std::ptrdiff_t HeapMeter::growth() const {
+  return static_cast<std::ptrdiff_t>(held.load());
+}
+
 bool HeapMeter::works() {
   return kWorks;
 }

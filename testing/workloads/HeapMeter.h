@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// HeapMeter: how much memory a piece of work holds at most.
+// HeapMeter: how much memory a piece of work holds at most, and how much it leaves.
 //
 // It counts the blocks of the whole process, those of `operator new` and of malloc alike, by taking
 // the place of glibc's malloc or, under a sanitizer, through that one's hooks. Counts are bytes as
@@ -24,8 +24,10 @@ class HeapMeter {
 
   // The most bytes held at one moment since the meter was made.
   std::size_t peak() const;
+  // What was taken and not given back since the meter was made; negative when more was given back.
+  std::ptrdiff_t growth() const;
 
-  // False where there is no way to count; peak() is 0 then.
+  // False where there is no way to count; peak() and growth() are 0 then.
   static bool works();
 };
 

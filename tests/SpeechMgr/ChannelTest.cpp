@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <chrono>
 #include <filesystem>
-#include <memory>
 
 #include "AppleMarkupConverter.h"
 #include "SpeechMgrUtils.h"
@@ -115,6 +114,44 @@ int threadCount() {
   return static_cast<int>(std::distance(begin(tasks), end(tasks)));
 }
 
+struct HeldUp::Shared {
+  void pass() {
+    std::unique_lock held(lock);
+    if (arrived) return;
+    arrived = true;
+    changed.notify_all();
+    changed.wait_for(held, kLimit, [&] { return released; });
+  }
+
+  std::mutex lock;
+  std::condition_variable changed;
+  bool arrived = false;
+  bool released = false;
+};
+
+HeldUp::HeldUp() : m_shared(std::make_shared<Shared>()) {
+  const auto hold = [shared = m_shared, test = std::this_thread::get_id()] {
+    if (std::this_thread::get_id() != test) shared->pass();
+  };
+  scripted::engine().during(scripted::Op::MutexLock, hold);
+}
+
+HeldUp::~HeldUp() {
+  release();
+  scripted::engine().during(scripted::Op::MutexLock, nullptr);
+}
+
+bool HeldUp::arrived() {
+  std::unique_lock held(m_shared->lock);
+  return m_shared->changed.wait_for(held, kLimit, [&] { return m_shared->arrived; });
+}
+
+void HeldUp::release() {
+  const std::lock_guard held(m_shared->lock);
+  m_shared->released = true;
+  m_shared->changed.notify_all();
+}
+
 bool eventually(const std::function<bool()>& condition) {
   const auto deadline = std::chrono::steady_clock::now() + kLimit;
   while (!condition()) {
@@ -141,13 +178,17 @@ ChannelTest::~ChannelTest() {
   scripted::engine().answerAsUsual();
   scripted::engine().onStop(scripted::OnStop::EndsAtOnce);
   for (const SpeechChannelIdentifier id : m_open) SECloseSpeechChannel(id);
-  EXPECT_TRUE(eventually([&] { return threadCount() <= m_threadsBefore; })) << "a thread is left";
+  settle();
   EXPECT_EQ(scripted::engine().heldLocks(), 0);
   EXPECT_EQ(scripted::engine().live().blocks, 0) << "memory is left";
   EXPECT_EQ(scripted::engine().live().values, 0);
   if (!m_violationsExpected) {
     EXPECT_THAT(scripted::engine().violations(), testing::IsEmpty());
   }
+}
+
+void ChannelTest::settle() {
+  EXPECT_TRUE(eventually([&] { return threadCount() <= m_threadsBefore; })) << "a thread is left";
 }
 
 SpeechChannelIdentifier ChannelTest::openBare() {

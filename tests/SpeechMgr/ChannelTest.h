@@ -11,6 +11,7 @@
 #include <condition_variable>
 #include <functional>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -20,6 +21,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "ChannelSupport.h"
 #include "KavrelSpeechEngine.h"
 #include "ScriptedEngine.h"
 #include "SpeechChannel.h"
@@ -123,11 +125,13 @@ class ChannelTest : public testing::Test {
   template <class Read>
   static auto read(SpeechChannelIdentifier id, Read get) {
     speech_channel* const channel = find_channel(id);
-    mutex_lock(&channel->mtx);
-    auto value = get(*channel);
-    mutex_unlock(&channel->mtx);
-    return value;
+    const ChannelLock held(channel);
+    return get(*channel);
   }
+  // Waits until no thread of the plug-in or the engine is left.
+  void settle();
+  // How many channels' records have been freed since the test began: each ends its lock.
+  static int freed() { return scripted::engine().count(scripted::Op::MutexDestroy); }
   // What a channel with default settings gives the engine for `text`.
   static std::string converted(const std::string& text);
 
@@ -147,6 +151,23 @@ class Diagnosing {
   ~Diagnosing() { scripted::engine().setDiagnostics(0, 0); }
   Diagnosing(const Diagnosing&) = delete;
   Diagnosing& operator=(const Diagnosing&) = delete;
+};
+
+// Holds up the first thread but the test's own that takes a channel's lock, until it is let go.
+class HeldUp {
+ public:
+  HeldUp();
+  ~HeldUp();
+  HeldUp(const HeldUp&) = delete;
+  HeldUp& operator=(const HeldUp&) = delete;
+
+  // Whether such a thread has come; waits for it, ten seconds at most.
+  bool arrived();
+  void release();
+
+ private:
+  struct Shared;  // outlives the object where a thread is still inside
+  const std::shared_ptr<Shared> m_shared;
 };
 
 // The number of threads of this process.

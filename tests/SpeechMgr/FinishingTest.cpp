@@ -7,7 +7,6 @@
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
-#include <memory>
 #include <mutex>
 
 #include "ChannelTest.h"
@@ -23,15 +22,7 @@ using scripted::When;
 using testing::Each;
 using testing::ElementsAre;
 
-class Finishing : public ChannelTest {
- protected:
-  // Waits until no thread of the plug-in or the engine is left.
-  void settle() {
-    EXPECT_TRUE(eventually([&] { return threadCount() <= m_threadsAtStart; }));
-  }
-
-  const int m_threadsAtStart = threadCount();
-};
+class Finishing : public ChannelTest {};
 
 // ---- Speech-done
 // ---------------------------------------------------------------------------------
@@ -238,47 +229,6 @@ TEST_F(Finishing, AJobWhoseEndNeverComesIsFinishedByAStopAndTheChannelSpeaksOn) 
   settle();
   EXPECT_EQ(client().count("done"), 6);
 }
-
-// Holds up the first thread but the test's own that takes a channel's lock, until it is let go.
-class HeldUp {
- public:
-  HeldUp() {
-    engine().during(Op::MutexLock, [shared = m_shared, test = std::this_thread::get_id()] {
-      std::unique_lock held(shared->lock);
-      if (shared->arrived || std::this_thread::get_id() == test) return;
-      shared->arrived = true;
-      shared->changed.notify_all();
-      shared->changed.wait_for(held, std::chrono::seconds(10), [&] { return shared->released; });
-    });
-  }
-  ~HeldUp() {
-    release();
-    engine().during(Op::MutexLock, nullptr);
-  }
-  HeldUp(const HeldUp&) = delete;
-  HeldUp& operator=(const HeldUp&) = delete;
-
-  bool arrived() {
-    std::unique_lock held(m_shared->lock);
-    return m_shared->changed.wait_for(held, std::chrono::seconds(10),
-                                      [&] { return m_shared->arrived; });
-  }
-  void release() {
-    const std::lock_guard held(m_shared->lock);
-    m_shared->released = true;
-    m_shared->changed.notify_all();
-  }
-
- private:
-  // Outlives the object where a thread is still inside.
-  struct Shared {
-    std::mutex lock;
-    std::condition_variable changed;
-    bool arrived = false;
-    bool released = false;
-  };
-  const std::shared_ptr<Shared> m_shared = std::make_shared<Shared>();
-};
 
 // A finishing thread that comes to run when its job is finished by a stop.
 class LateFinishing : public Finishing {

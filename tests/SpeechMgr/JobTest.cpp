@@ -30,9 +30,8 @@ class Jobs : public ChannelTest {
   static void setVoice(SpeechChannelIdentifier id, const char* directory) {
     speech_channel* const channel = find_channel(id);
     VoiceSpec voice{code("BRVD"), 1};
-    mutex_lock(&channel->mtx);
+    const ChannelLock held(channel);
     channel_set_voice(channel, &voice, directory ? cst_strdup(directory) : nullptr);
-    mutex_unlock(&channel->mtx);
   }
 
   void finish(SpeechChannelIdentifier, int port, int job) {
@@ -245,13 +244,12 @@ TEST_F(Jobs, AVoiceWithoutAFolderKeepsTheJobFromStarting) {
 TEST_F(Jobs, AFailedStartLeavesStatusAndTextToTheCaller) {
   const SpeechChannelIdentifier id = open();
   speech_channel* const channel = find_channel(id);
-  mutex_lock(&channel->mtx);
+  const ChannelLock held(channel);
   channel->text = cst_strdup("Hello");
   engine().fail(Op::PortOpen, 1);
   EXPECT_EQ(channel_speak(channel), -1);
   EXPECT_EQ(channel->status, STATUS_BUSY);
   EXPECT_STREQ(channel->text, "Hello");
-  mutex_unlock(&channel->mtx);
 }
 
 TEST_F(Jobs, AWaitThatFailsBeforeTheJobDoesNotKeepItFromStarting) {
@@ -275,6 +273,7 @@ TEST_F(Jobs, PositiveAnswersOfTheEngineAreSuccess) {
 TEST_F(Jobs, WaitingOnAChannelThatNeverSpokeAsksNothing) {
   speech_channel* const channel = find_channel(open());
   engine().forgetCalls();
+  const ChannelLock held(channel);
   EXPECT_EQ(channel_wait(channel), 0);
   EXPECT_THAT(engine().calls(), IsEmpty());
 }
@@ -284,8 +283,10 @@ TEST_F(Jobs, WaitingAnswersFailureWhenTheEngineDoes) {
   ASSERT_EQ(speak(id, "one"), noErr);
   finish(id, 1, 1);
   engine().answerNext(Op::Wait, KAVREL_INTERRUPTED);
-  EXPECT_EQ(channel_wait(find_channel(id)), -1);
-  EXPECT_EQ(channel_wait(find_channel(id)), 0);
+  speech_channel* const channel = find_channel(id);
+  const ChannelLock held(channel);
+  EXPECT_EQ(channel_wait(channel), -1);
+  EXPECT_EQ(channel_wait(channel), 0);
 }
 
 // ---- The state table

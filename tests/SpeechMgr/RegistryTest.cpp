@@ -163,9 +163,10 @@ TEST_F(Registry, ClosingReleasesVoiceFileAndText) {
   const SpeechChannelIdentifier id = open();
   VoiceSpec voice{code("BRVD"), 1};
   speech_channel* const channel = find_channel(id);
-  mutex_lock(&channel->mtx);
-  channel_set_voice(channel, &voice, cst_strdup("/v"));
-  mutex_unlock(&channel->mtx);
+  {
+    const ChannelLock held(channel);
+    channel_set_voice(channel, &voice, cst_strdup("/v"));
+  }
   const CFURLRef url = CFURLCreateFromFileSystemRepresentation(
       nullptr, reinterpret_cast<const UInt8*>("/tmp/f"), 6, false);
   set(id, soOutputToFileWithCFURL, const_cast<void*>(static_cast<const void*>(url)));

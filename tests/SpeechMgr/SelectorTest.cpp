@@ -274,9 +274,10 @@ TEST_F(Selectors, AResetRestoresTheSettingsAndTheVoicesPitch) {
   VoiceSpec voice{code("BRVD"), 7};
   voices().genders[7] = kMale;
   speech_channel* const channel = find_channel(id);
-  mutex_lock(&channel->mtx);
-  channel_set_voice(channel, &voice, cst_strdup("/v"));
-  mutex_unlock(&channel->mtx);
+  {
+    const ChannelLock held(channel);
+    channel_set_voice(channel, &voice, cst_strdup("/v"));
+  }
   setValue(id, soRate, fixed(300));
   setValue(id, soVolume, fixed(0.25));
   setValue(id, soPitchBase, fixed(60));

@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// One breach of the lock rules for each value of RULE; lock_rules.sh wants every one refused.
+#include "ChannelSupport.h"
+
+int probe(speech_channel* channel) {
+#if RULE == 0
+  const ChannelLock held(channel);
+  return channel_stop(channel, 0) + channel->status;
+#elif RULE == 1  // a field without the channel's lock
+  return channel->status;
+#elif RULE == 2  // a function without it
+  return channel_stop(channel, 0);
+#elif RULE == 3  // the lock of another channel
+  const ChannelLock held(channel + 1);
+  return channel_stop(channel, 0);
+#elif RULE == 4  // the list without the registry's lock
+  const ChannelLock held(channel);
+  return channel->next != nullptr;
+#elif RULE == 5  // what events read, without the leaf lock
+  const ChannelLock held(channel);
+  return channel->text_offsets != nullptr;
+#elif RULE == 6  // the state of the job likewise
+  return static_cast<int>(channel->job_state.number);
+#endif
+}
