@@ -12,7 +12,8 @@ namespace {
 
 constexpr std::string_view kClearRow = "\r\033[K";
 constexpr std::string_view kClearToEnd = "\r\033[J";
-constexpr std::string_view kNextRow = "\r\n";
+// What begins each row brings the cursor to its front.
+constexpr std::string_view kNextRow = "\n";
 
 std::string cursorUp(std::size_t rows) {
   return rows == 0 ? std::string("\r") : "\r\033[" + std::to_string(rows) + "A";
@@ -73,12 +74,14 @@ void Display::finish(bool wasInterrupted) {
   const std::string& text = m_text.given();
   while (m_parts.text && m_begin < text.size()) {
     const Row current = rowAt(text, m_begin, m_size.columns);
-    rows.append(row(current)).append(kNextRow);
+    rows.append(kClearRow).append(row(current)).append(kNextRow);
     m_begin = current.next;
     if (wasInterrupted) break;
   }
-  if (m_parts.bar) rows.append(m_progress.bar(m_size.columns, now())).append(kNextRow);
-  m_terminal.write(rows);
+  if (m_parts.bar) {
+    rows.append(kClearRow).append(m_progress.bar(m_size.columns, now())).append(kNextRow);
+  }
+  m_terminal.write(rows.append("\r"));
 }
 
 void Display::draw() {

@@ -119,6 +119,8 @@ void Utterance::follow(const SignalWatch& watch) {
     if (m_display) m_display->finish(wasInterrupted);
     if (m_runningText) m_runningText->finish(wasInterrupted);
   });
+  // A terminal that goes away sends a signal, too; that is what is told then.
+  if (watch.received() != 0) failure = nullptr;
   attempt([&] {
     if (watch.received() == 0) m_engine.check();
   });
