@@ -148,6 +148,7 @@ void startScript(State& state, const std::shared_ptr<PortState>& port,
 using namespace scripted;
 
 const char* kavrel_strerror(kavrel_result_t result) {
+  const InEngine scope;
   static constexpr const char* kMessages[] = {
       "success",       "unknown error", "not implemented", "internal error",
       "bad parameter", "null pointer",  "no such object",  "unknown encoding",
@@ -164,6 +165,7 @@ const char* kavrel_strerror(kavrel_result_t result) {
 // ----------------------------------------------------------------------------------
 
 kavrel_params* kavrel_params_new(const kavrel_params* base) {
+  const InEngine scope;
   State& state = State::get();
   Entry entry(Op::ParamsNew,
               describe([&](State& s) { return "kavrel_params_new(" + s.paramsName(base) + ')'; }));
@@ -179,6 +181,7 @@ kavrel_params* kavrel_params_new(const kavrel_params* base) {
 }
 
 void kavrel_params_delete(kavrel_params* params) {
+  const InEngine scope;
   State& state = State::get();
   Entry entry(Op::ParamsDelete, describe([&](State& s) {
                 return "kavrel_params_delete(" + s.paramsName(params) + ')';
@@ -190,18 +193,21 @@ void kavrel_params_delete(kavrel_params* params) {
 }
 
 kavrel_val* kavrel_val_string(const char* string) {
+  const InEngine scope;
   Entry entry(Op::ValString, "kavrel_val_string(" + quoted(string) + ')', string ? string : "");
   if (!entry.usual() || !string) return entry.answer<kavrel_val>(nullptr, "");
   return entry.answer(newValue(string), "value");
 }
 
 kavrel_val* kavrel_val_int(int value) {
+  const InEngine scope;
   Entry entry(Op::ValInt, "kavrel_val_int(" + std::to_string(value) + ')');
   if (!entry.usual()) return entry.answer<kavrel_val>(nullptr, "");
   return entry.answer(newValue(std::to_string(value)), "value");
 }
 
 kavrel_result_t kavrel_params_set_val(kavrel_params* params, const char* key, kavrel_val* value) {
+  const InEngine scope;
   State& state = State::get();
   std::string text = "null";
   if (value) {
@@ -235,6 +241,7 @@ kavrel_result_t kavrel_params_set_val(kavrel_params* params, const char* key, ka
 // ----------------------------------------------------------------------------
 
 kavrel_engine_struct* kavrel_engine_open(const kavrel_params* params) {
+  const InEngine scope;
   State& state = State::get();
   Entry entry(Op::EngineOpen, describe([&](State& s) {
                 return "kavrel_engine_open(" + s.paramsName(params) + ')';
@@ -249,6 +256,7 @@ kavrel_engine_struct* kavrel_engine_open(const kavrel_params* params) {
 }
 
 kavrel_port_struct* kavrel_port_open(kavrel_engine_struct* engine, const kavrel_params* params) {
+  const InEngine scope;
   State& state = State::get();
   Entry entry(Op::PortOpen, describe([&](State& s) {
                 return std::string("kavrel_port_open(") + (engine ? "engine" : "null") + ", " +
@@ -270,6 +278,7 @@ kavrel_port_struct* kavrel_port_open(kavrel_engine_struct* engine, const kavrel_
 }
 
 kavrel_result_t kavrel_port_close(kavrel_port_struct* port) {
+  const InEngine scope;
   State& state = State::get();
   Entry entry(Op::PortClose, portCall("kavrel_port_close", port, ""), "", port);
   if (!entry.usual()) return entry.answer(KAVREL_SUCCESS);
@@ -290,6 +299,7 @@ kavrel_result_t kavrel_port_close(kavrel_port_struct* port) {
 
 kavrel_result_t kavrel_port_set_callback(kavrel_port_struct* port, kavrel_callback_t callback,
                                          kavrel_event_t mask, void* user) {
+  const InEngine scope;
   State& state = State::get();
   char rest[48];
   std::snprintf(rest, sizeof rest, ", %s, 0x%X, %s", callback ? "callback" : "null", mask,
@@ -309,6 +319,7 @@ kavrel_result_t kavrel_port_set_callback(kavrel_port_struct* port, kavrel_callba
 
 kavrel_voice_struct* kavrel_port_set_voice_from_dir(kavrel_port_struct* port,
                                                     const char* directory) {
+  const InEngine scope;
   State& state = State::get();
   Entry entry(Op::SetVoice,
               portCall("kavrel_port_set_voice_from_dir", port, ", " + quoted(directory)),
@@ -330,6 +341,7 @@ kavrel_voice_struct* kavrel_port_set_voice_from_dir(kavrel_port_struct* port,
 kavrel_result_t kavrel_port_speak_text(kavrel_port_struct* port, const char* text, size_t length,
                                        const char* encoding, kavrel_background_t* job,
                                        const kavrel_params* params) {
+  const InEngine scope;
   State& state = State::get();
   const std::string spoken = text ? std::string(text, length) : std::string();
   Entry entry(Op::Speak,
@@ -365,6 +377,7 @@ kavrel_result_t kavrel_port_speak_text(kavrel_port_struct* port, const char* tex
 
 kavrel_result_t kavrel_port_pause(kavrel_port_struct* port, kavrel_background_t job,
                                   kavrel_event_t place) {
+  const InEngine scope;
   State& state = State::get();
   Entry entry(Op::Pause, jobCall("kavrel_port_pause", port, job, ", " + placeName(place)), "", port,
               job);
@@ -383,6 +396,7 @@ kavrel_result_t kavrel_port_pause(kavrel_port_struct* port, kavrel_background_t 
 
 kavrel_result_t kavrel_port_stop(kavrel_port_struct* port, kavrel_background_t job,
                                  kavrel_event_t place) {
+  const InEngine scope;
   State& state = State::get();
   Entry entry(Op::Stop, jobCall("kavrel_port_stop", port, job, ", " + placeName(place)), "", port,
               job);
@@ -399,6 +413,7 @@ kavrel_result_t kavrel_port_stop(kavrel_port_struct* port, kavrel_background_t j
 }
 
 kavrel_result_t kavrel_port_wait(kavrel_port_struct* port, kavrel_background_t job) {
+  const InEngine scope;
   State& state = State::get();
   Entry entry(Op::Wait, jobCall("kavrel_port_wait", port, job), "", port, job);
   if (!entry.usual()) return entry.answer(KAVREL_SUCCESS);
@@ -416,6 +431,7 @@ kavrel_result_t kavrel_port_wait(kavrel_port_struct* port, kavrel_background_t j
 // --------------------------------------------------------------------------------------
 
 kavrel_result_t kavrel_event_get_text(kavrel_event_struct* event, char** text) {
+  const InEngine scope;
   Entry entry(Op::EventText, "kavrel_event_get_text(" +
                                  std::string(event ? quoted(event->event.text) : "null") + ')');
   if (text) *text = nullptr;
@@ -426,6 +442,7 @@ kavrel_result_t kavrel_event_get_text(kavrel_event_struct* event, char** text) {
 }
 
 kavrel_result_t kavrel_event_get_textpos(kavrel_event_struct* event, int* start, int* length) {
+  const InEngine scope;
   Entry entry(Op::EventTextpos, std::string("kavrel_event_get_textpos(") +
                                     (event ? "event" : "null") + (start ? ", start" : ", null") +
                                     (length ? ", length)" : ", null)"));

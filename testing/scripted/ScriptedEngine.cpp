@@ -16,6 +16,9 @@ namespace {
 // Ports whose callbacks are running on this thread, innermost last.
 thread_local std::vector<const PortState*> t_callbacks;
 
+// How many calls of the engine's functions are running on this thread, one inside the other.
+thread_local int t_engineCalls = 0;
+
 bool canFail(Op op) {
   switch (op) {
     case Op::ParamsDelete:
@@ -40,6 +43,26 @@ Answers& answersOf(State& state, Op op) {
 }
 
 }  // namespace
+
+bool insideEngine() {
+  return t_engineCalls > 0;
+}
+
+InEngine::InEngine() {
+  ++t_engineCalls;
+}
+
+InEngine::~InEngine() {
+  --t_engineCalls;
+}
+
+CallingOut::CallingOut() : m_depth(t_engineCalls) {
+  t_engineCalls = 0;
+}
+
+CallingOut::~CallingOut() {
+  t_engineCalls = m_depth;
+}
 
 std::string quoted(const std::string& text) {
   constexpr std::size_t kShown = 60;
@@ -90,6 +113,7 @@ Verdict State::begin(Call call, std::size_t* entry) {
   m_called.notify_all();
   if (const std::function<void()> action = answersOf(*this, op).during) {
     held.unlock();
+    const CallingOut callingOut;
     action();
   }
   return verdict;
@@ -178,6 +202,7 @@ std::string State::paramsName(const kavrel_params* params) const {
 
 void State::play(const std::shared_ptr<PortState>& port, const std::shared_ptr<Job>& job,
                  const Event& event) {
+  const InEngine scope;
   const bool isEnd = event.type == KAVREL_EVENT_END;
   kavrel_event_struct played{event};
   Lock held(m_lock);
@@ -196,7 +221,10 @@ void State::play(const std::shared_ptr<PortState>& port, const std::shared_ptr<J
     m_changed.notify_all();
     held.unlock();
     t_callbacks.push_back(port.get());
-    callback.function(&played, event.type, callback.user);
+    {
+      const CallingOut callingOut;
+      callback.function(&played, event.type, callback.user);
+    }
     t_callbacks.pop_back();
     held.lock();
     --port->callbacksRunning;
@@ -214,6 +242,7 @@ void State::post(const std::shared_ptr<PortState>& port, std::function<void()> t
 }
 
 void State::runThread(std::shared_ptr<PortState> port) {
+  const InEngine scope;
   Lock held(m_lock);
   while (!port->tasks.empty()) {
     const std::function<void()> task = std::move(port->tasks.front());

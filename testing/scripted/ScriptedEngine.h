@@ -229,7 +229,8 @@ class KAVREL_API Engine {
   // ---- How it answers ------------------------------------------------------------------------
 
   // The k-th call of `op` from now on fails (k from 1), or it and every later one: null for a
-  // pointer, KAVREL_INTERNAL_ERROR for a result. Nothing else happens in that call.
+  // pointer, KAVREL_INTERNAL_ERROR for a result. Nothing else happens in that call, but for those
+  // of the mutex: they do their work and answer EINVAL, since no mutex in order is ever refused.
   void fail(Op op, int k = 1, Times times = Times::Once);
   // The k-th call from now on of any operation that can fail, services included.
   void failAnyCall(int k, Times times = Times::Once);
@@ -266,5 +267,9 @@ class KAVREL_API Engine {
 
 // The engine of this process.
 KAVREL_API Engine& engine();
+
+// Whether the engine's own code runs on this thread, not what it calls. For tests that make memory
+// run out: the engine's own is not what they are about.
+KAVREL_API bool insideEngine();
 
 }  // namespace scripted

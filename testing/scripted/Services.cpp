@@ -3,6 +3,7 @@
 // The counting and recording half of cst.h: allocator, mutexes, diagnostics. Strings and token
 // streams are the engine's own, over this allocator.
 
+#include <cerrno>
 #include <cstdarg>
 #include <cstddef>
 #include <cstdint>
@@ -62,6 +63,7 @@ bool mayAllocate(const char* function, std::size_t size) {
 }  // namespace
 
 void* cst_safe_alloc(size_t size) {
+  const InEngine scope;
   if (!mayAllocate("cst_safe_alloc", size) || size > SIZE_MAX - sizeof(Header)) return nullptr;
   auto* const header = static_cast<Header*>(std::calloc(1, sizeof(Header) + size));
   if (!header) return nullptr;
@@ -72,6 +74,7 @@ void* cst_safe_alloc(size_t size) {
 }
 
 void* cst_safe_realloc(void* memory, size_t size) {
+  const InEngine scope;
   if (!memory) return cst_safe_alloc(size);
   if (!mayAllocate("cst_safe_realloc", size) || size > SIZE_MAX - sizeof(Header)) return nullptr;
   if (!isLive(memory, "cst_safe_realloc")) return nullptr;
@@ -82,6 +85,7 @@ void* cst_safe_realloc(void* memory, size_t size) {
 }
 
 void cst_free(void* memory) {
+  const InEngine scope;
   if (!memory) return;
   State::get().beginService(Op::Free, [] { return std::string("cst_free(block)"); });
   if (!isLive(memory, "cst_free")) return;
@@ -106,22 +110,35 @@ void countLock(int result, int change) {
 }  // namespace
 
 int mutex_lock(pthread_mutex_t* mutex) {
-  State::get().beginService(Op::MutexLock, [] { return std::string("mutex_lock(mutex)"); });
+  const InEngine scope;
+  const bool usual =
+      State::get()
+          .beginService(Op::MutexLock, [] { return std::string("mutex_lock(mutex)"); })
+          .usual;
   const int result = pthread_mutex_lock(mutex);
   countLock(result, 1);
-  return result;
+  return usual ? result : EINVAL;
 }
 
 int mutex_unlock(pthread_mutex_t* mutex) {
-  State::get().beginService(Op::MutexUnlock, [] { return std::string("mutex_unlock(mutex)"); });
+  const InEngine scope;
+  const bool usual =
+      State::get()
+          .beginService(Op::MutexUnlock, [] { return std::string("mutex_unlock(mutex)"); })
+          .usual;
   const int result = pthread_mutex_unlock(mutex);
   countLock(result, -1);
-  return result;
+  return usual ? result : EINVAL;
 }
 
 int mutex_destroy(pthread_mutex_t* mutex) {
-  State::get().beginService(Op::MutexDestroy, [] { return std::string("mutex_destroy(mutex)"); });
-  return pthread_mutex_destroy(mutex);
+  const InEngine scope;
+  const bool usual =
+      State::get()
+          .beginService(Op::MutexDestroy, [] { return std::string("mutex_destroy(mutex)"); })
+          .usual;
+  const int result = pthread_mutex_destroy(mutex);
+  return usual ? result : EINVAL;
 }
 
 // ---- Diagnostics
@@ -142,10 +159,12 @@ void note(const char* call, Change change) {
 }  // namespace
 
 void cst_dbg_timestamp(void) {
+  const InEngine scope;
   note("timestamp", [](Diagnostic&) {});
 }
 
 void cst_dbg_ffl(const char* file, const char* function, int line) {
+  const InEngine scope;
   note("ffl", [&](Diagnostic& diagnostic) {
     diagnostic.file = file ? file : "";
     diagnostic.function = function ? function : "";
@@ -154,10 +173,12 @@ void cst_dbg_ffl(const char* file, const char* function, int line) {
 }
 
 void cst_dbg_context(unsigned int area) {
+  const InEngine scope;
   note("context", [&](Diagnostic& diagnostic) { diagnostic.area = area; });
 }
 
 void cst_errmsg(const char* format, ...) {
+  const InEngine scope;
   std::va_list arguments;
   va_start(arguments, format);
   // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): va_start is not seen as what it is.

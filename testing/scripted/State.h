@@ -93,6 +93,27 @@ struct Verdict {
   kavrel_result_t result = KAVREL_SUCCESS;
 };
 
+// This thread runs code of the engine, for a scope; see insideEngine().
+class InEngine {
+ public:
+  InEngine();
+  ~InEngine();
+  InEngine(const InEngine&) = delete;
+  InEngine& operator=(const InEngine&) = delete;
+};
+
+// The engine calls out, for a scope.
+class CallingOut {
+ public:
+  CallingOut();
+  ~CallingOut();
+  CallingOut(const CallingOut&) = delete;
+  CallingOut& operator=(const CallingOut&) = delete;
+
+ private:
+  int m_depth;
+};
+
 class State {
  public:
   static State& get();

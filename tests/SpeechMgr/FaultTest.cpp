@@ -1,15 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Channels when something fails: any call of the engine, the start of a thread, the conversion;
-// when the client calls back into the channel from text-done; and when everything happens in any
-// order.
+// Channels when the conversion fails, when the client calls back into the channel from text-done,
+// and when everything happens in any order. tests/faults has faults of all other kinds.
 
-#include <atomic>
-#include <cerrno>
 #include <random>
 #include <utility>
-
-#include <dlfcn.h>
 
 #include "ChannelTest.h"
 
@@ -17,158 +12,11 @@ namespace channels {
 namespace {
 
 using scripted::engine;
-using scripted::OnStop;
 using scripted::Op;
 using scripted::Times;
 using testing::AnyOf;
 
-// How many calls of pthread_create fail from now on.
-std::atomic<int> g_threadsToRefuse{0};
-
-class Faults : public ChannelTest {
- protected:
-  Faults() { g_threadsToRefuse = 0; }
-  ~Faults() override { g_threadsToRefuse = 0; }
-
-  // A fresh channel speaks a job from beginning to end.
-  void expectAFreshChannelSpeaks() {
-    Client& own = newClient();
-    const SpeechChannelIdentifier id = open(own);
-    ASSERT_EQ(speak(id, "Hello"), noErr);
-    engine().port(engine().ports()).end();
-    ASSERT_TRUE(own.waitForDone());
-    EXPECT_EQ(close(id), noErr);
-  }
-};
-
-// ---- The engine
-// ----------------------------------------------------------------------------------
-
-// A client's whole life with a channel; every result has to be one that the calls may answer.
-void useAChannel() {
-  Client& client = newClient();
-  SpeechChannelIdentifier id = 0;
-  const auto expect = [](long result, std::initializer_list<long> allowed) {
-    EXPECT_THAT(std::vector<long>(allowed), testing::Contains(result));
-  };
-  expect(SEOpenSpeechChannel(&id), {noErr, synthOpenFailed});
-  SESetSpeechInfo(id, soRefCon, &client);
-  SESetSpeechInfo(id, soSpeechDoneCallBack, asPointer(Client::done));
-  SESetSpeechInfo(id, soWordCallBack, asPointer(Client::word));
-  SESetSpeechInfo(id, soPhonemeCallBack, asPointer(Client::phoneme));
-  SESetSpeechInfo(id, soSyncCallBack, asPointer(Client::sync));
-  const CFURLRef folder = CFURLCreateFromFileSystemRepresentation(
-      nullptr, reinterpret_cast<const UInt8*>("/tmp"), 4, true);
-  const CFBundleRef bundle = CFBundleCreate(nullptr, folder);
-  VoiceSpec voice{code("BRVD"), 1};
-  expect(SEUseVoice(id, &voice, bundle), {noErr});
-  std::string text = "a [[rate 200]] b";
-  for (int job = 0; job < 2; ++job) {
-    const long spoken = SESpeakBuffer(id, text.data(), static_cast<long>(text.size()), 0);
-    expect(spoken, {noErr, synthNotReady});
-    if (spoken == noErr) engine().port(engine().ports()).word(0, 1).phoneme("ae", 0).bookmark("1");
-    expect(SEPauseSpeechAt(id, kImmediate), {noErr, -1});
-    expect(SEContinueSpeech(id), {noErr, -1});
-    expect(SEStopSpeechAt(id, kImmediate), {noErr, -1});
-    if (spoken == noErr) engine().port(engine().ports()).end();
-    EXPECT_TRUE(eventually([&] {
-      SpeechStatusInfo info{};
-      SESpeechStatus(id, &info);
-      return !info.outputBusy && !info.outputPaused;
-    }));
-    SESetSpeechInfo(id, soOutputToFileWithCFURL,
-                    const_cast<void*>(static_cast<const void*>(folder)));
-  }
-  expect(SECloseSpeechChannel(id), {noErr});
-  CFRelease(bundle);
-  CFRelease(folder);
-}
-
-TEST_F(Faults, EveryEngineCallMayFail) {
-  testing::internal::CaptureStderr();  // stops that fail say so
-  for (const Times times : {Times::Once, Times::ForGood}) {
-    for (const Op op : {Op::ParamsNew, Op::ValString, Op::ValInt, Op::ParamsSetVal, Op::PortOpen,
-                        Op::PortClose, Op::SetCallback, Op::SetVoice, Op::Speak, Op::Pause,
-                        Op::Stop, Op::EventText, Op::EventTextpos}) {
-      for (int k = 1;; ++k) {
-        SCOPED_TRACE(testing::Message() << "op " << static_cast<int>(op) << " call " << k);
-        ASSERT_LT(k, 100);
-        const int before = engine().faultsMet();
-        const long blocks = engine().live().blocks;
-        engine().fail(op, k, times);
-        useAChannel();
-        engine().answerAsUsual();
-        expectAFreshChannelSpeaks();
-        EXPECT_TRUE(eventually([] { return engine().heldLocks() == 0; }));
-        EXPECT_TRUE(eventually([&] { return engine().live().blocks == blocks; }))
-            << "memory is left";
-        if (engine().faultsMet() == before) break;
-      }
-    }
-  }
-  testing::internal::GetCapturedStderr();
-}
-
-TEST_F(Faults, EveryWaitMayFail) {
-  for (const kavrel_result_t result :
-       {KAVREL_INTERNAL_ERROR, KAVREL_ENGINE_INUSE, KAVREL_OBJECT_NOT_FOUND}) {
-    engine().answer(Op::Wait, result);
-    useAChannel();
-    engine().answerAsUsual();
-    expectAFreshChannelSpeaks();
-  }
-}
-
-// ---- Threads
-// -------------------------------------------------------------------------------------
-
-TEST_F(Faults, WithoutAFinishingThreadTheJobIsFinishedAndSignalledOnce) {
-  for (int refused = 1; refused <= 2; ++refused) {
-    SCOPED_TRACE(refused);
-    Client& own = newClient();
-    const SpeechChannelIdentifier id = open(own);
-    ASSERT_EQ(speak(id, "Hello"), noErr);
-    g_threadsToRefuse = refused;
-    engine().port(engine().ports()).end();
-    ASSERT_TRUE(own.waitForDone());
-    EXPECT_EQ(g_threadsToRefuse, 0);
-    EXPECT_EQ(status(id), STATUS_IDLE);
-    EXPECT_EQ(speak(id, "Hello"), noErr);
-    EXPECT_EQ(own.count("done"), 1);
-  }
-}
-
-TEST_F(Faults, WithoutASignallingThreadAStopSignalsOnce) {
-  const SpeechChannelIdentifier id = open();
-  engine().onStop(OnStop::EndsSilently);
-  ASSERT_EQ(speak(id, "Hello"), noErr);
-  g_threadsToRefuse = 1;
-  EXPECT_EQ(SEStopSpeechAt(id, kImmediate), noErr);
-  ASSERT_TRUE(client().waitForDone());
-  EXPECT_EQ(g_threadsToRefuse, 0);
-  EXPECT_EQ(status(id), STATUS_IDLE);
-  EXPECT_EQ(client().count("done"), 1);
-}
-
-TEST_F(Faults, WithoutASignallingThreadTheChannelMayBeClosedInsideSpeechDone) {
-  const SpeechChannelIdentifier id = open();
-  client().onDone = [&](auto channel) { EXPECT_EQ(SECloseSpeechChannel(channel), noErr); };
-  engine().onStop(OnStop::EndsSilently);
-  ASSERT_EQ(speak(id, "Hello"), noErr);
-  g_threadsToRefuse = 1;
-  EXPECT_EQ(SEStopSpeechAt(id, kImmediate), noErr);
-  ASSERT_TRUE(client().waitForDone());
-  EXPECT_EQ(find_channel(id), nullptr);
-}
-
-TEST_F(Faults, WithoutASignallingThreadACloseStillSignalsOnce) {
-  const SpeechChannelIdentifier id = open();
-  engine().onStop(OnStop::EndsSilently);
-  ASSERT_EQ(speak(id, "Hello"), noErr);
-  g_threadsToRefuse = 1;
-  EXPECT_EQ(close(id), noErr);
-  EXPECT_EQ(client().count("done"), 1);
-}
+class Faults : public ChannelTest {};
 
 // ---- The conversion
 // ------------------------------------------------------------------------------
@@ -345,22 +193,4 @@ TEST_F(Faults, OpeningAndClosingManyTimesKeepsOnlyWhatIsMeantToBeKept) {
 }
 
 }  // namespace
-
-bool refuseThread() {
-  int left = g_threadsToRefuse;
-  while (left > 0) {
-    if (g_threadsToRefuse.compare_exchange_weak(left, left - 1)) return true;
-  }
-  return false;
-}
-
 }  // namespace channels
-
-// Stands in front of the system's own: the program's symbol is found before the library's.
-extern "C" int pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
-                              void* (*routine)(void*), void* argument) {
-  if (channels::refuseThread()) return EAGAIN;
-  static const auto create =
-      reinterpret_cast<decltype(&pthread_create)>(dlsym(RTLD_NEXT, "pthread_create"));
-  return create(thread, attributes, routine, argument);
-}
