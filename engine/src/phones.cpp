@@ -16,10 +16,11 @@ struct PhoneRow {
   std::string_view unstressed;  // the same for the rest
 };
 
+// In American English an unstressed "I" at the end of a word becomes "i"; "I#" does not.
 constexpr auto kPhones = std::to_array<PhoneRow>({
     {"pau", false, "_:", "_:"}, {"ae", true, "a", "a"},    {"ey", true, "eI", "eI"},
     {"ao", true, "O:", "O:"},   {"ah", true, "V", "@"},    {"i", true, "i:", "i:"},
-    {"eh", true, "E", "E"},     {"ih", true, "I", "I"},    {"ay", true, "aI", "aI"},
+    {"eh", true, "E", "E"},     {"ih", true, "I", "I#"},   {"ay", true, "aI", "aI"},
     {"aa", true, "A:", "A:"},   {"uw", true, "u:", "u:"},  {"uh", true, "U", "U"},
     {"ow", true, "oU", "oU"},   {"aw", true, "aU", "aU"},  {"oy", true, "OI", "OI"},
     {"b", false, "b", "b"},     {"ch", false, "tS", "tS"}, {"d", false, "d", "d"},
@@ -35,111 +36,40 @@ constexpr auto kPhones = std::to_array<PhoneRow>({
 
 constexpr std::size_t kLongestName = 3;
 
-struct EventRow {
-  std::string_view event;
-  std::array<std::string_view, 3> phones;
-  std::size_t count;
+// Vowels that languages lack, and the nearest that they have: the synthesiser leaves out in silence
+// what it does not know. `languages`: the first two letters of each; the first row that fits holds.
+struct InputRow {
+  std::string_view languages;
+  std::string_view name;
+  std::string_view sound;
 };
 
-constexpr EventRow none(std::string_view event) {
-  return {event, {}, 0};
-}
-constexpr EventRow one(std::string_view event, std::string_view phone) {
-  return {event, {phone}, 1};
-}
-constexpr EventRow two(std::string_view event, std::string_view first, std::string_view second) {
-  return {event, {first, second}, 2};
-}
-
-constexpr auto kEvents = std::to_array<EventRow>({
-    one("_", "pau"),
-    one("_:", "pau"),
-    none(";"),
-    none("_!"),
-    none("_|"),
-    one("a", "ae"),
-    one("aa", "ae"),
-    one("A:", "aa"),
-    one("0", "aa"),
-    one("O", "ao"),
-    one("O:", "ao"),
-    one("O2", "ao"),
-    one("@", "ah"),
-    one("@2", "ah"),
-    one("@-", "ah"),
-    one("a#", "ah"),
-    one("V", "ah"),
-    one("i", "i"),
-    one("i:", "i"),
-    one("I", "ih"),
-    one("I2", "ih"),
-    one("I#", "ih"),
-    one("E", "eh"),
-    one("eI", "ey"),
-    one("e", "ey"),
-    one("aI", "ay"),
-    one("aU", "aw"),
-    one("OI", "oy"),
-    one("oU", "ow"),
-    one("o", "ow"),
-    one("u:", "uw"),
-    one("U", "uh"),
-    one("t", "t"),
-    one("t#", "t"),
-    one("t2", "t"),
-    one("?", "t"),
-    two("3", "ah", "r"),
-    two("3:", "ah", "r"),
-    two("@L", "ah", "l"),
-    two("A@", "aa", "r"),
-    two("O@", "ao", "r"),
-    two("o@", "ao", "r"),
-    two("e@", "eh", "r"),
-    two("U@", "uh", "r"),
-    two("i@3", "i", "r"),
-    two("i@", "i", "ah"),
-    two("aI@", "ay", "ah"),
-    {"aI3", {"ay", "ah", "r"}, 3},
-    two("A~", "aa", "n"),
-    two("O~", "ao", "n"),
-    one("n", "n"),
-    one("n-", "n"),
-    one("l", "l"),
-    one("l#", "l"),
-    one("r", "r"),
-    one("r-", "r"),
-    one("x", "k"),
-    one("k", "k"),
-    one("h", "h"),
-    one("C", "h"),
-    one("tS", "ch"),
-    one("dZ", "jh"),
-    one("S", "sh"),
-    one("Z", "zh"),
-    one("T", "th"),
-    one("D", "dh"),
-    one("N", "ng"),
-    one("j", "j"),
-    one("b", "b"),
-    one("d", "d"),
-    one("f", "f"),
-    one("g", "g"),
-    one("m", "m"),
-    one("p", "p"),
-    one("s", "s"),
-    one("v", "v"),
-    one("w", "w"),
-    one("z", "z"),
+constexpr auto kForeignInput = std::to_array<InputRow>({
+    {"da de es fi fr it nb nl pt sv", "ah", "@"},
+    {"es", "ih", "i"},
+    {"da de fi fr it nb nl pt sv", "ih", "I"},
+    {"es fi fr it", "aa", "a"},
+    {"fi", "ao", "o"},
+    {"fi", "eh", "e"},
+    {"fi", "ey", "ei"},
+    {"fi", "oy", "oi"},
+    {"es it", "oy", "oI"},
+    {"da fr nl", "uh", "u"},
+    {"da fr", "aw", "a|u"},
+    {"nl", "aw", "VU"},
+    {"da nl", "ow", "o|u"},
 });
-
-const EventRow* findEvent(std::string_view event) {
-  const auto row = std::ranges::find(kEvents, event, &EventRow::event);
-  return row != kEvents.end() ? &*row : nullptr;
-}
 
 const PhoneRow* findPhone(std::string_view name) {
   const auto row = std::ranges::find(kPhones, name, &PhoneRow::name);
   return row != kPhones.end() ? &*row : nullptr;
+}
+
+std::string_view soundOf(const PhoneRow& row, int stress, std::string_view language) {
+  for (const InputRow& foreign : kForeignInput) {
+    if (foreign.name == row.name && isOneOf(language, foreign.languages)) return foreign.sound;
+  }
+  return stress == 1 ? row.stressed : row.unstressed;
 }
 
 bool isBlank(char c) {
@@ -179,22 +109,6 @@ void readPiece(std::string_view piece, PhoneText& read) {
 
 }  // namespace
 
-std::span<const std::string_view> phonesOfEvent(std::string_view event) {
-  static constexpr std::array<std::string_view, 1> kPause = {"pau"};
-  for (std::size_t length = event.size(); length > 0; --length) {
-    if (const EventRow* row = findEvent(event.substr(0, length))) {
-      return std::span(row->phones).first(row->count);
-    }
-  }
-  if (!event.empty() && event[0] >= 'A' && event[0] <= 'Z') {
-    const char small = static_cast<char>(event[0] - 'A' + 'a');
-    if (const EventRow* row = findEvent(std::string_view(&small, 1))) {
-      return std::span(row->phones).first(row->count);
-    }
-  }
-  return kPause;
-}
-
 PhoneText readPhones(std::string_view text) {
   PhoneText read;
   std::size_t at = 0;
@@ -211,17 +125,22 @@ PhoneText readPhones(std::string_view text) {
   return read;
 }
 
+bool isOneOf(std::string_view language, std::string_view languages) {
+  const std::size_t at = languages.find(language.substr(0, 2));
+  return language.size() >= 2 && at != std::string_view::npos;
+}
+
 bool isVowel(std::string_view phone) {
   const PhoneRow* row = findPhone(phone);
   return row != nullptr && row->vowel;
 }
 
-std::string synthesiserInput(std::span<const Phone> phones) {
+std::string synthesiserInput(std::span<const Phone> phones, std::string_view language) {
   std::string input;
   for (const Phone& phone : phones) {
     const PhoneRow* row = findPhone(phone.name);
     if (row == nullptr) continue;
-    const std::string_view sound = phone.stress == 1 ? row->stressed : row->unstressed;
+    const std::string_view sound = soundOf(*row, phone.stress, language);
     if (sound.empty()) continue;
     if (!input.empty()) input += '|';
     if (row->vowel && phone.stress >= 0) input += phone.stress == 1 ? '\'' : '%';

@@ -15,11 +15,25 @@
 
 namespace kavrel {
 
-// Our phones that sound like the synthesiser's phone event `event`: none for the names that carry
-// no sound of their own, two or three for sounds that we name by their parts. A name that no table
-// holds counts as the longest known name that it begins with, then as the small form of its first
-// letter, then as a pause: its time is never lost.
-std::span<const std::string_view> phonesOfEvent(std::string_view event);
+// Languages go by the synthesiser's names, as "pt-br"; their first two letters count.
+
+// Our phones that sound like the synthesiser's phone event `event` in a language: none for the
+// names that carry no sound of their own, two or three for sounds that we name by their parts; the
+// nearest ones for sounds that English lacks. A name that no table holds counts as the longest
+// known name that it begins with, then as the small form of its first letter, then as a pause: its
+// time is never lost.
+std::span<const std::string_view> phonesOfEvent(std::string_view event,
+                                                std::string_view language = "en");
+
+// True for the names that a table holds.
+bool isKnownEvent(std::string_view event, std::string_view language = "en");
+
+// The language in which the speech goes on behind the event, as "(en)" tells it in front of a word
+// that the synthesiser takes for English; empty for all other events.
+std::string_view languageOfEvent(std::string_view event);
+
+// True when `languages`, names of two letters with blanks between, has the one of `language`.
+bool isOneOf(std::string_view language, std::string_view languages);
 
 struct PhoneText {
   static constexpr std::size_t kMaxUnknown = 8;
@@ -39,8 +53,9 @@ PhoneText readPhones(std::string_view text);
 // True for the phones that carry stress.
 bool isVowel(std::string_view phone);
 
-// The phones in the synthesiser's own input notation, without the brackets around it; empty when
-// nothing in `phones` has a sound.
-std::string synthesiserInput(std::span<const Phone> phones);
+// The phones in the synthesiser's own input notation for a language, without the brackets around
+// it; empty when nothing in `phones` has a sound. A vowel that the language lacks becomes its
+// nearest.
+std::string synthesiserInput(std::span<const Phone> phones, std::string_view language = "en");
 
 }  // namespace kavrel

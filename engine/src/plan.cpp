@@ -126,7 +126,7 @@ void Plan::addWordPart(Step& step, const Item& item) {
 void Plan::addPhonesPart(Step& step, const Item& item) {
   const std::size_t count = std::min(kMaxPhones, item.phones.size() - m_part);
   const std::string notation =
-      synthesiserInput(std::span<const Phone>(item.phones).subspan(m_part, count));
+      synthesiserInput(std::span(item.phones).subspan(m_part, count), m_voice.language());
   if (!notation.empty()) {
     step.audible = true;
     step.input.hasPhones = true;

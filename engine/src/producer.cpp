@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "diag.h"
 #include "phones.h"
 #include "voice.h"
 
@@ -57,6 +58,7 @@ bool Producer::perform(const Step& step) {
   }
   m_step = &step;
   m_lastMark = 0;
+  m_phoneLanguage = m_voice.language();
   const bool done =
       !step.audible || Synthesiser::shared().speak(step.input, m_voice, *this, m_error);
   // Marks at the end of a call, with nothing to be heard behind them, are not reported to us.
@@ -107,7 +109,15 @@ void Producer::onMark(int number, std::uint64_t sample) {
 }
 
 void Producer::onPhone(std::string_view name, std::uint64_t sample) {
-  for (const std::string_view phone : phonesOfEvent(name)) addPhone(phone, sample);
+  if (const std::string_view language = languageOfEvent(name); !language.empty()) {
+    m_phoneLanguage = language;
+    return;
+  }
+  if (!isKnownEvent(name, m_phoneLanguage)) {
+    KAVREL_DIAG("Producer", "No phone is known for \"%.*s\" in %s.", static_cast<int>(name.size()),
+                name.data(), m_phoneLanguage.c_str());
+  }
+  for (const std::string_view phone : phonesOfEvent(name, m_phoneLanguage)) addPhone(phone, sample);
 }
 
 void Producer::onSamples(std::span<const std::int16_t> samples) {

@@ -55,8 +55,9 @@ class Producer final : private SynthesisListener {
   std::optional<Plan> m_plan;  // of m_sentence; none between sentences
   bool m_announced = false;    // m_sentence has been reported, or need not be
   const Step* m_step = nullptr;
-  int m_lastMark = 0;         // the last mark of m_step that has been reached
-  std::uint32_t m_start = 0;  // the place that phones are reported for
+  std::string m_phoneLanguage;  // in which the phones that come are spoken
+  int m_lastMark = 0;           // the last mark of m_step that has been reached
+  std::uint32_t m_start = 0;    // the place that phones are reported for
   std::uint32_t m_length = 0;
   Piece* m_piece = nullptr;
   std::string m_error;

@@ -41,6 +41,7 @@ class Voice {
   const std::string& name() const { return m_name; }
   // Language and variant as the synthesiser takes them together.
   std::string synthesiserName() const;
+  const std::string& language() const { return m_language; }
   const std::string& variant() const { return m_variant; }
 
   // The synthesiser's pitch setting, 0 to 99, that gives a median of `hertz` at range setting

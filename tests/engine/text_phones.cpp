@@ -52,7 +52,7 @@ TEST(PhonesOfEvents, ComeFromTheNearestNameWhenUnknown) {
   EXPECT_EQ(ofEvent("tS;"), Names{"ch"});
   EXPECT_EQ(ofEvent("E#2"), Names{"eh"});
   EXPECT_EQ(ofEvent("R"), Names{"r"});
-  EXPECT_EQ(ofEvent("Q"), Names{"pau"});
+  EXPECT_EQ(ofEvent("#X1"), Names{"pau"});
   EXPECT_EQ(ofEvent(""), Names{"pau"});
   EXPECT_EQ(ofEvent("\xFF"), Names{"pau"});
 }
@@ -118,8 +118,16 @@ TEST(SynthesiserInput, JoinsAndStresses) {
   EXPECT_EQ(input("h ah0 l ow1"), "h|%@|l|'oU");
   EXPECT_EQ(input("ah1"), "'V");
   EXPECT_EQ(input("ah"), "@");
-  EXPECT_EQ(input("pau dh ih0 s"), "_:|D|%I|s");
+  EXPECT_EQ(input("pau dh ih0 s"), "_:|D|%I#|s");
   EXPECT_EQ(input("ch jh sh zh th dh ng j"), "tS|dZ|S|Z|T|D|N|j");
+}
+
+TEST(SynthesiserInput, HasTheNearestVowelOfALanguage) {
+  const std::vector<Phone> phones = phonesOf("ah1 aa1 uh1");
+  EXPECT_EQ(synthesiserInput(phones, "en-us"), "'V|'A:|'U");
+  EXPECT_EQ(synthesiserInput(phones, "de"), "'@|'A:|'U");
+  EXPECT_EQ(synthesiserInput(phones, "pt-br"), "'@|'A:|'U");
+  EXPECT_EQ(synthesiserInput(phones, "fr"), "'@|'a|'u");
 }
 
 TEST(SynthesiserInput, LeavesOutWhatHasNoSound) {

@@ -1,0 +1,111 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Phones of every language, there and back through the synthesiser.
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "languages/Languages.h"
+#include "phones.h"
+#include "synthesiser.h"
+#include "voice.h"
+
+namespace {
+
+class Names : public kavrel::SynthesisListener {
+ public:
+  void onMark(int, std::uint64_t) override {}
+  void onPhone(std::string_view name, std::uint64_t) override { names.emplace_back(name); }
+  void onSamples(std::span<const std::int16_t>) override {}
+  bool cancelled() const override { return false; }
+
+  std::vector<std::string> names;
+};
+
+// What the synthesiser names while it speaks `text`, pauses left out.
+std::vector<std::string> eventsOf(std::wstring_view text, bool hasPhones,
+                                  std::string_view language) {
+  kavrel::Voice voice;
+  std::string why;
+  EXPECT_TRUE(voice.parse("format = 1\nname = Test\nlanguage = " + std::string(language) +
+                              "\npitch.offset = 19.3\npitch.range = 0.272\npitch.scale = 34.7\n"
+                              "pitch.spread = 0.54\npitch.lowest = 68\npitch.highest = 170\n",
+                          why))
+      << why;
+  kavrel::Synthesiser::Input input;
+  input.text = text;
+  input.hasPhones = hasPhones;
+  Names listener;
+  EXPECT_TRUE(kavrel::Synthesiser::shared().speak(input, voice, listener, why)) << why;
+  std::erase_if(listener.names, [](const std::string& name) { return name.starts_with('_'); });
+  return listener.names;
+}
+
+// The names of ours for a run of phones that the synthesiser is given.
+std::string spokenPhones(std::string_view phones, std::string_view language) {
+  const std::string input = kavrel::synthesiserInput(kavrel::readPhones(phones).phones, language);
+  std::string names;
+  for (const std::string& event :
+       eventsOf(L"[[" + std::wstring(input.begin(), input.end()) + L"]] ", true, language)) {
+    for (const std::string_view phone : kavrel::phonesOfEvent(event, language)) {
+      names += (names.empty() ? "" : " ") + std::string(phone);
+    }
+  }
+  return names;
+}
+
+constexpr std::string_view kVowels[] = {"ae", "ey", "ao", "i",  "eh", "ih", "ay",
+                                        "aa", "uw", "uh", "ow", "aw", "oy"};
+
+}  // namespace
+
+TEST(Phones, OfEveryTextAreKnown) {
+  for (const languages::Language& language : languages::all()) {
+    std::string spoken(language.synthesiser);
+    const std::u32string text =
+        languages::charactersOf(std::string(language.text) + " " + std::string(language.plain));
+    for (const std::string& event :
+         eventsOf(std::wstring(text.begin(), text.end()), false, language.synthesiser)) {
+      if (const auto other = kavrel::languageOfEvent(event); !other.empty()) {
+        spoken = other;
+      } else {
+        EXPECT_TRUE(kavrel::isKnownEvent(event, spoken)) << event << " in " << spoken;
+      }
+    }
+  }
+}
+
+TEST(Phones, ComeBackInEnglishWhereverTheyStand) {
+  for (const std::string_view language : {"en-us", "en"}) {
+    for (const std::string_view vowel : kVowels) {
+      const std::string name(vowel);
+      for (const std::string stress : {"0", "1"}) {
+        EXPECT_EQ(spokenPhones("s " + name + stress + " p", language), "s " + name + " p");
+        EXPECT_EQ(spokenPhones("s ae1 p " + name + stress, language), "s ae p " + name)
+            << language << stress;
+      }
+    }
+  }
+}
+
+TEST(Phones, AreNotLostInOtherLanguages) {
+  for (const languages::Language& language : languages::all()) {
+    for (const std::string_view vowel : kVowels) {
+      for (const std::string stress : {"0", "1"}) {
+        const std::string asked = "s " + std::string(vowel) + stress + " p";
+        const std::string came = spokenPhones(asked, language.synthesiser);
+        ASSERT_GE(came.size(), 5u) << asked << " in " << language.synthesiser << ": " << came;
+        EXPECT_TRUE(came.ends_with(" p")) << came;
+        const std::string between = came.substr(2, came.size() - 4);
+        EXPECT_TRUE(kavrel::isVowel(between.substr(0, between.find(' '))))
+            << asked << " in " << language.synthesiser << ": " << came;
+      }
+    }
+    EXPECT_EQ(spokenPhones("s ah1 p", language.synthesiser).substr(0, 4), "s ah")
+        << language.synthesiser;
+  }
+}
