@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Loading a synthesizer: what is found, and what is said when it is not.
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -10,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include "SpeechSynthesis/SynthesizerPlugIn.h"
+#include "SpeechSynthesis/Synthesizers.h"
 
 namespace {
 
@@ -59,26 +61,74 @@ TEST(SynthesizerPlugIn, PassesOnWhatTheSystemSaysOfAFileThatIsNoLibrary) {
   fs::remove(file);
 }
 
-TEST(SynthesizerPlugIn, IsLookedForInTheFoldersOfTheVariableFirst) {
-  const std::string folders = "/nowhere:" COMPLETE_SYNTHESIZER_DIR ":" INCOMPLETE_SYNTHESIZER_DIR;
-  ASSERT_EQ(setenv("SPEECH_SYNTHESIZER_PATH", folders.c_str(), 1), 0);
-  EXPECT_EQ(SynthesizerPlugIn::locate(), kComplete);
-  ASSERT_EQ(unsetenv("SPEECH_SYNTHESIZER_PATH"), 0);
+// Folders of one test, which see no other places.
+class SynthesizersTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    std::string name = (fs::temp_directory_path() / "synthesizersXXXXXX").native();
+    ASSERT_NE(mkdtemp(name.data()), nullptr);
+    m_folder = name;
+    setenv("XDG_DATA_HOME", (m_folder / "data").c_str(), 1);
+  }
+  void TearDown() override {
+    fs::remove_all(m_folder);
+    unsetenv("SPEECH_SYNTHESIZER_PATH");
+    unsetenv("XDG_DATA_HOME");
+  }
+
+  // The result of opening a channel, with what was said on standard error.
+  OSErr open(OSType creator, std::string& said) {
+    testing::internal::CaptureStderr();
+    platform::OpenedChannel opened;
+    const OSErr result = m_synthesizers.open(creator, opened);
+    said = testing::internal::GetCapturedStderr();
+    if (result == noErr) opened.plugIn->call().closeSpeechChannel(opened.identifier);
+    return result;
+  }
+
+  fs::path m_folder;
+  platform::Synthesizers m_synthesizers;
+  std::string m_said;
+};
+
+constexpr OSType kOurs = 0x4B56524C;
+constexpr OSType kOther = 0x4F544852;
+
+TEST_F(SynthesizersTest, AreLoadedByWhoseVoicesTheySpeak) {
+  setenv("SPEECH_SYNTHESIZER_PATH", OTHER_SYNTHESIZER_DIR ":" COMPLETE_SYNTHESIZER_DIR, 1);
+  EXPECT_EQ(open(kOurs, m_said), noErr);
+  EXPECT_EQ(open(kOther, m_said), noErr);
+  EXPECT_EQ(open(kOurs, m_said), noErr);
+  EXPECT_EQ(m_said, "");
 }
 
-TEST(SynthesizerPlugIn, NamesTheFoldersWhenThereIsNoneAndTriesAgainTheNextTime) {
-  ASSERT_EQ(setenv("SPEECH_SYNTHESIZER_PATH", "/nowhere:/nothing", 1), 0);
-  testing::internal::CaptureStderr();
-  const SynthesizerPlugIn* const none = SynthesizerPlugIn::shared();
-  const std::string said = testing::internal::GetCapturedStderr();
-  ASSERT_EQ(setenv("SPEECH_SYNTHESIZER_PATH", COMPLETE_SYNTHESIZER_DIR, 1), 0);
-  const SynthesizerPlugIn* const found = SynthesizerPlugIn::shared();
-  ASSERT_EQ(unsetenv("SPEECH_SYNTHESIZER_PATH"), 0);
+TEST_F(SynthesizersTest, GoOnPastBrokenOnesWithOneLineEach) {
+  std::ofstream(m_folder / "a-text.so") << "not a library";
+  fs::create_directory(m_folder / "b-folder.so");
+  fs::copy_file(kIncomplete, m_folder / "c-incomplete.so");
+  fs::copy_file(kComplete, m_folder / "d-whole.so");
+  setenv("SPEECH_SYNTHESIZER_PATH", m_folder.c_str(), 1);
+  EXPECT_EQ(open(kOurs, m_said), noErr);
+  EXPECT_THAT(m_said, AllOf(HasSubstr("a-text.so cannot be loaded"), HasSubstr("b-folder.so"),
+                            HasSubstr("c-incomplete.so has no entry point SEUseVoice")));
+  EXPECT_EQ(std::count(m_said.begin(), m_said.end(), '\n'), 3);
+  EXPECT_EQ(open(kOurs, m_said), noErr);
+  EXPECT_EQ(m_said, "");
+}
 
-  EXPECT_EQ(none, nullptr);
-  EXPECT_THAT(said, HasSubstr("KavrelSpeech.so is in none of /nowhere, /nothing, "));
-  EXPECT_NE(found, nullptr);
-  EXPECT_EQ(SynthesizerPlugIn::shared(), found);
+TEST_F(SynthesizersTest, AreFoundInTheUsersFolder) {
+  fs::create_directories(m_folder / "data/speechmanager/Synthesizers");
+  fs::copy_file(kComplete, m_folder / "data/speechmanager/Synthesizers/One.so");
+  EXPECT_EQ(open(kOurs, m_said), noErr);
+  EXPECT_EQ(m_said, "");
+}
+
+TEST_F(SynthesizersTest, NameTheFoldersWhenThereIsNoneAndTryAgainTheNextTime) {
+  setenv("SPEECH_SYNTHESIZER_PATH", "/nowhere:/nothing", 1);
+  EXPECT_EQ(open(kOther, m_said), noSynthFound);
+  EXPECT_THAT(m_said, HasSubstr("voices of \"OTHR\" in /nowhere, /nothing, "));
+  setenv("SPEECH_SYNTHESIZER_PATH", OTHER_SYNTHESIZER_DIR, 1);
+  EXPECT_EQ(open(kOther, m_said), noErr);
 }
 
 }  // namespace

@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 #
-# Compares the names that LIBRARY exports (as NM lists them) with the functions that the headers in
-# the folder HEADERS mark as exported. Fails with the names that are on one side only.
+# Compares the names that LIBRARY exports (as NM lists them) with the functions and constants that
+# the headers in the folder HEADERS mark as exported. Fails with the names that are on one side only.
 
 execute_process(
   COMMAND "${NM}" -D --defined-only -f posix "${LIBRARY}"
@@ -13,6 +13,8 @@ set(declared "")
 file(GLOB_RECURSE headers "${HEADERS}/*.h")
 foreach(header IN LISTS headers)
   file(READ "${header}" text)
+  # A function ends at its "(", a constant at its semicolon, which would divide a list.
+  string(REPLACE ";" "(" text "${text}")
   string(REGEX MATCHALL "\nSPEECH_PLATFORM_API [A-Za-z0-9_ *\n]+\\(" heads "${text}")
   foreach(head IN LISTS heads)
     string(REGEX REPLACE "^.*[^A-Za-z0-9_]([A-Za-z0-9_]+)\\($" "\\1" name "${head}")

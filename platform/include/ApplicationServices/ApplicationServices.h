@@ -7,10 +7,12 @@
 #define APPLICATIONSERVICES_APPLICATIONSERVICES_H
 
 #include <ApplicationServices/FixMath.h>
+#include <ApplicationServices/SpeechProperties.h>
 #include <ApplicationServices/SpeechSynthesis.h>
 #include <ApplicationServices/TextEncodingConverter.h>
 #include <CoreFoundation/CoreFoundation.h>
 
+#include <MacMemory.h>
 #include <MacTypes.h>
 
 #endif

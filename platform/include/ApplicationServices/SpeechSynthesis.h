@@ -8,19 +8,34 @@
  *     invalidComponentID for one that is not open, null included, and does nothing else.
  *  2. Every function that reaches a synthesizer may also answer memFullErr, or badInputText for any
  *     other failure inside it. No C++ exception comes out.
- *  3. What a caller passes is copied; nothing has to outlive the call. Text is Mac OS Roman.
- *  4. Positions and lengths of text count bytes from the front of the caller's buffer.
+ *  3. What a caller passes is copied; nothing has to outlive the call. Text is Mac OS Roman. A NUL
+ *     in it is a blank.
+ *  4. Positions and lengths of text count bytes from the front of the caller's buffer. They never
+ *     go backwards while a text is spoken, and position + length is never behind its end. Of a
+ *     text that SpeakCFString speaks they count UTF-16 units of the string.
  *  5. All functions may be called on any thread. A channel may be used by several threads; calls
  *     that meet on one channel take effect one after the other.
- *  6. Callbacks run on a thread of the synthesizer, text-done on the thread that calls SpeakBuffer,
- *     and under no lock of the Manager. A callback gets the client's own channel and soRefCon, and
- *     lets no exception out.
+ *  6. Callbacks run on one thread, which belongs to the Manager and to nothing else, one at a time,
+ *     in the order in which things happened, and under no lock: any function may be called inside
+ *     any callback. A callback that does not return holds up the callbacks of all channels, but no
+ *     speech. A callback gets the client's own channel and soRefCon, and lets no exception out.
+ *  7. A job is one text, from the call that speaks it to its speech-done, which comes exactly once
+ *     however the job ends, unless the channel is disposed. Once a job has been stopped at once,
+ *     none of its other callbacks begins any more.
+ *  8. StopSpeechAt with a place in the text returns at once and leaves the waiting to a thread of
+ *     the Manager. A synthesizer cannot be asked anything else meanwhile: what is called for the
+ *     channel until the place is reached takes effect after it, in the order of the calls, and is
+ *     answered with noErr at once; only reading a setting waits. The channel's state, the voice's
+ *     description and DisposeSpeechChannel never wait.
+ *  9. From exit() on no callback begins. A process made by fork() has no channels but those it
+ *     opens itself.
  */
 #ifndef APPLICATIONSERVICES_SPEECHSYNTHESIS_H
 #define APPLICATIONSERVICES_SPEECHSYNTHESIS_H
 
 #include <CoreFoundation/CFBase.h>
 
+#include <MacMemory.h>
 #include <MacTypes.h>
 #include <stddef.h>
 
@@ -212,15 +227,18 @@ SPEECH_PLATFORM_CHECK(sizeof(DelimiterInfo) == 4, "DelimiterInfo");
 
 /* ---- Callbacks ----------------------------------------------------------------------------- */
 
-/* More text is wanted. The callback sets `*nextBuf` and `*byteLen` to text that goes on where the
- * last one ended, and that stays valid until the next call of it or the end of SpeakBuffer; null or
- * length 0 says that there is none. It runs inside SpeakBuffer and must not call into the channel.
- */
+/* More text is wanted, to be spoken behind the text of SpeakBuffer as if both were one. The
+ * callback sets `*nextBuf` and `*byteLen` to text that stays valid until it is called again or the
+ * speech is done; null or length 0 says that there is no more. Positions count on. It is called
+ * after SpeakBuffer has returned, again and again until there is no more, before the first word is
+ * spoken. What then keeps the text from being spoken comes as an error, and the speech is done.
+ * `*controlFlags` holds the flags of SpeakBuffer; what is written to it is not looked at. Not
+ * called for texts of SpeakCFString. */
 typedef void (*SpeechTextDoneProcPtr)(SpeechChannel chan, SRefCon refCon, const void** nextBuf,
                                       unsigned long* byteLen, SInt32* controlFlags);
 
-/* The speech is over, however it ended; comes once for every text that began. The channel is idle:
- * the callback may speak on it or dispose it. */
+/* The speech is over, however it ended; comes once for every text that began. The channel is idle,
+ * unless the client has spoken again meanwhile: the callback may speak on it or dispose it. */
 typedef void (*SpeechDoneProcPtr)(SpeechChannel chan, SRefCon refCon);
 
 /* A mark of the text was reached. */
@@ -237,8 +255,18 @@ typedef void (*SpeechPhonemeProcPtr)(SpeechChannel chan, SRefCon refCon, SInt16 
 typedef void (*SpeechWordProcPtr)(SpeechChannel chan, SRefCon refCon, unsigned long wordPos,
                                   UInt16 wordLen);
 
-/* What the selectors take. On this platform it is the function itself, and the helpers below return
- * what they are given and release nothing. */
+/* An error was met. The error's domain is kCFErrorDomainOSStatus, its code the result; what else is
+ * known stands under the keys kSpeechErrorCallback... (SpeechProperties.h). `theError` is the
+ * Manager's; null when memory is out. */
+typedef void (*SpeechErrorCFProcPtr)(SpeechChannel chan, SRefCon refCon, CFErrorRef theError);
+
+/* A word begins: the part `wordRange` of `aString`, in UTF-16 units. `aString` is the string that
+ * is spoken, or one of the bytes that are; it is the Manager's, and null when memory is out. */
+typedef void (*SpeechWordCFProcPtr)(SpeechChannel chan, SRefCon refCon, CFStringRef aString,
+                                    CFRange wordRange);
+
+/* What the selectors take. On this platform it is the function itself: New... returns what it is
+ * given, Dispose... releases nothing, Invoke... calls it. */
 typedef SpeechTextDoneProcPtr SpeechTextDoneUPP;
 typedef SpeechDoneProcPtr SpeechDoneUPP;
 typedef SpeechSyncProcPtr SpeechSyncUPP;
@@ -258,12 +286,32 @@ SPEECH_PLATFORM_API void DisposeSpeechSyncUPP(SpeechSyncUPP upp);
 SPEECH_PLATFORM_API void DisposeSpeechErrorUPP(SpeechErrorUPP upp);
 SPEECH_PLATFORM_API void DisposeSpeechPhonemeUPP(SpeechPhonemeUPP upp);
 SPEECH_PLATFORM_API void DisposeSpeechWordUPP(SpeechWordUPP upp);
+SPEECH_PLATFORM_API void InvokeSpeechTextDoneUPP(SpeechChannel chan, SRefCon refCon,
+                                                 const void** nextBuf, unsigned long* byteLen,
+                                                 SInt32* controlFlags, SpeechTextDoneUPP upp);
+SPEECH_PLATFORM_API void InvokeSpeechDoneUPP(SpeechChannel chan, SRefCon refCon, SpeechDoneUPP upp);
+SPEECH_PLATFORM_API void InvokeSpeechSyncUPP(SpeechChannel chan, SRefCon refCon, OSType syncMessage,
+                                             SpeechSyncUPP upp);
+SPEECH_PLATFORM_API void InvokeSpeechErrorUPP(SpeechChannel chan, SRefCon refCon, OSErr theError,
+                                              long bytePos, SpeechErrorUPP upp);
+SPEECH_PLATFORM_API void InvokeSpeechPhonemeUPP(SpeechChannel chan, SRefCon refCon,
+                                                SInt16 phonemeOpcode, SpeechPhonemeUPP upp);
+SPEECH_PLATFORM_API void InvokeSpeechWordUPP(SpeechChannel chan, SRefCon refCon,
+                                             unsigned long wordPos, UInt16 wordLen,
+                                             SpeechWordUPP upp);
+
+/* The Manager's version. */
+SPEECH_PLATFORM_API NumVersion SpeechManagerVersion(void);
 
 /* ---- Voices -------------------------------------------------------------------------------- */
 
 /* Voices are NAME.SpeechVoice bundles. They are looked for once, when one is first needed: in the
  * folders that the environment variable SPEECH_VOICE_PATH names (separated by colons), then in the
- * folder that came with the Manager's library. */
+ * user's folder ${XDG_DATA_HOME:-~/.local/share}/speechmanager/Voices, then in the folder that came
+ * with the Manager's library. Of two voices with the same VoiceSpec the first counts. A bundle that
+ * cannot be used is left out, with one line on standard error. Synthesizers are libraries, looked
+ * for in the same way and loaded when a channel first needs them: SPEECH_SYNTHESIZER_PATH,
+ * .../speechmanager/Synthesizers. */
 
 /* Fills `*voice`. Results: noErr; paramErr, `voice` is null. Whether there is such a voice is not
  * looked at. */
@@ -297,16 +345,20 @@ SPEECH_PLATFORM_API OSErr GetVoiceInfo(const VoiceSpec* voice, OSType selector, 
 SPEECH_PLATFORM_API OSErr NewSpeechChannel(VoiceSpec* voice, SpeechChannel* chan);
 
 /* Stops the speech and closes the channel. May be called inside a callback of the channel,
- * speech-done above all. Speech that this stops is not reported as done; no callback begins once
- * this has returned, but one that has begun on another thread may still be running. Results: noErr.
- */
+ * speech-done above all. Speech that this stops is not reported as done. No callback of the channel
+ * begins any more, and unless this is called inside one, none is running any more when it returns:
+ * a client must not hold what its callbacks wait for. Results: noErr. */
 SPEECH_PLATFORM_API OSErr DisposeSpeechChannel(SpeechChannel chan);
 
 /* Speaks `textBytes` bytes, in the background. A channel that is speaking or paused stops at once
  * and speaks the new text, or answers synthNotReady with the flag kNoSpeechInterrupt. A null or
- * empty text stops the channel and speaks nothing; no text-done is called for it. Results: noErr;
- * paramErr, the text is longer than a position can tell (2 GiB); synthNotReady, also when the
- * stopped speech does not end within a second; badInputText. */
+ * empty text stops the channel and speaks nothing; no text-done is called for it. With
+ * kPreflightThenPause the channel is paused before the first word until ContinueSpeech. With
+ * kNoEndingProsody a last word without a sign behind it does not sound like the end of a sentence.
+ * Results: noErr; paramErr, the text is longer than a position can tell (2 GiB); synthNotReady,
+ * also when the stopped speech does not end within a second; badInputText. With a text-done
+ * callback or kPreflightThenPause the text reaches the synthesizer later: what keeps it from being
+ * spoken then comes as an error, and the speech is done. */
 SPEECH_PLATFORM_API OSErr SpeakBuffer(SpeechChannel chan, const void* textBuf,
                                       unsigned long textBytes, SInt32 controlFlags);
 
@@ -314,30 +366,62 @@ SPEECH_PLATFORM_API OSErr SpeakBuffer(SpeechChannel chan, const void* textBuf,
 SPEECH_PLATFORM_API OSErr SpeakText(SpeechChannel chan, const void* textBuf,
                                     unsigned long textBytes);
 
-/* Stops at once, or at the place `whereToStop` (kImmediate, kEndOfWord, kEndOfSentence), and
- * returns when the speech has stopped. Stopping an idle channel does nothing. Results: noErr;
- * paramErr, not a place; synthNotReady, the synthesizer could not stop. */
+/* Speaks a Pascal string with the default voice, on a channel of its own, which goes when the
+ * speech is done. A text of an earlier call that is still spoken stops at once; null or an empty
+ * string does only that. Results: those of NewSpeechChannel and SpeakBuffer. */
+SPEECH_PLATFORM_API OSErr SpeakString(ConstStr255Param textToBeSpoken);
+
+/* Stops at once, or at the place `whereToStop` (kImmediate, kEndOfWord, kEndOfSentence). Returns at
+ * once; speech-done tells when the speech has stopped. A paused channel stops where it stands.
+ * Stopping an idle channel does nothing. Results: noErr; paramErr, not a place; synthNotReady, the
+ * synthesizer could not stop. */
 SPEECH_PLATFORM_API OSErr StopSpeech(SpeechChannel chan);
 SPEECH_PLATFORM_API OSErr StopSpeechAt(SpeechChannel chan, SInt32 whereToStop);
 
-/* Pauses at that place, until ContinueSpeech. Does nothing on an idle or paused channel. Results:
- * noErr; paramErr, not a place; synthNotReady, the synthesizer could not pause. */
+/* Pauses at that place, until ContinueSpeech, and returns at once. The channel counts as paused
+ * from then on, though it speaks on to the place. Does nothing on an idle or paused channel.
+ * Results: noErr; paramErr, not a place; synthNotReady, the synthesizer could not pause. */
 SPEECH_PLATFORM_API OSErr PauseSpeechAt(SpeechChannel chan, SInt32 whereToPause);
 
-/* Goes on after a pause; else does nothing. Results: noErr; synthNotReady. */
+/* Goes on after a pause; else does nothing. Results: noErr; synthNotReady; badInputText, a text
+ * that waited for this cannot be spoken, and is done. */
 SPEECH_PLATFORM_API OSErr ContinueSpeech(SpeechChannel chan);
 
 /* The number of this process's channels that are speaking or paused. */
 SPEECH_PLATFORM_API SInt16 SpeechBusy(void);
 
-/* Changes a setting of the channel; speech under way keeps what it began with. A selector that the
- * synthesizer does not know is accepted. Results: noErr; paramErr, the selector needs a value and
- * `speechInfo` is null, or a file URL cannot be used; for soCurrentVoice also voiceNotFound and
- * incompatibleVoice. */
+/* The same: the speech of other processes is not known here. */
+SPEECH_PLATFORM_API SInt16 SpeechBusySystemWide(void);
+
+/* The phonemes that `textBytes` bytes of text are spoken with in the channel's voice and modes, as
+ * text that modePhonemes speaks. Symbols of one word follow one another, words are separated by
+ * blanks, "%" is a pause. Stress is not told, and of sounds that the synthesizer reports under one
+ * code the symbol is always the same (IX for IH, UX for AX); one that has no code is "%". The text
+ * is spoken into a file that nobody sees, so the call takes time in proportion to the text. The
+ * channel is left alone, and may be speaking. `phonemeBuf` is a handle that takes the size of the
+ * result; `*phonemeBytes` receives the number of bytes. Results: noErr; paramErr, an argument is
+ * null; synthOpenFailed; synthNotReady; badInputText; memFullErr. */
+SPEECH_PLATFORM_API OSErr TextToPhonemes(SpeechChannel chan, const void* textBuf,
+                                         unsigned long textBytes, Handle phonemeBuf,
+                                         long* phonemeBytes);
+
+/* Hands a pronunciation dictionary, the contents of a 'dict' resource, to the synthesizer. The
+ * synthesizer of this project accepts every dictionary and makes no use of it. Results: noErr;
+ * paramErr, `dictionary` is null; badDictFormat, it is not a dictionary: it is shorter than its own
+ * count of bytes, or not marked as one. */
+SPEECH_PLATFORM_API OSErr UseDictionary(SpeechChannel chan, Handle dictionary);
+
+/* Changes a setting of the channel; speech under way keeps what it began with, but callbacks and
+ * soRefCon hold from the next callback on. A selector that the synthesizer does not know is
+ * accepted. Results: noErr; paramErr, the selector needs a value and `speechInfo` is null, or a
+ * file URL cannot be used (its path is longer than 2047 bytes); for soCurrentVoice also
+ * voiceNotFound and incompatibleVoice. */
 SPEECH_PLATFORM_API OSErr SetSpeechInfo(SpeechChannel chan, OSType selector,
                                         const void* speechInfo);
 
-/* Reads a setting or a state. Results: noErr; paramErr, `speechInfo` is null; siUnknownInfoType. */
+/* Reads a setting or a state. soErrors tells of what SpeakBuffer and its like answered and of what
+ * came to the error callback, since it was read before. Results: noErr; paramErr, `speechInfo` is
+ * null; siUnknownInfoType. */
 SPEECH_PLATFORM_API OSErr GetSpeechInfo(SpeechChannel chan, OSType selector, void* speechInfo);
 
 /* soRate by another name: words per minute. Results as of SetSpeechInfo and GetSpeechInfo. */

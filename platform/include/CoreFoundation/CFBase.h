@@ -5,13 +5,13 @@
  * Conventions of all Core Foundation headers here
  *  1. An object lives while its count is above zero. Functions with Create or Copy in their name
  *     hand out an object that the caller owns and ends with CFRelease; what other functions hand
- * out stays the object's own.
+ *     out stays the object's own.
  *  2. Null is allowed for every object, buffer and out parameter: the answer is null, 0 or false,
  *     and nothing happens. A null result of a Create or Copy function also means that memory is
- * out.
- *  3. Objects never change after they were made, so any thread may use one at any time; counting is
- *     atomic. Each thread that uses an object holds a count of its own or borrows from one who
- * does.
+ *     out.
+ *  3. Objects never change after they were made (but for those called mutable), so any thread may
+ *     use one at any time; counting is atomic. Each thread that uses an object holds a count of its
+ *     own or borrows from one who does.
  *  4. There are no allocators: pass null (kCFAllocatorDefault). The argument is not looked at.
  */
 #ifndef COREFOUNDATION_CFBASE_H
@@ -37,6 +37,13 @@ typedef const struct __CFAllocator* CFAllocatorRef;
 typedef const struct __CFString* CFStringRef;
 typedef const struct __CFURL* CFURLRef;
 typedef struct __CFBundle* CFBundleRef;
+typedef const struct __CFNumber* CFNumberRef;
+typedef const struct __CFBoolean* CFBooleanRef;
+typedef const struct __CFArray* CFArrayRef;
+typedef struct __CFArray* CFMutableArrayRef;
+typedef const struct __CFDictionary* CFDictionaryRef;
+typedef struct __CFDictionary* CFMutableDictionaryRef;
+typedef struct __CFError* CFErrorRef;
 /* NOLINTEND(bugprone-reserved-identifier) */
 
 #define kCFAllocatorDefault ((CFAllocatorRef)0)
@@ -45,6 +52,16 @@ typedef struct CFRange {
   CFIndex location;
   CFIndex length;
 } CFRange;
+
+static inline CFRange CFRangeMake(CFIndex location, CFIndex length) {
+  CFRange range;
+  range.location = location;
+  range.length = length;
+  return range;
+}
+
+/* Whether both are equal: objects of one type with the same value, or one and the same object. */
+SPEECH_PLATFORM_API Boolean CFEqual(CFTypeRef a, CFTypeRef b);
 
 /* Adds one to the count; returns `object`. */
 SPEECH_PLATFORM_API CFTypeRef CFRetain(CFTypeRef object);

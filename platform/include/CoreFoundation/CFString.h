@@ -42,6 +42,29 @@ SPEECH_PLATFORM_API CFStringRef CFStringCreateWithBytes(CFAllocatorRef allocator
                                                         CFStringEncoding encoding,
                                                         Boolean isExternalRepresentation);
 
+/* A string that lives as long as the process, of a literal in UTF-8: CFSTR("text"). */
+#define CFSTR(text) __CFStringMakeConstantString("" text "")
+/* NOLINTNEXTLINE(bugprone-reserved-identifier): what the platform's macro calls */
+SPEECH_PLATFORM_API CFStringRef __CFStringMakeConstantString(const char* text);
+
+/* A string of `length` UTF-16 units. Null also when they are not well-formed. */
+typedef UInt16 UniChar;
+SPEECH_PLATFORM_API CFStringRef CFStringCreateWithCharacters(CFAllocatorRef allocator,
+                                                             const UniChar* characters,
+                                                             CFIndex length);
+
+/* A string of the UTF-16 units `range` of another. Null also when the range is not inside it, or
+ * divides a surrogate pair. */
+SPEECH_PLATFORM_API CFStringRef CFStringCreateWithSubstring(CFAllocatorRef allocator,
+                                                            CFStringRef string, CFRange range);
+
+/* Writes the UTF-16 units `range`, which is inside the string, to `buffer`; what is outside, and a
+ * byte of a path that is no part of a character, is written as U+FFFD. */
+SPEECH_PLATFORM_API void CFStringGetCharacters(CFStringRef string, CFRange range, UniChar* buffer);
+
+/* The UTF-16 unit of that index, as CFStringGetCharacters writes it. */
+SPEECH_PLATFORM_API UniChar CFStringGetCharacterAtIndex(CFStringRef string, CFIndex index);
+
 /* The number of UTF-16 units. A byte of a path that is no part of a character counts as one. */
 SPEECH_PLATFORM_API CFIndex CFStringGetLength(CFStringRef string);
 

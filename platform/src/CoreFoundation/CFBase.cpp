@@ -16,6 +16,12 @@ const platform::CFObject* objectOf(CFTypeRef reference) {
 
 }  // namespace
 
+Boolean CFEqual(CFTypeRef a, CFTypeRef b) {
+  if (a == b) return true;
+  if (a == nullptr || b == nullptr || objectOf(a)->type() != objectOf(b)->type()) return false;
+  return objectOf(a)->equals(*objectOf(b));
+}
+
 CFTypeRef CFRetain(CFTypeRef object) {
   if (object != nullptr) objectOf(object)->retain();
   return object;

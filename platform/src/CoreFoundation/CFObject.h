@@ -12,11 +12,13 @@
 #include <atomic>
 #include <string>
 #include <utility>
+#include <variant>
+#include <vector>
 
 namespace platform {
 
 // The numbers that CFGetTypeID gives.
-enum class CFType : CFTypeID { String = 1, URL, Bundle };
+enum class CFType : CFTypeID { String = 1, URL, Bundle, Number, Boolean, Array, Dictionary, Error };
 
 class CFObject {
  public:
@@ -26,6 +28,7 @@ class CFObject {
   void retain() const { m_count.fetch_add(1, std::memory_order_relaxed); }
 
   void release() const {
+    if (m_livesForEver) return;
     // What other holders did with the object happens before its end.
     if (m_count.fetch_sub(1, std::memory_order_acq_rel) == 1) delete this;
   }
@@ -33,8 +36,14 @@ class CFObject {
   CFIndex count() const { return m_count.load(std::memory_order_relaxed); }
   CFType type() const { return m_type; }
 
+  // For an object that nobody else has yet: no number of releases ends it.
+  void liveForEver() { m_livesForEver = true; }
+
   // One line without its end, for CFShow.
   virtual std::string description() const = 0;
+
+  // `other` is another object of the same type.
+  virtual bool equals(const CFObject& /*other*/) const { return false; }
 
  protected:
   explicit CFObject(CFType type) : m_type(type) {}
@@ -43,6 +52,7 @@ class CFObject {
  private:
   mutable std::atomic<CFIndex> m_count{1};
   const CFType m_type;
+  bool m_livesForEver = false;
 };
 
 // A counted reference that ends with its scope; adopts what a Create or Copy function returned.
@@ -73,6 +83,7 @@ struct __CFString final : platform::CFObject {
   __CFString(std::string text, CFStringEncoding itsEncoding)
       : CFObject(platform::CFType::String), bytes(std::move(text)), encoding(itsEncoding) {}
   std::string description() const override;
+  bool equals(const CFObject& other) const override;
 
   const std::string bytes;  // in `encoding`; of a path, any bytes
   const CFStringEncoding encoding;
@@ -82,6 +93,7 @@ struct __CFURL final : platform::CFObject {
   __CFURL(std::string itsPath, std::string itsBase)
       : CFObject(platform::CFType::URL), path(std::move(itsPath)), base(std::move(itsBase)) {}
   std::string description() const override;
+  bool equals(const CFObject& other) const override;
   std::string absolutePath() const;
 
   const std::string path;  // not empty
@@ -94,6 +106,71 @@ struct __CFBundle final : platform::CFObject {
   std::string description() const override;
 
   const platform::Owned<CFURLRef> url;
+};
+
+struct __CFNumber final : platform::CFObject {
+  using Value = std::variant<SInt64, double>;
+  explicit __CFNumber(Value itsValue) : CFObject(platform::CFType::Number), value(itsValue) {}
+  std::string description() const override;
+  bool equals(const CFObject& other) const override;
+
+  const Value value;
+};
+
+struct __CFBoolean final : platform::CFObject {
+  explicit __CFBoolean(bool itsValue) : CFObject(platform::CFType::Boolean), value(itsValue) {
+    liveForEver();
+  }
+  std::string description() const override;
+
+  const bool value;
+};
+
+struct __CFArray final : platform::CFObject {
+  explicit __CFArray(bool itsValuesAreCounted)
+      : CFObject(platform::CFType::Array), countsValues(itsValuesAreCounted) {}
+  ~__CFArray() override;
+  std::string description() const override;
+  bool equals(const CFObject& other) const override;
+  void append(const void* value);
+
+  const bool countsValues;
+  std::vector<const void*> values;
+};
+
+struct __CFDictionary final : platform::CFObject {
+  struct Entry {
+    const void* key;
+    const void* value;
+  };
+  __CFDictionary(bool itsKeysAreCounted, bool itsValuesAreCounted)
+      : CFObject(platform::CFType::Dictionary),
+        countsKeys(itsKeysAreCounted),
+        countsValues(itsValuesAreCounted) {}
+  ~__CFDictionary() override;
+  std::string description() const override;
+  bool equals(const CFObject& other) const override;
+  // Null: there is no such key.
+  const Entry* find(const void* key) const;
+  // `key` is not there.
+  void add(const void* key, const void* value);
+  void remove(const void* key);
+
+  const bool countsKeys;
+  const bool countsValues;
+  std::vector<Entry> entries;
+};
+
+struct __CFError final : platform::CFObject {
+  // Takes over one count of each; `itsInfo` is not null.
+  __CFError(CFStringRef itsDomain, CFIndex itsCode, CFDictionaryRef itsInfo)
+      : CFObject(platform::CFType::Error), domain(itsDomain), code(itsCode), info(itsInfo) {}
+  std::string description() const override;
+  bool equals(const CFObject& other) const override;
+
+  const platform::Owned<CFStringRef> domain;
+  const CFIndex code;
+  const platform::Owned<CFDictionaryRef> info;
 };
 
 // NOLINTEND(bugprone-reserved-identifier)

@@ -5,9 +5,12 @@
 
 #include <algorithm>
 #include <cstring>
+#include <map>
+#include <mutex>
 #include <new>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "CFObject.h"
 #include "Characters.h"
@@ -64,6 +67,19 @@ bool convertOut(std::string_view text, CFStringEncoding from, CFStringEncoding t
   }
   buffer[written] = '\0';
   return true;
+}
+
+// Takes characters off the front of `text`, `units` UTF-16 units of them or as many as there are
+// without dividing one; returns how many units.
+CFIndex skipUnits(std::string_view& text, CFStringEncoding encoding, CFIndex units) {
+  CFIndex skipped = 0;
+  while (!text.empty()) {
+    const Character character = platform::readCharacter(text, encoding);
+    if (character.units() > units - skipped) break;
+    skipped += character.units();
+    text.remove_prefix(character.length);
+  }
+  return skipped;
 }
 
 // What one character of a string becomes in CFStringGetBytes; length 0 for nothing.
@@ -151,6 +167,107 @@ CFIndex CFStringGetBytes(CFStringRef string, CFRange range, CFStringEncoding enc
   }
   if (usedBufLen != nullptr) *usedBufLen = used;
   return converted;
+}
+
+CFStringRef __CFStringMakeConstantString(const char* text) {
+  // Never destroyed: constants are used until the process is gone.
+  static auto* const lock = new std::mutex;
+  static auto* const constants = new std::map<std::string, CFStringRef>;
+  if (text == nullptr) return nullptr;
+  try {
+    const std::lock_guard held(*lock);
+    const auto [entry, isNew] = constants->try_emplace(text, nullptr);
+    if (!isNew) return entry->second;
+    const bool isUtf8 = isWellFormed(text, kCFStringEncodingUTF8);
+    auto* const constant =
+        new __CFString(text, isUtf8 ? kCFStringEncodingUTF8 : kCFStringEncodingMacRoman);
+    constant->liveForEver();
+    entry->second = constant;
+    return constant;
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
+}
+
+CFStringRef CFStringCreateWithCharacters(CFAllocatorRef /*allocator*/, const UniChar* characters,
+                                         CFIndex length) {
+  if (length < 0 || (characters == nullptr && length > 0)) return nullptr;
+  try {
+    std::string bytes;
+    for (CFIndex at = 0; at < length; ++at) {
+      char32_t code = characters[at];
+      const bool isFirst = code >= 0xD800 && code < 0xDC00;
+      if (isFirst && at + 1 < length && characters[at + 1] >= 0xDC00 &&
+          characters[at + 1] < 0xE000) {
+        code = 0x10000 + ((code - 0xD800) << 10U) + (characters[++at] - 0xDC00U);
+      } else if (code >= 0xD800 && code < 0xE000) {
+        return nullptr;
+      }
+      const Encoded encoded = platform::encodeCharacter(code, kCFStringEncodingUTF8);
+      bytes.append(reinterpret_cast<const char*>(encoded.bytes.data()), encoded.length);
+    }
+    return new __CFString(std::move(bytes), kCFStringEncodingUTF8);
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
+}
+
+CFStringRef CFStringCreateWithSubstring(CFAllocatorRef /*allocator*/, CFStringRef string,
+                                        CFRange range) {
+  if (string == nullptr || range.location < 0 || range.length < 0) return nullptr;
+  std::string_view rest = string->bytes;
+  const CFIndex skipped = skipUnits(rest, string->encoding, range.location);
+  const std::string_view from = rest;
+  const CFIndex taken = skipUnits(rest, string->encoding, range.length);
+  if (skipped != range.location || taken != range.length) return nullptr;
+  try {
+    return new __CFString(std::string(from.substr(0, from.size() - rest.size())), string->encoding);
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
+}
+
+void CFStringGetCharacters(CFStringRef string, CFRange range, UniChar* buffer) {
+  if (string == nullptr || buffer == nullptr || range.length <= 0) return;
+  constexpr UniChar kReplacement = 0xFFFD;
+  std::fill_n(buffer, range.length, kReplacement);
+  CFIndex at = -range.location;  // where the next unit belongs in the buffer
+  const auto put = [&](char32_t unit) {
+    if (at >= 0 && at < range.length) buffer[at] = static_cast<UniChar>(unit);
+    ++at;
+  };
+  for (std::string_view rest = string->bytes; !rest.empty() && at < range.length;) {
+    const Character character = platform::readCharacter(rest, string->encoding);
+    const char32_t code = character.code.value_or(kReplacement);
+    if (code > 0xFFFF) {
+      put(0xD800 + ((code - 0x10000) >> 10U));
+      put(0xDC00 + ((code - 0x10000) & 0x3FFU));
+    } else {
+      put(code);
+    }
+    rest.remove_prefix(character.length);
+  }
+}
+
+UniChar CFStringGetCharacterAtIndex(CFStringRef string, CFIndex index) {
+  UniChar unit = 0xFFFD;
+  CFStringGetCharacters(string, {index, 1}, &unit);
+  return unit;
+}
+
+bool __CFString::equals(const CFObject& other) const {
+  const auto& string = static_cast<const __CFString&>(other);
+  if (encoding == string.encoding) return bytes == string.bytes;
+  std::string_view mine = bytes;
+  std::string_view its = string.bytes;
+  while (!mine.empty() && !its.empty()) {
+    const Character a = platform::readCharacter(mine, encoding);
+    const Character b = platform::readCharacter(its, string.encoding);
+    if (a.code != b.code) return false;
+    mine.remove_prefix(a.length);
+    its.remove_prefix(b.length);
+  }
+  return mine.empty() && its.empty();
 }
 
 std::string __CFString::description() const {

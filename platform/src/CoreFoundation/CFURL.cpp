@@ -116,3 +116,8 @@ std::string __CFURL::absolutePath() const {
 std::string __CFURL::description() const {
   return absolutePath();
 }
+
+bool __CFURL::equals(const CFObject& other) const {
+  const auto& url = static_cast<const __CFURL&>(other);
+  return path == url.path && base == url.base;
+}

@@ -1,15 +1,19 @@
 // SPDX-License-Identifier: Apache-2.0
+//
+// The channel's life, its voice and its settings.
 #include "Channel.h"
 
-#include <CoreFoundation/CFBundle.h>
 #include <CoreFoundation/CFURL.h>
 
 #include <algorithm>
-#include <chrono>
+#include <array>
+#include <cstddef>
 #include <cstring>
 #include <limits>
+#include <utility>
 
 #include "../CoreFoundation/CFObject.h"
+#include "Results.h"
 #include "Trampolines.h"
 
 namespace platform {
@@ -21,40 +25,35 @@ constexpr OSType kExactPositions = 0x63706F73;
 // NOLINTNEXTLINE(performance-no-int-to-ptr)
 const void* const kYes = reinterpret_cast<const void*>(std::uintptr_t{1});
 
-// How long the end of a stopped job is waited for.
-constexpr std::chrono::seconds kEndOfJobLimit{1};
+// The longest path that a synthesizer takes, with its NUL.
+constexpr std::size_t kLongestPath = 2048;
 
-// What a synthesizer answers as clients know it.
-OSErr translated(long result) {
-  constexpr long kRefused = -1;
-  if (result == kRefused) return synthNotReady;
-  // A synthesizer's name for "no such channel"; the channel was disposed meanwhile.
-  if (result == noSynthFound) return invalidComponentID;
-  return static_cast<OSErr>(result);
-}
-
-bool isPlace(SInt32 where) {
-  return where == kImmediate || where == kEndOfWord || where == kEndOfSentence;
-}
-
-// Whether SetSpeechInfo reads what the value points at.
-bool readsValue(OSType selector) {
+// How many bytes SetSpeechInfo reads where the value points; 0 for a selector whose value is not
+// pointed at, or not of one size.
+std::size_t sizeOfValue(OSType selector) {
   switch (selector) {
     case soInputMode:
     case soCharacterMode:
     case soNumberMode:
+      return sizeof(OSType);
     case soRate:
     case soPitchBase:
     case soPitchMod:
     case soVolume:
+      return sizeof(Fixed);
     case soCommandDelimiter:
+      return sizeof(DelimiterInfo);
     case soCurrentVoice:
-    case soSynthExtension:
-      return true;
+      return sizeof(VoiceSpec);
     default:
-      return false;
+      return 0;
   }
 }
+
+// A value of any selector that has a size.
+struct alignas(8) ValueCopy {
+  std::array<std::byte, 8> bytes{};
+};
 
 template <typename Function>
 Function asFunction(const void* value) {
@@ -79,6 +78,8 @@ OSErr Channel::prepare() {
   } settings[] = {{soRefCon, m_handle},
                   {soSpeechDoneCallBack, asValue(trampolines::speechDone)},
                   {soSyncCallBack, asValue(trampolines::sync)},
+                  {soErrorCallBack, asValue(trampolines::error)},
+                  {soPhonemeCallBack, asValue(trampolines::phoneme)},
                   {soWordCallBack, asValue(trampolines::word)},
                   {kExactPositions, kYes}};
   for (const auto& setting : settings) {
@@ -88,67 +89,34 @@ OSErr Channel::prepare() {
 }
 
 void Channel::close() {
-  m_plugIn.call().closeSpeechChannel(m_identifier);
+  {
+    const std::lock_guard held(m_lock);
+    m_isDisposed = true;
+    m_phase = Phase::Idle;
+    m_jobEnded.notify_all();
+  }
+  m_turns.forgetQueued();
+  m_turns.doOrQueue(shared_from_this(), [this] {
+    try {
+      m_plugIn.call().closeSpeechChannel(m_identifier);
+    } catch (...) {
+      // The channel is gone for its client, whatever the synthesizer makes of it.
+    }
+  });
+  CallbackThread::shared().waitForReportTo(*this);
 }
 
 OSErr Channel::useVoice(const Voice& voice) {
-  const std::string& path = voice.bundle.native();
-  const Owned url(CFURLCreateFromFileSystemRepresentation(
-      kCFAllocatorDefault, reinterpret_cast<const UInt8*>(path.data()),
-      static_cast<CFIndex>(path.size()), true));
-  const Owned bundle(CFBundleCreate(kCFAllocatorDefault, url.get()));
-  if (!bundle) return voiceNotFound;
-  VoiceSpec spec = voice.spec;
-  const OSErr result = translated(m_plugIn.call().useVoice(m_identifier, &spec, bundle.get()));
+  const OSErr result = m_plugIn.useVoice(m_identifier, voice);
   if (result != noErr) return result;
   const std::lock_guard held(m_lock);
-  m_voice = spec;
+  m_voice = voice.spec;
   return noErr;
 }
 
-OSErr Channel::speak(const void* text, unsigned long bytes, SInt32 flags) {
-  if (bytes > static_cast<unsigned long>(std::numeric_limits<SInt32>::max())) return paramErr;
-  if (text == nullptr || bytes == 0) return stop(kImmediate);
-  if (isActive()) {
-    if ((flags & kNoSpeechInterrupt) != 0) return synthNotReady;
-    if (const OSErr result = stop(kImmediate); result != noErr) return result;
-  }
-  if (!waitForEndOfJobs()) return synthNotReady;
-
-  // Before the call: a short job may end before the call returns.
-  jobStarts(bytes);
-  // Undone when no job came of it, however that shows.
-  struct Start {
-    Channel& channel;
-    bool succeeded = false;
-    ~Start() {
-      if (!succeeded) channel.jobDidNotStart();
-    }
-  } start{*this};
-  const OSErr result = translated(m_plugIn.call().speakBuffer(
-      m_identifier, static_cast<Ptr>(const_cast<void*>(text)), static_cast<long>(bytes), flags));
-  start.succeeded = result == noErr;
-  return result;
-}
-
-OSErr Channel::stop(SInt32 where) {
-  if (!isPlace(where)) return paramErr;
-  return translated(m_plugIn.call().stopSpeechAt(m_identifier, static_cast<unsigned long>(where)));
-}
-
-OSErr Channel::pause(SInt32 where) {
-  if (!isPlace(where)) return paramErr;
-  // A synthesizer marks even an idle channel as paused when it is asked to pause it.
-  if (!state().busy) return noErr;
-  return translated(m_plugIn.call().pauseSpeechAt(m_identifier, static_cast<unsigned long>(where)));
-}
-
-OSErr Channel::resume() {
-  return translated(m_plugIn.call().continueSpeech(m_identifier));
-}
-
 OSErr Channel::setInfo(OSType selector, const void* value) {
-  if (value == nullptr && readsValue(selector)) return paramErr;
+  const std::size_t size = sizeOfValue(selector);
+  if (value == nullptr && (size > 0 || selector == soSynthExtension)) return paramErr;
   switch (selector) {
     case soRefCon:
     case soTextDoneCallBack:
@@ -158,24 +126,36 @@ OSErr Channel::setInfo(OSType selector, const void* value) {
     case soPhonemeCallBack:
     case soWordCallBack:
       return setCallback(selector, value);
-    case soCurrentVoice:
-      return setCurrentVoice(*static_cast<const VoiceSpec*>(value));
+    case soCurrentVoice: {
+      VoiceSpec spec{};
+      std::memcpy(&spec, value, sizeof spec);
+      return setCurrentVoice(spec);
+    }
+    case soOutputToFileWithCFURL:
+      return setOutputFile(static_cast<CFURLRef>(value));
+    case soReset:
+      return inTurnOrQueued([](Channel& channel) { return channel.set(soReset, nullptr); });
     case kExactPositions:
       return noErr;  // on for every channel
     default:
-      return set(selector, value);
+      break;
   }
+  if (size == 0) {
+    return inTurn([&](const auto&, auto) { return set(selector, value); });
+  }
+  ValueCopy copy;
+  std::memcpy(copy.bytes.data(), value, size);
+  return inTurnOrQueued(
+      [selector, copy](Channel& channel) { return channel.set(selector, copy.bytes.data()); });
 }
 
 OSErr Channel::getInfo(OSType selector, void* value) {
   if (value == nullptr) return paramErr;
   switch (selector) {
     case soStatus:
-      return getStatus(*static_cast<SpeechStatusInfo*>(value));
+      return readStatus(*static_cast<SpeechStatusInfo*>(value));
     case soErrors:
-      // The synthesizer writes nothing into the record.
-      std::memset(value, 0, sizeof(SpeechErrorInfo));
-      break;
+      return readErrors(*static_cast<SpeechErrorInfo*>(value));
     case soRecentSync: {
       const std::lock_guard held(m_lock);
       std::memcpy(value, &m_recentSync, sizeof m_recentSync);
@@ -187,14 +167,26 @@ OSErr Channel::getInfo(OSType selector, void* value) {
       return noErr;
     }
     default:
-      break;
+      return inTurn([=](const SynthesizerPlugIn& plugIn, SpeechChannelIdentifier identifier) {
+        return translated(plugIn.call().getSpeechInfo(identifier, selector, value));
+      });
   }
-  return translated(m_plugIn.call().getSpeechInfo(m_identifier, selector, value));
 }
 
-bool Channel::isActive() const {
-  const State now = state();
-  return now.busy || now.paused;
+OSErr Channel::useDictionary(void* dictionary, long bytes) {
+  return inTurn([=](const SynthesizerPlugIn& plugIn, SpeechChannelIdentifier identifier) {
+    return translated(plugIn.call().useDictionary(identifier, dictionary, bytes));
+  });
+}
+
+void Channel::setErrorCallback(SpeechErrorCFProcPtr callback) {
+  const std::lock_guard held(m_lock);
+  m_callbacks.errorCF = callback;
+}
+
+void Channel::setWordCallback(SpeechWordCFProcPtr callback) {
+  const std::lock_guard held(m_lock);
+  m_callbacks.wordCF = callback;
 }
 
 ClientCallbacks Channel::callbacks() const {
@@ -202,64 +194,45 @@ ClientCallbacks Channel::callbacks() const {
   return m_callbacks;
 }
 
-void Channel::jobHasEnded() {
+bool Channel::isActive() const {
   const std::lock_guard held(m_lock);
-  ++m_jobsEnded;
-  m_jobEnded.notify_all();
+  return m_phase != Phase::Idle;
 }
 
-void Channel::syncReached(OSType message) {
+OSType Channel::creator() const {
   const std::lock_guard held(m_lock);
-  m_recentSync = message;
+  return m_voice.creator;
 }
 
-Channel::Word Channel::wordReached(Word word) {
+// Does `work` in its turn; when that would have to wait for a place in the speech, the work is
+// queued, and the answer is noErr.
+OSErr Channel::inTurnOrQueued(std::function<OSErr(Channel&)> work) {
+  // Shared, since queued work outlives this call.
+  const auto result = std::make_shared<OSErr>(OSErr{noErr});
+  m_turns.doOrQueue(shared_from_this(),
+                    [this, result, work = std::move(work)] { *result = work(*this); });
+  return *result;
+}
+
+OSErr Channel::readStatus(SpeechStatusInfo& status) const {
+  status = {};
   const std::lock_guard held(m_lock);
-  m_wordPosition = std::clamp(word.position, m_wordPosition, m_textBytes);
-  const unsigned long left = m_textBytes - m_wordPosition;
-  return {m_wordPosition, static_cast<UInt16>(std::min<unsigned long>(word.length, left))};
-}
-
-const std::string& Channel::keepPiece(const void* text, unsigned long bytes) {
-  m_piece.assign(static_cast<const char*>(text), bytes);
-  {
-    const std::lock_guard held(m_lock);
-    m_textBytes += bytes;
-  }
-  // The synthesizer takes a piece up to its NUL; the bytes behind one inside count too.
-  std::replace(m_piece.begin(), m_piece.end(), '\0', ' ');
-  return m_piece;
-}
-
-Channel::State Channel::state() const {
-  SpeechStatusInfo status{};
-  if (m_plugIn.call().speechStatus(m_identifier, &status) != noErr) return {false, false};
-  return {status.outputBusy != 0, status.outputPaused != 0};
-}
-
-// The bytes left are those behind the last word's start, of the caller's text. A synthesizer counts
-// its own text, and has none left while it is paused.
-OSErr Channel::getStatus(SpeechStatusInfo& status) const {
-  const OSErr result = translated(m_plugIn.call().getSpeechInfo(m_identifier, soStatus, &status));
-  if (result != noErr) return result;
-  const std::lock_guard held(m_lock);
-  const bool active = status.outputBusy != 0 || status.outputPaused != 0;
-  constexpr unsigned long kMost = std::numeric_limits<SInt32>::max();
-  const unsigned long left = std::min(m_textBytes - m_wordPosition, kMost);
-  status.inputBytesLeft = active ? static_cast<SInt32>(left) : 0;
+  if (m_phase == Phase::Idle) return noErr;
+  status.outputPaused = m_isPaused;
+  status.outputBusy = !m_isPaused;
+  // What is left counts from the last word's start, in the caller's units.
+  const CFRange left =
+      m_text.inCallersUnits(m_wordPosition, m_text.bytes().size() - m_wordPosition);
+  constexpr CFIndex kMost = std::numeric_limits<SInt32>::max();
+  status.inputBytesLeft = static_cast<SInt32>(std::min(left.length, kMost));
+  status.phonemeCode = m_phonemeCode;
   return noErr;
 }
 
-void Channel::jobStarts(unsigned long bytes) {
+OSErr Channel::readErrors(SpeechErrorInfo& errors) {
   const std::lock_guard held(m_lock);
-  ++m_jobsStarted;
-  m_textBytes = bytes;
-  m_wordPosition = 0;
-}
-
-void Channel::jobDidNotStart() {
-  const std::lock_guard held(m_lock);
-  --m_jobsStarted;
+  errors = std::exchange(m_errors, {});
+  return noErr;
 }
 
 OSErr Channel::set(OSType selector, const void* value) const {
@@ -267,54 +240,52 @@ OSErr Channel::set(OSType selector, const void* value) const {
       m_plugIn.call().setSpeechInfo(m_identifier, selector, const_cast<void*>(value)));
 }
 
-// Keeps what the client wants to be called, then makes the synthesizer report it. The reference
-// constant, speech-done, sync and word are ours with the synthesizer for as long as the channel
-// lives.
+// The synthesizer's callbacks are ours for as long as the channel lives.
 OSErr Channel::setCallback(OSType selector, const void* value) {
-  const void* trampoline = nullptr;
-  {
-    const std::lock_guard held(m_lock);
-    switch (selector) {
-      case soRefCon:
-        m_callbacks.refCon = const_cast<void*>(value);
-        return noErr;
-      case soSpeechDoneCallBack:
-        m_callbacks.speechDone = asFunction<SpeechDoneProcPtr>(value);
-        return noErr;
-      case soSyncCallBack:
-        m_callbacks.sync = asFunction<SpeechSyncProcPtr>(value);
-        return noErr;
-      case soWordCallBack:
-        m_callbacks.word = asFunction<SpeechWordProcPtr>(value);
-        return noErr;
-      case soTextDoneCallBack:
-        m_callbacks.textDone = asFunction<SpeechTextDoneProcPtr>(value);
-        trampoline = asValue(trampolines::textDone);
-        break;
-      case soErrorCallBack:
-        m_callbacks.error = asFunction<SpeechErrorProcPtr>(value);
-        trampoline = asValue(trampolines::error);
-        break;
-      default:
-        m_callbacks.phoneme = asFunction<SpeechPhonemeProcPtr>(value);
-        trampoline = asValue(trampolines::phoneme);
-        break;
-    }
+  const std::lock_guard held(m_lock);
+  switch (selector) {
+    case soRefCon:
+      m_callbacks.refCon = const_cast<void*>(value);
+      break;
+    case soTextDoneCallBack:
+      m_callbacks.textDone = asFunction<SpeechTextDoneProcPtr>(value);
+      break;
+    case soSpeechDoneCallBack:
+      m_callbacks.speechDone = asFunction<SpeechDoneProcPtr>(value);
+      break;
+    case soSyncCallBack:
+      m_callbacks.sync = asFunction<SpeechSyncProcPtr>(value);
+      break;
+    case soErrorCallBack:
+      m_callbacks.error = asFunction<SpeechErrorProcPtr>(value);
+      break;
+    case soPhonemeCallBack:
+      m_callbacks.phoneme = asFunction<SpeechPhonemeProcPtr>(value);
+      break;
+    default:
+      m_callbacks.word = asFunction<SpeechWordProcPtr>(value);
+      break;
   }
-  return set(selector, value == nullptr ? nullptr : trampoline);
+  return noErr;
 }
 
 OSErr Channel::setCurrentVoice(const VoiceSpec& spec) {
   const Voice* const voice = VoiceCatalogue::shared().find(spec);
   if (voice == nullptr) return voiceNotFound;
-  if (voice->spec.creator != kSynthesizerCreator) return incompatibleVoice;
-  return useVoice(*voice);
+  if (voice->spec.creator != creator()) return incompatibleVoice;
+  return inTurnOrQueued([voice](Channel& channel) { return channel.useVoice(*voice); });
 }
 
-// False when a job does not end in time.
-bool Channel::waitForEndOfJobs() {
-  std::unique_lock held(m_lock);
-  return m_jobEnded.wait_for(held, kEndOfJobLimit, [this] { return m_jobsEnded >= m_jobsStarted; });
+// Refused here when the synthesizer could not take it: it would keep something for a path even so.
+OSErr Channel::setOutputFile(CFURLRef url) {
+  if (url != nullptr) {
+    std::array<UInt8, kLongestPath> path{};
+    if (!CFURLGetFileSystemRepresentation(url, true, path.data(), path.size())) return paramErr;
+  }
+  CFRetain(url);
+  const std::shared_ptr<const void> kept(url, CFRelease);
+  return inTurnOrQueued(
+      [kept](Channel& channel) { return channel.set(soOutputToFileWithCFURL, kept.get()); });
 }
 
 }  // namespace platform

@@ -1,13 +1,36 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "ChannelRegistry.h"
 
+#include <atomic>
 #include <utility>
+
+#include <pthread.h>
 
 namespace platform {
 
+namespace {
+
+// Replaced in a forked child: the lock of the parent's may be held for ever.
+std::atomic<ChannelRegistry*> g_shared = nullptr;
+
+}  // namespace
+
 ChannelRegistry& ChannelRegistry::shared() {
-  static auto* const registry = new ChannelRegistry;
-  return *registry;
+  static const bool made = [] {
+    g_shared = new ChannelRegistry;
+    pthread_atfork(nullptr, nullptr, makeForChild);
+    return true;
+  }();
+  static_cast<void>(made);
+  return *g_shared.load();
+}
+
+void ChannelRegistry::makeForChild() {
+  auto* const own = new ChannelRegistry;
+  // No handle of the parent's may name a channel of the child's.
+  constexpr std::uintptr_t kGap = std::uintptr_t{1} << 20U;
+  own->m_lastHandle = g_shared.load()->m_lastHandle + kGap;
+  g_shared = own;
 }
 
 SpeechChannel ChannelRegistry::newHandle() {

@@ -9,6 +9,7 @@
 
 #include <ApplicationServices/SpeechSynthesis.h>
 
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -20,7 +21,8 @@ namespace platform {
 
 class ChannelRegistry {
  public:
-  // Never destroyed: a synthesizer's threads may report until the process is gone.
+  // Never destroyed: a synthesizer's threads may report until the process is gone. A process made
+  // by fork() has one of its own, without its parent's channels.
   static ChannelRegistry& shared();
 
   // A handle for a channel that is to be added.
@@ -38,6 +40,8 @@ class ChannelRegistry {
   std::vector<std::shared_ptr<Channel>> all() const;
 
  private:
+  static void makeForChild();
+
   mutable std::mutex m_lock;
   // Below: with m_lock.
   std::map<SpeechChannel, std::shared_ptr<Channel>> m_channels;

@@ -18,6 +18,17 @@ std::filesystem::path libraryFolder() {
   return failure ? std::filesystem::path() : library.parent_path();
 }
 
+std::filesystem::path userDataFolder() {
+  const auto absoluteOf = [](const char* variable) {
+    const char* const value = std::getenv(variable);
+    std::filesystem::path path = value == nullptr ? "" : value;
+    return path.is_absolute() ? path : std::filesystem::path();
+  };
+  if (std::filesystem::path data = absoluteOf("XDG_DATA_HOME"); !data.empty()) return data;
+  const std::filesystem::path home = absoluteOf("HOME");
+  return home.empty() ? home : home / ".local/share";
+}
+
 std::vector<std::filesystem::path> foldersFromEnvironment(const char* variable) {
   std::vector<std::filesystem::path> folders;
   const char* const value = std::getenv(variable);

@@ -8,40 +8,24 @@
 #include <cstring>
 #include <limits>
 #include <memory>
-#include <new>
 #include <utility>
 
 #include "ChannelRegistry.h"
-#include "SynthesizerPlugIn.h"
+#include "OnChannel.h"
+#include "Results.h"
+#include "Synthesizers.h"
 #include "VoiceCatalogue.h"
 
 namespace {
 
 using platform::Channel;
 using platform::ChannelRegistry;
-using platform::SynthesizerPlugIn;
+using platform::guarded;
+using platform::onChannel;
+using platform::OpenedChannel;
+using platform::Synthesizers;
 using platform::Voice;
 using platform::VoiceCatalogue;
-
-// What `work` answers, or the result that stands for the exception it ended with.
-template <typename Work>
-OSErr guarded(Work work) {
-  try {
-    return work();
-  } catch (const std::bad_alloc&) {
-    return memFullErr;
-  } catch (...) {
-    return badInputText;
-  }
-}
-
-template <typename Work>
-OSErr onChannel(SpeechChannel chan, Work work) {
-  return guarded([&]() -> OSErr {
-    const std::shared_ptr<Channel> channel = ChannelRegistry::shared().find(chan);
-    return channel ? work(*channel) : OSErr{invalidComponentID};
-  });
-}
 
 // The voice of that specification, the default voice for null; null when there is none.
 const Voice* voiceOf(const VoiceSpec* spec) {
@@ -49,16 +33,17 @@ const Voice* voiceOf(const VoiceSpec* spec) {
   return spec == nullptr ? catalogue.defaultVoice() : catalogue.find(*spec);
 }
 
-// Opens a channel in the synthesizer and makes ours of it.
-OSErr openChannel(const SynthesizerPlugIn& plugIn, std::shared_ptr<Channel>& opened) {
-  SpeechChannelIdentifier identifier = 0;
-  if (plugIn.call().openSpeechChannel(&identifier) != noErr) return synthOpenFailed;
+// Opens a channel in the synthesizer of a voice and makes ours of it.
+OSErr openChannel(const Voice& voice, std::shared_ptr<Channel>& made) {
+  OpenedChannel opened;
+  const OSErr result = Synthesizers::shared().open(voice.spec.creator, opened);
+  if (result != noErr) return result;
   try {
     ChannelRegistry& registry = ChannelRegistry::shared();
-    opened = std::make_shared<Channel>(plugIn, identifier, registry.newHandle());
-    registry.add(opened);
+    made = std::make_shared<Channel>(*opened.plugIn, opened.identifier, registry.newHandle());
+    registry.add(made);
   } catch (...) {
-    plugIn.call().closeSpeechChannel(identifier);
+    opened.plugIn->call().closeSpeechChannel(opened.identifier);
     throw;
   }
   return noErr;
@@ -136,12 +121,8 @@ OSErr NewSpeechChannel(VoiceSpec* voice, SpeechChannel* chan) {
   return guarded([&]() -> OSErr {
     const Voice* const found = voiceOf(voice);
     if (found == nullptr) return voiceNotFound;
-    if (found->spec.creator != platform::kSynthesizerCreator) return noSynthFound;
-    const SynthesizerPlugIn* const plugIn = SynthesizerPlugIn::shared();
-    if (plugIn == nullptr) return noSynthFound;
-
     std::shared_ptr<Channel> channel;
-    OSErr result = openChannel(*plugIn, channel);
+    OSErr result = openChannel(*found, channel);
     if (result != noErr) return result;
     // Closes the channel on every way out but the last.
     struct Opened {
@@ -168,8 +149,11 @@ OSErr DisposeSpeechChannel(SpeechChannel chan) {
 
 OSErr SpeakBuffer(SpeechChannel chan, const void* textBuf, unsigned long textBytes,
                   SInt32 controlFlags) {
-  return onChannel(
-      chan, [&](Channel& channel) { return channel.speak(textBuf, textBytes, controlFlags); });
+  return onChannel(chan, [&](Channel& channel) -> OSErr {
+    if (textBytes > static_cast<unsigned long>(std::numeric_limits<SInt32>::max())) return paramErr;
+    if (textBuf == nullptr || textBytes == 0) return channel.stop(kImmediate);
+    return channel.speak(platform::CallerText(textBuf, textBytes), controlFlags);
+  });
 }
 
 OSErr SpeakText(SpeechChannel chan, const void* textBuf, unsigned long textBytes) {
@@ -190,6 +174,10 @@ OSErr PauseSpeechAt(SpeechChannel chan, SInt32 whereToPause) {
 
 OSErr ContinueSpeech(SpeechChannel chan) {
   return onChannel(chan, [](Channel& channel) { return channel.resume(); });
+}
+
+SInt16 SpeechBusySystemWide() {
+  return SpeechBusy();
 }
 
 SInt16 SpeechBusy() {
@@ -226,28 +214,3 @@ OSErr SetSpeechPitch(SpeechChannel chan, Fixed pitch) {
 OSErr GetSpeechPitch(SpeechChannel chan, Fixed* pitch) {
   return GetSpeechInfo(chan, soPitchBase, pitch);
 }
-
-SpeechTextDoneUPP NewSpeechTextDoneUPP(SpeechTextDoneProcPtr callback) {
-  return callback;
-}
-SpeechDoneUPP NewSpeechDoneUPP(SpeechDoneProcPtr callback) {
-  return callback;
-}
-SpeechSyncUPP NewSpeechSyncUPP(SpeechSyncProcPtr callback) {
-  return callback;
-}
-SpeechErrorUPP NewSpeechErrorUPP(SpeechErrorProcPtr callback) {
-  return callback;
-}
-SpeechPhonemeUPP NewSpeechPhonemeUPP(SpeechPhonemeProcPtr callback) {
-  return callback;
-}
-SpeechWordUPP NewSpeechWordUPP(SpeechWordProcPtr callback) {
-  return callback;
-}
-void DisposeSpeechTextDoneUPP(SpeechTextDoneUPP /*upp*/) {}
-void DisposeSpeechDoneUPP(SpeechDoneUPP /*upp*/) {}
-void DisposeSpeechSyncUPP(SpeechSyncUPP /*upp*/) {}
-void DisposeSpeechErrorUPP(SpeechErrorUPP /*upp*/) {}
-void DisposeSpeechPhonemeUPP(SpeechPhonemeUPP /*upp*/) {}
-void DisposeSpeechWordUPP(SpeechWordUPP /*upp*/) {}

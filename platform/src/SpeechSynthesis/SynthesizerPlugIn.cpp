@@ -1,22 +1,21 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "SynthesizerPlugIn.h"
 
-#include <cstdio>
-#include <mutex>
+#include <CoreFoundation/CFBundle.h>
+#include <CoreFoundation/CFURL.h>
+
 #include <string>
 #include <system_error>
-#include <vector>
 
 #include <dlfcn.h>
 
-#include "Places.h"
+#include "../CoreFoundation/CFObject.h"
+#include "Results.h"
 
 namespace platform {
 namespace {
 
 namespace fs = std::filesystem;
-
-constexpr const char* kFileName = "KavrelSpeech.so";
 
 // What the system says about its last failure with a library.
 std::string loaderMessage() {
@@ -70,35 +69,15 @@ SynthesizerPlugIn::SynthesizerPlugIn(const fs::path& file) {
   library.find(m_entryPoints.useVoice, "SEUseVoice");
 }
 
-const SynthesizerPlugIn* SynthesizerPlugIn::shared() {
-  static std::mutex lock;
-  static const SynthesizerPlugIn* loaded = nullptr;  // never destroyed, like what it stands for
-
-  const std::lock_guard held(lock);
-  if (loaded != nullptr) return loaded;
-  try {
-    loaded = new SynthesizerPlugIn(locate());
-  } catch (const PlugInError& reason) {
-    std::fprintf(stderr, "%s.\n", reason.what());
-  }
-  return loaded;
-}
-
-fs::path SynthesizerPlugIn::locate() {
-  std::vector<fs::path> folders = foldersFromEnvironment("SPEECH_SYNTHESIZER_PATH");
-  const fs::path library = libraryFolder();
-  if (!library.empty()) folders.push_back(library / KAVREL_SYNTHESIZERS_SUBDIR);
-
-  std::string tried;
-  for (const fs::path& folder : folders) {
-    fs::path file = folder / kFileName;
-    std::error_code failure;
-    if (fs::exists(file, failure)) return file;
-    if (!tried.empty()) tried += ", ";
-    tried += folder.string();
-  }
-  throw PlugInError(std::string("There is no synthesizer: ") + kFileName + " is in none of " +
-                    tried);
+OSErr SynthesizerPlugIn::useVoice(SpeechChannelIdentifier channel, const Voice& voice) const {
+  const std::string& path = voice.bundle.native();
+  const Owned url(CFURLCreateFromFileSystemRepresentation(
+      kCFAllocatorDefault, reinterpret_cast<const UInt8*>(path.data()),
+      static_cast<CFIndex>(path.size()), true));
+  const Owned bundle(CFBundleCreate(kCFAllocatorDefault, url.get()));
+  if (!bundle) return voiceNotFound;
+  VoiceSpec spec = voice.spec;
+  return translated(m_entryPoints.useVoice(channel, &spec, bundle.get()));
 }
 
 }  // namespace platform

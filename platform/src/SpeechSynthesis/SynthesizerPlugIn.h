@@ -13,10 +13,9 @@
 #include <filesystem>
 #include <stdexcept>
 
-namespace platform {
+#include "VoiceCatalogue.h"
 
-// 'KVRL': the synthesizer that is loaded, as its voices name it.
-inline constexpr OSType kSynthesizerCreator = 0x4B56524C;
+namespace platform {
 
 // Why a synthesizer cannot be used: one sentence for people, without its end.
 class PlugInError : public std::runtime_error {
@@ -29,14 +28,6 @@ class SynthesizerPlugIn {
   // Loads the library `file` and looks all entry points up. Throws PlugInError, which names the
   // file and what is wrong with it: it is not there, the system refuses it, or which name it lacks.
   explicit SynthesizerPlugIn(const std::filesystem::path& file);
-
-  // The process's synthesizer, loaded at the first call that finds one. Null: there is none, and
-  // one line on standard error says why; the next call tries again.
-  static const SynthesizerPlugIn* shared();
-
-  // The first KavrelSpeech.so in the folders of SPEECH_SYNTHESIZER_PATH, then in the folder that
-  // belongs to this library. Throws PlugInError, which names the folders.
-  static std::filesystem::path locate();
 
   // The entry points. All answer 0 or a result of the Manager's, -240 for a channel they do not
   // know; those that stop, pause and continue answer -1 when they cannot. C++ exceptions may come
@@ -61,6 +52,10 @@ class SynthesizerPlugIn {
                      CFBundleRef inVoiceSpecBundle);
   };
   const EntryPoints& call() const { return m_entryPoints; }
+
+  // Lets an open channel speak with a voice. Results: noErr; voiceNotFound, the voice's bundle is
+  // gone; those of the synthesizer.
+  OSErr useVoice(SpeechChannelIdentifier channel, const Voice& voice) const;
 
  private:
   EntryPoints m_entryPoints{};

@@ -1,21 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Trampolines: the callbacks that the Manager gives a synthesizer, which call the client's.
+// Trampolines: the callbacks that the Manager gives a synthesizer.
 //
 // A synthesizer names the channel by its own identifier; the reference constant that the Manager
-// has set is the client's handle. A trampoline finds the channel by it, and calls the client's
-// function, if there is one, with the client's channel and reference constant: at once, on whatever
-// thread the synthesizer calls, under no lock of the Manager. A report about a channel that is
-// disposed is dropped. An exception that leaves a client's function ends the process.
+// has set is the client's handle. A trampoline finds the channel by it and notes what happened, on
+// whatever thread the synthesizer calls; clients are called elsewhere (CallbackThread.h). A report
+// about a channel that is disposed is dropped.
 #pragma once
 
 #include <ApplicationServices/SpeechSynthesis.h>
 
 namespace platform::trampolines {
-
-// A piece goes on as a NUL-terminated copy; a null or empty one as the end of the text.
-void textDone(SpeechChannel identifier, SRefCon handle, const void** nextBuf,
-              unsigned long* byteLen, SInt32* controlFlags) noexcept;
 
 void speechDone(SpeechChannel identifier, SRefCon handle) noexcept;
 void sync(SpeechChannel identifier, SRefCon handle, OSType message) noexcept;

@@ -38,6 +38,9 @@ const VoiceCatalogue& VoiceCatalogue::shared() {
 
 std::vector<fs::path> VoiceCatalogue::searchFolders() {
   std::vector<fs::path> folders = foldersFromEnvironment("SPEECH_VOICE_PATH");
+  if (const fs::path data = userDataFolder(); !data.empty()) {
+    folders.push_back(data / KAVREL_VOICES_SUBDIR);
+  }
   const fs::path library = libraryFolder();
   if (library.empty()) return folders;
   // Where the data folder stands to the library's folder, in the build tree and in an installation.

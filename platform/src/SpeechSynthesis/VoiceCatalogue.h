@@ -45,7 +45,7 @@ class VoiceCatalogue {
   // The process's catalogue, made at the first call from searchFolders().
   static const VoiceCatalogue& shared();
 
-  // The folders of SPEECH_VOICE_PATH, then those that belong to this library.
+  // The folders of SPEECH_VOICE_PATH, the user's folder, then those that belong to this library.
   static std::vector<std::filesystem::path> searchFolders();
 
   const std::vector<Voice>& voices() const { return m_voices; }

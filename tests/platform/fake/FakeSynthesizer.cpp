@@ -3,6 +3,7 @@
 
 #include <CoreFoundation/CoreFoundation.h>
 
+#include <algorithm>
 #include <array>
 #include <condition_variable>
 #include <mutex>
@@ -36,6 +37,7 @@ class Implementation final : public FakeSynthesizer {
 
   void reset() override {
     holdEndsOfJobs(false);
+    holdStopsAtPlaces(false);
     const std::lock_guard held(m_lock);
     m_refusesToOpen = false;
     m_outcome = SpeakOutcome::Speaks;
@@ -57,9 +59,28 @@ class Implementation final : public FakeSynthesizer {
     m_changed.notify_all();
   }
 
+  void holdStopsAtPlaces(bool holds) override {
+    const std::lock_guard held(m_lock);
+    m_holdsStops = holds;
+    m_changed.notify_all();
+  }
+
+  void waitForHeldStop() override {
+    std::unique_lock held(m_lock);
+    m_changed.wait(held, [this] {
+      return std::any_of(m_channels.begin(), m_channels.end(),
+                         [](const auto& entry) { return entry.second.answersNothing; });
+    });
+  }
+
   std::map<SpeechChannelIdentifier, ChannelRecord> channels() override {
     const std::lock_guard held(m_lock);
     return m_channels;
+  }
+
+  void confuse(SpeechChannelIdentifier channel) override {
+    const std::lock_guard held(m_lock);
+    m_channels.at(channel).status = Status::Paused;
   }
 
   void finish(SpeechChannelIdentifier channel) override {
@@ -110,7 +131,8 @@ class Implementation final : public FakeSynthesizer {
   }
 
   long close(SpeechChannelIdentifier identifier) {
-    const std::lock_guard held(m_lock);
+    std::unique_lock held(m_lock);
+    waitUntilItAnswers(held, identifier);
     return m_channels.erase(identifier) == 1 ? long{noErr} : long{noSynthFound};
   }
 
@@ -122,11 +144,18 @@ class Implementation final : public FakeSynthesizer {
   }
 
   long stop(SpeechChannelIdentifier identifier, unsigned long where) {
-    return with(identifier, [&](ChannelRecord& record) -> long {
+    const long found = with(identifier, [&](ChannelRecord& record) -> long {
       record.stops.push_back(where);
-      endJob(identifier);
+      record.answersNothing = where != kImmediate && m_holdsStops;
+      m_changed.notify_all();
       return noErr;
     });
+    std::unique_lock held(m_lock);
+    if (where != kImmediate) m_changed.wait(held, [this] { return !m_holdsStops; });
+    if (found == noErr) m_channels[identifier].answersNothing = false;
+    endJob(identifier);
+    m_changed.notify_all();
+    return found;
   }
 
   long pause(SpeechChannelIdentifier identifier, unsigned long where) {
@@ -171,6 +200,10 @@ class Implementation final : public FakeSynthesizer {
   long getInfo(SpeechChannelIdentifier identifier, OSType selector, void* value) {
     if (selector == soStatus) return status(identifier, static_cast<SpeechStatusInfo*>(value));
     return with(identifier, [&](ChannelRecord& record) -> long {
+      if (selector == soSynthType) {
+        *static_cast<SpeechVersionInfo*>(value) = {0x74747363, m_creator, 0x54455354, 0, {}};
+        return noErr;
+      }
       const auto number = record.numbers.find(selector);
       if (number != record.numbers.end()) {
         *static_cast<Fixed*>(value) = number->second;
@@ -183,6 +216,9 @@ class Implementation final : public FakeSynthesizer {
   long setInfo(SpeechChannelIdentifier identifier, OSType selector, const void* value) {
     return with(identifier, [&](ChannelRecord& record) -> long {
       switch (selector) {
+        case soInputMode:
+        case soCharacterMode:
+        case soNumberMode:
         case soRate:
         case soPitchBase:
         case soPitchMod:
@@ -193,6 +229,14 @@ class Implementation final : public FakeSynthesizer {
           record.pointers[selector] = value;
           return noErr;
       }
+    });
+  }
+
+  long useDictionary(SpeechChannelIdentifier identifier, const void* dictionary, long length) {
+    return with(identifier, [&](ChannelRecord& record) -> long {
+      record.dictionary.assign(static_cast<const char*>(dictionary),
+                               static_cast<std::size_t>(length));
+      return noErr;
     });
   }
 
@@ -209,22 +253,30 @@ class Implementation final : public FakeSynthesizer {
   }
 
  private:
+  void waitUntilItAnswers(std::unique_lock<std::mutex>& held, SpeechChannelIdentifier identifier) {
+    m_changed.wait(held, [&] {
+      const auto found = m_channels.find(identifier);
+      return found == m_channels.end() || !found->second.answersNothing;
+    });
+  }
+
   template <typename Work>
   long with(SpeechChannelIdentifier identifier, Work work) {
-    const std::lock_guard held(m_lock);
+    std::unique_lock held(m_lock);
+    waitUntilItAnswers(held, identifier);
     const auto found = m_channels.find(identifier);
     return found == m_channels.end() ? long{noSynthFound} : work(found->second);
   }
 
+  // What a synthesizer's own threads call, a held stop or not.
   template <typename Function>
   Target<Function> targetOf(SpeechChannelIdentifier identifier, OSType selector) {
-    Target<Function> target;
-    with(identifier, [&](ChannelRecord& record) -> long {
-      target.function = reinterpret_cast<Function>(const_cast<void*>(record.pointers[selector]));
-      target.refCon = const_cast<void*>(record.pointers[soRefCon]);
-      return noErr;
-    });
-    return target;
+    const std::lock_guard held(m_lock);
+    const auto found = m_channels.find(identifier);
+    if (found == m_channels.end()) return {};
+    auto& pointers = found->second.pointers;
+    return {reinterpret_cast<Function>(const_cast<void*>(pointers[selector])),
+            const_cast<void*>(pointers[soRefCon])};
   }
 
   // With m_lock: a job, if there is one, ends on a thread of its own.
@@ -251,13 +303,15 @@ class Implementation final : public FakeSynthesizer {
 
   std::mutex m_lock;
   // Below: with m_lock.
-  std::condition_variable m_changed;  // m_holdsEnds became false
+  std::condition_variable m_changed;  // what is held, or a channel's answersNothing
   std::map<SpeechChannelIdentifier, ChannelRecord> m_channels;
   std::vector<std::thread> m_threads;
   SpeechChannelIdentifier m_lastIdentifier = 0;
   SpeakOutcome m_outcome = SpeakOutcome::Speaks;
   bool m_refusesToOpen = false;
   bool m_holdsEnds = false;
+  bool m_holdsStops = false;
+  const OSType m_creator = FAKE_CREATOR;
 };
 
 }  // namespace
@@ -293,9 +347,8 @@ ENTRY_POINT long SETextToPhonemes(SpeechChannelIdentifier /*ssr*/, char* /*textB
                                   long /*textBytes*/, void** /*phonemeBuf*/, long* /*phonBytes*/) {
   return noErr;
 }
-ENTRY_POINT long SEUseDictionary(SpeechChannelIdentifier /*ssr*/, void* /*dictionary*/,
-                                 long /*dictLength*/) {
-  return noErr;
+ENTRY_POINT long SEUseDictionary(SpeechChannelIdentifier ssr, void* dictionary, long dictLength) {
+  return Implementation::shared().useDictionary(ssr, dictionary, dictLength);
 }
 ENTRY_POINT long SESpeakBuffer(SpeechChannelIdentifier ssr, Ptr textBuf, long byteLen,
                                long controlFlags) {

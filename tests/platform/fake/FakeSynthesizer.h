@@ -27,11 +27,13 @@ struct ChannelRecord {
   std::string text;                        // of the last job, text-done pieces included
   long flags = 0;                          // of the last job
   std::map<OSType, const void*> pointers;  // by selector: the value itself
-  std::map<OSType, Fixed> numbers;         // by selector: what rate, pitch and volume hold
+  std::map<OSType, Fixed> numbers;         // by selector: what rate, pitch, volume and modes hold
   VoiceSpec voice{};
   std::string voicePath;
   std::vector<unsigned long> stops;  // places, in order
   std::vector<unsigned long> pauses;
+  std::string dictionary;
+  bool answersNothing = false;  // a stop is held
 };
 
 enum class SpeakOutcome { Speaks, RunsOutOfMemory, Throws, RefusesText };
@@ -46,9 +48,17 @@ class FakeSynthesizer {
   virtual void setSpeakOutcome(SpeakOutcome outcome) = 0;
   // Stopped and finished jobs stay in Closing until released again.
   virtual void holdEndsOfJobs(bool holds) = 0;
+  // A stop at the end of a word or sentence does not return until released again, and the channel
+  // answers no other call meanwhile.
+  virtual void holdStopsAtPlaces(bool holds) = 0;
+  // Waits until a stop is held.
+  virtual void waitForHeldStop() = 0;
 
   // Open channels by their identifiers.
   virtual std::map<SpeechChannelIdentifier, ChannelRecord> channels() = 0;
+
+  // An idle channel takes itself for paused.
+  virtual void confuse(SpeechChannelIdentifier channel) = 0;
 
   // The job runs out by itself.
   virtual void finish(SpeechChannelIdentifier channel) = 0;

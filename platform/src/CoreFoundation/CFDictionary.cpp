@@ -1,0 +1,138 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <CoreFoundation/CFDictionary.h>
+
+#include <algorithm>
+#include <new>
+#include <string>
+
+#include "CFObject.h"
+
+const CFDictionaryKeyCallBacks kCFTypeDictionaryKeyCallBacks = {0};
+const CFDictionaryValueCallBacks kCFTypeDictionaryValueCallBacks = {0};
+
+CFTypeID CFDictionaryGetTypeID() {
+  return static_cast<CFTypeID>(platform::CFType::Dictionary);
+}
+
+CFDictionaryRef CFDictionaryCreate(CFAllocatorRef allocator, const void** keys, const void** values,
+                                   CFIndex numValues, const CFDictionaryKeyCallBacks* keyCallBacks,
+                                   const CFDictionaryValueCallBacks* valueCallBacks) {
+  if (numValues < 0 || ((keys == nullptr || values == nullptr) && numValues > 0)) return nullptr;
+  platform::Owned<CFMutableDictionaryRef> dictionary(
+      CFDictionaryCreateMutable(allocator, 0, keyCallBacks, valueCallBacks));
+  if (!dictionary) return nullptr;
+  try {
+    for (CFIndex at = 0; at < numValues; ++at) {
+      if (dictionary.get()->find(keys[at]) == nullptr) dictionary.get()->add(keys[at], values[at]);
+    }
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
+  CFRetain(dictionary.get());
+  return dictionary.get();
+}
+
+CFMutableDictionaryRef CFDictionaryCreateMutable(CFAllocatorRef /*allocator*/, CFIndex /*capacity*/,
+                                                 const CFDictionaryKeyCallBacks* keyCallBacks,
+                                                 const CFDictionaryValueCallBacks* valueCallBacks) {
+  return new (std::nothrow) __CFDictionary(keyCallBacks != nullptr, valueCallBacks != nullptr);
+}
+
+void CFDictionaryAddValue(CFMutableDictionaryRef dictionary, const void* key, const void* value) {
+  if (dictionary == nullptr || dictionary->find(key) != nullptr) return;
+  try {
+    dictionary->add(key, value);
+  } catch (const std::bad_alloc&) {
+    // Without memory the dictionary stays as it is.
+  }
+}
+
+void CFDictionarySetValue(CFMutableDictionaryRef dictionary, const void* key, const void* value) {
+  // Counted first: the old value, or the key, may be all that holds the new one.
+  if (dictionary == nullptr) return;
+  if (dictionary->countsKeys) CFRetain(key);
+  if (dictionary->countsValues) CFRetain(value);
+  dictionary->remove(key);
+  CFDictionaryAddValue(dictionary, key, value);
+  if (dictionary->countsKeys) CFRelease(key);
+  if (dictionary->countsValues) CFRelease(value);
+}
+
+void CFDictionaryRemoveValue(CFMutableDictionaryRef dictionary, const void* key) {
+  if (dictionary != nullptr) dictionary->remove(key);
+}
+
+CFIndex CFDictionaryGetCount(CFDictionaryRef dictionary) {
+  return dictionary == nullptr ? 0 : static_cast<CFIndex>(dictionary->entries.size());
+}
+
+Boolean CFDictionaryContainsKey(CFDictionaryRef dictionary, const void* key) {
+  return dictionary != nullptr && dictionary->find(key) != nullptr;
+}
+
+const void* CFDictionaryGetValue(CFDictionaryRef dictionary, const void* key) {
+  const void* value = nullptr;
+  CFDictionaryGetValueIfPresent(dictionary, key, &value);
+  return value;
+}
+
+Boolean CFDictionaryGetValueIfPresent(CFDictionaryRef dictionary, const void* key,
+                                      const void** value) {
+  const auto* const entry = dictionary == nullptr ? nullptr : dictionary->find(key);
+  if (entry == nullptr) return false;
+  if (value != nullptr) *value = entry->value;
+  return true;
+}
+
+void CFDictionaryGetKeysAndValues(CFDictionaryRef dictionary, const void** keys,
+                                  const void** values) {
+  if (dictionary == nullptr) return;
+  for (const auto& entry : dictionary->entries) {
+    if (keys != nullptr) *keys++ = entry.key;
+    if (values != nullptr) *values++ = entry.value;
+  }
+}
+
+__CFDictionary::~__CFDictionary() {
+  for (const Entry& entry : entries) {
+    if (countsKeys) CFRelease(entry.key);
+    if (countsValues) CFRelease(entry.value);
+  }
+}
+
+const __CFDictionary::Entry* __CFDictionary::find(const void* key) const {
+  const auto found = std::find_if(entries.begin(), entries.end(), [&](const Entry& entry) {
+    return countsKeys ? CFEqual(entry.key, key) != 0 : entry.key == key;
+  });
+  return found == entries.end() ? nullptr : &*found;
+}
+
+void __CFDictionary::add(const void* key, const void* value) {
+  entries.push_back({key, value});
+  if (countsKeys) CFRetain(key);
+  if (countsValues) CFRetain(value);
+}
+
+void __CFDictionary::remove(const void* key) {
+  const Entry* const found = find(key);
+  if (found == nullptr) return;
+  const Entry entry = *found;
+  entries.erase(entries.begin() + (found - entries.data()));
+  if (countsKeys) CFRelease(entry.key);
+  if (countsValues) CFRelease(entry.value);
+}
+
+std::string __CFDictionary::description() const {
+  return "CFDictionary of " + std::to_string(entries.size());
+}
+
+bool __CFDictionary::equals(const CFObject& other) const {
+  const auto& dictionary = static_cast<const __CFDictionary&>(other);
+  if (entries.size() != dictionary.entries.size()) return false;
+  const bool asObjects = countsValues && dictionary.countsValues;
+  return std::all_of(entries.begin(), entries.end(), [&](const Entry& entry) {
+    const Entry* const its = dictionary.find(entry.key);
+    if (its == nullptr) return false;
+    return asObjects ? CFEqual(entry.value, its->value) != 0 : entry.value == its->value;
+  });
+}

@@ -1,0 +1,55 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <CoreFoundation/CFDictionary.h>
+#include <CoreFoundation/CFError.h>
+
+#include <new>
+#include <string>
+
+#include "CFObject.h"
+
+const CFStringRef kCFErrorDomainOSStatus = CFSTR("NSOSStatusErrorDomain");
+
+CFTypeID CFErrorGetTypeID() {
+  return static_cast<CFTypeID>(platform::CFType::Error);
+}
+
+CFErrorRef CFErrorCreate(CFAllocatorRef allocator, CFStringRef domain, CFIndex code,
+                         CFDictionaryRef userInfo) {
+  if (domain == nullptr) return nullptr;
+  platform::Owned<CFDictionaryRef> info(userInfo);
+  if (userInfo != nullptr) {
+    CFRetain(userInfo);
+  } else {
+    info = platform::Owned<CFDictionaryRef>(CFDictionaryCreate(allocator, nullptr, nullptr, 0,
+                                                               &kCFTypeDictionaryKeyCallBacks,
+                                                               &kCFTypeDictionaryValueCallBacks));
+  }
+  if (!info) return nullptr;
+  auto* const error = new (std::nothrow) __CFError(domain, code, info.get());
+  if (error == nullptr) return nullptr;
+  CFRetain(domain);
+  CFRetain(info.get());
+  return error;
+}
+
+CFIndex CFErrorGetCode(CFErrorRef error) {
+  return error == nullptr ? 0 : error->code;
+}
+
+CFStringRef CFErrorGetDomain(CFErrorRef error) {
+  return error == nullptr ? nullptr : error->domain.get();
+}
+
+CFDictionaryRef CFErrorCopyUserInfo(CFErrorRef error) {
+  return error == nullptr ? nullptr : static_cast<CFDictionaryRef>(CFRetain(error->info.get()));
+}
+
+std::string __CFError::description() const {
+  return "CFError " + domain.get()->description() + " " + std::to_string(code);
+}
+
+bool __CFError::equals(const CFObject& other) const {
+  const auto& error = static_cast<const __CFError&>(other);
+  return code == error.code && CFEqual(domain.get(), error.domain.get()) != 0 &&
+         CFEqual(info.get(), error.info.get()) != 0;
+}

@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// PhonemeSymbols: the platform's phonemes. A phoneme's code is its place in the table.
+#pragma once
+
+#include <ApplicationServices/SpeechSynthesis.h>
+
+#include <array>
+#include <string_view>
+
+namespace platform {
+
+struct PhonemeSymbol {
+  std::string_view symbol;
+  std::string_view example;  // a word that has the sound
+  SInt16 hiliteStart;        // where in the word, from and to behind
+  SInt16 hiliteEnd;
+};
+
+inline constexpr std::array<PhonemeSymbol, 42> kPhonemeSymbols = {{
+    {"%", "silence", 0, 0}, {"@", "breath", 0, 0}, {"AE", "cat", 1, 2},    {"EY", "late", 1, 2},
+    {"AO", "law", 1, 3},    {"AX", "alone", 0, 1}, {"IY", "see", 1, 3},    {"EH", "red", 1, 2},
+    {"IH", "sit", 1, 2},    {"AY", "ride", 1, 2},  {"IX", "houses", 4, 5}, {"AA", "calm", 1, 3},
+    {"UW", "food", 1, 3},   {"UH", "good", 1, 3},  {"UX", "cup", 1, 2},    {"OW", "home", 1, 2},
+    {"AW", "loud", 1, 3},   {"OY", "coin", 1, 3},  {"b", "bed", 0, 1},     {"C", "chair", 0, 2},
+    {"d", "dog", 0, 1},     {"D", "this", 0, 2},   {"f", "fish", 0, 1},    {"g", "goat", 0, 1},
+    {"h", "hand", 0, 1},    {"J", "jam", 0, 1},    {"k", "key", 0, 1},     {"l", "leaf", 0, 1},
+    {"m", "moon", 0, 1},    {"n", "nose", 0, 1},   {"N", "song", 2, 4},    {"p", "pen", 0, 1},
+    {"r", "rain", 0, 1},    {"s", "sun", 0, 1},    {"S", "ship", 0, 2},    {"t", "tea", 0, 1},
+    {"T", "thumb", 0, 2},   {"v", "vase", 0, 1},   {"w", "wind", 0, 1},    {"y", "yes", 0, 1},
+    {"z", "zebra", 0, 1},   {"Z", "vision", 2, 3},
+}};
+
+// Codes up to this one are pauses.
+inline constexpr SInt16 kLastPauseCode = 1;
+
+}  // namespace platform
