@@ -110,7 +110,10 @@ KAVREL_API const char* kavrel_strerror(kavrel_result_t result);
  *    kavrel_audio_devices tells it; "" is the default device, which may change while a job speaks.
  *  - "audio/output-file", a string: path of the file that every job of the port is written to,
  *    instead of the sound output. A new job overwrites the file, which keeps what it holds
- *    until the job has sound, or is over without.
+ *    until the job has sound, or is over without. Links are followed; pipes and terminals are
+ *    refused. One job at a time writes a file: another one, of any process, fails with an ERROR
+ *    event when it has sound. So does a job whose sound exceeds what an AIFF file can hold, 27
+ *    hours; the file then holds all but the rest, as it does when the disk is full.
  *  - "audio/output-format", a string: "aiff" (the default).
  *  - "events/immediate", an integer. 1: events come as the sound is produced, 0: as it is heard.
  *    File output always has them as the sound is produced. */

@@ -1,10 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 //
-// A sink that writes an AIFF file: 16 bits, big-endian, mono. The file's head is brought up to date
-// with every block, so that what a killed process leaves can be read.
+// A sink that writes an AIFF file: 16 bits, big-endian, mono.
+//
+// The file can be read from its first block on, at whatever moment the process is killed: each
+// block is followed by a head that counts it in. While it is being written the file is locked
+// against other sinks, of other processes too, where the file system can do that.
 #pragma once
 
+#include <cstdint>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "sink.h"
@@ -13,8 +18,12 @@ namespace kavrel {
 
 class FileSink final : public Sink {
  public:
-  // Makes sure that the file at `path` exists and can be written. What it holds is kept until the
-  // first block of sound, or the end. Null, with a message in `why`, when it cannot be written.
+  // The most samples that an AIFF file holds, its sizes being 32-bit numbers: 27 hours.
+  static constexpr std::uint64_t kMaxSamples = 0x7FFFFFE8;
+
+  // Makes sure that the file at `path` exists and can be written. Symbolic links are followed; what
+  // one cannot go back in, as pipes and terminals, is refused. What the file holds is kept until
+  // the first block of sound, or the end. Null, with a message in `why`, when it cannot be written.
   static std::unique_ptr<FileSink> open(const std::string& path, std::string& why);
 
   ~FileSink() override;
@@ -30,18 +39,19 @@ class FileSink final : public Sink {
   bool finish() override;
 
  private:
-  struct Encoder;
-
   FileSink(int file, std::string path);
   bool begin();
-  bool refuse(const std::string& why);
   bool flush();
+  bool writeHead();
+  std::size_t put(const void* bytes, std::size_t count, std::uint64_t place) const;
+  bool close();
+  bool refuse(const std::string& why);
 
   const std::string m_path;
-  int m_file;                          // -1 once the encoder owns it
-  std::unique_ptr<Encoder> m_encoder;  // none before the first block
-  std::vector<std::int16_t> m_block;   // not written yet
-  std::uint64_t m_bytes = 0;           // written
+  int m_file;                          // -1: closed
+  bool m_begun = false;                // the file is no longer as it was found
+  std::vector<std::uint16_t> m_block;  // in the file's byte order; not written yet
+  std::uint64_t m_samples = 0;         // written
   std::uint64_t m_heard = 0;
 };
 
