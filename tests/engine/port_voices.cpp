@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <map>
 #include <string>
 #include <thread>
 #include <tuple>
@@ -240,6 +241,18 @@ TEST(PortVoice, HoldsFromTheNextJobOn) {
   const auto expected = plain.speakAll(kProse);
   expectSame(first, {expected, readSamples(folder.path("plain.aiff"))});
   expectSame({events, readSamples(folder.path("out.aiff"))}, spoken(kProse, "fi"));
+}
+
+// The synthesiser takes some words for English, and says so among the phones.
+TEST(PortVoice, NamesThePhonesOfEnglishWordsAsEnglish) {
+  const Heard heard = spoken("Tanto jazz nella casa.", "it");
+  std::map<int, std::string> phones;
+  for (const test::Event& event : test::ofType(heard.events, KAVREL_EVENT_PHONEME)) {
+    phones[event.start] += ' ' + event.text;
+  }
+  EXPECT_EQ(phones[0], " t aa n t ao");
+  EXPECT_EQ(phones[6], " jh ae z");
+  EXPECT_EQ(phones[11], " n eh l l aa");
 }
 
 TEST(PortVoice, SoundsTheSameBesidePortsThatSpeakOtherLanguages) {
