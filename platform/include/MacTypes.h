@@ -72,10 +72,36 @@ typedef SInt16 LangCode;
 typedef SInt16 RegionCode;
 
 enum {
-  smRoman = 0,     /* script: Latin letters in Mac OS Roman */
-  langEnglish = 0, /* language */
-  verUS = 0,       /* region: United States */
-  verBritain = 2   /* region: United Kingdom */
+  smRoman = 0, /* script: Latin letters in Mac OS Roman */
+  langEnglish = 0,
+  langFrench = 1,
+  langGerman = 2,
+  langItalian = 3,
+  langDutch = 4,
+  langSwedish = 5,
+  langSpanish = 6,
+  langDanish = 7,
+  langPortuguese = 8,
+  langNorwegian = 9,
+  langFinnish = 13,
+  langIcelandic = 15,
+  verUS = 0,
+  verFrance = 1,
+  verBritain = 2,
+  verGermany = 3,
+  verItaly = 4,
+  verNetherlands = 5,
+  verSweden = 7,
+  verSpain = 8,
+  verDenmark = 9,
+  verPortugal = 10,
+  verNorway = 12,
+  verAustralia = 15,
+  verFinland = 17,
+  verIceland = 21,
+  verIreland = 50,
+  verBrazil = 71,
+  verEngCanada = 82
 };
 
 /* A version. `minorAndBugRev` holds the minor number in its upper and the bug fix number in its

@@ -128,21 +128,21 @@ struct LocaleCodes {
 // The platform's codes of languages and regions.
 constexpr std::array<LocaleCodes, 17> kLocaleCodes = {{{"en_US", langEnglish, verUS},
                                                        {"en_GB", langEnglish, verBritain},
-                                                       {"fr_FR", 1, 1},
-                                                       {"de_DE", 2, 3},
-                                                       {"it_IT", 3, 4},
-                                                       {"nl_NL", 4, 5},
-                                                       {"sv_SE", 5, 7},
-                                                       {"es_ES", 6, 8},
-                                                       {"da_DK", 7, 9},
-                                                       {"pt_PT", 8, 10},
-                                                       {"pt_BR", 8, 71},
-                                                       {"nb_NO", 9, 12},
-                                                       {"fi_FI", 13, 17},
-                                                       {"is_IS", 15, 21},
-                                                       {"en_AU", langEnglish, 15},
-                                                       {"en_IE", langEnglish, 50},
-                                                       {"en_CA", langEnglish, 82}}};
+                                                       {"fr_FR", langFrench, verFrance},
+                                                       {"de_DE", langGerman, verGermany},
+                                                       {"it_IT", langItalian, verItaly},
+                                                       {"nl_NL", langDutch, verNetherlands},
+                                                       {"sv_SE", langSwedish, verSweden},
+                                                       {"es_ES", langSpanish, verSpain},
+                                                       {"da_DK", langDanish, verDenmark},
+                                                       {"pt_PT", langPortuguese, verPortugal},
+                                                       {"pt_BR", langPortuguese, verBrazil},
+                                                       {"nb_NO", langNorwegian, verNorway},
+                                                       {"fi_FI", langFinnish, verFinland},
+                                                       {"is_IS", langIcelandic, verIceland},
+                                                       {"en_AU", langEnglish, verAustralia},
+                                                       {"en_IE", langEnglish, verIreland},
+                                                       {"en_CA", langEnglish, verEngCanada}}};
 
 void checkLocale(const std::string& locale) {
   const auto isLower = [](char c) { return c >= 'a' && c <= 'z'; };
