@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Arguments.h"
 
+#include <algorithm>
 #include <cstdio>
+#include <iterator>
 #include <stdexcept>
 #include <vector>
 
@@ -108,6 +110,18 @@ void requireOneStandardOutput(const Arguments& arguments) {
   }
 }
 
+void requireDifferentFiles(const Arguments& arguments) {
+  const std::optional<std::string>* const files[] = {&arguments.outputFile, &arguments.vttFile,
+                                                     &arguments.srtFile};
+  for (const auto* one = std::begin(files); one != std::end(files); ++one) {
+    const bool again = std::find_if(std::begin(files), one,
+                                    [one](const auto* other) { return **other == **one; }) != one;
+    if (**one && again) {
+      throw std::invalid_argument("two outputs cannot both be the file " + ***one);
+    }
+  }
+}
+
 void complete(Arguments& result, const std::string& markup) {
   if (result.text && result.inputFile) {
     throw std::invalid_argument("there is a TEXT and a file with one; leave out -f or TEXT");
@@ -122,6 +136,7 @@ void complete(Arguments& result, const std::string& markup) {
     result.format = audioFormatOf(*result.outputFile, result.fileFormat, result.dataFormat);
   }
   requireOneStandardOutput(result);
+  requireDifferentFiles(result);
 }
 
 }  // namespace

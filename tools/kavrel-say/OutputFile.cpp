@@ -63,6 +63,16 @@ void OutputFile::discard() const {
   }
 }
 
+void OutputFile::write(std::string_view contents) const {
+  const Descriptor file{::open(m_path.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC)};
+  if (file.number < 0) refuse(errno);
+  while (!contents.empty()) {
+    const ssize_t written = ::write(file.number, contents.data(), contents.size());
+    if (written < 0 && errno != EINTR) refuse(errno);
+    if (written > 0) contents.remove_prefix(static_cast<std::size_t>(written));
+  }
+}
+
 void OutputFile::verify() const {
   const Descriptor file{::open(m_path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)};
   if (file.number < 0) refuse(errno);

@@ -7,6 +7,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 namespace say {
 
@@ -21,7 +22,11 @@ class OutputFile {
   // Removes a file that the constructor made and that nothing was written to.
   void discard() const;
 
-  // To be called when the speech is over. Throws Failure when the file is not as long as it says.
+  // Writes `contents` in place of what the file holds. Throws Failure.
+  void write(std::string_view contents) const;
+
+  // To be called when the Manager's speech is over. Throws Failure when the file is not as long as
+  // it says.
   void verify() const;
 
  private:

@@ -40,18 +40,15 @@ Utterance::Utterance(const Arguments& arguments, const tool::SpokenText& text, s
       m_engine(m_times),
       m_speech(voiceFor(arguments)) {
   if (arguments.rate) m_speech.setRate(*arguments.rate);
-  if (arguments.outputFile) {
-    m_sound.emplace(*arguments.outputFile, arguments.format);
-    m_speech.setOutputFile(m_sound->managersPath());
-  }
 }
 
 int Utterance::speak() {
   try {
+    openFiles();
     addListeners();
     m_speech.start(m_text);
   } catch (...) {
-    if (m_sound) m_sound->discard();
+    discardFiles();
     throw;
   }
   const SignalWatch watch(m_signals, actions());
@@ -59,9 +56,29 @@ int Utterance::speak() {
   return watch.received();
 }
 
+void Utterance::openFiles() {
+  const auto open = [](const std::optional<std::string>& path, std::optional<OutputFile>& file) {
+    if (path && *path != kStandardStream) file.emplace(*path);
+  };
+  if (m_arguments.outputFile) {
+    m_sound.emplace(*m_arguments.outputFile, m_arguments.format);
+    m_speech.setOutputFile(m_sound->managersPath());
+  }
+  open(m_arguments.vttFile, m_vtt);
+  open(m_arguments.srtFile, m_srt);
+}
+
+void Utterance::discardFiles() const {
+  if (m_sound) m_sound->discard();
+  if (m_vtt) m_vtt->discard();
+  if (m_srt) m_srt->discard();
+}
+
 void Utterance::addListeners() {
+  const bool hasCaptions = m_arguments.vttFile || m_arguments.srtFile;
+  if (m_arguments.events || hasCaptions) m_speech.addListener(m_times);
+  if (hasCaptions) m_speech.addListener(m_captions.emplace(m_text, m_times));
   if (m_arguments.events) {
-    m_speech.addListener(m_times);
     m_speech.addListener(m_events.emplace(m_text, m_positions, m_times, m_standardOutput));
   }
   const bool showsText = m_arguments.interactive.has_value();
@@ -128,7 +145,23 @@ void Utterance::follow(const SignalWatch& watch) {
     const int before = watch.count();
     attempt([&] { m_sound->complete(m_interruption, [&] { return watch.count() > before; }); });
   }
+  if (m_captions) attempt([this] { writeCaptions(); });
   if (failure) std::rethrow_exception(failure);
+}
+
+void Utterance::writeCaptions() const {
+  const std::vector<Cue> cues =
+      cuesOf(m_text.given(), m_captions->words(),
+             m_arguments.plain ? tool::Brackets::Text : tool::Brackets::Command);
+  const auto write = [this](const std::optional<OutputFile>& file, const std::string& contents) {
+    if (file) {
+      file->write(contents);
+    } else {
+      m_standardOutput.write(contents);
+    }
+  };
+  if (m_arguments.vttFile) write(m_vtt, webVttOf(cues));
+  if (m_arguments.srtFile) write(m_srt, subRipOf(cues));
 }
 
 }  // namespace say

@@ -11,11 +11,13 @@
 #include <optional>
 
 #include "Arguments.h"
+#include "CaptionTrack.h"
 #include "Display.h"
 #include "EngineWatch.h"
 #include "EventTimes.h"
 #include "EventWriter.h"
 #include "Output.h"
+#include "OutputFile.h"
 #include "Positions.h"
 #include "SignalWatch.h"
 #include "SoundTarget.h"
@@ -38,9 +40,12 @@ class Utterance {
   std::size_t end() { return m_positions.end(); }
 
  private:
+  void openFiles();
+  void discardFiles() const;
   void addListeners();
   SignalWatch::Actions actions();
   void follow(const SignalWatch& watch);
+  void writeCaptions() const;
 
   const Arguments& m_arguments;
   const tool::SpokenText& m_text;
@@ -53,7 +58,10 @@ class Utterance {
   const EngineWatch m_engine;
   Speech m_speech;
   std::optional<SoundTarget> m_sound;
+  std::optional<OutputFile> m_vtt;  // but for standard output, as m_srt
+  std::optional<OutputFile> m_srt;
   std::optional<EventWriter> m_events;
+  std::optional<CaptionTrack> m_captions;
   std::optional<Display> m_display;
   std::optional<RunningText> m_runningText;
 };
