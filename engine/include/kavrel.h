@@ -187,7 +187,8 @@ KAVREL_API kavrel_voice_struct* kavrel_port_set_voice_from_dir(kavrel_port_struc
    diagnostic line tells of it. The next job tries the device again.
 
    With the environment variable KAVREL_AUDIO set to "none", which is read once, no device is ever
-   used, and nothing is said of it. */
+   used, and nothing is said of it. The variable KAVREL_AUDIO_DEVICE, which is read once, too, names
+   the device of ports whose "audio/device" is "". */
 
 /* Receives one device: its name for KAVREL_KEY_AUDIO_DEVICE, a description for people (both UTF-8,
  * there only during the call), and 1 for a default device, else 0. */

@@ -37,6 +37,14 @@ bool soundOutputIsWanted() {
   return wanted;
 }
 
+const std::string& usualSoundDevice() {
+  static const std::string name = [] {
+    const char* const choice = std::getenv("KAVREL_AUDIO_DEVICE");
+    return std::string(choice != nullptr ? choice : "");
+  }();
+  return name;
+}
+
 // cubeb's context, while it lives.
 class DeviceStream::Context {
  public:

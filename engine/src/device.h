@@ -26,6 +26,10 @@ class Playback;
 // looked at once.
 bool soundOutputIsWanted();
 
+// The device that the environment names for those who ask for none (KAVREL_AUDIO_DEVICE), which is
+// looked at once; empty: the default one.
+const std::string& usualSoundDevice();
+
 struct SoundDevice {
   std::string name;         // what to ask for it by
   std::string description;  // for people

@@ -28,7 +28,8 @@ std::uint64_t nextNumber() {
 std::unique_ptr<Sink> openSink(const PortSettings& settings) {
   if (settings.outputFile.empty()) {
     if (!soundOutputIsWanted()) return std::make_unique<ClockSink>();
-    return std::make_unique<DeviceSink>(settings.audioDevice);
+    return std::make_unique<DeviceSink>(settings.audioDevice.empty() ? usualSoundDevice()
+                                                                     : settings.audioDevice);
   }
   std::string why;
   std::unique_ptr<FileSink> sink;

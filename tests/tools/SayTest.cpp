@@ -2,14 +2,18 @@
 //
 // kavrel-say, run as a user runs it. Speech goes to files only.
 #include <csignal>
+#include <cstdint>
+#include <cstring>
 #include <filesystem>
 #include <ostream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/ioctl.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -361,6 +365,217 @@ TEST_F(Say, LeavesAValidFileWhenItIsInterrupted) {
   EXPECT_GE(secondsIn(m_sound), 0);
 }
 
+// ---- Text from others ------------------------------------------------------------------------
+
+TEST_F(Say, CarriesOutNoCommandOfPlainText) {
+  const std::string text = "so [[slnc 9000]] [[volm 0]]x ]] y[[[inpt PHON]] \uFF3B[z [";
+  const Result result = say({"--plain", "--events", "-o", m_sound, "-f", "-"}, text);
+  EXPECT_EQ(result.status, 0) << result.err;
+  std::size_t end = 0;
+  for (const auto& event : eventsOf(result.out)) {
+    if (event.at("event") != "word") continue;
+    const std::size_t position = event.at("position");
+    EXPECT_GE(position, end);
+    end = position + event.at("length").get<std::size_t>();
+    EXPECT_EQ(text.substr(position, end - position), event.at("text"));
+  }
+  EXPECT_THAT(valuesOf<std::string>(eventsOf(result.out), "word", "text"),
+              ElementsAre("so", "slnc", "9000", "volm", HasSubstr("0"), "y[[[inpt", "PHON", "z"));
+  EXPECT_LT(secondsIn(m_sound), 9);
+}
+
+TEST_F(Say, CountsPositionsInCharactersWhenAskedTo) {
+  const Result result = say({"--events", "--positions=characters", "-o", m_sound, "-f", "-"},
+                            "na\u00EFve \U0001F600 caf\u00E9");
+  EXPECT_THAT(valuesOf<int>(eventsOf(result.out), "word", "position"), ElementsAre(0, 8));
+  EXPECT_THAT(valuesOf<int>(eventsOf(result.out), "word", "length"), ElementsAre(5, 4));
+}
+
+TEST_F(Say, ShowsWhatTheEngineIsGiven) {
+  const Result result = say({"--ssml", "-r", "220", "a & b [[emph +]] c"});
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_THAT(result.out, AllOf(HasSubstr("rate='220'"), HasSubstr("a &amp; b")));
+  EXPECT_THAT(say({"--ssml", "--plain", "[[emph +]]"}).out, HasSubstr("[(emph +]]"));
+}
+
+struct Input {
+  const char* name;
+  std::string text;
+  Strings words;
+};
+
+void PrintTo(const Input& input, std::ostream* out) {
+  *out << input.name;
+}
+
+class SayInput : public Say, public testing::WithParamInterface<Input> {};
+
+TEST_P(SayInput, IsSpokenAsFarAsItCanBe) {
+  const auto& [name, text, words] = GetParam();
+  const std::string file = m_folder.write("input", text);
+  const std::string vtt = m_folder.file("captions");
+  const Result result = say({"--events", "-o", m_sound, "-f", file, "--vtt", vtt});
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_EQ(result.err, "");
+  EXPECT_EQ(valuesOf<std::string>(eventsOf(result.out), "word", "text"), words);
+  EXPECT_GE(secondsIn(m_sound), 0);
+  EXPECT_THAT(program::contentsOf(vtt), StartsWith("WEBVTT\n"));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Odd, SayInput,
+    testing::Values(
+        Input{"empty", "", {}}, Input{"blanks", " \t\r\n ", {}},
+        Input{"only commands", "[[rate 300]][[slnc 10]][[emph +]]", {}},
+        Input{"a byte order mark", "\xEF\xBB\xBFone", {"one"}},
+        Input{"Windows lines", "one\r\ntwo\r\n", {"one", "two"}},
+        Input{"NUL bytes", std::string("one\0two\0", 8), {"one", "two"}},
+        Input{"broken UTF-8", "one \xC3( \xFF\xFE two", {"one", "two"}},
+        Input{"unknown characters", "\u65E5\u672C \u0142\u00F3d\u017A", {"\u0142\u00F3d\u017A"}},
+        Input{"no end of a command", "one [[cmnt 200 two", {"one"}}));
+
+TEST_F(Say, BeginsATextOfTenMegabytesAtOnceAndEndsAtOnce) {
+  std::string text;
+  while (text.size() < 10'000'000) text += "A line of a very long letter.\n";
+  const std::string file = m_folder.write("letter.txt", text);
+  Running running({"--events", "-o", m_sound, "-f", file});
+  EXPECT_THAT(running.readUntil("letter"), Not(HasSubstr("done")));
+  running.sendSignal(SIGTERM);
+  EXPECT_EQ(running.finish().signal, SIGTERM);
+  EXPECT_GT(secondsIn(m_sound), 0);
+}
+
+// ---- Other files -----------------------------------------------------------------------------
+
+TEST_F(Say, WritesTheFormatThatTheNameEndsWith) {
+  const struct {
+    const char* name;
+    const char* front;
+  } cases[] = {{"a.wav", "RIFF"}, {"a.flac", "fLaC"}, {"a.ogg", "OggS"}, {"a.opus", "OggS"},
+               {"a.caf", "caff"}, {"a.au", ".snd"},   {"a.aiff", "FORM"}};
+  for (const auto& [name, front] : cases) {
+    const std::string file = m_folder.file(name);
+    const Result result = say({"-o", file, "hello"});
+    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_THAT(program::contentsOf(file), StartsWith(front)) << name;
+  }
+}
+
+TEST_F(Say, KeepsEverySampleInAWaveFile) {
+  const std::string wave = m_folder.file("speech.wav");
+  ASSERT_EQ(say({"-o", m_sound, "the same"}).status, 0);
+  ASSERT_EQ(say({"-o", wave, "the same"}).status, 0);
+  const std::string aiff = program::contentsOf(m_sound);
+  std::string samples = program::contentsOf(wave).substr(44);
+  for (std::size_t i = 0; i + 1 < samples.size(); i += 2) std::swap(samples[i], samples[i + 1]);
+  EXPECT_EQ(aiff.substr(aiff.size() - samples.size()), samples);
+}
+
+TEST_F(Say, WritesAnotherRateOfTheSameLength) {
+  const std::string fast = m_folder.file("fast.aiff");
+  ASSERT_EQ(say({"-o", m_sound, "the same"}).status, 0);
+  ASSERT_EQ(say({"-o", fast, "--data-format=BEI16@44100", "the same"}).status, 0);
+  EXPECT_NEAR(secondsIn(fast), secondsIn(m_sound), 0.01);
+  EXPECT_NEAR(static_cast<double>(program::contentsOf(fast).size()),
+              2.0 * static_cast<double>(program::contentsOf(m_sound).size()), 400);
+}
+
+TEST_F(Say, WritesSoundToStandardOutput) {
+  const Result aiff = say({"-o", "-", "hello"});
+  EXPECT_EQ(aiff.status, 0) << aiff.err;
+  ASSERT_EQ(say({"-o", m_sound, "hello"}).status, 0);
+  EXPECT_EQ(aiff.out, program::contentsOf(m_sound));
+  EXPECT_THAT(say({"-o", "-", "--file-format=wav", "hello"}).out, StartsWith("RIFF"));
+}
+
+TEST_F(Say, LeavesAValidFileOfAnotherFormatWhenItIsInterrupted) {
+  const std::string wave = m_folder.file("speech.wav");
+  const std::string vtt = m_folder.file("speech.vtt");
+  std::string text;
+  for (int i = 0; i < 20000; ++i) text += "on and on it goes. ";
+  Running running({"--events", "-o", wave, "--vtt", vtt, "-f", "-"}, text);
+  running.readUntil("goes");
+  running.sendSignal(SIGINT);
+  EXPECT_EQ(running.finish().signal, SIGINT);
+  const std::string bytes = program::contentsOf(wave);
+  ASSERT_GT(bytes.size(), 44U);
+  std::uint32_t length = 0;
+  std::memcpy(&length, bytes.data() + 4, 4);
+  EXPECT_EQ(length + 8, bytes.size());
+  EXPECT_THAT(program::contentsOf(vtt), HasSubstr("on and on it goes."));
+}
+
+TEST_F(Say, DoesNotOverwriteItsOwnText) {
+  const std::string file = m_folder.write("letter.txt", "dear friend");
+  std::filesystem::create_symlink(file, m_folder.file("link.aiff"));
+  for (const Strings& output :
+       {Strings{"-o", m_folder.file("link.aiff")}, Strings{"--vtt", file}}) {
+    Strings arguments = {"-f", file};
+    arguments.insert(arguments.end(), output.begin(), output.end());
+    const Result result = say(arguments);
+    EXPECT_EQ(result.status, kFailure);
+    EXPECT_THAT(result.err, complaint("holds the text"));
+    EXPECT_EQ(program::contentsOf(file), "dear friend");
+  }
+}
+
+TEST_F(Say, WritesCaptionsWithTheTimesOfTheWords) {
+  const std::string vtt = m_folder.file("speech.vtt");
+  const std::string srt = m_folder.file("speech.srt");
+  const Result result = say({"--events", "-o", m_sound, "--vtt", vtt, "--srt", srt, "-f", "-"},
+                            "Here is salt & pepper. [[slnc 3000]]\u201CCaf\u00E9 <time>!\u201D");
+  ASSERT_EQ(result.status, 0) << result.err;
+  EXPECT_THAT(
+      program::contentsOf(vtt),
+      MatchesRegex("WEBVTT\n\n00:00:00.000 --> 00:00:0[1-3].[0-9]+\nHere is salt &amp; "
+                   "pepper.\n\n00:00:0[4-6].[0-9]+ --> 00:00:0[4-7].[0-9]+\n\u201CCaf\u00E9 "
+                   "&lt;time&gt;!\u201D\n"));
+  EXPECT_THAT(program::contentsOf(srt),
+              AllOf(StartsWith("1\n00:00:00,000 --> "), HasSubstr("\n\n2\n00:00:0"),
+                    HasSubstr("\u201CCaf\u00E9 <time>!\u201D\n")));
+}
+
+TEST_F(Say, LeavesNoCaptionsOfATextThatIsRefused) {
+  const std::string vtt = m_folder.file("speech.vtt");
+  EXPECT_EQ(say({"-o", m_sound, "--vtt", vtt, "[[inpt PHON]]qqq[[inpt TEXT]]"}).status, kFailure);
+  EXPECT_FALSE(std::filesystem::exists(vtt));
+}
+
+// ---- Devices and displays without any --------------------------------------------------------
+
+TEST_F(Say, SaysWhenThereIsNoSuchDevice) {
+  const Result result = say({"-a", "nothing like it", "hello"});
+  EXPECT_EQ(result.status, kFailure);
+  EXPECT_THAT(result.err, complaint("\"nothing like it\""));
+  EXPECT_EQ(say({"-a", "?"}).status, 0);
+}
+
+TEST_F(Say, WritesTheTextAsItIsSpokenWhereThereIsNoTerminal) {
+  Running running({"-i", "first. [[slnc 600000]] last"});
+  EXPECT_EQ(running.readUntil("first"), "first");
+  running.sendSignal(SIGINT);
+  EXPECT_EQ(running.finish().out, "first\n");
+  const Result result = say({"-i", "--progress", "-o", m_sound, "Tea, \x1B or so.\n"});
+  EXPECT_EQ(result.out, "Tea, \x1B or so.\n");
+  EXPECT_EQ(result.err, "");
+}
+
+TEST_F(Say, DoesNotWaitForAReaderThatDoesNotReadWhenItIsToEnd) {
+  int ends[2];
+  ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
+  std::string text;
+  for (int i = 0; i < 5000; ++i) text += "word after word ";
+  Running running({"--events", "-o", m_sound, "-f", "-"}, text, ends[1]);
+  close(ends[1]);
+  // As much as the pipe holds.
+  int waiting = 0;
+  while (waiting < 60000) ASSERT_EQ(ioctl(ends[0], FIONREAD, &waiting), 0);
+  running.sendSignal(SIGINT);
+  EXPECT_EQ(running.finish().signal, SIGINT);
+  close(ends[0]);
+  EXPECT_GE(secondsIn(m_sound), 0);
+}
+
 // ---- Standard output -------------------------------------------------------------------------
 
 TEST_F(Say, EndsQuietlyWhenNobodyReadsTheEventsAnyMore) {
@@ -391,6 +606,13 @@ TEST_F(Say, RefusesWrongUsageWithItsOwnStatus) {
                            {"-x"},
                            {"-o"},
                            {"-f", "file", "hello"},
+                           {"--positions=words", "hello"},
+                           {"-o", "speech.m4a", "hello"},
+                           {"--data-format=LEI16", "hello"},
+                           {"--interactive=pink", "hello"},
+                           {"--events", "-i", "hello"},
+                           {"--events", "-o", "-", "hello"},
+                           {"-o", "a.wav", "--vtt", "a.wav", "hello"},
                            {"-v"}};
   for (const Strings& arguments : cases) {
     const Result result = say(arguments);
@@ -402,6 +624,13 @@ TEST_F(Say, RefusesWrongUsageWithItsOwnStatus) {
 
 TEST_F(Say, NamesTheOptionThatItDoesNotHave) {
   EXPECT_THAT(say({"--bogus", "hello"}).err, complaint("--bogus"));
+}
+
+TEST_F(Say, ListsWhatItKnows) {
+  EXPECT_THAT(say({"--file-format=?"}).out, HasSubstr("WAVE    .wav"));
+  EXPECT_THAT(say({"-o", "x.flac", "--data-format", "?"}).out, StartsWith("I8 "));
+  EXPECT_THAT(say({"--interactive=?"}).out, HasSubstr("smul"));
+  EXPECT_THAT(say({"--version"}).out, MatchesRegex("kavrel-say [0-9.]+\n"));
 }
 
 TEST_F(Say, ExplainsItself) {

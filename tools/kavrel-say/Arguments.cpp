@@ -62,6 +62,7 @@ void declareOptions(CLI::App& app, Arguments& result, std::string& markup) {
   app.add_option("-r,--rate", result.rate)->check(CLI::Range(kSlowestRate, kFastestRate));
   app.add_option("-f,--input-file", result.inputFile);
   app.add_flag("--plain", result.plain);
+  app.add_option("-a,--audio-device", result.device);
   app.add_option("-o,--output-file", result.outputFile);
   app.add_option("--file-format", result.fileFormat);
   app.add_option("--data-format", result.dataFormat);

@@ -17,6 +17,7 @@ Speech
   -r, --rate WPM             speak this many words per minute, 20 to 1000
   -f, --input-file FILE      speak this file; - is standard input
       --plain                carry out no command that stands in the text
+  -a, --audio-device DEVICE  speak on this sound device; ? lists them
 
 Files
   -o, --output-file FILE     write the speech to this file, in the format that

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Stands for EngineWatch.cpp where the engine is not ours.
+// Stands for EngineWatch.cpp and EngineDevices.cpp where the engine is not ours.
 #include "EngineWatch.h"
+#include "SoundDevices.h"
 
 namespace say {
 
@@ -10,5 +11,9 @@ EngineWatch::EngineWatch(EventTimes& times) : m_times(times) {}
 EngineWatch::~EngineWatch() = default;
 
 void EngineWatch::check() const {}
+
+std::vector<SoundDevice> soundDevices() {
+  return {};
+}
 
 }  // namespace say

@@ -26,6 +26,9 @@ class Positions {
   // then starts anew.
   tool::Slice of(tool::Slice bytes);
 
+  // Whether no text came in front of this one.
+  bool isFirst() const { return m_first == 0; }
+
   // Where the text ends.
   std::size_t end();
 

@@ -27,7 +27,8 @@ std::string meaning(OSErr result) {
     case synthNotReady:
       return "the synthesizer cannot speak now";
     case badInputText:
-      return "a speech command in the text has no place there, or a phoneme in it is not known";
+      return "a speech command in it has no place there, or a phoneme is not known; kavrel-ssml "
+             "shows where, and --plain carries out no command";
     default:
       return "error " + std::to_string(result);
   }

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include "Failure.h"
+#include "SoundDevices.h"
 #include "Voices.h"
 
 namespace say {
@@ -87,6 +88,7 @@ void Utterance::addListeners() {
   // Lines of events would meet the bar.
   const bool hasBar = m_arguments.progress && !(m_arguments.events && isTerminal(STDOUT_FILENO));
   if (hasScreen && (showsText || hasBar)) {
+    noteSilence();  // not into what is drawn
     m_display.emplace(screen, m_text, Display::Parts{m_arguments.interactive, hasBar});
     m_speech.addListener(*m_display);
   } else if (showsText) {
@@ -116,6 +118,15 @@ SignalWatch::Actions Utterance::actions() {
               }};
 }
 
+// Where nothing is drawn, while the speech goes on already: looking for devices takes time.
+void Utterance::noteSilence() const {
+  const bool isFirst = m_positions.isFirst();
+  if (!isFirst || m_arguments.outputFile || m_arguments.quiet || !isSoundWanted()) return;
+  if (!soundDevices().empty()) return;
+  m_standardError.write(
+      "kavrel-say: there is no sound device, so nothing is heard; -o FILE writes a file\n");
+}
+
 // What cannot be written does not keep the rest from being completed.
 void Utterance::follow(const SignalWatch& watch) {
   std::exception_ptr failure;
@@ -129,6 +140,7 @@ void Utterance::follow(const SignalWatch& watch) {
     }
   };
   attempt([&] {
+    if (!m_display) noteSilence();
     std::function<void()> onTick;
     if (m_display && m_arguments.progress) onTick = [this] { m_display->refresh(); };
     m_speech.waitForEnd(onTick);

@@ -44,6 +44,7 @@ class Utterance {
   void discardFiles() const;
   void addListeners();
   SignalWatch::Actions actions();
+  void noteSilence() const;
   void follow(const SignalWatch& watch);
   void writeCaptions() const;
 

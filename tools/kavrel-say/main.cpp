@@ -17,6 +17,7 @@
 #include "Highlight.h"
 #include "InputText.h"
 #include "SignalWatch.h"
+#include "SoundDevices.h"
 #include "SpokenText.h"
 #include "SsmlProgram.h"
 #include "StandardOutput.h"
@@ -31,6 +32,8 @@ std::string listed(const Arguments& arguments) {
   switch (arguments.list) {
     case List::Voices:
       return voiceList();
+    case List::Devices:
+      return soundDeviceList();
     case List::FileFormats:
       return fileFormatList();
     case List::DataFormats:
@@ -97,6 +100,7 @@ int run(const Arguments& arguments) {
     tool::writeOut(listed(arguments));
     return tool::kSuccess;
   }
+  if (arguments.device && !arguments.outputFile) useSoundDevice(*arguments.device);
   const bool isTyped = !arguments.text && !arguments.inputFile && TypedLines::areThere();
   const bool isOneFile = arguments.outputFile || arguments.vttFile || arguments.srtFile;
   const int signal =
