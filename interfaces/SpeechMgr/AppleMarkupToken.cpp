@@ -101,7 +101,9 @@ void split(const std::string& token, std::vector<std::string>& words) {
       ts_open_string(token.c_str(), nullptr, "+-", kPunctuation, kPunctuation));
   if (!stream) throw std::bad_alloc();
   while (!ts_eof(stream.get())) {
-    const std::string_view word = ts_get(stream.get());
+    const char* const read = ts_get(stream.get());
+    if (read == nullptr) throw std::bad_alloc();
+    const std::string_view word = read;
     // Engines differ in what they make of a word of punctuation alone; it never is a word here.
     if (word.find_first_not_of(kPunctuation) != std::string_view::npos) words.emplace_back(word);
   }

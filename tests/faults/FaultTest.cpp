@@ -36,7 +36,8 @@ void expectOneOf(long result, const std::vector<long>& listed, const char* call)
 // Whether a job has been started. Memory that runs out in the conversion may leave SESpeakBuffer as
 // an exception, and no other entry point.
 bool started(SpeechChannelIdentifier id) {
-  std::string text = "a [[rate 200]] b [[sync 3; volm 0.5]]c";
+  std::string text =
+      "a [[rate 200]] b [[sync 3; volm 0.5]]c [[cmnt " + std::string(200, 'x') + "]]";
   try {
     const long result = SESpeakBuffer(id, text.data(), static_cast<long>(text.size()), 0);
     expectOneOf(result, {noErr, synthNotReady}, "SESpeakBuffer");
