@@ -231,18 +231,29 @@ PositionMap expandedPositions(const PositionMap& positions, std::string_view esc
   return expanded;
 }
 
+// The converted text; `positions`, when not null, becomes its map instead of that of `escaped`.
+std::optional<std::string> convertEscaped(std::string_view escaped, LatinConverter& converter,
+                                          PositionMap* positions) {
+  std::optional<std::string> result = converter.convert(escaped);
+  if (result && positions != nullptr && result->size() != escaped.size()) {
+    *positions = expandedPositions(*positions, escaped, converter);
+  }
+  return result;
+}
+
 std::optional<std::string> prepare(std::string_view text, PositionMap* positions) {
-  PositionMap escapes;
-  const std::string escaped = Escaper(text, positions != nullptr ? &escapes : nullptr).run();
+  if (positions != nullptr) *positions = PositionMap();
+  const std::string escaped = Escaper(text, positions).run();
   LatinConverter converter;
   if (!converter.open()) return std::nullopt;
-  std::optional<std::string> result = converter.convert(escaped);
-  if (!result) return std::nullopt;
-  if (positions != nullptr) {
-    const bool sameLength = result->size() == escaped.size();
-    *positions = sameLength ? std::move(escapes) : expandedPositions(escapes, escaped, converter);
+  std::optional<std::string> result;
+  try {
+    result = convertEscaped(escaped, converter, positions);
+  } catch (...) {
+    converter.close();
+    throw;
   }
-  if (!converter.close()) return std::nullopt;
+  if (!result || !converter.close()) return std::nullopt;
   return result;
 }
 

@@ -81,19 +81,52 @@ void spareWhere(bool (*isSpared)()) {
 
 #if defined(KAVREL_SANITIZED) || !defined(__GLIBC__)
 
-// Only what C++ asks for: malloc is the sanitizer's. An array's and a nothrow request come here,
-// too.
-void* operator new(std::size_t size) {
-  void* const block = runsOut() ? nullptr : std::malloc(size != 0 ? size : 1);
+// Only what C++ asks for: malloc is the sanitizer's. Every form is replaced, since the sanitizer
+// has them all.
+
+namespace {
+
+void* requested(std::size_t size) noexcept {
+  return runsOut() ? nullptr : std::malloc(size != 0 ? size : 1);
+}
+
+void* required(std::size_t size) {
+  void* const block = requested(size);
   if (block == nullptr) throw std::bad_alloc();
   return block;
+}
+
+}  // namespace
+
+void* operator new(std::size_t size) {
+  return required(size);
+}
+
+void* operator new[](std::size_t size) {
+  return required(size);
+}
+
+void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
+  return requested(size);
+}
+
+void* operator new[](std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
+  return requested(size);
 }
 
 void operator delete(void* block) noexcept {
   std::free(block);
 }
 
+void operator delete[](void* block) noexcept {
+  std::free(block);
+}
+
 void operator delete(void* block, std::size_t /*size*/) noexcept {
+  std::free(block);
+}
+
+void operator delete[](void* block, std::size_t /*size*/) noexcept {
   std::free(block);
 }
 

@@ -10,10 +10,10 @@
 #include <cstddef>
 #include <iterator>
 
-#include "ScriptedEngine.h"
-
 #include <dlfcn.h>
 #include <pthread.h>
+
+#include "ScriptedEngine.h"
 
 namespace faulty {
 
@@ -28,6 +28,8 @@ struct Plan {
 };
 
 std::array<Plan, static_cast<std::size_t>(Service::Count)> g_plans;
+
+std::atomic<int> g_converters = 0;
 
 Plan& planOf(Service service) {
   return g_plans[static_cast<std::size_t>(service)];
@@ -73,6 +75,10 @@ void failPlatform(Service service, int k, bool forGood) {
 
 int platformFaults(Service service) {
   return planOf(service).met;
+}
+
+int liveConverters() {
+  return g_converters;
 }
 
 void mendPlatform() {
@@ -125,7 +131,9 @@ OSStatus UpgradeScriptInfoToTextEncoding(ScriptCode script, LangCode language, R
 OSStatus TECCreateConverter(TECObjectRef* object, TextEncoding input, TextEncoding output) {
   if (fails(Service::ConverterCreate)) return kTECNoConversionPathErr;
   static const auto real = REAL(TECCreateConverter);
-  return real(object, input, output);
+  const OSStatus status = real(object, input, output);
+  if (status == noErr) ++faulty::g_converters;
+  return status;
 }
 
 OSStatus TECConvertText(TECObjectRef object, ConstTextPtr input, ByteCount inputLength,
@@ -151,6 +159,7 @@ OSStatus TECFlushText(TECObjectRef object, TextPtr output, ByteCount outputLengt
 OSStatus TECDisposeConverter(TECObjectRef object) {
   static const auto real = REAL(TECDisposeConverter);
   const OSStatus status = real(object);
+  if (status == noErr) --faulty::g_converters;
   return fails(Service::ConverterDispose) ? OSStatus{kTECCorruptConverterErr} : status;
 }
 

@@ -34,6 +34,8 @@ const char* nameOf(Service service);
 void failPlatform(Service service, int k, bool forGood = false);
 // How many calls have failed since.
 int platformFaults(Service service);
+// Text converters made and not disposed of.
+int liveConverters();
 // Nothing fails from now on.
 void mendPlatform();
 

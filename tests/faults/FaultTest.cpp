@@ -11,12 +11,10 @@ using scripted::engine;
 
 FaultTest::FaultTest() {
   faulty::mendPlatform();
-  testing::internal::CaptureStderr();
 }
 
 FaultTest::~FaultTest() {
   faulty::mendPlatform();
-  testing::internal::GetCapturedStderr();
 }
 
 scripted::Port FaultTest::lastPort() {

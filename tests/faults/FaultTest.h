@@ -12,7 +12,6 @@ namespace faults {
 
 class FaultTest : public channels::ChannelTest {
  protected:
-  // Stops that fail say so on the standard error stream; it is kept from the log.
   FaultTest();
   ~FaultTest() override;
 

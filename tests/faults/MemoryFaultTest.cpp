@@ -234,6 +234,7 @@ void MemoryFaults::sweep(const std::function<void()>& run, const std::function<v
     }
     check();
     expectNothingIsLeft(blocks);
+    EXPECT_EQ(faulty::liveConverters(), 0);
   }
   RecordProperty("requests", static_cast<int>(n - 2));
   expectAFreshChannelSpeaks();
