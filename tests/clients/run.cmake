@@ -1,13 +1,13 @@
 # SPDX-License-Identifier: Apache-2.0
 #
-# Runs PROGRAM with the name of a sound file in FOLDER, and fails unless it succeeds and prints what
+# Runs PROGRAM with ARGUMENTS and the name of a sound file in FOLDER, and fails unless it succeeds and prints what
 # the file EXPECTED holds.
 cmake_minimum_required(VERSION 3.25)
 
 cmake_path(GET PROGRAM STEM name)
 set(sound "${FOLDER}/${name}.aiff")
 file(REMOVE "${sound}")
-execute_process(COMMAND "${PROGRAM}" "${sound}" OUTPUT_VARIABLE printed RESULT_VARIABLE result)
+execute_process(COMMAND "${PROGRAM}" ${ARGUMENTS} "${sound}" OUTPUT_VARIABLE printed RESULT_VARIABLE result)
 if(NOT result EQUAL 0)
   message(FATAL_ERROR "It ended with ${result}, and had printed\n${printed}")
 endif()
