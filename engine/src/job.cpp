@@ -53,7 +53,8 @@ void Job::run() {
 }
 
 void Job::speak() {
-  Producer producer(m_request.text, *m_request.voice, m_cancel);
+  // A sink that takes sound as fast as it comes is kept busy while more is produced.
+  Pipeline producer(m_request.text, *m_request.voice, m_cancel, m_sink.lead() == 0);
   while (m_stopAt != Place::Now && !m_failed) {
     if (m_paused) {
       m_wake.wait(m_lock);
@@ -70,7 +71,7 @@ void Job::speak() {
 }
 
 // Whatever comes first in this order is done; what follows may depend on it.
-bool Job::step(Producer& producer) {
+bool Job::step(Pipeline& producer) {
   m_timeline.forget(std::min(m_sink.heard(), m_written));
   if (deliverDue()) return true;
   if (isCut()) {
@@ -149,7 +150,7 @@ bool Job::writeMore() {
   return true;
 }
 
-bool Job::produceMore(Producer& producer) {
+bool Job::produceMore(Pipeline& producer) {
   if (m_allProduced || m_cut.has_value()) return false;
   const bool seeksCut = m_stopAt.has_value() || m_pauseAt.has_value();
   if (!seeksCut && m_timeline.end() >= m_sink.heard() + std::max<std::uint64_t>(m_sink.lead(), 1)) {

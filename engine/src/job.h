@@ -14,7 +14,7 @@
 
 #include "annotations.h"
 #include "kavrel.h"
-#include "producer.h"
+#include "pipeline.h"
 #include "sink.h"
 #include "timeline.h"
 
@@ -65,10 +65,10 @@ class Job {
   // On the job's thread, with the lock held; those that take time let go of it meanwhile. They
   // answer whether they have done something, after which everything is looked at anew.
   void speak() REQUIRES(m_lock);
-  bool step(Producer& producer) REQUIRES(m_lock);
+  bool step(Pipeline& producer) REQUIRES(m_lock);
   bool deliverDue() REQUIRES(m_lock);
   bool writeMore() REQUIRES(m_lock);
-  bool produceMore(Producer& producer) REQUIRES(m_lock);
+  bool produceMore(Pipeline& producer) REQUIRES(m_lock);
   void findCut() REQUIRES(m_lock);
   bool isCut() REQUIRES(m_lock);
   void beCut() REQUIRES(m_lock);
