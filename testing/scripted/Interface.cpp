@@ -131,15 +131,14 @@ void startScript(State& state, const std::shared_ptr<PortState>& port,
     } else {
       return;
     }
-    const auto run = [&state, port, job, events = script.first.events()] {
-      for (const Event& event : events) state.play(port, job, event);
-    };
     if (script.second == When::OnEngineThread) {
-      state.post(port, run);
+      state.post(port, [&state, port, job, events = script.first.events()] {
+        state.playScript(port, job, events);
+      });
       return;
     }
   }
-  for (const Event& event : script.first.events()) state.play(port, job, event);
+  state.playScript(port, job, script.first.events());
 }
 
 }  // namespace

@@ -202,10 +202,25 @@ std::string State::paramsName(const kavrel_params* params) const {
 
 void State::play(const std::shared_ptr<PortState>& port, const std::shared_ptr<Job>& job,
                  const Event& event) {
+  Lock held(m_lock);
+  play(port, job, event, held);
+}
+
+void State::playScript(const std::shared_ptr<PortState>& port, const std::shared_ptr<Job>& job,
+                       const std::vector<Event>& events) {
+  Lock held(m_lock);
+  for (const Event& event : events) {
+    if (job->stopped) return;
+    play(port, job, event, held);
+  }
+}
+
+// With the lock held; let go where the callback is called.
+void State::play(const std::shared_ptr<PortState>& port, const std::shared_ptr<Job>& job,
+                 const Event& event, Lock& held) {
   const InEngine scope;
   const bool isEnd = event.type == KAVREL_EVENT_END;
   kavrel_event_struct played{event};
-  Lock held(m_lock);
   const Callback callback = job ? job->callback : port->callback;
   if (isEnd && job) {
     job->ending = true;
@@ -261,6 +276,7 @@ void State::endJob(const std::shared_ptr<PortState>& port, const std::shared_ptr
   if (job->over || job->ending) return;
   if (mode == OnStop::TestEnds) return;
   job->ending = true;
+  job->stopped = true;
   const auto end = [this, port, job] { play(port, job, {KAVREL_EVENT_END}); };
   switch (mode) {
     case OnStop::EndsTwice:

@@ -12,7 +12,8 @@
 //
 // Rules
 //  1. Ports and jobs are numbered from 1 in the order in which they come into being since reset().
-//  2. A job runs until something ends it: end() from the test, a script, or kavrel_port_stop.
+//  2. A job runs until something ends it: end() from the test, a script, or kavrel_port_stop. The
+//     rest of its script is not played when a stop has ended it.
 //  3. Events that the test plays with Port run on the test's own thread and have returned when the
 //     call returns. Events of Stop and of scripts with When::OnEngineThread run on the port's own
 //     thread, one after the other.

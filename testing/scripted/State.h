@@ -62,6 +62,7 @@ struct Job {
   Callback callback;  // the port's, when the job was started
   bool ending = false;
   bool over = false;
+  bool stopped = false;  // its script plays no further
   bool paused = false;
 };
 
@@ -147,6 +148,9 @@ class State {
   // Plays `event` to the callback that the job, or without one the port, has. On this thread.
   void play(const std::shared_ptr<PortState>& port, const std::shared_ptr<Job>& job,
             const Event& event);
+  // Plays the events one after the other, until the job is stopped.
+  void playScript(const std::shared_ptr<PortState>& port, const std::shared_ptr<Job>& job,
+                  const std::vector<Event>& events);
   // Runs `task` on the port's thread.  [locked]
   void post(const std::shared_ptr<PortState>& port, std::function<void()> task);
   // Ends the job as the mode says. `held` is released where it calls out.
@@ -198,6 +202,8 @@ class State {
 
  private:
   State() = default;
+  void play(const std::shared_ptr<PortState>& port, const std::shared_ptr<Job>& job,
+            const Event& event, Lock& held);
   Verdict decide(Op op);  // [locked]
   void runThread(std::shared_ptr<PortState> port);
 };

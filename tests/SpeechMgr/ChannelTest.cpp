@@ -6,6 +6,8 @@
 #include <chrono>
 #include <filesystem>
 
+#include <unistd.h>
+
 #include "AppleMarkupConverter.h"
 #include "SpeechMgrUtils.h"
 
@@ -107,11 +109,17 @@ Voices& voices() {
 // ---------------------------------------------------------------------------------
 
 int threadCount() {
-  // A sanitizer's own thread comes with the first that a program starts.
+  // A sanitizer's own thread comes with the first that a program starts; that one counts until the
+  // system has let go of it, a little after it was joined.
   static std::once_flag first;
-  std::call_once(first, [] { std::thread([] {}).join(); });
-  const std::filesystem::directory_iterator tasks("/proc/self/task");
-  return static_cast<int>(std::distance(begin(tasks), end(tasks)));
+  std::call_once(first, [] {
+    std::filesystem::path task;
+    std::thread([&] { task = "/proc/self/task/" + std::to_string(gettid()); }).join();
+    EXPECT_TRUE(eventually([&] { return !std::filesystem::exists(task); }));
+  });
+  // The system's own count, as the links of that folder; reading the folder would miss a thread
+  // that comes while another one goes.
+  return static_cast<int>(std::filesystem::hard_link_count("/proc/self/task")) - 2;
 }
 
 struct HeldUp::Shared {
