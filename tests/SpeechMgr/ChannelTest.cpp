@@ -231,6 +231,24 @@ long ChannelTest::set(SpeechChannelIdentifier id, OSType selector, void* value) 
   return SESetSpeechInfo(id, selector, value);
 }
 
+long ChannelTest::setFile(SpeechChannelIdentifier id, const std::string& path) {
+  if (path.empty()) return set(id, soOutputToFileWithCFURL, nullptr);
+  const CFURLRef url =
+      CFURLCreateFromFileSystemRepresentation(nullptr, reinterpret_cast<const UInt8*>(path.data()),
+                                              static_cast<CFIndex>(path.size()), false);
+  const long result =
+      set(id, soOutputToFileWithCFURL, const_cast<void*>(static_cast<const void*>(url)));
+  CFRelease(url);
+  return result;
+}
+
+void ChannelTest::setVoice(SpeechChannelIdentifier id, const char* directory) {
+  speech_channel* const channel = find_channel(id);
+  VoiceSpec voice{code("BRVD"), 1};
+  const ChannelLock held(channel);
+  channel_set_voice(channel, &voice, directory ? cst_strdup(directory) : nullptr);
+}
+
 Status ChannelTest::statusInfo(SpeechChannelIdentifier id) {
   SpeechStatusInfo info{};
   EXPECT_EQ(SESpeechStatus(id, &info), noErr);

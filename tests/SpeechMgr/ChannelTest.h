@@ -119,6 +119,10 @@ class ChannelTest : public testing::Test {
 
   static long speak(SpeechChannelIdentifier id, const std::string& text, long flags = 0);
   static long set(SpeechChannelIdentifier id, OSType selector, void* value);
+  // Chooses the file that the next jobs are written to; an empty path: none.
+  static long setFile(SpeechChannelIdentifier id, const std::string& path);
+  // Chooses a voice whose folder is `directory`, or one without a folder.
+  static void setVoice(SpeechChannelIdentifier id, const char* directory);
   static Status statusInfo(SpeechChannelIdentifier id);
   static channel_status_t status(SpeechChannelIdentifier id);
   // A copy of a field, read under the channel's lock.

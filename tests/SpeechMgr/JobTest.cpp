@@ -17,23 +17,6 @@ using testing::Pair;
 
 class Jobs : public ChannelTest {
  protected:
-  static void setFile(SpeechChannelIdentifier id, const std::string& path) {
-    const CFURLRef url = CFURLCreateFromFileSystemRepresentation(
-        nullptr, reinterpret_cast<const UInt8*>(path.data()), static_cast<CFIndex>(path.size()),
-        false);
-    EXPECT_EQ(set(id, soOutputToFileWithCFURL, const_cast<void*>(static_cast<const void*>(url))),
-              noErr);
-    CFRelease(url);
-  }
-
-  // Chooses a voice whose folder is `directory`.
-  static void setVoice(SpeechChannelIdentifier id, const char* directory) {
-    speech_channel* const channel = find_channel(id);
-    VoiceSpec voice{code("BRVD"), 1};
-    const ChannelLock held(channel);
-    channel_set_voice(channel, &voice, directory ? cst_strdup(directory) : nullptr);
-  }
-
   void finish(SpeechChannelIdentifier, int port, int job) {
     engine().port(port).end();
     ASSERT_TRUE(client().waitForDone(job));

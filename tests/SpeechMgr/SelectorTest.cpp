@@ -370,16 +370,6 @@ TEST_F(Selectors, AskTheEngineNothing) {
 
 class OutputFile : public Selectors {
  protected:
-  static long setFile(SpeechChannelIdentifier id, const std::string& path) {
-    const CFURLRef url = CFURLCreateFromFileSystemRepresentation(
-        nullptr, reinterpret_cast<const UInt8*>(path.data()), static_cast<CFIndex>(path.size()),
-        false);
-    const long result = SESetSpeechInfo(id, soOutputToFileWithCFURL,
-                                        const_cast<void*>(static_cast<const void*>(url)));
-    CFRelease(url);
-    return result;
-  }
-
   static std::string file(SpeechChannelIdentifier id) {
     return read(
         id, [](const speech_channel& c) { return std::string(c.outfile ? c.outfile : "(none)"); });
