@@ -94,6 +94,7 @@ std::variant<Arguments, int> readArguments(int count, char** arguments) {
   SpeechMgrEnv settings;
   CLI::App app("Writes text with embedded speech commands as SSML.", "kavrel-ssml");
   app.footer(kFooter);
+  app.set_version_flag("--version", std::string("kavrel-ssml " KAVREL_VERSION));
   declareOptions(app, result);
   declareSettings(app, settings);
   bool noSettings = false;

@@ -1,0 +1,42 @@
+# SPDX-License-Identifier: Apache-2.0
+# shellcheck shell=bash
+#
+# Completion of kavrel-say in bash.
+
+_kavrel_say_names() {
+  kavrel-say "$@" 2>/dev/null
+}
+
+_kavrel_say() {
+  local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]} list=''
+  # An option and its argument may be joined by "=", which bash makes a word of its own.
+  if [[ $word == '=' ]]; then
+    word=''
+  elif [[ $before == '=' ]]; then
+    before=${COMP_WORDS[COMP_CWORD - 2]}
+  fi
+  case $before in
+    -v | --voice) list=$(_kavrel_say_names -v '?' | sed -E 's/ +[a-z]{2}_[A-Z]{2} +#.*//') ;;
+    -a | --audio-device) list=$(_kavrel_say_names -a '?' | sed -E 's/ +#.*//') ;;
+    --file-format) list=$(_kavrel_say_names --file-format='?' | sed 's/ .*//') ;;
+    --data-format) list=$(_kavrel_say_names --data-format='?' | sed 's/ .*//') ;;
+    --positions) list='bytes characters' ;;
+    --interactive) list='smso bold smul sitm red green yellow blue magenta cyan' ;;
+    -r | --rate) return ;;
+    -f | --input-file | -o | --output-file | --vtt | --srt)
+      mapfile -t COMPREPLY < <(compgen -f -- "$word")
+      compopt -o filenames 2>/dev/null
+      return
+      ;;
+    *)
+      if [[ $word == -* ]]; then
+        list='-v --voice -r --rate -f --input-file --plain -a --audio-device -o --output-file
+          --file-format --data-format --vtt --srt -i --interactive --progress --events --positions
+          --ssml -q --quiet -h --help --version'
+      fi
+      ;;
+  esac
+  mapfile -t COMPREPLY < <(compgen -W "$list" -- "$word")
+}
+
+complete -F _kavrel_say kavrel-say
