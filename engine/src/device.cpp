@@ -17,9 +17,9 @@ namespace kavrel {
 
 namespace {
 
-// How much sound the device is given ahead. Less would be quicker to hold and to go on, but a
-// machine with much to do would leave gaps.
-constexpr std::uint32_t kLatency = kSampleRate * 60 / 1000;
+// How much sound the device is given ahead. With less, a machine that has much to do leaves gaps; a
+// pause is as quick with more, since the server drops what it has not played.
+constexpr std::uint32_t kLatency = kSampleRate / 10;
 
 // Where there is no sound server, finding that out takes some milliseconds, so those who ask within
 // this time get the same answer.

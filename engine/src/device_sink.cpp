@@ -25,6 +25,10 @@ constexpr milliseconds kPatience(5000);
 // The most that one look counts for: what lies before it may be a halt of the whole process.
 constexpr milliseconds kMostPerLook(50);
 
+// How much faster than its rate the sound is believed to run, so that a device whose clock is not
+// ours is kept up with.
+constexpr double kMostRate = kSampleRate * 1.01;
+
 // Said when the first job finds no device, and again when there has been one in between.
 std::atomic<bool> saidNoDevice = false;
 
@@ -95,11 +99,18 @@ std::uint64_t DeviceSink::heard() {
   return m_clock.has_value() ? m_clock->heard() : m_heard.position;
 }
 
+bool DeviceSink::hasReached(std::uint64_t position) {
+  const Held held(m_lock);
+  look();
+  if (m_clock.has_value()) return m_clock->heard() >= position;
+  return m_frames > 0 && m_heard.position >= position;
+}
+
 Clock::time_point DeviceSink::dueAt(std::uint64_t position) {
   const Held held(m_lock);
   look();
   if (m_clock.has_value()) return m_clock->dueAt(position);
-  if (position <= m_heard.position) {
+  if (position <= m_heard.position && (m_frames > 0 || !m_started)) {
     return m_seenAt - timeOf(m_heard.position - position + m_heard.silence);
   }
   if (m_paused) return Clock::time_point::max();
@@ -108,14 +119,14 @@ Clock::time_point DeviceSink::dueAt(std::uint64_t position) {
 
 void DeviceSink::pause() {
   const Held held(m_lock);
-  if (std::exchange(m_paused, true)) return;
-  if (m_clock.has_value()) {
-    m_clock->pause();
-  } else if (m_started) {
+  if (m_paused) return;
+  if (!m_clock.has_value() && m_started) {
     m_playback->allowGap();
     m_stream->stop();
     look();
   }
+  m_paused = true;
+  if (m_clock.has_value()) m_clock->pause();
 }
 
 void DeviceSink::resume() {
@@ -147,7 +158,8 @@ bool DeviceSink::finish() {
 void DeviceSink::start() {
   m_started = true;
   m_stuck = {};
-  m_seenAt = Clock::now();
+  m_seenAt = m_anchorTime = Clock::now();
+  m_anchorFrames = m_frames;
   if (m_stream->isLost() || !m_stream->start()) goOnInSilence();
 }
 
@@ -158,13 +170,25 @@ void DeviceSink::look() {
     goOnInSilence();
     return;
   }
-  const std::uint64_t frames = std::max(m_frames, m_stream->position().value_or(0));
+  const std::uint64_t reported = std::max(m_reported, m_stream->position().value_or(0));
   const Clock::time_point now = Clock::now();
-  const bool moved = frames > m_frames;
-  m_frames = frames;
-  m_heard = m_playback->heardAt(frames);
+  const bool moved = std::exchange(m_reported, reported) != reported;
+  if (!m_paused) m_frames = heardFrames(now);
+  m_heard = m_playback->heardAt(m_frames);
   watch(moved || m_paused, now);
   m_seenAt = now;
+}
+
+// Sound servers guess the position in between what they know, and may be wrong by some hundredths
+// of a second, with many streams above all. Sound can stand still, but never runs ahead of its
+// time.
+std::uint64_t DeviceSink::heardFrames(Clock::time_point now) {
+  const double seconds = std::chrono::duration<double>(now - m_anchorTime).count();
+  const auto most = m_anchorFrames + static_cast<std::uint64_t>(seconds * kMostRate);
+  if (m_reported > most) return std::max(m_frames, most);
+  m_anchorFrames = std::max(m_frames, m_reported);
+  m_anchorTime = now;
+  return m_anchorFrames;
 }
 
 void DeviceSink::watch(bool moved, Clock::time_point now) {

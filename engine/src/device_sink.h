@@ -30,6 +30,7 @@ class DeviceSink final : public Sink {
   void advance(std::uint64_t count) override;
   std::uint64_t lead() const override;
   std::uint64_t heard() override;
+  bool hasReached(std::uint64_t position) override;
   Clock::time_point dueAt(std::uint64_t position) override;
   void pause() override;
   void resume() override;
@@ -41,6 +42,7 @@ class DeviceSink final : public Sink {
   void close();
   void start() REQUIRES(m_lock);
   void look() REQUIRES(m_lock);
+  std::uint64_t heardFrames(Clock::time_point now) REQUIRES(m_lock);
   void watch(bool moved, Clock::time_point now) REQUIRES(m_lock);
   void goOnInSilence() REQUIRES(m_lock);
 
@@ -60,9 +62,14 @@ class DeviceSink final : public Sink {
 
   // What was found when the device was last looked at.
   Clock::time_point m_seenAt GUARDED_BY(m_lock);
-  std::uint64_t m_frames GUARDED_BY(m_lock) = 0;
+  std::uint64_t m_reported GUARDED_BY(m_lock) = 0;  // frames, as the device says
+  std::uint64_t m_frames GUARDED_BY(m_lock) = 0;    // as they are believed
   Playback::Heard m_heard GUARDED_BY(m_lock);
   Clock::duration m_stuck GUARDED_BY(m_lock){};  // how long it has not moved
+
+  // Where and when the device was last behind, or began to play.
+  std::uint64_t m_anchorFrames GUARDED_BY(m_lock) = 0;
+  Clock::time_point m_anchorTime GUARDED_BY(m_lock);
 };
 
 }  // namespace kavrel

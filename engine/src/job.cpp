@@ -85,7 +85,11 @@ bool Job::deliverDue() {
   const Entry* const entry = m_timeline.nextEntry();
   if (entry == nullptr) return false;
   if (m_cut.has_value() && m_timeline.takenCount() >= m_cut->entry) return false;
-  if (entry->sample > (m_request.eventsImmediate ? m_written : m_sink.heard())) return false;
+  // Without any sound there is nothing to wait for.
+  const bool due = m_request.eventsImmediate ? entry->sample <= m_written
+                   : m_timeline.end() == 0   ? m_allProduced
+                                             : m_sink.hasReached(entry->sample);
+  if (!due) return false;
   deliver(Entry(m_timeline.takeEntry()));
   return true;
 }

@@ -32,6 +32,10 @@ class Sink {
   // How much has been heard.
   virtual std::uint64_t heard() = 0;
 
+  // Whether the sound at `position` has begun to be heard. A device takes a while for the first
+  // one.
+  virtual bool hasReached(std::uint64_t position) { return heard() >= position; }
+
   // When `position` will have been heard, if nothing intervenes; the past when it has, the end of
   // time while paused.
   virtual Clock::time_point dueAt(std::uint64_t position) = 0;

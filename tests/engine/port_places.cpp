@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Stopping and pausing at places, in a file and against the clock.
+// Stopping and pausing at places, in a file and where there is sound output: on a device, or
+// against the clock, as the program that this is part of is set up.
 #include <string>
 #include <vector>
 
@@ -47,7 +48,7 @@ void letOthersWork(const Folder& folder) {
 
 INSTANTIATE_TEST_SUITE_P(Output, PortPlaces, testing::Bool(),
                          [](const testing::TestParamInfo<bool>& output) {
-                           return output.param ? "File" : "Clock";
+                           return output.param ? "File" : KAVREL_SOUND_OUTPUT;
                          });
 
 TEST_P(PortPlaces, StopAtOnceSendsNothingButEnd) {
