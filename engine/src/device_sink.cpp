@@ -25,6 +25,10 @@ constexpr milliseconds kPatience(5000);
 // The most that one look counts for: what lies before it may be a halt of the whole process.
 constexpr milliseconds kMostPerLook(50);
 
+// The last sample there is counts as heard when so much silence has followed it, so that a device
+// which is a little behind what it says is not held before the sound is over.
+constexpr std::uint64_t kTail = kSampleRate * 15 / 1000;
+
 // How much faster than its rate the sound is believed to run, so that a device whose clock is not
 // ours is kept up with.
 constexpr double kMostRate = kSampleRate * 1.01;
@@ -175,6 +179,8 @@ void DeviceSink::look() {
   const bool moved = std::exchange(m_reported, reported) != reported;
   if (!m_paused) m_frames = heardFrames(now);
   m_heard = m_playback->heardAt(m_frames);
+  const bool all = m_heard.position > 0 && m_heard.position == m_written;
+  if (all && m_heard.silence < kTail) --m_heard.position;
   watch(moved || m_paused, now);
   m_seenAt = now;
 }

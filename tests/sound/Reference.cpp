@@ -85,29 +85,27 @@ Comparison compare(const Recording& heard, const Reference& reference) {
   const std::vector<std::int16_t>& expected = reference.samples;
   const auto first =
       std::find_if(expected.begin(), expected.end(), [](int sample) { return sample != 0; });
-  const auto lead = static_cast<std::size_t>(first - expected.begin());
-  const std::size_t sound = heard.firstSound();
   Comparison result;
-  result.offset = static_cast<std::int64_t>(sound) - static_cast<std::int64_t>(lead);
-  result.same = lead;
-  std::size_t at = sound;
-  const auto matches = [&](std::size_t place, std::size_t index) {
-    return place < heard.samples.size() && heard.samples[place] == expected[index];
-  };
-  while (result.same < expected.size() && matches(at, result.same)) ++result.same, ++at;
-  // Of silences that meet, the pause is the later part.
-  while (at < heard.samples.size() && heard.samples[at] == 0) ++result.pause, ++at;
-  if (at == heard.samples.size()) return result;
-  // The reference goes on with as much silence as was taken for the pause.
-  std::size_t silent = 0;
-  while (result.same + silent < expected.size() && expected[result.same + silent] == 0) ++silent;
-  silent = std::min(silent, result.pause);
-  result.pause -= silent;
-  result.sameAfter = silent;
-  while (result.same + result.sameAfter < expected.size() &&
-         matches(at, result.same + result.sameAfter)) {
-    ++result.sameAfter, ++at;
+  result.same = static_cast<std::size_t>(first - expected.begin());
+  result.offset =
+      static_cast<std::int64_t>(heard.firstSound()) - static_cast<std::int64_t>(result.same);
+  std::size_t added = 0;  // silence, here
+  const std::size_t end = heard.lastSound() + 1;
+  for (std::size_t at = heard.firstSound(); at < end && result.same < expected.size(); ++at) {
+    if (heard.samples[at] == expected[result.same]) {
+      ++result.same;
+      added = 0;
+    } else if (heard.samples[at] == 0) {
+      if (++added > result.pause) {
+        result.pause = added;
+        result.pauseAt = result.same;
+      }
+    } else {
+      return result;
+    }
   }
+  // The silence at the end of the recording goes for that of the reference.
+  while (result.same < expected.size() && expected[result.same] == 0) ++result.same;
   return result;
 }
 

@@ -49,17 +49,18 @@ class Observer {
   std::vector<TimedEvent> m_events;
 };
 
-// What was heard, laid beside its reference.
+// What was heard, laid beside its reference. Nothing of the reference is left out or said twice, as
+// far as it is the same, but silence may come in between: pauses, and what a server adds that gets
+// no time from the machine.
 struct Comparison {
-  // The sample of the recording that is the reference's sample 0, had there been no pause.
+  // The sample of the recording that is the reference's sample 0, if no silence is added before it.
   std::int64_t offset = 0;
-  std::size_t same = 0;       // how many samples are as in the reference, from its start
-  std::size_t pause = 0;      // then this many are silent
-  std::size_t sameAfter = 0;  // then this many go on where the reference was left
+  std::size_t same = 0;     // how much of the reference was heard, from its start
+  std::size_t pauseAt = 0;  // where in it the longest silence was added
+  std::size_t pause = 0;    // how long that is; the silence at the end does not count
 };
 
-// Of a recording that begins in silence. What is heard behind the end of the reference does not
-// count; nothing but silence should be.
+// Of a recording that begins in silence.
 Comparison compare(const Recording& heard, const Reference& reference);
 
 }  // namespace test
