@@ -287,6 +287,10 @@ void Sequence::finish() {
     fuzz::require(SECloseSpeechChannel(channel.id) == noErr, "an open channel closes");
     channel.open = false;
   }
+  // A job that could not be stopped keeps its channel's record until its end.
+  for (int port = 1; port <= engine().ports(); ++port) {
+    if (engine().port(port).running()) engine().port(port).end();
+  }
   Channel fresh;
   open(fresh);
   speak(fresh, "Hello");
