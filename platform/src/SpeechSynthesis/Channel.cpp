@@ -93,6 +93,8 @@ void Channel::close() {
     const std::lock_guard held(m_lock);
     m_isDisposed = true;
     m_phase = Phase::Idle;
+    // It keeps the channel.
+    m_donePlace.clear();
     m_jobEnded.notify_all();
   }
   m_turns.forgetQueued();

@@ -112,10 +112,11 @@ class Channel final : public ReportReceiver, public std::enable_shared_from_this
   OSErr pauseInTurn(SInt32 where);
   OSErr resumeInTurn();
   OSErr stopNow();
+  void stopAtPlace(SInt32 where);
   bool waitForEndOfJob();
   void settle();
   OSErr acceptJob(CallerText text, SInt32 flags);
-  OSErr speakInPlugIn(const std::string& text, SInt32 flags);
+  OSErr speakInPlugIn();
 
   OSErr inTurnOrQueued(std::function<OSErr(Channel&)> work);
   OSErr startReadyJob();

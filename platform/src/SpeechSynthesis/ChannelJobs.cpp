@@ -3,6 +3,7 @@
 // The jobs of a channel: beginning, stopping, pausing.
 #include <algorithm>
 #include <chrono>
+#include <exception>
 #include <limits>
 #include <thread>
 #include <utility>
@@ -100,12 +101,15 @@ bool Channel::waitForEndOfJob() {
 }
 
 OSErr Channel::acceptJob(CallerText text, SInt32 flags) {
-  CallbackThread::Place donePlace;
-  bool gathers = false;
   {
     const std::lock_guard held(m_lock);
     if (m_isDisposed) return invalidComponentID;
-    donePlace.push_back({shared_from_this(), {Report::Kind::SpeechDone, m_job + 1}});
+    // What may fail comes first.
+    CallbackThread::Place donePlace{{shared_from_this(), {Report::Kind::SpeechDone, m_job + 1}}};
+    const bool gathers = m_callbacks.textDone != nullptr && !text.isString();
+    if (gathers) {
+      CallbackThread::shared().post(shared_from_this(), {Report::Kind::TextDone, m_job + 1});
+    }
     ++m_job;
     m_donePlace = std::move(donePlace);
     m_text = std::move(text);
@@ -113,11 +117,7 @@ OSErr Channel::acceptJob(CallerText text, SInt32 flags) {
     m_wordPosition = 0;
     m_phonemeCode = 0;
     m_isPaused = (flags & kPreflightThenPause) != 0;
-    gathers = m_callbacks.textDone != nullptr && !m_text.isString();
     m_phase = gathers ? Phase::Gathering : Phase::Ready;
-    if (gathers) {
-      CallbackThread::shared().post(shared_from_this(), {Report::Kind::TextDone, m_job});
-    }
     if (gathers || m_isPaused) return noErr;
   }
   const OSErr result = startSpeaking();
@@ -130,18 +130,14 @@ OSErr Channel::acceptJob(CallerText text, SInt32 flags) {
 
 // Hands the job that is ready to the synthesizer. When that fails there is no job.
 OSErr Channel::startSpeaking() {
-  std::string text;
-  SInt32 flags = 0;
   {
     const std::lock_guard held(m_lock);
     if (m_phase != Phase::Ready || m_isPaused) return noErr;
-    text = m_text.bytes();
-    flags = m_flags;
     // Before the call: a short job may end before the call returns.
     m_phase = Phase::Speaking;
     m_isOwedEnd = true;
   }
-  const OSErr result = guarded([&] { return speakInPlugIn(text, flags); });
+  const OSErr result = guarded([this] { return speakInPlugIn(); });
   if (result == noErr) return noErr;
   const std::lock_guard held(m_lock);
   m_phase = Phase::Idle;
@@ -149,17 +145,23 @@ OSErr Channel::startSpeaking() {
   return result;
 }
 
-OSErr Channel::speakInPlugIn(const std::string& text, SInt32 flags) {
-  std::string spoken = text;
+OSErr Channel::speakInPlugIn() {
+  std::string text;
+  SInt32 flags = 0;
+  {
+    const std::lock_guard held(m_lock);
+    text = m_text.bytes();
+    flags = m_flags;
+  }
   if ((flags & kNoEndingProsody) != 0) {
     OSType input = modeText;
     OSType characters = modeNormal;
     m_plugIn.call().getSpeechInfo(m_identifier, soInputMode, &input);
     m_plugIn.call().getSpeechInfo(m_identifier, soCharacterMode, &characters);
-    if (input == modeText && characters == modeNormal) spoken = withoutEndingProsody(text);
+    if (input == modeText && characters == modeNormal) text = withoutEndingProsody(text);
   }
-  return translated(m_plugIn.call().speakBuffer(m_identifier, spoken.data(),
-                                                static_cast<long>(spoken.size()), flags));
+  return translated(m_plugIn.call().speakBuffer(m_identifier, text.data(),
+                                                static_cast<long>(text.size()), flags));
 }
 
 // ---- In turn: stopping and pausing
@@ -174,16 +176,24 @@ OSErr Channel::stopInTurn(SInt32 where) {
     if (!atOnce) m_isStopPending = true;
   }
   if (atOnce) return stopNow();
-  m_turns.queue(shared_from_this(), [this, where] {
-    guarded([&] {
-      return translated(
-          m_plugIn.call().stopSpeechAt(m_identifier, static_cast<unsigned long>(where)));
-    });
-    const std::lock_guard held(m_lock);
-    m_isStopPending = false;
-    if (m_phase == Phase::Speaking) m_phase = Phase::Idle;
-  });
+  try {
+    m_turns.queue(shared_from_this(), [this, where] { stopAtPlace(where); });
+  } catch (const std::exception&) {
+    // Without a thread the caller waits.
+    stopAtPlace(where);
+  }
   return noErr;
+}
+
+// Returns when the place is reached.
+void Channel::stopAtPlace(SInt32 where) {
+  guarded([&] {
+    return translated(
+        m_plugIn.call().stopSpeechAt(m_identifier, static_cast<unsigned long>(where)));
+  });
+  const std::lock_guard held(m_lock);
+  m_isStopPending = false;
+  if (m_phase == Phase::Speaking) m_phase = Phase::Idle;
 }
 
 OSErr Channel::stopNow() {
