@@ -63,8 +63,8 @@ KAVREL_API cst_tokenstream* ts_open_string(const char* string, const char* white
                                            const char* singlecharsymbols,
                                            const char* prepunctuation, const char* postpunctuation);
 
-/* The next word; the empty word at the end, and for a null stream; null when memory is out. Owned by
- * the stream, and good until the next ts_get or ts_close. */
+/* The next word; the empty word at the end, and for a null stream; null when memory is out. Owned
+ * by the stream, and good until the next ts_get or ts_close. */
 KAVREL_API const char* ts_get(cst_tokenstream* stream);
 
 /* 1 when no word is left (white space may be), else 0; 1 for a null stream. */

@@ -265,11 +265,9 @@ TEST(Observer, IsNotCalledAnyMoreWhenItHasBeenReplaced) {
   std::string text;
   for (int i = 0; i < 20; ++i) text += kProse;
   ASSERT_EQ(speaker.speak(text), KAVREL_SUCCESS);
-  std::size_t calls = 0;
   // Each is gone at once when it has been replaced: a call that is late uses what is released.
   while (speaker.events(KAVREL_EVENT_END).empty()) {
     const Observer observer;
-    calls += observer.all().size();
     std::this_thread::yield();
   }
   kavrel_port_wait(speaker.port(), nullptr);
