@@ -594,6 +594,14 @@ TEST_F(Say, SaysSoWhenTheEventsCannotBeWritten) {
   EXPECT_THAT(result.err, complaint("standard output: No space left on device"));
 }
 
+TEST_F(Say, DoesNotWriteEventsIntoAnotherFileWhenStandardOutputIsClosed) {
+  const std::string command =
+      std::string(KAVREL_SAY) + " --events -o " + m_sound + " hello 2>/dev/null >&-";
+  const Result result = program::run("/bin/sh", {"-c", "exec 3>&2; " + command + "; echo $? >&3"});
+  EXPECT_EQ(result.err, "1\n");
+  EXPECT_GE(secondsIn(m_sound), 0);
+}
+
 // ---- Usage -----------------------------------------------------------------------------------
 
 TEST_F(Say, RefusesWrongUsageWithItsOwnStatus) {

@@ -7,11 +7,25 @@
 #include <exception>
 #include <new>
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include "Failure.h"
 
 namespace tool {
 
 namespace {
+
+// A standard stream that was closed must not be taken by a file that the program opens. What is
+// put in its place fails as a closed one does.
+void occupyStandardStreams() {
+  for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    if (::fcntl(stream, F_GETFD) >= 0) continue;
+    // The lowest number that is free.
+    [[maybe_unused]] const int taken =
+        ::open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+  }
+}
 
 int report(const char* program, const char* message) {
   std::fprintf(stderr, "%s: %s\n", program, message);
@@ -22,6 +36,7 @@ int report(const char* program, const char* message) {
 
 int guarded(const char* program, const std::function<int()>& work) {
   try {
+    occupyStandardStreams();
     // The plain forms of characters are those of a UTF-8 locale.
     std::setlocale(LC_CTYPE, "C.UTF-8");
     // What is written is looked at instead.

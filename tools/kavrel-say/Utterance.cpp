@@ -21,7 +21,7 @@ bool isTerminal(int file) {
   return ::isatty(file) == 1;
 }
 
-// For a thread that nobody waits for: what fails here fails again where it is noticed.
+// For what nobody waits for; if it matters, it fails again where it is noticed.
 template <typename Work>
 void quietly(Work work) {
   try {
@@ -123,8 +123,10 @@ void Utterance::noteSilence() const {
   const bool isFirst = m_positions.isFirst();
   if (!isFirst || m_arguments.outputFile || m_arguments.quiet || !isSoundWanted()) return;
   if (!soundDevices().empty()) return;
-  m_standardError.write(
-      "kavrel-say: there is no sound device, so nothing is heard; -o FILE writes a file\n");
+  quietly([this] {
+    m_standardError.write(
+        "kavrel-say: there is no sound device, so nothing is heard; -o FILE writes a file\n");
+  });
 }
 
 // What cannot be written does not keep the rest from being completed.
