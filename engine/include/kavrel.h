@@ -16,6 +16,10 @@
  *  4. A null handle never crashes: an operation answers KAVREL_INVALID_POINTER or null, except that
  *     a stop with nothing to stop succeeds.
  *  5. No function lets a C++ exception out.
+ *  6. Settings in the markup reach as far as the voice does: rates from 80 to 600 words per minute,
+ *     volumes from 0 to 300 percent of the voice's own, pitch and its range (Hz) by the voice. What
+ *     lies beyond is spoken at the nearest; what is no number above 0 (no negative one, for volume
+ *     and range) changes nothing, a volume below 0 aside, which counts as 0.
  *
  * Threads
  *  [any]      may be called on any thread at any time, the port's callback included.
@@ -257,10 +261,10 @@ KAVREL_API kavrel_result_t kavrel_port_wait(kavrel_port_struct* port, kavrel_bac
 KAVREL_API kavrel_result_t kavrel_event_get_text(kavrel_event_struct* event, char** text);
 
 /* Stores the event's place in the text given to kavrel_port_speak_text, in bytes. WORD: the word,
- * entities at their full length. PHONEME: the word that the phone belongs to. SENTENCE: the
- * sentence. BOOKMARK: the mark element, its tag at full length. START: 0 and the length of the
- * text. END: 0 length, at the end of the text, or where it was stopped: at the current word, or at
- * its end when it was spoken whole. Either pointer may be null.
+ * entities and tags inside it at their full length. PHONEME: the word that the phone belongs to.
+ * SENTENCE: the sentence. BOOKMARK: the mark element, its tag at full length. START: 0 and the
+ * length of the text. END: 0 length, at the end of the text, or where it was stopped: at the current
+ * word, or at its end when it was spoken whole. Either pointer may be null.
  * Results: KAVREL_SUCCESS, KAVREL_INVALID_POINTER (event).  [callback] */
 KAVREL_API kavrel_result_t kavrel_event_get_textpos(kavrel_event_struct* event, int* start,
                                                     int* length);

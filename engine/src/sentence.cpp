@@ -2,6 +2,7 @@
 #include "sentence.h"
 
 #include <algorithm>
+#include <iterator>
 #include <span>
 #include <utility>
 
@@ -22,18 +23,40 @@ std::string latin9(std::span<const Letter> letters) {
   return text;
 }
 
-Item wordItem(std::span<const Letter> token, const Style& style) {
+// An item for a token's letters, spoken or not; which of them it speaks is filled in later.
+Item wordItem(std::span<const Letter> token) {
   std::span<const Letter> word = wordOf(token);
+  if (word.empty()) word = token;
   Item item;
   item.kind = Item::Kind::Word;
-  item.reported = !word.empty();
-  if (word.empty()) word = token;
+  item.reported = false;
   item.start = position(word.front().start);
   item.length = position(word.back().start + word.back().length - word.front().start);
-  for (const Letter& letter : token) item.text += static_cast<wchar_t>(letter.character);
   item.name = latin9(word);
-  item.style = style;
   return item;
+}
+
+// Whether letters in these styles cannot be spoken in one go.
+bool areApart(const Style& one, const Style& other) {
+  return one.spellOut != other.spellOut || one.digits != other.digits;
+}
+
+// Whether a token that ended like this, with nothing but tags and blanks behind it, has ended a
+// sentence in front of a character (0: phones).
+bool endsBefore(Stop stop, char32_t following) {
+  static constexpr std::u32string_view kGoOn = U"(,;:-";
+  const bool digit = isDigit(following);
+  switch (stop) {
+    case Stop::None:
+      return false;
+    case Stop::UnlessSmall:
+      return !digit && !isSmallLetter(following) && kGoOn.find(following) == kGoOn.npos;
+    case Stop::UnlessDigit:
+      return !digit;
+    case Stop::Full:
+      return !digit && !isSmallLetter(following);
+  }
+  return false;
 }
 
 void reportUnknownPhones(const PhoneText& read, const MarkupEvent& tag) {
@@ -48,7 +71,40 @@ void reportUnknownPhones(const PhoneText& read, const MarkupEvent& tag) {
 
 }  // namespace
 
+// The stretch behind those that can be spoken in one go with the stretch `first`.
+std::size_t SentenceReader::Token::endOfPart(std::size_t first) const {
+  std::size_t behind = first + 1;
+  while (behind < stretches.size() && !areApart(stretches[first].style, stretches[behind].style)) {
+    ++behind;
+  }
+  return behind;
+}
+
+// How the stretches from `first` to the one in front of `behind` are spoken in one go.
+Style SentenceReader::Token::styleOf(std::size_t first, std::size_t behind) const {
+  Style style;
+  bool emphasis = false;
+  std::size_t longest = 0;
+  for (std::size_t at = first; at < behind; ++at) {
+    const std::size_t length = stretches[at].end - (at > 0 ? stretches[at - 1].end : 0);
+    if (length > longest) style = stretches[at].style;
+    longest = std::max(longest, length);
+    emphasis = emphasis || stretches[at].style.emphasis;
+  }
+  style.emphasis = emphasis;
+  return style;
+}
+
 SentenceReader::SentenceReader(std::string_view text) : m_scanner(text) {}
+
+// Keeps the memory for the next token.
+void SentenceReader::Token::clear() {
+  letters.clear();
+  stretches.clear();
+  marks.clear();
+  bytes = 0;
+  behindTag = false;
+}
 
 bool SentenceReader::next(Sentence& sentence) {
   sentence.items.clear();
@@ -74,7 +130,7 @@ SentenceReader::Step SentenceReader::handle(const MarkupEvent& event, Sentence& 
     if (isBlank(event.character)) return handleBlank(event, sentence);
     return handleLetter(event, sentence);
   }
-  endToken(sentence);
+  m_token.behindTag = true;
   switch (event.kind) {
     case MarkupEvent::Kind::StartTag:
       return handleStartTag(event, sentence);
@@ -83,6 +139,7 @@ SentenceReader::Step SentenceReader::handle(const MarkupEvent& event, Sentence& 
       if (!m_styles.insidePhoneme()) closePhones(sentence);
       return Step::GoOn;
     case MarkupEvent::Kind::End:
+      endToken(sentence);
       closePhones(sentence);
       return Step::EndOff;
     default:
@@ -103,35 +160,65 @@ SentenceReader::Step SentenceReader::handleBlank(const MarkupEvent& event, Sente
 }
 
 SentenceReader::Step SentenceReader::handleLetter(const MarkupEvent& event, Sentence& sentence) {
-  if (!m_token.empty() && event.end - m_token.front().start > kMaxTokenBytes) {
+  const std::vector<Letter>& letters = m_token.letters;
+  if (m_token.bytes > kMaxTokenBytes - (event.end - event.start)) {
     endToken(sentence);
     m_stop = Stop::None;
   }
-  if (m_token.empty()) {
+  if (!letters.empty() && m_token.behindTag && !isClosing(event.character) &&
+      endsBefore(stopOf(letters), event.character)) {
+    endToken(sentence);
+  }
+  if (letters.empty()) {
     m_newlines = 0;
     m_afterReturn = false;
     if (stopHolds(event.character)) return Step::EndOff;
     if (!fits(event.start + kMaxTokenBytes, sentence)) return Step::CutOff;
   }
-  m_token.push_back({event.character, event.start, event.end - event.start});
+  addLetter(event);
   return Step::GoOn;
 }
 
+void SentenceReader::addLetter(const MarkupEvent& event) {
+  if (m_token.letters.empty() ||
+      (m_token.behindTag && m_token.stretches.back().style != m_styles.style())) {
+    m_token.stretches.push_back({0, m_styles.style()});
+  }
+  m_token.behindTag = false;
+  m_token.letters.push_back({event.character, event.start, event.end - event.start});
+  m_token.stretches.back().end = m_token.letters.size();
+  m_token.bytes += event.end - event.start;
+}
+
 SentenceReader::Step SentenceReader::handleStartTag(const MarkupEvent& event, Sentence& sentence) {
-  if (event.name == "phoneme" && !m_styles.insidePhoneme()) return handlePhoneme(event, sentence);
+  if (event.name == "phoneme" && !m_styles.insidePhoneme()) {
+    endToken(sentence);
+    return handlePhoneme(event, sentence);
+  }
   if (event.name == "mark") {
     Item item;
     item.kind = Item::Kind::Mark;
     item.name = event.attribute("name").value_or("");
-    return add(std::move(item), event, sentence);
+    return handleMark(std::move(item), event, sentence);
   }
   if (event.name == "break") {
+    endToken(sentence);
     Item item;
     item.kind = Item::Kind::Break;
     item.milliseconds = readBreakTime(event.attribute("time").value_or(""), Item::kMaxBreak);
     return add(std::move(item), event, sentence);
   }
   if (!event.empty) m_styles.open(event);
+  return Step::GoOn;
+}
+
+SentenceReader::Step SentenceReader::handleMark(Item item, const MarkupEvent& event,
+                                                Sentence& sentence) {
+  if (m_token.marks.size() >= kMaxTokenMarks) endToken(sentence);
+  if (m_token.letters.empty()) return add(std::move(item), event, sentence);
+  item.start = position(event.start);
+  item.length = position(event.end - event.start);
+  m_token.marks.push_back({m_token.letters.size(), std::move(item)});
   return Step::GoOn;
 }
 
@@ -169,7 +256,10 @@ SentenceReader::Step SentenceReader::handleContent(const MarkupEvent& event, Sen
   }
   const bool blank = isBlank(event.character);
   if (!item.reported && blank) return Step::GoOn;
-  if (!item.reported) item.start = position(event.start);
+  if (!item.reported) {
+    item.start = position(event.start);
+    item.style = m_styles.style();
+  }
   item.reported = true;
   appendLatin9(item.name, blank ? U' ' : event.character);
   if (blank) return Step::GoOn;
@@ -182,17 +272,11 @@ SentenceReader::Step SentenceReader::handleContent(const MarkupEvent& event, Sen
 // What the last token left open is decided by the character that follows it (0: phones); true when
 // the sentence has ended there.
 bool SentenceReader::stopHolds(char32_t following) {
-  static constexpr std::u32string_view kGoOn = U"(,;:-";
-  if (m_stop == Stop::None) return false;
-  // Behind a tag, the quote that closes the sentence: decided by what comes next.
+  // The quote that closes the sentence: decided by what comes next.
   if (m_glued && isClosing(following)) return false;
-  const bool small = isSmallLetter(following);
-  const bool digit = isDigit(following);
-  bool goesOn = small || digit;
-  if (m_stop == Stop::UnlessSmall) goesOn = goesOn || kGoOn.find(following) != kGoOn.npos;
-  if (m_stop == Stop::UnlessDigit) goesOn = digit;
+  const bool ends = endsBefore(m_stop, following);
   m_stop = Stop::None;
-  return !goesOn;
+  return ends;
 }
 
 // Whether the piece can take in what ends at `end`. The first item always fits.
@@ -201,19 +285,48 @@ bool SentenceReader::fits(std::size_t end, const Sentence& sentence) const {
 }
 
 void SentenceReader::endToken(Sentence& sentence) {
-  if (m_token.empty()) return;
-  const std::size_t start = m_token.front().start;
-  const std::size_t end = m_token.back().start + m_token.back().length;
-  cover(start, end, sentence);
-  Item item = wordItem(m_token, m_styles.style());
-  m_hasWords = m_hasWords || item.reported;
-  sentence.items.push_back(std::move(item));
+  const std::vector<Letter>& letters = m_token.letters;
+  if (letters.empty()) return;
+  cover(letters.front().start, letters.back().start + letters.back().length, sentence);
+  addToken(sentence);
+  m_hasWords = m_hasWords || !wordOf(letters).empty();
   // A closing quote on its own leaves the stop in front of it in force.
-  const Stop stop = stopOf(m_token);
-  const bool closing = std::ranges::all_of(m_token, isClosing, &Letter::character);
-  if (!closing || !m_glued) m_stop = stop;
+  const bool closing = std::ranges::all_of(letters, isClosing, &Letter::character);
+  if (!closing || !m_glued) m_stop = stopOf(letters);
   m_glued = true;
   m_token.clear();
+}
+
+// Adds an item for each part of the token that is spoken in one go, and the marks.
+void SentenceReader::addToken(Sentence& sentence) const {
+  const std::span<const Letter> letters(m_token.letters);
+  const std::span<const Letter> word = wordOf(letters);
+  const auto wordBegin = static_cast<std::size_t>(
+      std::distance(letters.data(), word.empty() ? letters.data() + letters.size() : word.data()));
+  const Item whole = wordItem(letters);
+  auto mark = m_token.marks.begin();
+  std::size_t stretch = 0;
+  for (std::size_t begin = 0, end = 0; begin < letters.size(); begin = end) {
+    const std::size_t behind = m_token.endOfPart(stretch);
+    end = m_token.stretches[behind - 1].end;
+    Item item = whole;
+    item.style = m_token.styleOf(stretch, behind);
+    for (const Letter& letter : letters.subspan(begin, end - begin)) {
+      item.text += static_cast<wchar_t>(letter.character);
+    }
+    item.reported = begin <= wordBegin && wordBegin < end;
+    // Marks in front of the word, behind a quote for instance, are reached before it.
+    for (; item.reported && mark != m_token.marks.end() && mark->letter <= wordBegin; ++mark) {
+      sentence.items.push_back(mark->item);
+    }
+    sentence.items.push_back(std::move(item));
+    for (; mark != m_token.marks.end() && mark->letter <= end; ++mark) {
+      sentence.items.push_back(mark->item);
+      sentence.items.back().share =
+          static_cast<double>(mark->letter - begin) / static_cast<double>(end - begin);
+    }
+    stretch = behind;
+  }
 }
 
 void SentenceReader::closePhones(Sentence& sentence) {

@@ -6,12 +6,17 @@
 // Positions and lengths count bytes of the text given to kavrel_port_speak_text. Everything here is
 // plain data, used by one thread at a time.
 //
-// Words. A token is a run of characters that are not blank; every tag ends it. Control characters
-// are blank. The place of a word is its token without the punctuation around it; signs that are
-// spoken (& % + = @ # and the like) are no punctuation.
+// Words. A token is a run of characters that are not blank, whatever tags stand inside it; only a
+// break and a phoneme element end it as a blank does. Control characters are blank. The place of a
+// word is its token without the punctuation around it; signs that are spoken (& % + = @ # and the
+// like) are no punctuation.
+// Where settings change inside a token, it is still spoken in one go: in the way that most of its
+// characters have, with emphasis when any has it. Only what is spelt is spoken apart from what is
+// not. Marks inside are reported on the way.
 // Sentences. A sentence ends behind ". ! ?" or "..." at the end of a token, closing quotes and
-// brackets included, unless the token is an abbreviation; and at an empty line. Marks and breaks
-// belong to the sentence they touch, else to the one that follows.
+// brackets included, unless the token is an abbreviation; between such a stop and a capital letter
+// a tag does for a blank. An empty line ends it too. Marks and breaks belong to the sentence they
+// touch, else to the one that follows.
 #pragma once
 
 #include <cstdint>
@@ -45,18 +50,21 @@ struct Item {
   };
 
   Kind kind = Kind::Word;
-  // The place to report. Word: the word without the punctuation around it; Mark, Break: the whole
-  // tag; Phones: the content of the element without the blanks around it.
+  // The place to report. Word: the word without the punctuation around it, tags inside included;
+  // Mark, Break: the whole tag; Phones: the content of the element without the blanks around it.
   std::uint32_t start = 0;
   std::uint32_t length = 0;
   // Word: the characters to speak (Unicode), punctuation included, never blank, entities resolved.
   std::wstring text;
-  // Word: false for a token of punctuation alone, which is spoken but is no word. Phones: false for
-  // an element without content.
+  // Word: false for a token of punctuation alone, which is spoken but is no word, and for a part of
+  // a word that another item reports. Phones: false for an element without content.
   bool reported = true;
-  // Mark: the name as it stands in the text, entities resolved. Word and Phones: the same bytes
-  // that start and length name, entities resolved (for kavrel_event_get_text).
+  // Mark: the name as it stands in the text, entities resolved. Word and Phones: the bytes that
+  // start and length name, without tags, entities resolved (for kavrel_event_get_text).
   std::string name;
+  // Mark: how much of the word in front of it has been spoken when it is reached; less than 1 for
+  // one inside a word.
+  double share = 1;
   std::uint32_t milliseconds = 0;  // 0 to kMaxBreak; 0 where the text gives no time
   std::vector<Phone> phones;       // not empty
   Style style;
@@ -83,8 +91,10 @@ class SentenceReader {
   // there is one.
   static constexpr std::size_t kMaxSentenceBytes = std::size_t{64} * 1024;
 
-  // The most bytes of text in one Word; a longer token comes as several words.
+  // The most bytes of text, not counting tags, and the most marks in one word; a longer token comes
+  // as several words.
   static constexpr std::size_t kMaxTokenBytes = 512;
+  static constexpr std::size_t kMaxTokenMarks = 64;
 
   // `text` (ISO 8859-15) must outlive the reader.
   explicit SentenceReader(std::string_view text);
@@ -101,6 +111,27 @@ class SentenceReader {
     EndOff,  // the sentence ended in front of the event
     CutOff,  // the piece is full; the sentence goes on with the event
   };
+  // The token being read.
+  struct Token {
+    struct Stretch {
+      std::size_t end = 0;  // behind its last letter
+      Style style;
+    };
+    struct Mark {
+      std::size_t letter = 0;  // the letter that it stands in front of
+      Item item;
+    };
+
+    void clear();
+    std::size_t endOfPart(std::size_t first) const;
+    Style styleOf(std::size_t first, std::size_t behind) const;
+
+    std::vector<Letter> letters;
+    std::vector<Stretch> stretches;  // each in a style of its own
+    std::vector<Mark> marks;
+    std::size_t bytes = 0;   // of the letters
+    bool behindTag = false;  // a tag stands behind the last letter
+  };
 
   Step handle(const MarkupEvent& event, Sentence& sentence);
   Step handleBlank(const MarkupEvent& event, Sentence& sentence);
@@ -108,9 +139,12 @@ class SentenceReader {
   Step handleStartTag(const MarkupEvent& event, Sentence& sentence);
   Step handlePhoneme(const MarkupEvent& event, Sentence& sentence);
   Step handleContent(const MarkupEvent& event, Sentence& sentence);
+  Step handleMark(Item item, const MarkupEvent& event, Sentence& sentence);
   bool stopHolds(char32_t following);
   bool fits(std::size_t end, const Sentence& sentence) const;
+  void addLetter(const MarkupEvent& event);
   void endToken(Sentence& sentence);
+  void addToken(Sentence& sentence) const;
   void closePhones(Sentence& sentence);
   Step add(Item item, const MarkupEvent& tag, Sentence& sentence);
   void cover(std::size_t start, std::size_t end, const Sentence& sentence);
@@ -121,12 +155,12 @@ class SentenceReader {
   MarkupEvent m_held;  // to be handled again, in the next piece
   bool m_isHeld = false;
 
-  std::vector<Letter> m_token;  // the token being read
-  Stop m_stop = Stop::None;     // how the last token ended
-  bool m_glued = false;         // only tags have come since the last token
-  int m_newlines = 0;           // in the blanks since the last token
-  bool m_afterReturn = false;   // the last character was a carriage return
-  bool m_begun = false;         // the sentence has begun in an earlier piece
+  Token m_token;
+  Stop m_stop = Stop::None;    // how the last token ended
+  bool m_glued = false;        // no blank has come since the last token
+  int m_newlines = 0;          // in the blanks since the last token
+  bool m_afterReturn = false;  // the last character was a carriage return
+  bool m_begun = false;        // the sentence has begun in an earlier piece
 
   // The piece being filled.
   std::size_t m_pieceStart = 0;

@@ -68,16 +68,26 @@ class TextMaker {
     }
   }
 
-  // A token; a blank or a tag always stands on both sides of it.
+  // A token, maybe with tags inside; a blank or a break always stands on both sides of it.
   void addToken() {
     m_text += oneOf({"", "(", "\"", "&quot;", "&#8220;", "[", "\xAB"});
     const std::size_t start = m_text.size();
     std::string name;
     const std::size_t letters = 1 + m_random() % 6;
-    for (std::size_t i = 0; i < letters; ++i) addLetter(name);
+    for (std::size_t i = 0; i < letters; ++i) {
+      if (i > 0 && m_random() % 4 == 0) addTagInside();
+      addLetter(name);
+    }
     m_words.push_back({start, m_text.size() - start, name});
     m_text += oneOf({"", ",", ".", "!", "...", ")", ".\"", "&quot;", ".&#x201D;", ";", ":", "?)"});
-    m_text += oneOf({" ", "  ", "\n", "\r\n\r\n", "<b>", "<!---->"});
+    m_text += oneOf({" ", "  ", "\n", "\r\n\r\n", " <b>", "<!----> ", "<break/>"});
+  }
+
+  void addTagInside() {
+    if (m_random() % 3 == 0) return addMark();
+    m_text +=
+        oneOf({"<b>", "</b>", "<!-- x y -->", "<emphasis strength='strong'>", "</emphasis>",
+               "<prosody rate='300'>", "</prosody>", "<say-as type='spell-out'>", "</say-as>"});
   }
 
   void addLetter(std::string& name) {
@@ -210,11 +220,7 @@ TEST(EveryText, HasAllWordsOutsideTagsSpokenOnce) {
     MarkupScanner scanner(text);
     for (MarkupEvent event = scanner.next(); event.kind != MarkupEvent::Kind::End;
          event = scanner.next()) {
-      if (event.kind == MarkupEvent::Kind::Character) {
-        expected.add(event.character);
-      } else {
-        expected.cut();
-      }
+      if (event.kind == MarkupEvent::Kind::Character) expected.add(event.character);
     }
     expected.cut();
 
@@ -223,10 +229,12 @@ TEST(EveryText, HasAllWordsOutsideTagsSpokenOnce) {
     Sentence sentence;
     while (reader.next(sentence)) {
       for (const Item& item : sentence.items) {
+        // What is not reported is a part of a word, or punctuation.
+        if (item.kind == Item::Kind::Word && item.reported) spoken.cut();
         for (const wchar_t character : item.text) spoken.add(static_cast<char32_t>(character));
-        spoken.cut();
       }
     }
+    spoken.cut();
     ASSERT_EQ(spoken.all(), expected.all()) << "seed " << seed << ": " << text;
   }
 }
@@ -273,8 +281,10 @@ TEST(EveryText, HasItsItemsInOrderInsideTheirSentences) {
       ASSERT_LE(lastSentence, text.size());
       for (const Item& item : sentence.items) {
         ASSERT_LE(item.start + item.length, text.size());
-        // Phones come before the marks in their element, and the content may begin behind those.
+        // Phones come before the marks in their element, and the content may begin behind those;
+        // so do all parts of a word but the first.
         if (item.kind == Item::Kind::Phones) continue;
+        if (item.kind == Item::Kind::Word && !item.reported) continue;
         ASSERT_GE(item.start, lastItem) << text;
         lastItem = item.start;
         if (item.kind != Item::Kind::Word) continue;

@@ -141,12 +141,12 @@ TEST(Sentences, EndAcrossTags) {
       {"One.</b> Two", {"One", "Two"}},
       {"One.<b>Two", {"One", "Two"}},
       {"<b>One.</b><b>Two.</b>", {"One", "Two"}},
-      {"One.<b/>com", {"One com"}},
-      {"3.<b/>14", {"3 14"}},
-      {"\"One.<b/>\" Two", {"One (\")", "Two"}},
-      {"\"One<b/>.\" Two", {"One (.\")", "Two"}},
+      {"One.<b/>com", {"One.com"}},
+      {"3.<b/>14", {"3.14"}},
+      {"\"One.<b/>\" Two", {"One", "Two"}},
+      {"\"One<b/>.\" Two", {"One", "Two"}},
       {"etc.<b/> are", {"etc are"}},
-      {"etc.<b/>\" Are", {"etc (\")", "Are"}},
+      {"etc.<b/>\" Are", {"etc", "Are"}},
       {"One.<!-- x -->Two", {"One", "Two"}},
   });
 }
@@ -193,13 +193,67 @@ TEST(Words, AreSeparatedByEverythingBlank) {
             Lines{"a b c d e f g h i"});
 }
 
-TEST(Words, EndAtEveryTag) {
+TEST(Words, GoOnBehindTags) {
   expectOutlines({
-      {"a<mark name='1'/>b", {"a <1> b"}},
-      {"a<b>c</b>d", {"a c d"}},
-      {"a<!-- -->b", {"a b"}},
-      {"a<![CDATA[b &amp; c]]>d", {"a b &amp c d"}},
+      {"a<b>c</b>d e", {"acd e"}},
+      {"<b>a</b>b <b>c </b>d", {"ab c d"}},
+      {"a<!-- -->b", {"ab"}},
+      {"a<![CDATA[b &amp; c]]>d", {"ab &amp cd"}},
+      {"a<prosody rate='300'>b</prosody>c", {"abc"}},
+      {"fo</emphasis>x", {"fox"}},
+      {"AT<b>&amp;</b>T", {"AT&T"}},
   });
+}
+
+TEST(Words, EndAtBreaksAndPhonemes) {
+  expectOutlines({
+      {"a<break time='5ms'/>b", {"a *5 b"}},
+      {"a<phoneme ph='b'>c</phoneme>d", {"a /b/c d"}},
+  });
+}
+
+TEST(Words, HaveThePlaceOfTheirTokenWithTheTagsInside) {
+  const std::string text = "a (fo</emphasis>x), b";
+  const auto all = items(text);
+  ASSERT_EQ(all.size(), 3u);
+  EXPECT_EQ(placeOf(all[1], text), "fo</emphasis>x");
+  EXPECT_EQ(all[1].name, "fox");
+  EXPECT_EQ(all[1].text, L"(fox),");
+}
+
+TEST(Words, AreSpokenInTheWayOfMostOfTheirLetters) {
+  const auto styleOf = [](const char* text) { return items(text).at(0).style; };
+  EXPECT_EQ(styleOf("a<prosody rate='300'>bcd</prosody>e").rate, 300);
+  EXPECT_EQ(styleOf("abc<prosody rate='300'>d e</prosody>").rate, Style::kUnset);
+  EXPECT_EQ(styleOf("<prosody pitch='90Hz'>ab</prosody><prosody pitch='80Hz'>cd</prosody>").pitch,
+            90);
+  EXPECT_TRUE(styleOf("abso<emphasis strength='strong'>l</emphasis>utely").emphasis);
+  EXPECT_EQ(items("abc<prosody rate='300'>d e</prosody>").at(1).style.rate, 300);
+}
+
+TEST(Words, ThatAreSpeltInPartAreReportedOnce) {
+  const std::string text = "id-<say-as type='spell-out'>abc</say-as>, x";
+  const auto all = items(text);
+  ASSERT_EQ(all.size(), 4u);
+  EXPECT_EQ(all[0].text, L"id-");
+  EXPECT_FALSE(all[0].style.spellOut);
+  EXPECT_TRUE(all[0].reported);
+  EXPECT_EQ(placeOf(all[0], text), "id-<say-as type='spell-out'>abc");
+  EXPECT_EQ(all[1].text, L"abc");
+  EXPECT_TRUE(all[1].style.spellOut);
+  EXPECT_FALSE(all[1].reported);
+  EXPECT_EQ(placeOf(all[1], text), placeOf(all[0], text));
+  EXPECT_EQ(all[2].text, L",");
+  EXPECT_FALSE(all[2].reported);
+}
+
+TEST(Words, AreReportedWithThePartWhereTheyBegin) {
+  const auto all = items("(<say-as interpret-as='digits'>42</say-as>)");
+  ASSERT_EQ(all.size(), 3u);
+  EXPECT_FALSE(all[0].reported);
+  EXPECT_TRUE(all[1].reported);
+  EXPECT_FALSE(all[2].reported);
+  EXPECT_EQ(all[1].name, "42");
 }
 
 TEST(Words, ComeInPiecesWhenTheyAreTooLong) {
@@ -213,9 +267,9 @@ TEST(Words, ComeInPiecesWhenTheyAreTooLong) {
 
 TEST(Styles, HoldForTheWordsInside) {
   const auto all = items(
-      "a<prosody rate='100'>b<prosody volume='0'>c</prosody>d</prosody>e"
-      "<say-as type='spell-out'>f</say-as><say-as interpret-as='digits'>7</say-as>"
-      "<emphasis strength='strong'>g</emphasis>h");
+      "a <prosody rate='100'>b <prosody volume='0'>c</prosody> d</prosody> e "
+      "<say-as type='spell-out'>f</say-as> <say-as interpret-as='digits'>7</say-as> "
+      "<emphasis strength='strong'>g</emphasis> h");
   ASSERT_EQ(all.size(), 9u);
   EXPECT_EQ(all[0].style, Style());
   EXPECT_EQ(all[1].style.rate, 100);
@@ -246,7 +300,7 @@ TEST(Marks, AreReportedOnceInOrder) {
       {"a.<mark name='1'/>B", {"a <1>", "B"}},
       {"a. <mark name='1'/>", {"a", "<1>"}},
       {"a.<mark name='1'/>", {"a <1>"}},
-      {"a<mark name='1'></mark>b<mark name='2'>c</mark>", {"a <1> b <2> c"}},
+      {"a<mark name='1'></mark>b<mark name='2'>c</mark>", {"abc <1> <2>"}},
       {"etc. <mark name='1'/> Then", {"etc <1>", "Then"}},
       {"<mark/>a", {"<> a"}},
       {"<mark name=7/><mark name=\"8\"/>", {"<7> <8>"}},
@@ -261,6 +315,27 @@ TEST(Marks, HaveThePlaceOfTheirTag) {
   ASSERT_EQ(all.size(), 3u);
   EXPECT_EQ(placeOf(all[1], text), "<mark  name='65536' />");
   EXPECT_EQ(all[1].name, "65536");
+}
+
+TEST(Marks, InsideAWordComeOnTheWay) {
+  const auto all = items("(a<mark name='1'/>b<mark name='2'/>c<mark name='3'/> d");
+  ASSERT_EQ(all.size(), 5u);
+  EXPECT_EQ(all[0].name, "abc");
+  EXPECT_DOUBLE_EQ(all[1].share, 0.5);
+  EXPECT_DOUBLE_EQ(all[2].share, 0.75);
+  EXPECT_DOUBLE_EQ(all[3].share, 1);
+}
+
+TEST(Marks, InFrontOfAWordComeBeforeItBehindAQuoteToo) {
+  expectOutlines({{"\"<mark name='1'/>Hello<mark name='2'/>,\" x", {"<1> Hello <2> x"}}});
+}
+
+TEST(Marks, ThatAreTooManyForAWordEndIt) {
+  std::string text = "a";
+  for (int i = 0; i < 1000; ++i) text += "<mark name='1'/>";
+  const auto all = items(text + "b");
+  EXPECT_EQ(all.size(), 1002u);
+  EXPECT_EQ(all.back().name, "b");
 }
 
 TEST(Marks, BehindTheLastSentenceBeginNone) {
@@ -322,10 +397,18 @@ TEST(Phonemes, KeepTheMarksAndBreaksInside) {
 }
 
 TEST(Phonemes, HaveTheStyleAroundThem) {
-  const auto all =
-      items("<prosody rate='9'><phoneme ph='b'><prosody rate='5'>c</prosody></phoneme>d</prosody>");
+  const auto all = items("<prosody rate='9'><phoneme ph='b'>c</phoneme>d</prosody>");
   ASSERT_EQ(all.size(), 2u);
   EXPECT_EQ(all[0].style.rate, 9);
+  EXPECT_EQ(all[1].style.rate, 9);
+}
+
+TEST(Phonemes, HaveTheStyleThatTheirContentBeginsWith) {
+  const auto all = items(
+      "<prosody rate='9'><phoneme ph='b'> <prosody rate='5'>c</prosody>"
+      "<prosody rate='6'>d</prosody></phoneme>e</prosody>");
+  ASSERT_EQ(all.size(), 2u);
+  EXPECT_EQ(all[0].style.rate, 5);
   EXPECT_EQ(all[1].style.rate, 9);
 }
 
