@@ -33,6 +33,11 @@ class Plan {
  public:
   // Speaking rate where the text sets none, in words per minute.
   static constexpr double kDefaultRate = 180;
+  // What is slower or faster is spoken at these.
+  static constexpr double kMinRate = 80;
+  static constexpr double kMaxRate = 600;
+  // Percent; what is louder is spoken as loud as this.
+  static constexpr double kMaxVolume = 300;
 
   // Both must outlive the plan.
   Plan(const Sentence& sentence, const Voice& voice);
@@ -44,6 +49,9 @@ class Plan {
   // What an item's style comes to.
   struct Manner {
     Synthesiser::Settings settings;
+    int volume = 100;
+    double pauses = 1;
+    double speed = 1;
     bool emphasis = false;
     bool spelling = false;
   };
@@ -52,6 +60,8 @@ class Plan {
     std::size_t item = 0;
     std::size_t textSize = 0;
     std::size_t marks = 0;
+    std::size_t finishes = 0;
+    std::size_t innerMarks = 0;
     bool emphasis = false;
     bool set = false;
   };
@@ -61,6 +71,7 @@ class Plan {
   void adopt(Step& step, const Manner& manner);
   bool isFull() const;
   void addItem(Step& step);
+  void addMark(Step& step, const Item& item);
   void addWordPart(Step& step, const Item& item);
   void addPhonesPart(Step& step, const Item& item);
   void noteCutPoint(const Step& step, const Item& item);

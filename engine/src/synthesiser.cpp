@@ -17,20 +17,19 @@ namespace {
 // it is too small, and events are lost without a sign.
 constexpr int kBlockMilliseconds = 500;
 
-// Whom the running call gives to. Used by the thread whose turn it is.
-SynthesisListener* currentListener = nullptr;
-bool listenerFailed = false;
+// What the running call gives, and who may give it up. Used by the thread whose turn it is.
+CallSound* currentSound = nullptr;
+const SynthesisListener* currentListener = nullptr;
+bool outOfMemory = false;
 
-void passEvents(const espeak_EVENT* event) {
+void takeEvents(const espeak_EVENT* event) {
   for (; event->type != espeakEVENT_LIST_TERMINATED; ++event) {
-    const auto sample = static_cast<std::uint64_t>(event->sample < 0 ? 0 : event->sample);
     if (event->type == espeakEVENT_MARK) {
       // A mark command's number comes where a name would be; there is nothing behind the pointer.
-      currentListener->onMark(event->id.number, sample);
+      currentSound->addMark(event->id.number, event->sample);
     } else if (event->type == espeakEVENT_PHONEME) {
       std::string_view name(event->id.string, sizeof(event->id.string));
-      name = name.substr(0, name.find('\0'));
-      currentListener->onPhone(name, sample);
+      currentSound->addPhone(name.substr(0, name.find('\0')), event->sample);
     }
   }
 }
@@ -38,19 +37,30 @@ void passEvents(const espeak_EVENT* event) {
 extern "C" int onSynthesis(short* samples, int count, espeak_EVENT* events) {
   constexpr int kGoOn = 0;
   constexpr int kGiveUp = 1;
-  if (currentListener == nullptr) return kGoOn;
+  if (currentSound == nullptr) return kGoOn;
   if (currentListener->cancelled()) return kGiveUp;
   // Nothing may be thrown through espeak-ng, which is C.
   try {
-    if (events != nullptr) passEvents(events);
-    if (samples != nullptr && count > 0) {
-      currentListener->onSamples({samples, static_cast<std::size_t>(count)});
+    if (events != nullptr) takeEvents(events);
+    if (samples != nullptr && count >= 0) {
+      currentSound->addSamples({samples, static_cast<std::size_t>(count)});
     }
   } catch (...) {
-    listenerFailed = true;
+    outOfMemory = true;
     return kGiveUp;
   }
   return kGoOn;
+}
+
+void giveTo(SynthesisListener& listener, const CallSound& sound) {
+  for (const CallSound::Event& event : sound.events()) {
+    if (event.mark > 0) {
+      listener.onMark(event.mark, event.sample);
+    } else {
+      listener.onPhone(event.phone, event.sample);
+    }
+  }
+  if (!sound.samples().empty()) listener.onSamples(sound.samples());
 }
 
 // espeak-ng sets the process's character type while it starts; what was set stays set.
@@ -73,7 +83,8 @@ class KeepCharacterType {
 bool prepare(const Voice& voice, const Synthesiser::Settings& settings) {
   if (espeak_SetVoiceByName(voice.synthesiserName().c_str()) != EE_OK) return false;
   espeak_SetParameter(espeakRATE, settings.rate, 0);
-  espeak_SetParameter(espeakVOLUME, settings.volume, 0);
+  // Its own volume has no exact measure; see CallSound::finish.
+  espeak_SetParameter(espeakVOLUME, 100, 0);
   espeak_SetParameter(espeakPITCH, settings.pitch, 0);
   espeak_SetParameter(espeakRANGE, settings.range, 0);
   espeak_SetParameter(espeakPUNCTUATION, espeakPUNCT_NONE, 0);
@@ -150,7 +161,7 @@ bool Synthesiser::hasVoice(const Voice& voice, std::string& why) {
 // Emphasis is the one command that no setting takes back. Texts end with it switched off, but a
 // call that was given up has not come to its end.
 void Synthesiser::clearEmphasis() {
-  currentListener = nullptr;
+  currentSound = nullptr;
   synthesise(
       L"\x01"
       L"1F ",
@@ -160,6 +171,16 @@ void Synthesiser::clearEmphasis() {
 
 bool Synthesiser::speak(const Input& input, const Voice& voice, SynthesisListener& listener,
                         std::string& why) {
+  CallSound sound;
+  if (!call(input, voice, listener, sound, why)) return false;
+  sound.finish(input.finishes);
+  sound.addInnerMarks(input.innerMarks);
+  giveTo(listener, sound);
+  return true;
+}
+
+bool Synthesiser::call(const Input& input, const Voice& voice, const SynthesisListener& listener,
+                       CallSound& sound, std::string& why) {
   const std::lock_guard turn(m_turn);
   if (listener.cancelled()) return true;
   if (!startHeld(why)) return false;
@@ -168,13 +189,14 @@ bool Synthesiser::speak(const Input& input, const Voice& voice, SynthesisListene
     return false;
   }
   if (m_cutShort) clearEmphasis();
+  currentSound = &sound;
   currentListener = &listener;
-  listenerFailed = false;
+  outOfMemory = false;
   const espeak_ERROR result = synthesise(
       input.text, (input.hasPhones ? espeakPHONEMES : 0u) | (input.endPause ? espeakENDPAUSE : 0u));
-  currentListener = nullptr;
-  m_cutShort = listenerFailed || result != EE_OK || listener.cancelled();
-  if (listenerFailed) {
+  currentSound = nullptr;
+  m_cutShort = outOfMemory || result != EE_OK || listener.cancelled();
+  if (outOfMemory) {
     why = "memory is out";
     return false;
   }

@@ -12,8 +12,10 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "annotations.h"
+#include "call_sound.h"
 
 namespace kavrel {
 
@@ -22,7 +24,8 @@ class Voice;
 // Samples per second, everywhere in the engine; mono, 16 bits.
 inline constexpr int kSampleRate = 22050;
 
-// Takes what a call gives, in order of time. Samples are counted from the start of the call.
+// Takes what a call gives: the events, in order of time, and behind them the sound. Samples are
+// counted from the start of the call.
 class SynthesisListener {
  public:
   virtual ~SynthesisListener() = default;
@@ -53,10 +56,9 @@ class Synthesiser {
  public:
   // What can be set without a command; see the commands of the same names in Plan.
   struct Settings {
-    int rate = 180;    // words per minute, 80 to 600
-    int pitch = 50;    // 0 to 99; Voice knows what it comes to
-    int range = 50;    // 0 to 99
-    int volume = 100;  // percent
+    int rate = 180;  // 80 to 449, about words per minute; Plan knows what it comes to
+    int pitch = 50;  // 0 to 99; Voice knows what it comes to
+    int range = 50;  // 0 to 99
 
     bool operator==(const Settings&) const = default;
   };
@@ -66,6 +68,10 @@ class Synthesiser {
     std::wstring text;
     // In force until a command says otherwise. A command costs a few milliseconds of silence.
     Settings settings;
+    // What is done to the sound behind the synthesiser, in order of the marks.
+    std::vector<CallSound::Finish> finishes;
+    // Marks that have no command.
+    std::vector<CallSound::InnerMark> innerMarks;
     // "[[" … "]]" in `text` enclose phones in the synthesiser's notation.
     bool hasPhones = false;
     // Ends with the pause that belongs to the last character.
@@ -86,6 +92,8 @@ class Synthesiser {
 
  private:
   bool startHeld(std::string& why);
+  bool call(const Input& input, const Voice& voice, const SynthesisListener& listener,
+            CallSound& sound, std::string& why);
   void clearEmphasis();
 
   TicketLock m_turn;

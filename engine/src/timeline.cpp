@@ -15,8 +15,7 @@ constexpr std::array<std::int16_t, 4096> kSilence{};
 
 void Timeline::append(Piece&& piece) {
   for (Entry& entry : piece.entries) {
-    // At the fastest rates the synthesiser gives events places behind the sound, which would never
-    // be reached.
+    // What lay behind its sound would never be reached.
     entry.sample = m_end + std::min<std::uint64_t>(entry.sample, piece.length());
     m_entries.push_back(std::move(entry));
   }

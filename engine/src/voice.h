@@ -47,6 +47,8 @@ class Voice {
   // The synthesiser's pitch setting, 0 to 99, that gives a median of `hertz` at range setting
   // `range`; the nearest one for what the voice cannot reach.
   int pitchFor(double hertz, int range) const;
+  // The median in Hz where a text sets none.
+  double ownPitch() const { return medianAt(kMiddleSetting); }
   // The synthesiser's range setting, 0 to 99, with which the pitch moves over `hertz`, the highest
   // and lowest twentieth left out.
   int rangeFor(double hertz) const;

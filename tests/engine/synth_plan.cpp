@@ -72,7 +72,7 @@ TEST(SynthPlan, PutsAMarkInFrontOfEveryWord) {
   EXPECT_EQ(steps[0].marks, (std::vector<std::size_t>{0, 1}));
   EXPECT_TRUE(steps[0].audible);
   EXPECT_TRUE(steps[0].input.endPause);
-  EXPECT_EQ(steps[0].input.settings, (kavrel::Synthesiser::Settings{180, 50, 50, 100}));
+  EXPECT_EQ(steps[0].input.settings, (kavrel::Synthesiser::Settings{180, 50, 50}));
 }
 
 TEST(SynthPlan, LeavesThePauseOutWhenTheSentenceGoesOn) {
@@ -90,23 +90,54 @@ TEST(SynthPlan, EndsACallAtABreak) {
 }
 
 TEST(SynthPlan, TakesTheFirstWordsStyleAsSettingAndLaterOnesAsCommands) {
-  const Style fast = style([](Style& s) { s.rate = 300; });
+  const Style slow = style([](Style& s) { s.rate = 80; });
+  const Style high = style([](Style& s) { s.pitch = 150; });
+  const auto steps = planned({word(L"a", slow), word(L"b", high)});
+  EXPECT_EQ(steps[0].input.settings.rate, 80);
+  EXPECT_EQ(steps[0].input.settings.pitch, 50);
+  EXPECT_TRUE(visible(steps[0]).starts_with("^1M a ^180S ^")) << visible(steps[0]);
+  EXPECT_TRUE(visible(steps[0]).ends_with("P ^2M b ")) << visible(steps[0]);
+}
+
+TEST(SynthPlan, LeavesVolumeAndSpeedToWhatIsDoneToTheSound) {
+  using Finish = kavrel::CallSound::Finish;
   const Style quiet = style([](Style& s) { s.volume = 40; });
-  const auto steps = planned({word(L"a", fast), word(L"b", quiet)});
-  EXPECT_EQ(steps[0].input.settings.rate, 300);
-  EXPECT_EQ(visible(steps[0]), "^1M a ^180S ^40A ^2M b ");
+  const Style fast = style([](Style& s) { s.rate = 432; });
+  const auto steps = planned({word(L"a", quiet), word(L"b"), word(L"c", fast)});
+  ASSERT_EQ(steps.size(), 1u);
+  EXPECT_EQ(visible(steps[0]), "^1M a ^2M b ^220S ^3M c ");
+  EXPECT_EQ(steps[0].input.finishes,
+            (std::vector<Finish>{{0, 40, 1, 1}, {2, 100, 1, 1}, {3, 100, 1.2, 2}}));
+}
+
+TEST(SynthPlan, HasNoCommandForAMarkInsideAWord) {
+  Item mark;
+  mark.kind = Item::Kind::Mark;
+  mark.share = 0.25;
+  const auto steps = planned({word(L"a"), mark, word(L"b")});
+  EXPECT_EQ(visible(steps[0]), "^1M a ^3M b ");
+  EXPECT_EQ(steps[0].marks, (std::vector<std::size_t>{0, 1, 2}));
+  EXPECT_EQ(steps[0].input.innerMarks, (std::vector<kavrel::CallSound::InnerMark>{{2, 0.25}}));
+}
+
+TEST(SynthPlan, WritesAMinusThatTheSynthesiserReads) {
+  EXPECT_EQ(planned({word(L"-5")})[0].input.text.substr(4),
+            L"\x2212"
+            L"5 ");
+  EXPECT_EQ(visible(planned({word(L"-a")})[0]), "^1M -a ");
+  EXPECT_EQ(visible(planned({word(L"5-6")})[0]), "^1M 5-6 ");
 }
 
 TEST(SynthPlan, SwitchesEmphasisOffAtTheEndOfACall) {
   const Style strong = style([](Style& s) { s.emphasis = true; });
   EXPECT_EQ(visible(planned({word(L"a", strong)})[0]), "^4F ^1M a ^1F ");
-  EXPECT_EQ(visible(planned({word(L"a", strong), word(L"b")})[0]), "^4F ^1M a ^100A ^1F ^2M b ");
+  EXPECT_EQ(visible(planned({word(L"a", strong), word(L"b")})[0]), "^4F ^1M a ^1F ^2M b ");
 }
 
 TEST(SynthPlan, SpellsAndSetsDigitsApart) {
   const Style spelled = style([](Style& s) { s.spellOut = true; });
   const Style digits = style([](Style& s) { s.digits = true; });
-  EXPECT_EQ(visible(planned({word(L"cat", spelled), word(L"x")})[0]), "^20Y ^1M cat ^0Y ^2M x ");
+  EXPECT_EQ(visible(planned({word(L"cat", spelled), word(L"x")})[0]), "^18Y ^1M cat ^0Y ^2M x ");
   EXPECT_EQ(visible(planned({word(L"1984.", digits)})[0]), "^1M 1 9 8 4. ");
 }
 
@@ -114,10 +145,13 @@ TEST(SynthPlan, KeepsRatesAndVolumesWithinWhatTheSynthesiserTakes) {
   const Style low = style([](Style& s) { s.rate = 1, s.volume = 0, s.pitch = 1, s.range = 0; });
   const Style high =
       style([](Style& s) { s.rate = 1e9, s.volume = 1e9, s.pitch = 1e9, s.range = 1e9; });
-  EXPECT_EQ(planned({word(L"a", low)})[0].input.settings,
-            (kavrel::Synthesiser::Settings{80, 0, 0, 0}));
-  EXPECT_EQ(planned({word(L"a", high)})[0].input.settings,
-            (kavrel::Synthesiser::Settings{600, 99, 99, 300}));
+  const auto slow = planned({word(L"a", low)})[0].input;
+  EXPECT_EQ(slow.settings, (kavrel::Synthesiser::Settings{80, 0, 0}));
+  EXPECT_EQ(slow.finishes[0].volume, 0);
+  const auto fast = planned({word(L"a", high)})[0].input;
+  EXPECT_EQ(fast.settings, (kavrel::Synthesiser::Settings{220, 99, 99}));
+  EXPECT_EQ(fast.finishes[0].volume, 300);
+  EXPECT_NEAR(fast.finishes[0].speed, 600.0 / 216, 0.01);
 }
 
 TEST(SynthPlan, HasThePitchThatTheVoiceIsSaidToHave) {
