@@ -1,0 +1,101 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+//
+// The engine's way from a marked-up text to what the synthesiser is asked for: every item is
+// planned, once and in order, every word of the text is reported once, in order and at its place,
+// and no call is longer than the synthesiser bears. Nothing is synthesised. Input: the text.
+#include <algorithm>
+#include <string>
+
+#include "Fuzz.h"
+#include "markup.h"
+#include "plan.h"
+#include "sentence.h"
+#include "style.h"
+#include "voice.h"
+#include "words.h"
+
+namespace {
+
+using kavrel::Item;
+using kavrel::MarkupEvent;
+using kavrel::SentenceReader;
+using kavrel::Step;
+
+// How many tokens with a word in them the text has at least, read off the scanner's pieces: what
+// stands between blanks, breaks and phoneme elements.
+std::size_t countWords(std::string_view text) {
+  std::size_t count = 0;
+  std::vector<kavrel::Letter> token;
+  const auto endToken = [&] {
+    if (!kavrel::wordOf(token).empty()) ++count;
+    token.clear();
+  };
+  kavrel::MarkupScanner scanner(text);
+  kavrel::StyleStack styles;
+  for (;;) {
+    const MarkupEvent event = scanner.next();
+    const bool starts = event.kind == MarkupEvent::Kind::StartTag;
+    if (event.kind == MarkupEvent::Kind::Character && !styles.insidePhoneme()) {
+      if (kavrel::isBlank(event.character)) {
+        endToken();
+      } else {
+        token.push_back({event.character, event.start, event.end - event.start});
+      }
+    }
+    if (event.kind == MarkupEvent::Kind::End || (starts && event.name == "break")) endToken();
+    if (starts && event.name == "phoneme" && !styles.insidePhoneme()) endToken();
+    if (starts && !event.empty && event.name != "mark" && event.name != "break") {
+      styles.open(event);
+    }
+    if (event.kind == MarkupEvent::Kind::EndTag) styles.close(event.name);
+    if (event.kind == MarkupEvent::Kind::End) return count;
+  }
+}
+
+void checkPlan(const kavrel::Sentence& sentence) {
+  kavrel::Plan plan(sentence, kavrel::defaultVoice());
+  Step step;
+  std::size_t next = 0;
+  while (plan.next(step)) {
+    if (step.isBreak) {
+      fuzz::require(step.breakItem == next++, "breaks are planned in order");
+      continue;
+    }
+    for (const std::size_t item : step.marks) {
+      fuzz::require(item == next++, "items are planned once and in order");
+    }
+    fuzz::require(step.input.text.size() < 2000, "calls are short");
+    int last = 0;
+    for (const auto& inner : step.input.innerMarks) {
+      fuzz::require(inner.mark > last && inner.share >= 0 && inner.share < 1, "marks are in order");
+      last = inner.mark;
+    }
+    for (const auto& finish : step.input.finishes) {
+      fuzz::require(finish.speed >= 1 && finish.volume >= 0, "finishes are possible");
+    }
+  }
+  fuzz::require(next == sentence.items.size(), "all items are planned");
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const std::string_view text = fuzz::viewOf(data, size);
+  SentenceReader reader(text);
+  kavrel::Sentence sentence;
+  std::size_t words = 0;
+  std::uint64_t reached = 0;
+  while (reader.next(sentence)) {
+    checkPlan(sentence);
+    for (const Item& item : sentence.items) {
+      fuzz::require(std::uint64_t{item.start} + item.length <= size, "places are in the text");
+      if (item.kind != Item::Kind::Word || !item.reported) continue;
+      ++words;
+      fuzz::require(item.length > 0 && item.start >= reached, "words follow each other");
+      reached = std::uint64_t{item.start} + item.length;
+    }
+  }
+  // A tag behind a full stop, or a token that is too long, makes two words of what has no blank.
+  fuzz::require(words >= countWords(text), "every word is reported");
+  return 0;
+}
