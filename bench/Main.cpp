@@ -29,6 +29,12 @@
 //   P10/end-to-done            from the engine's END to the client's speech-done: two threads
 //   P11/open-close             a channel that never speaks
 //   P14/load                   the plug-in into a fresh process: load, twelve look-ups, unload
+//   P12/stop-now               from a stop at once to speech-done, with the real engine; -in-file:
+//                              while it writes to a file as fast as it can
+//   P13/speak-to-sound         from SESpeakBuffer to the first sound that is given to the output
+//   P15/file                   kavrel-say speaks 100 kB into a file, by the clock; and how much
+//                              longer it takes than espeak-ng's own command line, one after the
+//                              other
 //   P16/peak                   the most heap that P2, P3 and P4 hold, divided by the text's length,
 //                              the text itself not counted; peak-with-copies: and the copies
 //                              of the results that a caller takes
@@ -97,6 +103,9 @@ int main(int argc, char** argv) {
   bench::registerConversions();
   bench::registerOffsets();
   bench::registerChannels();
+#ifdef KAVREL_BENCH_SPEECH
+  bench::registerSpeech();
+#endif
   bench::registerAnchors();
   bench::Collector collector;
   collector.SetErrorStream(&std::cerr);

@@ -136,7 +136,12 @@ std::vector<Mark> allMarks() {
       {"P9", "P9/speak-to-engine/56B", Microseconds, 60, 15, "anchor/expat/56B", ""},
       {"P10", "P10/end-to-done", Microseconds, 250, 100, "anchor/two-threads", ""},
       {"P11", "P11/open-close", Microseconds, 30, 10, "", ""},
+      {"P12", "P12/stop-now", Milliseconds, 20, 1, "", ""},
+      {"P12", "P12/stop-now-in-file", Milliseconds, 20, 1, "", ""},
+      {"P13", "P13/speak-to-sound/56B", Milliseconds, 10, 2, "anchor/synthesiser/56B", ""},
       {"P14", "P14/load", Milliseconds, 10, 1, "anchor/load-libraries", ""},
+      {"P15", "P15/file/100kB", Milliseconds, 0, 0, "", ""},
+      {"P15", "P15/file/100kB", Times, 1, 0.6, "", ""},
       {"P16", "P16/peak/no-commands/16MB", Times, 8, 3, "", ""},
       {"P16", "P16/peak-with-copies/no-commands/16MB", Times, 0, 0, "", ""},
       {"P16", "P16/peak/command-per-200/16MB", Times, 8, 3, "", ""},
@@ -156,6 +161,7 @@ std::vector<Mark> allMarks() {
   marks.push_back({"", "anchor/sort/100000", Milliseconds, 0, 0, "", ""});
   marks.push_back({"", "anchor/two-threads", Microseconds, 0, 0, "", ""});
   marks.push_back({"", "anchor/load-libraries", Milliseconds, 0, 0, "", ""});
+  marks.push_back({"", "anchor/synthesiser/56B", Milliseconds, 0, 0, "", ""});
   return marks;
 }
 
@@ -203,6 +209,7 @@ std::vector<double> Collector::figures(const Mark& mark) const {
     if (!longer.empty()) figures.push_back(median(longer) / median(measured.seconds));
   } else if (mark.unit == Unit::Times) {
     figures = counter("held_per_byte");
+    if (figures.empty()) figures = counter("ratio");
   } else if (mark.unit == Unit::MegabytesPerSecond) {
     for (const double bytes : counter("bytes_per_second")) figures.push_back(bytes / 1e6);
   } else {

@@ -24,6 +24,7 @@ void registerAnchors();
 __attribute__((visibility("default"))) void registerChannels();
 void registerConversions();
 void registerOffsets();
+void registerSpeech();
 
 // Counts `bytes` for each iteration, so that the run has a speed.
 inline void countBytes(benchmark::State& state, std::size_t bytes) {
