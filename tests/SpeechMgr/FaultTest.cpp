@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Channels when the conversion fails, when the client calls back into the channel from text-done,
-// and when everything happens in any order. tests/faults has faults of all other kinds.
+// Channels when the conversion fails, and when the client calls back into the channel from
+// text-done. tests/faults has faults of all other kinds.
 
-#include <random>
 #include <utility>
 
 #include "ChannelTest.h"
@@ -108,88 +107,6 @@ TEST_F(InsideTextDone, AnotherChannelMaySpeak) {
   const SpeechChannelIdentifier other = open();
   EXPECT_EQ(speakDoing(id, [&] { EXPECT_EQ(speak(other, "other"), noErr); }), noErr);
   EXPECT_EQ(engine().count(Op::Speak), 2);
-}
-
-// ---- Everything in any order
-// ---------------------------------------------------------------------
-
-// The state table, with the steps that it knows. Jobs end when the test says so or by a stop.
-class Model {
- public:
-  long speak() {
-    if (m_status != STATUS_IDLE) return synthNotReady;
-    m_status = STATUS_BUSY;
-    m_job = true;
-    return noErr;
-  }
-  long pause() {
-    if (m_status == STATUS_PAUSED) return noErr;
-    m_status = STATUS_PAUSED;
-    return m_job ? noErr : -1;
-  }
-  long unpause() {
-    if (m_status != STATUS_PAUSED) return noErr;
-    m_status = STATUS_BUSY;
-    return m_job ? noErr : -1;
-  }
-  // Of the job, or of none: a channel that was paused while idle counts as having one.
-  bool finish() {
-    const bool finished = m_status == STATUS_BUSY || m_status == STATUS_PAUSED;
-    m_status = STATUS_IDLE;
-    m_job = false;
-    return finished;
-  }
-  bool hasJob() const { return m_job; }
-  channel_status_t status() const { return m_status; }
-
- private:
-  channel_status_t m_status = STATUS_IDLE;
-  bool m_job = false;
-};
-
-TEST_F(Faults, RandomStepsFollowTheStateTable) {
-  const unsigned int seed = std::random_device()();
-  SCOPED_TRACE(testing::Message() << "seed " << seed);
-  std::mt19937 random(seed);
-  const SpeechChannelIdentifier id = open();
-  engine().recordCalls(false);
-  Model model;
-  int signalled = 0;
-  for (int step = 0; step < 3000 && !HasFailure(); ++step) {
-    switch (random() % 6) {
-      case 0:
-      case 1:
-        EXPECT_EQ(speak(id, "Hello"), model.speak());
-        break;
-      case 2:
-        EXPECT_EQ(SEPauseSpeechAt(id, random() % 4), model.pause());
-        break;
-      case 3:
-        EXPECT_EQ(SEContinueSpeech(id), model.unpause());
-        break;
-      case 4:
-        EXPECT_EQ(SEStopSpeechAt(id, random() % 4), noErr);
-        if (model.finish()) ++signalled;
-        break;
-      case 5:
-        if (!model.hasJob()) break;
-        engine().port(1).end();
-        model.finish();
-        ++signalled;
-        break;
-    }
-    ASSERT_TRUE(client().waitForDone(signalled)) << "step " << step;
-    ASSERT_EQ(status(id), model.status()) << "step " << step;
-  }
-  EXPECT_EQ(client().count("done"), signalled);
-}
-
-TEST_F(Faults, OpeningAndClosingManyTimesKeepsOnlyWhatIsMeantToBeKept) {
-  engine().recordCalls(false);
-  for (int i = 0; i < 5000; ++i) close(openBare());
-  EXPECT_EQ(engine().live().parameterSets, 5000);
-  EXPECT_EQ(engine().live().blocks, 0);
-  EXPECT_EQ(engine().live().ports, 0);
 }
 
 }  // namespace

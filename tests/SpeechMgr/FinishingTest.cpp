@@ -3,7 +3,6 @@
 // The end of a job: exactly one speech-done, on a thread of its own, with the channel idle;
 // whatever the engine does with its END, and whatever the client does inside the callback.
 
-#include <array>
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
@@ -340,24 +339,6 @@ TEST_F(Finishing, TheChannelMayBeClosedInsideSpeechDoneOfAStop) {
   EXPECT_EQ(find_channel(id), nullptr);
 }
 
-TEST_F(Finishing, AThousandJobsMayBeChainedInsideSpeechDone) {
-  const SpeechChannelIdentifier id = open();
-  engine().everyJob(Script().end(), When::OnEngineThread);
-  engine().recordCalls(false);
-  std::atomic<int> left = 999;
-  std::atomic<int> refused = 0;
-  client().onDone = [&](auto channel) {
-    if (left-- > 0 && speak(channel, "again") != noErr) ++refused;
-  };
-  ASSERT_EQ(speak(id, "Hello"), noErr);
-  ASSERT_TRUE(client().waitForDone(1000));
-  settle();
-  EXPECT_EQ(refused, 0);
-  EXPECT_EQ(client().count("done"), 1000);
-  EXPECT_EQ(engine().count(Op::Speak), 1000);
-  EXPECT_EQ(engine().ports(), 1);
-}
-
 TEST_F(Finishing, EveryEntryPointMayBeCalledInsideSpeechDone) {
   const SpeechChannelIdentifier id = open();
   std::vector<long> results;
@@ -468,53 +449,6 @@ TEST_F(Finishing, ACallbackThatWaitsForTheLockOfAStopIsNotADeadlock) {
   ASSERT_TRUE(client().waitForDone());
   settle();
   EXPECT_EQ(client().count("done"), 1);
-}
-
-// ---- Many at once
-// --------------------------------------------------------------------------------
-
-TEST_F(Finishing, SixtyFourJobsThatEndTogetherAreEachSignalledOnce) {
-  std::vector<std::pair<Client*, SpeechChannelIdentifier>> all;
-  for (int i = 0; i < 64; ++i) {
-    Client& own = newClient();
-    all.emplace_back(&own, open(own));
-    ASSERT_EQ(speak(all.back().second, "Hello"), noErr);
-  }
-  for (int port = 1; port <= 64; ++port) engine().port(port).end();
-  for (const auto& [own, id] : all) {
-    EXPECT_TRUE(own->waitForDone());
-    EXPECT_EQ(status(id), STATUS_IDLE);
-  }
-  settle();
-  for (const auto& [own, id] : all) EXPECT_EQ(own->count("done"), 1);
-}
-
-TEST_F(Finishing, ManyThreadsSpeakAndStopOnChannelsOfTheirOwn) {
-  constexpr int kThreads = 4;
-  constexpr int kJobs = 50;
-  engine().everyJob(Script().word(22, 5).end(), When::OnEngineThread);
-  engine().recordCalls(false);
-  std::array<Client*, kThreads> clients{};
-  std::array<SpeechChannelIdentifier, kThreads> ids{};
-  for (std::size_t i = 0; i < kThreads; ++i) {
-    clients[i] = &newClient();
-    ids[i] = open(*clients[i]);
-  }
-  std::vector<std::thread> threads;
-  for (std::size_t i = 0; i < kThreads; ++i) {
-    threads.emplace_back([&, i] {
-      for (int job = 1; job <= kJobs; ++job) {
-        EXPECT_EQ(speak(ids[i], "Hello"), noErr);
-        if (job % 3 == 0) {
-          EXPECT_EQ(SEStopSpeechAt(ids[i], kImmediate), noErr);
-        }
-        EXPECT_TRUE(clients[i]->waitForDone(job));
-      }
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
-  settle();
-  for (const Client* own : clients) EXPECT_EQ(own->count("done"), kJobs);
 }
 
 }  // namespace
