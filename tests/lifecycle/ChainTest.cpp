@@ -5,7 +5,9 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <cstdint>
+#include <thread>
 
 #include <pthread.h>
 
@@ -45,7 +47,9 @@ class Chain : public ChannelTest {
       if (job < jobs && speak(channel, "again") != noErr) ++m_refused;
     };
     ASSERT_EQ(speak(id, "Hello"), noErr);
-    ASSERT_TRUE(eventually([&] { return m_jobs == jobs || m_refused > 0; }));
+    // However slow the machine: the whole test has a limit.
+    while (m_jobs < jobs && m_refused == 0)
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
     settle();
     EXPECT_EQ(m_refused, 0);
     EXPECT_EQ(client().count("done"), jobs);
@@ -61,13 +65,19 @@ class Chain : public ChannelTest {
   std::atomic<int> m_mostThreads = 0;
 };
 
-TEST_F(Chain, OfTenThousandJobsNeedsNoMoreStackAndThreadsThanOne) {
-  speakChain(10'000, When::OnEngineThread);
+TEST_F(Chain, OfJobsNeedsNoMoreStackAndThreadsThanOne) {
+  speakChain(2'000, When::OnEngineThread);
 }
 
 // END comes inside SESpeakBuffer, which is called inside speech-done.
 TEST_F(Chain, OfJobsThatEndBeforeSpeakReturnsDoesNotNest) {
-  speakChain(2'000, When::InsideSpeak);
+  speakChain(1'000, When::InsideSpeak);
+}
+
+using FullChain = Chain;
+
+TEST_F(FullChain, OfTenThousandJobsNeedsNoMoreStackAndThreadsThanOne) {
+  speakChain(10'000, When::OnEngineThread);
 }
 
 }  // namespace

@@ -127,7 +127,7 @@ long Scene::callEntry(SpeechChannelIdentifier id) {
 // ------------------------------------------------------------------------------------
 
 std::string Scene::play() {
-  const int threads = threadCount();
+  m_threads = threadCount();
   engine().reset();
   engine().everyJob(Script().word(22, 5).phoneme("ae", 22).bookmark("1").error("none").end(),
                     When::OnEngineThread);
@@ -141,7 +141,7 @@ std::string Scene::play() {
       m_row.entry == Entry::Speak && expectedAnswer() == noErr && m_target == Target::Another;
   expect(eventually([&] { return m_signalsAnother == (another ? 1 : 0); }),
          "speech-done comes on the other channel");
-  expect(eventually([&] { return threadCount() <= threads; }), "the threads end");
+  expect(threadsEnd(), "the threads end");
 
   expect(m_answered == (expectedAnswer() != kNever), "the callback comes, or never does");
   expect(m_answer == expectedAnswer(),
@@ -149,7 +149,7 @@ std::string Scene::play() {
   expect(m_signals == signals, "speech-done comes once a job");
   if (!closes(Target::Same)) speakAgain();
   closeChannels();
-  expect(eventually([&] { return threadCount() <= threads; }), "the threads end after the close");
+  expect(threadsEnd(), "the threads end after the close");
   expect(engine().heldLocks() == 0, "a lock is held");
   expect(engine().live().blocks == 0, "memory is left");
   for (const std::string& violation : engine().violations()) expect(false, violation);
@@ -175,9 +175,14 @@ void Scene::openChannels() {
 // Whatever the call has done to the channel, a stop makes it one that speaks.
 void Scene::speakAgain() {
   expect(SEStopSpeechAt(m_same, kImmediate) == noErr, "a stop afterwards");
-  expect(eventually([&] { return speak(m_same) == noErr; }), "the channel speaks again");
+  expect(threadsEnd(), "the threads end after the stop");
   const int before = m_signals;
+  expect(speak(m_same) == noErr, "the channel speaks again");
   expect(eventually([&] { return m_signals > before; }), "and says so");
+}
+
+bool Scene::threadsEnd() const {
+  return eventually([&] { return threadCount() <= m_threads; });
 }
 
 void Scene::closeChannels() {

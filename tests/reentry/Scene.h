@@ -33,12 +33,15 @@ class Scene {
   long callEntry(SpeechChannelIdentifier id);
   void speakAgain();
   void closeChannels();
+  // Whether no thread of the plug-in or the engine is left; waits for it.
+  bool threadsEnd() const;
 
   SpeechChannelIdentifier target() const;
   long expectedAnswer() const;
   bool closes(Target target) const;
   void expect(bool holds, const std::string& what);
 
+  int m_threads = 0;  // before the play
   const Row& m_row;
   const Target m_target;
   SpeechChannelIdentifier m_same = 0;
