@@ -263,9 +263,9 @@ KAVREL_API kavrel_result_t kavrel_event_get_text(kavrel_event_struct* event, cha
 /* Stores the event's place in the text given to kavrel_port_speak_text, in bytes. WORD: the word,
  * entities and tags inside it at their full length. PHONEME: the word that the phone belongs to.
  * SENTENCE: the sentence. BOOKMARK: the mark element, its tag at full length. START: 0 and the
- * length of the text. END: 0 length, at the end of the text, or where it was stopped: at the current
- * word, or at its end when it was spoken whole. Either pointer may be null.
- * Results: KAVREL_SUCCESS, KAVREL_INVALID_POINTER (event).  [callback] */
+ * length of the text. END: 0 length, at the end of the text, or where it was stopped: at the
+ * current word, or at its end when it was spoken whole. Either pointer may be null. Results:
+ * KAVREL_SUCCESS, KAVREL_INVALID_POINTER (event).  [callback] */
 KAVREL_API kavrel_result_t kavrel_event_get_textpos(kavrel_event_struct* event, int* start,
                                                     int* length);
 
