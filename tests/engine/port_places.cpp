@@ -2,6 +2,7 @@
 //
 // Stopping and pausing at places, in a file and where there is sound output: on a device, or
 // against the clock, as the program that this is part of is set up.
+#include <array>
 #include <string>
 #include <vector>
 
@@ -189,6 +190,31 @@ TEST_P(PortPlaces, StopEndsAPausedJobWhereItStands) {
   ASSERT_EQ(kavrel_port_stop(speaker.port(), speaker.job(), KAVREL_EVENT_SENTENCE), KAVREL_SUCCESS);
   ASSERT_EQ(kavrel_port_wait(speaker.port(), speaker.job()), KAVREL_SUCCESS);
   EXPECT_EQ(texts(speaker.events(KAVREL_EVENT_WORD)), (Texts{"One", "two"}));
+}
+
+// Each state that a job can be stopped in, by what is asked of it before; and each place.
+TEST_P(PortPlaces, EndComesOnceWhereverAJobIsStopped) {
+  constexpr kavrel_event_t kNotPaused = KAVREL_EVENT_NONE;
+  constexpr std::array kPlaces{KAVREL_EVENT_NOW, KAVREL_EVENT_WORD, KAVREL_EVENT_SENTENCE};
+  for (const kavrel_event_t pause :
+       {kNotPaused, KAVREL_EVENT_NOW, KAVREL_EVENT_WORD, KAVREL_EVENT_SENTENCE}) {
+    for (const kavrel_event_t stop : kPlaces) {
+      SCOPED_TRACE(testing::Message() << "pause " << pause << ", stop " << stop);
+      Speaker speaker(output(), KAVREL_EVENT_WORD | KAVREL_EVENT_END);
+      atWord(speaker, "One", [&] {
+        if (pause != kNotPaused) kavrel_port_pause(speaker.port(), nullptr, pause);
+        kavrel_port_stop(speaker.port(), nullptr, stop);
+      });
+      const Texts words = texts(speaker.speakAll(text()));
+      // A stop overtakes a pause that waits, and ends a paused job where it stands.
+      const bool atOnce = stop == KAVREL_EVENT_NOW || pause == KAVREL_EVENT_NOW;
+      const bool wholeSentence = !atOnce && stop == KAVREL_EVENT_SENTENCE;
+      EXPECT_EQ(words, wholeSentence ? (Texts{"One", "two", "three", ""}) : (Texts{"One", ""}));
+      EXPECT_EQ(speaker.events(KAVREL_EVENT_END).size(), 1u);
+      EXPECT_EQ(kavrel_port_pause(speaker.port(), speaker.job(), KAVREL_EVENT_NOW),
+                KAVREL_OBJECT_NOT_FOUND);
+    }
+  }
 }
 
 TEST_P(PortPlaces, EventsAtOnceComeInTheSameOrder) {
