@@ -31,7 +31,7 @@ constexpr std::uint64_t kTail = kSampleRate * 15 / 1000;
 
 // How much faster than its rate the sound is believed to run, so that a device whose clock is not
 // ours is kept up with.
-constexpr double kMostRate = kSampleRate * 1.01;
+constexpr double kMostRate = kSampleRate * 1.005;
 
 // Said when the first job finds no device, and again when there has been one in between.
 std::atomic<bool> saidNoDevice = false;
@@ -163,7 +163,7 @@ void DeviceSink::start() {
   m_started = true;
   m_stuck = {};
   m_seenAt = m_anchorTime = Clock::now();
-  m_anchorFrames = m_frames;
+  m_anchorFrames = std::max(m_frames, m_reported);
   if (m_stream->isLost() || !m_stream->start()) goOnInSilence();
 }
 
@@ -191,10 +191,7 @@ void DeviceSink::look() {
 std::uint64_t DeviceSink::heardFrames(Clock::time_point now) {
   const double seconds = std::chrono::duration<double>(now - m_anchorTime).count();
   const auto most = m_anchorFrames + static_cast<std::uint64_t>(seconds * kMostRate);
-  if (m_reported > most) return std::max(m_frames, most);
-  m_anchorFrames = std::max(m_frames, m_reported);
-  m_anchorTime = now;
-  return m_anchorFrames;
+  return std::max(m_frames, std::min(m_reported, most));
 }
 
 void DeviceSink::watch(bool moved, Clock::time_point now) {

@@ -67,7 +67,7 @@ class DeviceSink final : public Sink {
   Playback::Heard m_heard GUARDED_BY(m_lock);
   Clock::duration m_stuck GUARDED_BY(m_lock){};  // how long it has not moved
 
-  // Where and when the device was last behind, or began to play.
+  // Where and when the device last began to play.
   std::uint64_t m_anchorFrames GUARDED_BY(m_lock) = 0;
   Clock::time_point m_anchorTime GUARDED_BY(m_lock);
 };

@@ -57,15 +57,23 @@ TEST(Heard, EventsComeWithTheirSound) {
   Speaker speaker;
   speaker.speakAll(kText);
   const Recording heard = recorder.whenSilentFor(kQuiet);
-  const std::int64_t offset = compare(heard, reference).offset;
+  const Comparison found = compare(heard, reference);
+  ASSERT_EQ(found.places.size(), reference.samples.size());
   const std::vector<TimedEvent> events = observer.events();
   ASSERT_EQ(events.size(), reference.events.size());
+  std::vector<double> late;
   for (const TimedEvent& event : events) {
-    if (event.type == KAVREL_EVENT_START) continue;
-    const auto due = heard.timeOf(event.sample + static_cast<std::uint64_t>(offset));
-    EXPECT_NEAR(inMilliseconds(event.when - due), 0, 30 + kResolution + lateness.worst())
+    if (event.type == KAVREL_EVENT_START || event.type == KAVREL_EVENT_END) continue;
+    // The last one lies behind the last sample.
+    const auto due =
+        heard.timeOf(found.places.at(std::min<std::size_t>(event.sample, found.places.size() - 1)));
+    late.push_back(inMilliseconds(event.when - due));
+    // The engine's thread and the recorder's each wait for their turn.
+    EXPECT_NEAR(late.back(), 0, 30 + kResolution + 2 * lateness.worst())
         << event.type << ' ' << event.text << " at " << event.sample;
   }
+  std::sort(late.begin(), late.end());
+  EXPECT_NEAR(late[late.size() / 2], 0, 30 + kResolution + lateness.worst());
 }
 
 TEST(Heard, StopAtOnceIsSilence) {

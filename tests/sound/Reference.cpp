@@ -86,13 +86,18 @@ Comparison compare(const Recording& heard, const Reference& reference) {
   const auto first =
       std::find_if(expected.begin(), expected.end(), [](int sample) { return sample != 0; });
   Comparison result;
-  result.same = static_cast<std::size_t>(first - expected.begin());
-  result.offset =
-      static_cast<std::int64_t>(heard.firstSound()) - static_cast<std::int64_t>(result.same);
+  // The silence that the reference begins with is a part of the recording's.
+  const auto lead = static_cast<std::size_t>(first - expected.begin());
+  EXPECT_GE(heard.firstSound(), lead);
+  while (result.same < lead) {
+    result.places.push_back(heard.firstSound() + result.same - lead);
+    ++result.same;
+  }
   std::size_t added = 0;  // silence, here
   const std::size_t end = heard.lastSound() + 1;
   for (std::size_t at = heard.firstSound(); at < end && result.same < expected.size(); ++at) {
     if (heard.samples[at] == expected[result.same]) {
+      result.places.push_back(at);
       ++result.same;
       added = 0;
     } else if (heard.samples[at] == 0) {
@@ -105,7 +110,10 @@ Comparison compare(const Recording& heard, const Reference& reference) {
     }
   }
   // The silence at the end of the recording goes for that of the reference.
-  while (result.same < expected.size() && expected[result.same] == 0) ++result.same;
+  while (result.same < expected.size() && expected[result.same] == 0) {
+    result.places.push_back(result.places.back() + 1);
+    ++result.same;
+  }
   return result;
 }
 

@@ -53,8 +53,8 @@ class Observer {
 // far as it is the same, but silence may come in between: pauses, and what a server adds that gets
 // no time from the machine.
 struct Comparison {
-  // The sample of the recording that is the reference's sample 0, if no silence is added before it.
-  std::int64_t offset = 0;
+  // For each sample of the reference that was heard, the sample of the recording.
+  std::vector<std::size_t> places;
   std::size_t same = 0;     // how much of the reference was heard, from its start
   std::size_t pauseAt = 0;  // where in it the longest silence was added
   std::size_t pause = 0;    // how long that is; the silence at the end does not count
