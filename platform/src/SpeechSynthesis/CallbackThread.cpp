@@ -19,6 +19,8 @@ constexpr std::chrono::seconds kExitLimit{1};
 
 // Replaced in a forked child, never destroyed: the locks of the parent's may be held for ever.
 std::atomic<CallbackThread*> g_shared = nullptr;
+// The one replaced, in a child; it stays.
+[[maybe_unused]] std::atomic<CallbackThread*> g_ofParent = nullptr;
 
 }  // namespace
 
@@ -34,6 +36,7 @@ CallbackThread& CallbackThread::shared() {
 }
 
 void CallbackThread::makeForChild() {
+  g_ofParent = g_shared.load();
   g_shared = new CallbackThread;
 }
 

@@ -12,6 +12,8 @@ namespace {
 
 // Replaced in a forked child: the lock of the parent's may be held for ever.
 std::atomic<ChannelRegistry*> g_shared = nullptr;
+// The one replaced, in a child; it stays.
+[[maybe_unused]] std::atomic<ChannelRegistry*> g_ofParent = nullptr;
 
 }  // namespace
 
@@ -30,6 +32,7 @@ void ChannelRegistry::makeForChild() {
   // No handle of the parent's may name a channel of the child's.
   constexpr std::uintptr_t kGap = std::uintptr_t{1} << 20U;
   own->m_lastHandle = g_shared.load()->m_lastHandle + kGap;
+  g_ofParent = g_shared.load();
   g_shared = own;
 }
 
