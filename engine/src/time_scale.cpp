@@ -118,7 +118,8 @@ std::vector<std::int16_t> TimeScale::apply(std::span<const std::int16_t> samples
   std::ptrdiff_t before = -static_cast<std::ptrdiff_t>(kHop);
   const std::array<float, kHop>& rise = fadeIn();
   for (std::size_t at = 0; at < made.size(); at += kHop) {
-    const auto wanted = static_cast<std::ptrdiff_t>(originOf(static_cast<double>(at)));
+    const auto wanted =
+        static_cast<std::ptrdiff_t>(std::llround(originOf(static_cast<double>(at))));
     const std::ptrdiff_t model = before + static_cast<std::ptrdiff_t>(kHop);
     const std::ptrdiff_t place = bestPlace(samples, model, wanted);
     for (std::size_t i = 0; i < kHop && at + i < made.size(); ++i) {
