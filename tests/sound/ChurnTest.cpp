@@ -52,7 +52,11 @@ void expectNothingStays(int jobs) {
   EXPECT_EQ(speaker.events().size(), static_cast<std::size_t>(jobs) + 20);
   EXPECT_TRUE(threadsFallTo(threads));
   EXPECT_EQ(entriesIn("/proc/self/fd"), descriptors);
+#if !defined(__SANITIZE_ADDRESS__)  // which keeps what is released
   EXPECT_LT(residentMemory(), memory + 2'000'000);
+#else
+  static_cast<void>(memory);
+#endif
 }
 
 }  // namespace
