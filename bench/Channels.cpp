@@ -13,6 +13,7 @@
 #include <cstdio>
 #include <limits>
 #include <string>
+#include <vector>
 
 #include <pthread.h>
 
@@ -31,6 +32,30 @@ using Clock = std::chrono::steady_clock;
 double secondsBetween(Clock::time_point from, Clock::time_point to) {
   return std::chrono::duration<double>(to - from).count();
 }
+
+// The times of a run's iterations by the clock. Their median is the run's figure, since a thread
+// that others keep waiting now and then says nothing about the work.
+class ClockTimes {
+ public:
+  explicit ClockTimes(benchmark::State& state) : m_state(state) {}
+  ~ClockTimes() {
+    if (m_seconds.empty()) return;
+    const auto middle = m_seconds.begin() + static_cast<std::ptrdiff_t>(m_seconds.size() / 2);
+    std::nth_element(m_seconds.begin(), middle, m_seconds.end());
+    m_state.counters[kMedianSeconds] = *middle;
+  }
+  ClockTimes(const ClockTimes&) = delete;
+  ClockTimes& operator=(const ClockTimes&) = delete;
+
+  void add(double seconds) {
+    m_state.SetIterationTime(seconds);
+    m_seconds.push_back(seconds);
+  }
+
+ private:
+  benchmark::State& m_state;
+  std::vector<double> m_seconds;
+};
 
 // A moment that one thread notes and another one waits for; one at a time.
 class Moment {
@@ -82,13 +107,14 @@ class OpenChannel {
 };
 
 void speakToEngine(benchmark::State& state) {
+  ClockTimes times(state);
   OpenChannel channel;
   Moment started;
   scripted::engine().during(scripted::Op::Speak, [&] { started.note(); });
   while (state.KeepRunning()) {
     const Clock::time_point asked = Clock::now();
     if (!channel.speak(kUtterance)) state.SkipWithError("the channel does not speak");
-    state.SetIterationTime(secondsBetween(asked, started.take()));
+    times.add(secondsBetween(asked, started.take()));
     SEStopSpeechAt(channel.id(), kImmediate);
     channel.waitUntilDone();
   }
@@ -96,12 +122,13 @@ void speakToEngine(benchmark::State& state) {
 }
 
 void endToSpeechDone(benchmark::State& state) {
+  ClockTimes times(state);
   OpenChannel channel;
   while (state.KeepRunning()) {
     if (!channel.speak("Hello")) state.SkipWithError("the channel does not speak");
     const Clock::time_point ended = Clock::now();
     scripted::engine().port(1).end();
-    state.SetIterationTime(secondsBetween(ended, channel.waitUntilDone()));
+    times.add(secondsBetween(ended, channel.waitUntilDone()));
   }
 }
 
@@ -111,6 +138,7 @@ void startDetached(void* (*routine)(void*)) {
 }
 
 void chainTwoThreads(benchmark::State& state) {
+  ClockTimes times(state);
   static Moment reached;
   const auto last = [](void*) -> void* {
     reached.note();
@@ -124,7 +152,7 @@ void chainTwoThreads(benchmark::State& state) {
   while (state.KeepRunning()) {
     const Clock::time_point begun = Clock::now();
     startDetached(first);
-    state.SetIterationTime(secondsBetween(begun, reached.take()));
+    times.add(secondsBetween(begun, reached.take()));
   }
 }
 
@@ -196,6 +224,7 @@ class WordReports {
 };
 
 void reportWords(benchmark::State& state) {
+  ClockTimes times(state);
   constexpr int kLength = 10'000;
   OpenChannel channel;
   static std::atomic<std::int64_t> calls;
@@ -210,7 +239,7 @@ void reportWords(benchmark::State& state) {
   WordReports reports(find_channel(channel.id()));
   int place = 0;
   while (state.KeepRunning()) {
-    state.SetIterationTime(reports.at(place));
+    times.add(reports.at(place));
     place = (place + 7) % kLength;
   }
   if (calls == 0) state.SkipWithError("the client hears of no word");
@@ -226,13 +255,14 @@ double loadInFreshProcess(const std::string& arguments) {
 }
 
 void load(benchmark::State& state, const std::string& arguments) {
+  ClockTimes times(state);
   while (state.KeepRunning()) {
     const double seconds = loadInFreshProcess(arguments);
     if (seconds < 0) {
       state.SkipWithError("kavrel-bench-load failed");
       break;
     }
-    state.SetIterationTime(seconds);
+    times.add(seconds);
   }
 }
 

@@ -7,6 +7,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "Workloads.h"
 #include "workloads/HardTexts.h"
 
 namespace bench {
@@ -180,9 +181,10 @@ void Collector::ReportRuns(const std::vector<Run>& runs) {
     }
     Measured& measured = m_measured[name];
     // Processor time, unless the workload takes its own.
-    const bool byClock = run.run_name.time_type == "manual_time";
-    const double time = byClock ? run.real_accumulated_time : run.cpu_accumulated_time;
-    measured.seconds.push_back(time / static_cast<double>(run.iterations));
+    const auto own = run.counters.find(kMedianSeconds);
+    measured.seconds.push_back(own != run.counters.end() ? own->second.value
+                                                         : run.cpu_accumulated_time /
+                                                               static_cast<double>(run.iterations));
     for (const auto& [counter, value] : run.counters) {
       measured.counters[counter].push_back(value.value);
     }

@@ -19,6 +19,9 @@ constexpr std::size_t kLarge = 16 * kMegabyte;
 inline constexpr char kUtterance[] = "[[rate 200]]Hello [[emph +]]world[[slnc 300]] again now.";
 static_assert(sizeof kUtterance - 1 == 56);
 
+// A counter that, where a run has it, is the run's time for an iteration.
+inline constexpr char kMedianSeconds[] = "median_seconds";
+
 void registerAnchors();
 // In the library kavrel-bench-channels.
 __attribute__((visibility("default"))) void registerChannels();
