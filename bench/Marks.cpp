@@ -52,6 +52,15 @@ bool beats(const Mark& mark, double figure, double limit) {
   return mark.unit == Unit::MegabytesPerSecond ? figure >= limit : figure <= limit;
 }
 
+// For an iteration: processor time, unless the workload takes its own.
+double secondsOf(const benchmark::BenchmarkReporter::Run& run) {
+  const auto own = run.counters.find(kMedianSeconds);
+  if (own != run.counters.end()) return own->second.value;
+  const bool byClock = run.run_name.time_type == "manual_time";
+  const double time = byClock ? run.real_accumulated_time : run.cpu_accumulated_time;
+  return time / static_cast<double>(run.iterations);
+}
+
 std::string verdict(const Mark& mark, double figure) {
   if (mark.must == 0) return "";
   if (mark.aim != 0 && beats(mark, figure, mark.aim)) return "aim";
@@ -180,11 +189,7 @@ void Collector::ReportRuns(const std::vector<Run>& runs) {
       continue;
     }
     Measured& measured = m_measured[name];
-    // Processor time, unless the workload takes its own.
-    const auto own = run.counters.find(kMedianSeconds);
-    measured.seconds.push_back(own != run.counters.end() ? own->second.value
-                                                         : run.cpu_accumulated_time /
-                                                               static_cast<double>(run.iterations));
+    measured.seconds.push_back(secondsOf(run));
     for (const auto& [counter, value] : run.counters) {
       measured.counters[counter].push_back(value.value);
     }
