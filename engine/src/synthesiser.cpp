@@ -80,8 +80,7 @@ class KeepCharacterType {
 };
 
 // Commands in a text stay in force after it, so everything is set before each call.
-bool prepare(const Voice& voice, const Synthesiser::Settings& settings) {
-  if (espeak_SetVoiceByName(voice.synthesiserName().c_str()) != EE_OK) return false;
+void adopt(const Synthesiser::Settings& settings) {
   espeak_SetParameter(espeakRATE, settings.rate, 0);
   // Its own volume has no exact measure; see CallSound::finish.
   espeak_SetParameter(espeakVOLUME, 100, 0);
@@ -90,7 +89,6 @@ bool prepare(const Voice& voice, const Synthesiser::Settings& settings) {
   espeak_SetParameter(espeakPUNCTUATION, espeakPUNCT_NONE, 0);
   espeak_SetParameter(espeakCAPITALS, 0, 0);
   espeak_SetParameter(espeakWORDGAP, 0, 0);
-  return true;
 }
 
 espeak_ERROR synthesise(const std::wstring& text, unsigned flags) {
@@ -143,7 +141,7 @@ bool Synthesiser::start(std::string& why) {
 bool Synthesiser::hasVoice(const Voice& voice, std::string& why) {
   const std::lock_guard turn(m_turn);
   if (!startHeld(why)) return false;
-  if (!prepare(voice, Settings())) {
+  if (!use(voice)) {
     why = "language is not known to the synthesiser";
     return false;
   }
@@ -155,6 +153,17 @@ bool Synthesiser::hasVoice(const Voice& voice, std::string& why) {
     why = "variant is not known to the synthesiser";
     return false;
   }
+  return true;
+}
+
+// Setting a voice reads its files anew, so it is done only when another one is in force, or when
+// a call that was given up may have left this one unfinished.
+bool Synthesiser::use(const Voice& voice) {
+  const std::string name = voice.synthesiserName();
+  if (m_voiceInForce == name && !m_cutShort) return true;
+  m_voiceInForce.clear();
+  if (espeak_SetVoiceByName(name.c_str()) != EE_OK) return false;
+  m_voiceInForce = name;
   return true;
 }
 
@@ -184,10 +193,11 @@ bool Synthesiser::call(const Input& input, const Voice& voice, const SynthesisLi
   const std::lock_guard turn(m_turn);
   if (listener.cancelled()) return true;
   if (!startHeld(why)) return false;
-  if (!prepare(voice, input.settings)) {
+  if (!use(voice)) {
     why = "the voice is not known to the synthesiser";
     return false;
   }
+  adopt(input.settings);
   if (m_cutShort) clearEmphasis();
   currentSound = &sound;
   currentListener = &listener;

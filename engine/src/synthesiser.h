@@ -94,11 +94,13 @@ class Synthesiser {
   bool startHeld(std::string& why);
   bool call(const Input& input, const Voice& voice, const SynthesisListener& listener,
             CallSound& sound, std::string& why);
+  bool use(const Voice& voice);
   void clearEmphasis();
 
   TicketLock m_turn;
   // Used in one's turn only.
   bool m_started = false;
+  std::string m_voiceInForce;  // by the synthesiser's name; empty: none for certain
   bool m_cutShort = false;  // the last call was given up
 };
 
