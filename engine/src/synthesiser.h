@@ -101,7 +101,7 @@ class Synthesiser {
   // Used in one's turn only.
   bool m_started = false;
   std::string m_voiceInForce;  // by the synthesiser's name; empty: none for certain
-  bool m_cutShort = false;  // the last call was given up
+  bool m_cutShort = false;     // the last call was given up
 };
 
 }  // namespace kavrel

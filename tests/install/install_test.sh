@@ -58,6 +58,13 @@ case $what in
     "$folder/project/client" "$folder/client.aiff"
     check_sound "$folder/client.aiff" 20000
     ;;
+  clients)
+    # The programs in tests/clients, each with its own test.
+    rm -rf "$folder/clients"
+    PKG_CONFIG_PATH=$prefix/lib/pkgconfig cmake -S "$here/../clients" -B "$folder/clients" -G Ninja >/dev/null
+    cmake --build "$folder/clients" >/dev/null
+    LD_LIBRARY_PATH=$prefix/lib ctest --test-dir "$folder/clients" --no-tests=error --output-on-failure
+    ;;
   speak) speak_from "$prefix" ;;
   moved)
     rm -rf "$folder/elsewhere"
@@ -75,6 +82,9 @@ case $what in
     dpkg-deb --info "$package" | tee "$folder/package.info"
     grep -q '^ Depends:.*libespeak-ng1' "$folder/package.info" || fail 'The package forgets its libraries.'
     dpkg-deb -x "$package" "$folder/package/root"
+    for page in kavrel-say kavrel-ssml; do
+      [[ -e $folder/package/root/usr/share/man/man1/$page.1 ]] || fail "The package has no page $page(1)."
+    done
     speak_from "$folder/package/root/usr"
     ;;
   *) fail "unknown test $what" ;;
