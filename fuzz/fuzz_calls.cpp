@@ -205,8 +205,9 @@ void Sequence::call(char letter, Channel& channel, std::string_view rest) {
     case 'o':
       return open(channel);
     case 'x':
-      fuzz::require(SECloseSpeechChannel(channel.id) == (channel.open ? long{noErr} : long{noSynthFound}),
-                    "close's result");
+      fuzz::require(
+          SECloseSpeechChannel(channel.id) == (channel.open ? long{noErr} : long{noSynthFound}),
+          "close's result");
       channel.open = false;
       return;
     case 's':
