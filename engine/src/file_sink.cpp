@@ -113,7 +113,10 @@ FileSink::~FileSink() {
 bool FileSink::write(std::span<const std::int16_t> samples) {
   while (!samples.empty()) {
     const std::size_t count = std::min(samples.size(), kBlockSamples - m_block.size());
-    for (const std::int16_t sample : samples.first(count)) m_block.push_back(bigEndian(sample));
+    const std::size_t begin = m_block.size();
+    m_block.resize(begin + count);
+    std::transform(samples.begin(), samples.begin() + static_cast<std::ptrdiff_t>(count),
+                   m_block.begin() + static_cast<std::ptrdiff_t>(begin), bigEndian);
     samples = samples.subspan(count);
     if (m_block.size() == kBlockSamples && !flush()) return false;
   }

@@ -18,6 +18,9 @@ namespace {
 constexpr std::uint64_t kMaxWrite = 4096;
 // How long a wait bears with a callback that does not return, counted from the end of the sound.
 constexpr std::chrono::seconds kCallbackGrace(1);
+// The most entries that wait for their sound while more are produced. A text may have any number of
+// marks in one place; a second of speech has far fewer entries.
+constexpr std::size_t kMaxWaiting = 4096;
 constexpr std::uint64_t kNoEntry = std::numeric_limits<std::uint64_t>::max();
 
 }  // namespace
@@ -85,13 +88,16 @@ bool Job::deliverDue() {
   const Entry* const entry = m_timeline.nextEntry();
   if (entry == nullptr) return false;
   if (m_cut.has_value() && m_timeline.takenCount() >= m_cut->entry) return false;
-  // Without any sound there is nothing to wait for.
-  const bool due = m_request.eventsImmediate ? entry->sample <= m_written
-                   : m_timeline.end() == 0   ? m_allProduced
-                                             : m_sink.hasReached(entry->sample);
-  if (!due) return false;
+  if (!isDue(*entry)) return false;
   deliver(Entry(m_timeline.takeEntry()));
   return true;
+}
+
+bool Job::isDue(const Entry& entry) {
+  if (m_request.eventsImmediate) return entry.sample <= m_written;
+  if (m_sink.hasReached(entry.sample)) return true;
+  // Without any sound there is nothing to wait for, nor can more be kept than this.
+  return m_timeline.end() == 0 && (m_allProduced || m_timeline.waitingCount() >= kMaxWaiting);
 }
 
 // Finds where a pause or stop takes hold that waits for its place.
@@ -154,8 +160,13 @@ bool Job::writeMore() {
   return true;
 }
 
+// Sound that is still to be heard makes room when entries are too many.
+bool Job::mayProduce() {
+  return !m_allProduced && !m_cut.has_value() && m_timeline.waitingCount() < kMaxWaiting;
+}
+
 bool Job::produceMore(Pipeline& producer) {
-  if (m_allProduced || m_cut.has_value()) return false;
+  if (!mayProduce()) return false;
   const bool seeksCut = m_stopAt.has_value() || m_pauseAt.has_value();
   if (!seeksCut && m_timeline.end() >= m_sink.heard() + std::max<std::uint64_t>(m_sink.lead(), 1)) {
     return false;
@@ -191,7 +202,7 @@ Clock::time_point Job::nextDue() {
   std::uint64_t position = end;
   const Entry* const entry = m_timeline.nextEntry();
   if (entry != nullptr && !m_request.eventsImmediate) position = std::min(position, entry->sample);
-  const bool moreToWrite = m_written < end || (!m_allProduced && !m_cut.has_value());
+  const bool moreToWrite = m_written < end || mayProduce();
   const std::uint64_t margin = m_sink.lead() / 2;
   if (moreToWrite && m_written > margin) position = std::min(position, m_written - margin);
   return m_sink.dueAt(position);

@@ -81,6 +81,8 @@ class Job {
 
   std::uint64_t soundLength() REQUIRES(m_lock);
   bool isDone() REQUIRES(m_lock);
+  bool isDue(const Entry& entry) REQUIRES(m_lock);
+  bool mayProduce() REQUIRES(m_lock);
   std::uint64_t writeTarget() REQUIRES(m_lock);
   Clock::time_point nextDue() REQUIRES(m_lock);
   Clock::time_point hangLimit() REQUIRES(m_lock);

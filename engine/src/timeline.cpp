@@ -59,7 +59,7 @@ std::optional<Timeline::Cut> Timeline::findCut(std::uint64_t heard, bool sentenc
 
 void Timeline::forget(std::uint64_t position) {
   while (!m_stretches.empty() && m_stretches.front().end() <= position) m_stretches.pop_front();
-  while (m_taken > 0 && m_entries.front().sample < position) {
+  while (m_taken > 0 && m_entries.front().sample <= position) {
     m_entries.pop_front();
     --m_taken;
     ++m_dropped;

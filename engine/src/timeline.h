@@ -39,11 +39,15 @@ class Timeline {
   // How many entries have been taken, which is the number of nextEntry().
   std::uint64_t takenCount() const { return m_dropped + m_taken; }
 
+  // How many entries have not been taken.
+  std::size_t waitingCount() const { return m_entries.size() - m_taken; }
+
   // The first place at or after `heard` where the current word (`sentence`: sentence) is over and
   // nothing of what follows has begun. None: it has not been produced yet.
   std::optional<Cut> findCut(std::uint64_t heard, bool sentence) const;
 
-  // Drops the samples in front of `position`, and the entries there that have been taken.
+  // Drops the samples in front of `position`, and the entries up to it that have been taken. All of
+  // it has been heard.
   void forget(std::uint64_t position);
 
  private:
