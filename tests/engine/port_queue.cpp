@@ -201,3 +201,12 @@ TEST(PortQueue, SpeaksOnTwoPortsAtOnceAsOnOne) {
     EXPECT_NEAR(together / alone, 1.0, 0.02) << name;
   }
 }
+
+TEST(PortQueue, SpeaksOnBehindMoreMarksThanItKeeps) {
+  std::string marks;
+  for (int i = 0; i < 10'000; ++i) marks += "<mark name=\"m\"/>";
+  Speaker speaker;
+  speaker.speakAll(marks + " One " + marks + " two.");
+  EXPECT_EQ(speaker.events(KAVREL_EVENT_BOOKMARK).size(), 20'000u);
+  EXPECT_EQ(texts(speaker.events(KAVREL_EVENT_WORD)), (std::vector<std::string>{"One", "two"}));
+}

@@ -113,16 +113,6 @@ TEST(Timeline, ForgetsOnlyWhatHasBeenHeardAndTaken) {
   EXPECT_EQ(timeline.samplesAt(150, 1000).size(), 50u);
 }
 
-TEST(Timeline, ForgetsEntriesInOnePlaceWhileItStandsThere) {
-  Timeline timeline;
-  timeline.append(piece(0, {wordAt(0), wordAt(0), wordAt(0)}));
-  timeline.takeEntry();
-  timeline.takeEntry();
-  timeline.forget(0);
-  EXPECT_EQ(timeline.takenCount(), 2u);
-  EXPECT_EQ(timeline.waitingCount(), 1u);
-}
-
 TEST(ClockSink, HearsNoMoreThanWasWritten) {
   ClockSink sink;
   EXPECT_EQ(sink.heard(), 0u);
