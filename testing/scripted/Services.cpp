@@ -100,10 +100,21 @@ void cst_free(void* memory) {
 
 namespace {
 
+// The locks that a thread has taken since the engine was reset. A thread that was late then lets go
+// of locks that nobody counts any more.
+struct LocksOfThread {
+  int epoch = 0;
+  int count = 0;
+};
+
 void countLock(int result, int change) {
+  static thread_local LocksOfThread own;
   if (result != 0) return;
   State& state = State::get();
   const Lock held(state.m_lock);
+  if (own.epoch != state.m_epoch) own = {state.m_epoch, 0};
+  if (own.count + change < 0) return;
+  own.count += change;
   state.m_heldLocks += change;
 }
 

@@ -38,7 +38,7 @@ std::string speakJobs(int channel, int jobs, const TemporaryFolder& folder) {
   Speaker speaker;
   for (int job = 1; job <= jobs; ++job) {
     const std::string name = std::to_string(channel) + "-" + std::to_string(job) + ".aiff";
-    const std::string text = kTexts[(channel + job) % std::size(kTexts)];
+    const std::string text = kTexts[static_cast<std::size_t>(channel + job) % std::size(kTexts)];
     // Settings change before every job, as clients change them.
     speaker.setRate(180 + 10 * ((channel + job) % 8));
     speaker.writeTo(folder / name);

@@ -80,7 +80,8 @@ TEST(ProjectVoices, HaveNumbersThatTheirRegionAndGenderGive) {
   for (const Found& voice : allVoices()) {
     const VoiceDescription& description = voice.description;
     const int place = description.gender == kMale ? 1 : description.gender == kFemale ? 2 : 3;
-    EXPECT_EQ(OSType{description.voice.id}, 100U + 10U * description.region + place)
+    EXPECT_EQ(OSType{description.voice.id},
+              static_cast<OSType>(100 + 10 * description.region + place))
         << textOf(description.name);
     EXPECT_EQ(OSType{description.voice.creator}, 0x4B56524CU);
   }
