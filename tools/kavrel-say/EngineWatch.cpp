@@ -11,28 +11,32 @@ struct EngineWatch::Callback {
   // Memory that is out costs times, not the speech: the engine keeps what is thrown here.
   static void observe(const kavrel_observation* event, void* user) {
     auto& watch = *static_cast<EngineWatch*>(user);
-    const auto speech = reinterpret_cast<EventTimes::SpeechNumber>(event->job);
-    switch (event->type) {
+    if (event->type == KAVREL_EVENT_ERROR) {
+      const std::lock_guard held(watch.m_lock);
+      if (!watch.m_error) watch.m_error = event->text;
+    } else if (watch.m_times != nullptr) {
+      observeTime(*watch.m_times, *event);
+    }
+  }
+
+  static void observeTime(EventTimes& times, const kavrel_observation& event) {
+    const auto speech = reinterpret_cast<EventTimes::SpeechNumber>(event.job);
+    switch (event.type) {
       case KAVREL_EVENT_WORD:
-        return watch.m_times.observe(speech, EventTimes::Kind::Word, event->time);
+        return times.observe(speech, EventTimes::Kind::Word, event.time);
       case KAVREL_EVENT_PHONEME:
-        return watch.m_times.observe(speech, EventTimes::Kind::Phoneme, event->time);
+        return times.observe(speech, EventTimes::Kind::Phoneme, event.time);
       case KAVREL_EVENT_BOOKMARK:
-        return watch.m_times.observe(speech, EventTimes::Kind::Sync, event->time);
+        return times.observe(speech, EventTimes::Kind::Sync, event.time);
       case KAVREL_EVENT_END:
-        return watch.m_times.observeEnd(speech, event->time);
-      case KAVREL_EVENT_ERROR: {
-        const std::lock_guard held(watch.m_lock);
-        if (!watch.m_error) watch.m_error = event->text;
-        return;
-      }
+        return times.observeEnd(speech, event.time);
       default:
         return;
     }
   }
 };
 
-EngineWatch::EngineWatch(EventTimes& times) : m_times(times) {
+EngineWatch::EngineWatch(EventTimes* times) : m_times(times) {
   if (kavrel_set_observer(&Callback::observe, this) != KAVREL_SUCCESS) {
     throw tool::Failure("memory is out");
   }

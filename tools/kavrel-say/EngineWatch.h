@@ -16,8 +16,9 @@ namespace say {
 
 class EngineWatch {
  public:
-  // Hands times to `times`, which outlives the watch. One watch at a time. Throws Failure.
-  explicit EngineWatch(EventTimes& times);
+  // Hands times to `times`, which outlives the watch; null: nobody asks for times. One watch at a
+  // time. Throws Failure.
+  explicit EngineWatch(EventTimes* times);
   ~EngineWatch();
   EngineWatch(const EngineWatch&) = delete;
   EngineWatch& operator=(const EngineWatch&) = delete;
@@ -28,7 +29,7 @@ class EngineWatch {
  private:
   struct Callback;
 
-  EventTimes& m_times;
+  EventTimes* const m_times;
   mutable std::mutex m_lock;
   std::optional<std::string> m_error;  // with m_lock: the first one
 };

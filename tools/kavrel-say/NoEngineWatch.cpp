@@ -6,7 +6,7 @@
 
 namespace say {
 
-EngineWatch::EngineWatch(EventTimes& times) : m_times(times) {}
+EngineWatch::EngineWatch(EventTimes* times) : m_times(times) {}
 
 EngineWatch::~EngineWatch() = default;
 

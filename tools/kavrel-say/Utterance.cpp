@@ -21,6 +21,14 @@ bool isTerminal(int file) {
   return ::isatty(file) == 1;
 }
 
+bool hasCaptions(const Arguments& arguments) {
+  return arguments.vttFile || arguments.srtFile;
+}
+
+bool asksForTimes(const Arguments& arguments) {
+  return arguments.events || hasCaptions(arguments);
+}
+
 // For what nobody waits for; if it matters, it fails again where it is noticed.
 template <typename Work>
 void quietly(Work work) {
@@ -38,7 +46,7 @@ Utterance::Utterance(const Arguments& arguments, const tool::SpokenText& text, s
       m_positions(text.given(), arguments.positions, first),
       m_standardOutput(STDOUT_FILENO, "standard output", m_interruption),
       m_standardError(STDERR_FILENO, "standard error", m_interruption),
-      m_engine(m_times),
+      m_engine(asksForTimes(arguments) ? &m_times : nullptr),
       m_speech(voiceFor(arguments)) {
   if (arguments.rate) m_speech.setRate(*arguments.rate);
 }
@@ -76,9 +84,8 @@ void Utterance::discardFiles() const {
 }
 
 void Utterance::addListeners() {
-  const bool hasCaptions = m_arguments.vttFile || m_arguments.srtFile;
-  if (m_arguments.events || hasCaptions) m_speech.addListener(m_times);
-  if (hasCaptions) m_speech.addListener(m_captions.emplace(m_text, m_times));
+  if (asksForTimes(m_arguments)) m_speech.addListener(m_times);
+  if (hasCaptions(m_arguments)) m_speech.addListener(m_captions.emplace(m_text, m_times));
   if (m_arguments.events) {
     m_speech.addListener(m_events.emplace(m_text, m_positions, m_times, m_standardOutput));
   }
