@@ -23,8 +23,8 @@
 
 #include "acoustics/Pitch.h"
 #include "languages/Languages.h"
-#include "synthesiser.h"
-#include "voice.h"
+#include "synth/synthesiser.h"
+#include "synth/voice.h"
 
 namespace {
 

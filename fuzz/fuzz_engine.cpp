@@ -7,12 +7,12 @@
 #include <string>
 
 #include "Fuzz.h"
-#include "markup.h"
-#include "plan.h"
-#include "sentence.h"
-#include "style.h"
-#include "voice.h"
-#include "words.h"
+#include "synth/plan.h"
+#include "synth/voice.h"
+#include "text/markup.h"
+#include "text/sentence.h"
+#include "text/style.h"
+#include "text/words.h"
 
 namespace {
 

@@ -6,11 +6,11 @@
 #include <string>
 
 #include "Fuzz.h"
-#include "markup.h"
-#include "phones.h"
-#include "sentence.h"
-#include "style.h"
-#include "words.h"
+#include "text/markup.h"
+#include "text/phones.h"
+#include "text/sentence.h"
+#include "text/style.h"
+#include "text/words.h"
 
 namespace {
 

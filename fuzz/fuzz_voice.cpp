@@ -8,7 +8,7 @@
 #include <string>
 
 #include "Fuzz.h"
-#include "voice.h"
+#include "synth/voice.h"
 
 namespace {
 

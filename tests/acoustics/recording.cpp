@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include "producer.h"
+#include "job/producer.h"
 
 namespace test {
 

@@ -11,8 +11,8 @@
 #include <vector>
 
 #include "acoustics/Sound.h"
-#include "piece.h"
-#include "voice.h"
+#include "job/piece.h"
+#include "synth/voice.h"
 
 namespace test {
 

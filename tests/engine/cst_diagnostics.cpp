@@ -13,7 +13,7 @@
 #include <unistd.h>
 
 #include "cst.h"
-#include "sentence.h"
+#include "text/sentence.h"
 
 namespace {
 

@@ -10,9 +10,9 @@
 #include <gtest/gtest.h>
 
 #include "languages/Languages.h"
-#include "phones.h"
-#include "synthesiser.h"
-#include "voice.h"
+#include "synth/synthesiser.h"
+#include "synth/voice.h"
+#include "text/phones.h"
 
 namespace {
 

@@ -7,8 +7,8 @@
 
 #include <gtest/gtest.h>
 
-#include "pipeline.h"
-#include "voice.h"
+#include "job/pipeline.h"
+#include "synth/voice.h"
 
 using kavrel::Entry;
 using kavrel::Piece;

@@ -7,9 +7,9 @@
 
 #include <gtest/gtest.h>
 
-#include "plan.h"
-#include "sentence.h"
-#include "voice.h"
+#include "synth/plan.h"
+#include "synth/voice.h"
+#include "text/sentence.h"
 
 using kavrel::Item;
 using kavrel::Plan;

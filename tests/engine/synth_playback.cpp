@@ -10,7 +10,7 @@
 
 #include <gtest/gtest.h>
 
-#include "playback.h"
+#include "output/playback.h"
 
 using kavrel::Playback;
 

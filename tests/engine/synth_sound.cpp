@@ -8,8 +8,8 @@
 
 #include <gtest/gtest.h>
 
-#include "call_sound.h"
-#include "time_scale.h"
+#include "synth/call_sound.h"
+#include "synth/time_scale.h"
 
 using kavrel::CallSound;
 using kavrel::TimeScale;

@@ -6,9 +6,9 @@
 
 #include <gtest/gtest.h>
 
-#include "clock_sink.h"
-#include "synthesiser.h"
-#include "timeline.h"
+#include "job/timeline.h"
+#include "output/clock_sink.h"
+#include "synth/synthesiser.h"
 
 using kavrel::Clock;
 using kavrel::ClockSink;

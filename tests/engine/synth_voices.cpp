@@ -6,7 +6,7 @@
 
 #include <gtest/gtest.h>
 
-#include "voice.h"
+#include "synth/voice.h"
 
 using kavrel::Voice;
 

@@ -6,7 +6,7 @@
 
 #include <gtest/gtest.h>
 
-#include "markup.h"
+#include "text/markup.h"
 
 namespace kavrel {
 namespace {

@@ -9,7 +9,7 @@
 
 #include <gtest/gtest.h>
 
-#include "phones.h"
+#include "text/phones.h"
 
 namespace kavrel {
 namespace {

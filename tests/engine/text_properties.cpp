@@ -10,8 +10,8 @@
 
 #include <gtest/gtest.h>
 
-#include "markup.h"
-#include "sentence.h"
+#include "text/markup.h"
+#include "text/sentence.h"
 
 namespace kavrel {
 namespace {

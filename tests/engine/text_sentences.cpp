@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include "sentence.h"
+#include "text/sentence.h"
 
 namespace kavrel {
 namespace {

@@ -6,8 +6,8 @@
 
 #include <gtest/gtest.h>
 
-#include "markup.h"
-#include "style.h"
+#include "text/markup.h"
+#include "text/style.h"
 
 namespace kavrel {
 namespace {

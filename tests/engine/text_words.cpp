@@ -6,7 +6,7 @@
 
 #include <gtest/gtest.h>
 
-#include "words.h"
+#include "text/words.h"
 
 namespace kavrel {
 namespace {

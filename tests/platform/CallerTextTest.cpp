@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "SpeechSynthesis/CallerText.h"
+#include "SpeechSynthesis/channel/CallerText.h"
 
 namespace {
 

@@ -10,8 +10,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "SpeechSynthesis/SynthesizerPlugIn.h"
-#include "SpeechSynthesis/Synthesizers.h"
+#include "SpeechSynthesis/bundles/SynthesizerPlugIn.h"
+#include "SpeechSynthesis/bundles/Synthesizers.h"
 
 namespace {
 

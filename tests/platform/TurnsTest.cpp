@@ -8,7 +8,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "SpeechSynthesis/Turns.h"
+#include "SpeechSynthesis/channel/Turns.h"
 
 namespace {
 

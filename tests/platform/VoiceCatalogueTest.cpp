@@ -10,8 +10,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "SpeechSynthesis/Places.h"
-#include "SpeechSynthesis/VoiceCatalogue.h"
+#include "SpeechSynthesis/bundles/Places.h"
+#include "SpeechSynthesis/bundles/VoiceCatalogue.h"
 
 namespace {
 

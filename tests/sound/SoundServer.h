@@ -49,7 +49,7 @@ class Child {
 // While it lives, the engine of this process finds this server and no other.
 class SoundServer {
  public:
-  // Fails the test when the server does not start; it is needed (tools/packages.txt).
+  // Fails the test when the server does not start; it is needed (scripts/packages.txt).
   SoundServer();
 
   // Without a server running at first.

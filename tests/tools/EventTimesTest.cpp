@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "EventTimes.h"
+#include "events/EventTimes.h"
 
 namespace {
 

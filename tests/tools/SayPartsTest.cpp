@@ -9,12 +9,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "AudioFormat.h"
-#include "Captions.h"
-#include "Highlight.h"
-#include "Positions.h"
-#include "Progress.h"
-#include "TextLayout.h"
+#include "audio/AudioFormat.h"
+#include "events/Captions.h"
+#include "screen/Highlight.h"
+#include "screen/Progress.h"
+#include "screen/TextLayout.h"
+#include "speech/Positions.h"
 
 namespace {
 

@@ -24,13 +24,13 @@ for program in kavrel-say kavrel-ssml; do
   while read -r option; do
     count=$((count + 1))
     name=${option#--}
-    grep -qE "Fl Fl $name( |\$)" "$root/tools/man/$program.1" ||
+    grep -qE "Fl Fl $name( |\$)" "$root/tools/$program/$program.1" ||
       fail "the man page of $program lacks $option"
-    grep -qE -- "$option( |\$|')" "$root/tools/completions/$program.bash" ||
+    grep -qE -- "$option( |\$|')" "$root/tools/$program/completions/$program.bash" ||
       fail "$program.bash lacks $option"
-    grep -qE -- "$option(=|\\[|,|\\})" "$root/tools/completions/_$program" ||
+    grep -qE -- "$option(=|\\[|,|\\})" "$root/tools/$program/completions/_$program" ||
       fail "_$program lacks $option"
-    grep -qE -- "-l $name( |\$)" "$root/tools/completions/$program.fish" ||
+    grep -qE -- "-l $name( |\$)" "$root/tools/$program/completions/$program.fish" ||
       fail "$program.fish lacks $option"
   done < <(options_of "$program")
   ((count >= 12)) || fail "the help of $program names $count options alone"
@@ -38,14 +38,14 @@ done
 
 # ---- Man pages ---------------------------------------------------------------------------------
 
-mandoc -T lint -W warning "$root"/tools/man/*.1 || fail 'a man page is not sound'
+mandoc -T lint -W warning "$root"/tools/*/*.1 || fail 'a man page is not sound'
 
 # ---- Completions -------------------------------------------------------------------------------
 
 # What bash completes the words with.
 completed() {
   bash --norc -c '
-    source "$1/tools/completions/$2.bash"
+    source "$1/tools/$2/completions/$2.bash"
     COMP_WORDS=("${@:2}")
     COMP_CWORD=$((${#COMP_WORDS[@]} - 1))
     "_${2//-/_}"
@@ -64,13 +64,13 @@ expect "$root/README.md" "$(completed kavrel-say -f "$root/READ")"
 expect --pitch-base "$(completed kavrel-ssml --pi)"
 expect macroman "$(completed kavrel-ssml --from mac)"
 
-for file in "$root"/tools/completions/_*; do
+for file in "$root"/tools/*/completions/_*; do
   zsh -f -n "$file" || fail "$file is not zsh"
 done
 
 # The first column of what fish completes the line with.
 fished() {
-  fish --no-config -c "source '$root/tools/completions/$1.fish'; complete -C'$1 $2'" | cut -f 1
+  fish --no-config -c "source '$root/tools/$1/completions/$1.fish'; complete -C'$1 $2'" | cut -f 1
 }
 
 expect Maren "$(fished kavrel-say '-v Mar')"

@@ -30,9 +30,9 @@ program() {
 new_stage() {
   stage=$(mktemp -d "$work/stage XXXX")
   tree="$stage/tree"
-  mkdir -p "$stage/bin" "$tree/tools"
+  mkdir -p "$stage/bin" "$tree/scripts"
   cp "$root/say" "$root/check" "$root/CMakePresets.json" "$tree/"
-  cp "$root/tools/setup.sh" "$root/tools/packages.txt" "$tree/tools/"
+  cp "$root/scripts/setup.sh" "$root/scripts/packages.txt" "$tree/scripts/"
   export CALLS="$stage/calls" STAGE="$stage" TREE="$tree"
   program dpkg-query <<<'echo installed'
   program apt-get </dev/null
@@ -127,7 +127,7 @@ say_does_little_the_second_time() {
 
 say_looks_again_when_the_packages_change() {
   run say x
-  echo 'another-package speak' >>"$tree/tools/packages.txt"
+  echo 'another-package speak' >>"$tree/scripts/packages.txt"
   run say x
   expect 'asks for the new one' called '^dpkg-query .*another-package'
 }

@@ -10,8 +10,8 @@
 #include <unistd.h>
 
 #include "Failure.h"
-#include "Output.h"
-#include "TemporaryFile.h"
+#include "audio/TemporaryFile.h"
+#include "screen/Output.h"
 
 namespace say {
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Characters.h"
 
-#include "../TextEncoding/MacRoman.h"
+#include "TextEncoding/MacRoman.h"
 
 namespace platform {
 namespace {

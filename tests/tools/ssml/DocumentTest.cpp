@@ -11,12 +11,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "CallerText.h"
-#include "Conversion.h"
-#include "Document.h"
-#include "MarkupReader.h"
 #include "SsmlProgram.h"
 #include "Xml.h"
+#include "document/Document.h"
+#include "document/MarkupReader.h"
+#include "text/CallerText.h"
+#include "text/Conversion.h"
 
 namespace {
 

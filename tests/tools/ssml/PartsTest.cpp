@@ -6,11 +6,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "CallerText.h"
-#include "Ipa.h"
-#include "ProsodyValues.h"
 #include "SpeechMgrUtils.h"
-#include "TracedText.h"
+#include "document/Ipa.h"
+#include "document/ProsodyValues.h"
+#include "text/CallerText.h"
+#include "text/TracedText.h"
 
 namespace {
 

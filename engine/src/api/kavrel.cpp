@@ -1,0 +1,188 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+//
+// The C interface (kavrel.h), apart from parameter sets: checks arguments, delegates, and turns
+// what is thrown into results.
+#include "kavrel.h"
+
+#include <array>
+#include <memory>
+#include <new>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "api/params.h"
+#include "api/port.h"
+#include "cst/diag.h"
+#include "job/event.h"
+#include "output/device.h"
+#include "synth/synthesiser.h"
+#include "synth/voice.h"
+
+struct kavrel_engine_struct {};
+
+struct kavrel_port_struct {
+  std::shared_ptr<kavrel::Port> port;
+};
+
+namespace {
+
+// Calls `operation`; what it throws can only be memory that is out.
+template <typename Operation>
+kavrel_result_t guarded(Operation operation) {
+  try {
+    return operation();
+  } catch (...) {
+    return KAVREL_INTERNAL_ERROR;
+  }
+}
+
+bool isKnownEncoding(const char* encoding) {
+  return encoding == nullptr || std::string_view(encoding) == "iso-8859-15";
+}
+
+const kavrel::Voice* loadVoice(const char* directory) {
+  if (directory == nullptr) {
+    KAVREL_DIAG("Voice", "No folder is given.");
+    return nullptr;
+  }
+  std::string why;
+  const kavrel::Voice* const voice = kavrel::loadVoice(directory, why);
+  if (voice == nullptr) KAVREL_DIAG("Voice", "No usable voice: %s", why.c_str());
+  return voice;
+}
+
+}  // namespace
+
+const char* kavrel_strerror(kavrel_result_t result) {
+  static constexpr std::array<const char*, 16> kMessages{
+      "success",          "unknown error", "not implemented",  "internal error",
+      "bad parameter",    "bad pointer",   "object not found", "unknown encoding",
+      "interrupted",      "bad voice",     "file error",       "wrong event",
+      "engine is in use", "network error", "bad key",          "queue is full"};
+  const int index = -static_cast<int>(result);
+  if (index < 0 || index >= static_cast<int>(kMessages.size())) return kMessages[1];
+  return kMessages[static_cast<std::size_t>(index)];
+}
+
+kavrel_engine_struct* kavrel_engine_open(const kavrel_params* params) {
+  static kavrel_engine_struct engine;
+  std::string why;
+  const kavrel_result_t started = guarded([&] {
+    const bool ready = !kavrel::wantsPreload(params) || kavrel::Synthesiser::shared().start(why);
+    return ready ? KAVREL_SUCCESS : KAVREL_INTERNAL_ERROR;
+  });
+  if (started == KAVREL_SUCCESS) return &engine;
+  KAVREL_DIAG("Engine", "Cannot start: %s", why.empty() ? "memory is out" : why.c_str());
+  return nullptr;
+}
+
+kavrel_port_struct* kavrel_port_open(kavrel_engine_struct* engine, const kavrel_params* params) {
+  if (engine == nullptr) {
+    KAVREL_DIAG("Port", "No engine is given.");
+    return nullptr;
+  }
+  try {
+    kavrel::PortSettings settings;
+    settings.apply(params);
+    auto port = std::make_shared<kavrel::Port>(std::move(settings));
+    return new kavrel_port_struct{std::move(port)};
+  } catch (...) {
+    KAVREL_DIAG("Port", "Cannot open a port: memory is out");
+    return nullptr;
+  }
+}
+
+kavrel_result_t kavrel_port_close(kavrel_port_struct* port) {
+  if (port == nullptr) return KAVREL_INVALID_POINTER;
+  kavrel_port_stop(port, nullptr, KAVREL_EVENT_NOW);
+  kavrel_port_wait(port, nullptr);
+  delete port;
+  return KAVREL_SUCCESS;
+}
+
+kavrel_result_t kavrel_port_set_callback(kavrel_port_struct* port, kavrel_callback_t callback,
+                                         kavrel_event_t mask, void* user) {
+  if (port == nullptr) return KAVREL_INVALID_POINTER;
+  port->port->setCallback(callback, mask, user);
+  return KAVREL_SUCCESS;
+}
+
+kavrel_voice_struct* kavrel_port_set_voice_from_dir(kavrel_port_struct* port,
+                                                    const char* directory) {
+  if (port == nullptr) {
+    KAVREL_DIAG("Voice", "No port is given.");
+    return nullptr;
+  }
+  try {
+    const kavrel::Voice* const voice = loadVoice(directory);
+    if (voice == nullptr) return nullptr;
+    port->port->setVoice(*voice);
+    // Callers have nothing that they could do with it but compare it with null.
+    return reinterpret_cast<kavrel_voice_struct*>(const_cast<kavrel::Voice*>(voice));
+  } catch (...) {
+    KAVREL_DIAG("Voice", "Cannot load a voice: memory is out");
+    return nullptr;
+  }
+}
+
+int kavrel_audio_devices(kavrel_device_callback_t callback, void* user) {
+  if (callback == nullptr) return KAVREL_INVALID_POINTER;
+  if (!kavrel::soundOutputIsWanted()) return 0;
+  try {
+    const std::vector<kavrel::SoundDevice> devices = kavrel::soundDevices();
+    for (const kavrel::SoundDevice& device : devices) {
+      callback(device.name.c_str(), device.description.c_str(), device.isDefault ? 1 : 0, user);
+    }
+    return static_cast<int>(devices.size());
+  } catch (...) {
+    return KAVREL_INTERNAL_ERROR;
+  }
+}
+
+kavrel_result_t kavrel_port_speak_text(kavrel_port_struct* port, const char* text, size_t length,
+                                       const char* encoding, kavrel_background_t* job,
+                                       const kavrel_params* params) {
+  if (job != nullptr) *job = nullptr;
+  if (port == nullptr || job == nullptr || (text == nullptr && length > 0)) {
+    return KAVREL_INVALID_POINTER;
+  }
+  if (!isKnownEncoding(encoding)) return KAVREL_UNKNOWN_ENCODING;
+  const kavrel_result_t result =
+      guarded([&] { return port->port->speakText(std::string_view(text, length), *job, params); });
+  if (result < 0) *job = nullptr;
+  return result;
+}
+
+kavrel_result_t kavrel_port_pause(kavrel_port_struct* port, kavrel_background_t job,
+                                  kavrel_event_t place) {
+  if (port == nullptr) return KAVREL_INVALID_POINTER;
+  return guarded([&] { return port->port->pause(job, kavrel::placeFor(place)); });
+}
+
+kavrel_result_t kavrel_port_stop(kavrel_port_struct* port, kavrel_background_t job,
+                                 kavrel_event_t place) {
+  if (port == nullptr) return KAVREL_SUCCESS;
+  return guarded([&] {
+    port->port->stop(job, kavrel::placeFor(place));
+    return KAVREL_SUCCESS;
+  });
+}
+
+kavrel_result_t kavrel_port_wait(kavrel_port_struct* port, kavrel_background_t job) {
+  if (port == nullptr) return KAVREL_INVALID_POINTER;
+  return guarded([&] { return port->port->wait(job); });
+}
+
+kavrel_result_t kavrel_event_get_text(kavrel_event_struct* event, char** text) {
+  if (event == nullptr || text == nullptr) return KAVREL_INVALID_POINTER;
+  *text = event->text.data();
+  return KAVREL_SUCCESS;
+}
+
+kavrel_result_t kavrel_event_get_textpos(kavrel_event_struct* event, int* start, int* length) {
+  if (event == nullptr) return KAVREL_INVALID_POINTER;
+  if (start != nullptr) *start = event->start;
+  if (length != nullptr) *length = event->length;
+  return KAVREL_SUCCESS;
+}

@@ -1,0 +1,179 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "api/port.h"
+
+#include <algorithm>
+#include <atomic>
+#include <csignal>
+#include <system_error>
+#include <utility>
+
+#include <pthread.h>
+
+#include "cst/diag.h"
+#include "output/clock_sink.h"
+#include "output/device.h"
+#include "output/device_sink.h"
+#include "output/file_sink.h"
+#include "synth/voice.h"
+
+namespace kavrel {
+
+namespace {
+
+std::uint64_t nextNumber() {
+  static std::atomic<std::uint64_t> last = 0;
+  return ++last;
+}
+
+std::unique_ptr<Sink> openSink(const PortSettings& settings) {
+  if (settings.outputFile.empty()) {
+    if (!soundOutputIsWanted()) return std::make_unique<ClockSink>();
+    return std::make_unique<DeviceSink>(settings.audioDevice.empty() ? usualSoundDevice()
+                                                                     : settings.audioDevice);
+  }
+  std::string why;
+  std::unique_ptr<FileSink> sink;
+  if (settings.outputFormat == "aiff") {
+    sink = FileSink::open(settings.outputFile, why);
+  } else {
+    why = "output format \"" + settings.outputFormat + "\" is not known";
+  }
+  if (sink == nullptr) KAVREL_DIAG("Port", "Cannot write: %s", why.c_str());
+  return sink;
+}
+
+// Signals are the host's own affair; they reach its threads, not ours. A write beyond a limit then
+// fails like any other, too.
+void blockSignals() {
+  sigset_t signals;
+  sigfillset(&signals);
+  for (const int fault : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT, SIGTRAP, SIGPROF}) {
+    sigdelset(&signals, fault);
+  }
+  pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+}
+
+}  // namespace
+
+Port::Port(PortSettings settings) : m_settings(std::move(settings)), m_voice(&defaultVoice()) {}
+
+void Port::setCallback(kavrel_callback_t callback, kavrel_event_t mask, void* user) {
+  const Held held(m_lock);
+  m_callback = callback;
+  m_mask = mask;
+  m_user = user;
+}
+
+void Port::setVoice(const Voice& voice) {
+  const Held held(m_lock);
+  m_voice = &voice;
+}
+
+kavrel_result_t Port::speakText(std::string_view text, kavrel_background_t& handle,
+                                const kavrel_params* params) {
+  PortSettings settings = m_settings;
+  settings.apply(params);
+  Job::Request request;
+  request.text = text;
+  request.sink = openSink(settings);
+  if (request.sink == nullptr) return KAVREL_FILE_ERROR;
+  request.eventsImmediate = settings.eventsImmediate;
+  {
+    const Held held(m_lock);
+    request.voice = m_voice;
+    request.callback = m_callback;
+    request.mask = m_mask;
+    request.user = m_user;
+  }
+  auto job = std::make_shared<Job>(nextNumber(), std::move(request));
+  handle = handleFor(job->number());
+  const kavrel_result_t result = enqueue(std::move(job));
+  if (result < 0) handle = nullptr;
+  return result;
+}
+
+kavrel_result_t Port::enqueue(JobPointer job) {
+  const Held held(m_lock);
+  m_jobs.push_back(std::move(job));
+  if (m_worker != std::thread::id()) return KAVREL_SUCCESS;
+  try {
+    std::thread thread([self = shared_from_this()] { self->work(); });
+    m_worker = thread.get_id();
+    thread.detach();
+  } catch (const std::system_error&) {
+    KAVREL_DIAG("Port", "The system refuses a thread.");
+    m_jobs.pop_back();
+    return KAVREL_INTERNAL_ERROR;
+  }
+  return KAVREL_SUCCESS;
+}
+
+void Port::work() {
+  blockSignals();
+  for (;;) {
+    JobPointer job;
+    {
+      const Held held(m_lock);
+      if (m_jobs.empty()) {
+        m_worker = std::thread::id();
+        return;
+      }
+      job = m_jobs.front();
+    }
+    job->run();
+    const Held held(m_lock);
+    m_jobs.erase(m_jobs.begin());
+  }
+}
+
+Port::JobPointer Port::find(kavrel_background_t handle) {
+  const auto job =
+      std::find_if(m_jobs.begin(), m_jobs.end(), [handle](const JobPointer& candidate) {
+        return handle == nullptr || handleFor(candidate->number()) == handle;
+      });
+  return job != m_jobs.end() ? *job : nullptr;
+}
+
+kavrel_result_t Port::pause(kavrel_background_t handle, Place place) {
+  JobPointer job;
+  {
+    const Held held(m_lock);
+    job = find(handle);
+  }
+  return job != nullptr && job->pause(place) ? KAVREL_SUCCESS : KAVREL_OBJECT_NOT_FOUND;
+}
+
+void Port::stop(kavrel_background_t handle, Place place) {
+  std::vector<JobPointer> jobs;
+  {
+    const Held held(m_lock);
+    if (handle == nullptr) {
+      jobs = m_jobs;
+    } else if (JobPointer job = find(handle)) {
+      jobs.push_back(std::move(job));
+    }
+  }
+  // The last one first, so that none of them begins because the one before it has ended.
+  for (auto job = jobs.rbegin(); job != jobs.rend(); ++job) (*job)->stop(place);
+}
+
+// A job comes to its end only after those before it, so these are waited for, too.
+kavrel_result_t Port::wait(kavrel_background_t handle) {
+  std::vector<JobPointer> jobs;
+  {
+    const Held held(m_lock);
+    if (m_worker == std::this_thread::get_id()) return KAVREL_ENGINE_INUSE;
+    const JobPointer last = handle != nullptr ? find(handle) : nullptr;
+    if (handle != nullptr && last == nullptr) return KAVREL_SUCCESS;
+    for (const JobPointer& job : m_jobs) {
+      jobs.push_back(job);
+      if (job == last) break;
+    }
+  }
+  for (const JobPointer& job : jobs) {
+    if (job->wait() == Job::Waited::CallbackHangs) return KAVREL_ENGINE_INUSE;
+  }
+  return KAVREL_SUCCESS;
+}
+
+}  // namespace kavrel

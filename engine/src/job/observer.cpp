@@ -1,0 +1,92 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "job/observer.h"
+
+#include <atomic>
+#include <memory>
+#include <utility>
+
+#include "annotations.h"
+#include "cst/diag.h"
+
+namespace kavrel {
+
+namespace {
+
+// How many calls of observers are running on this thread, one inside the other.
+thread_local int depth = 0;
+
+class Registry {
+ public:
+  static Registry& shared() {
+    // Never destroyed: jobs may speak while the process ends.
+    static Registry& registry = *new Registry;
+    return registry;
+  }
+
+  bool isOn() const { return m_on.load(std::memory_order_acquire); }
+
+  void set(kavrel_observer_t observer, void* user) EXCLUDES(m_lock) {
+    auto next =
+        observer != nullptr ? std::make_shared<Observer>(Observer{observer, user}) : nullptr;
+    const Held held(m_lock);
+    const std::shared_ptr<Observer> previous = std::exchange(m_current, std::move(next));
+    m_on.store(m_current != nullptr, std::memory_order_release);
+    if (previous == nullptr || depth > 0) return;
+    while (previous->running > 0) m_returned.wait(m_lock);
+  }
+
+  void call(const kavrel_observation& observation) EXCLUDES(m_lock) {
+    const Held held(m_lock);
+    const std::shared_ptr<Observer> observer = m_current;
+    if (observer == nullptr) return;
+    ++observer->running;
+    {
+      const Released released(m_lock);
+      callOut(*observer, observation);
+    }
+    if (--observer->running == 0 && observer != m_current) m_returned.notify_all();
+  }
+
+ private:
+  struct Observer {
+    kavrel_observer_t function = nullptr;
+    void* user = nullptr;
+    int running = 0;  // with m_lock: calls that have not returned
+  };
+
+  static void callOut(const Observer& observer, const kavrel_observation& observation) {
+    ++depth;
+    try {
+      observer.function(&observation, observer.user);
+    } catch (...) {
+      KAVREL_DIAG("Observer", "An observer has thrown.");
+    }
+    --depth;
+  }
+
+  std::atomic<bool> m_on = false;
+  Mutex m_lock;
+  Condition m_returned;  // with m_lock: the last call of an observer that was replaced is over
+  std::shared_ptr<Observer> m_current GUARDED_BY(m_lock);  // null: none
+};
+
+}  // namespace
+
+bool isObserved() {
+  return Registry::shared().isOn();
+}
+
+void observe(const kavrel_observation& observation) noexcept {
+  Registry::shared().call(observation);
+}
+
+}  // namespace kavrel
+
+kavrel_result_t kavrel_set_observer(kavrel_observer_t observer, void* user) {
+  try {
+    kavrel::Registry::shared().set(observer, user);
+    return KAVREL_SUCCESS;
+  } catch (...) {
+    return KAVREL_INTERNAL_ERROR;
+  }
+}

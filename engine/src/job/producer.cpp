@@ -1,0 +1,131 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "job/producer.h"
+
+#include <algorithm>
+
+#include "cst/diag.h"
+#include "synth/voice.h"
+#include "text/phones.h"
+
+namespace kavrel {
+
+namespace {
+
+constexpr std::string_view kPause = "pau";
+
+std::uint64_t samplesOf(std::uint32_t milliseconds) {
+  return std::uint64_t{milliseconds} * kSampleRate / 1000;
+}
+
+}  // namespace
+
+Producer::Producer(std::string_view text, const Voice& voice, const std::atomic<bool>& cancel)
+    : m_voice(voice), m_cancel(cancel), m_reader(text) {}
+
+Producer::Result Producer::next(Piece& piece) {
+  piece = Piece();
+  m_piece = &piece;
+  if (!m_plan.has_value() && !beginSentence()) return Result::End;
+  Step step;
+  if (!m_plan->next(step)) {
+    endSentence();
+    return Result::Piece;
+  }
+  return perform(step) ? Result::Piece : Result::Failed;
+}
+
+bool Producer::beginSentence() {
+  if (!m_reader.next(m_sentence)) return false;
+  m_plan.emplace(m_sentence, m_voice);
+  m_announced = !m_sentence.begins;
+  if (m_sentence.begins) {
+    m_start = m_sentence.start;
+    m_length = 0;
+  }
+  return true;
+}
+
+// The sentence is reported with its first sound, not before.
+bool Producer::perform(const Step& step) {
+  if (!m_announced) {
+    m_piece->entries.push_back(
+        {0, KAVREL_EVENT_SENTENCE, m_sentence.start, m_sentence.length, {}, true, true});
+    m_announced = true;
+  }
+  if (step.isBreak) {
+    performBreak(m_sentence.items[step.breakItem]);
+    return true;
+  }
+  m_step = &step;
+  m_lastMark = 0;
+  m_phoneLanguage = m_voice.language();
+  const bool done =
+      !step.audible || Synthesiser::shared().speak(step.input, m_voice, *this, m_error);
+  // Marks at the end of a call, with nothing to be heard behind them, are not reported to us.
+  if (done && !cancelled()) reachMarks(static_cast<int>(step.marks.size()), m_piece->length());
+  m_step = nullptr;
+  return done;
+}
+
+void Producer::performBreak(const Item& item) {
+  m_piece->entries.push_back({0, KAVREL_EVENT_NONE, m_start, m_length, {}, true, false});
+  m_piece->silence = samplesOf(item.milliseconds);
+  if (m_piece->silence > 0) addPhone(kPause, 0);
+}
+
+void Producer::endSentence() {
+  const bool ends = m_sentence.ends;
+  if (ends) m_piece->entries.push_back({0, KAVREL_EVENT_NONE, m_start, m_length, {}, true, true});
+  m_plan.reset();
+}
+
+void Producer::reach(std::size_t index, std::uint64_t sample) {
+  const Item& item = m_sentence.items[index];
+  if (item.kind == Item::Kind::Mark) {
+    m_piece->entries.push_back(
+        {sample, KAVREL_EVENT_BOOKMARK, item.start, item.length, item.name, false, false});
+    return;
+  }
+  m_start = item.start;
+  m_length = item.length;
+  if (!item.reported) return;
+  m_piece->entries.push_back(
+      {sample, KAVREL_EVENT_WORD, item.start, item.length, item.name, true, false});
+}
+
+// Marks that were passed over are reached together with the next one.
+void Producer::reachMarks(int upTo, std::uint64_t sample) {
+  const int last = std::min(upTo, static_cast<int>(m_step->marks.size()));
+  while (m_lastMark < last) reach(m_step->marks[static_cast<std::size_t>(m_lastMark++)], sample);
+}
+
+void Producer::addPhone(std::string_view name, std::uint64_t sample) {
+  m_piece->entries.push_back(
+      {sample, KAVREL_EVENT_PHONEME, m_start, m_length, std::string(name), false, false});
+}
+
+void Producer::onMark(int number, std::uint64_t sample) {
+  reachMarks(number, sample);
+}
+
+void Producer::onPhone(std::string_view name, std::uint64_t sample) {
+  if (const std::string_view language = languageOfEvent(name); !language.empty()) {
+    m_phoneLanguage = language;
+    return;
+  }
+  if (!isKnownEvent(name, m_phoneLanguage)) {
+    KAVREL_DIAG("Producer", "No phone is known for \"%.*s\" in %s.", static_cast<int>(name.size()),
+                name.data(), m_phoneLanguage.c_str());
+  }
+  for (const std::string_view phone : phonesOfEvent(name, m_phoneLanguage)) addPhone(phone, sample);
+}
+
+void Producer::onSamples(std::span<const std::int16_t> samples) {
+  m_piece->samples.insert(m_piece->samples.end(), samples.begin(), samples.end());
+}
+
+bool Producer::cancelled() const {
+  return m_cancel.load(std::memory_order_relaxed);
+}
+
+}  // namespace kavrel

@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "output/clock_sink.h"
+
+#include <algorithm>
+
+#include "output/sample_time.h"
+
+namespace kavrel {
+
+namespace {
+
+constexpr std::uint64_t kLead = kSampleRate / 2;
+
+}  // namespace
+
+bool ClockSink::write(std::span<const std::int16_t> /*samples*/) {
+  return true;
+}
+
+void ClockSink::advance(std::uint64_t count) {
+  settle();
+  m_written += count;
+}
+
+std::uint64_t ClockSink::lead() const {
+  return kLead;
+}
+
+std::uint64_t ClockSink::heard() {
+  if (m_paused) return m_base;
+  return std::min(m_written, m_base + samplesIn(Clock::now() - m_since));
+}
+
+Clock::time_point ClockSink::dueAt(std::uint64_t position) {
+  if (position <= m_base) return m_since;
+  if (m_paused) return Clock::time_point::max();
+  return m_since + timeOf(position - m_base);
+}
+
+void ClockSink::pause() {
+  if (m_paused) return;
+  m_base = heard();
+  m_paused = true;
+}
+
+void ClockSink::resume() {
+  if (!m_paused) return;
+  m_since = Clock::now();
+  m_paused = false;
+}
+
+std::uint64_t ClockSink::takeBack(std::uint64_t position) {
+  m_written = std::clamp(position, heard(), m_written);
+  return m_written;
+}
+
+bool ClockSink::finish() {
+  return true;
+}
+
+// When all that was written has been heard, time starts again with what comes next.
+void ClockSink::settle() {
+  if (m_paused || heard() < m_written) return;
+  m_base = m_written;
+  m_since = Clock::now();
+}
+
+}  // namespace kavrel

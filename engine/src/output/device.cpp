@@ -1,0 +1,240 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "output/device.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <span>
+#include <string_view>
+
+#include <cubeb/cubeb.h>
+#include <unistd.h>
+
+#include "annotations.h"
+#include "output/playback.h"
+#include "synth/synthesiser.h"
+
+namespace kavrel {
+
+namespace {
+
+// How much sound the device is given ahead. With less, a machine that has much to do leaves gaps; a
+// pause is as quick with more, since the server drops what it has not played.
+constexpr std::uint32_t kLatency = kSampleRate / 10;
+
+// Where there is no sound server, finding that out takes some milliseconds, so those who ask within
+// this time get the same answer.
+constexpr std::chrono::milliseconds kRetryAfter(250);
+
+constexpr const char* kProgramName = "Kavrel";
+
+}  // namespace
+
+bool soundOutputIsWanted() {
+  static const bool wanted = [] {
+    const char* const choice = std::getenv("KAVREL_AUDIO");
+    return choice == nullptr || std::string_view(choice) != "none";
+  }();
+  return wanted;
+}
+
+const std::string& usualSoundDevice() {
+  static const std::string name = [] {
+    const char* const choice = std::getenv("KAVREL_AUDIO_DEVICE");
+    return std::string(choice != nullptr ? choice : "");
+  }();
+  return name;
+}
+
+// cubeb's context, while it lives.
+class DeviceStream::Context {
+ public:
+  // The one that others use, or a new one. Null when there is no sound output.
+  static std::shared_ptr<Context> shared();
+
+  ~Context() {
+    if (m_owner == ::getpid()) cubeb_destroy(m_handle);
+  }
+  Context(const Context&) = delete;
+  Context& operator=(const Context&) = delete;
+
+  cubeb* handle() const { return m_handle; }
+
+  // A stream has failed. The next user gets a new context, and with it a server that has come back.
+  void retire() { m_retired.store(true, std::memory_order_relaxed); }
+
+  bool isUsable() const {
+    return m_owner == ::getpid() && !m_retired.load(std::memory_order_relaxed);
+  }
+
+ private:
+  struct Current {
+    Mutex lock;
+    std::weak_ptr<Context> context GUARDED_BY(lock);
+    Clock::time_point retryAt GUARDED_BY(lock);
+  };
+
+  explicit Context(cubeb* handle) : m_handle(handle) {}
+
+  cubeb* const m_handle;
+  const pid_t m_owner = ::getpid();
+  std::atomic<bool> m_retired = false;
+};
+
+std::shared_ptr<DeviceStream::Context> DeviceStream::Context::shared() {
+  // Never destroyed, for threads that speak while the process exits.
+  static Current& current = *new Current;
+  const Held held(current.lock);
+  if (auto context = current.context.lock(); context != nullptr && context->isUsable()) {
+    return context;
+  }
+  if (Clock::now() < current.retryAt) return nullptr;
+  cubeb* handle = nullptr;
+  std::uint32_t channels = 0;
+  const bool ready = cubeb_init(&handle, kProgramName, nullptr) == CUBEB_OK;
+  // A way to sound without anything behind it shows only here.
+  if (!ready || cubeb_get_max_channel_count(handle, &channels) != CUBEB_OK) {
+    if (ready) cubeb_destroy(handle);
+    current.retryAt = Clock::now() + kRetryAfter;
+    return nullptr;
+  }
+  std::shared_ptr<Context> context(new Context(handle));
+  current.context = context;
+  return context;
+}
+
+namespace {
+
+// The output devices of a context.
+class Collection {
+ public:
+  explicit Collection(cubeb* context) : m_context(context) {
+    m_found = cubeb_enumerate_devices(context, CUBEB_DEVICE_TYPE_OUTPUT, &m_collection) == CUBEB_OK;
+  }
+  ~Collection() {
+    if (m_found) cubeb_device_collection_destroy(m_context, &m_collection);
+  }
+  Collection(const Collection&) = delete;
+  Collection& operator=(const Collection&) = delete;
+
+  std::span<const cubeb_device_info> devices() const {
+    if (!m_found) return {};
+    return {m_collection.device, m_collection.count};
+  }
+
+ private:
+  cubeb* const m_context;
+  cubeb_device_collection m_collection{};
+  bool m_found = false;
+};
+
+bool isUsable(const cubeb_device_info& device) {
+  return device.device_id != nullptr && device.state == CUBEB_DEVICE_STATE_ENABLED;
+}
+
+// Null when there is no device of that name.
+cubeb_devid findDevice(const Collection& collection, const std::string& name) {
+  for (const cubeb_device_info& device : collection.devices()) {
+    if (isUsable(device) && name == device.device_id) return device.devid;
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+std::vector<SoundDevice> soundDevices() {
+  const auto context = DeviceStream::Context::shared();
+  if (context == nullptr) return {};
+  const Collection collection(context->handle());
+  std::vector<SoundDevice> found;
+  for (const cubeb_device_info& device : collection.devices()) {
+    if (!isUsable(device)) continue;
+    const char* const description = device.friendly_name;
+    found.push_back({device.device_id, description != nullptr ? description : device.device_id,
+                     device.preferred != CUBEB_DEVICE_PREF_NONE});
+  }
+  return found;
+}
+
+// cubeb's stream, with what it calls back.
+struct DeviceStream::Handle {
+  ~Handle() {
+    if (stream == nullptr) return;
+    cubeb_stream_stop(stream);
+    cubeb_stream_destroy(stream);
+  }
+
+  // On cubeb's thread, which serves all streams: nothing here may wait.
+  static long onData(cubeb_stream* /*stream*/, void* user, const void* /*input*/, void* output,
+                     long frames) {
+    auto& self = *static_cast<DeviceStream*>(user);
+    self.m_source.take(
+        {static_cast<std::int16_t*>(output), static_cast<std::size_t>(std::max(frames, 0L))});
+    return frames;
+  }
+
+  static void onState(cubeb_stream* /*stream*/, void* user, cubeb_state state) {
+    if (state == CUBEB_STATE_ERROR) static_cast<DeviceStream*>(user)->lose();
+  }
+
+  cubeb_stream* stream = nullptr;
+};
+
+DeviceStream::DeviceStream(std::shared_ptr<Context> context, Playback& source)
+    : m_context(std::move(context)), m_source(source), m_handle(std::make_unique<Handle>()) {}
+
+DeviceStream::~DeviceStream() = default;
+
+std::unique_ptr<DeviceStream> DeviceStream::open(const std::string& name, Playback& source,
+                                                 std::string& why) {
+  auto context = Context::shared();
+  if (context == nullptr) {
+    why = "there is no sound output";
+    return nullptr;
+  }
+  // The device is known by a part of the collection, which has to live until the stream is open.
+  std::optional<Collection> collection;
+  cubeb_devid device = nullptr;
+  if (!name.empty()) {
+    device = findDevice(collection.emplace(context->handle()), name);
+    if (device == nullptr) {
+      why = "there is no sound device \"" + name + "\"";
+      return nullptr;
+    }
+  }
+  std::unique_ptr<DeviceStream> stream(new DeviceStream(std::move(context), source));
+  cubeb_stream_params params{CUBEB_SAMPLE_S16NE, kSampleRate, 1, CUBEB_LAYOUT_MONO,
+                             CUBEB_STREAM_PREF_NONE};
+  std::uint32_t least = 0;
+  cubeb* const handle = stream->m_context->handle();
+  if (cubeb_get_min_latency(handle, &params, &least) != CUBEB_OK) least = 0;
+  if (cubeb_stream_init(handle, &stream->m_handle->stream, "speech", nullptr, nullptr, device,
+                        &params, std::max(least, kLatency), &Handle::onData, &Handle::onState,
+                        stream.get()) != CUBEB_OK) {
+    stream->m_handle->stream = nullptr;
+    stream->m_context->retire();
+    why = "the sound device cannot be used";
+    return nullptr;
+  }
+  return stream;
+}
+
+void DeviceStream::lose() {
+  m_context->retire();
+  m_lost.store(true, std::memory_order_release);
+}
+
+bool DeviceStream::start() {
+  return cubeb_stream_start(m_handle->stream) == CUBEB_OK;
+}
+
+void DeviceStream::stop() {
+  cubeb_stream_stop(m_handle->stream);
+}
+
+std::optional<std::uint64_t> DeviceStream::position() {
+  std::uint64_t frames = 0;
+  if (cubeb_stream_get_position(m_handle->stream, &frames) != CUBEB_OK) return std::nullopt;
+  return frames;
+}
+
+}  // namespace kavrel

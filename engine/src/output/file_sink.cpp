@@ -1,0 +1,214 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "output/file_sink.h"
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cerrno>
+#include <cstring>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "synth/synthesiser.h"
+
+namespace kavrel {
+
+namespace {
+
+constexpr std::size_t kBlockSamples = 16384;
+constexpr std::size_t kHeadSize = 54;
+constexpr std::size_t kSampleSize = 2;
+
+// Fills in an AIFF file's head, number by number.
+class Head {
+ public:
+  // `samples`: how many follow.
+  explicit Head(std::uint64_t samples) {
+    const std::uint64_t size = samples * kSampleSize;
+    name("FORM");
+    number(kHeadSize - 8 + size, 4);
+    name("AIFF");
+    name("COMM");
+    number(18, 4);
+    number(1, 2);  // channels
+    number(samples, 4);
+    number(8 * kSampleSize, 2);
+    rate(kSampleRate);
+    name("SSND");
+    number(8 + size, 4);
+    number(0, 4);  // offset
+    number(0, 4);  // block size: none
+  }
+
+  const std::array<std::uint8_t, kHeadSize>& bytes() const { return m_bytes; }
+
+ private:
+  void name(const char* fourCharacters) {
+    for (int i = 0; i < 4; ++i) m_bytes[m_end++] = static_cast<std::uint8_t>(fourCharacters[i]);
+  }
+
+  void number(std::uint64_t value, int bytes) {
+    for (int shift = 8 * (bytes - 1); shift >= 0; shift -= 8) {
+      m_bytes[m_end++] = static_cast<std::uint8_t>(value >> shift);
+    }
+  }
+
+  // A floating-point number of 80 bits.
+  void rate(std::uint32_t perSecond) {
+    const int zeros = std::countl_zero(std::uint64_t{perSecond});
+    number(static_cast<std::uint64_t>(16383 + 63 - zeros), 2);
+    number(std::uint64_t{perSecond} << zeros, 8);
+  }
+
+  std::array<std::uint8_t, kHeadSize> m_bytes{};
+  std::size_t m_end = 0;
+};
+
+std::uint16_t bigEndian(std::int16_t sample) {
+  const auto bits = static_cast<std::uint16_t>(sample);
+  if constexpr (std::endian::native == std::endian::big) return bits;
+  return static_cast<std::uint16_t>(bits << 8U | bits >> 8U);
+}
+
+bool isRegular(int file) {
+  struct stat status {};
+  return ::fstat(file, &status) == 0 && S_ISREG(status.st_mode);
+}
+
+bool isEmpty(int file) {
+  struct stat status {};
+  return ::fstat(file, &status) == 0 && status.st_size == 0;
+}
+
+}  // namespace
+
+std::unique_ptr<FileSink> FileSink::open(const std::string& path, std::string& why) {
+  // Without waiting: a pipe that nobody reads must not hold the caller up.
+  const int file =
+      ::open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, 0666);
+  if (file < 0) {
+    why = path + ": " + std::strerror(errno);
+    return nullptr;
+  }
+  if (::lseek(file, 0, SEEK_CUR) < 0) {
+    why = path + ": is not a file";
+    ::close(file);
+    return nullptr;
+  }
+  return std::unique_ptr<FileSink>(new FileSink(file, path));
+}
+
+FileSink::FileSink(int file, std::string path) : m_path(std::move(path)), m_file(file) {
+  m_block.reserve(kBlockSamples);
+}
+
+FileSink::~FileSink() {
+  close();
+}
+
+bool FileSink::write(std::span<const std::int16_t> samples) {
+  while (!samples.empty()) {
+    const std::size_t count = std::min(samples.size(), kBlockSamples - m_block.size());
+    const std::size_t begin = m_block.size();
+    m_block.resize(begin + count);
+    std::transform(samples.begin(), samples.begin() + static_cast<std::ptrdiff_t>(count),
+                   m_block.begin() + static_cast<std::ptrdiff_t>(begin), bigEndian);
+    samples = samples.subspan(count);
+    if (m_block.size() == kBlockSamples && !flush()) return false;
+  }
+  return true;
+}
+
+// Sound is written in front of the head that counts it. What finds no room is left out.
+bool FileSink::flush() {
+  if (!m_begun && !begin()) return false;
+  const auto room = static_cast<std::size_t>(kMaxSamples - m_samples);
+  const std::size_t count = std::min(m_block.size(), room);
+  const std::size_t size = count * kSampleSize;
+  const std::size_t written = put(m_block.data(), size, kHeadSize + m_samples * kSampleSize);
+  const std::string why = written < size           ? std::strerror(errno)
+                          : count < m_block.size() ? "is as large as an AIFF file can be"
+                                                   : "";
+  m_samples += written / kSampleSize;
+  m_block.clear();
+  if (why.empty()) return writeHead() || refuse(std::strerror(errno));
+  if (written > 0) writeHead();
+  return refuse(why);
+}
+
+// Cuts off what the file held before once there is a head of ours.
+bool FileSink::writeHead() {
+  const Head head(m_samples);
+  if (put(head.bytes().data(), kHeadSize, 0) < kHeadSize) return false;
+  if (std::exchange(m_begun, true) || !isRegular(m_file)) return true;
+  return ::ftruncate(m_file, static_cast<off_t>(kHeadSize + m_samples * kSampleSize)) == 0;
+}
+
+// How many of the bytes could be written; errno says why there were not more.
+std::size_t FileSink::put(const void* bytes, std::size_t count, std::uint64_t place) const {
+  std::size_t done = 0;
+  while (done < count) {
+    const ssize_t written = ::pwrite(m_file, static_cast<const char*>(bytes) + done, count - done,
+                                     static_cast<off_t>(place + done));
+    if (written < 0 && errno == EINTR) continue;
+    if (written == 0) errno = ENOSPC;
+    if (written <= 0) break;
+    done += static_cast<std::size_t>(written);
+  }
+  return done;
+}
+
+// Devices may be shared, and some file systems cannot lock. A file that held nothing has a head in
+// front of its first sound; what another one holds may still be wanted if there is no room.
+bool FileSink::begin() {
+  if (!isRegular(m_file)) return true;
+  if (::flock(m_file, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
+    return refuse("is being written by another job");
+  }
+  return !isEmpty(m_file) || writeHead() || refuse(std::strerror(errno));
+}
+
+bool FileSink::close() {
+  return m_file < 0 || ::close(std::exchange(m_file, -1)) == 0;
+}
+
+bool FileSink::refuse(const std::string& why) {
+  m_error = m_path + ": " + why;
+  return false;
+}
+
+bool FileSink::finish() {
+  const bool isWritten = m_error.empty() && flush();
+  if (!close() && isWritten) return refuse(std::strerror(errno));
+  return isWritten;
+}
+
+void FileSink::advance(std::uint64_t count) {
+  m_heard += count;
+}
+
+std::uint64_t FileSink::lead() const {
+  return 0;
+}
+
+std::uint64_t FileSink::heard() {
+  return m_heard;
+}
+
+Clock::time_point FileSink::dueAt(std::uint64_t /*position*/) {
+  return Clock::time_point::min();
+}
+
+void FileSink::pause() {}
+
+void FileSink::resume() {}
+
+std::uint64_t FileSink::takeBack(std::uint64_t /*position*/) {
+  return m_heard;
+}
+
+}  // namespace kavrel

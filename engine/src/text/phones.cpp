@@ -1,0 +1,152 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "text/phones.h"
+
+#include <algorithm>
+#include <array>
+#include <optional>
+
+namespace kavrel {
+
+namespace {
+
+struct PhoneRow {
+  std::string_view name;
+  bool vowel;
+  std::string_view stressed;    // the synthesiser's name, for stress 1
+  std::string_view unstressed;  // the same for the rest
+};
+
+// In American English an unstressed "I" at the end of a word becomes "i"; "I#" does not.
+constexpr auto kPhones = std::to_array<PhoneRow>({
+    {"pau", false, "_:", "_:"}, {"ae", true, "a", "a"},    {"ey", true, "eI", "eI"},
+    {"ao", true, "O:", "O:"},   {"ah", true, "V", "@"},    {"i", true, "i:", "i:"},
+    {"eh", true, "E", "E"},     {"ih", true, "I", "I#"},   {"ay", true, "aI", "aI"},
+    {"aa", true, "A:", "A:"},   {"uw", true, "u:", "u:"},  {"uh", true, "U", "U"},
+    {"ow", true, "oU", "oU"},   {"aw", true, "aU", "aU"},  {"oy", true, "OI", "OI"},
+    {"b", false, "b", "b"},     {"ch", false, "tS", "tS"}, {"d", false, "d", "d"},
+    {"dh", false, "D", "D"},    {"f", false, "f", "f"},    {"g", false, "g", "g"},
+    {"h", false, "h", "h"},     {"jh", false, "dZ", "dZ"}, {"k", false, "k", "k"},
+    {"l", false, "l", "l"},     {"m", false, "m", "m"},    {"n", false, "n", "n"},
+    {"ng", false, "N", "N"},    {"p", false, "p", "p"},    {"r", false, "r", "r"},
+    {"s", false, "s", "s"},     {"sh", false, "S", "S"},   {"t", false, "t", "t"},
+    {"th", false, "T", "T"},    {"v", false, "v", "v"},    {"w", false, "w", "w"},
+    {"j", false, "j", "j"},     {"z", false, "z", "z"},    {"zh", false, "Z", "Z"},
+    {".", false, "", ""},
+});
+
+constexpr std::size_t kLongestName = 3;
+
+// Vowels that languages lack, and the nearest that they have: the synthesiser leaves out in silence
+// what it does not know. `languages`: the first two letters of each; the first row that fits holds.
+struct InputRow {
+  std::string_view languages;
+  std::string_view name;
+  std::string_view sound;
+};
+
+constexpr auto kForeignInput = std::to_array<InputRow>({
+    {"da de es fi fr it nb nl pt sv", "ah", "@"},
+    {"es", "ih", "i"},
+    {"da de fi fr it nb nl pt sv", "ih", "I"},
+    {"es fi fr it", "aa", "a"},
+    {"fi", "ao", "o"},
+    {"fi", "eh", "e"},
+    {"fi", "ey", "ei"},
+    {"fi", "oy", "oi"},
+    {"es it", "oy", "oI"},
+    {"da fr nl", "uh", "u"},
+    {"da fr", "aw", "a|u"},
+    {"nl", "aw", "VU"},
+    {"da nl", "ow", "o|u"},
+});
+
+const PhoneRow* findPhone(std::string_view name) {
+  const auto row = std::ranges::find(kPhones, name, &PhoneRow::name);
+  return row != kPhones.end() ? &*row : nullptr;
+}
+
+std::string_view soundOf(const PhoneRow& row, int stress, std::string_view language) {
+  for (const InputRow& foreign : kForeignInput) {
+    if (foreign.name == row.name && isOneOf(language, foreign.languages)) return foreign.sound;
+  }
+  return stress == 1 ? row.stressed : row.unstressed;
+}
+
+bool isBlank(char c) {
+  return c == ' ' || c == '\t' || c == '\r' || c == '\n';
+}
+
+// The phone that `piece` begins with, which is taken off it; nothing when there is none.
+std::optional<Phone> takePhone(std::string_view& piece) {
+  for (std::size_t length = std::min(kLongestName, piece.size()); length > 0; --length) {
+    const PhoneRow* row = findPhone(piece.substr(0, length));
+    if (row == nullptr) continue;
+    piece.remove_prefix(length);
+    Phone phone{std::string(row->name), -1};
+    if (!piece.empty() && piece[0] >= '0' && piece[0] <= '2') {
+      if (row->vowel) phone.stress = piece[0] == '1' ? 1 : 0;
+      piece.remove_prefix(1);
+    }
+    return phone;
+  }
+  return std::nullopt;
+}
+
+void readPiece(std::string_view piece, PhoneText& read) {
+  const std::size_t before = read.phones.size();
+  for (std::string_view rest = piece; !rest.empty();) {
+    std::optional<Phone> phone = takePhone(rest);
+    if (!phone) {
+      read.phones.resize(before);
+      if (read.unknown.size() < PhoneText::kMaxUnknown) {
+        read.unknown.emplace_back(piece.substr(0, 32));
+      }
+      return;
+    }
+    read.phones.push_back(std::move(*phone));
+  }
+}
+
+}  // namespace
+
+PhoneText readPhones(std::string_view text) {
+  PhoneText read;
+  std::size_t at = 0;
+  while (at < text.size()) {
+    if (isBlank(text[at])) {
+      ++at;
+      continue;
+    }
+    std::size_t end = at;
+    while (end < text.size() && !isBlank(text[end])) ++end;
+    readPiece(text.substr(at, end - at), read);
+    at = end;
+  }
+  return read;
+}
+
+bool isOneOf(std::string_view language, std::string_view languages) {
+  const std::size_t at = languages.find(language.substr(0, 2));
+  return language.size() >= 2 && at != std::string_view::npos;
+}
+
+bool isVowel(std::string_view phone) {
+  const PhoneRow* row = findPhone(phone);
+  return row != nullptr && row->vowel;
+}
+
+std::string synthesiserInput(std::span<const Phone> phones, std::string_view language) {
+  std::string input;
+  for (const Phone& phone : phones) {
+    const PhoneRow* row = findPhone(phone.name);
+    if (row == nullptr) continue;
+    const std::string_view sound = soundOf(*row, phone.stress, language);
+    if (sound.empty()) continue;
+    if (!input.empty()) input += '|';
+    if (row->vowel && phone.stress >= 0) input += phone.stress == 1 ? '\'' : '%';
+    input += sound;
+  }
+  return input;
+}
+
+}  // namespace kavrel

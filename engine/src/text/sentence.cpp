@@ -1,0 +1,376 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "text/sentence.h"
+
+#include <algorithm>
+#include <iterator>
+#include <span>
+#include <utility>
+
+#include "cst.h"
+#include "text/phones.h"
+
+namespace kavrel {
+
+namespace {
+
+std::uint32_t position(std::size_t bytes) {
+  return static_cast<std::uint32_t>(bytes);
+}
+
+std::string latin9(std::span<const Letter> letters) {
+  std::string text;
+  for (const Letter& letter : letters) appendLatin9(text, letter.character);
+  return text;
+}
+
+// An item for a token's letters, spoken or not; which of them it speaks is filled in later.
+Item wordItem(std::span<const Letter> token) {
+  std::span<const Letter> word = wordOf(token);
+  if (word.empty()) word = token;
+  Item item;
+  item.kind = Item::Kind::Word;
+  item.reported = false;
+  item.start = position(word.front().start);
+  item.length = position(word.back().start + word.back().length - word.front().start);
+  item.name = latin9(word);
+  return item;
+}
+
+// Whether letters in these styles cannot be spoken in one go.
+bool areApart(const Style& one, const Style& other) {
+  return one.spellOut != other.spellOut || one.digits != other.digits;
+}
+
+// Whether a token that ended like this, with nothing but tags and blanks behind it, has ended a
+// sentence in front of a character (0: phones).
+bool endsBefore(Stop stop, char32_t following) {
+  static constexpr std::u32string_view kGoOn = U"(,;:-";
+  const bool digit = isDigit(following);
+  switch (stop) {
+    case Stop::None:
+      return false;
+    case Stop::UnlessSmall:
+      return !digit && !isSmallLetter(following) && kGoOn.find(following) == kGoOn.npos;
+    case Stop::UnlessDigit:
+      return !digit;
+    case Stop::Full:
+      return !digit && !isSmallLetter(following);
+  }
+  return false;
+}
+
+void reportUnknownPhones(const PhoneText& read, const MarkupEvent& tag) {
+  if ((cst_diag_mask & CST_DIAG_ENGINE) == 0 || cst_diag_level <= 1) return;
+  for (const std::string& piece : read.unknown) {
+    cst_dbg_timestamp();
+    cst_dbg_ffl("sentence", "handlePhoneme", __LINE__);
+    cst_dbg_context(CST_DIAG_ENGINE);
+    cst_errmsg("no phone is called \"%s\" (element at byte %zu)\n", piece.c_str(), tag.start);
+  }
+}
+
+}  // namespace
+
+// The stretch behind those that can be spoken in one go with the stretch `first`.
+std::size_t SentenceReader::Token::endOfPart(std::size_t first) const {
+  std::size_t behind = first + 1;
+  while (behind < stretches.size() && !areApart(stretches[first].style, stretches[behind].style)) {
+    ++behind;
+  }
+  return behind;
+}
+
+// How the stretches from `first` to the one in front of `behind` are spoken in one go.
+Style SentenceReader::Token::styleOf(std::size_t first, std::size_t behind) const {
+  Style style;
+  bool emphasis = false;
+  std::size_t longest = 0;
+  for (std::size_t at = first; at < behind; ++at) {
+    const std::size_t length = stretches[at].end - (at > 0 ? stretches[at - 1].end : 0);
+    if (length > longest) style = stretches[at].style;
+    longest = std::max(longest, length);
+    emphasis = emphasis || stretches[at].style.emphasis;
+  }
+  style.emphasis = emphasis;
+  return style;
+}
+
+SentenceReader::SentenceReader(std::string_view text) : m_scanner(text) {}
+
+// Keeps the memory for the next token.
+void SentenceReader::Token::clear() {
+  letters.clear();
+  stretches.clear();
+  marks.clear();
+  bytes = 0;
+  behindTag = false;
+}
+
+bool SentenceReader::next(Sentence& sentence) {
+  sentence.items.clear();
+  m_hasTokens = false;
+  m_hasWords = false;
+  for (;;) {
+    const MarkupEvent event = m_isHeld ? m_held : m_scanner.next();
+    m_isHeld = false;
+    const Step step = handle(event, sentence);
+    if (step == Step::GoOn) continue;
+    if (step != Step::End) {
+      m_held = event;
+      m_isHeld = true;
+    }
+    if (finish(step != Step::CutOff, sentence)) return true;
+    if (event.kind == MarkupEvent::Kind::End) return false;
+  }
+}
+
+SentenceReader::Step SentenceReader::handle(const MarkupEvent& event, Sentence& sentence) {
+  if (event.kind == MarkupEvent::Kind::Character) {
+    if (m_styles.insidePhoneme()) return handleContent(event, sentence);
+    if (isBlank(event.character)) return handleBlank(event, sentence);
+    return handleLetter(event, sentence);
+  }
+  m_token.behindTag = true;
+  switch (event.kind) {
+    case MarkupEvent::Kind::StartTag:
+      return handleStartTag(event, sentence);
+    case MarkupEvent::Kind::EndTag:
+      m_styles.close(event.name);
+      if (!m_styles.insidePhoneme()) closePhones(sentence);
+      return Step::GoOn;
+    case MarkupEvent::Kind::End:
+      endToken(sentence);
+      closePhones(sentence);
+      return Step::EndOff;
+    default:
+      return Step::GoOn;
+  }
+}
+
+SentenceReader::Step SentenceReader::handleBlank(const MarkupEvent& event, Sentence& sentence) {
+  endToken(sentence);
+  m_glued = false;
+  const bool newline = event.character == '\n' || event.character == '\r';
+  if (newline && !(event.character == '\n' && m_afterReturn)) ++m_newlines;
+  m_afterReturn = event.character == '\r';
+  const bool emptyLine = m_newlines > 1 && (m_hasTokens || m_begun);
+  if (m_stop != Stop::Full && !emptyLine) return Step::GoOn;
+  m_stop = Stop::None;
+  return Step::End;
+}
+
+SentenceReader::Step SentenceReader::handleLetter(const MarkupEvent& event, Sentence& sentence) {
+  const std::vector<Letter>& letters = m_token.letters;
+  if (m_token.bytes > kMaxTokenBytes - (event.end - event.start)) {
+    endToken(sentence);
+    m_stop = Stop::None;
+  }
+  if (!letters.empty() && m_token.behindTag && !isClosing(event.character) &&
+      endsBefore(stopOf(letters), event.character)) {
+    endToken(sentence);
+  }
+  if (letters.empty()) {
+    m_newlines = 0;
+    m_afterReturn = false;
+    if (stopHolds(event.character)) return Step::EndOff;
+    if (!fits(event.start + kMaxTokenBytes, sentence)) return Step::CutOff;
+  }
+  addLetter(event);
+  return Step::GoOn;
+}
+
+void SentenceReader::addLetter(const MarkupEvent& event) {
+  if (m_token.letters.empty() ||
+      (m_token.behindTag && m_token.stretches.back().style != m_styles.style())) {
+    m_token.stretches.push_back({0, m_styles.style()});
+  }
+  m_token.behindTag = false;
+  m_token.letters.push_back({event.character, event.start, event.end - event.start});
+  m_token.stretches.back().end = m_token.letters.size();
+  m_token.bytes += event.end - event.start;
+}
+
+SentenceReader::Step SentenceReader::handleStartTag(const MarkupEvent& event, Sentence& sentence) {
+  if (event.name == "phoneme" && !m_styles.insidePhoneme()) {
+    endToken(sentence);
+    return handlePhoneme(event, sentence);
+  }
+  if (event.name == "mark") {
+    Item item;
+    item.kind = Item::Kind::Mark;
+    item.name = event.attribute("name").value_or("");
+    return handleMark(std::move(item), event, sentence);
+  }
+  if (event.name == "break") {
+    endToken(sentence);
+    Item item;
+    item.kind = Item::Kind::Break;
+    item.milliseconds = readBreakTime(event.attribute("time").value_or(""), Item::kMaxBreak);
+    return add(std::move(item), event, sentence);
+  }
+  if (!event.empty) m_styles.open(event);
+  return Step::GoOn;
+}
+
+SentenceReader::Step SentenceReader::handleMark(Item item, const MarkupEvent& event,
+                                                Sentence& sentence) {
+  if (m_token.marks.size() >= kMaxTokenMarks) endToken(sentence);
+  if (m_token.letters.empty()) return add(std::move(item), event, sentence);
+  item.start = position(event.start);
+  item.length = position(event.end - event.start);
+  m_token.marks.push_back({m_token.letters.size(), std::move(item)});
+  return Step::GoOn;
+}
+
+SentenceReader::Step SentenceReader::handlePhoneme(const MarkupEvent& event, Sentence& sentence) {
+  PhoneText read = readPhones(event.attribute("ph").value_or(""));
+  if (!read.phones.empty()) {
+    if (stopHolds(0)) return Step::EndOff;
+    if (!fits(event.end, sentence)) return Step::CutOff;
+    Item item;
+    item.kind = Item::Kind::Phones;
+    item.start = position(event.end);
+    item.reported = false;
+    item.phones = std::move(read.phones);
+    item.style = m_styles.style();
+    m_phonesOpen = !event.empty;
+    m_phonesItem = sentence.items.size();
+    m_phonesName = 0;
+    m_hasWords = true;
+    m_newlines = 0;
+    cover(event.end, event.end, sentence);
+    sentence.items.push_back(std::move(item));
+  }
+  reportUnknownPhones(read, event);
+  if (!event.empty) m_styles.open(event);
+  return Step::GoOn;
+}
+
+SentenceReader::Step SentenceReader::handleContent(const MarkupEvent& event, Sentence& sentence) {
+  if (!m_phonesOpen) return Step::GoOn;
+  Item& item = sentence.items[m_phonesItem];
+  if (!fits(event.end, sentence)) {
+    // The rest of the content is not spoken either; only its place is not reported.
+    closePhones(sentence);
+    return Step::CutOff;
+  }
+  const bool blank = isBlank(event.character);
+  if (!item.reported && blank) return Step::GoOn;
+  if (!item.reported) {
+    item.start = position(event.start);
+    item.style = m_styles.style();
+  }
+  item.reported = true;
+  appendLatin9(item.name, blank ? U' ' : event.character);
+  if (blank) return Step::GoOn;
+  item.length = position(event.end) - item.start;
+  m_phonesName = item.name.size();
+  cover(item.start, event.end, sentence);
+  return Step::GoOn;
+}
+
+// What the last token left open is decided by the character that follows it (0: phones); true when
+// the sentence has ended there.
+bool SentenceReader::stopHolds(char32_t following) {
+  // The quote that closes the sentence: decided by what comes next.
+  if (m_glued && isClosing(following)) return false;
+  const bool ends = endsBefore(m_stop, following);
+  m_stop = Stop::None;
+  return ends;
+}
+
+// Whether the piece can take in what ends at `end`. The first item always fits.
+bool SentenceReader::fits(std::size_t end, const Sentence& sentence) const {
+  return sentence.items.empty() || end - m_pieceStart <= kMaxSentenceBytes;
+}
+
+void SentenceReader::endToken(Sentence& sentence) {
+  const std::vector<Letter>& letters = m_token.letters;
+  if (letters.empty()) return;
+  cover(letters.front().start, letters.back().start + letters.back().length, sentence);
+  addToken(sentence);
+  m_hasWords = m_hasWords || !wordOf(letters).empty();
+  // A closing quote on its own leaves the stop in front of it in force.
+  const bool closing = std::ranges::all_of(letters, isClosing, &Letter::character);
+  if (!closing || !m_glued) m_stop = stopOf(letters);
+  m_glued = true;
+  m_token.clear();
+}
+
+// Adds an item for each part of the token that is spoken in one go, and the marks.
+void SentenceReader::addToken(Sentence& sentence) const {
+  const std::span<const Letter> letters(m_token.letters);
+  const std::span<const Letter> word = wordOf(letters);
+  const auto wordBegin = static_cast<std::size_t>(
+      std::distance(letters.data(), word.empty() ? letters.data() + letters.size() : word.data()));
+  const Item whole = wordItem(letters);
+  auto mark = m_token.marks.begin();
+  std::size_t stretch = 0;
+  for (std::size_t begin = 0, end = 0; begin < letters.size(); begin = end) {
+    const std::size_t behind = m_token.endOfPart(stretch);
+    end = m_token.stretches[behind - 1].end;
+    Item item = whole;
+    item.style = m_token.styleOf(stretch, behind);
+    for (const Letter& letter : letters.subspan(begin, end - begin)) {
+      item.text += static_cast<wchar_t>(letter.character);
+    }
+    item.reported = begin <= wordBegin && wordBegin < end;
+    // Marks in front of the word, behind a quote for instance, are reached before it.
+    for (; item.reported && mark != m_token.marks.end() && mark->letter <= wordBegin; ++mark) {
+      sentence.items.push_back(mark->item);
+    }
+    sentence.items.push_back(std::move(item));
+    for (; mark != m_token.marks.end() && mark->letter <= end; ++mark) {
+      sentence.items.push_back(mark->item);
+      sentence.items.back().share =
+          static_cast<double>(mark->letter - begin) / static_cast<double>(end - begin);
+    }
+    stretch = behind;
+  }
+}
+
+void SentenceReader::closePhones(Sentence& sentence) {
+  if (!m_phonesOpen) return;
+  m_phonesOpen = false;
+  sentence.items[m_phonesItem].name.resize(m_phonesName);
+}
+
+// Takes in a tag that is an item of its own.
+SentenceReader::Step SentenceReader::add(Item item, const MarkupEvent& tag, Sentence& sentence) {
+  if (!fits(tag.end, sentence)) {
+    closePhones(sentence);
+    return Step::CutOff;
+  }
+  if (sentence.items.empty()) m_pieceStart = tag.start;
+  item.start = position(tag.start);
+  item.length = position(tag.end - tag.start);
+  item.style = m_styles.style();
+  sentence.items.push_back(std::move(item));
+  return Step::GoOn;
+}
+
+// Notes that the tokens of the piece reach over the bytes from `start` to `end`.
+void SentenceReader::cover(std::size_t start, std::size_t end, const Sentence& sentence) {
+  if (sentence.items.empty()) m_pieceStart = start;
+  if (!m_hasTokens) m_tokensStart = start;
+  m_hasTokens = true;
+  m_tokensEnd = end;
+}
+
+// Fills in what holds for the whole piece. False when nothing is in it.
+bool SentenceReader::finish(bool ended, Sentence& sentence) {
+  sentence.begins = m_hasWords && !m_begun;
+  sentence.ends = ended && (m_hasWords || m_begun);
+  m_begun = !ended && (m_hasWords || m_begun);
+  if (ended) m_stop = Stop::None;
+  if (sentence.items.empty()) return false;
+  if (!m_hasTokens) {
+    m_tokensStart = sentence.items.front().start;
+    m_tokensEnd = sentence.items.back().start + sentence.items.back().length;
+  }
+  sentence.start = position(m_tokensStart);
+  sentence.length = position(m_tokensEnd - m_tokensStart);
+  return true;
+}
+
+}  // namespace kavrel

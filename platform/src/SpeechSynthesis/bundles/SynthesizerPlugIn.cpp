@@ -1,0 +1,83 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "SpeechSynthesis/bundles/SynthesizerPlugIn.h"
+
+#include <CoreFoundation/CFBundle.h>
+#include <CoreFoundation/CFURL.h>
+
+#include <string>
+#include <system_error>
+
+#include <dlfcn.h>
+
+#include "CoreFoundation/CFObject.h"
+#include "SpeechSynthesis/calls/Results.h"
+
+namespace platform {
+namespace {
+
+namespace fs = std::filesystem;
+
+// What the system says about its last failure with a library.
+std::string loaderMessage() {
+  const char* const message = dlerror();
+  return message == nullptr ? "no reason given" : message;
+}
+
+// Looks names up in one library.
+class Library {
+ public:
+  explicit Library(const fs::path& file) : m_file(file.string()) {
+    std::error_code failure;
+    if (!fs::exists(file, failure)) {
+      throw PlugInError("The synthesizer " + m_file + " does not exist");
+    }
+    // The absolute name: the loader looks in folders of its own for one without a slash.
+    m_handle = dlopen(fs::absolute(file, failure).c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (m_handle == nullptr) {
+      throw PlugInError("The synthesizer " + m_file + " cannot be loaded: " + loaderMessage());
+    }
+  }
+
+  template <typename Function>
+  void find(Function*& function, const char* name) const {
+    function = reinterpret_cast<Function*>(dlsym(m_handle, name));
+    if (function == nullptr) {
+      throw PlugInError("The synthesizer " + m_file + " has no entry point " + name);
+    }
+  }
+
+ private:
+  std::string m_file;
+  void* m_handle = nullptr;  // never closed
+};
+
+}  // namespace
+
+SynthesizerPlugIn::SynthesizerPlugIn(const fs::path& file) {
+  const Library library(file);
+  library.find(m_entryPoints.openSpeechChannel, "SEOpenSpeechChannel");
+  library.find(m_entryPoints.closeSpeechChannel, "SECloseSpeechChannel");
+  library.find(m_entryPoints.speechStatus, "SESpeechStatus");
+  library.find(m_entryPoints.stopSpeechAt, "SEStopSpeechAt");
+  library.find(m_entryPoints.pauseSpeechAt, "SEPauseSpeechAt");
+  library.find(m_entryPoints.continueSpeech, "SEContinueSpeech");
+  library.find(m_entryPoints.textToPhonemes, "SETextToPhonemes");
+  library.find(m_entryPoints.useDictionary, "SEUseDictionary");
+  library.find(m_entryPoints.speakBuffer, "SESpeakBuffer");
+  library.find(m_entryPoints.getSpeechInfo, "SEGetSpeechInfo");
+  library.find(m_entryPoints.setSpeechInfo, "SESetSpeechInfo");
+  library.find(m_entryPoints.useVoice, "SEUseVoice");
+}
+
+OSErr SynthesizerPlugIn::useVoice(SpeechChannelIdentifier channel, const Voice& voice) const {
+  const std::string& path = voice.bundle.native();
+  const Owned url(CFURLCreateFromFileSystemRepresentation(
+      kCFAllocatorDefault, reinterpret_cast<const UInt8*>(path.data()),
+      static_cast<CFIndex>(path.size()), true));
+  const Owned bundle(CFBundleCreate(kCFAllocatorDefault, url.get()));
+  if (!bundle) return voiceNotFound;
+  VoiceSpec spec = voice.spec;
+  return translated(m_entryPoints.useVoice(channel, &spec, bundle.get()));
+}
+
+}  // namespace platform

@@ -1,0 +1,142 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "SpeechSynthesis/bundles/Synthesizers.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <string>
+#include <system_error>
+#include <utility>
+
+#include "SpeechSynthesis/bundles/Places.h"
+
+namespace platform {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* kSuffix = ".so";
+
+void report(const std::string& sentence) {
+  std::fprintf(stderr, "%s.\n", sentence.c_str());
+}
+
+// Whose voices a synthesizer speaks; 0 when it does not tell.
+OSType creatorOf(const SynthesizerPlugIn& plugIn, SpeechChannelIdentifier channel) {
+  SpeechVersionInfo version{};
+  if (plugIn.call().getSpeechInfo(channel, soSynthType, &version) != noErr) return 0;
+  return version.synthSubType;
+}
+
+std::string listed(const std::vector<fs::path>& folders) {
+  std::string names;
+  for (const fs::path& folder : folders) {
+    if (!names.empty()) names += ", ";
+    names += folder.string();
+  }
+  return names;
+}
+
+std::string characters(OSType code) {
+  std::string text;
+  for (const unsigned shift : {24U, 16U, 8U, 0U}) {
+    const char character = static_cast<char>((code >> shift) & 0xFFU);
+    text += character >= ' ' && character <= '~' ? character : '?';
+  }
+  return text;
+}
+
+}  // namespace
+
+Synthesizers& Synthesizers::shared() {
+  static auto* const synthesizers = new Synthesizers;
+  return *synthesizers;
+}
+
+std::vector<fs::path> Synthesizers::searchFolders() {
+  std::vector<fs::path> folders = foldersFromEnvironment("SPEECH_SYNTHESIZER_PATH");
+  if (const fs::path data = userDataFolder(); !data.empty()) {
+    folders.push_back(data / KAVREL_SYNTHESIZERS_SUBDIR);
+  }
+  const fs::path library = libraryFolder();
+  if (!library.empty()) folders.push_back(library / KAVREL_SYNTHESIZERS_SUBDIR);
+  return folders;
+}
+
+OSErr Synthesizers::open(OSType creator, OpenedChannel& opened) {
+  std::unique_lock held(m_lock);
+  const SynthesizerPlugIn* const known = find(creator);
+  if (known != nullptr) {
+    held.unlock();
+    opened.plugIn = known;
+    const long result = known->call().openSpeechChannel(&opened.identifier);
+    return result == noErr ? OSErr{noErr} : OSErr{synthOpenFailed};
+  }
+  bool someFailed = false;
+  for (const fs::path& file : newFiles()) {
+    const Tried tried = tryFile(file, creator, opened);
+    if (tried == Tried::Opened) return noErr;
+    someFailed = someFailed || tried == Tried::Unusable;
+  }
+  report("There is no synthesizer for voices of \"" + characters(creator) + "\" in " +
+         listed(searchFolders()));
+  return someFailed ? OSErr{synthOpenFailed} : OSErr{noSynthFound};
+}
+
+const SynthesizerPlugIn* Synthesizers::find(OSType creator) {
+  for (const Loaded& loaded : m_loaded) {
+    if (loaded.creator == creator) return loaded.plugIn.get();
+  }
+  return nullptr;
+}
+
+// The libraries in the folders that have not been tried, in the order of the folders, and of their
+// names in each.
+std::vector<fs::path> Synthesizers::newFiles() {
+  std::vector<fs::path> files;
+  for (const fs::path& folder : searchFolders()) {
+    std::error_code failure;
+    std::vector<fs::path> found;
+    for (fs::directory_iterator entry(folder, failure), end; !failure && entry != end;
+         entry.increment(failure)) {
+      if (entry->path().extension() == kSuffix) found.push_back(entry->path());
+    }
+    std::sort(found.begin(), found.end());
+    for (fs::path& file : found) {
+      if (std::find(m_seen.begin(), m_seen.end(), file) == m_seen.end()) {
+        files.push_back(std::move(file));
+      }
+    }
+  }
+  return files;
+}
+
+Synthesizers::Tried Synthesizers::tryFile(const fs::path& file, OSType creator,
+                                          OpenedChannel& opened) {
+  std::unique_ptr<const SynthesizerPlugIn> plugIn;
+  try {
+    plugIn = std::make_unique<SynthesizerPlugIn>(file);
+  } catch (const PlugInError& reason) {
+    m_seen.push_back(file);
+    report(reason.what());
+    return Tried::OfOthers;
+  }
+  SpeechChannelIdentifier channel = 0;
+  if (plugIn->call().openSpeechChannel(&channel) != noErr) {
+    // Another time it may.
+    report("The synthesizer " + file.string() + " cannot open a channel");
+    return Tried::Unusable;
+  }
+  m_seen.push_back(file);
+  const OSType its = creatorOf(*plugIn, channel);
+  if (its == 0) report("The synthesizer " + file.string() + " does not say whose voices it speaks");
+  const SynthesizerPlugIn* const kept = plugIn.get();
+  m_loaded.push_back({its, std::move(plugIn)});
+  if (its == creator) {
+    opened = {kept, channel};
+    return Tried::Opened;
+  }
+  kept->call().closeSpeechChannel(channel);
+  return Tried::OfOthers;
+}
+
+}  // namespace platform

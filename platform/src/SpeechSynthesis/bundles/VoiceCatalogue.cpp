@@ -1,0 +1,103 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "SpeechSynthesis/bundles/VoiceCatalogue.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <string_view>
+#include <system_error>
+
+#include "SpeechSynthesis/bundles/Places.h"
+#include "SpeechSynthesis/bundles/VoiceDescriptionReader.h"
+
+namespace platform {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* kBundleSuffix = ".SpeechVoice";
+
+bool sameVoice(const VoiceSpec& a, const VoiceSpec& b) {
+  return a.creator == b.creator && a.id == b.id;
+}
+
+void reportLeftOut(const fs::path& bundle, const char* reason) {
+  std::fprintf(stderr, "Voice %s is left out: %s.\n", bundle.c_str(), reason);
+}
+
+}  // namespace
+
+VoiceCatalogue::VoiceCatalogue(const std::vector<fs::path>& folders) {
+  for (const fs::path& folder : folders) addFolder(folder);
+}
+
+const VoiceCatalogue& VoiceCatalogue::shared() {
+  // Never destroyed: channels may still speak when static objects go.
+  static const auto* const catalogue = new VoiceCatalogue(searchFolders());
+  return *catalogue;
+}
+
+std::vector<fs::path> VoiceCatalogue::searchFolders() {
+  std::vector<fs::path> folders = foldersFromEnvironment("SPEECH_VOICE_PATH");
+  if (const fs::path data = userDataFolder(); !data.empty()) {
+    folders.push_back(data / KAVREL_VOICES_SUBDIR);
+  }
+  const fs::path library = libraryFolder();
+  if (library.empty()) return folders;
+  // Where the data folder stands to the library's folder, in the build tree and in an installation.
+  for (const char* const data : {"../share", KAVREL_DATA_FROM_LIB}) {
+    fs::path folder = (library / data / KAVREL_VOICES_SUBDIR).lexically_normal();
+    if (std::find(folders.begin(), folders.end(), folder) == folders.end()) {
+      folders.push_back(std::move(folder));
+    }
+  }
+  return folders;
+}
+
+const Voice* VoiceCatalogue::find(const VoiceSpec& spec) const {
+  const auto found = std::find_if(m_voices.begin(), m_voices.end(),
+                                  [&](const Voice& voice) { return sameVoice(voice.spec, spec); });
+  return found == m_voices.end() ? nullptr : &*found;
+}
+
+const Voice* VoiceCatalogue::defaultVoice() const {
+  for (const std::string_view locale : {"en_US", "en_"}) {
+    const auto found = std::find_if(m_voices.begin(), m_voices.end(), [locale](const Voice& voice) {
+      return voice.description.gender == kMale && voice.locale.starts_with(locale);
+    });
+    if (found != m_voices.end()) return &*found;
+  }
+  return m_voices.empty() ? nullptr : &m_voices.front();
+}
+
+void VoiceCatalogue::addFolder(const fs::path& folder) {
+  std::error_code failure;
+  std::vector<fs::path> bundles;
+  for (fs::directory_iterator entry(folder, failure), end; !failure && entry != end;
+       entry.increment(failure)) {
+    if (entry->path().extension() == kBundleSuffix) {
+      bundles.push_back(fs::absolute(entry->path(), failure));
+    }
+  }
+  // The system lists a folder in any order; the voices' indices must not change by themselves.
+  std::sort(bundles.begin(), bundles.end());
+  for (const fs::path& bundle : bundles) addBundle(bundle);
+}
+
+void VoiceCatalogue::addBundle(const fs::path& bundle) {
+  try {
+    Voice voice = readVoice(bundle);
+    if (const Voice* const earlier = find(voice.spec)) {
+      // A voice in an earlier folder is meant to stand in for this one; in the same it is a
+      // mistake.
+      if (earlier->bundle.parent_path() == bundle.parent_path()) {
+        reportLeftOut(bundle, ("its identifier is taken by " + earlier->bundle.string()).c_str());
+      }
+      return;
+    }
+    m_voices.push_back(std::move(voice));
+  } catch (const BrokenBundle& reason) {
+    reportLeftOut(bundle, reason.what());
+  }
+}
+
+}  // namespace platform

@@ -1,0 +1,215 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "SpeechSynthesis/bundles/VoiceDescriptionReader.h"
+
+#include <CoreFoundation/CFString.h>
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cstring>
+#include <limits>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <system_error>
+
+#include <pugixml.hpp>
+
+#include "CoreFoundation/CFObject.h"
+
+namespace platform {
+namespace {
+
+namespace fs = std::filesystem;
+
+// The dictionary at the root of a property list. The key of a missing or ill-typed value is named
+// in the exception.
+class PropertyList {
+ public:
+  explicit PropertyList(const fs::path& file) {
+    const pugi::xml_parse_result parsed = m_document.load_file(file.c_str());
+    if (!parsed) throw BrokenBundle("Info.plist cannot be read: " + describe(parsed));
+    m_dictionary = m_document.child("plist").child("dict");
+    if (!m_dictionary) throw BrokenBundle("Info.plist has no dictionary");
+  }
+
+  std::optional<std::string> optionalText(const char* key) const {
+    const pugi::xml_node value = valueOf(key);
+    if (!value) return std::nullopt;
+    if (std::string_view(value.name()) != "string") throw wrongType(key, "a string");
+    return value.text().get();
+  }
+
+  std::string text(const char* key) const {
+    const auto value = optionalText(key);
+    if (!value) throw BrokenBundle(missing(key));
+    return *value;
+  }
+
+  std::optional<std::int64_t> optionalNumber(const char* key, std::int64_t smallest,
+                                             std::int64_t largest) const {
+    const pugi::xml_node value = valueOf(key);
+    if (!value) return std::nullopt;
+    if (std::string_view(value.name()) != "integer") throw wrongType(key, "an integer");
+    const std::string_view digits = value.text().get();
+    std::int64_t number = 0;
+    const auto [end, error] = std::from_chars(digits.begin(), digits.end(), number);
+    if (error == std::errc::result_out_of_range || number < smallest || number > largest) {
+      throw BrokenBundle(std::string(key) + " is out of range");
+    }
+    if (error != std::errc() || end != digits.end()) throw wrongType(key, "an integer");
+    return number;
+  }
+
+  std::int64_t number(const char* key, std::int64_t smallest, std::int64_t largest) const {
+    const auto value = optionalNumber(key, smallest, largest);
+    if (!value) throw BrokenBundle(missing(key));
+    return *value;
+  }
+
+ private:
+  static std::string describe(const pugi::xml_parse_result& result) {
+    return std::string(result.description()) + " at byte " + std::to_string(result.offset);
+  }
+  static std::string missing(const char* key) { return std::string(key) + " is missing"; }
+  static BrokenBundle wrongType(const char* key, const char* type) {
+    return BrokenBundle(std::string(key) + " is not " + type);
+  }
+
+  // The element behind <key>; empty when there is none.
+  pugi::xml_node valueOf(const char* key) const {
+    for (const pugi::xml_node node : m_dictionary.children("key")) {
+      if (std::string_view(node.text().get()) == key) return nextElement(node);
+    }
+    return {};
+  }
+  static pugi::xml_node nextElement(pugi::xml_node node) {
+    do node = node.next_sibling();
+    while (node && node.type() != pugi::node_element);
+    return node;
+  }
+
+  pugi::xml_document m_document;
+  pugi::xml_node m_dictionary;
+};
+
+fs::path propertyListOf(const fs::path& bundle) {
+  std::error_code failure;
+  for (const char* const place : {"Info.plist", "Contents/Info.plist"}) {
+    fs::path file = bundle / place;
+    if (fs::is_regular_file(file, failure)) return file;
+  }
+  throw BrokenBundle("there is no Info.plist in it");
+}
+
+OSType fourCharCode(const std::string& text, const char* key) {
+  const auto isAscii = [](char c) { return c >= ' ' && c <= '~'; };
+  if (text.size() != 4 || !std::all_of(text.begin(), text.end(), isAscii)) {
+    throw BrokenBundle(std::string(key) + " is not four ASCII characters");
+  }
+  OSType code = 0;
+  for (const char c : text) code = (code << 8U) | static_cast<std::uint8_t>(c);
+  return code;
+}
+
+SInt16 genderOf(const std::string& text) {
+  if (text == "male") return kMale;
+  if (text == "female") return kFemale;
+  if (text == "neuter") return kNeuter;
+  throw BrokenBundle("VoiceGender is not male, female or neuter");
+}
+
+struct LocaleCodes {
+  std::string_view locale;
+  SInt16 language;
+  SInt16 region;
+};
+
+// The platform's codes of languages and regions.
+constexpr std::array<LocaleCodes, 17> kLocaleCodes = {{{"en_US", langEnglish, verUS},
+                                                       {"en_GB", langEnglish, verBritain},
+                                                       {"fr_FR", langFrench, verFrance},
+                                                       {"de_DE", langGerman, verGermany},
+                                                       {"it_IT", langItalian, verItaly},
+                                                       {"nl_NL", langDutch, verNetherlands},
+                                                       {"sv_SE", langSwedish, verSweden},
+                                                       {"es_ES", langSpanish, verSpain},
+                                                       {"da_DK", langDanish, verDenmark},
+                                                       {"pt_PT", langPortuguese, verPortugal},
+                                                       {"pt_BR", langPortuguese, verBrazil},
+                                                       {"nb_NO", langNorwegian, verNorway},
+                                                       {"fi_FI", langFinnish, verFinland},
+                                                       {"is_IS", langIcelandic, verIceland},
+                                                       {"en_AU", langEnglish, verAustralia},
+                                                       {"en_IE", langEnglish, verIreland},
+                                                       {"en_CA", langEnglish, verEngCanada}}};
+
+void checkLocale(const std::string& locale) {
+  const auto isLower = [](char c) { return c >= 'a' && c <= 'z'; };
+  const auto isUpper = [](char c) { return c >= 'A' && c <= 'Z'; };
+  if (locale.size() != 5 || !isLower(locale[0]) || !isLower(locale[1]) || locale[2] != '_' ||
+      !isUpper(locale[3]) || !isUpper(locale[4])) {
+    throw BrokenBundle("VoiceLocaleIdentifier is not a locale such as en_US");
+  }
+}
+
+LocaleCodes codesOf(std::string_view locale) {
+  for (const LocaleCodes& codes : kLocaleCodes) {
+    if (codes.locale == locale) return codes;
+  }
+  return {locale, -1, -1};
+}
+
+// Stores UTF-8 text as a Pascal string of Mac OS Roman; `room` counts the length byte. What is
+// behind the characters stays as it is.
+void storePascal(const std::string& text, unsigned char* destination, std::size_t room,
+                 const char* key) {
+  const Owned string(
+      CFStringCreateWithCString(kCFAllocatorDefault, text.c_str(), kCFStringEncodingUTF8));
+  std::string converted(room, '\0');
+  if (!string || !CFStringGetCString(string.get(), converted.data(), static_cast<CFIndex>(room),
+                                     kCFStringEncodingMacRoman)) {
+    throw BrokenBundle(std::string(key) + " is not at most " + std::to_string(room - 1) +
+                       " characters of Mac OS Roman");
+  }
+  const std::size_t length = std::strlen(converted.c_str());
+  destination[0] = static_cast<unsigned char>(length);
+  std::memcpy(destination + 1, converted.data(), length);
+}
+
+}  // namespace
+
+Voice readVoice(const fs::path& bundle) {
+  std::error_code failure;
+  if (!fs::is_directory(bundle, failure)) throw BrokenBundle("it is not a folder");
+  const PropertyList list(propertyListOf(bundle));
+
+  Voice voice{};
+  voice.bundle = bundle;
+  voice.locale = list.text("VoiceLocaleIdentifier");
+  checkLocale(voice.locale);
+  voice.spec.creator = fourCharCode(list.text("VoiceCreator"), "VoiceCreator");
+  voice.spec.id =
+      static_cast<OSType>(list.number("VoiceID", 0, std::numeric_limits<OSType>::max()));
+
+  constexpr std::int64_t kLargest = std::numeric_limits<SInt32>::max();
+  VoiceDescription& description = voice.description;
+  description.length = sizeof description;
+  description.voice = voice.spec;
+  description.version =
+      static_cast<SInt32>(list.optionalNumber("VoiceVersion", 0, kLargest).value_or(0));
+  const std::string name = list.text("VoiceName");
+  if (name.empty()) throw BrokenBundle("VoiceName is empty");
+  storePascal(name, description.name, sizeof description.name, "VoiceName");
+  storePascal(list.optionalText("VoiceDemoText").value_or(""), description.comment,
+              sizeof description.comment, "VoiceDemoText");
+  description.gender = genderOf(list.text("VoiceGender"));
+  description.age = static_cast<SInt16>(list.optionalNumber("VoiceAge", 0, 32767).value_or(0));
+  description.script = smRoman;
+  const LocaleCodes codes = codesOf(voice.locale);
+  description.language = codes.language;
+  description.region = codes.region;
+  return voice;
+}
+
+}  // namespace platform

@@ -1,0 +1,193 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "SpeechSynthesis/calls/Phonemes.h"
+
+#include <CoreFoundation/CFURL.h>
+
+#include <cerrno>
+#include <chrono>
+#include <condition_variable>
+#include <cstdlib>
+#include <filesystem>
+#include <mutex>
+#include <new>
+#include <system_error>
+
+#include <unistd.h>
+
+#include "CoreFoundation/CFObject.h"
+#include "SpeechSynthesis/calls/PhonemeSymbols.h"
+#include "SpeechSynthesis/calls/Results.h"
+
+namespace platform {
+namespace {
+
+// How long a synthesizer may go on without a report.
+constexpr std::chrono::seconds kPatience{30};
+
+// A file of its own, which goes with the object.
+class TemporaryFile {
+ public:
+  TemporaryFile() {
+    std::error_code failure;
+    std::filesystem::path folder = std::filesystem::temp_directory_path(failure);
+    if (failure) folder = "/tmp";
+    m_path = (folder / "phonemes-XXXXXX.aiff").native();
+    constexpr int kSuffixLength = 5;
+    const int file = mkstemps(m_path.data(), kSuffixLength);
+    if (file < 0) throw std::system_error(errno, std::generic_category(), m_path);
+    ::close(file);
+  }
+  ~TemporaryFile() { ::unlink(m_path.c_str()); }
+  TemporaryFile(const TemporaryFile&) = delete;
+  TemporaryFile& operator=(const TemporaryFile&) = delete;
+
+  Owned<CFURLRef> url() const {
+    return Owned(CFURLCreateFromFileSystemRepresentation(
+        kCFAllocatorDefault, reinterpret_cast<const UInt8*>(m_path.data()),
+        static_cast<CFIndex>(m_path.size()), false));
+  }
+
+ private:
+  std::string m_path;
+};
+
+// What the synthesizer reports, on threads of its own.
+class Collector {
+ public:
+  static void word(SpeechChannel /*channel*/, SRefCon self, unsigned long /*position*/,
+                   UInt16 /*length*/) noexcept {
+    of(self).note([](Collector& collector) { collector.m_separator = " "; });
+  }
+  static void phoneme(SpeechChannel /*channel*/, SRefCon self, SInt16 opcode) noexcept {
+    of(self).note([=](Collector& collector) { collector.add(opcode); });
+  }
+  static void done(SpeechChannel /*channel*/, SRefCon self) noexcept {
+    of(self).note([](Collector& collector) { collector.m_isDone = true; });
+  }
+
+  // False when nothing was reported for too long.
+  bool waitForEnd() {
+    std::unique_lock held(m_lock);
+    while (!m_isDone) {
+      const std::uint64_t seen = m_reports;
+      if (!m_changed.wait_for(held, kPatience, [&] { return m_reports != seen; })) return false;
+    }
+    return true;
+  }
+
+  // Throws std::bad_alloc when there was no memory for all of them.
+  std::string phonemes() {
+    const std::lock_guard held(m_lock);
+    if (m_isOutOfMemory) throw std::bad_alloc();
+    return m_phonemes;
+  }
+
+ private:
+  static Collector& of(SRefCon self) { return *static_cast<Collector*>(self); }
+
+  template <typename Work>
+  void note(Work work) noexcept {
+    const std::lock_guard held(m_lock);
+    ++m_reports;
+    try {
+      work(*this);
+    } catch (const std::bad_alloc&) {
+      m_isOutOfMemory = true;
+    }
+    m_changed.notify_all();
+  }
+
+  // Pauses stand between sounds only, and one at a time.
+  void add(SInt16 opcode) {
+    const bool isKnown =
+        opcode > kLastPauseCode && static_cast<std::size_t>(opcode) < kPhonemeSymbols.size();
+    if (!isKnown) {
+      m_pauses = true;
+      return;
+    }
+    if (!m_phonemes.empty()) {
+      if (m_pauses) {
+        m_phonemes += " % ";
+      } else {
+        m_phonemes += m_separator;
+      }
+    }
+    m_phonemes += kPhonemeSymbols[static_cast<std::size_t>(opcode)].symbol;
+    m_separator = "";
+    m_pauses = false;
+  }
+
+  std::mutex m_lock;
+  // Below: with m_lock.
+  std::condition_variable m_changed;
+  std::uint64_t m_reports = 0;
+  std::string m_phonemes;
+  const char* m_separator = "";  // stands in front of the next sound
+  bool m_pauses = false;         // a pause is in front of the next sound
+  bool m_isDone = false;
+  bool m_isOutOfMemory = false;
+};
+
+template <typename Value>
+void* asValue(Value* value) {
+  return const_cast<void*>(reinterpret_cast<const void*>(value));
+}
+
+// A channel of the synthesizer's, closed with the object; no report comes after that.
+class ScratchChannel {
+ public:
+  explicit ScratchChannel(const SynthesizerPlugIn& plugIn) : m_plugIn(plugIn) {
+    m_isOpen = plugIn.call().openSpeechChannel(&m_identifier) == noErr;
+  }
+  ~ScratchChannel() {
+    if (m_isOpen) m_plugIn.call().closeSpeechChannel(m_identifier);
+  }
+  ScratchChannel(const ScratchChannel&) = delete;
+  ScratchChannel& operator=(const ScratchChannel&) = delete;
+
+  bool isOpen() const { return m_isOpen; }
+
+  void set(OSType selector, void* value) {
+    m_plugIn.call().setSpeechInfo(m_identifier, selector, value);
+  }
+
+  OSErr useVoice(const Voice& voice) { return m_plugIn.useVoice(m_identifier, voice); }
+
+  OSErr speak(std::string text) {
+    return translated(
+        m_plugIn.call().speakBuffer(m_identifier, text.data(), static_cast<long>(text.size()), 0));
+  }
+
+ private:
+  const SynthesizerPlugIn& m_plugIn;
+  SpeechChannelIdentifier m_identifier = 0;
+  bool m_isOpen = false;
+};
+
+}  // namespace
+
+OSErr collectPhonemes(const SynthesizerPlugIn& plugIn, const Voice& voice,
+                      const ReadingModes& modes, const std::string& text, std::string& phonemes) {
+  const TemporaryFile file;
+  // Outlives the channel, which reports to it.
+  Collector collector;
+  ScratchChannel channel(plugIn);
+  if (!channel.isOpen()) return synthOpenFailed;
+  if (const OSErr result = channel.useVoice(voice); result != noErr) return result;
+  ReadingModes read = modes;
+  channel.set(soInputMode, &read.input);
+  channel.set(soCharacterMode, &read.characters);
+  channel.set(soNumberMode, &read.numbers);
+  channel.set(soRefCon, &collector);
+  channel.set(soWordCallBack, asValue(Collector::word));
+  channel.set(soPhonemeCallBack, asValue(Collector::phoneme));
+  channel.set(soSpeechDoneCallBack, asValue(Collector::done));
+  const Owned<CFURLRef> url = file.url();
+  channel.set(soOutputToFileWithCFURL, asValue(url.get()));
+  if (const OSErr result = channel.speak(text); result != noErr) return result;
+  if (!collector.waitForEnd()) return synthNotReady;
+  phonemes = collector.phonemes();
+  return noErr;
+}
+
+}  // namespace platform

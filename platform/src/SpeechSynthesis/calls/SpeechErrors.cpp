@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "SpeechSynthesis/calls/SpeechErrors.h"
+
+#include "CoreFoundation/CFObject.h"
+
+namespace platform {
+
+CFErrorRef createSpeechError(OSErr code, CFStringRef spoken, long position) {
+  const Owned info(CFDictionaryCreateMutable(kCFAllocatorDefault, 0, &kCFTypeDictionaryKeyCallBacks,
+                                             &kCFTypeDictionaryValueCallBacks));
+  const Owned offset(CFNumberCreate(kCFAllocatorDefault, kCFNumberLongType, &position));
+  if (offset) CFDictionarySetValue(info.get(), kSpeechErrorCallbackCharacterOffset, offset.get());
+  if (spoken != nullptr) {
+    CFDictionarySetValue(info.get(), kSpeechErrorCallbackSpokenString, spoken);
+  }
+  return CFErrorCreate(kCFAllocatorDefault, kCFErrorDomainOSStatus, code, info.get());
+}
+
+}  // namespace platform

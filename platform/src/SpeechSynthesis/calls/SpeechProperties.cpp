@@ -1,0 +1,424 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The calls that deal in Core Foundation objects: properties are selectors by other names, their
+// values objects.
+#include <ApplicationServices/SpeechProperties.h>
+
+#include <array>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <new>
+#include <optional>
+#include <string>
+
+#include "CoreFoundation/CFObject.h"
+#include "SpeechSynthesis/calls/OnChannel.h"
+#include "SpeechSynthesis/calls/PhonemeSymbols.h"
+
+using platform::CallerText;
+using platform::Channel;
+using platform::kPhonemeSymbols;
+using platform::onChannel;
+using platform::Owned;
+
+namespace {
+
+// How a property's value is carried.
+enum class Kind {
+  Status,
+  Errors,
+  Mode,
+  Fixed,
+  Synthesizer,
+  Sync,
+  Symbols,
+  Voice,
+  Delimiters,
+  Reset,
+  File,
+  Pointer,
+  ErrorCallback,
+  WordCallback
+};
+
+struct Property {
+  CFStringRef key;
+  OSType selector;  // 0: there is none
+  Kind kind;
+};
+
+const Property* propertyOf(CFStringRef key) {
+  static const std::array<Property, 23> table = {
+      {{kSpeechStatusProperty, soStatus, Kind::Status},
+       {kSpeechErrorsProperty, soErrors, Kind::Errors},
+       {kSpeechInputModeProperty, soInputMode, Kind::Mode},
+       {kSpeechCharacterModeProperty, soCharacterMode, Kind::Mode},
+       {kSpeechNumberModeProperty, soNumberMode, Kind::Mode},
+       {kSpeechRateProperty, soRate, Kind::Fixed},
+       {kSpeechPitchBaseProperty, soPitchBase, Kind::Fixed},
+       {kSpeechPitchModProperty, soPitchMod, Kind::Fixed},
+       {kSpeechVolumeProperty, soVolume, Kind::Fixed},
+       {kSpeechSynthesizerInfoProperty, soSynthType, Kind::Synthesizer},
+       {kSpeechRecentSyncProperty, soRecentSync, Kind::Sync},
+       {kSpeechPhonemeSymbolsProperty, 0, Kind::Symbols},
+       {kSpeechCurrentVoiceProperty, soCurrentVoice, Kind::Voice},
+       {kSpeechCommandDelimiterProperty, soCommandDelimiter, Kind::Delimiters},
+       {kSpeechResetProperty, soReset, Kind::Reset},
+       {kSpeechOutputToFileURLProperty, soOutputToFileWithCFURL, Kind::File},
+       {kSpeechRefConProperty, soRefCon, Kind::Pointer},
+       {kSpeechTextDoneCallBack, soTextDoneCallBack, Kind::Pointer},
+       {kSpeechSpeechDoneCallBack, soSpeechDoneCallBack, Kind::Pointer},
+       {kSpeechSyncCallBack, soSyncCallBack, Kind::Pointer},
+       {kSpeechPhonemeCallBack, soPhonemeCallBack, Kind::Pointer},
+       {kSpeechErrorCFCallBack, 0, Kind::ErrorCallback},
+       {kSpeechWordCFCallBack, 0, Kind::WordCallback}}};
+  for (const Property& property : table) {
+    if (CFEqual(property.key, key) != 0) return &property;
+  }
+  return nullptr;
+}
+
+struct Mode {
+  CFStringRef name;
+  OSType code;
+};
+
+const std::array<Mode, 5>& modes() {
+  static const std::array<Mode, 5> table = {{{kSpeechModeText, modeText},
+                                             {kSpeechModePhoneme, modePhonemes},
+                                             {kSpeechModeTune, modeTune},
+                                             {kSpeechModeNormal, modeNormal},
+                                             {kSpeechModeLiteral, modeLiteral}}};
+  return table;
+}
+
+// ---- Objects
+
+// An object that is being made; throws std::bad_alloc for null.
+template <typename Ref>
+Owned<Ref> made(Ref object) {
+  if (object == nullptr) throw std::bad_alloc();
+  return Owned<Ref>(object);
+}
+
+Owned<CFNumberRef> number(long value) {
+  return made(CFNumberCreate(kCFAllocatorDefault, kCFNumberLongType, &value));
+}
+
+Owned<CFStringRef> string(std::string_view text) {
+  return made(
+      CFStringCreateWithBytes(kCFAllocatorDefault, reinterpret_cast<const UInt8*>(text.data()),
+                              static_cast<CFIndex>(text.size()), kCFStringEncodingMacRoman, false));
+}
+
+class Dictionary {
+ public:
+  Dictionary()
+      : m_dictionary(
+            made(CFDictionaryCreateMutable(kCFAllocatorDefault, 0, &kCFTypeDictionaryKeyCallBacks,
+                                           &kCFTypeDictionaryValueCallBacks))) {}
+  Dictionary& add(CFStringRef key, long value) {
+    CFDictionarySetValue(m_dictionary.get(), key, number(value).get());
+    return *this;
+  }
+  Dictionary& add(CFStringRef key, std::string_view text) {
+    CFDictionarySetValue(m_dictionary.get(), key, string(text).get());
+    return *this;
+  }
+  // For the caller to release.
+  CFTypeRef copy() const { return CFRetain(m_dictionary.get()); }
+
+ private:
+  Owned<CFMutableDictionaryRef> m_dictionary;
+};
+
+std::string fourCharacters(OSType code) {
+  std::string text;
+  for (const unsigned shift : {24U, 16U, 8U, 0U}) {
+    text += static_cast<char>((code >> shift) & 0xFFU);
+  }
+  return text;
+}
+
+std::string versionText(const NumVersion& version) {
+  return std::to_string(version.majorRev) + '.' + std::to_string(version.minorAndBugRev >> 4U) +
+         '.' + std::to_string(version.minorAndBugRev & 0xFU);
+}
+
+CFTypeRef copySymbols() {
+  const Owned array = made(CFArrayCreateMutable(kCFAllocatorDefault, 0, &kCFTypeArrayCallBacks));
+  long opcode = 0;
+  for (const platform::PhonemeSymbol& row : kPhonemeSymbols) {
+    Dictionary info;
+    info.add(kSpeechPhonemeInfoOpcode, opcode++)
+        .add(kSpeechPhonemeInfoSymbol, row.symbol)
+        .add(kSpeechPhonemeInfoExample, row.example)
+        .add(kSpeechPhonemeInfoHiliteStart, row.hiliteStart)
+        .add(kSpeechPhonemeInfoHiliteEnd, row.hiliteEnd);
+    const Owned<CFTypeRef> entry(info.copy());
+    CFArrayAppendValue(array.get(), entry.get());
+  }
+  return CFRetain(array.get());
+}
+
+// ---- Reading
+
+// The object for what the selector holds; a result other than noErr is returned as it is.
+template <typename Value, typename Convert>
+OSErr copyValue(Channel& channel, OSType selector, CFTypeRef* object, Convert convert) {
+  Value value{};
+  const OSErr result = channel.getInfo(selector, &value);
+  if (result == noErr) *object = convert(value);
+  return result;
+}
+
+CFTypeRef copyStatus(const SpeechStatusInfo& status) {
+  return Dictionary()
+      .add(kSpeechStatusOutputBusy, status.outputBusy)
+      .add(kSpeechStatusOutputPaused, status.outputPaused)
+      .add(kSpeechStatusNumberOfCharactersLeft, status.inputBytesLeft)
+      .add(kSpeechStatusPhonemeCode, status.phonemeCode)
+      .copy();
+}
+
+CFTypeRef copyErrors(const SpeechErrorInfo& errors) {
+  return Dictionary()
+      .add(kSpeechErrorCount, errors.count)
+      .add(kSpeechErrorOldest, errors.oldest)
+      .add(kSpeechErrorOldestCharacterOffset, errors.oldPos)
+      .add(kSpeechErrorNewest, errors.newest)
+      .add(kSpeechErrorNewestCharacterOffset, errors.newPos)
+      .copy();
+}
+
+CFTypeRef copyMode(OSType code) {
+  for (const Mode& mode : modes()) {
+    if (mode.code == code) return CFRetain(mode.name);
+  }
+  return CFRetain(string(fourCharacters(code)).get());
+}
+
+CFTypeRef copyFixed(Fixed fixed) {
+  constexpr double kOne = 65536;
+  const double value = fixed / kOne;
+  return CFRetain(made(CFNumberCreate(kCFAllocatorDefault, kCFNumberDoubleType, &value)).get());
+}
+
+CFTypeRef copySynthesizer(const SpeechVersionInfo& info) {
+  return Dictionary()
+      .add(kSpeechSynthesizerInfoIdentifier, fourCharacters(info.synthSubType))
+      .add(kSpeechSynthesizerInfoManufacturer, fourCharacters(info.synthManufacturer))
+      .add(kSpeechSynthesizerInfoVersion, versionText(info.synthVersion))
+      .copy();
+}
+
+CFTypeRef copyVoice(const VoiceSpec& spec) {
+  return Dictionary()
+      .add(kSpeechVoiceCreator, static_cast<long>(spec.creator))
+      .add(kSpeechVoiceID, static_cast<long>(spec.id))
+      .copy();
+}
+
+CFTypeRef copySync(OSType message) {
+  return CFRetain(number(static_cast<long>(message)).get());
+}
+
+OSErr copyProperty(Channel& channel, const Property& property, CFTypeRef* object) {
+  const OSType selector = property.selector;
+  switch (property.kind) {
+    case Kind::Status:
+      return copyValue<SpeechStatusInfo>(channel, selector, object, copyStatus);
+    case Kind::Errors:
+      return copyValue<SpeechErrorInfo>(channel, selector, object, copyErrors);
+    case Kind::Mode:
+      return copyValue<OSType>(channel, selector, object, copyMode);
+    case Kind::Fixed:
+      return copyValue<Fixed>(channel, selector, object, copyFixed);
+    case Kind::Synthesizer:
+      return copyValue<SpeechVersionInfo>(channel, selector, object, copySynthesizer);
+    case Kind::Sync:
+      return copyValue<OSType>(channel, selector, object, copySync);
+    case Kind::Voice:
+      return copyValue<VoiceSpec>(channel, selector, object, copyVoice);
+    case Kind::Symbols:
+      *object = copySymbols();
+      return noErr;
+    default:
+      return siUnknownInfoType;
+  }
+}
+
+// ---- Writing
+
+bool isOfType(CFTypeRef object, CFTypeID type) {
+  return object != nullptr && CFGetTypeID(object) == type;
+}
+
+std::optional<long> longOf(CFTypeRef object) {
+  long value = 0;
+  if (!isOfType(object, CFNumberGetTypeID()) ||
+      CFNumberGetValue(static_cast<CFNumberRef>(object), kCFNumberLongType, &value) == 0) {
+    return std::nullopt;
+  }
+  return value;
+}
+
+std::optional<Fixed> fixedOf(CFTypeRef object) {
+  double value = 0;
+  if (!isOfType(object, CFNumberGetTypeID())) return std::nullopt;
+  CFNumberGetValue(static_cast<CFNumberRef>(object), kCFNumberDoubleType, &value);
+  const double scaled = std::round(value * 65536);
+  if (!(scaled >= std::numeric_limits<Fixed>::min() &&
+        scaled <= std::numeric_limits<Fixed>::max())) {
+    return std::nullopt;
+  }
+  return static_cast<Fixed>(scaled);
+}
+
+std::optional<OSType> modeOf(CFTypeRef object, OSType selector) {
+  for (const Mode& mode : modes()) {
+    if (CFEqual(mode.name, object) == 0) continue;
+    const bool isForInput = mode.code != modeNormal && mode.code != modeLiteral;
+    if (isForInput == (selector == soInputMode)) return mode.code;
+  }
+  return std::nullopt;
+}
+
+std::optional<VoiceSpec> voiceOf(CFTypeRef object) {
+  if (!isOfType(object, CFDictionaryGetTypeID())) return std::nullopt;
+  const auto dictionary = static_cast<CFDictionaryRef>(object);
+  const auto creator = longOf(CFDictionaryGetValue(dictionary, kSpeechVoiceCreator));
+  const auto id = longOf(CFDictionaryGetValue(dictionary, kSpeechVoiceID));
+  if (!creator || !id) return std::nullopt;
+  return VoiceSpec{static_cast<OSType>(*creator), static_cast<OSType>(*id)};
+}
+
+// A delimiter of one character is that character and a NUL.
+bool readDelimiter(CFTypeRef object, UInt8 (&delimiter)[2]) {
+  std::array<char, 3> text{};
+  if (!isOfType(object, CFStringGetTypeID()) ||
+      CFStringGetCString(static_cast<CFStringRef>(object), text.data(), text.size(),
+                         kCFStringEncodingASCII) == 0 ||
+      text[0] == '\0') {
+    return false;
+  }
+  delimiter[0] = static_cast<UInt8>(text[0]);
+  delimiter[1] = static_cast<UInt8>(text[1]);
+  return true;
+}
+
+std::optional<DelimiterInfo> delimitersOf(CFTypeRef object) {
+  if (!isOfType(object, CFDictionaryGetTypeID())) return std::nullopt;
+  const auto dictionary = static_cast<CFDictionaryRef>(object);
+  DelimiterInfo info{};
+  if (!readDelimiter(CFDictionaryGetValue(dictionary, kSpeechCommandPrefix), info.startDelimiter) ||
+      !readDelimiter(CFDictionaryGetValue(dictionary, kSpeechCommandSuffix), info.endDelimiter)) {
+    return std::nullopt;
+  }
+  return info;
+}
+
+// A pointer that a number holds; null for no object.
+std::optional<const void*> pointerOf(CFTypeRef object) {
+  if (object == nullptr) return nullptr;
+  const auto value = longOf(object);
+  if (!value) return std::nullopt;
+  // NOLINTNEXTLINE(performance-no-int-to-ptr): this is how the platform carries pointers
+  return reinterpret_cast<const void*>(static_cast<std::intptr_t>(*value));
+}
+
+template <typename Value>
+OSErr setValue(Channel& channel, OSType selector, const std::optional<Value>& value) {
+  return value ? channel.setInfo(selector, &*value) : OSErr{paramErr};
+}
+
+template <typename Function>
+Function asFunction(const void* pointer) {
+  return reinterpret_cast<Function>(const_cast<void*>(pointer));
+}
+
+OSErr setPointer(Channel& channel, const Property& property, CFTypeRef object) {
+  const auto pointer = pointerOf(object);
+  if (!pointer) return paramErr;
+  if (property.kind == Kind::ErrorCallback) {
+    channel.setErrorCallback(asFunction<SpeechErrorCFProcPtr>(*pointer));
+  } else if (property.kind == Kind::WordCallback) {
+    channel.setWordCallback(asFunction<SpeechWordCFProcPtr>(*pointer));
+  } else {
+    return channel.setInfo(property.selector, *pointer);
+  }
+  return noErr;
+}
+
+OSErr setProperty(Channel& channel, const Property& property, CFTypeRef object) {
+  const OSType selector = property.selector;
+  switch (property.kind) {
+    case Kind::Mode:
+      return setValue(channel, selector, modeOf(object, selector));
+    case Kind::Fixed:
+      return setValue(channel, selector, fixedOf(object));
+    case Kind::Voice:
+      return setValue(channel, selector, voiceOf(object));
+    case Kind::Delimiters:
+      return setValue(channel, selector, delimitersOf(object));
+    case Kind::Reset:
+      return channel.setInfo(soReset, nullptr);
+    case Kind::File:
+      if (object != nullptr && !isOfType(object, CFURLGetTypeID())) return paramErr;
+      return channel.setInfo(selector, object);
+    case Kind::Pointer:
+    case Kind::ErrorCallback:
+    case Kind::WordCallback:
+      return setPointer(channel, property, object);
+    default:
+      return siUnknownInfoType;
+  }
+}
+
+// Whether an option is there and true.
+bool isSet(CFDictionaryRef options, CFStringRef key) {
+  const void* const value = CFDictionaryGetValue(options, key);
+  if (isOfType(value, CFBooleanGetTypeID())) {
+    return CFBooleanGetValue(static_cast<CFBooleanRef>(value)) != 0;
+  }
+  return longOf(value).value_or(0) != 0;
+}
+
+SInt32 flagsOf(CFDictionaryRef options) {
+  if (!isOfType(options, CFDictionaryGetTypeID())) return 0;
+  return (isSet(options, kSpeechNoEndingProsody) ? kNoEndingProsody : 0) |
+         (isSet(options, kSpeechNoSpeechInterrupt) ? kNoSpeechInterrupt : 0) |
+         (isSet(options, kSpeechPreflightThenPause) ? kPreflightThenPause : 0);
+}
+
+}  // namespace
+
+OSErr SpeakCFString(SpeechChannel chan, CFStringRef aString, CFDictionaryRef options) {
+  return onChannel(chan, [&](Channel& channel) -> OSErr {
+    if (aString == nullptr) return channel.stop(kImmediate);
+    CallerText text(aString);
+    if (text.bytes().size() > static_cast<std::size_t>(std::numeric_limits<SInt32>::max())) {
+      return paramErr;
+    }
+    if (text.bytes().empty()) return channel.stop(kImmediate);
+    return channel.speak(std::move(text), flagsOf(options));
+  });
+}
+
+OSErr CopySpeechProperty(SpeechChannel chan, CFStringRef property, CFTypeRef* object) {
+  if (object != nullptr) *object = nullptr;
+  return onChannel(chan, [&](Channel& channel) -> OSErr {
+    if (property == nullptr || object == nullptr) return paramErr;
+    const Property* const found = propertyOf(property);
+    return found == nullptr ? OSErr{siUnknownInfoType} : copyProperty(channel, *found, object);
+  });
+}
+
+OSErr SetSpeechProperty(SpeechChannel chan, CFStringRef property, CFTypeRef object) {
+  return onChannel(chan, [&](Channel& channel) -> OSErr {
+    if (property == nullptr) return paramErr;
+    const Property* const found = propertyOf(property);
+    return found == nullptr ? OSErr{siUnknownInfoType} : setProperty(channel, *found, object);
+  });
+}

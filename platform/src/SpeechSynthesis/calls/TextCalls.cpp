@@ -1,0 +1,180 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The calls of the client interface that are about texts and words rather than about one channel's
+// speech: SpeakString, phonemes, dictionaries, the version.
+#include <ApplicationServices/SpeechProperties.h>
+
+#include <cstring>
+#include <mutex>
+#include <string>
+#include <utility>
+
+#include "SpeechSynthesis/bundles/VoiceCatalogue.h"
+#include "SpeechSynthesis/calls/OnChannel.h"
+#include "SpeechSynthesis/calls/Phonemes.h"
+
+using platform::CallerText;
+using platform::Channel;
+using platform::onChannel;
+
+namespace {
+
+// ---- SpeakString
+
+std::mutex g_stringLock;
+SpeechChannel g_stringChannel = nullptr;  // with g_stringLock: what SpeakString speaks on
+
+// The channel that the last string is spoken on, which is ours no longer.
+SpeechChannel takeStringChannel() {
+  const std::lock_guard held(g_stringLock);
+  return std::exchange(g_stringChannel, nullptr);
+}
+
+void stringIsSpoken(SpeechChannel channel, SRefCon /*refCon*/) {
+  {
+    const std::lock_guard held(g_stringLock);
+    if (g_stringChannel == channel) g_stringChannel = nullptr;
+  }
+  DisposeSpeechChannel(channel);
+}
+
+// ---- Phonemes
+
+OSErr phonemesOf(Channel& channel, const std::string& text, std::string& phonemes) {
+  VoiceSpec spec{};
+  platform::ReadingModes modes;
+  channel.getInfo(soCurrentVoice, &spec);
+  channel.getInfo(soInputMode, &modes.input);
+  channel.getInfo(soCharacterMode, &modes.characters);
+  channel.getInfo(soNumberMode, &modes.numbers);
+  const platform::Voice* const voice = platform::VoiceCatalogue::shared().find(spec);
+  if (voice == nullptr) return voiceNotFound;
+  return collectPhonemes(channel.plugIn(), *voice, modes, text, phonemes);
+}
+
+// ---- Dictionaries
+
+// The head of a 'dict' resource; numbers with the most significant byte first.
+constexpr std::size_t kByteCountPlace = 0;
+constexpr std::size_t kMarkPlace = 4;
+constexpr long kSmallestDictionary = 8;
+constexpr UInt32 kDictionaryMark = 0x64696374;  // 'dict'
+
+UInt32 numberAt(const char* bytes, std::size_t place) {
+  UInt32 number = 0;
+  for (std::size_t i = 0; i < sizeof number; ++i) {
+    number = (number << 8U) | static_cast<unsigned char>(bytes[place + i]);
+  }
+  return number;
+}
+
+bool isDictionary(const char* bytes, long size) {
+  return size >= kSmallestDictionary && numberAt(bytes, kMarkPlace) == kDictionaryMark &&
+         static_cast<long>(numberAt(bytes, kByteCountPlace)) <= size;
+}
+
+bool isOfType(CFTypeRef object, CFTypeID type) {
+  return object != nullptr && CFGetTypeID(object) == type;
+}
+
+bool isEntry(CFTypeRef object) {
+  if (!isOfType(object, CFDictionaryGetTypeID())) return false;
+  const auto entry = static_cast<CFDictionaryRef>(object);
+  return isOfType(CFDictionaryGetValue(entry, kSpeechDictionaryEntrySpelling),
+                  CFStringGetTypeID()) &&
+         isOfType(CFDictionaryGetValue(entry, kSpeechDictionaryEntryPhonemes), CFStringGetTypeID());
+}
+
+// A missing list is an empty one.
+bool isListOfEntries(CFTypeRef object) {
+  if (object == nullptr) return true;
+  if (!isOfType(object, CFArrayGetTypeID())) return false;
+  const auto list = static_cast<CFArrayRef>(object);
+  for (CFIndex index = 0; index < CFArrayGetCount(list); ++index) {
+    if (!isEntry(CFArrayGetValueAtIndex(list, index))) return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+NumVersion SpeechManagerVersion() {
+  NumVersion version{};
+  version.majorRev = KAVREL_VERSION_MAJOR;
+  version.minorAndBugRev = static_cast<UInt8>((KAVREL_VERSION_MINOR << 4U) | KAVREL_VERSION_PATCH);
+  version.stage = finalStage;
+  return version;
+}
+
+OSErr SpeakString(ConstStr255Param textToBeSpoken) {
+  if (SpeechChannel const earlier = takeStringChannel()) DisposeSpeechChannel(earlier);
+  if (textToBeSpoken == nullptr || textToBeSpoken[0] == 0) return noErr;
+  SpeechChannel channel = nullptr;
+  OSErr result = NewSpeechChannel(nullptr, &channel);
+  if (result != noErr) return result;
+  {
+    const std::lock_guard held(g_stringLock);
+    g_stringChannel = channel;
+  }
+  SetSpeechInfo(channel, soSpeechDoneCallBack, reinterpret_cast<const void*>(stringIsSpoken));
+  result = SpeakText(channel, textToBeSpoken + 1, textToBeSpoken[0]);
+  if (result != noErr) stringIsSpoken(channel, nullptr);
+  return result;
+}
+
+OSErr TextToPhonemes(SpeechChannel chan, const void* textBuf, unsigned long textBytes,
+                     Handle phonemeBuf, long* phonemeBytes) {
+  return onChannel(chan, [&](Channel& channel) -> OSErr {
+    if (phonemeBuf == nullptr || phonemeBytes == nullptr || (textBuf == nullptr && textBytes > 0)) {
+      return paramErr;
+    }
+    std::string phonemes;
+    if (textBytes > 0) {
+      const CallerText text(textBuf, textBytes);
+      const OSErr result = phonemesOf(channel, text.bytes(), phonemes);
+      if (result != noErr) return result;
+    }
+    SetHandleSize(phonemeBuf, static_cast<Size>(phonemes.size()));
+    if (MemError() != noErr) return MemError();
+    std::memcpy(*phonemeBuf, phonemes.data(), phonemes.size());
+    *phonemeBytes = static_cast<long>(phonemes.size());
+    return noErr;
+  });
+}
+
+OSErr CopyPhonemesFromText(SpeechChannel chan, CFStringRef text, CFStringRef* phonemes) {
+  if (phonemes != nullptr) *phonemes = nullptr;
+  return onChannel(chan, [&](Channel& channel) -> OSErr {
+    if (text == nullptr || phonemes == nullptr) return paramErr;
+    std::string collected;
+    const CallerText converted(text);
+    if (!converted.bytes().empty()) {
+      const OSErr result = phonemesOf(channel, converted.bytes(), collected);
+      if (result != noErr) return result;
+    }
+    *phonemes =
+        CFStringCreateWithCString(kCFAllocatorDefault, collected.c_str(), kCFStringEncodingASCII);
+    return *phonemes == nullptr ? OSErr{memFullErr} : OSErr{noErr};
+  });
+}
+
+OSErr UseDictionary(SpeechChannel chan, Handle dictionary) {
+  return onChannel(chan, [&](Channel& channel) -> OSErr {
+    if (dictionary == nullptr) return paramErr;
+    const Size size = GetHandleSize(dictionary);
+    if (!isDictionary(*dictionary, size)) return badDictFormat;
+    return channel.useDictionary(*dictionary, size);
+  });
+}
+
+OSErr UseSpeechDictionary(SpeechChannel chan, CFDictionaryRef speechDictionary) {
+  return onChannel(chan, [&](Channel& /*channel*/) -> OSErr {
+    if (speechDictionary == nullptr) return paramErr;
+    if (!isOfType(speechDictionary, CFDictionaryGetTypeID())) return badDictFormat;
+    for (CFStringRef const list :
+         {kSpeechDictionaryPronunciations, kSpeechDictionaryAbbreviations}) {
+      if (!isListOfEntries(CFDictionaryGetValue(speechDictionary, list))) return badDictFormat;
+    }
+    return noErr;
+  });
+}

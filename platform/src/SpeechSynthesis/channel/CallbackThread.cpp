@@ -1,0 +1,118 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "SpeechSynthesis/channel/CallbackThread.h"
+
+#include <atomic>
+#include <chrono>
+#include <cstdlib>
+#include <exception>
+#include <utility>
+
+#include <pthread.h>
+
+#include "SpeechSynthesis/channel/ManagerThread.h"
+
+namespace platform {
+namespace {
+
+// How long exit() waits for a callback that is running.
+constexpr std::chrono::seconds kExitLimit{1};
+
+// Replaced in a forked child, never destroyed: the locks of the parent's may be held for ever.
+std::atomic<CallbackThread*> g_shared = nullptr;
+// The one replaced, in a child; it stays.
+[[maybe_unused]] std::atomic<CallbackThread*> g_ofParent = nullptr;
+
+}  // namespace
+
+CallbackThread& CallbackThread::shared() {
+  static const bool made = [] {
+    g_shared = new CallbackThread;
+    pthread_atfork(nullptr, nullptr, makeForChild);
+    std::atexit(endAtExit);
+    return true;
+  }();
+  static_cast<void>(made);
+  return *g_shared.load();
+}
+
+void CallbackThread::makeForChild() {
+  g_ofParent = g_shared.load();
+  g_shared = new CallbackThread;
+}
+
+void CallbackThread::endAtExit() {
+  g_shared.load()->end();
+}
+
+void CallbackThread::post(std::shared_ptr<ReportReceiver> receiver, const Report& report) {
+  Place place;
+  place.push_back({std::move(receiver), report});
+  post(std::move(place));
+}
+
+void CallbackThread::post(Place&& place) noexcept {
+  const std::lock_guard held(m_lock);
+  m_queue.splice(m_queue.end(), place);
+  startHeld();
+  m_posted.notify_one();
+}
+
+bool CallbackThread::start() noexcept {
+  const std::lock_guard held(m_lock);
+  return startHeld();
+}
+
+bool CallbackThread::isCurrent() const {
+  const std::lock_guard held(m_lock);
+  return m_thread == std::this_thread::get_id();
+}
+
+void CallbackThread::waitForReportTo(const ReportReceiver& receiver) {
+  std::unique_lock held(m_lock);
+  if (m_thread == std::this_thread::get_id()) return;
+  m_delivered.wait(held, [&] { return m_current != &receiver; });
+}
+
+bool CallbackThread::startHeld() noexcept {
+  if (m_started) return true;
+  try {
+    startThread([this] { run(); });
+    m_started = true;
+  } catch (const std::exception&) {
+    // The system has no thread to give, or no memory for one.
+  }
+  return m_started;
+}
+
+void CallbackThread::run() {
+  std::unique_lock held(m_lock);
+  m_thread = std::this_thread::get_id();
+  while (!m_ended) {
+    m_posted.wait(held, [this] { return !m_queue.empty() || m_ended; });
+    if (m_ended) break;
+    Place next;
+    next.splice(next.begin(), m_queue, m_queue.begin());
+    const Entry& entry = next.front();
+    m_current = entry.receiver.get();
+    held.unlock();
+    entry.receiver->deliver(entry.report);
+    held.lock();
+    m_current = nullptr;
+    m_delivered.notify_all();
+    // The receiver may go with its last report; not under the lock.
+    held.unlock();
+    next.clear();
+    held.lock();
+  }
+}
+
+void CallbackThread::end() {
+  std::unique_lock held(m_lock);
+  m_ended = true;
+  m_posted.notify_one();
+  if (m_thread == std::this_thread::get_id()) return;
+  // Not for ever: the callback may wait for what the exiting thread holds.
+  m_delivered.wait_for(held, kExitLimit, [this] { return m_current == nullptr; });
+}
+
+}  // namespace platform

@@ -1,0 +1,293 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The channel's life, its voice and its settings.
+#include "SpeechSynthesis/channel/Channel.h"
+
+#include <CoreFoundation/CFURL.h>
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstring>
+#include <limits>
+#include <utility>
+
+#include "CoreFoundation/CFObject.h"
+#include "SpeechSynthesis/calls/Results.h"
+#include "SpeechSynthesis/channel/Trampolines.h"
+
+namespace platform {
+namespace {
+
+// 'cpos': positions of words are to be those of the caller's own bytes. The value is a number in
+// the place of a pointer; not zero switches it on.
+constexpr OSType kExactPositions = 0x63706F73;
+// NOLINTNEXTLINE(performance-no-int-to-ptr)
+const void* const kYes = reinterpret_cast<const void*>(std::uintptr_t{1});
+
+// The longest path that a synthesizer takes, with its NUL.
+constexpr std::size_t kLongestPath = 2048;
+
+// How many bytes SetSpeechInfo reads where the value points; 0 for a selector whose value is not
+// pointed at, or not of one size.
+std::size_t sizeOfValue(OSType selector) {
+  switch (selector) {
+    case soInputMode:
+    case soCharacterMode:
+    case soNumberMode:
+      return sizeof(OSType);
+    case soRate:
+    case soPitchBase:
+    case soPitchMod:
+    case soVolume:
+      return sizeof(Fixed);
+    case soCommandDelimiter:
+      return sizeof(DelimiterInfo);
+    case soCurrentVoice:
+      return sizeof(VoiceSpec);
+    default:
+      return 0;
+  }
+}
+
+// A value of any selector that has a size.
+struct alignas(8) ValueCopy {
+  std::array<std::byte, 8> bytes{};
+};
+
+template <typename Function>
+Function asFunction(const void* value) {
+  return reinterpret_cast<Function>(const_cast<void*>(value));
+}
+
+template <typename Function>
+const void* asValue(Function* function) {
+  return reinterpret_cast<const void*>(function);
+}
+
+}  // namespace
+
+Channel::Channel(const SynthesizerPlugIn& plugIn, SpeechChannelIdentifier identifier,
+                 SpeechChannel handle)
+    : m_plugIn(plugIn), m_identifier(identifier), m_handle(handle) {}
+
+OSErr Channel::prepare() {
+  const struct {
+    OSType selector;
+    const void* value;
+  } settings[] = {{soRefCon, m_handle},
+                  {soSpeechDoneCallBack, asValue(trampolines::speechDone)},
+                  {soSyncCallBack, asValue(trampolines::sync)},
+                  {soErrorCallBack, asValue(trampolines::error)},
+                  {soPhonemeCallBack, asValue(trampolines::phoneme)},
+                  {soWordCallBack, asValue(trampolines::word)},
+                  {kExactPositions, kYes}};
+  for (const auto& setting : settings) {
+    if (const OSErr result = set(setting.selector, setting.value); result != noErr) return result;
+  }
+  return noErr;
+}
+
+void Channel::close() {
+  {
+    const std::lock_guard held(m_lock);
+    m_isDisposed = true;
+    m_phase = Phase::Idle;
+    // It keeps the channel.
+    m_donePlace.clear();
+    m_jobEnded.notify_all();
+  }
+  m_turns.forgetQueued();
+  m_turns.doOrQueue(shared_from_this(), [this] {
+    try {
+      m_plugIn.call().closeSpeechChannel(m_identifier);
+    } catch (...) {
+      // The channel is gone for its client, whatever the synthesizer makes of it.
+    }
+  });
+  CallbackThread::shared().waitForReportTo(*this);
+}
+
+OSErr Channel::useVoice(const Voice& voice) {
+  const OSErr result = m_plugIn.useVoice(m_identifier, voice);
+  if (result != noErr) return result;
+  const std::lock_guard held(m_lock);
+  m_voice = voice.spec;
+  return noErr;
+}
+
+OSErr Channel::setInfo(OSType selector, const void* value) {
+  const std::size_t size = sizeOfValue(selector);
+  if (value == nullptr && (size > 0 || selector == soSynthExtension)) return paramErr;
+  switch (selector) {
+    case soRefCon:
+    case soTextDoneCallBack:
+    case soSpeechDoneCallBack:
+    case soSyncCallBack:
+    case soErrorCallBack:
+    case soPhonemeCallBack:
+    case soWordCallBack:
+      return setCallback(selector, value);
+    case soCurrentVoice: {
+      VoiceSpec spec{};
+      std::memcpy(&spec, value, sizeof spec);
+      return setCurrentVoice(spec);
+    }
+    case soOutputToFileWithCFURL:
+      return setOutputFile(static_cast<CFURLRef>(value));
+    case soReset:
+      return inTurnOrQueued([](Channel& channel) { return channel.set(soReset, nullptr); });
+    case kExactPositions:
+      return noErr;  // on for every channel
+    default:
+      break;
+  }
+  if (size == 0) {
+    return inTurn([&](const auto&, auto) { return set(selector, value); });
+  }
+  ValueCopy copy;
+  std::memcpy(copy.bytes.data(), value, size);
+  return inTurnOrQueued(
+      [selector, copy](Channel& channel) { return channel.set(selector, copy.bytes.data()); });
+}
+
+OSErr Channel::getInfo(OSType selector, void* value) {
+  if (value == nullptr) return paramErr;
+  switch (selector) {
+    case soStatus:
+      return readStatus(*static_cast<SpeechStatusInfo*>(value));
+    case soErrors:
+      return readErrors(*static_cast<SpeechErrorInfo*>(value));
+    case soRecentSync: {
+      const std::lock_guard held(m_lock);
+      std::memcpy(value, &m_recentSync, sizeof m_recentSync);
+      return noErr;
+    }
+    case soCurrentVoice: {
+      const std::lock_guard held(m_lock);
+      std::memcpy(value, &m_voice, sizeof m_voice);
+      return noErr;
+    }
+    default:
+      return inTurn([=](const SynthesizerPlugIn& plugIn, SpeechChannelIdentifier identifier) {
+        return translated(plugIn.call().getSpeechInfo(identifier, selector, value));
+      });
+  }
+}
+
+OSErr Channel::useDictionary(void* dictionary, long bytes) {
+  return inTurn([=](const SynthesizerPlugIn& plugIn, SpeechChannelIdentifier identifier) {
+    return translated(plugIn.call().useDictionary(identifier, dictionary, bytes));
+  });
+}
+
+void Channel::setErrorCallback(SpeechErrorCFProcPtr callback) {
+  const std::lock_guard held(m_lock);
+  m_callbacks.errorCF = callback;
+}
+
+void Channel::setWordCallback(SpeechWordCFProcPtr callback) {
+  const std::lock_guard held(m_lock);
+  m_callbacks.wordCF = callback;
+}
+
+ClientCallbacks Channel::callbacks() const {
+  const std::lock_guard held(m_lock);
+  return m_callbacks;
+}
+
+bool Channel::isActive() const {
+  const std::lock_guard held(m_lock);
+  return m_phase != Phase::Idle;
+}
+
+OSType Channel::creator() const {
+  const std::lock_guard held(m_lock);
+  return m_voice.creator;
+}
+
+// Does `work` in its turn; when that would have to wait for a place in the speech, the work is
+// queued, and the answer is noErr.
+OSErr Channel::inTurnOrQueued(std::function<OSErr(Channel&)> work) {
+  // Shared, since queued work outlives this call.
+  const auto result = std::make_shared<OSErr>(OSErr{noErr});
+  m_turns.doOrQueue(shared_from_this(),
+                    [this, result, work = std::move(work)] { *result = work(*this); });
+  return *result;
+}
+
+OSErr Channel::readStatus(SpeechStatusInfo& status) const {
+  status = {};
+  const std::lock_guard held(m_lock);
+  if (m_phase == Phase::Idle) return noErr;
+  status.outputPaused = m_isPaused;
+  status.outputBusy = !m_isPaused;
+  // What is left counts from the last word's start, in the caller's units.
+  const CFRange left =
+      m_text.inCallersUnits(m_wordPosition, m_text.bytes().size() - m_wordPosition);
+  constexpr CFIndex kMost = std::numeric_limits<SInt32>::max();
+  status.inputBytesLeft = static_cast<SInt32>(std::min(left.length, kMost));
+  status.phonemeCode = m_phonemeCode;
+  return noErr;
+}
+
+OSErr Channel::readErrors(SpeechErrorInfo& errors) {
+  const std::lock_guard held(m_lock);
+  errors = std::exchange(m_errors, {});
+  return noErr;
+}
+
+OSErr Channel::set(OSType selector, const void* value) const {
+  return translated(
+      m_plugIn.call().setSpeechInfo(m_identifier, selector, const_cast<void*>(value)));
+}
+
+// The synthesizer's callbacks are ours for as long as the channel lives.
+OSErr Channel::setCallback(OSType selector, const void* value) {
+  const std::lock_guard held(m_lock);
+  switch (selector) {
+    case soRefCon:
+      m_callbacks.refCon = const_cast<void*>(value);
+      break;
+    case soTextDoneCallBack:
+      m_callbacks.textDone = asFunction<SpeechTextDoneProcPtr>(value);
+      break;
+    case soSpeechDoneCallBack:
+      m_callbacks.speechDone = asFunction<SpeechDoneProcPtr>(value);
+      break;
+    case soSyncCallBack:
+      m_callbacks.sync = asFunction<SpeechSyncProcPtr>(value);
+      break;
+    case soErrorCallBack:
+      m_callbacks.error = asFunction<SpeechErrorProcPtr>(value);
+      break;
+    case soPhonemeCallBack:
+      m_callbacks.phoneme = asFunction<SpeechPhonemeProcPtr>(value);
+      break;
+    default:
+      m_callbacks.word = asFunction<SpeechWordProcPtr>(value);
+      break;
+  }
+  return noErr;
+}
+
+OSErr Channel::setCurrentVoice(const VoiceSpec& spec) {
+  const Voice* const voice = VoiceCatalogue::shared().find(spec);
+  if (voice == nullptr) return voiceNotFound;
+  if (voice->spec.creator != creator()) return incompatibleVoice;
+  return inTurnOrQueued([voice](Channel& channel) { return channel.useVoice(*voice); });
+}
+
+// Refused here when the synthesizer could not take it: it would keep something for a path even so.
+OSErr Channel::setOutputFile(CFURLRef url) {
+  if (url != nullptr) {
+    std::array<UInt8, kLongestPath> path{};
+    if (!CFURLGetFileSystemRepresentation(url, true, path.data(), path.size())) return paramErr;
+  }
+  CFRetain(url);
+  const std::shared_ptr<const void> kept(url, CFRelease);
+  return inTurnOrQueued(
+      [kept](Channel& channel) { return channel.set(soOutputToFileWithCFURL, kept.get()); });
+}
+
+}  // namespace platform

@@ -1,0 +1,199 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// From what the synthesizer reports, on threads of its own, to the client's callbacks on ours.
+#include <CoreFoundation/CFError.h>
+
+#include <algorithm>
+#include <limits>
+#include <new>
+#include <utility>
+
+#include "CoreFoundation/CFObject.h"
+#include "SpeechSynthesis/calls/Results.h"
+#include "SpeechSynthesis/calls/SpeechErrors.h"
+#include "SpeechSynthesis/channel/Channel.h"
+
+namespace platform {
+namespace {
+
+// No longer text can be told places in.
+constexpr std::size_t kLongestText = std::numeric_limits<SInt32>::max();
+
+}  // namespace
+
+// ---- On the synthesizer's threads
+
+void Channel::jobHasEnded() {
+  const std::lock_guard held(m_lock);
+  if (!m_isOwedEnd) return;
+  m_isOwedEnd = false;
+  if (m_phase == Phase::Speaking) m_phase = Phase::Idle;
+  // Posted under the lock, as every report is: whoever waits for this begins the next job.
+  CallbackThread::shared().post(takeDonePlace());
+  m_turns.noLongerWaits();
+  m_jobEnded.notify_all();
+}
+
+void Channel::syncReached(OSType message) {
+  Report report{Report::Kind::Sync, 0};
+  report.value = message;
+  const std::lock_guard held(m_lock);
+  m_recentSync = message;
+  if (!m_isOwedEnd || m_callbacks.sync == nullptr) return;
+  report.job = m_job;
+  post(report);
+}
+
+void Channel::wordReached(unsigned long position, UInt16 length) {
+  Report report{Report::Kind::Word, 0};
+  const std::lock_guard held(m_lock);
+  if (!m_isOwedEnd) return;
+  const unsigned long end = m_text.bytes().size();
+  m_wordPosition = std::clamp(position, m_wordPosition, end);
+  if (m_callbacks.word == nullptr && m_callbacks.wordCF == nullptr) return;
+  const CFRange range =
+      m_text.inCallersUnits(m_wordPosition, std::min<unsigned long>(length, end - m_wordPosition));
+  report.job = m_job;
+  report.position = range.location;
+  report.length = range.length;
+  post(report);
+}
+
+void Channel::phonemeReached(SInt16 opcode) {
+  Report report{Report::Kind::Phoneme, 0};
+  report.code = opcode;
+  const std::lock_guard held(m_lock);
+  if (!m_isOwedEnd) return;
+  m_phonemeCode = opcode;
+  if (m_callbacks.phoneme == nullptr) return;
+  report.job = m_job;
+  post(report);
+}
+
+void Channel::errorMet(OSErr error, long position) {
+  Report report{Report::Kind::Error, 0};
+  report.code = error;
+  report.position = position;
+  const std::lock_guard held(m_lock);
+  noteError(error, position);
+  if (m_callbacks.error == nullptr && m_callbacks.errorCF == nullptr) return;
+  report.job = m_job;
+  post(report);
+}
+
+void Channel::post(const Report& report) noexcept {
+  try {
+    CallbackThread::shared().post(shared_from_this(), report);
+  } catch (const std::bad_alloc&) {
+    // Without memory the client misses this one; speech-done has a place of its own.
+  }
+}
+
+// ---- On the callback thread
+
+void Channel::deliver(const Report& report) {
+  ClientCallbacks callbacks;
+  {
+    const std::lock_guard held(m_lock);
+    if (m_isDisposed) return;
+    if (report.kind != Report::Kind::SpeechDone && report.job <= m_silencedJob) return;
+    callbacks = m_callbacks;
+  }
+  if (report.kind == Report::Kind::TextDone) {
+    gatherMore(callbacks, report);
+  } else {
+    tell(callbacks, report);
+  }
+}
+
+// An exception that leaves a client's function ends the process.
+void Channel::tell(const ClientCallbacks& callbacks, const Report& report) {
+  switch (report.kind) {
+    case Report::Kind::SpeechDone:
+      if (callbacks.speechDone != nullptr) callbacks.speechDone(m_handle, callbacks.refCon);
+      return;
+    case Report::Kind::Sync:
+      if (callbacks.sync != nullptr) callbacks.sync(m_handle, callbacks.refCon, report.value);
+      return;
+    case Report::Kind::Phoneme:
+      if (callbacks.phoneme != nullptr) callbacks.phoneme(m_handle, callbacks.refCon, report.code);
+      return;
+    case Report::Kind::Word:
+      return tellWord(callbacks, report);
+    case Report::Kind::Error:
+      return tellError(callbacks, report);
+    case Report::Kind::TextDone:
+      return;
+  }
+}
+
+void Channel::tellWord(const ClientCallbacks& callbacks, const Report& report) {
+  if (callbacks.word != nullptr) {
+    constexpr long kMost = std::numeric_limits<UInt16>::max();
+    callbacks.word(m_handle, callbacks.refCon, static_cast<unsigned long>(report.position),
+                   static_cast<UInt16>(std::min(report.length, kMost)));
+  }
+  if (callbacks.wordCF == nullptr) return;
+  Owned<CFStringRef> text;
+  {
+    const std::lock_guard held(m_lock);
+    if (m_isDisposed || report.job != m_job || report.job <= m_silencedJob) return;
+    text = Owned(static_cast<CFStringRef>(CFRetain(m_text.string())));
+  }
+  callbacks.wordCF(m_handle, callbacks.refCon, text.get(), {report.position, report.length});
+}
+
+void Channel::tellError(const ClientCallbacks& callbacks, const Report& report) {
+  if (callbacks.error != nullptr) {
+    callbacks.error(m_handle, callbacks.refCon, report.code, report.position);
+  }
+  if (callbacks.errorCF == nullptr) return;
+  Owned<CFStringRef> text;
+  {
+    const std::lock_guard held(m_lock);
+    if (m_isDisposed) return;
+    if (report.job == m_job) text = Owned(static_cast<CFStringRef>(CFRetain(m_text.string())));
+  }
+  const Owned error(createSpeechError(report.code, text.get(), report.position));
+  callbacks.errorCF(m_handle, callbacks.refCon, error.get());
+}
+
+// Asks the client for one more piece. Each is asked for by a report of its own, so that a client
+// that always has more to say leaves the others their turn.
+void Channel::gatherMore(const ClientCallbacks& callbacks, const Report& report) {
+  SInt32 flags = 0;
+  {
+    const std::lock_guard held(m_lock);
+    flags = m_flags;
+  }
+  const void* piece = nullptr;
+  unsigned long bytes = 0;
+  if (callbacks.textDone != nullptr) {
+    callbacks.textDone(m_handle, callbacks.refCon, &piece, &bytes, &flags);
+  }
+  if (!gatheringIsOver(report, piece, bytes)) return;
+  guarded([this]() -> OSErr {
+    return inTurnOrQueued([](Channel& channel) { return channel.startReadyJob(); });
+  });
+}
+
+// Adds the piece and asks for the next one. True when this was the last and the text is ready.
+bool Channel::gatheringIsOver(const Report& report, const void* piece, unsigned long bytes) {
+  const std::lock_guard held(m_lock);
+  // The client may have stopped the speech, or begun another, meanwhile.
+  if (m_phase != Phase::Gathering || report.job != m_job) return false;
+  const std::size_t room = kLongestText - m_text.bytes().size();
+  try {
+    if (piece != nullptr && bytes > 0 && bytes <= room) {
+      m_text.append(piece, bytes);
+      CallbackThread::shared().post(shared_from_this(), {Report::Kind::TextDone, m_job});
+      return false;
+    }
+  } catch (const std::bad_alloc&) {
+    // Without memory for more, the text ends here.
+  }
+  m_phase = Phase::Ready;
+  return true;
+}
+
+}  // namespace platform

@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "SpeechSynthesis/channel/EndingProsody.h"
+
+#include <string_view>
+
+namespace platform {
+namespace {
+
+bool isInWord(char character) {
+  const auto byte = static_cast<unsigned char>(character);
+  return (byte >= '0' && byte <= '9') || (byte >= 'A' && byte <= 'Z') ||
+         (byte >= 'a' && byte <= 'z') || byte >= 0x80;
+}
+
+}  // namespace
+
+std::string withoutEndingProsody(const std::string& text) {
+  for (const std::string_view command : {"inpt", "char"}) {
+    if (text.find(command) != std::string::npos && text.find("[[") != std::string::npos) {
+      return text;
+    }
+  }
+  const std::size_t last = text.find_last_not_of(" \t\r\n");
+  if (last == std::string::npos || !isInWord(text[last])) return text;
+  return text + ",";
+}
+
+}  // namespace platform

@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "events/EngineWatch.h"
+
+#include <kavrel_observer.h>
+
+#include "Failure.h"
+
+namespace say {
+
+struct EngineWatch::Callback {
+  // Memory that is out costs times, not the speech: the engine keeps what is thrown here.
+  static void observe(const kavrel_observation* event, void* user) {
+    auto& watch = *static_cast<EngineWatch*>(user);
+    if (event->type == KAVREL_EVENT_ERROR) {
+      const std::lock_guard held(watch.m_lock);
+      if (!watch.m_error) watch.m_error = event->text;
+    } else if (watch.m_times != nullptr) {
+      observeTime(*watch.m_times, *event);
+    }
+  }
+
+  static void observeTime(EventTimes& times, const kavrel_observation& event) {
+    const auto speech = reinterpret_cast<EventTimes::SpeechNumber>(event.job);
+    switch (event.type) {
+      case KAVREL_EVENT_WORD:
+        return times.observe(speech, EventTimes::Kind::Word, event.time);
+      case KAVREL_EVENT_PHONEME:
+        return times.observe(speech, EventTimes::Kind::Phoneme, event.time);
+      case KAVREL_EVENT_BOOKMARK:
+        return times.observe(speech, EventTimes::Kind::Sync, event.time);
+      case KAVREL_EVENT_END:
+        return times.observeEnd(speech, event.time);
+      default:
+        return;
+    }
+  }
+};
+
+EngineWatch::EngineWatch(EventTimes* times) : m_times(times) {
+  if (kavrel_set_observer(&Callback::observe, this) != KAVREL_SUCCESS) {
+    throw tool::Failure("memory is out");
+  }
+}
+
+EngineWatch::~EngineWatch() {
+  kavrel_set_observer(nullptr, nullptr);
+}
+
+void EngineWatch::check() const {
+  const std::lock_guard held(m_lock);
+  if (m_error) throw tool::Failure("the speech broke off: " + *m_error);
+}
+
+}  // namespace say

@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "events/EventTimes.h"
+
+namespace say {
+
+void EventTimes::observe(SpeechNumber speech, Kind kind, double seconds) {
+  const std::lock_guard held(m_lock);
+  observed(speech).times[static_cast<std::size_t>(kind)].push_back(seconds);
+}
+
+void EventTimes::observeEnd(SpeechNumber speech, double seconds) {
+  const std::lock_guard held(m_lock);
+  observed(speech).end = seconds;
+}
+
+// With m_lock.
+EventTimes::Observed& EventTimes::observed(SpeechNumber speech) {
+  if (m_speeches.empty() || m_speeches.back().speech != speech) {
+    m_speeches.emplace_back().speech = speech;
+  }
+  return m_speeches.back();
+}
+
+void EventTimes::word(std::size_t /*position*/, std::size_t /*length*/) {
+  take(Kind::Word);
+}
+
+void EventTimes::phoneme(int /*code*/) {
+  take(Kind::Phoneme);
+}
+
+void EventTimes::sync(std::uint32_t /*message*/) {
+  take(Kind::Sync);
+}
+
+void EventTimes::take(Kind kind) {
+  m_now.reset();
+  const std::lock_guard held(m_lock);
+  if (m_speeches.empty()) return;
+  std::deque<double>& times = m_speeches.front().times[static_cast<std::size_t>(kind)];
+  if (times.empty()) return;
+  m_now = times.front();
+  times.pop_front();
+}
+
+void EventTimes::done() {
+  m_now.reset();
+  const std::lock_guard held(m_lock);
+  if (m_speeches.empty()) return;
+  m_now = m_speeches.front().end;
+  m_speeches.pop_front();
+}
+
+}  // namespace say

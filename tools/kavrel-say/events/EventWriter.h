@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// EventWriter: what happens while a text is spoken, one JSON object a line (Arguments.cpp describes
+// them for users).
+//
+// Threads: one at a time. Every function throws what Output::write() throws.
+#pragma once
+
+#include <nlohmann/json_fwd.hpp>
+
+#include "SpokenText.h"
+#include "events/EventTimes.h"
+#include "screen/Output.h"
+#include "speech/Listener.h"
+#include "speech/Positions.h"
+
+namespace say {
+
+class EventWriter : public Listener {
+ public:
+  // All outlive the writer.
+  EventWriter(const tool::SpokenText& text, Positions& positions, const EventTimes& times,
+              const Output& output)
+      : m_text(text), m_positions(positions), m_times(times), m_output(output) {}
+
+  void word(std::size_t position, std::size_t length) override;
+  void phoneme(int code) override;
+  void sync(std::uint32_t message) override;
+  void done() override;
+
+ private:
+  void write(nlohmann::ordered_json event) const;
+
+  const tool::SpokenText& m_text;
+  Positions& m_positions;
+  const EventTimes& m_times;
+  const Output& m_output;
+};
+
+}  // namespace say

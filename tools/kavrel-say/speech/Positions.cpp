@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "speech/Positions.h"
+
+#include <algorithm>
+#include <string_view>
+
+#include "Utf8.h"
+
+namespace say {
+
+Positions::Positions(const std::string& text, Unit unit, std::size_t first)
+    : m_text(text), m_unit(unit), m_first(first) {}
+
+tool::Slice Positions::of(tool::Slice bytes) {
+  const std::size_t begin = at(bytes.position);
+  return {begin, at(bytes.position + bytes.length) - begin};
+}
+
+std::size_t Positions::end() {
+  return at(m_text.size());
+}
+
+std::size_t Positions::at(std::size_t byte) {
+  if (m_unit == Unit::Bytes) return m_first + byte;
+  if (byte < m_byte) m_byte = m_characters = 0;
+  while (m_byte < byte) {
+    const std::string_view rest = std::string_view(m_text).substr(m_byte);
+    m_byte += std::max<std::size_t>(tool::firstCharacter(rest).length, 1);
+    ++m_characters;
+  }
+  return m_first + m_characters;
+}
+
+}  // namespace say

@@ -1,0 +1,74 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "speech/Voices.h"
+
+#include <algorithm>
+#include <array>
+
+#include <strings.h>
+
+#include "Failure.h"
+
+namespace say {
+namespace {
+
+// A Pascal string of Mac OS Roman as UTF-8.
+std::string fromPascal(const unsigned char* pascal) {
+  const CFStringRef string =
+      CFStringCreateWithBytes(nullptr, pascal + 1, pascal[0], kCFStringEncodingMacRoman, false);
+  if (string == nullptr) return {};
+  // A character of Mac OS Roman takes at most three bytes.
+  std::array<char, 3 * 255 + 1> bytes{};
+  CFStringGetCString(string, bytes.data(), bytes.size(), kCFStringEncodingUTF8);
+  CFRelease(string);
+  return bytes.data();
+}
+
+NamedVoice described(const VoiceSpec& spec) {
+  VoiceDescription description{};
+  GetVoiceDescription(&spec, &description, sizeof description);
+  VoiceLocale locale{};
+  GetVoiceInfo(&spec, soVoiceLocale, &locale);
+  return {spec, fromPascal(description.name), locale.identifier, fromPascal(description.comment)};
+}
+
+// Filled up with blanks to `width` characters, and to one blank at least.
+std::string column(std::string text, std::size_t width) {
+  const auto isFirstByte = [](char c) { return (static_cast<unsigned char>(c) & 0xC0U) != 0x80; };
+  const auto characters =
+      static_cast<std::size_t>(std::count_if(text.begin(), text.end(), isFirstByte));
+  text.append(characters < width ? width - characters : 1, ' ');
+  return text;
+}
+
+}  // namespace
+
+std::vector<NamedVoice> allVoices() {
+  SInt16 count = 0;
+  CountVoices(&count);
+  std::vector<NamedVoice> voices;
+  for (SInt16 index = 1; index <= count; ++index) {
+    VoiceSpec spec{};
+    if (GetIndVoice(index, &spec) == noErr) voices.push_back(described(spec));
+  }
+  return voices;
+}
+
+VoiceSpec voiceNamed(const std::string& name) {
+  std::string names;
+  for (const NamedVoice& voice : allVoices()) {
+    if (strcasecmp(voice.name.c_str(), name.c_str()) == 0) return voice.spec;
+    names += (names.empty() ? "" : ", ") + voice.name;
+  }
+  throw tool::Failure("there is no voice \"" + name + "\"; there is " +
+                      (names.empty() ? "none" : names));
+}
+
+std::string voiceList() {
+  std::string list;
+  for (const NamedVoice& voice : allVoices()) {
+    list += column(voice.name, 20) + column(voice.locale, 8) + " # " + voice.sentence + '\n';
+  }
+  return list;
+}
+
+}  // namespace say

@@ -1,0 +1,276 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "document/Document.h"
+
+#include <algorithm>
+#include <array>
+#include <optional>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "document/DocumentWriter.h"
+#include "document/Ipa.h"
+#include "document/MarkupReader.h"
+#include "document/ProsodyValues.h"
+
+namespace ssml {
+namespace {
+
+constexpr const char* kCharacters = "characters";
+constexpr const char* kDigits = "digits";  // never written
+
+constexpr const char* kTenDigits = "0123456789";
+
+bool isDigit(char c) {
+  return c >= '0' && c <= '9';
+}
+
+// A number goes on behind a point or comma between digits.
+std::size_t endOfNumber(std::string_view text, std::size_t start) {
+  std::size_t end = start;
+  while (end < text.size() && isDigit(text[end])) {
+    ++end;
+    const bool goesOn =
+        end + 1 < text.size() && (text[end] == '.' || text[end] == ',') && isDigit(text[end + 1]);
+    if (goesOn) ++end;
+  }
+  return end;
+}
+
+// The elements around a place of the converted text. An end tag ends the last element of its name,
+// whatever stands in between, since odd texts cross elements.
+class OpenElements {
+ public:
+  void open(const MarkupPiece& tag) {
+    if (tag.name == "prosody") {
+      const auto known = std::find(kAttributes.begin(), kAttributes.end(), tag.attribute);
+      if (known == kAttributes.end()) return;
+      const auto index = static_cast<std::size_t>(known - kAttributes.begin());
+      m_values[index].push_back(standard(tag.attribute, tag.value));
+      m_prosody.push_back(index);
+    } else if (tag.name == "emphasis") {
+      ++m_emphasis;
+    } else if (tag.name == "say-as") {
+      m_sayAs.emplace_back(tag.attribute == "type" ? kCharacters : kDigits);
+    }
+  }
+
+  void close(std::string_view name) {
+    if (name == "prosody" && !m_prosody.empty()) {
+      m_values[m_prosody.back()].pop_back();
+      m_prosody.pop_back();
+    } else if (name == "emphasis" && m_emphasis > 0) {
+      --m_emphasis;
+    } else if (name == "say-as" && !m_sayAs.empty()) {
+      m_sayAs.pop_back();
+    }
+  }
+
+  Style style() const {
+    Style style;
+    for (std::size_t i = 0; i < kAttributes.size(); ++i) {
+      if (m_values[i].empty() || m_values[i].back().empty()) continue;
+      style.prosody.append(" ").append(kAttributes[i]);
+      style.prosody.append("=\"").append(m_values[i].back()).append("\"");
+    }
+    style.emphasised = m_emphasis > 0;
+    if (!m_sayAs.empty()) style.sayAs = m_sayAs.back();
+    return style;
+  }
+
+ private:
+  static constexpr std::array<std::string_view, 4> kAttributes = {"volume", "rate", "pitch",
+                                                                  "range"};
+
+  static std::string standard(std::string_view attribute, std::string_view value) {
+    if (attribute == "volume") return standardVolume(value);
+    if (attribute == "rate") return standardRate(value);
+    return standardHertz(value);
+  }
+
+  std::array<std::vector<std::string>, kAttributes.size()> m_values;  // innermost last
+  std::vector<std::size_t> m_prosody;  // which attribute each prosody element sets
+  std::vector<std::string> m_sayAs;
+  int m_emphasis = 0;
+};
+
+// Phoneme input being read, from the first start tag to the end tag that belongs to it. The
+// standard allows nothing but text inside.
+struct PhonemeInput {
+  int depth = 0;  // 0: none
+  std::string ipa;
+  std::optional<Style> style;  // of the first symbol: the converter's prosody stands inside
+  TracedText symbols;
+  std::vector<std::string> elements;  // that stand inside and are to be written behind
+};
+
+bool isControl(char c) {
+  const auto byte = static_cast<unsigned char>(c);
+  return byte < ' ' && c != '\t' && c != '\n' && c != '\r';
+}
+
+class Rewriter {
+ public:
+  explicit Rewriter(const TracedText& converted) : m_from(converted) {}
+
+  TracedText run() {
+    MarkupReader reader(m_from.text());
+    for (MarkupPiece piece = reader.next(); piece.kind != MarkupPiece::Kind::End;
+         piece = reader.next()) {
+      take(piece);
+    }
+    if (m_phonemes.depth > 0) endPhonemes();
+    return m_writer.finish();
+  }
+
+ private:
+  void take(const MarkupPiece& piece);
+  void open(const MarkupPiece& tag);
+  void close(const MarkupPiece& tag);
+  void mark(const MarkupPiece& tag);
+  void text(const TracedText& escaped);
+  void digits(const TracedText& escaped, Style style);
+  void beginPhonemes(std::string_view phones);
+  void endPhonemes();
+  TracedText copied(const MarkupPiece& piece) const;
+
+  const TracedText& m_from;
+  DocumentWriter m_writer;
+  OpenElements m_elements;
+  PhonemeInput m_phonemes;
+  std::string m_phonesBefore;  // of the phoneme element before
+};
+
+void Rewriter::take(const MarkupPiece& piece) {
+  switch (piece.kind) {
+    case MarkupPiece::Kind::Text:
+      return text(copied(piece));
+    case MarkupPiece::Kind::Character: {
+      TracedText escaped;
+      escaped.append(piece.escape, m_from.origins()[piece.start]);
+      return text(escaped);
+    }
+    case MarkupPiece::Kind::Open:
+      return open(piece);
+    case MarkupPiece::Kind::Close:
+      return close(piece);
+    default:
+      return mark(piece);
+  }
+}
+
+// Characters that XML cannot hold are blanks.
+TracedText Rewriter::copied(const MarkupPiece& piece) const {
+  TracedText result;
+  std::size_t done = piece.start;
+  for (std::size_t i = piece.start; i < piece.end; ++i) {
+    if (!isControl(m_from.text()[i])) continue;
+    result.append(m_from, done, i);
+    result.append(" ", m_from.origins()[i]);
+    done = i + 1;
+  }
+  result.append(m_from, done, piece.end);
+  return result;
+}
+
+void Rewriter::text(const TracedText& escaped) {
+  const Style style = m_elements.style();
+  if (m_phonemes.depth > 0) {
+    if (!m_phonemes.style) m_phonemes.style = style;
+    m_phonemes.symbols.append(escaped);
+  } else if (style.sayAs == kDigits) {
+    digits(escaped, style);
+  } else {
+    m_writer.text(escaped, style);
+  }
+}
+
+// Speech systems agree on no name for this mode, but on how to spell: so numbers are spelt, and the
+// words between them are plain.
+void Rewriter::digits(const TracedText& escaped, Style style) {
+  const std::string& text = escaped.text();
+  for (std::size_t at = 0; at < text.size();) {
+    const std::size_t end = isDigit(text[at])
+                                ? endOfNumber(text, at)
+                                : std::min(text.find_first_of(kTenDigits, at), text.size());
+    style.sayAs = isDigit(text[at]) ? kCharacters : "";
+    TracedText part;
+    part.append(escaped, at, end);
+    m_writer.text(part, style);
+    at = end;
+  }
+}
+
+void Rewriter::open(const MarkupPiece& tag) {
+  if (tag.name == "phoneme") {
+    beginPhonemes(tag.value);
+  } else {
+    m_elements.open(tag);
+  }
+}
+
+void Rewriter::close(const MarkupPiece& tag) {
+  if (tag.name != "phoneme") {
+    m_elements.close(tag.name);
+  } else if (m_phonemes.depth > 0 && --m_phonemes.depth == 0) {
+    endPhonemes();
+  }
+}
+
+void Rewriter::mark(const MarkupPiece& tag) {
+  const bool isBreak = tag.name == "break";
+  const std::string value = isBreak ? standardTime(tag.value) : standardMark(tag.value);
+  if (value.empty()) return;
+  const std::string element = (isBreak ? "<break time=\"" : "<mark name=\"") + value + "\"/>";
+  if (m_phonemes.depth > 0) {
+    m_phonemes.elements.push_back(element);
+  } else {
+    m_writer.element(element, m_elements.style());
+  }
+}
+
+// The converter begins every element with the phones of the one before it; those have been spoken.
+void Rewriter::beginPhonemes(std::string_view phones) {
+  const bool continues = phones.starts_with(m_phonesBefore);
+  if (m_phonemes.depth++ == 0) {
+    m_phonemes.ipa = toIpa(continues ? phones.substr(m_phonesBefore.size()) : phones);
+  }
+  m_phonesBefore = phones;
+}
+
+void Rewriter::endPhonemes() {
+  const PhonemeInput input = std::exchange(m_phonemes, {});
+  if (!input.ipa.empty()) {
+    // Commands inside are no part of the symbols.
+    TracedText symbols;
+    const std::string& text = input.symbols.text();
+    for (std::size_t at = 0; at < text.size();) {
+      const std::size_t command = std::min(text.find("[[", at), text.size());
+      symbols.append(input.symbols, at, command);
+      const std::size_t close = text.find("]]", command);
+      at = close == std::string::npos ? text.size() : close + 2;
+    }
+    m_writer.element("<phoneme alphabet=\"ipa\" ph=\"" + input.ipa + "\">", symbols, "</phoneme>",
+                     input.style.value_or(m_elements.style()));
+  }
+  for (const std::string& element : input.elements) {
+    m_writer.element(element, m_elements.style());
+  }
+}
+
+}  // namespace
+
+TracedText documentOf(const TracedText& converted, const std::string& language,
+                      TracedText::Position end) {
+  TracedText document;
+  document.insert(
+      "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+      "<speak version=\"1.1\" xmlns=\"http://www.w3.org/2001/10/synthesis\" xml:lang=\"" +
+      language + "\">");
+  document.append(Rewriter(converted).run());
+  document.insert("</speak>");
+  document.settle(end);
+  return document;
+}
+
+}  // namespace ssml

@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "text/Conversion.h"
+
+#include <stdexcept>
+
+#include "AppleSynthesisError.h"
+#include "Utf8.h"
+#include "text/FaultFinder.h"
+
+namespace ssml {
+namespace {
+
+TracedText utf8Of(const std::string& latin9, const PositionMap& origins) {
+  TracedText traced;
+  for (std::size_t run = 0; run < origins.runs().size(); ++run) {
+    for (std::uint32_t at = origins.runs()[run].start; at < origins.endOfRun(run); ++at) {
+      const auto byte = static_cast<unsigned char>(latin9[at]);
+      const PositionMap::Run& from = origins.runs()[run];
+      traced.append(tool::toUtf8(fromLatin9(byte)),
+                    from.isCopied() ? from.origin + (at - from.start) : from.origin);
+    }
+  }
+  return traced;
+}
+
+}  // namespace
+
+AppleMarkupConverter converterFor(const CallerText& text, const ConversionOptions& options) {
+  if (!options.settings) return {text.prepared(), options.output};
+  return {text.prepared(), options.output, *options.settings};
+}
+
+std::variant<TracedText, Fault> convert(const CallerText& text, const ConversionOptions& options) {
+  try {
+    AppleMarkupConverter converter = converterFor(text, options);
+    const std::string converted = converter.getConvertedText();
+    return utf8Of(converted, converter.getPositions().after(text.origins()));
+  } catch (const AppleSynthesisError& error) {
+    const FaultFinder finder(text, options);
+    return error.getErrorType() == BAD_PHONE_SEQUENCE ? finder.badPhone()
+                                                      : finder.refused("INDEX_OUT_OF_RANGE");
+  } catch (const std::out_of_range&) {
+    return FaultFinder(text, options).refused("OUT_OF_RANGE");
+  }
+}
+
+}  // namespace ssml
