@@ -3,8 +3,8 @@
 // Conversion equals the oracle's: result, kind of error, records, ranges, the offset of every
 // position and a few behind the end, and the origin of every byte. Input as for fuzz_conversion,
 // up to 2 KB, since the oracle takes its time.
-#include "Conversion.h"
 #include "Settings.h"
+#include "conversions/ComparedConversion.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   constexpr std::size_t kMost = 2048;

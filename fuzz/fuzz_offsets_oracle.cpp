@@ -12,8 +12,8 @@
 // Numbers count modulo 2^32.
 #include <vector>
 
-#include "Conversion.h"
 #include "Fuzz.h"
+#include "conversions/ComparedConversion.h"
 
 namespace {
 

@@ -4,8 +4,8 @@
 // the first and the last place of the stretch (the whole text when it names none), and the text.
 #include <charconv>
 
-#include "Conversion.h"
 #include "Fuzz.h"
+#include "conversions/ComparedConversion.h"
 
 namespace {
 

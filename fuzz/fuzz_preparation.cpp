@@ -2,9 +2,9 @@
 //
 // Preparation equals the oracle's, and says where every byte came from: bytes in order, each from
 // where the one before ended or from the same bytes. Input: the text.
-#include "Conversion.h"
 #include "Fuzz.h"
 #include "SpeechMgrUtils.h"
+#include "conversions/ComparedConversion.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   constexpr std::size_t kMost = 4096;

@@ -14,10 +14,10 @@
 #include <unistd.h>
 
 #include "AppleSynthesisError.h"
-#include "Conversion.h"
 #include "Fuzz.h"
 #include "TokenList.h"
-#include "oracle/Tokens.h"
+#include "conversions/ComparedConversion.h"
+#include "oracle/OracleTokens.h"
 
 namespace {
 

@@ -1,0 +1,81 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
+#
+# Whether man pages and completions are sound, and speak of every option that --help does:
+# documents.sh ROOT BIN, where BIN holds the programs. Needs mandoc, zsh and fish.
+set -uo pipefail
+
+root=$1
+export PATH="$2:$PATH"
+failures=0
+
+fail() {
+  failures=$((failures + 1))
+  printf 'FAILED: %s\n' "$*"
+}
+
+# The long options that the program's help names.
+options_of() { "$1" --help | grep -oE '(^|[ ,])--[a-z-]+[a-z]' | tr -d ' ,' | sort -u; }
+
+# ---- Every option
+
+for program in kavrel-say kavrel-ssml; do
+  count=0
+  while read -r option; do
+    count=$((count + 1))
+    name=${option#--}
+    grep -qE "Fl Fl $name( |\$)" "$root/tools/$program/$program.1" ||
+      fail "the man page of $program lacks $option"
+    grep -qE -- "$option( |\$|')" "$root/tools/$program/completions/$program.bash" ||
+      fail "$program.bash lacks $option"
+    grep -qE -- "$option(=|\\[|,|\\})" "$root/tools/$program/completions/_$program" ||
+      fail "_$program lacks $option"
+    grep -qE -- "-l $name( |\$)" "$root/tools/$program/completions/$program.fish" ||
+      fail "$program.fish lacks $option"
+  done < <(options_of "$program")
+  ((count >= 12)) || fail "the help of $program names $count options alone"
+done
+
+# ---- Man pages
+
+mandoc -T lint -W warning "$root"/tools/*/*.1 || fail 'a man page is not sound'
+
+# ---- Completions
+
+# What bash completes the words with.
+completed() {
+  bash --norc -c '
+    source "$1/tools/$2/completions/$2.bash"
+    COMP_WORDS=("${@:2}")
+    COMP_CWORD=$((${#COMP_WORDS[@]} - 1))
+    "_${2//-/_}"
+    printf "%s\n" "${COMPREPLY[@]}"' bash "$root" "$@"
+}
+
+expect() {
+  [[ $1 == "$2" ]] || fail "expected \"$1\", not \"$2\""
+}
+
+expect Maren "$(completed kavrel-say -v Mar)"
+expect --voice "$(completed kavrel-say --vo)"
+expect WAVE "$(completed kavrel-say --file-format = WA)"
+expect characters "$(completed kavrel-say --positions ch)"
+expect "$root/README.md" "$(completed kavrel-say -f "$root/READ")"
+expect --pitch-base "$(completed kavrel-ssml --pi)"
+expect macroman "$(completed kavrel-ssml --from mac)"
+
+for file in "$root"/tools/*/completions/_*; do
+  zsh -f -n "$file" || fail "$file is not zsh"
+done
+
+# The first column of what fish completes the line with.
+fished() {
+  fish --no-config -c "source '$root/tools/$1/completions/$1.fish'; complete -C'$1 $2'" | cut -f 1
+}
+
+expect Maren "$(fished kavrel-say '-v Mar')"
+expect --voice "$(fished kavrel-say --vo)"
+expect WAVE "$(fished kavrel-say '--file-format WA')"
+expect macroman "$(fished kavrel-ssml '--from mac')"
+
+if ((failures > 0)); then exit 1; fi

@@ -1,0 +1,91 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
+#
+# Tests an installation: install_test.sh WHAT BUILD FOLDER. `install` installs the build tree BUILD
+# under FOLDER/prefix; the others use that. Voices and plug-ins come from the installation alone.
+set -euo pipefail
+
+here=$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")
+what=$1
+build=$2
+folder=$3
+prefix=$folder/prefix
+export KAVREL_AUDIO=none
+unset SPEECH_VOICE_PATH SPEECH_SYNTHESIZER_PATH LD_LIBRARY_PATH
+
+fail() {
+  echo "$*" >&2
+  exit 1
+}
+
+# A readable sound file of at least `$2` bytes.
+check_sound() {
+  [[ -s $1 && $(head -c 4 "$1") == FORM && $(stat -c %s "$1") -ge $2 ]] ||
+    fail "$1 is not the sound file that it should be"
+}
+
+flags() { PKG_CONFIG_PATH="$1/lib/pkgconfig" pkg-config "${@:2}" speechmanager; }
+
+# Builds the client with the compiler command given, and has it speak.
+build_and_run() {
+  local -a libraries
+  read -ra libraries <<<"$(flags "$prefix" --cflags --libs)"
+  "$@" -Wall -Wextra -Werror -o "$folder/client" "$here/client.c" "${libraries[@]}"
+  rm -f "$folder/client.aiff"
+  LD_LIBRARY_PATH=$prefix/lib "$folder/client" "$folder/client.aiff"
+  check_sound "$folder/client.aiff" 20000
+}
+
+speak_from() {
+  rm -f "$folder/spoken.aiff"
+  "$1/bin/kavrel-say" -o "$folder/spoken.aiff" 'From where it was put.'
+  check_sound "$folder/spoken.aiff" 20000
+}
+
+case $what in
+  install)
+    rm -rf "$prefix"
+    cmake --install "$build" --prefix "$prefix" >"$folder/install.log"
+    if grep -rIlF "$build" "$prefix"; then fail 'These files name the build folder.'; fi
+    ;;
+  c) build_and_run cc -std=c11 ;;
+  cxx) build_and_run c++ -std=c++20 -x c++ ;;
+  cmake)
+    rm -rf "$folder/project"
+    cmake -S "$here/project" -B "$folder/project" -G Ninja -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
+    cmake --build "$folder/project" >/dev/null
+    rm -f "$folder/client.aiff"
+    "$folder/project/client" "$folder/client.aiff"
+    check_sound "$folder/client.aiff" 20000
+    ;;
+  clients)
+    # The programs in tests/speech/clients, each with its own test.
+    rm -rf "$folder/clients"
+    PKG_CONFIG_PATH=$prefix/lib/pkgconfig cmake -S "$here/../clients" -B "$folder/clients" -G Ninja >/dev/null
+    cmake --build "$folder/clients" >/dev/null
+    LD_LIBRARY_PATH=$prefix/lib ctest --test-dir "$folder/clients" --no-tests=error --output-on-failure
+    ;;
+  speak) speak_from "$prefix" ;;
+  moved)
+    rm -rf "$folder/elsewhere"
+    cp -a "$prefix" "$folder/elsewhere"
+    mv "$prefix" "$prefix.away"
+    trap 'mv "$prefix.away" "$prefix"' EXIT
+    speak_from "$folder/elsewhere"
+    [[ $(flags "$folder/elsewhere" --cflags) == *"/elsewhere/"* ]] || fail 'pkg-config names another folder'
+    ;;
+  package)
+    rm -rf "$folder/package"
+    mkdir -p "$folder/package"
+    (cd "$build" && cpack -G DEB -B "$folder/package" >"$folder/package.log")
+    package=$(echo "$folder"/package/*.deb)
+    dpkg-deb --info "$package" | tee "$folder/package.info"
+    grep -q '^ Depends:.*libespeak-ng1' "$folder/package.info" || fail 'The package forgets its libraries.'
+    dpkg-deb -x "$package" "$folder/package/root"
+    for page in kavrel-say kavrel-ssml; do
+      [[ -e $folder/package/root/usr/share/man/man1/$page.1 ]] || fail "The package has no page $page(1)."
+    done
+    speak_from "$folder/package/root/usr"
+    ;;
+  *) fail "unknown test $what" ;;
+esac

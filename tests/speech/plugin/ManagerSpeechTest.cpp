@@ -1,0 +1,276 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The Manager with the real plug-in and the real engine, as a client has them: what the behaviour
+// tests show with a synthesizer of their own holds with this one, too.
+#include <ApplicationServices/ApplicationServices.h>
+
+#include <algorithm>
+#include <chrono>
+#include <condition_variable>
+#include <cstdlib>
+#include <filesystem>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "speakers/ChannelSpeaker.h"
+
+namespace {
+
+using speech::Sound;
+using speech::soundIn;
+using speech::TemporaryFolder;
+using speech::Word;
+using testing::ElementsAre;
+
+// A channel of the Manager's and what it reports.
+class Client {
+ public:
+  Client() {
+    EXPECT_EQ(NewSpeechChannel(nullptr, &m_channel), noErr);
+    SetSpeechInfo(m_channel, soRefCon, this);
+    install(soWordCallBack, onWord);
+    install(soSpeechDoneCallBack, onDone);
+  }
+  ~Client() { DisposeSpeechChannel(m_channel); }
+  Client(const Client&) = delete;
+  Client& operator=(const Client&) = delete;
+
+  SpeechChannel channel() const { return m_channel; }
+
+  void writeTo(const std::filesystem::path& file) {
+    const std::string path = file.string();
+    CFURLRef url = CFURLCreateFromFileSystemRepresentation(
+        nullptr, reinterpret_cast<const UInt8*>(path.data()), static_cast<CFIndex>(path.size()),
+        false);
+    EXPECT_EQ(SetSpeechInfo(m_channel, soOutputToFileWithCFURL, url), noErr);
+    CFRelease(url);
+  }
+  OSErr speak(const std::string& text, SInt32 flags = 0) {
+    return SpeakBuffer(m_channel, text.data(), text.size(), flags);
+  }
+  bool waitForWords(std::size_t count) {
+    return wait([&] { return m_words.size() >= count; });
+  }
+  bool waitForEnds(int count) {
+    return wait([&] { return m_done >= count; });
+  }
+  std::vector<Word> words() {
+    const std::lock_guard held(m_lock);
+    return m_words;
+  }
+  SpeechStatusInfo status() const {
+    SpeechStatusInfo info{};
+    EXPECT_EQ(GetSpeechInfo(m_channel, soStatus, &info), noErr);
+    return info;
+  }
+
+ private:
+  template <typename Function>
+  void install(OSType selector, Function* function) {
+    EXPECT_EQ(SetSpeechInfo(m_channel, selector, reinterpret_cast<const void*>(function)), noErr);
+  }
+  template <typename Condition>
+  bool wait(Condition condition) {
+    std::unique_lock held(m_lock);
+    return m_changed.wait_for(held, std::chrono::minutes(1), condition);
+  }
+  static void onWord(SpeechChannel, SRefCon self, unsigned long position, UInt16 length) {
+    auto& client = *static_cast<Client*>(self);
+    const std::lock_guard held(client.m_lock);
+    client.m_words.push_back({position, length});
+    client.m_changed.notify_all();
+  }
+  static void onDone(SpeechChannel, SRefCon self) {
+    auto& client = *static_cast<Client*>(self);
+    const std::lock_guard held(client.m_lock);
+    ++client.m_done;
+    client.m_changed.notify_all();
+  }
+
+  SpeechChannel m_channel = nullptr;
+  std::mutex m_lock;
+  std::condition_variable m_changed;
+  std::vector<Word> m_words;
+  int m_done = 0;
+};
+
+std::vector<std::string> slices(const std::string& text, const std::vector<Word>& words) {
+  std::vector<std::string> parts;
+  for (const Word& word : words) parts.push_back(text.substr(word.position, word.length));
+  return parts;
+}
+
+class ManagerSpeech : public testing::Test {
+ protected:
+  TemporaryFolder folder;
+};
+
+TEST_F(ManagerSpeech, TellsPlacesOfTheCallersBufferWhateverIsInIt) {
+  Client client;
+  client.writeTo(folder / "places.aiff");
+  const std::string text =
+      std::string("one\0two ", 8) + "[[rate 300]]<b>&amp;\xD2six\xD3 OS X\x01 \xF0 end";
+  ASSERT_EQ(client.speak(text), noErr);
+  ASSERT_TRUE(client.waitForEnds(1));
+  const std::vector<std::string> spoken = slices(text, client.words());
+  EXPECT_EQ(spoken.front(), "one");
+  EXPECT_EQ(spoken.back(), "end");
+  EXPECT_THAT(spoken, testing::IsSupersetOf({"two", "OS"}));
+}
+
+TEST_F(ManagerSpeech, TellsNoPlaceOutsideOrBackwardsForAnyBytes) {
+  for (unsigned seed = 1; seed <= 20; ++seed) {
+    std::string text;
+    for (unsigned state = seed; text.size() < 300;) {
+      state = state * 1664525U + 1013904223U;
+      // Every byte there is, and words between.
+      text += state % 3 == 0 ? static_cast<char>(state >> 24U) : "word [[x]] "[(state >> 8U) % 11];
+    }
+    Client client;
+    client.writeTo(folder / "bytes.aiff");
+    const OSErr result = client.speak(text);
+    if (result != noErr) {
+      EXPECT_EQ(result, badInputText) << seed;
+      continue;
+    }
+    ASSERT_TRUE(client.waitForEnds(1)) << seed;
+    unsigned long last = 0;
+    for (const Word& word : client.words()) {
+      EXPECT_GE(word.position, last) << seed;
+      EXPECT_LE(word.position + word.length, text.size()) << seed;
+      last = word.position;
+    }
+  }
+}
+
+TEST_F(ManagerSpeech, StopsAtTheEndOfTheSentenceWithoutHoldingTheCallerUp) {
+  Client client;
+  const Fixed rate = Long2Fix(400);
+  ASSERT_EQ(SetSpeechInfo(client.channel(), soRate, &rate), noErr);
+  ASSERT_EQ(client.speak("One two three four five six. Seven eight nine."), noErr);
+  ASSERT_TRUE(client.waitForWords(1));
+  ASSERT_EQ(StopSpeechAt(client.channel(), kEndOfSentence), noErr);
+  EXPECT_EQ(client.status().outputBusy, 1);
+  // The order is kept: this one comes when the sentence is over.
+  ASSERT_EQ(client.speak("Ten."), noErr);
+  ASSERT_TRUE(client.waitForEnds(2));
+  EXPECT_EQ(client.words().size(), 7U);
+  EXPECT_EQ(client.status().outputBusy, 0);
+}
+
+TEST_F(ManagerSpeech, KeepsTheBytesLeftWhilePaused) {
+  Client client;
+  const std::string text = "One two three four five six.";
+  ASSERT_EQ(client.speak(text), noErr);
+  ASSERT_TRUE(client.waitForWords(2));
+  ASSERT_EQ(PauseSpeechAt(client.channel(), kImmediate), noErr);
+  const SpeechStatusInfo paused = client.status();
+  EXPECT_EQ(paused.outputPaused, 1);
+  // The record's fields are not aligned as a reference wants them.
+  const SInt32 bytesLeft = paused.inputBytesLeft;
+  EXPECT_GT(bytesLeft, 0);
+  EXPECT_LE(bytesLeft, static_cast<SInt32>(text.size()) - 4);
+  ASSERT_EQ(StopSpeech(client.channel()), noErr);
+  EXPECT_TRUE(client.waitForEnds(1));
+}
+
+TEST_F(ManagerSpeech, WritesNothingBeforeContinueAfterAPreflight) {
+  Client client;
+  client.writeTo(folder / "preflight.aiff");
+  ASSERT_EQ(client.speak("Hello there.", kPreflightThenPause), noErr);
+  EXPECT_EQ(client.status().outputPaused, 1);
+  EXPECT_FALSE(std::filesystem::exists(folder / "preflight.aiff"));
+  ASSERT_EQ(ContinueSpeech(client.channel()), noErr);
+  ASSERT_TRUE(client.waitForEnds(1));
+  EXPECT_GT(soundIn(folder / "preflight.aiff").seconds(), 0.3);
+}
+
+TEST_F(ManagerSpeech, SoundsDifferentWithoutEndingProsodyAndHasTheSameWords) {
+  const auto spoken = [&](const std::string& file, SInt32 flags, std::vector<Word>& words) {
+    Client client;
+    client.writeTo(folder / file);
+    EXPECT_EQ(client.speak("the red house", flags), noErr);
+    EXPECT_TRUE(client.waitForEnds(1));
+    words = client.words();
+    return soundIn(folder / file);
+  };
+  std::vector<Word> plain;
+  std::vector<Word> open;
+  const Sound ended = spoken("ended.aiff", 0, plain);
+  const Sound kept = spoken("open.aiff", kNoEndingProsody, open);
+  EXPECT_EQ(plain, open);
+  EXPECT_NE(ended.samples, kept.samples);
+}
+
+TEST_F(ManagerSpeech, TellsPhonemesThatAreSpokenTheSame) {
+  Client client;
+  Handle handle = NewHandle(0);
+  long bytes = 0;
+  const std::string text = "Five good dogs.";
+  ASSERT_EQ(TextToPhonemes(client.channel(), text.data(), text.size(), handle, &bytes), noErr);
+  const std::string phonemes(*handle, static_cast<std::size_t>(bytes));
+  EXPECT_EQ(std::count(phonemes.begin(), phonemes.end(), ' '), 2) << phonemes;
+  // Once more, of what came out, while the channel is speaking.
+  OSType mode = modePhonemes;
+  ASSERT_EQ(SetSpeechInfo(client.channel(), soInputMode, &mode), noErr);
+  ASSERT_EQ(client.speak(phonemes), noErr);
+  ASSERT_EQ(TextToPhonemes(client.channel(), phonemes.data(), phonemes.size(), handle, &bytes),
+            noErr);
+  std::string again(*handle, static_cast<std::size_t>(bytes));
+  std::string expected = phonemes;
+  // Whether phonemes are told in words is the engine's affair.
+  std::erase(again, ' ');
+  std::erase(expected, ' ');
+  EXPECT_EQ(again, expected);
+  ASSERT_EQ(TextToPhonemes(client.channel(), "QQ", 2, handle, &bytes), badInputText);
+  ASSERT_EQ(TextToPhonemes(client.channel(), nullptr, 0, handle, &bytes), noErr);
+  EXPECT_EQ(bytes, 0);
+  EXPECT_EQ(TextToPhonemes(client.channel(), "a", 1, nullptr, &bytes), paramErr);
+  DisposeHandle(handle);
+}
+
+TEST_F(ManagerSpeech, LeavesNoFileBehindAfterTellingPhonemes) {
+  const std::filesystem::path temporary = folder / "temporary";
+  std::filesystem::create_directory(temporary);
+  ASSERT_EQ(setenv("TMPDIR", temporary.c_str(), 1), 0);
+  {
+    Client client;
+    CFStringRef phonemes = nullptr;
+    ASSERT_EQ(CopyPhonemesFromText(client.channel(), CFSTR("red"), &phonemes), noErr);
+    EXPECT_TRUE(CFEqual(phonemes, CFSTR("rEHd")));
+    CFRelease(phonemes);
+  }
+  EXPECT_TRUE(std::filesystem::is_empty(temporary));
+  unsetenv("TMPDIR");
+}
+
+TEST_F(ManagerSpeech, GoesOnAfterATextThatCannotBeSpoken) {
+  Client client;
+  client.writeTo(folder / "after.aiff");
+  EXPECT_EQ(client.speak("[[inpt PHON]]QQ[[inpt TEXT]]"), badInputText);
+  SpeechErrorInfo errors{};
+  EXPECT_EQ(GetSpeechInfo(client.channel(), soErrors, &errors), noErr);
+  EXPECT_EQ(errors.count, 1);
+  EXPECT_EQ(errors.newest, badInputText);
+  EXPECT_EQ(SpeechBusy(), 0);
+  EXPECT_EQ(client.speak("fine"), noErr);
+  EXPECT_TRUE(client.waitForEnds(1));
+}
+
+TEST_F(ManagerSpeech, LeavesNothingOfASpeechThatIsDisposedInTheMiddle) {
+  for (int round = 0; round < 20; ++round) {
+    Client client;
+    client.writeTo(folder / "disposed.aiff");
+    ASSERT_EQ(client.speak("One two three four five six seven eight nine ten."), noErr);
+    if (round % 2 == 0) {
+      ASSERT_TRUE(client.waitForWords(1));
+    }
+  }
+  EXPECT_EQ(SpeechBusy(), 0);
+}
+
+}  // namespace

@@ -1,0 +1,111 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Channels when the conversion fails, and when the client calls back into the channel from
+// text-done. tests/robustness/faults has faults of all other kinds.
+
+#include <utility>
+
+#include "channels/ChannelTest.h"
+
+namespace channels {
+namespace {
+
+using scripted::engine;
+using scripted::Op;
+using scripted::Times;
+using testing::AnyOf;
+
+class Faults : public ChannelTest {};
+
+// ---- The conversion
+
+// Errors of other kinds than the converter's own leave the entry point, and nothing behind.
+TEST_F(Faults, MemoryErrorsOfTheConversionLeaveTheChannelIdleAndEmpty) {
+  const SpeechChannelIdentifier id = open();
+  engine().fail(Op::Alloc, 1, Times::ForGood);
+  EXPECT_THROW(speak(id, "a [[rate 200]] b"), std::bad_alloc);
+  engine().answerAsUsual();
+  EXPECT_EQ(engine().heldLocks(), 0);
+  EXPECT_EQ(status(id), STATUS_IDLE);
+  EXPECT_EQ(read(id, [](const speech_channel& c) { return c.text; }), nullptr);
+  EXPECT_EQ(read(id, [](const speech_channel& c) { return c.text_offsets; }), nullptr);
+  EXPECT_EQ(speak(id, "Hello"), noErr);
+}
+
+// ---- Text-done
+
+class InsideTextDone : public Faults {
+ protected:
+  // Speaks on a channel that runs `action` once inside text-done; the result.
+  long speakDoing(SpeechChannelIdentifier id, const std::function<void()>& action) {
+    bool done = false;
+    client().onTextDone = [&](auto, const void** next, unsigned long*, SInt32*) {
+      *next = nullptr;
+      if (!std::exchange(done, true)) action();
+    };
+    set(id, soTextDoneCallBack, asPointer(Client::textDone));
+    const long result = speak(id, "outer");
+    set(id, soTextDoneCallBack, nullptr);
+    return result;
+  }
+};
+
+TEST_F(InsideTextDone, SettingsMayBeChangedAndHoldForThisText) {
+  const SpeechChannelIdentifier id = open();
+  EXPECT_EQ(speakDoing(id,
+                       [&] {
+                         Fixed volume = 0x8000;
+                         set(id, soVolume, &volume);
+                       }),
+            noErr);
+  EXPECT_THAT(engine().port(1).text(), testing::HasSubstr("volume='50'"));
+}
+
+TEST_F(InsideTextDone, ACloseKeepsTheTextFromBeingSpoken) {
+  const SpeechChannelIdentifier id = open();
+  long closed = -1;
+  const long result = speakDoing(id, [&] { closed = close(id); });
+  EXPECT_EQ(closed, noErr);
+  EXPECT_EQ(find_channel(id), nullptr);
+  // A job on a channel that is gone could be neither stopped nor heard of.
+  EXPECT_THAT(result, AnyOf(noSynthFound, synthNotReady));
+  EXPECT_EQ(engine().count(Op::Speak), 0);
+}
+
+TEST_F(InsideTextDone, AnotherSpeakOnTheChannelDoesNoHarm) {
+  const SpeechChannelIdentifier id = open();
+  long inner = -1;
+  const long outer = speakDoing(id, [&] { inner = speak(id, "inner"); });
+  EXPECT_THAT(inner, AnyOf(noErr, synthNotReady));
+  EXPECT_THAT(outer, AnyOf(noErr, synthNotReady));
+  // One job at a time.
+  EXPECT_EQ((inner == noErr) + (outer == noErr), 1);
+  EXPECT_EQ(engine().count(Op::Speak), 1);
+  engine().port(1).end();
+  ASSERT_TRUE(client().waitForDone());
+  EXPECT_EQ(client().count("done"), 1);
+}
+
+TEST_F(InsideTextDone, PauseStopAndContinueDoNoHarm) {
+  for (int which = 0; which < 3; ++which) {
+    const SpeechChannelIdentifier id = open();
+    const long result = speakDoing(id, [&] {
+      if (which == 0) SEPauseSpeechAt(id, kImmediate);
+      if (which == 1) SEStopSpeechAt(id, kImmediate);
+      if (which == 2) SEContinueSpeech(id);
+    });
+    EXPECT_EQ(result, noErr);
+    EXPECT_EQ(status(id), STATUS_BUSY);
+    close(id);
+  }
+}
+
+TEST_F(InsideTextDone, AnotherChannelMaySpeak) {
+  const SpeechChannelIdentifier id = open();
+  const SpeechChannelIdentifier other = open();
+  EXPECT_EQ(speakDoing(id, [&] { EXPECT_EQ(speak(other, "other"), noErr); }), noErr);
+  EXPECT_EQ(engine().count(Op::Speak), 2);
+}
+
+}  // namespace
+}  // namespace channels

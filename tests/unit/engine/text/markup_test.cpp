@@ -1,0 +1,262 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The markup scanner: what is a tag, what is text, and that no input makes it slow or loses a byte.
+#include "text/markup.h"
+
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace kavrel {
+namespace {
+
+// Text as it is, "{name}" for a start tag, "{name/}" for one that is empty, "{/name}" for an end
+// tag, "{}" for other markup. On the way, checks that the events cover every byte once.
+std::string scan(std::string_view text) {
+  MarkupScanner scanner(text);
+  std::string seen;
+  std::size_t at = 0;
+  for (MarkupEvent event = scanner.next(); event.kind != MarkupEvent::Kind::End;
+       event = scanner.next()) {
+    EXPECT_EQ(event.start, at);
+    EXPECT_GT(event.end, event.start);
+    at = event.end;
+    switch (event.kind) {
+      case MarkupEvent::Kind::Character:
+        appendLatin9(seen, event.character);
+        break;
+      case MarkupEvent::Kind::StartTag:
+        seen += '{' + std::string(event.name) + (event.empty ? "/}" : "}");
+        break;
+      case MarkupEvent::Kind::EndTag:
+        seen += "{/" + std::string(event.name) + '}';
+        break;
+      default:
+        seen += "{}";
+    }
+  }
+  EXPECT_EQ(at, text.size());
+  EXPECT_EQ(scanner.next().kind, MarkupEvent::Kind::End);
+  return seen;
+}
+
+// Whether the events cover every byte once, without the cost of looking at each.
+void walk(std::string_view text) {
+  MarkupScanner scanner(text);
+  std::size_t covered = 0;
+  bool gapless = true;
+  for (MarkupEvent event = scanner.next(); event.kind != MarkupEvent::Kind::End;
+       event = scanner.next()) {
+    gapless = gapless && event.start == covered && event.end > covered;
+    covered = event.end;
+  }
+  EXPECT_TRUE(gapless && covered == text.size());
+}
+
+std::optional<std::string> attribute(std::string_view tag, std::string_view name) {
+  MarkupScanner scanner(tag);
+  const MarkupEvent event = scanner.next();
+  EXPECT_EQ(event.kind, MarkupEvent::Kind::StartTag) << tag;
+  EXPECT_EQ(event.end, tag.size()) << tag;
+  return event.attribute(name);
+}
+
+std::string repeated(std::string_view piece, std::size_t bytes = 1 << 20) {
+  std::string text;
+  while (text.size() < bytes) text += piece;
+  return text;
+}
+
+struct Row {
+  const char* text;
+  const char* seen;
+};
+
+void expectSeen(std::initializer_list<Row> rows) {
+  for (const Row& row : rows) EXPECT_EQ(scan(row.text), row.seen) << row.text;
+}
+
+TEST(MarkupScanner, SeesTags) {
+  expectSeen({
+      {"", ""},
+      {"plain", "plain"},
+      {"a<b>c</b>d", "a{b}c{/b}d"},
+      {"<mark name='1'/>", "{mark/}"},
+      {"<mark name='1' />", "{mark/}"},
+      {"<say-as type=\"x\" interpret-as='y'>", "{say-as}"},
+      {"<a\n\tb = 'c'\r\n>", "{a}"},
+      {"</a >", "{/a}"},
+      {"<a:b.c-d_9>", "{a:b.c-d_9}"},
+      {"<a b=c/>", "{a/}"},
+      {"<a b=c/d>", "{a}"},
+      {"<a b=>", "{a}"},
+      {"<a b='>'>", "{a}"},
+      {"<a b='/>'/>", "{a/}"},
+      {"<a/><b/>", "{a/}{b/}"},
+  });
+}
+
+TEST(MarkupScanner, TakesWhatIsNoTagAsText) {
+  expectSeen({
+      {"a < b", "a < b"},
+      {"a <b", "a <b"},
+      {"<", "<"},
+      {"<>", "<>"},
+      {"</>", "</>"},
+      {"</", "</"},
+      {"</ a>", "</ a>"},
+      {"<1>", "<1>"},
+      {"<<a>", "<{a}"},
+      {"<a", "<a"},
+      {"<a b='c'", "<a b='c'"},
+      {"<a b='c", "<a b='c"},
+      {"<a b<c>", "<a b{c}"},
+      {"<a b='<'>", "<a b='<'>"},
+      {"if x<y and z>w", "if x<y and z>w"},
+      {"x <b c> d", "x <b c> d"},
+      {"<a / >", "<a / >"},
+      {"</a b='c'>", "</a b='c'>"},
+      {"a > b", "a > b"},
+  });
+}
+
+TEST(MarkupScanner, SkipsCommentsInstructionsAndDocumentTypes) {
+  expectSeen({
+      {"a<!-- b <c> -- > -->d", "a{}d"},
+      {"<!---->x", "{}x"},
+      {"<?xml version='1.0'?>x", "{}x"},
+      {"<!DOCTYPE speak>x", "{}x"},
+      {"<!DOCTYPE speak [<!ENTITY a 'b'>]>x", "{}x"},
+      {"a<![CDATA[b <c> &amp; ]] ]>]]>d", "a{}b <c> &amp; ]] ]>{}d"},
+      {"<![CDATA[]]>", "{}{}"},
+      {"<![CDATA[a]]><![CDATA[b]]>", "{}a{}{}b{}"},
+  });
+}
+
+TEST(MarkupScanner, LosesNothingOfWhatIsNotClosed) {
+  expectSeen({
+      {"a<!-- b", "a<!-- b"},
+      {"<!-->", "<!-->"},
+      {"<!-- <b>x", "<!-- {b}x"},
+      {"<?xml <b>", "<?xml {b}"},
+      {"<? b ?>", "<? b ?>"},
+      {"<!DOCTYPE a", "<!DOCTYPE a"},
+      {"<!DOCTYPE a [b", "<!DOCTYPE a [b"},
+      {"<!DOCTYPE <b>", "<!DOCTYPE {b}"},
+      {"<![CDATA[a<b>", "<![CDATA[a{b}"},
+      {"<!", "<!"},
+      {"<![CDATA", "<![CDATA"},
+      {"]]>", "]]>"},
+  });
+}
+
+TEST(MarkupScanner, ResolvesEntities) {
+  expectSeen({
+      {"&lt;&gt;&amp;&quot;&apos;", "<>&\"'"},
+      {"&lt;a&gt;", "<a>"},
+      {"&#65;&#x42;&#X43;&#x20AC;&#8364;&#xe9;", "ABC\xA4\xA4\xE9"},
+      {"&amp;lt;", "&lt;"},
+      {"&#00000000000000000000065;", "A"},
+  });
+}
+
+TEST(MarkupScanner, TakesUnknownEntitiesAsText) {
+  for (const char* text : {"&",
+                           "&&",
+                           "&;",
+                           "&lt",
+                           "&lt ;",
+                           "&nbsp;",
+                           "&LT;",
+                           "&#;",
+                           "&#x;",
+                           "&#-5;",
+                           "&#+5;",
+                           "&#6 5;",
+                           "&#xD800;",
+                           "&#x110000;",
+                           "&#99999999999999999999;",
+                           "&#x1p4;",
+                           "&l",
+                           "R&D; x",
+                           "&#000000000000000000000000000000065;",
+                           "&&&&&lt"}) {
+    EXPECT_EQ(scan(text), text);
+  }
+}
+
+TEST(MarkupScanner, GivesEntitiesTheirFullLength) {
+  MarkupScanner scanner("a&amp;b");
+  scanner.next();
+  const MarkupEvent event = scanner.next();
+  EXPECT_EQ(event.character, U'&');
+  EXPECT_EQ(event.start, 1u);
+  EXPECT_EQ(event.end, 6u);
+}
+
+TEST(MarkupScanner, ReadsAttributesInEveryForm) {
+  EXPECT_EQ(attribute("<a b='1' c=\"2\" d=3>", "b"), "1");
+  EXPECT_EQ(attribute("<a b='1' c=\"2\" d=3>", "c"), "2");
+  EXPECT_EQ(attribute("<a b='1' c=\"2\" d=3>", "d"), "3");
+  EXPECT_EQ(attribute("<a b='1'>", "a"), std::nullopt);
+  EXPECT_EQ(attribute("<a b='1' b='2'>", "b"), "1");
+  EXPECT_EQ(attribute("<a xb='1' b='2'>", "b"), "2");
+  EXPECT_EQ(attribute("<a b=''>", "b"), "");
+  EXPECT_EQ(attribute("<a b=>", "b"), "");
+  EXPECT_EQ(attribute("<a b=3/>", "b"), "3");
+  EXPECT_EQ(attribute("<a b='x y' c='d'>", "b"), "x y");
+  EXPECT_EQ(attribute("<a b = 'x'>", "b"), "x");
+  EXPECT_EQ(attribute("<a b='c=\"d\"'>", "b"), "c=\"d\"");
+  EXPECT_EQ(attribute("<a b='&lt;&#65;&quot;&unknown;'>", "b"), "<A\"&unknown;");
+  EXPECT_EQ(attribute("<a b='\xE9\xA4'>", "b"), "\xE9\xA4");
+}
+
+TEST(MarkupScanner, KeepsStrayQuotesInsideTheValue) {
+  EXPECT_EQ(attribute("<break time='5'00ms'/>", "time"), "5'00ms");
+  EXPECT_EQ(attribute("<break time=''ms'/>", "time"), "'ms");
+  EXPECT_EQ(attribute("<break time='\"ms'/>", "time"), "\"ms");
+  EXPECT_EQ(attribute("<break time='='x=\"ms'/>", "time"), "='x=\"ms");
+  EXPECT_EQ(attribute("<break time='5'/6ms'/>", "time"), "5'/6ms");
+  EXPECT_EQ(attribute("<break time='500ms/>", "time"), "'500ms");
+  EXPECT_EQ(attribute("<break time=500ms'/>", "time"), "500ms'");
+}
+
+TEST(MarkupScanner, ConvertsBytesToUnicodeAndBack) {
+  const std::pair<unsigned char, char32_t> special[] = {
+      {0xA4, 0x20AC}, {0xA6, 0x160}, {0xA8, 0x161}, {0xB4, 0x17D},
+      {0xB8, 0x17E},  {0xBC, 0x152}, {0xBD, 0x153}, {0xBE, 0x178}};
+  for (const auto& [byte, character] : special) EXPECT_EQ(fromLatin9(byte), character);
+  for (unsigned value = 1; value < 256; ++value) {
+    const auto byte = static_cast<unsigned char>(value);
+    EXPECT_EQ(toLatin9(fromLatin9(byte)), byte);
+  }
+  for (const char32_t none : {0xA4u, 0xBEu, 0x100u, 0x2019u, 0x10FFFFu})
+    EXPECT_EQ(toLatin9(none), 0);
+}
+
+TEST(MarkupScanner, GivesCharactersWithoutAByteTheirPlainForm) {
+  EXPECT_EQ(scan("&#8217;&#8220;&#8212;&#8230;&#9731;&#0;"), "'\"-...??");
+}
+
+// Each of these makes a scanner slow that looks for the end of something again and again. A slow
+// one runs into the time limit of the test.
+TEST(MarkupScanner, ReadsHostileTextsInOneGo) {
+  for (const char* piece :
+       {"<",    "<a",  "<a ",  "<a b='",  "<a b=\"",   "<a b='c\"",   "<a b='<a b=\"",
+        "</",   "</a", "<!--", "<!-- --", "<![CDATA[", "<?x",         "<!a",
+        "<!a[", "&",   "&#",   "&#0",     "&lt",       "'",           "a=' ",
+        "]]>",  "<a>", "</a>", "<a/>",    "<!-- -->",  "<![CDATA[]]>"}) {
+    walk(repeated(piece));
+    walk("<a " + repeated(piece));
+    walk("<a b='" + repeated(piece) + "'>");
+  }
+  walk("<a" + repeated(" b='c\" d=\"e'f"));
+  walk("<a" + repeated(" b='c"));
+  walk("<" + repeated("a"));
+  walk("<a" + repeated(" "));
+  walk("<a" + repeated(" b='c'") + ">");
+}
+
+}  // namespace
+}  // namespace kavrel

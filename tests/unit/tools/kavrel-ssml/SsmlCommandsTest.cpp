@@ -1,0 +1,183 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// kavrel-ssml --explain: what it says of each command.
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "RunSsml.h"
+
+namespace {
+
+using ssmlprogram::jsonOf;
+using ssmlprogram::outputOf;
+using ssmlprogram::ssml;
+using ssmlprogram::Strings;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+const auto kName = [](const auto& info) { return std::string(info.param.name); };
+
+Strings resultsOf(const std::string& text, const Strings& arguments = {"--explain"}) {
+  Strings results;
+  const nlohmann::json json = jsonOf(arguments, text);
+  for (const auto& command : json.at("commands")) results.push_back(command.at("result"));
+  return results;
+}
+
+TEST(Explain, WritesATable) {
+  EXPECT_EQ(outputOf({"--explain"}, "Hi [[rate 200]]you\n[[sync 3]]there"),
+            "BYTE  LINE  COMMAND       KIND  RESULT\n"
+            "3     1:4   [[rate 200]]  rate  <prosody rate='200'> up to the end of the text\n"
+            "19    2:1   [[sync 3]]    sync  <mark name='196608'/>\n");
+}
+
+TEST(Explain, WritesTheHeadingAloneWithoutCommands) {
+  EXPECT_EQ(outputOf({"--explain"}, "Hi"), "BYTE  LINE  COMMAND  KIND  RESULT\n");
+}
+
+TEST(Explain, KeepsATableOfLinesForCommandsOverSeveralLines) {
+  const std::string table = outputOf({"--explain"}, "a [[cmnt one\ntwo]] b");
+  EXPECT_THAT(table, HasSubstr("[[cmnt one two]]"));
+}
+
+TEST(Explain, TellsWhereSettingsEnd) {
+  EXPECT_THAT(
+      resultsOf("[[rate 200]]a [[volm 0.5]]b [[rate +20]]c [[rset 0]]d"),
+      ElementsAre("<prosody rate='200'> up to [[rate +20]] at byte 28",
+                  "<prosody volume='50'> up to [[rset 0]] at byte 42",
+                  "<prosody rate='220'> up to [[rset 0]] at byte 42", "ends all that is in force"));
+}
+
+TEST(Explain, TellsPitchAndRange) {
+  EXPECT_THAT(resultsOf("[[pbas 60]]a[[pmod 60]]b"),
+              ElementsAre("<prosody pitch='261.625Hz'> up to the end of the text",
+                          "<prosody range='261.625Hz'> up to the end of the text"));
+}
+
+TEST(Explain, TellsWhereModesEnd) {
+  EXPECT_THAT(
+      resultsOf("[[char LTRL]]a[[char NORM]]b[[nmbr LTRL]]1[[nmbr NORM]]2"),
+      ElementsAre("<say-as type='spell-out'> up to [[char NORM]] at byte 14", "ends spelling",
+                  "<say-as interpret-as='digits'> up to [[nmbr NORM]] at byte 42", "ends digits"));
+}
+
+TEST(Explain, TellsWhatEndsNothing) {
+  EXPECT_THAT(resultsOf("[[char NORM]][[nmbr NORM]][[inpt TEXT]][[ctxt NORM]]"),
+              ElementsAre("dropped: no spelling to end", "dropped: no digits to end",
+                          "dropped: no phonemes to end", "dropped: no effect"));
+}
+
+TEST(Explain, TellsWhereEmphasisEnds) {
+  EXPECT_THAT(resultsOf("a [[emph +]]big [[emph -]]dog")[0],
+              "<emphasis strength='strong'> up to byte 28");
+}
+
+TEST(Explain, TellsBreaksAndMarks) {
+  EXPECT_THAT(resultsOf("[[slnc 500]]a[[sync 7]]b"),
+              ElementsAre("<break time='500ms'/>", "<mark name='458752'/>"));
+}
+
+TEST(Explain, TellsPhonemes) {
+  EXPECT_THAT(resultsOf("[[inpt PHON]]hEH[[slnc 5]]h[[inpt TEXT]] b"),
+              ElementsAre("<phoneme ph='h eh0h'> up to [[inpt TEXT]] at byte 27",
+                          "<break time='5ms'/> inside the phoneme input of [[inpt PHON]] at byte 0",
+                          "ends phonemes"));
+}
+
+TEST(Explain, TellsWhatIsDroppedWithItsText) {
+  EXPECT_THAT(resultsOf("a [[inpt TUNE]]x[[inpt TEXT]]b [[ctxt WSKP]]c [[rate 5]]d[[ctxt WORD]]e"),
+              ElementsAre("dropped, with its data, up to [[inpt TEXT]] at byte 16",
+                          "dropped: no phonemes to end",
+                          "dropped, with the text behind it, up to [[ctxt WORD]] at byte 57",
+                          "dropped: inside the skipped text of [[ctxt WSKP]] at byte 31",
+                          "ends the skipped text"));
+}
+
+TEST(Explain, TellsOfTuneDataThatStays) {
+  EXPECT_THAT(resultsOf("[[inpt TUNE]]x[[rate 5]]y")[0],
+              "dropped: its data stays as text, since [[rate 5]] at byte 14 follows");
+}
+
+TEST(Explain, TellsWhatHasNoEffect) {
+  EXPECT_THAT(resultsOf("[[cmnt hi]]a[[dlim (( ))]]b[[vers 1]]c[[xtnd x]]d[[emph -]]e"),
+              ElementsAre("dropped: a comment", "dropped: the delimiters stay as they are",
+                          "dropped: no effect", "dropped: no effect",
+                          "dropped: emphasis ends with its word anyway"));
+}
+
+TEST(Explain, KeepsCommandsOfOneBracketApart) {
+  const nlohmann::json commands = jsonOf({"--explain"}, "[[rate 200; volm 0.5]]a").at("commands");
+  ASSERT_EQ(commands.size(), 2u);
+  EXPECT_EQ(commands[0].at("text"), "[[rate 200");
+  EXPECT_EQ(commands[1].at("text"), "; volm 0.5]]");
+  EXPECT_EQ(commands[1].at("position"), 10);
+}
+
+TEST(Explain, ShowsTheCallersOwnBytes) {
+  const nlohmann::json commands =
+      jsonOf({"--explain"}, "\u201Ca\u201D & b [[cmnt \u2026 < x]]c").at("commands");
+  ASSERT_EQ(commands.size(), 2u);
+  EXPECT_EQ(commands[0].at("position"), 12);
+  EXPECT_EQ(commands[0].at("column"), 9);
+}
+
+TEST(Explain, TellsOfACommandThatIsNeverClosed) {
+  const nlohmann::json json = jsonOf({"--explain"}, "see [[ 3 of");
+  ASSERT_EQ(json.at("commands").size(), 1u);
+  EXPECT_EQ(json.at("commands")[0].at("text"), "[[ 3 of");
+  EXPECT_THAT(json.at("commands")[0].at("result"),
+              "dropped: unknown; never closed, so it takes the rest of the text");
+}
+
+TEST(Explain, TellsThatPlainTextHasNoTraceOfCommands) {
+  EXPECT_THAT(resultsOf("[[rate 90]]a[[RATE 90]]b", {"--explain", "--plain"}),
+              ElementsAre("removed", "dropped: wrong case, must be rate"));
+}
+
+TEST(Explain, CountsTheSettingsIn) {
+  EXPECT_THAT(resultsOf("[[rate +20]]a", {"--explain", "--rate", "200"}),
+              ElementsAre("<prosody rate='220'> up to the end of the text"));
+}
+
+TEST(Explain, WorksForTextsThatCannotBeConverted) {
+  const program::Result result = ssml({"--explain"}, "[[inpt PHON]]q[[inpt TEXT]] [[slnc 5]]");
+  EXPECT_EQ(result.status, ssmlprogram::kFailure);
+  EXPECT_THAT(result.out, HasSubstr("dropped: cannot be converted"));
+  EXPECT_THAT(result.out, HasSubstr("<break time='5ms'/>"));
+}
+
+struct Slip {
+  const char* name;
+  const char* command;
+  const char* result;
+};
+
+class ExplainSlips : public testing::TestWithParam<Slip> {};
+
+TEST_P(ExplainSlips, SaysWhyACommandIsNotRecognised) {
+  EXPECT_THAT(resultsOf(std::string("a ") + GetParam().command + " b"),
+              ElementsAre(std::string("dropped: ") + GetParam().result));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Commands, ExplainSlips,
+    testing::Values(Slip{"TwoLettersSwapped", "[[slcn 1000]]", "misspelt, probably slnc"},
+                    Slip{"OneLetterWrong", "[[rats 200]]", "misspelt, probably rate"},
+                    Slip{"OneLetterTooMany", "[[volmm 1]]", "misspelt, probably volm"},
+                    Slip{"TheWholeWord", "[[silence 100]]", "misspelt, probably slnc"},
+                    Slip{"LargeLetters", "[[RATE 200]]", "wrong case, must be rate"},
+                    Slip{"SomeLargeLetters", "[[Slnc 200]]", "wrong case, must be slnc"},
+                    Slip{"LargeAndMisspelt", "[[SLCN 200]]", "misspelt, probably slnc"},
+                    Slip{"SmallArgument", "[[char ltrl]]", "argument must be LTRL, not ltrl"},
+                    Slip{"MisspeltArgument", "[[inpt PHNO]]", "argument must be PHON, not PHNO"},
+                    Slip{"OtherArgument", "[[nmbr yes]]", "argument must be LTRL or NORM, not yes"},
+                    Slip{"NoArgument", "[[emph]]", "argument must be + or -, and there is none"},
+                    Slip{"NoCommand", "[[]]", "no command between the brackets"},
+                    Slip{"NoSuchCommand", "[[note 3]]", "unknown"},
+                    Slip{"ALongWord", "[[extraordinarily long]]", "unknown"}),
+    kName);
+
+}  // namespace
