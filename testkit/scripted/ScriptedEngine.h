@@ -193,8 +193,7 @@ class KAVREL_API Engine {
   // them is held up in a callback after five seconds.
   bool reset();
 
-  // ---- What happened -------------------------------------------------------------------------
-
+  // ---- What happened
   // Calls in the order in which they were made, as Call::text.
   std::vector<std::string> calls() const;
   std::vector<std::string> calls(Op op) const;
@@ -227,8 +226,7 @@ class KAVREL_API Engine {
   // mutex_lock less mutex_unlock.
   long heldLocks() const;
 
-  // ---- How it answers ------------------------------------------------------------------------
-
+  // ---- How it answers
   // The k-th call of `op` from now on fails (k from 1), or it and every later one: null for a
   // pointer, KAVREL_INTERNAL_ERROR for a result. Nothing else happens in that call, but for those
   // of the mutex: they do their work and answer EINVAL, since no mutex in order is ever refused.
@@ -247,8 +245,7 @@ class KAVREL_API Engine {
   // does anything. It may use this class and the C interface. Null switches it off.
   void during(Op op, std::function<void()> action);
 
-  // ---- How jobs run --------------------------------------------------------------------------
-
+  // ---- How jobs run
   // The next job without a script plays `script`.
   void queueJob(Script script, When when = When::InsideSpeak);
   // Every job that finds no queued script plays `script`.

@@ -119,8 +119,7 @@ class State {
  public:
   static State& get();
 
-  // ---- Calls -----------------------------------------------------------------------------------
-
+  // ---- Calls
   // Writes the call down, runs the test's action, and decides. `entry` receives what finish()
   // needs.
   Verdict begin(Call call, std::size_t* entry);
@@ -129,8 +128,7 @@ class State {
   // Completes the call's text with what it answered.
   void finish(std::size_t entry, const std::string& result);
 
-  // ---- Objects, all [locked] -------------------------------------------------------------------
-
+  // ---- Objects, all [locked]
   // Null, after noting a violation, for a handle that names nothing; null for null.
   std::shared_ptr<PortState> findPort(const kavrel_port_struct* port);
   std::shared_ptr<Job> findJob(const void* job) const;
@@ -143,8 +141,7 @@ class State {
   int portNumber(const void* port) const;
   int jobNumber(const void* job) const;
 
-  // ---- Events: not locked ----------------------------------------------------------------------
-
+  // ---- Events: not locked
   // Plays `event` to the callback that the job, or without one the port, has. On this thread.
   void play(const std::shared_ptr<PortState>& port, const std::shared_ptr<Job>& job,
             const Event& event);

@@ -30,7 +30,7 @@ flags() { PKG_CONFIG_PATH="$1/lib/pkgconfig" pkg-config "${@:2}" speechmanager; 
 build_and_run() {
   local -a libraries
   read -ra libraries <<<"$(flags "$prefix" --cflags --libs)"
-  "$@" -Wall -Wextra -Werror -o "$folder/client" "$here/client.c" "${libraries[@]}"
+  "$@" -Wall -Wextra -Werror -o "$folder/client" "$here/project/installed_client.c" "${libraries[@]}"
   rm -f "$folder/client.aiff"
   LD_LIBRARY_PATH=$prefix/lib "$folder/client" "$folder/client.aiff"
   check_sound "$folder/client.aiff" 20000
@@ -61,7 +61,8 @@ case $what in
   clients)
     # The programs in tests/speech/clients, each with its own test.
     rm -rf "$folder/clients"
-    PKG_CONFIG_PATH=$prefix/lib/pkgconfig cmake -S "$here/../clients" -B "$folder/clients" -G Ninja >/dev/null
+    PKG_CONFIG_PATH=$prefix/lib/pkgconfig cmake -S "$here/../../speech/clients" -B "$folder/clients" \
+      -G Ninja >/dev/null
     cmake --build "$folder/clients" >/dev/null
     LD_LIBRARY_PATH=$prefix/lib ctest --test-dir "$folder/clients" --no-tests=error --output-on-failure
     ;;

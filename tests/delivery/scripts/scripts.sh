@@ -32,7 +32,7 @@ new_stage() {
   tree="$stage/tree"
   mkdir -p "$stage/bin" "$tree/scripts"
   cp "$root/say" "$root/check" "$root/CMakePresets.json" "$tree/"
-  cp "$root/scripts/setup.sh" "$root/scripts/packages.txt" "$tree/scripts/"
+  cp "$root"/scripts/{setup.sh,counting.sh,packages.txt} "$tree/scripts/"
   export CALLS="$stage/calls" STAGE="$stage" TREE="$tree"
   program dpkg-query <<<'echo installed'
   program apt-get </dev/null

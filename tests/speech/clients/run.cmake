@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 #
-# Runs PROGRAM with ARGUMENTS and the name of a sound file in FOLDER, and fails unless it succeeds and prints what
-# the file EXPECTED holds.
+# Runs PROGRAM with ARGUMENTS and the name of an audio file in FOLDER; fails unless it succeeds and
+# prints the content of EXPECTED.
 cmake_minimum_required(VERSION 3.25)
 
 cmake_path(GET PROGRAM STEM name)

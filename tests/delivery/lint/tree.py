@@ -1,0 +1,93 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
+"""Checks how files are written, beyond what clang-format and shellcheck see: tree.py ROOT
+
+- Every source, script and build file names its licence in its first three lines.
+- No two source files share a name, so that a name says which file is meant.
+- No build file compiles a source by a path into another folder.
+- CMake files have no damaged comments, tabs, odd indentation or overlong lines.
+- Section rulers have one form, "// ---- Title".
+"""
+import os
+import pathlib
+import re
+import sys
+
+ROOT = pathlib.Path(sys.argv[1]).resolve()
+SKIPPED = {"build", ".git", "corpus", "vectors", "regress"}
+SOURCES = {".h", ".cpp", ".c"}
+LICENSED = SOURCES | {".sh", ".bash", ".fish", ".cmake", ".py", ".map", ".in", ".1"}
+SPDX = re.compile(r"SPDX-License-Identifier: (Apache-2\.0|GPL-3\.0-or-later)$")
+
+failures = []
+
+
+def fail(path, line, what):
+    failures.append(f"{path.relative_to(ROOT)}:{line}: {what}")
+
+
+def files():
+    for folder, folders, names in os.walk(ROOT):
+        folders[:] = sorted(name for name in folders if name not in SKIPPED)
+        for name in sorted(names):
+            yield pathlib.Path(folder) / name
+
+
+def lines_of(path):
+    try:
+        return path.read_text(encoding="utf-8").split("\n")
+    except UnicodeDecodeError:
+        return []
+
+
+def check_licence(path, lines):
+    is_script = bool(lines) and lines[0].startswith("#!")
+    if path.suffix not in LICENSED and path.name != "CMakeLists.txt" and not is_script:
+        return False
+    if not any(SPDX.search(line.rstrip(" *>-/")) for line in lines[:3]):
+        fail(path, 1, "the first three lines name no licence (SPDX-License-Identifier)")
+    return True
+
+
+def check_cmake(path, lines):
+    for number, line in enumerate(lines, 1):
+        if re.match(r"\s*#[^ !\[#]", line):
+            fail(path, number, "a comment begins with '# '")
+        if "\t" in line or line != line.rstrip():
+            fail(path, number, "tab, or blank at the end of the line")
+        if len(line) > 110:
+            fail(path, number, "longer than 110 characters")
+        if (len(line) - len(line.lstrip(" "))) % 2 == 1:
+            fail(path, number, "indented by an odd number of blanks")
+        if re.search(r"(^|[\s\"])(\.\./)+[^\s\"]*\.(cpp|c|h)\b", line):
+            fail(path, number, "a source of another folder; make it a library of testkit/")
+
+
+def check_rulers(path, lines):
+    for number, line in enumerate(lines, 1):
+        if re.match(r"\s*(//|#) ?-{5,}", line) or re.match(r"\s*(//|#) ---- .*-{4,}\s*$", line):
+            fail(path, number, "a section begins with '// ---- Title' and nothing else")
+
+
+def main():
+    names = {}
+    checked = 0
+    for path in files():
+        lines = lines_of(path)
+        checked += check_licence(path, lines)
+        if path.suffix == ".cmake" or path.name == "CMakeLists.txt":
+            check_cmake(path, lines)
+        if path.suffix in SOURCES or path.suffix in (".sh", ".py"):
+            check_rulers(path, lines)
+        if path.suffix in SOURCES:
+            names.setdefault(path.name.lower(), []).append(path)
+    for same in names.values():
+        for path in same[1:]:
+            fail(path, 1, f"has the name of {same[0].relative_to(ROOT)}")
+    for failure in failures:
+        print(failure)
+    print(f"{checked} files, {len(failures)} failures")
+    return 1 if failures or checked < 300 else 0
+
+
+sys.exit(main())
