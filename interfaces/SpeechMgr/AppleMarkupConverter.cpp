@@ -94,7 +94,7 @@ std::string AppleMarkupConverter::getConvertedText() {
 
 const std::string& AppleMarkupConverter::convertedText() {
   if (!m_didConversion) convert();
-  if (diagnosing(kDiagMarkup, 1)) {
+  if (diagnosticsEnabled(kDiagMarkup, 1)) {
     cst_dbg_timestamp();
     cst_dbg_ffl("AppleMarkupConverter", "getConvertedText", 88);
     cst_dbg_context(kDiagMarkup);
@@ -130,7 +130,7 @@ int AppleMarkupConverter::nextAppleToken(const TokenList& tokens, int start) con
 }
 
 // `known` is a run found before in the same, unchanged list: its commands need not be walked again.
-AppleMarkupConverter::CommandRun AppleMarkupConverter::commandRun(const TokenList& tokens,
+AppleMarkupConverter::CommandRun AppleMarkupConverter::findCommandRun(const TokenList& tokens,
                                                                   int index,
                                                                   const CommandRun& known) const {
   CommandRun run;
@@ -164,7 +164,7 @@ unsigned int AppleMarkupConverter::endOfWord(const TokenList& tokens, unsigned i
 
 void AppleMarkupConverter::endOfFirstWordAfter(const TokenList& tokens, int index,
                                                unsigned int* textPos, int* tokenIndex) const {
-  const CommandRun run = commandRun(tokens, index, CommandRun());
+  const CommandRun run = findCommandRun(tokens, index, CommandRun());
   *tokenIndex = run.next;
   *textPos = endOfWord(tokens, run.end);
 }
@@ -181,7 +181,7 @@ void AppleMarkupConverter::insertSSMLAfterToken(TokenList& tokens, int index,
 
 // Wraps the text between the command at `index` and the next one, and makes `index` that one's.
 // When none follows, wraps the rest of the text and answers false.
-bool AppleMarkupConverter::wrapStretch(TokenList& tokens, int& index, TokenList::MarkupId open,
+bool AppleMarkupConverter::wrapUpToNextCommand(TokenList& tokens, int& index, TokenList::MarkupId open,
                                        TokenList::MarkupId close) {
   tokens.insertMarkup(index + 1, tokens.endAt(index), open);
   const int next = nextAppleToken(tokens, index + 1);
@@ -205,7 +205,7 @@ void AppleMarkupConverter::convertBinaryCommands(TokenList& tokens,
   for (int i = 0; i < tokens.size(); ++i) {
     if (!appleTokenMatches(tokens, i, onType)) continue;
     do {
-      if (!wrapStretch(tokens, i, open, close)) return;
+      if (!wrapUpToNextCommand(tokens, i, open, close)) return;
     } while (!appleTokenMatches(tokens, i, offType) &&
              !appleTokenMatches(tokens, i, AppleMarkupToken::RESET_TAG));
   }

@@ -1,14 +1,19 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // AppleMarkupConverter: turns a caller's text with embedded commands into the text for the engine,
-// either without the commands or with every supported one rewritten as SSML, and maps positions in
-// it back to the caller's text.
+// and maps positions in it back to the caller's text.
 //
-// One converter serves one text. The results are made when they are first asked for.
+// The output is either the text without the commands (PLAINTEXT) or the text with every supported
+// command rewritten as SSML (SSML). One converter serves one text. The results are made when they
+// are first requested.
 //
-// Threads: one at a time.
-// Failures: AppleSynthesisError, std::out_of_range and std::bad_alloc leave every function that
-// converts; the converter then still counts as not having converted.
+// Algorithm: a fixed sequence of passes over a TokenList. Each pass inserts markup before or after
+// commands; the list then yields the text and the maps. The passes are in ModePasses.cpp,
+// ProsodyPasses.cpp and PhonemePass.cpp.
+//
+// Threads: one thread at a time.
+// Failures: every function that converts may throw AppleSynthesisError, std::out_of_range or
+// std::bad_alloc; the converter then still counts as not converted.
 #pragma once
 
 #include <string>
@@ -22,16 +27,14 @@
 
 class AppleMarkupConverter {
  public:
+  // ---- The given interface: its names and signatures are fixed
+
   enum output_t { PLAINTEXT = 0, SSML = 1 };
 
-  // All `ph` attributes of a text together, in bytes. Phones are carried over from region to
-  // region, so that a hostile text could make them grow with the cube of its length.
-  static constexpr std::size_t kMaxPhones = std::size_t{16} * 1024 * 1024;
-
   AppleMarkupConverter() = default;
-  // `text` is prepared text (see PreprocessText). The first two build the phone tables when nobody
-  // has. The third puts commands for the settings in front of the text.
+  // `text` is prepared text (see PreprocessText). Both build the phone tables if they are empty.
   AppleMarkupConverter(const std::string& text, output_t output);
+  // Also puts commands for the settings before the text.
   AppleMarkupConverter(const std::string& text, output_t output, const SpeechMgrEnv& env);
   virtual ~AppleMarkupConverter() = default;
   AppleMarkupConverter(const AppleMarkupConverter&) = default;
@@ -39,53 +42,47 @@ class AppleMarkupConverter {
   AppleMarkupConverter(AppleMarkupConverter&&) = default;
   AppleMarkupConverter& operator=(AppleMarkupConverter&&) = default;
 
-  // Converts, even when that has been done.
+  // Converts the text, even if it has been converted already.
   void convert();
 
-  // The converted text; converts the first time.
+  // Returns the converted text; converts if necessary.
   std::string getConvertedText();
 
-  // The same, not copied; good as long as the converter.
-  const std::string& convertedText();
-
-  // A new copy of the position map, which the caller deletes; converts the first time.
+  // Returns a new copy of the offset map; the caller deletes it. Converts if necessary.
   OffsetMap* getOffsets();
-
-  // Where each byte of the converted text came from in the text given, markup counting as standing
-  // in front of the byte that follows it; converts the first time.
-  PositionMap getPositions();
 
   output_t getOutputFormat() const { return m_output; }
 
-  // The commands that stand for the settings.
+  // Returns the commands that express the settings.
   std::string defaultsInitStr();
 
-  // ---- Operations that the passes share; "index" is a place in the token list ----
+  // Operations that the passes share. "index" is an index in the token list.
 
   bool appleTokenMatches(const TokenList& tokens, int index,
                          AppleMarkupToken::AppleTagType type) const {
     return tokens.typeAt(index) == type;
   }
 
-  // The first known command at or behind `start`; 0 when there is none.
+  // Returns the index of the first known command at or after `start`, or 0 if there is none.
   int nextAppleToken(const TokenList& tokens, int start) const;
 
-  // Where the first word behind the run of commands that begins at `index` ends, and the command
-  // that follows the run (0: none). Commands with at most one byte between them are a run.
-  // Rationale: in front of a command the word loses its last byte.
+  // Finds the run of commands that begins at `index`: commands with at most one byte between them.
+  // `*textPos` receives the end of the first word after the run, `*tokenIndex` the command that
+  // follows the run (0: none).
+  // Rationale: before a command the word loses its last byte.
   void endOfFirstWordAfter(const TokenList& tokens, int index, unsigned int* textPos,
                            int* tokenIndex) const;
 
   void insertSSMLBeforeToken(TokenList& tokens, int index, const std::string& ssml);
   void insertSSMLAfterToken(TokenList& tokens, int index, const std::string& ssml);
 
-  // Wraps every stretch of text between two commands, from an on-command to an off-command or a
-  // reset, in a pair of tags. Elements never span a command.
+  // From each on-command to the next off-command or reset, wraps the text between every two
+  // commands in a pair of tags. Elements never span a command.
   void convertBinaryCommands(TokenList& tokens, AppleMarkupToken::AppleTagType onType,
                              AppleMarkupToken::AppleTagType offType, const std::string& openTag,
                              const std::string& closeTag);
 
-  // ---- The passes ----
+  // Passes for modes and events.
 
   void convertEmphasisTags(TokenList& tokens);
   void convertCharTags(TokenList& tokens);
@@ -93,9 +90,12 @@ class AppleMarkupConverter {
   void convertSilenceTags(TokenList& tokens);
   void convertSyncTags(TokenList& tokens);
 
-  // Wraps every stretch of text between two commands, from a command of `tagType` on, in a prosody
-  // element with the value in force. Signed arguments change the value, others set it.
-  // Rationale: a reset sets the running value to zero, not back to `startVal`.
+  // Passes for prosody.
+
+  // From the first command of `tagType` on, wraps the text between every two commands in a prosody
+  // element with the current value. A signed argument changes the value, any other sets it.
+  // `startVal` is the value before the first command, `convertUnits` makes the attribute's number.
+  // Rationale: a reset sets the current value to zero, not back to `startVal`.
   void convertProsodyTags(TokenList& tokens, AppleMarkupToken::AppleTagType tagType,
                           std::string attribute, std::string units, double (*convertUnits)(double),
                           double startVal);
@@ -106,26 +106,42 @@ class AppleMarkupConverter {
 
   // From 0 … 1 to percent.
   static double convertVolumeUnits(double volume);
-  // Words per minute either way.
+  // Words per minute in both; writes a diagnostic line.
   static double convertRateUnits(double rate);
   // From note number (60 is middle C) to Hz.
   static double midiToHz(double note);
 
+  // Passes that drop text.
+
   // Drops tune data up to the next input mode or reset.
   void ignoreTunePhonesTags(TokenList& tokens);
-  // Drops the text behind a skip-context command, up to the next context command or reset.
+  // Drops the text after a skip-context command, up to the next context command or reset.
   void ignoreContextTags(TokenList& tokens, AppleMarkupToken::AppleTagType contextType);
 
-  // Wraps phoneme input in phoneme elements whose `ph` spells it in engine phones.
-  // Rationale: phones are carried over, so each element begins with those of the ones before it.
+  // The pass for phoneme input: wraps it in phoneme elements whose `ph` attribute spells it in
+  // engine phones. Throws AppleSynthesisError (BAD_PHONE_SEQUENCE).
+  // Rationale: phones are carried over, so each element begins with the phones of those before it.
   void convertPhoneTags(TokenList& tokens);
 
-  // The engine phones for the bytes `start` … `end`, the last one included, separated by blanks.
-  // Throws AppleSynthesisError (BAD_PHONE_SEQUENCE) for what the phone table does not hold.
+  // Returns the engine phones for the bytes `start` … `end` (inclusive), separated by blanks.
+  // Throws AppleSynthesisError (BAD_PHONE_SEQUENCE) if the phone table does not cover the bytes.
   std::string convertPhones(const std::string& applePhones, unsigned int start, unsigned int end);
 
+  // ---- Used inside the plug-in
+
+  // Limit of the total size of all `ph` attributes of a text, in bytes. Phones are carried over
+  // from region to region, so a hostile text could make them grow with the cube of its length.
+  static constexpr std::size_t kMaxPhones = std::size_t{16} * 1024 * 1024;
+
+  // As getConvertedText, without a copy; valid while the converter exists.
+  const std::string& convertedText();
+
+  // Returns the origin of each byte of the converted text in the text given to the constructor.
+  // The origin of markup is the position before which it is inserted. Converts if necessary.
+  PositionMap getPositions();
+
  private:
-  // A run of commands: where it ends in the text, and the command that follows it (0: none).
+  // A run of commands: its end in the text, and the command that follows it (0: none).
   struct CommandRun {
     unsigned int end = 0;
     int next = 0;
@@ -134,10 +150,10 @@ class AppleMarkupConverter {
     int to = 0;
   };
 
-  CommandRun commandRun(const TokenList& tokens, int index, const CommandRun& known) const;
+  CommandRun findCommandRun(const TokenList& tokens, int index, const CommandRun& known) const;
   unsigned int endOfWord(const TokenList& tokens, unsigned int textPos) const;
-  bool wrapStretch(TokenList& tokens, int& index, TokenList::MarkupId open,
-                   TokenList::MarkupId close);
+  bool wrapUpToNextCommand(TokenList& tokens, int& index, TokenList::MarkupId open,
+                           TokenList::MarkupId close);
   int convertPhoneRegion(TokenList& tokens, int index, std::string& phonemes, std::size_t& written);
   void removeCommandsInPhonemes(TokenList& tokens);
   void runPasses(TokenList& tokens);

@@ -16,7 +16,7 @@ namespace {
 enum class Argument {
   Any,      // none needed
   Exact,    // as written
-  AnyCase,  // written small here
+  AnyCase,  // written lowerCase here
 };
 
 struct Rule {
@@ -56,14 +56,14 @@ constexpr std::array<Rule, 25> kRules = {{
     {"ctxt", Argument::AnyCase, "norm", AppleMarkupToken::NORMAL_CONTEXT_TAG},
 }};
 
-char small(char c) {
+char lowerCase(char c) {
   return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
 }
 
-bool equalsSmall(std::string_view text, std::string_view smallText) {
-  if (text.size() != smallText.size()) return false;
+bool equalsIgnoringCase(std::string_view text, std::string_view lowerText) {
+  if (text.size() != lowerText.size()) return false;
   for (std::size_t i = 0; i < text.size(); ++i) {
-    if (small(text[i]) != smallText[i]) return false;
+    if (lowerCase(text[i]) != lowerText[i]) return false;
   }
   return true;
 }
@@ -76,7 +76,7 @@ bool matches(const Rule& rule, const std::vector<std::string>& words) {
     case Argument::Exact:
       return words.size() > 1 && words[1] == rule.argument;
     case Argument::AnyCase:
-      return words.size() > 1 && equalsSmall(words[1], rule.argument);
+      return words.size() > 1 && equalsIgnoringCase(words[1], rule.argument);
   }
   return false;
 }
@@ -111,7 +111,7 @@ void split(const std::string& token, std::vector<std::string>& words) {
 
 // Rationale: some kinds have no label of their own, and one label is misspelt; programs that read
 // the dump expect that.
-const char* label(AppleMarkupToken::AppleTagType type) {
+const char* labelOf(AppleMarkupToken::AppleTagType type) {
   switch (type) {
     case AppleMarkupToken::CHAR_SPELLOUT_TAG:
       return "char-literal-tag";
@@ -179,11 +179,11 @@ std::string AppleMarkupToken::getTokenArg(int index) const {
 }
 
 void AppleMarkupToken::print() const {
-  std::printf("Apple Token: \"%s\" (%s) size: %d\n", m_token.c_str(), label(m_type), m_size);
+  std::printf("Apple Token: \"%s\" (%s) size: %d\n", m_token.c_str(), labelOf(m_type), m_size);
 }
 
 std::string tolower(const std::string& text) {
   std::string result = text;
-  for (char& c : result) c = small(c);
+  for (char& c : result) c = lowerCase(c);
   return result;
 }

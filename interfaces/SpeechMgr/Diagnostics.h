@@ -11,14 +11,14 @@
 inline constexpr unsigned int kDiagChannels = 0x800;
 inline constexpr unsigned int kDiagMarkup = 0x1000;
 
-inline bool diagnosing(unsigned int area, int above) {
+inline bool diagnosticsEnabled(unsigned int area, int above) {
   return (cst_diag_mask & area) != 0 && cst_diag_level > above;
 }
 
 // DIAG_LINE(area, above, source file name, function name, format, arguments ...)
 #define DIAG_LINE(area, above, file, function, ...) \
   do {                                              \
-    if (diagnosing(area, above)) {                  \
+    if (diagnosticsEnabled(area, above)) {          \
       cst_dbg_timestamp();                          \
       cst_dbg_ffl(file, function, __LINE__);        \
       cst_dbg_context(area);                        \

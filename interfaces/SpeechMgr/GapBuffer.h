@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// GapBuffer: a sequence of plain values with a gap at the place of the last change, so that changes
-// near a moving place take constant time.
+// GapBuffer: a sequence of plain values, stored as a gap buffer: the unused memory (the gap) is at
+// the position of the last change. Insertions and removals near that position take constant time;
+// one at a distance of n elements moves n elements. Access by index takes constant time.
 //
-// A value class without locks. Indices are not checked.
+// Threads: a value class without locks. Indices are not checked. Failure: std::bad_alloc, and the
+// elements are unchanged then.
 #pragma once
 
 #include <algorithm>
@@ -22,7 +24,8 @@ class GapBuffer {
   const T& operator[](std::size_t index) const { return m_values[slot(index)]; }
   T& operator[](std::size_t index) { return m_values[slot(index)]; }
 
-  // Puts `value` in front of element `index`; size() appends.
+  // Inserts `value` before element `index`; index size() appends. Amortised constant time near the
+  // last change.
   void insert(std::size_t index, const T& value) {
     if (gapLength() == 0) widen();
     moveGapTo(index);
@@ -36,12 +39,12 @@ class GapBuffer {
     ++m_gapEnd;
   }
 
-  // Room for `room` elements in all.
+  // Reserves memory for `room` elements in total.
   void reserve(std::size_t room) {
     if (room > m_values.size()) resize(room);
   }
 
-  // Gives up the room that is not used.
+  // Frees the unused memory.
   void compact() {
     moveGapTo(size());
     m_values.resize(size());
@@ -57,10 +60,12 @@ class GapBuffer {
 
  private:
   std::size_t gapLength() const { return m_gapEnd - m_gapStart; }
+  // Index in m_values of element `index`.
   std::size_t slot(std::size_t index) const {
     return index < m_gapStart ? index : index + gapLength();
   }
 
+  // Moves the elements between the gap and `index` to the other side of the gap.
   void moveGapTo(std::size_t index) {
     const auto values = m_values.begin();
     const auto at = [&](std::size_t position) {
@@ -77,7 +82,7 @@ class GapBuffer {
 
   void widen() { resize(std::max<std::size_t>(16, m_values.size() * 2)); }
 
-  // The gap moves to the end.
+  // Makes m_values `room` elements long. The gap moves to the end, where the new memory is.
   void resize(std::size_t room) {
     const std::size_t used = size();
     moveGapTo(used);
@@ -86,7 +91,7 @@ class GapBuffer {
     m_gapEnd = room;
   }
 
-  std::vector<T> m_values;  // the elements, with the gap [m_gapStart, m_gapEnd) among them
+  std::vector<T> m_values;  // the elements and, between them, the gap [m_gapStart, m_gapEnd)
   std::size_t m_gapStart = 0;
   std::size_t m_gapEnd = 0;
 };

@@ -195,12 +195,12 @@ class GrowingText {
 };
 
 // While the client is asked for more text it may call anything, but not speak on this channel.
-class Gathering {
+class GatheringScope {
  public:
-  explicit Gathering(bool& gathering) : m_gathering(gathering) { m_gathering = true; }
-  ~Gathering() { m_gathering = false; }
-  Gathering(const Gathering&) = delete;
-  Gathering& operator=(const Gathering&) = delete;
+  explicit GatheringScope(bool& gathering) : m_gathering(gathering) { m_gathering = true; }
+  ~GatheringScope() { m_gathering = false; }
+  GatheringScope(const GatheringScope&) = delete;
+  GatheringScope& operator=(const GatheringScope&) = delete;
 
  private:
   bool& m_gathering;
@@ -211,7 +211,7 @@ class Gathering {
 void gather_more_text(speech_channel* channel, long controlFlags) REQUIRES(channel->lock) {
   const SpeechTextDoneProcPtr text_done = load_shared(channel->cb_text_done);
   if (text_done == nullptr) return;
-  const Gathering scope(channel->gathering);
+  const GatheringScope scope(channel->gathering);
   GrowingText text(channel->text);
   const void* next = nullptr;
   auto flags = static_cast<SInt32>(controlFlags);
@@ -254,7 +254,7 @@ void convert_text(speech_channel* channel, AppleMarkupConverter& amc) REQUIRES(c
 }
 
 // Nothing is spoken: back to idle, without text.
-void give_up_text(speech_channel* channel) REQUIRES(channel->lock) {
+void discard_text(speech_channel* channel) REQUIRES(channel->lock) {
   release_text(channel);
   channel->output_is_file = 0;
   channel->status = STATUS_IDLE;
@@ -267,20 +267,20 @@ long speak_text(speech_channel* channel, AppleMarkupConverter& amc, const char* 
     channel->text = owned_text(cst_substr(text, 0, text != nullptr ? length : 0));
     gather_more_text(channel, controlFlags);
     if (is_closing(channel)) {
-      give_up_text(channel);
+      discard_text(channel);
       return noSynthFound;
     }
     convert_text(channel, amc);
   } catch (const AppleSynthesisError&) {
-    give_up_text(channel);
+    discard_text(channel);
     return badInputText;
   } catch (...) {
-    give_up_text(channel);
+    discard_text(channel);
     throw;
   }
   channel_wait(channel);
   if (channel_speak(channel) == 0) return noErr;
-  give_up_text(channel);
+  discard_text(channel);
   return synthNotReady;
 }
 
@@ -489,7 +489,7 @@ long SEUseVoice(SpeechChannelIdentifier ssr, VoiceSpec* voice, CFBundleRef inVoi
               ssr, voice != nullptr ? CodeText(voice->creator).c_str() : "",
               voice != nullptr ? CodeText(voice->id).c_str() : "");
   // The line has no line feed of its own: showing the bundle completes it.
-  if (inVoiceSpecBundle != nullptr && diagnosing(kDiagChannels, 1)) CFShow(inVoiceSpecBundle);
+  if (inVoiceSpecBundle != nullptr && diagnosticsEnabled(kDiagChannels, 1)) CFShow(inVoiceSpecBundle);
 
   const long result = on_channel(ssr, [&](speech_channel* channel) REQUIRES(channel->lock) {
     CFURLRef url = CFBundleCopyBundleURL(inVoiceSpecBundle);

@@ -103,7 +103,7 @@ class CAPABILITY("channel lock") ChannelOwner {
   }
   void leave() RELEASE() { --m_depth; }
   // The calling thread holds the lock more than once.  [lock held]
-  bool is_held_further_out() const { return m_depth > 1; }
+  bool is_held_recursively() const { return m_depth > 1; }
   // The calling thread holds the lock; checked in debug builds only.
   void assert_held() const {
     check_no_leaf_lock();

@@ -29,7 +29,7 @@ void AppleMarkupConverter::convertEmphasisTags(TokenList& tokens) {
       continue;
     }
     // Rationale: the run begins at the token that follows the command, not at the command.
-    run = commandRun(tokens, i + 1, run);
+    run = findCommandRun(tokens, i + 1, run);
     if (i > run.next) {
       ++i;
       continue;

@@ -17,13 +17,13 @@ std::string_view withoutLeadingSpace(std::string_view text) {
   return start == std::string_view::npos ? std::string_view() : text.substr(start);
 }
 
-std::size_t digitsFrom(std::string_view text, std::size_t position) {
+std::size_t countDigits(std::string_view text, std::size_t position) {
   std::size_t count = 0;
   while (position + count < text.size() && isDigit(text[position + count])) ++count;
   return count;
 }
 
-std::size_t signAt(std::string_view text, std::size_t position) {
+std::size_t signLength(std::string_view text, std::size_t position) {
   return position < text.size() && (text[position] == '+' || text[position] == '-') ? 1 : 0;
 }
 
@@ -44,21 +44,21 @@ struct Numeral {
 
 Numeral scanNumeral(std::string_view text) {
   Numeral numeral;
-  std::size_t at = signAt(text, 0);
+  std::size_t at = signLength(text, 0);
   numeral.negative = at == 1 && text[0] == '-';
   const std::size_t start = at;
-  numeral.whole = text.substr(at, digitsFrom(text, at));
+  numeral.whole = text.substr(at, countDigits(text, at));
   at += numeral.whole.size();
   if (at < text.size() && text[at] == '.') {
-    numeral.fraction = text.substr(at + 1, digitsFrom(text, at + 1));
+    numeral.fraction = text.substr(at + 1, countDigits(text, at + 1));
     at += 1 + numeral.fraction.size();
   }
   const bool anyDigit = !(numeral.whole.empty() && numeral.fraction.empty());
   if (anyDigit && at < text.size() && (text[at] == 'e' || text[at] == 'E')) {
     numeral.hasExponent = true;
-    const std::size_t sign = signAt(text, at + 1);
+    const std::size_t sign = signLength(text, at + 1);
     numeral.exponentNegative = sign == 1 && text[at + 1] == '-';
-    numeral.exponent = text.substr(at + 1 + sign, digitsFrom(text, at + 1 + sign));
+    numeral.exponent = text.substr(at + 1 + sign, countDigits(text, at + 1 + sign));
     at += 1 + sign + numeral.exponent.size();
   }
   numeral.digits = text.substr(start, at - start);
@@ -104,7 +104,7 @@ double readNumber(std::string_view text) {
 
 std::int32_t readInteger(std::string_view text) {
   text = withoutLeadingSpace(text);
-  const std::size_t sign = signAt(text, 0);
+  const std::size_t sign = signLength(text, 0);
   const bool negative = sign == 1 && text[0] == '-';
   const std::int64_t limit = negative ? -std::int64_t{std::numeric_limits<std::int32_t>::min()}
                                       : std::numeric_limits<std::int32_t>::max();

@@ -1,4 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
+//
+// Recording, deriving the lists of ranges, and queries. The literal steps are linear searches over
+// all records and ranges; here they are binary searches and groups with the same results.
+// OffsetMap.h names the algorithms.
 #include "OffsetMap.h"
 
 #include <algorithm>
@@ -25,7 +29,8 @@ const char* yesNo(bool value) {
   return value ? "YES" : "NO";
 }
 
-// Greatest value so far, for every index: what makes "the first that reaches x" a binary search.
+// Returns the prefix maximum for every index. It never decreases, so the first element that reaches
+// a value can be found by binary search although the elements themselves are in no order.
 template <typename Range, typename Value>
 std::vector<std::uint32_t> runningMaximum(const Range& range, Value value) {
   std::vector<std::uint32_t> maximum;
@@ -43,21 +48,22 @@ std::size_t firstReaching(const std::vector<std::uint32_t>& maximum, std::uint32
                                   maximum.begin());
 }
 
-// The same, for queries that mostly ascend: `cursor` remembers the last answer.
+// The same for queries that mostly ascend: `cursor` holds the last result, which is tried first.
 std::size_t firstReaching(const std::vector<std::uint32_t>& maximum, std::uint32_t value,
                           std::size_t& cursor) {
-  const auto answers = [&](std::size_t index) {
+  const auto isFirst = [&](std::size_t index) {
     return (index == 0 || maximum[index - 1] < value) &&
            (index == maximum.size() || maximum[index] >= value);
   };
   if (cursor > maximum.size()) cursor = 0;
-  if (answers(cursor)) return cursor;
-  if (cursor < maximum.size() && answers(cursor + 1)) return ++cursor;
+  if (isFirst(cursor)) return cursor;
+  if (cursor < maximum.size() && isFirst(cursor + 1)) return ++cursor;
   return cursor = firstReaching(maximum, value);
 }
 
-// Ranges that end at the same place and are of the same kind grow together from then on, so they
-// form a group that only has to remember its end.
+// Union-find over ranges. A record that begins where ranges of its kind end makes all of them grow.
+// Such ranges end at the same position ever after, so they form a group with one end; the walk to
+// the root halves the paths.
 class TouchingGroups {
  public:
   explicit TouchingGroups(std::size_t expected) {
@@ -66,15 +72,15 @@ class TouchingGroups {
     m_byEnd.reserve(expected);
   }
 
-  // A new range, with the next index.
+  // Adds a range, with the next index.
   void add(std::uint32_t end, bool inserted) {
     const auto index = static_cast<std::uint32_t>(m_parents.size());
     m_parents.push_back(index);
     m_ends.push_back(end);
-    place(index, inserted);
+    mergeAtEnd(index, inserted);
   }
 
-  // Grows the ranges that end at `position`; false when there is none.
+  // Grows the ranges that end at `position` by `amount`. Returns false if there are none.
   bool grow(std::uint32_t position, std::uint32_t amount, bool inserted) {
     const auto found = m_byEnd.find(key(position, inserted));
     if (found == m_byEnd.end()) return false;
@@ -82,7 +88,7 @@ class TouchingGroups {
     const std::uint32_t group = found->second;
     m_byEnd.erase(found);
     m_ends[group] = position + amount;
-    place(group, inserted);
+    mergeAtEnd(group, inserted);
     return true;
   }
 
@@ -95,7 +101,8 @@ class TouchingGroups {
     return (static_cast<std::uint64_t>(end) << 1) | static_cast<std::uint64_t>(inserted);
   }
 
-  void place(std::uint32_t group, bool inserted) {
+  // Enters the group under its end, or unites it with the group of the same kind that has that end.
+  void mergeAtEnd(std::uint32_t group, bool inserted) {
     const auto [entry, added] = m_byEnd.try_emplace(key(m_ends[group], inserted), group);
     if (!added) m_parents[group] = entry->second;
   }
@@ -109,19 +116,23 @@ class TouchingGroups {
   }
 
   std::vector<std::uint32_t> m_parents;
-  std::vector<std::uint32_t> m_ends;  // of a root
-  std::unordered_map<std::uint64_t, std::uint32_t> m_byEnd;
+  std::vector<std::uint32_t> m_ends;                         // of each root; of others meaningless
+  std::unordered_map<std::uint64_t, std::uint32_t> m_byEnd;  // root, by end and kind
 };
 
 }  // namespace
 
-void OffsetMap::Reach::add(const Offset& record) {
+void OffsetMap::PrefixMaximum::add(const Offset& record) {
   pos[record.type] = std::max(pos[record.type], record.pos);
   any[record.type] = true;
 }
 
+// ---- Recording
+
+// A record at the position of an earlier one of its type may split it, change it or be dropped;
+// every other record is inserted at its slot.
 void OffsetMap::insert(unsigned int pos, int amount, TokenType type, bool insertedCode) {
-  if (diagnosing(kDiagMarkup, 5)) {
+  if (diagnosticsEnabled(kDiagMarkup, 5)) {
     std::printf("INSERT NEW TOKEN pos: %d amount: %d ", signedOf(pos), amount);
     if (type == APPLE_TOKEN) std::printf("token type: APPLE_TOKEN ");
     if (type == SSML_TOKEN) std::printf("token type: SSML_TOKEN ");
@@ -137,12 +148,13 @@ void OffsetMap::insert(unsigned int pos, int amount, TokenType type, bool insert
   Offset& there = m_offsets[static_cast<std::size_t>(slot)];
   if (there.pos == record.pos && there.type == record.type) {
     if (record.amount < there.amount && there.insertedCode) {
-      // A command at the start of inserted settings text cuts that text's record in two.
+      // A command at the start of inserted settings text splits the record of that text.
       const std::int32_t rest = signedOf(unsignedOf(there.amount) - unsignedOf(record.amount));
       there.amount = record.amount;
       record = {there.pos + unsignedOf(record.amount), rest, true, record.type};
       ++slot;
     } else if (record.amount == there.amount && record.insertedCode != there.insertedCode) {
+      // The same range recorded twice counts as inserted if either record says so.
       there.insertedCode = true;
       return;
     } else if (there.insertedCode) {
@@ -152,23 +164,25 @@ void OffsetMap::insert(unsigned int pos, int amount, TokenType type, bool insert
   insertAt(static_cast<std::size_t>(slot), record);
 }
 
-// The record at the same place, or the slot before the first later record of its type; -1: none.
-// Rationale: one slot earlier than the later record, which for the first record means no slot, so
-// that the search goes on behind it.
+// Returns the index of the record of the same position and type, or the slot before the first later
+// record of the type, or -1 if there is neither.
+// Rationale: the slot is one before the later record. If that is the first record, there is no such
+// slot, and the search continues after it.
 std::ptrdiff_t OffsetMap::findSlot(const Offset& record) const {
   const Offset& first = m_offsets.front();
   if (first.type == record.type && first.pos == record.pos) return 0;
 
-  const auto isBefore = [&](const Reach& reach) {
-    return !reach.any[record.type] || reach.pos[record.type] < record.pos;
+  const auto isBefore = [&](const PrefixMaximum& maximum) {
+    return !maximum.any[record.type] || maximum.pos[record.type] < record.pos;
   };
-  if (isBefore(m_reach.back())) return -1;
-  // Records mostly come in order, and the place is in the last block.
-  auto block = m_reach.end() - 1;
-  if (m_reach.size() > 1 && !isBefore(*(block - 1))) {
-    block = std::partition_point(m_reach.begin(), m_reach.end(), isBefore);
+  if (isBefore(m_blockMaxima.back())) return -1;
+  // Records mostly come in order, so the last block is tried before the binary search over blocks.
+  auto block = m_blockMaxima.end() - 1;
+  if (m_blockMaxima.size() > 1 && !isBefore(*(block - 1))) {
+    block = std::partition_point(m_blockMaxima.begin(), m_blockMaxima.end(), isBefore);
   }
-  std::size_t index = static_cast<std::size_t>(block - m_reach.begin()) * kBlock;
+  // The maximum of this block reaches the record's position, so the scan ends within the block.
+  std::size_t index = static_cast<std::size_t>(block - m_blockMaxima.begin()) * kBlock;
   for (index = std::max<std::size_t>(index, 1);; ++index) {
     const Offset& later = m_offsets[index];
     if (later.type != record.type || later.pos < record.pos) continue;
@@ -176,23 +190,27 @@ std::ptrdiff_t OffsetMap::findSlot(const Offset& record) const {
   }
 }
 
+// Inserts the record and updates the prefix maxima of the blocks from its own on.
 void OffsetMap::insertAt(std::size_t index, const Offset& record) {
   m_offsets.insert(m_offsets.begin() + static_cast<std::ptrdiff_t>(index), record);
   const std::size_t blocks = (m_offsets.size() + kBlock - 1) / kBlock;
-  if (index > 0 && index / kBlock + 1 == m_reach.size() && blocks == m_reach.size()) {
-    m_reach.back().add(record);
+  if (index > 0 && index / kBlock + 1 == m_blockMaxima.size() && blocks == m_blockMaxima.size()) {
+    // Only the last block has changed.
+    m_blockMaxima.back().add(record);
     return;
   }
-  // Records have moved from block to block.
-  m_reach.resize(blocks);
+  // The records after it may have moved into the next block.
+  m_blockMaxima.resize(blocks);
   for (std::size_t block = index / kBlock; block < blocks; ++block) {
-    m_reach[block] = block == 0 ? Reach{} : m_reach[block - 1];
+    m_blockMaxima[block] = block == 0 ? PrefixMaximum{} : m_blockMaxima[block - 1];
     const std::size_t end = std::min(m_offsets.size(), (block + 1) * kBlock);
     for (std::size_t i = std::max<std::size_t>(block * kBlock, 1); i < end; ++i) {
-      m_reach[block].add(m_offsets[i]);
+      m_blockMaxima[block].add(m_offsets[i]);
     }
   }
 }
+
+// ---- Deriving the lists
 
 void OffsetMap::buildFinalLists() {
   finalListsBuilt = true;
@@ -201,6 +219,8 @@ void OffsetMap::buildFinalLists() {
   buildLookup();
 }
 
+// Merges touching command text. Every record makes all ranges grow that end at its position and are
+// of its kind; if there are none, it becomes a range itself.
 void OffsetMap::buildAppleRanges() {
   const auto isApple = [](const Offset& record) { return record.type == APPLE_TOKEN; };
   const auto count =
@@ -219,8 +239,8 @@ void OffsetMap::buildAppleRanges() {
   }
 }
 
-// The stretches of plain text before, between and behind the Apple ranges. There is at least one
-// range.
+// Returns the plain text before, between and after the Apple ranges; there must be at least one
+// range. The last gap has no end and the amount -1.
 std::vector<OffsetMap::Offset> OffsetMap::plainGaps() const {
   std::vector<Offset> all;
   all.reserve(appleRanges.size() + 1);
@@ -235,7 +255,7 @@ std::vector<OffsetMap::Offset> OffsetMap::plainGaps() const {
   kept.reserve(all.size());
   for (std::size_t i = 0; i < all.size(); ++i) {
     if (all[i].pos == 0 && all[i].amount == 0) {
-      // Rationale: the one that follows an empty first gap stays, whatever it is.
+      // Rationale: the gap after an empty gap at position 0 is kept, even if it is empty too.
       if (++i == all.size()) break;
     }
     kept.push_back(all[i]);
@@ -243,24 +263,28 @@ std::vector<OffsetMap::Offset> OffsetMap::plainGaps() const {
   return kept;
 }
 
+// Gives each markup record a range. It starts after the plain text before the record's Apple range
+// and the markup of all earlier records. A record after the last Apple range gets no range.
 void OffsetMap::buildSsmlRanges() {
   const std::vector<Offset> gaps = plainGaps();
-  const auto gapReach = runningMaximum(gaps, [](const Offset& gap) { return gap.pos; });
+  const auto gapMaxima = runningMaximum(gaps, [](const Offset& gap) { return gap.pos; });
   std::vector<std::uint32_t> plainUpTo;  // plain text up to and with each gap
   plainUpTo.reserve(gaps.size());
   std::uint32_t plain = 0;
   for (const Offset& gap : gaps) plainUpTo.push_back(plain += unsignedOf(gap.amount));
-  const auto appleReach = runningMaximum(appleRanges, endOf);
+  const auto appleMaxima = runningMaximum(appleRanges, endOf);
 
   std::size_t rangeCursor = 0;
   std::size_t gapCursor = 0;
   const auto plainBefore = [&](const Offset& range) -> std::uint32_t {
     if (range.pos <= gaps.front().pos) return 0;
-    // gaps[0] starts before the range, so the first one that does not has one in front of it.
-    const std::size_t next = std::min(firstReaching(gapReach, range.pos, gapCursor), gaps.size());
+    // gaps[0] starts before the range, so `next` is at least 1.
+    const std::size_t next = std::min(firstReaching(gapMaxima, range.pos, gapCursor), gaps.size());
     return plainUpTo[next - 1];
   };
 
+  // Rationale: the list has at least as many ranges as the Apple list, unused ones being empty. A
+  // record whose range is taken, which happens in a second build only, adds to it.
   ssmlRanges.resize(appleRanges.size());
   std::size_t slot = 0;
   std::uint32_t before = 0;  // markup of the records before this one
@@ -268,7 +292,7 @@ void OffsetMap::buildSsmlRanges() {
     if (record.type != SSML_TOKEN) continue;
     const std::uint32_t markupBefore = before;
     before += unsignedOf(record.amount);
-    const std::size_t range = firstReaching(appleReach, record.pos, rangeCursor);
+    const std::size_t range = firstReaching(appleMaxima, record.pos, rangeCursor);
     if (range == appleRanges.size()) continue;
 
     if (slot >= ssmlRanges.size()) ssmlRanges.resize(slot + 1);
@@ -283,9 +307,10 @@ void OffsetMap::buildSsmlRanges() {
   }
 }
 
+// Prepares prefix sums and prefix maxima, so that offset() needs two searches and no walk.
 void OffsetMap::buildLookup() {
   m_lookup = Lookup();
-  m_lookup.ssmlReach = runningMaximum(ssmlRanges, [](const Offset& range) { return range.pos; });
+  m_lookup.ssmlMaxima = runningMaximum(ssmlRanges, [](const Offset& range) { return range.pos; });
   m_lookup.ssmlBefore.reserve(ssmlRanges.size() + 1);
   std::uint32_t markup = 0;
   for (const Offset& range : ssmlRanges) {
@@ -298,22 +323,26 @@ void OffsetMap::buildLookup() {
   std::uint32_t greatest = 0;
   std::uint32_t removed = 0;
   for (std::size_t j = 0; j < appleRanges.size(); ++j) {
-    // Rationale: the last range is the converter's closing text and never counts.
+    // Rationale: the last range is the converter's closing text and is never counted.
     if (j + 1 < appleRanges.size()) {
       plain += signedOf(appleRanges[j + 1].pos - endOf(appleRanges[j]));
       if (!appleRanges[j].insertedCode) removed += unsignedOf(appleRanges[j].amount);
     }
     if (plain < 0 || plain > INT32_MAX) m_lookup.wraps = true;
     greatest = std::max(greatest, static_cast<std::uint32_t>(plain));
-    m_lookup.plainReach.push_back(greatest);
+    m_lookup.plainMaxima.push_back(greatest);
     m_lookup.removed.push_back(removed);
   }
 }
 
+// ---- Queries
+
+// Adds up the markup that starts before `pos`, and subtracts the command text that was removed
+// before the plain text at `pos`.
 unsigned int OffsetMap::offset(unsigned int pos) {
   if (!finalListsBuilt) buildFinalLists();
 
-  const std::size_t ranges = firstReaching(m_lookup.ssmlReach, pos, m_lookup.ssmlCursor);
+  const std::size_t ranges = firstReaching(m_lookup.ssmlMaxima, pos, m_lookup.ssmlCursor);
   const std::uint32_t correction = m_lookup.ssmlBefore[ranges];
 
   // Rationale: both "+ 1" are part of the arithmetic, boundary effects included.
@@ -323,10 +352,12 @@ unsigned int OffsetMap::offset(unsigned int pos) {
   if (signedOf(rest) <= 0 || appleRanges.empty()) return correction;
   if (m_lookup.wraps) return walkAppleRanges(signedOf(rest), correction);
 
-  const std::size_t range = firstReaching(m_lookup.plainReach, rest, m_lookup.appleCursor);
+  const std::size_t range = firstReaching(m_lookup.plainMaxima, rest, m_lookup.appleCursor);
   return correction - m_lookup.removed[std::min(range, appleRanges.size() - 1)];
 }
 
+// The last part of offset() step by step, for lengths whose sums do not fit 32 bits: prefix maxima
+// of wrapped sums would find the wrong range.
 unsigned int OffsetMap::walkAppleRanges(std::int32_t rest, std::uint32_t correction) const {
   for (std::size_t j = 0; j + 1 < appleRanges.size(); ++j) {
     if (!appleRanges[j].insertedCode) correction -= unsignedOf(appleRanges[j].amount);
@@ -341,7 +372,7 @@ void OffsetMap::clean() {
   appleRanges.clear();
   ssmlRanges.clear();
   m_offsets.clear();
-  m_reach.clear();
+  m_blockMaxima.clear();
 }
 
 void OffsetMap::print() {

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+// A run that continues the last one extends it, so a text without changes is a single run.
 void PositionMap::copied(std::uint32_t length, std::uint32_t origin) {
   if (length == 0) return;
   const bool continues = !m_runs.empty() && m_runs.back().isCopied() &&
@@ -20,6 +21,8 @@ void PositionMap::replaced(std::uint32_t length, std::uint32_t origin, std::uint
 }
 
 std::size_t PositionMap::runAt(std::uint32_t position) const {
+  // The first run starts at 0, so there always is a run before the one that starts after
+  // `position`.
   const auto next = std::upper_bound(m_runs.begin(), m_runs.end(), position,
                                      [](std::uint32_t p, const Run& run) { return p < run.start; });
   return static_cast<std::size_t>(next - m_runs.begin()) - 1;
@@ -39,6 +42,8 @@ std::uint32_t PositionMap::originEnd(std::uint32_t position) const {
   return run.isCopied() ? run.origin + (position - run.start) + 1 : run.end;
 }
 
+// Walks this map's runs and looks up the origin of each in `first`: time is linear in the number of
+// runs, times a binary search.
 PositionMap PositionMap::after(const PositionMap& first) const {
   PositionMap whole;
   whole.reserve(m_runs.size() + first.m_runs.size());
@@ -46,15 +51,18 @@ PositionMap PositionMap::after(const PositionMap& first) const {
     const Run& run = m_runs[i];
     const std::uint32_t length = endOfRun(i) - run.start;
     if (!run.isCopied()) {
+      // The run stands for a range of the middle text: map both ends of it. An insertion stays an
+      // insertion.
       const std::uint32_t from = first.origin(run.origin);
       const bool standsForBytes = run.end > run.origin;
       whole.replaced(length, from, standsForBytes ? first.originEnd(run.end - 1) : from);
       continue;
     }
-    // A copied stretch falls into as many runs as the text it was copied from has there.
+    // A copied run is split where the runs of the text that it was copied from begin.
     for (std::uint32_t done = 0; done < length;) {
       const std::uint32_t position = run.origin + done;
       if (position >= first.m_length) {
+        // The rest was copied from after the end of that text: it stands for no bytes.
         const std::uint32_t from = first.origin(position);
         whole.replaced(length - done, from, from);
         break;

@@ -1,12 +1,21 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// PositionMap: where each byte of a text made from another came from.
+// PositionMap: the exact origin of each byte of a text that was made from another text.
 //
-// The made text is described from front to back as runs: stretches copied byte by byte, and
-// stretches that stand as a whole for some bytes of the origin (an escape for its character) or for
-// none (inserted markup). Positions and lengths count bytes.
+// Two maps lead from a word of the engine back to the caller's buffer. OffsetMap always exists and
+// gives the shift that clients of the interface know. A PositionMap exists only if the host has set
+// the selector "cpos" (kCallerPositions): preparation (PreprocessText) makes one, the converter
+// (AppleMarkupConverter::getPositions) another, and SESpeakBuffer composes the two into the
+// channel's `text_positions`. find_word (SpeechChannelEvents.cpp) uses it, if there is one, for the
+// position and length of a word event, and the OffsetMap otherwise. kavrel-ssml uses it as well.
 //
-// Threads: one thread builds; reading needs no lock.
+// Algorithm: run-length encoding, built front to back; queries are binary searches over the runs. A
+// run is copied byte by byte, or stands as a whole for some bytes of the origin (an escape for its
+// character) or for none (inserted markup).
+//
+// Positions and lengths count bytes.
+//
+// Threads: one thread builds; reading a complete map needs no lock. Failure: std::bad_alloc.
 #pragma once
 
 #include <cstddef>
@@ -28,27 +37,31 @@ class PositionMap {
   // Appends `length` made bytes, copied from the origin's bytes from `origin` on.
   void copied(std::uint32_t length, std::uint32_t origin);
 
-  // Appends `length` made bytes that together stand for the origin's bytes [origin, end); with
-  // `end` equal to `origin`, an insertion in front of that byte.
+  // Appends `length` made bytes that together stand for the origin's bytes [origin, end). If `end`
+  // equals `origin`, they are an insertion before that byte.
   void replaced(std::uint32_t length, std::uint32_t origin, std::uint32_t end);
 
+  // Reserves memory for `runs` runs in total.
   void reserve(std::size_t runs) { m_runs.reserve(runs); }
 
   const std::vector<Run>& runs() const { return m_runs; }
   // Length of the made text.
   std::uint32_t length() const { return m_length; }
+  // End, in the made text, of the run with that index.
   std::uint32_t endOfRun(std::size_t index) const {
     return index + 1 < m_runs.size() ? m_runs[index + 1].start : m_length;
   }
 
-  // The origin of the made byte at `position`: the byte itself, or the first of those that its run
-  // stands for. Past the end: where the origin of the last byte ends; 0 in an empty map.
+  // Returns the origin of the made byte at `position`: the byte that it was copied from, or the
+  // first of the bytes that its run stands for. After the end: the end of the origin of the last
+  // byte. An empty map returns 0.
   std::uint32_t origin(std::uint32_t position) const;
 
-  // Where the origin of the made byte at `position` ends.
+  // Returns the end of the origin of the made byte at `position`, clamped to the last byte.
   std::uint32_t originEnd(std::uint32_t position) const;
 
-  // The map of a text made in two steps: this one's origin is the text that `first` made.
+  // Returns the map of a text made in two steps: `first` describes the first step, and the text
+  // that it made is the origin of this map.
   PositionMap after(const PositionMap& first) const;
 
  private:

@@ -13,7 +13,7 @@ double AppleMarkupConverter::convertVolumeUnits(double volume) {
 }
 
 double AppleMarkupConverter::convertRateUnits(double rate) {
-  if (diagnosing(kDiagMarkup, 2)) {
+  if (diagnosticsEnabled(kDiagMarkup, 2)) {
     cst_dbg_timestamp();
     cst_dbg_ffl("AppleMarkupConverter", "convertRateUnits", 596);
     cst_dbg_context(kDiagMarkup);
@@ -59,7 +59,7 @@ void AppleMarkupConverter::convertProsodyTags(TokenList& tokens,
     openTag.append(numberText(convertUnits(value))).append(suffix);
     const TokenList::MarkupId open = tokens.addMarkup(std::move(openTag));
     do {
-      if (!wrapStretch(tokens, i, open, close)) return;
+      if (!wrapUpToNextCommand(tokens, i, open, close)) return;
     } while (!appleTokenMatches(tokens, i, tagType) &&
              !appleTokenMatches(tokens, i, AppleMarkupToken::RESET_TAG));
     if (appleTokenMatches(tokens, i, AppleMarkupToken::RESET_TAG)) value = 0.0;

@@ -13,10 +13,10 @@ namespace {
 
 speech_channel* channels GUARDED_BY(channel_registry) = nullptr;  // the newest
 
-// Every record that is not freed yet, registered or not. An engine may send an event for a channel
+// Every record that is not freed yet, find_registered or not. An engine may send an event for a channel
 // that is long gone, and only this tells. Never destroyed: engine threads may outlive the process's
 // static objects.
-std::unordered_set<speech_channel*>& living() REQUIRES(channel_registry) {
+std::unordered_set<speech_channel*>& live_records() REQUIRES(channel_registry) {
   static auto& records = *new std::unordered_set<speech_channel*>;
   return records;
 }
@@ -57,7 +57,7 @@ void free_record(speech_channel* channel) NO_THREAD_SAFETY_ANALYSIS {
   delete channel;
 }
 
-speech_channel* registered(SpeechChannelIdentifier ssr) REQUIRES(channel_registry) {
+speech_channel* find_registered(SpeechChannelIdentifier ssr) REQUIRES(channel_registry) {
   speech_channel* channel = channels;
   while (channel != nullptr && channel->id != ssr) channel = channel->next;
   return channel;
@@ -89,14 +89,14 @@ bool begin_closing(speech_channel* channel) {
 void wait_for_signal(speech_channel* channel) REQUIRES(channel->lock) {
   if (channel->status != STATUS_CLOSING) return;
   // The lock of an entry point around this callback keeps that thread waiting until it returns.
-  if (channel->lock.is_held_further_out()) return;
+  if (channel->lock.is_held_recursively()) return;
   const unsigned int before = channel->jobs_signalled;
   while (channel->jobs_signalled == before) wait_for_finished(channel);
 }
 
 // A job that could not be stopped speaks on; its client hears no more of it. One that is still to
 // be signalled is over.
-void forget_client(speech_channel* channel) REQUIRES(channel->lock) {
+void drop_callbacks(speech_channel* channel) REQUIRES(channel->lock) {
   if (channel->status == STATUS_CLOSING) return;
   store_shared(channel->cb_text_done, SpeechTextDoneProcPtr{});
   store_shared(channel->cb_speech_done, SpeechDoneProcPtr{});
@@ -125,7 +125,7 @@ kavrel_engine_struct* channel_engine() {
 
 bool retain_channel(speech_channel* channel) {
   LeafLock held(channel_registry);
-  if (!living().contains(channel)) return false;
+  if (!live_records().contains(channel)) return false;
   ++channel->holders;
   return true;
 }
@@ -134,7 +134,7 @@ void release_channel(speech_channel* channel) {
   {
     LeafLock held(channel_registry);
     if (--channel->holders > 0) return;
-    living().erase(channel);
+    live_records().erase(channel);
   }
   free_record(channel);
 }
@@ -157,7 +157,7 @@ speech_channel* new_channel(SpeechChannelIdentifier ssr) {
   {
     LeafLock held(channel_registry);
     try {
-      living().insert(channel);
+      live_records().insert(channel);
     } catch (const std::bad_alloc&) {
       delete channel;
       return nullptr;
@@ -173,7 +173,7 @@ speech_channel* find_channel(SpeechChannelIdentifier ssr) {
   speech_channel* channel = nullptr;
   {
     LeafLock held(channel_registry);
-    channel = registered(ssr);
+    channel = find_registered(ssr);
   }
   if (channel != nullptr) CHANNEL_LINE("find_channel", "Found Speech Channel with ID: %d.\n", ssr);
   return channel;
@@ -183,7 +183,7 @@ ChannelHold::ChannelHold(SpeechChannelIdentifier ssr) : m_channel(nullptr) {
   CHANNEL_LINE("find_channel", "Searching for Speech Channel with ID: %d.\n", ssr);
   {
     LeafLock held(channel_registry);
-    speech_channel* channel = registered(ssr);
+    speech_channel* channel = find_registered(ssr);
     if (channel == nullptr || channel->closing) return;
     ++channel->holders;
     m_channel = channel;
@@ -218,7 +218,7 @@ void delete_channel(speech_channel* channel) {
     ChannelLock held(channel);
     channel_stop(channel, -1);
     wait_for_signal(channel);
-    forget_client(channel);
+    drop_callbacks(channel);
     cst_free(channel->voxdir);
     channel->voxdir = nullptr;
     cst_free(channel->voice);

@@ -37,14 +37,14 @@ void report_bookmark(speech_channel* channel, kavrel_event_struct* event) {
   });
 }
 
-struct WordPlace {
+struct WordPosition {
   std::uint32_t position = 0;  // in the caller's text
   int shift = 0;               // engine position less caller position
   int length = 0;
 };
 
 // False when the job's text is gone already.
-bool find_word(speech_channel* channel, int start, int length, WordPlace& place) {
+bool find_word(speech_channel* channel, int start, int length, WordPosition& place) {
   LeafLock held(channel->job_state.leaf);
   if (channel->text_offsets == nullptr) return false;
   const auto engine_position = static_cast<std::uint32_t>(start);
@@ -74,7 +74,7 @@ void report_word(speech_channel* channel, kavrel_event_struct* event) {
   int start = 0;
   int length = 0;
   outside(kavrel_event_get_textpos)(event, &start, &length);
-  WordPlace place;
+  WordPosition place;
   if (!find_word(channel, start, length, place)) return;
   CHANNEL_LINE("channel_stream_callback",
                "Calling word callback on Channel %d at text pos %d (%d , %d), length %d\n",

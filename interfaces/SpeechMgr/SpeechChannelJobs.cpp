@@ -25,7 +25,7 @@ void begin_job(speech_channel* channel) {
 }
 
 // The job is over, or has not started: it keeps the record no longer.
-void let_job_go(speech_channel* channel) {
+void release_job_hold(speech_channel* channel) {
   {
     LeafLock held(channel->job_state.leaf);
     if (channel->job_state.end_seen) return;
@@ -101,7 +101,7 @@ bool start_job(speech_channel* channel) REQUIRES(channel->lock) {
       channel->port, channel->text, std::strlen(channel->text), nullptr, &channel->job, nullptr);
   if (result >= 0) return true;
   note_finished(channel);
-  let_job_go(channel);
+  release_job_hold(channel);
   return false;
 }
 
@@ -122,7 +122,7 @@ bool finish_current_job(speech_channel* channel) REQUIRES(channel->lock) {
     note_owed_end(channel);
   } else {
     // Over, even if its END was lost.
-    let_job_go(channel);
+    release_job_hold(channel);
   }
   if (channel->output_is_file) {
     close_port(channel);

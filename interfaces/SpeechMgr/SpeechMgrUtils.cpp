@@ -48,7 +48,7 @@ constinit LeafMutex maps_lock;
 
 // Other threads read the maps meanwhile, so nothing is written that stands there already.
 template <typename Map>
-void settle(Map& map, const typename Map::key_type& key, const typename Map::mapped_type& value) {
+void setIfDifferent(Map& map, const typename Map::key_type& key, const typename Map::mapped_type& value) {
   const auto [entry, added] = map.try_emplace(key, value);
   if (!added && !(entry->second == value)) entry->second = value;
 }
@@ -262,13 +262,13 @@ std::optional<std::string> prepare(std::string_view text, PositionMap* positions
 void BuildPhoneTranslationTables() {
   LeafLock held(maps_lock);
   for (const PhoneMap* row = speechmgr_us_phones; row->in != nullptr; ++row) {
-    settle(gBrevoldPhones, row->in, BrevoldPhone{row->out, row->isVowel});
+    setIfDifferent(gBrevoldPhones, row->in, BrevoldPhone{row->out, row->isVowel});
   }
   for (int row = 0; row <= kLastPhonemeCode; ++row) {
-    if (isLastOfItsPhone(row)) settle(gApplePhoneCodes, speechmgr_us_phones[row].out, row);
+    if (isLastOfItsPhone(row)) setIfDifferent(gApplePhoneCodes, speechmgr_us_phones[row].out, row);
   }
   for (const EscapesMap* row = escape_strings; row->escape != nullptr; ++row) {
-    settle(gEscapeStrings, row->chr, std::string(row->escape));
+    setIfDifferent(gEscapeStrings, row->chr, std::string(row->escape));
   }
 }
 

@@ -1,12 +1,21 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// TokenList: a text and the embedded commands in it. Plain text stays in the base string; only the
-// commands, and markup that passes insert, are entries, in order of start position. The list yields
-// the converted text, the offset records, and where each byte of the converted text came from.
+// TokenList: a text and the embedded commands in it.
 //
-// Commands stand between "[[" and "]]", several separated by ";".
+// Plain text stays in the base string. Only commands, and markup that the converter's passes
+// insert, are entries of the list, in order of start position. The list yields the converted text,
+// the offset records, and the origin of each byte of the converted text.
 //
-// A value class without locks. Positions count bytes of the base string.
+// Commands are delimited by "[[" and "]]"; ";" separates several commands within one pair.
+//
+// Algorithms: the entries are in a gap buffer (GapBuffer.h), because a pass inserts near a position
+// that moves forward. The index of a new entry is found by binary search while the entries are in
+// order of start position, else with a Fenwick tree (binary indexed tree) of start positions. The
+// converted text is written once, front to back, by merging entries and base string; entries that
+// overlap are resolved first, with a stack of ranges.
+//
+// Threads: a value class without locks; one thread at a time. Positions and lengths count bytes of
+// the base string. Failures: std::bad_alloc, and the exceptions named at each function.
 #pragma once
 
 #include <array>
@@ -22,6 +31,8 @@
 
 class TokenList {
  public:
+  // ---- The given interface: its names and signatures are fixed
+
   TokenList() = default;
   virtual ~TokenList() = default;
   TokenList(const TokenList&) = default;
@@ -29,105 +40,116 @@ class TokenList {
   TokenList(TokenList&&) = default;
   TokenList& operator=(TokenList&&) = default;
 
-  // Replaces the list by that of `text`; `offsets` are the records made before. A command that is
-  // never closed takes the rest of the text.
+  // Replaces the list by the commands of `text`; `offsets` holds the records made so far. An
+  // unclosed command extends to the end of the text.
   void create(std::string text, OffsetMap offsets);
+  // The same for a NUL-terminated text, without earlier records.
   void create(char* text);
 
+  // Number of entries.
   int size() const { return static_cast<int>(m_entries.size()); }
 
-  // These four throw AppleSynthesisError (INDEX_OUT_OF_RANGE) for an index that is not an entry's,
-  // and leave the list as it was.
+  // These four throw AppleSynthesisError (INDEX_OUT_OF_RANGE) if `index` is not the index of an
+  // entry, and leave the list unchanged then.
   SpeechMarkupToken getTokenAt(unsigned int index) const;
   void replaceTokenAt(unsigned int index, SpeechMarkupToken token);
   void removeTokenAt(unsigned int index);
-  // Inserts in front of entry `index`, or further back where the order of start positions wants it.
-  // Throws as well when the entry in front starts later.
-  // Rationale: an index one past size() appends, size() itself is refused.
+  // Inserts before entry `index`, or further back if the order of start positions requires it.
+  // Throws the same error if the entry before that index starts after `token`.
+  // Rationale: the index size() + 1 appends; the index size() is rejected.
   void insertTokenAt(unsigned int index, SpeechMarkupToken token);
 
-  // Removes all entries; the base string and the earlier records stay.
+  // Removes all entries. The base string and the earlier records remain.
   void clear();
 
   std::string getBaseString() const { return m_base; }
 
-  // The base string with every command replaced by its markup, or removed. Throws std::out_of_range
-  // when an entry starts behind the end of the text.
+  // Returns the base string with every command replaced by its markup, or removed if it has none.
+  // Throws std::out_of_range if an entry starts after the end of the text.
   std::string getConvertedString() const;
 
-  // The earlier records and one for every entry.
-  // Rationale: a command with a replacement records the length of the replacement only.
+  // Returns the earlier records and one record for every entry.
+  // Rationale: for a command with markup, the record holds the length of the markup only.
   OffsetMap getOffsets() const;
-
-  // For every byte of the converted string: the byte of the base string that it was copied from,
-  // or, for markup, in front of which it stands. Throws as getConvertedString.
-  PositionMap getPositions() const;
 
   // Debug dump to standard output.
   void print();
 
-  // ---- For the passes of the converter: the same operations without copies ----
+  // ---- Used inside the plug-in: the same operations without copies
 
-  // Stands for a markup text of the list.
+  // Identifies a markup text of this list.
   using MarkupId = std::uint32_t;
 
   const std::string& base() const { return m_base; }
-  // False when no command of the type has ever been in the list.
+
+  // Returns false if the list has never held a command of the type.
   bool mayHold(AppleMarkupToken::AppleTagType type) const {
     return m_hasType[static_cast<std::size_t>(type)];
   }
+
+  // These functions throw AppleSynthesisError (INDEX_OUT_OF_RANGE) if `index` is not the index of
+  // an entry.
+
   int startAt(int index) const { return entry(index).start; }
-  // Bytes of the base string that the entry covers.
+  // Number of bytes of the base string that the entry covers.
   int coveredAt(int index) const {
-    const Entry& at = entry(index);
+    const TokenEntry& at = entry(index);
     return at.isCommand() ? m_commands[at.command()].covered : 0;
   }
   int endAt(int index) const { return startAt(index) + coveredAt(index); }
+  // UNKNOWN for an entry that only inserts markup.
   AppleMarkupToken::AppleTagType typeAt(int index) const {
-    const Entry& at = entry(index);
+    const TokenEntry& at = entry(index);
     if (!at.isCommand()) return AppleMarkupToken::UNKNOWN;
     return static_cast<AppleMarkupToken::AppleTagType>(m_commands[at.command()].type);
   }
-  // Empty when no markup is set.
+  // The markup of the entry; empty if none is set. Valid until the next addMarkup.
   const std::string& markupAt(int index) const;
-  // Argument `argument` of the command at `index`.
+  // Argument `argument` (from 0) of the command at `index`; empty if it has no such argument.
   std::string argumentAt(int index, int argument) const;
-
-  MarkupId addMarkup(std::string markup);
-  // An entry that covers nothing and inserts the markup at `start`; otherwise as insertTokenAt.
-  void insertMarkup(int index, int start, MarkupId markup);
-  // A comment that covers `length` bytes from `start` on and is replaced by nothing; otherwise as
-  // insertTokenAt. Answers the index where it stands.
-  int insertIgnoredText(int index, int start, int length);
-  // Gives up the room that entries to come would take.
-  void compact() { m_entries.compact(); }
-  // Makes the command at `index` cover `length` bytes, and be replaced by nothing.
+  // Makes the command at `index` cover `length` bytes and replaces it by nothing.
   void ignoreText(int index, int length);
 
+  // Stores a markup text, which any number of entries may insert.
+  MarkupId addMarkup(std::string markup);
+  // Inserts an entry that covers nothing and inserts the markup at `start`. Index and errors as for
+  // insertTokenAt.
+  void insertMarkup(int index, int start, MarkupId markup);
+  // Inserts a comment that covers `length` bytes from `start` and is replaced by nothing. Index and
+  // errors as for insertTokenAt. Returns the index of the new entry.
+  int insertIgnoredText(int index, int start, int length);
+
+  // Frees the memory reserved for further entries.
+  void compact() { m_entries.compact(); }
+
+  // Returns, for every byte of the converted string, the byte of the base string that it was copied
+  // from. For markup: the byte before which it is inserted. Throws as getConvertedString does.
+  PositionMap getPositions() const;
+
  private:
-  // An entry is small, since a text may hold a million: it inserts a markup, or stands for a
-  // command.
-  struct Entry {
+  // A SpeechMarkupToken in 8 bytes, because a text may hold a million: it inserts a markup, or
+  // refers to a command.
+  struct TokenEntry {
     static constexpr std::uint32_t kIsCommand = 0x80000000u;
 
     std::int32_t start;
-    std::uint32_t what;  // index of a markup, or kIsCommand and the index of a command
+    std::uint32_t what;  // index of a markup, or kIsCommand | index of a command
 
     bool isCommand() const { return (what & kIsCommand) != 0; }
     std::size_t command() const { return what & ~kIsCommand; }
   };
-  struct Command {
+  struct StoredCommand {
     std::int32_t covered;  // bytes of the base string
-    std::int32_t text;     // as written: its length, from the entry's start on; or, when negative,
-                           // the complement of an index of m_given
+    std::int32_t text;     // the command as written: its length, from the entry's start; if
+                           // negative, the complement of an index of m_externalCommands
     std::int32_t markup;   // index of a markup, or kNone or kEmpty
-    std::int32_t type;
+    std::int32_t type;     // an AppleTagType
   };
   static constexpr std::int32_t kNone = -1;   // not set
   static constexpr std::int32_t kEmpty = -2;  // set, to nothing
 
-  // What the converted text is made of: a stretch of the base string, or a stretch of a markup.
-  struct Piece {
+  // The converted text is a sequence of these: a range of the base string or of a markup.
+  struct SourceRange {
     static constexpr std::uint32_t kBase = 0xFFFFFFFFu;
 
     std::uint32_t source;  // kBase, or a markup
@@ -138,42 +160,48 @@ class TokenList {
   void checkIndex(std::int64_t index) const {
     if (index < 0 || index >= size()) throw AppleSynthesisError(INDEX_OUT_OF_RANGE);
   }
-  const Entry& entry(int index) const {
+  const TokenEntry& entry(int index) const {
     checkIndex(index);
     return m_entries[static_cast<std::size_t>(index)];
   }
-  std::int32_t markupOf(const Entry& at) const {
+  std::int32_t markupOf(const TokenEntry& at) const {
     return at.isCommand() ? m_commands[at.command()].markup : static_cast<std::int32_t>(at.what);
   }
-  std::uint32_t addCommand(const Command& command);
-  std::uint32_t addGiven(const SpeechMarkupToken& token);
+  // Both return the `what` of an entry that refers to the command.
+  std::uint32_t addCommand(const StoredCommand& command);
+  std::uint32_t addExternalToken(const SpeechMarkupToken& token);
+
+  // `first` is the position of the first "[[".
   void reserveCommands(std::size_t first);
   void appendCommand(std::size_t start, std::size_t length, AppleMarkupToken& work);
-  std::int64_t insertEntry(std::int64_t index, const Entry& added);
+  // Returns the index of the new entry.
+  std::int64_t insertEntry(std::int64_t index, const TokenEntry& added);
+  // Number of entries that start before `start`.
   std::int64_t countStartingBefore(std::int32_t start) const;
-  std::size_t treePlace(std::int32_t start) const;
-  void noteInserted(std::size_t index);
+  std::size_t treeIndex(std::int32_t start) const;
+  void updateOrder(std::size_t index);
 
-  bool isPlain() const;
-  std::vector<Piece> resolvePieces() const;
-  // Calls visit(const Piece&) for what the converted text is made of, from front to back.
+  bool entriesAreDisjoint() const;
+  // Returns the ranges of the converted text, last one first.
+  std::vector<SourceRange> resolveRanges() const;
+  // Calls visit(const SourceRange&) for each range of the converted text, front to back.
   template <typename Visit>
-  void forEachPiece(Visit visit) const;
-  Piece wholeMarkup(std::int32_t id) const;
-  const char* dataOf(const Piece& piece) const;
+  void forEachRange(Visit visit) const;
+  SourceRange rangeOfMarkup(std::int32_t id) const;
+  const char* dataOf(const SourceRange& range) const;
 
-  GapBuffer<Entry> m_entries;
+  GapBuffer<TokenEntry> m_entries;
   std::string m_base;
   OffsetMap m_inheritedOffsets;
 
-  std::vector<Command> m_commands;
+  std::vector<StoredCommand> m_commands;
   std::vector<std::string> m_markups;
-  std::vector<AppleMarkupToken> m_given;  // commands that did not come from the base string
+  std::vector<AppleMarkupToken> m_externalCommands;  // not parsed from the base string
 
-  std::array<bool, AppleMarkupToken::UNKNOWN + 1> m_hasType{};  // of a command, now or before
+  std::array<bool, AppleMarkupToken::UNKNOWN + 1> m_hasType{};  // of a command, now or earlier
 
-  // Whether the entries stand in order of start position, as they do but for a few odd texts. When
-  // they do not, m_startCounts tells how many start at each position: a binary indexed tree.
+  // Whether the entries are in order of start position, as they are in all but a few odd texts. If
+  // not, m_startCounts is a Fenwick tree of the number of entries that start at each position.
   bool m_ordered = true;
   std::vector<std::uint32_t> m_startCounts;
 };
