@@ -1,4 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
+//
+// The converter's frame: the base text, the order of the passes, the results, and the operations
+// that the passes share.
 #include "AppleMarkupConverter.h"
 
 #include <algorithm>
@@ -10,11 +13,12 @@
 
 namespace {
 
-// Ends every text, so that a command always follows and every region ends.
+// Appended to every text, so that every command has a next command and every region an end.
 const std::string kReset = "[[rset 0]]";
 
 constexpr double kNormalRate = 180.0;
 
+// White space of the classic locale, whatever locale the client has set.
 bool isSpace(char c) {
   return c == ' ' || (c >= '\t' && c <= '\r');
 }
@@ -33,6 +37,10 @@ AppleMarkupConverter::AppleMarkupConverter(const std::string& text, output_t out
   m_haveDefaults = true;
 }
 
+// ---- Conversion
+
+// Only settings that differ from the defaults give a command, except for the volume, which always
+// does. The commands are relative to the start values of the prosody passes.
 std::string AppleMarkupConverter::defaultsInitStr() {
   std::string prefix;
   if (m_defaults.speakPhones) prefix += "[[inpt PHON]]";
@@ -44,13 +52,16 @@ std::string AppleMarkupConverter::defaultsInitStr() {
   if (rate > 0) prefix += "[[rate +" + numberText(rate) + "]]";
   if (rate < 0) prefix += "[[rate " + numberText(rate) + "]]";
 
-  // Rationale: a fixed step, whatever the difference.
+  // Rationale: a fixed step, however large the difference is.
   const auto pitch = static_cast<double>(m_defaults.pitchBase - m_defaults.pitchAssumedBase);
   if (pitch > 0) prefix += "[[pbas +0.0025]]";
   if (pitch < 0) prefix += "[[pbas -0.0025]]";
   return prefix;
 }
 
+// The base text is the commands for the settings, the text given, and the final reset. Both
+// additions are recorded as inserted command text, so that they do not shift the caller's
+// positions.
 void AppleMarkupConverter::convert() {
   const std::string prefix = m_haveDefaults ? defaultsInitStr() : std::string();
   const auto prefixLength = static_cast<int>(prefix.size());
@@ -64,6 +75,7 @@ void AppleMarkupConverter::convert() {
   if (m_output == SSML) runPasses(m_tokens);
   m_tokens.compact();
 
+  // The list comes with the records made so far and adds its own.
   m_converted = m_tokens.getConvertedString();
   m_offsets = m_tokens.getOffsets();
   const auto resetAt = static_cast<unsigned int>(prefix.size() + m_original.size());
@@ -71,7 +83,8 @@ void AppleMarkupConverter::convert() {
   m_didConversion = true;
 }
 
-// The order decides how elements nest: a later pass's element encloses those of earlier ones.
+// The order decides how elements nest: an element of a later pass encloses those of earlier passes.
+// The phoneme pass is last, because it removes the commands inside its elements.
 void AppleMarkupConverter::runPasses(TokenList& tokens) {
   convertEmphasisTags(tokens);
   convertCharTags(tokens);
@@ -94,6 +107,7 @@ std::string AppleMarkupConverter::getConvertedText() {
 
 const std::string& AppleMarkupConverter::convertedText() {
   if (!m_didConversion) convert();
+  // Rationale: the line number of the diagnostic line is fixed.
   if (diagnosticsEnabled(kDiagMarkup, 1)) {
     cst_dbg_timestamp();
     cst_dbg_ffl("AppleMarkupConverter", "getConvertedText", 88);
@@ -113,7 +127,8 @@ PositionMap AppleMarkupConverter::getPositions() {
   const PositionMap inBase = m_tokens.getPositions();
   const std::size_t prefix = m_haveDefaults ? defaultsInitStr().size() : 0;
 
-  // The base text is the prefix, the text given, and the reset; only the middle is the caller's.
+  // The base text is the prefix, the text given, and the reset. Only the middle is the caller's;
+  // the prefix counts as inserted before its first byte, the reset as inserted after its last.
   PositionMap ofText;
   const auto length = static_cast<std::uint32_t>(m_original.size());
   ofText.replaced(static_cast<std::uint32_t>(prefix), 0, 0);
@@ -122,6 +137,8 @@ PositionMap AppleMarkupConverter::getPositions() {
   return inBase.after(ofText);
 }
 
+// ---- Operations that the passes share
+
 int AppleMarkupConverter::nextAppleToken(const TokenList& tokens, int start) const {
   for (int index = start; index < tokens.size(); ++index) {
     if (tokens.typeAt(index) != AppleMarkupToken::UNKNOWN) return index;
@@ -129,10 +146,11 @@ int AppleMarkupConverter::nextAppleToken(const TokenList& tokens, int start) con
   return 0;
 }
 
-// `known` is a run found before in the same, unchanged list: its commands need not be walked again.
-AppleMarkupConverter::CommandRun AppleMarkupConverter::findCommandRun(const TokenList& tokens,
-                                                                  int index,
-                                                                  const CommandRun& known) const {
+// Follows the commands from `index` until two or more bytes separate one from the next. `known` is
+// a run found earlier in the same, unchanged list: as soon as the walk meets it, its end is taken
+// over, so that many commands in a row do not take quadratic time.
+AppleMarkupConverter::CommandRun AppleMarkupConverter::findCommandRun(
+    const TokenList& tokens, int index, const CommandRun& known) const {
   CommandRun run;
   run.from = index;
   run.to = index;
@@ -141,6 +159,7 @@ AppleMarkupConverter::CommandRun AppleMarkupConverter::findCommandRun(const Toke
     run.to = std::max(run.to, k);
     k = nextAppleToken(tokens, k + 1);
     run.next = k;
+    // Unsigned on purpose: if there is no next command, `k` is 0 and the difference wraps.
     if (static_cast<unsigned int>(tokens.startAt(k)) - run.end >= 2) return run;
     if (k >= known.from && k <= known.to) {
       run.end = known.end;
@@ -151,6 +170,8 @@ AppleMarkupConverter::CommandRun AppleMarkupConverter::findCommandRun(const Toke
   }
 }
 
+// Returns the end of the first word at or after `textPos`: the white space after it, or its last
+// byte if a command follows.
 unsigned int AppleMarkupConverter::endOfWord(const TokenList& tokens, unsigned int textPos) const {
   const std::string& text = tokens.base();
   for (std::size_t p = textPos; p < text.size(); ++p) {
@@ -179,21 +200,26 @@ void AppleMarkupConverter::insertSSMLAfterToken(TokenList& tokens, int index,
   tokens.insertMarkup(index + 1, tokens.endAt(index), tokens.addMarkup(ssml));
 }
 
-// Wraps the text between the command at `index` and the next one, and makes `index` that one's.
-// When none follows, wraps the rest of the text and answers false.
-bool AppleMarkupConverter::wrapUpToNextCommand(TokenList& tokens, int& index, TokenList::MarkupId open,
-                                       TokenList::MarkupId close) {
+// Wraps the text between the command at `index` and the next command, and sets `index` to that
+// command. If there is no next command, wraps the rest of the text and returns false.
+bool AppleMarkupConverter::wrapUpToNextCommand(TokenList& tokens, int& index,
+                                               TokenList::MarkupId open,
+                                               TokenList::MarkupId close) {
   tokens.insertMarkup(index + 1, tokens.endAt(index), open);
   const int next = nextAppleToken(tokens, index + 1);
   if (next == 0) {
+    // The index one past the size appends.
     tokens.insertMarkup(tokens.size() + 1, static_cast<int>(tokens.base().size()), close);
     return false;
   }
   tokens.insertMarkup(next, tokens.startAt(next), close);
+  // The closing tag has moved that command by one.
   index = next + 1;
   return true;
 }
 
+// Other commands inside the region only split it: a new element begins after each. The pass ends
+// with the text if no command follows, since the region cannot end then.
 void AppleMarkupConverter::convertBinaryCommands(TokenList& tokens,
                                                  AppleMarkupToken::AppleTagType onType,
                                                  AppleMarkupToken::AppleTagType offType,

@@ -1,4 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
+//
+// Splitting a command into words, with the engine's token stream, and classifying it by a table of
+// rules; the first rule that matches decides.
 #include "AppleMarkupToken.h"
 
 #include <array>
@@ -13,10 +16,11 @@
 
 namespace {
 
+// What a rule requires of the command's first argument.
 enum class Argument {
-  Any,      // none needed
-  Exact,    // as written
-  AnyCase,  // written lowerCase here
+  Any,      // nothing: it may be absent
+  Exact,    // equal to the rule's argument
+  AnyCase,  // equal in any case; the rule's argument is in lower case
 };
 
 struct Rule {
@@ -26,8 +30,8 @@ struct Rule {
   AppleMarkupToken::AppleTagType type;
 };
 
-// Rationale: the arguments of "char" have to be large, those of "inpt", "nmbr" and "ctxt" may be
-// of any case.
+// Rationale: the arguments of "char" must be in upper case, those of "inpt", "nmbr" and "ctxt" may
+// be in any case.
 constexpr std::array<Rule, 25> kRules = {{
     {"char", Argument::Exact, "LTRL", AppleMarkupToken::CHAR_SPELLOUT_TAG},
     {"char", Argument::Exact, "NORM", AppleMarkupToken::CHAR_NORMAL_TAG},
@@ -56,6 +60,7 @@ constexpr std::array<Rule, 25> kRules = {{
     {"ctxt", Argument::AnyCase, "norm", AppleMarkupToken::NORMAL_CONTEXT_TAG},
 }};
 
+// Not std::tolower, which depends on the client's locale.
 char lowerCase(char c) {
   return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
 }
@@ -95,6 +100,8 @@ struct CloseStream {
   void operator()(cst_tokenstream* stream) const { ts_close(stream); }
 };
 
+// Splits at white space and drops punctuation; a sign is a word of its own. Throws std::bad_alloc
+// if the engine is out of memory, which it reports with null pointers.
 void split(const std::string& token, std::vector<std::string>& words) {
   words.clear();
   const std::unique_ptr<cst_tokenstream, CloseStream> stream(
@@ -104,13 +111,14 @@ void split(const std::string& token, std::vector<std::string>& words) {
     const char* const read = ts_get(stream.get());
     if (read == nullptr) throw std::bad_alloc();
     const std::string_view word = read;
-    // Engines differ in what they make of a word of punctuation alone; it never is a word here.
+    // Engines differ in how they return a word that is only punctuation; here it never is a word.
     if (word.find_first_not_of(kPunctuation) != std::string_view::npos) words.emplace_back(word);
   }
 }
 
-// Rationale: some kinds have no label of their own, and one label is misspelt; programs that read
-// the dump expect that.
+// Returns the name of a type for the dump.
+// Rationale: some types have no name of their own, and one name is misspelt; programs that read the
+// dump expect that.
 const char* labelOf(AppleMarkupToken::AppleTagType type) {
   switch (type) {
     case AppleMarkupToken::CHAR_SPELLOUT_TAG:

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// AppleMarkupToken: one embedded command as it stands in a text ("[[rate 200]]"), split into words
-// and classified. What its arguments mean is for the passes of the converter to say.
+// AppleMarkupToken: one embedded command as written in a text ("[[rate 200]]"), split into words
+// and classified. The passes of the converter interpret the arguments.
 //
-// A value class without locks.
+// Threads: a value class without locks. Failure: std::bad_alloc, and std::out_of_range where noted.
 #pragma once
 
 #include <string>
@@ -47,25 +47,26 @@ class AppleMarkupToken {
   AppleMarkupToken(AppleMarkupToken&&) = default;
   AppleMarkupToken& operator=(AppleMarkupToken&&) = default;
 
-  // Takes the command's text, delimiters included, splits and classifies it. Never fails: what is
-  // not recognised is UNKNOWN.
+  // Sets the command's text (delimiters included), splits it and classifies it. A text that is not
+  // recognised becomes UNKNOWN.
   void setTokenString(std::string token);
   std::string getTokenString() const { return m_token; }
 
-  // How many bytes of the text the command covers; the length of its text until it is changed.
+  // Number of bytes of the text that the command covers. Initially the length of the command's
+  // text.
   int getTokenStringSize() const { return m_size; }
   void setTokenStringSize(int size) { m_size = size; }
 
   AppleTagType getTokenType() const { return m_type; }
 
-  // The command counts as a comment from now on.
+  // Makes the command a comment (COMMENT_TAG). Its words stay.
   void setTokenAsIgnoredText() { m_type = COMMENT_TAG; }
 
-  // The command word. Throws std::out_of_range when there is none.
+  // Returns the command word. Throws std::out_of_range if there is none.
   std::string getTokenClass() const;
 
-  // Argument `index`, from 0; empty when there is none. A sign is an argument of its own: "-20" is
-  // the arguments "-" and "20".
+  // Returns argument `index` (from 0), or an empty string if there is none. A sign is an argument
+  // of its own: "-20" is the two arguments "-" and "20".
   std::string getTokenArg(int index) const;
 
   // Debug dump to standard output.
@@ -78,5 +79,6 @@ class AppleMarkupToken {
   AppleTagType m_type = UNKNOWN;
 };
 
-// A copy with the letters A to Z made small.
+// Returns a copy in which the letters A to Z are lower case. Other bytes are unchanged, whatever
+// the locale.
 std::string tolower(const std::string& text);

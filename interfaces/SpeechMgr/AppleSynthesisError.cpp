@@ -4,7 +4,7 @@
 #include <cstdio>
 
 std::string AppleSynthesisError::getErrorString() const {
-  // Rationale: two blanks behind the first and the last "Error:", one behind the other.
+  // Rationale: two blanks after the first and the last "Error:", one after the other.
   switch (lastSetError) {
     case INDEX_OUT_OF_RANGE:
       return "Error:  Index out of range\n";

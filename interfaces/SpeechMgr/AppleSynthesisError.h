@@ -1,14 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The one exception type of the markup model and the converter: a kind, whose text is made on
-// demand. Thrown and caught by value.
+// AppleSynthesisError: the one exception type of the markup model and the converter. It holds the
+// kind of the error; the message is made on demand. Thrown by value, caught by reference.
+//
+// Threads: a value class without locks.
 #pragma once
 
 #include <string>
 
 enum AppleSynthesisErrorType {
   OBJECT_NOT_INITIALIZED = 0,  // not thrown
-  INDEX_OUT_OF_RANGE = 1,      // a token list was asked for a place that it does not have
+  INDEX_OUT_OF_RANGE = 1,      // an index that is not the index of a token list's entry
   TAG_NOT_HANDLED = 2,         // not thrown
   BAD_PHONE_SEQUENCE = 3,      // phoneme text that the phone table does not cover
   UNKNOWN_ERROR = 4            // not thrown
@@ -23,10 +25,10 @@ class AppleSynthesisError {
 
   AppleSynthesisErrorType getErrorType() const { return lastSetError; }
 
-  // A line for people, with its line feed.
+  // Returns a message in English that ends with a line feed.
   std::string getErrorString() const;
 
-  // Writes that line to standard output.
+  // Writes the message to standard output.
   void printError() const;
 
  private:

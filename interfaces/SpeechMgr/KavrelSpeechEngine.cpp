@@ -489,7 +489,8 @@ long SEUseVoice(SpeechChannelIdentifier ssr, VoiceSpec* voice, CFBundleRef inVoi
               ssr, voice != nullptr ? CodeText(voice->creator).c_str() : "",
               voice != nullptr ? CodeText(voice->id).c_str() : "");
   // The line has no line feed of its own: showing the bundle completes it.
-  if (inVoiceSpecBundle != nullptr && diagnosticsEnabled(kDiagChannels, 1)) CFShow(inVoiceSpecBundle);
+  if (inVoiceSpecBundle != nullptr && diagnosticsEnabled(kDiagChannels, 1))
+    CFShow(inVoiceSpecBundle);
 
   const long result = on_channel(ssr, [&](speech_channel* channel) REQUIRES(channel->lock) {
     CFURLRef url = CFBundleCopyBundleURL(inVoiceSpecBundle);

@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The converter's passes for character and number modes, emphasis, silence and sync marks, and for
-// text that is dropped: tune data and skipped context.
+// The converter's passes for character and number modes, emphasis, silence and sync marks, and the
+// passes that drop text: tune data and skipped context.
+//
+// A pass first asks the list whether it holds a command of its type, so that it costs nothing for a
+// text without one.
 #include "AppleMarkupConverter.h"
 #include "Numbers.h"
 
@@ -11,13 +14,15 @@ void AppleMarkupConverter::convertCharTags(TokenList& tokens) {
                         "</say-as>");
 }
 
-// Rationale: another attribute than for characters.
+// Rationale: not the attribute that is used for characters.
 void AppleMarkupConverter::convertNmbrTags(TokenList& tokens) {
   convertBinaryCommands(tokens, AppleMarkupToken::NUMBER_SPELLOUT_TAG,
                         AppleMarkupToken::NUMBER_NORMAL_TAG, "<say-as interpret-as='digits'>",
                         "</say-as>");
 }
 
+// Wraps the first word after each emphasis command. The element may end after further commands, so
+// its end is found in the base text and its closing tag inserted before the command that follows.
 void AppleMarkupConverter::convertEmphasisTags(TokenList& tokens) {
   if (!tokens.mayHold(AppleMarkupToken::EMPHASIS_POSITIVE_TAG)) return;
   const TokenList::MarkupId open = tokens.addMarkup("<emphasis strength='strong'>");
@@ -30,6 +35,7 @@ void AppleMarkupConverter::convertEmphasisTags(TokenList& tokens) {
     }
     // Rationale: the run begins at the token that follows the command, not at the command.
     run = findCommandRun(tokens, i + 1, run);
+    // No command follows the run, so there is no position for the closing tag.
     if (i > run.next) {
       ++i;
       continue;
@@ -38,6 +44,7 @@ void AppleMarkupConverter::convertEmphasisTags(TokenList& tokens) {
     tokens.insertMarkup(i + 1, tokens.endAt(i), open);
     tokens.insertMarkup(run.next, static_cast<int>(wordEnd), close);
     i = run.next == i ? i + 2 : run.next;
+    // The list has changed, so the known run no longer holds.
     run = CommandRun();
   }
 }
@@ -46,7 +53,7 @@ void AppleMarkupConverter::convertSilenceTags(TokenList& tokens) {
   if (!tokens.mayHold(AppleMarkupToken::SILENCE_TAG)) return;
   for (int i = 0; i < tokens.size(); ++i) {
     if (!appleTokenMatches(tokens, i, AppleMarkupToken::SILENCE_TAG)) continue;
-    // Rationale: the argument is copied as it stands, number or not.
+    // Rationale: the argument is copied as written, number or not.
     insertSSMLAfterToken(tokens, i, "<break time='" + tokens.argumentAt(i, 0) + "ms'/>");
   }
 }
@@ -55,14 +62,15 @@ void AppleMarkupConverter::convertSyncTags(TokenList& tokens) {
   if (!tokens.mayHold(AppleMarkupToken::SYNC_TAG)) return;
   for (int i = 0; i < tokens.size(); ++i) {
     if (!appleTokenMatches(tokens, i, AppleMarkupToken::SYNC_TAG)) continue;
-    // Rationale: the value travels in the upper half of the mark's number; what leaves at the top
-    // is lost.
+    // Rationale: the value is in the upper half of the mark's number; bits above that are lost.
     const auto value = static_cast<std::uint32_t>(readInteger(tokens.argumentAt(i, 0)));
     const auto number = static_cast<std::int32_t>(value << 16);
     insertSSMLAfterToken(tokens, i, "<mark name='" + std::to_string(number) + "'/>");
   }
 }
 
+// Makes the tune command cover everything up to the next command, and replaces it by nothing. If
+// the next command is no input mode and no reset, the tune data is left as it is.
 void AppleMarkupConverter::ignoreTunePhonesTags(TokenList& tokens) {
   if (!tokens.mayHold(AppleMarkupToken::TUNE_PHONES_TAG)) return;
   for (int i = 0; i < tokens.size(); ++i) {
@@ -74,7 +82,8 @@ void AppleMarkupConverter::ignoreTunePhonesTags(TokenList& tokens) {
         !appleTokenMatches(tokens, next, AppleMarkupToken::RESET_TAG)) {
       continue;
     }
-    // The markup in between is in the text when the tune's place is cleared, so it counts.
+    // The bytes are removed from a text that already holds the markup in between, so its length
+    // counts.
     int length = tokens.startAt(next) - tokens.startAt(i);
     for (int between = i + 1; between < next; ++between) {
       length += static_cast<int>(tokens.markupAt(between).size());
@@ -83,6 +92,8 @@ void AppleMarkupConverter::ignoreTunePhonesTags(TokenList& tokens) {
   }
 }
 
+// Inserts a comment that covers the text from the end of the skip command to the next context
+// command or reset, or to the end of the text if there is none.
 void AppleMarkupConverter::ignoreContextTags(TokenList& tokens,
                                              AppleMarkupToken::AppleTagType contextType) {
   const AppleMarkupToken::AppleTagType skipType = contextType == AppleMarkupToken::WORD_CONTEXT_TAG
@@ -102,12 +113,13 @@ void AppleMarkupConverter::ignoreContextTags(TokenList& tokens,
     const int end = next == 0 ? static_cast<int>(tokens.base().size()) : tokens.startAt(next);
     const int start = tokens.endAt(i);
 
+    // After the entries that start no later. If all of them do, the list finds the index itself.
     const int limit = next == 0 ? tokens.size() : next;
-    int place = i;
-    while (place < limit && tokens.startAt(place) <= start) ++place;
-    const int at = tokens.insertIgnoredText(place < limit ? place : 0, start, end - start);
-    // In a list out of order the text can land in front of its command, which must not come round
-    // again.
+    int index = i;
+    while (index < limit && tokens.startAt(index) <= start) ++index;
+    const int at = tokens.insertIgnoredText(index < limit ? index : 0, start, end - start);
+    // In a list that is out of order the comment can be inserted before its command, which must not
+    // be converted again.
     if (at <= i) ++i;
   }
 }

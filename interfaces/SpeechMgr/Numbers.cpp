@@ -1,4 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
+//
+// std::to_chars and std::from_chars do the conversions, since they do not depend on the locale.
+// They differ from a text stream in how far they read and in overflow, so numbers are scanned
+// first.
 #include "Numbers.h"
 
 #include <array>
@@ -23,11 +27,12 @@ std::size_t countDigits(std::string_view text, std::size_t position) {
   return count;
 }
 
+// Returns 1 if there is a sign at `position`, else 0.
 std::size_t signLength(std::string_view text, std::size_t position) {
   return position < text.size() && (text[position] == '+' || text[position] == '-') ? 1 : 0;
 }
 
-// A number as it stands in a text: sign, whole and fractional digits, exponent.
+// A number as written: sign, whole and fractional digits, exponent.
 struct Numeral {
   bool negative = false;
   std::string_view whole;
@@ -42,6 +47,8 @@ struct Numeral {
   }
 };
 
+// Takes the longest prefix that a text stream would take, even if it is not a complete number: a
+// stream reads "1e" and then fails, whereas std::from_chars would return 1.
 Numeral scanNumeral(std::string_view text) {
   Numeral numeral;
   std::size_t at = signLength(text, 0);
@@ -65,9 +72,11 @@ Numeral scanNumeral(std::string_view text) {
   return numeral;
 }
 
-// For a number that does not fit a double: whether it is too large, rather than too small.
+// For a number that does not fit a double: returns true if it is too large, false if it is too
+// small. std::from_chars reports both alike. The position of the first digit that is not 0 decides.
 bool isTooLarge(const Numeral& numeral) {
   std::int64_t exponent = 0;
+  // Clamped: no text is long enough for its digits to make up for such an exponent.
   for (const char digit : numeral.exponent) {
     if (exponent < 1'000'000'000) exponent = exponent * 10 + (digit - '0');
   }
@@ -90,6 +99,7 @@ std::string numberText(double value) {
   return std::string(text.data(), end.ptr);
 }
 
+// The sign is applied last, because std::from_chars does not accept "+".
 double readNumber(std::string_view text) {
   const Numeral numeral = scanNumeral(withoutLeadingSpace(text));
   if (!numeral.isComplete()) return 0.0;
@@ -111,6 +121,7 @@ std::int32_t readInteger(std::string_view text) {
   std::int64_t value = 0;
   for (std::size_t at = sign; at < text.size() && isDigit(text[at]); ++at) {
     value = value * 10 + (text[at] - '0');
+    // Clamped in every step, so that 64 bits suffice for any number of digits.
     if (value > limit) value = limit;
   }
   return static_cast<std::int32_t>(negative ? -value : value);

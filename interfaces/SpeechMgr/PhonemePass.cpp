@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The converter's pass for phoneme input.
+// The converter's pass for phoneme input: translates Apple phoneme symbols into engine phones, and
+// wraps the text in phoneme elements.
+//
+// Algorithm: shortest match. At each position the shortest symbol of the phone table is taken; a
+// table of single bytes finds most of them without a search.
 #include <algorithm>
 #include <array>
 #include <stdexcept>
@@ -13,7 +17,8 @@ namespace {
 
 const std::string kCloseTag = "</phoneme>";
 
-// The phone table, arranged for reading a text.
+// The phone table, arranged for reading a text. Made once per region; the maps must not be cleared
+// meanwhile.
 class PhoneReader {
  public:
   PhoneReader() {
@@ -23,8 +28,9 @@ class PhoneReader {
     }
   }
 
-  // Appends the phones for the bytes `start` … `end` of `text`, separated by blanks among
-  // themselves but not from what is there.
+  // Appends to `phones` the phones for the bytes `start` … `end` (inclusive) of `text`. Blanks
+  // separate them from each other, but not from the phones that `phones` already holds. A symbol
+  // that begins before `end` may extend past it.
   void translate(const std::string& text, unsigned int start, unsigned int end,
                  std::string& phones) const {
     if (start > end) return;
@@ -36,7 +42,7 @@ class PhoneReader {
         stressed = true;
         ++pos;
       } else if (pos < text.size() && text[pos] == '2') {
-        // Rationale: secondary stress leaves no trace.
+        // Rationale: secondary stress has no effect.
         ++pos;
       } else {
         const BrevoldPhone* phone = find(text, pos);
@@ -47,7 +53,7 @@ class PhoneReader {
   }
 
  private:
-  // The shortest symbol at `pos`, which moves behind it.
+  // Returns the phone of the shortest symbol at `pos`, and moves `pos` past the symbol.
   const BrevoldPhone* find(const std::string& text, std::size_t& pos) const {
     if (pos < text.size()) {
       if (const BrevoldPhone* phone = m_single[static_cast<unsigned char>(text[pos])]) {
@@ -64,6 +70,8 @@ class PhoneReader {
     throw AppleSynthesisError(BAD_PHONE_SEQUENCE);
   }
 
+  // A vowel gets its stress digit, 1 or 0. A symbol without a phone adds nothing, unless it is a
+  // vowel.
   static void append(const BrevoldPhone& phone, std::string& phones, std::size_t begin,
                      bool stressed) {
     const bool silent = phone.phone.empty() && !phone.isVowel;
@@ -86,6 +94,8 @@ std::string AppleMarkupConverter::convertPhones(const std::string& applePhones, 
   return phones;
 }
 
+// `phonemes` is never cleared, so each element's `ph` attribute begins with the phones of the
+// elements before it; `written` counts the bytes of all attributes, for the limit.
 void AppleMarkupConverter::convertPhoneTags(TokenList& tokens) {
   if (!tokens.mayHold(AppleMarkupToken::PHONEME_TAG)) return;
   std::string phonemes;
@@ -97,13 +107,13 @@ void AppleMarkupConverter::convertPhoneTags(TokenList& tokens) {
   removeCommandsInPhonemes(tokens);
 }
 
-// Converts the region that the command at `index` begins, and those that further phoneme commands
-// begin inside it: all of them reach to the same text command or reset, whose index is the result.
+// Converts the region that begins with the command at `index`, and the regions of further phoneme
+// commands inside it. All of them end at the same text command or reset; returns its index.
 int AppleMarkupConverter::convertPhoneRegion(TokenList& tokens, int index, std::string& phonemes,
                                              std::size_t& written) {
   const PhoneReader reader;
   std::string phones;               // of the whole region
-  std::vector<std::size_t> starts;  // where those of each phoneme command begin
+  std::vector<std::size_t> starts;  // for each phoneme command, where its phones begin
   int end = index;
   do {
     const int current = end;
@@ -111,13 +121,16 @@ int AppleMarkupConverter::convertPhoneRegion(TokenList& tokens, int index, std::
       starts.push_back(phones.size());
     }
     end = nextAppleToken(tokens, current + 1);
+    // The region has no end.
     if (end == 0) throw AppleSynthesisError(BAD_PHONE_SEQUENCE);
     reader.translate(tokens.base(), static_cast<unsigned int>(tokens.endAt(current)),
                      static_cast<unsigned int>(tokens.startAt(end)) - 1, phones);
   } while (!appleTokenMatches(tokens, end, AppleMarkupToken::TEXT_TAG) &&
            !appleTokenMatches(tokens, end, AppleMarkupToken::RESET_TAG));
 
-  // Opening tags from front to back, closing tags all at the end: insertions stay near each other.
+  // Opening tags front to back, then all closing tags: successive insertions stay near each other
+  // in the gap buffer. The first closing tag is inserted before any opening tag: in a list that is
+  // out of order, the order of insertions decides the indices.
   const TokenList::MarkupId close = tokens.addMarkup(kCloseTag);
   std::size_t nth = 0;
   for (int at = index; at < end; ++at) {
@@ -136,6 +149,8 @@ int AppleMarkupConverter::convertPhoneRegion(TokenList& tokens, int index, std::
   return end;
 }
 
+// Drops the commands inside phoneme elements from the list. Their text stays in the converted text
+// as content of the element; the engine does not speak the content but the attribute.
 void AppleMarkupConverter::removeCommandsInPhonemes(TokenList& tokens) {
   for (int j = 0; j < tokens.size(); ++j) {
     if (!appleTokenMatches(tokens, j, AppleMarkupToken::PHONEME_TAG)) continue;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The converter's passes for volume, rate, base pitch and pitch range.
+// The converter's passes for volume, rate, base pitch and pitch range: one generic pass with a
+// command type, an attribute, a unit and a start value for each.
 #include <cmath>
 #include <utility>
 
@@ -13,6 +14,7 @@ double AppleMarkupConverter::convertVolumeUnits(double volume) {
 }
 
 double AppleMarkupConverter::convertRateUnits(double rate) {
+  // Rationale: the line number of the diagnostic line is fixed.
   if (diagnosticsEnabled(kDiagMarkup, 2)) {
     cst_dbg_timestamp();
     cst_dbg_ffl("AppleMarkupConverter", "convertRateUnits", 596);
@@ -28,7 +30,8 @@ double AppleMarkupConverter::midiToHz(double note) {
 
 namespace {
 
-// The value after the command at `index`, from the value before it.
+// Returns the value after the command at `index`; `value` is the value before it. A sign is an
+// argument of its own and makes the number relative.
 double changedValue(const TokenList& tokens, int index, double value) {
   const AppleMarkupToken command =
       tokens.getTokenAt(static_cast<unsigned int>(index)).getAppleMarkupToken();
@@ -40,6 +43,8 @@ double changedValue(const TokenList& tokens, int index, double value) {
 
 }  // namespace
 
+// A command of the type begins a region with a new value, which reaches to the next command of the
+// type or the next reset. Within it the same tag is opened again after every other command.
 void AppleMarkupConverter::convertProsodyTags(TokenList& tokens,
                                               AppleMarkupToken::AppleTagType tagType,
                                               std::string attribute, std::string units,

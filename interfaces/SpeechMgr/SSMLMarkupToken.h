@@ -2,7 +2,7 @@
 //
 // SSMLMarkupToken: the markup that replaces an embedded command, and whether any was set.
 //
-// A value class without locks.
+// Threads: a value class without locks.
 #pragma once
 
 #include <string>
@@ -17,7 +17,7 @@ class SSMLMarkupToken {
   SSMLMarkupToken(SSMLMarkupToken&&) = default;
   SSMLMarkupToken& operator=(SSMLMarkupToken&&) = default;
 
-  // An empty string counts as set, too.
+  // Sets the markup. An empty string also counts as set.
   void setTokenString(std::string token) {
     m_token = std::move(token);
     m_inited = true;

@@ -13,9 +13,9 @@ namespace {
 
 speech_channel* channels GUARDED_BY(channel_registry) = nullptr;  // the newest
 
-// Every record that is not freed yet, find_registered or not. An engine may send an event for a channel
-// that is long gone, and only this tells. Never destroyed: engine threads may outlive the process's
-// static objects.
+// Every record that is not freed yet, find_registered or not. An engine may send an event for a
+// channel that is long gone, and only this tells. Never destroyed: engine threads may outlive the
+// process's static objects.
 std::unordered_set<speech_channel*>& live_records() REQUIRES(channel_registry) {
   static auto& records = *new std::unordered_set<speech_channel*>;
   return records;

@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// SpeechMarkupToken: an entry of a token list. A command as found in the text, the markup that
-// replaces it, and where it starts. Both halves are always there: markup that is set takes the
-// place of the bytes that the command covers, markup that is not set only removes them. An entry
-// with a default command covers nothing and only inserts.
+// SpeechMarkupToken: an entry of a token list: a command as found in the text, the markup that
+// replaces it, and its start position.
 //
-// A value class without locks.
+// An entry always has both halves. If the markup is set, it replaces the bytes that the command
+// covers; if it is not set, the bytes are removed. An entry with a default command covers nothing
+// and only inserts.
+//
+// Threads: a value class without locks.
 #pragma once
 
 #include "AppleMarkupToken.h"
@@ -25,7 +27,7 @@ class SpeechMarkupToken {
   AppleMarkupToken getAppleMarkupToken() const { return m_oAppleMarkupToken; }
   SSMLMarkupToken getSSMLMarkupToken() const { return m_oSSMLMarkupToken; }
 
-  // Index in the list's base string of the first byte that the command covers; -1 when never set.
+  // Position in the list's base string of the first byte that the command covers; -1 if never set.
   int getStartPos() const { return m_startPos; }
   void setStartPos(unsigned int position) { m_startPos = static_cast<int>(position); }
 

@@ -48,7 +48,8 @@ constinit LeafMutex maps_lock;
 
 // Other threads read the maps meanwhile, so nothing is written that stands there already.
 template <typename Map>
-void setIfDifferent(Map& map, const typename Map::key_type& key, const typename Map::mapped_type& value) {
+void setIfDifferent(Map& map, const typename Map::key_type& key,
+                    const typename Map::mapped_type& value) {
   const auto [entry, added] = map.try_emplace(key, value);
   if (!added && !(entry->second == value)) entry->second = value;
 }
