@@ -1,13 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Writing a line of the diagnostic log: four calls of the engine library, made only when the area
-// is switched on and the level is above the line's threshold. The arguments are not evaluated
-// otherwise.
+// Lines of the diagnostic log. A line is four calls of the engine library. They are made only if
+// the area is enabled and the level is above the line's threshold; otherwise the arguments are not
+// even evaluated.
+//
+// Threads: safe to call from any thread. No leaf lock may be held (see Locks.h).
 #pragma once
 
 #include <cst.h>
 
-// The parts of the plug-in that write lines, as bits of cst_diag_mask.
+// The areas of the plug-in that write lines, as bits of cst_diag_mask.
 inline constexpr unsigned int kDiagChannels = 0x800;
 inline constexpr unsigned int kDiagMarkup = 0x1000;
 

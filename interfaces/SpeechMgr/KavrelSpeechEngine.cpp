@@ -1,4 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
+//
+// The entry points: each finds its channel, takes the lock and delegates to the channel layer.
+// Preparing and converting a text, and the selectors, are here.
 #include "KavrelSpeechEngine.h"
 
 #include <array>
@@ -16,23 +19,23 @@
 #include "ChannelSupport.h"
 #include "SpeechMgrUtils.h"
 
-// A line of an entry point, under its name.
+// Writes a diagnostic line of an entry point. `function` is its name.
 #define ENGINE_LINE(above, function, ...) \
   DIAG_LINE(kDiagChannels, above, "KavrelSpeechEngine", function, __VA_ARGS__)
 
 namespace {
 
-// Does an entry point's work on the open channel of that identifier, under its lock; noSynthFound
-// when there is none.
+// Calls `work` with the open channel of that identifier, under its lock, and returns its result.
+// Returns noSynthFound if there is no such channel.
 template <typename Work>
 long on_channel(SpeechChannelIdentifier ssr, Work work) {
   const ChannelHold hold(ssr);
   if (!hold) return noSynthFound;
   speech_channel* const channel = hold.get();
   const ChannelLock held(channel);
-  // Another thread may have closed it before this one had the lock.
+  // Another thread may have closed the channel before this one got the lock.
   if (is_closing(channel)) return noSynthFound;
-  // Spelt out: the compiler's check takes the arguments of an operator for those after its object.
+  // Not written work(channel): clang's lock check would take the wrong argument for `channel`.
   return work.operator()(channel);
 }
 
@@ -57,7 +60,7 @@ constexpr OSType kSubType = 0x4B56524C;          // "KVRL"
 constexpr OSType kManufacturer = 0x42525644;     // "BRVD"
 constexpr std::size_t kPathSize = 2048;
 
-// Positions are signed 32-bit numbers, and markup makes a text longer.
+// Positions are signed 32-bit numbers, and markup makes a text longer: a quarter of their range.
 constexpr std::size_t kMaxTextBytes = 0x1FFFFFFF;
 
 template <typename Value>
@@ -67,11 +70,12 @@ Value& valueAt(void* speechInfo) {
 
 }  // namespace
 
-// ---- Opening, closing, state ----
+// ---- Opening, closing, state
 
 long SEOpenSpeechChannel(SpeechChannelIdentifier* ssr) {
   static std::atomic<SpeechChannelIdentifier> gNextIdentifier{0};
   if (ssr == nullptr) return paramErr;
+  // Rationale: the identifier is stored even if the channel cannot be opened.
   const SpeechChannelIdentifier id = ++gNextIdentifier;
   *ssr = id;
   try {
@@ -94,6 +98,8 @@ long SECloseSpeechChannel(SpeechChannelIdentifier ssr) {
 
 namespace {
 
+// Position and phoneme are those of the last phoneme event; the engine's thread may change them
+// meanwhile.
 void get_status(speech_channel* channel, SpeechStatusInfo& status) REQUIRES(channel->lock) {
   status.outputBusy = channel->status == STATUS_BUSY;
   status.outputPaused = channel->status == STATUS_PAUSED;
@@ -121,7 +127,7 @@ long SESpeechStatus(SpeechChannelIdentifier ssr, SpeechStatusInfo* status) {
   });
 }
 
-// ---- Stop, pause, continue ----
+// ---- Stop, pause, continue
 
 long SEStopSpeechAt(SpeechChannelIdentifier ssr, unsigned long whereToStop) {
   ENGINE_LINE(3, "SEStopSpeechAt", "Stop Channel ID: %d, whereToStop: %d\n", ssr,
@@ -159,16 +165,18 @@ long SEUseDictionary(SpeechChannelIdentifier ssr, void* /*dictionary*/, long /*d
   return noErr;
 }
 
-// ---- Speaking ----
+// ---- Speaking
 
 namespace {
 
+// Returns the text up to its length or its NUL, for a diagnostic line.
 std::string boundedText(const char* text, long length) {
   if (text == nullptr || length <= 0) return std::string();
   return std::string(text, strnlen(text, static_cast<std::size_t>(length)));
 }
 
-// The channel's text, and room behind it; grows by doubling.
+// The channel's text as a buffer that grows by doubling, so that many pieces are appended in linear
+// time.
 class GrowingText {
  public:
   explicit GrowingText(char*& text)
@@ -194,7 +202,8 @@ class GrowingText {
   std::size_t m_room;
 };
 
-// While the client is asked for more text it may call anything, but not speak on this channel.
+// RAII guard: marks that the text-done callback is being called. The callback may call every entry
+// point, but a speak on this channel returns synthNotReady.
 class GatheringScope {
  public:
   explicit GatheringScope(bool& gathering) : m_gathering(gathering) { m_gathering = true; }
@@ -206,8 +215,8 @@ class GatheringScope {
   bool& m_gathering;
 };
 
-// Adds what the client's text-done callback still has to say.
-// Rationale: a piece ends at its NUL; the length that the client gives is not looked at.
+// Appends the texts that the client's text-done callback supplies, until it supplies none.
+// Rationale: a text ends at its NUL; the length that the client stores is ignored.
 void gather_more_text(speech_channel* channel, long controlFlags) REQUIRES(channel->lock) {
   const SpeechTextDoneProcPtr text_done = load_shared(channel->cb_text_done);
   if (text_done == nullptr) return;
@@ -224,12 +233,14 @@ void gather_more_text(speech_channel* channel, long controlFlags) REQUIRES(chann
   }
 }
 
+// Returns `text`; throws std::bad_alloc if it is null, as the cst allocator reports that.
 char* owned_text(char* text) {
   if (text == nullptr) throw std::bad_alloc();
   return text;
 }
 
-// Replaces the channel's text, as the caller wrote it, by the text for the engine and its maps.
+// Replaces the channel's text, as the caller wrote it, by the text for the engine, and makes its
+// maps. The maps are handed to the channel last, when nothing can fail any more.
 void convert_text(speech_channel* channel, AppleMarkupConverter& amc) REQUIRES(channel->lock) {
   if (std::strlen(channel->text) > kMaxTextBytes) throw AppleSynthesisError(INDEX_OUT_OF_RANGE);
   ENGINE_LINE(2, "SESpeakBuffer", "Converting: \"%s\"\n", channel->text);
@@ -244,7 +255,8 @@ void convert_text(speech_channel* channel, AppleMarkupConverter& amc) REQUIRES(c
   ENGINE_LINE(2, "SESpeakBuffer", "Converted: \"%s\"\n", channel->text);
 
   std::unique_ptr<OffsetMap> offsets(amc.getOffsets());
-  // Later queries come from the engine's thread; this one builds the lists before.
+  // The first query builds the lists. Later ones come from the engine's thread under a leaf lock,
+  // which may be held for a few instructions only.
   offsets->offset(0);
   std::unique_ptr<PositionMap> positions;
   if (exact) positions = std::make_unique<PositionMap>(amc.getPositions().after(prepared));
@@ -253,19 +265,21 @@ void convert_text(speech_channel* channel, AppleMarkupConverter& amc) REQUIRES(c
   channel->text_positions = positions.release();
 }
 
-// Nothing is spoken: back to idle, without text.
+// Makes the channel idle without a text: nothing is spoken.
 void discard_text(speech_channel* channel) REQUIRES(channel->lock) {
   release_text(channel);
   channel->output_is_file = 0;
   channel->status = STATUS_IDLE;
 }
 
+// Gathers, converts and speaks the text. Every way out without a job leaves the channel idle.
 long speak_text(speech_channel* channel, AppleMarkupConverter& amc, const char* text, long length,
                 long controlFlags) REQUIRES(channel->lock) {
   if (channel->status != STATUS_IDLE || channel->gathering) return synthNotReady;
   try {
     channel->text = owned_text(cst_substr(text, 0, text != nullptr ? length : 0));
     gather_more_text(channel, controlFlags);
+    // The callback may have closed the channel.
     if (is_closing(channel)) {
       discard_text(channel);
       return noSynthFound;
@@ -287,6 +301,7 @@ long speak_text(speech_channel* channel, AppleMarkupConverter& amc, const char* 
 }  // namespace
 
 long SESpeakBuffer(SpeechChannelIdentifier ssr, Ptr textBuf, long byteLen, long controlFlags) {
+  // Made first and destroyed last, outside the lock: freeing a large text takes time.
   AppleMarkupConverter amc;
   ENGINE_LINE(1, "SESpeakBuffer",
               "Speak Channel ID: %d, length: %d, control flags: %x, text:\n%s\n", ssr,
@@ -297,7 +312,7 @@ long SESpeakBuffer(SpeechChannelIdentifier ssr, Ptr textBuf, long byteLen, long 
   });
 }
 
-// ---- Settings ----
+// ---- Settings
 
 namespace {
 
@@ -312,6 +327,7 @@ void get_version(SpeechVersionInfo& version) {
   version.synthVersion.stage = 0x80;  // final
 }
 
+// Rationale: "soErrors" and "soRecentSync" are accepted and write nothing.
 long get_info(speech_channel* channel, unsigned long selector, void* speechInfo)
     REQUIRES(channel->lock) {
   const SpeechMgrEnv environment = channel->environment;
@@ -358,7 +374,7 @@ long get_info(speech_channel* channel, unsigned long selector, void* speechInfo)
   }
 }
 
-// `flag` becomes true for the code `on`, false for `off`; other codes change nothing.
+// Sets `flag` to true for the code `on` and to false for `off`; other codes are ignored.
 void set_mode(bool& flag, OSType mode, OSType on, OSType off) {
   if (mode == on) flag = true;
   if (mode == off) flag = false;
@@ -371,6 +387,8 @@ void set_delimiters(SpeechMgrEnv& environment, const DelimiterInfo& delimiters) 
   }
 }
 
+// Copies the path of `url`; null ends the output to a file. If the copy fails, `outfile` keeps the
+// buffer that was allocated.
 long set_output_file(speech_channel* channel, CFURLRef url) REQUIRES(channel->lock) {
   cst_free(channel->outfile);
   channel->outfile = nullptr;
@@ -388,6 +406,7 @@ long set_callback(Callback& field, void* speechInfo) {
   return noErr;
 }
 
+// The settings proper: converters get a copy of them, so a change does not affect the current text.
 long set_value(speech_channel* channel, unsigned long selector, void* speechInfo)
     REQUIRES(channel->lock) {
   SpeechMgrEnv& environment = channel->environment;
@@ -430,11 +449,13 @@ long set_value(speech_channel* channel, unsigned long selector, void* speechInfo
     case soOutputToFileWithCFURL:
       return set_output_file(channel, static_cast<CFURLRef>(speechInfo));
     default:
-      // Rationale: what is not known is accepted.
+      // Rationale: unknown selectors are accepted.
       return noErr;
   }
 }
 
+// Callbacks and the reference constant: for these `speechInfo` is the value itself, not an address.
+// The engine's thread reads them without the lock.
 long set_info(speech_channel* channel, unsigned long selector, void* speechInfo)
     REQUIRES(channel->lock) {
   switch (selector) {
@@ -480,7 +501,7 @@ long SESetSpeechInfo(SpeechChannelIdentifier ssr, unsigned long selector, void* 
   });
 }
 
-// ---- Voice ----
+// ---- Voice
 
 long SEUseVoice(SpeechChannelIdentifier ssr, VoiceSpec* voice, CFBundleRef inVoiceSpecBundle) {
   ENGINE_LINE(1, "SEUseVoice",
@@ -488,7 +509,7 @@ long SEUseVoice(SpeechChannelIdentifier ssr, VoiceSpec* voice, CFBundleRef inVoi
               "voice bundle info: ",
               ssr, voice != nullptr ? CodeText(voice->creator).c_str() : "",
               voice != nullptr ? CodeText(voice->id).c_str() : "");
-  // The line has no line feed of its own: showing the bundle completes it.
+  // Rationale: the line has no line feed; CFShow of the bundle completes it.
   if (inVoiceSpecBundle != nullptr && diagnosticsEnabled(kDiagChannels, 1))
     CFShow(inVoiceSpecBundle);
 

@@ -1,13 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The plug-in's face: the twelve entry points that the Speech Synthesis Manager calls.
+// The twelve entry points of the plug-in, which the Speech Synthesis Manager calls.
 //
-// Threads: every entry point may be called on any thread, and from inside every callback. Each
-// takes the lock of the channel it names, close, text-to-phonemes and use-dictionary aside; a stop
-// and a speak may hold it while they wait for the engine. Results: noErr (0); noSynthFound (-240)
-// when no open channel has the identifier; what else each one answers stands with it. Exceptions:
-// none leaves an entry point, except that SESpeakBuffer lets memory and range errors of the text
-// conversion out, with the channel idle.
+// Threads: every entry point may be called on any thread, also from inside every callback. Each
+// holds the lock of its channel while it works, except SEOpenSpeechChannel, SECloseSpeechChannel,
+// SETextToPhonemes and SEUseDictionary. A stop and a speak may hold the lock while they wait for
+// the engine.
+//
+// Results: noErr (0) for success; noSynthFound (-240) if no open channel has the identifier; other
+// results are listed at each entry point.
+//
+// Exceptions: none leaves an entry point, except that std::bad_alloc and std::out_of_range of the
+// text conversion leave SESpeakBuffer. The channel is idle then.
 #pragma once
 
 #include <ApplicationServices/ApplicationServices.h>
@@ -22,46 +26,47 @@
 #define KAVREL_ENTRY_POINT extern "C"
 #endif
 
-// Note number (60 is middle C) of a frequency in Hz, cut to a whole number.
-// Rationale: the literals are the ones that turn note numbers back into Hz (see midiToHz); shorter
-// or longer ones move the two constants below.
+// Returns the note number (60 is middle C) of a frequency in Hz, truncated to a whole number.
+// Rationale: midiToHz uses the same literals for the opposite direction; shorter or longer ones
+// would change the two constants below.
 inline int assumedPitchNote(double hertz) {
   return static_cast<int>(60.0 + (std::log(hertz) - std::log(261.625)) / std::log(1.05946309435));
 }
 
-// The pitch taken as a voice's own, as note numbers; computed when the plug-in is loaded.
+// The pitch that is assumed for a voice, as note numbers; computed when the plug-in is loaded.
 static const int kAssumedMalePitch = assumedPitchNote(100.0);    // 43
 static const int kAssumedFemalePitch = assumedPitchNote(180.0);  // 53
 
 // Private selector of SESetSpeechInfo. The value is the pointer itself, as for the reference
-// constant: non-null makes the word callback report each word's true place and length in the
-// caller's buffer; null, the default, what the offset arithmetic gives. Not readable.
+// constant. Non-null: the word callback reports each word's true position and length in the
+// caller's buffer (PositionMap). Null, the default: it reports the results of the offset arithmetic
+// (OffsetMap). Takes effect with the next SESpeakBuffer. Cannot be read.
 inline constexpr unsigned long kCallerPositions = 0x63706F73;  // "cpos"
 
-// Opens a channel and stores its identifier in `*ssr`: 1, 2, 3 ..., never used again.
-// paramErr: `ssr` is null, no identifier is used up. synthOpenFailed: there is no channel, but the
-// identifier is used up and stored.
+// Opens a channel and stores its identifier in `*ssr`: 1, 2, 3 ..., never reused.
+// paramErr: `ssr` is null; no identifier is used. synthOpenFailed: out of memory; no channel is
+// open, but the identifier is used and stored.
 KAVREL_ENTRY_POINT long SEOpenSpeechChannel(SpeechChannelIdentifier* ssr);
 
-// Stops what is spoken and closes the channel. From inside a callback, too; the record goes when
-// the last thread has let go of it.
+// Stops speech and closes the channel. May be called from inside a callback of the channel; the
+// record is freed when the last thread has stopped using it.
 KAVREL_ENTRY_POINT long SECloseSpeechChannel(SpeechChannelIdentifier ssr);
 
-// Fills `*status`; paramErr when it is null.
+// Fills `*status`. paramErr: `status` is null.
 // Rationale: a paused channel reads as not busy, with no bytes left and phoneme 0.
 KAVREL_ENTRY_POINT long SESpeechStatus(SpeechChannelIdentifier ssr, SpeechStatusInfo* status);
 
-// Stops at the place (kImmediate, kEndOfWord, kEndOfSentence), and returns when the job is
+// Stops at the boundary (kImmediate, kEndOfWord, kEndOfSentence) and returns when the job is
 // finished. -1: the engine refused.
 KAVREL_ENTRY_POINT long SEStopSpeechAt(SpeechChannelIdentifier ssr, unsigned long whereToStop);
 
-// Pauses at the place. -1: the engine refused; the channel counts as paused all the same.
+// Pauses at the boundary. -1: the engine refused; the channel counts as paused all the same.
 KAVREL_ENTRY_POINT long SEPauseSpeechAt(SpeechChannelIdentifier ssr, unsigned long whereToPause);
 
-// Goes on after a pause. -1: the engine refused.
+// Continues after a pause. -1: the engine refused; the channel counts as busy all the same.
 KAVREL_ENTRY_POINT long SEContinueSpeech(SpeechChannelIdentifier ssr);
 
-// Not offered: answers noErr and writes nothing.
+// Not offered: returns noErr and writes nothing.
 KAVREL_ENTRY_POINT long SETextToPhonemes(SpeechChannelIdentifier ssr, char* textBuf, long textBytes,
                                          void** phonemeBuf, long* phonBytes);
 
@@ -69,25 +74,27 @@ KAVREL_ENTRY_POINT long SETextToPhonemes(SpeechChannelIdentifier ssr, char* text
 KAVREL_ENTRY_POINT long SEUseDictionary(SpeechChannelIdentifier ssr, void* dictionary,
                                         long dictLength);
 
-// Speaks `byteLen` bytes of `textBuf` (Mac OS Roman, with embedded commands) and whatever the
-// text-done callback adds, in the background. The text is copied; a null buffer or a negative
-// length counts as no text. `controlFlags` change nothing here.
-// synthNotReady: the channel speaks or is paused, or the engine cannot start. badInputText: the
-// text cannot be converted, or has 512 MiB or more. In both cases nothing is spoken.
+// Speaks `byteLen` bytes of `textBuf` (Mac OS Roman, with embedded commands), and the text that the
+// text-done callback adds, in the background. The text is copied. A null buffer or a negative
+// length counts as an empty text. `controlFlags` are passed to the text-done callback and ignored
+// otherwise. synthNotReady: the channel is speaking or paused, or the engine cannot start.
+// badInputText: the text cannot be converted, or has 512 MiB or more. noSynthFound: also if the
+// text-done callback has closed the channel. In all these cases nothing is spoken.
 KAVREL_ENTRY_POINT long SESpeakBuffer(SpeechChannelIdentifier ssr, Ptr textBuf, long byteLen,
                                       long controlFlags);
 
-// Reads a setting into `*speechInfo`. paramErr: `speechInfo` is null. siUnknownInfoType: there is
-// no such selector to read.
+// Reads a setting into `*speechInfo`. paramErr: `speechInfo` is null. siUnknownInfoType: the
+// selector is unknown or cannot be read.
 KAVREL_ENTRY_POINT long SEGetSpeechInfo(SpeechChannelIdentifier ssr, unsigned long selector,
                                         void* speechInfo);
 
-// Changes a setting. What is being spoken is not disturbed. paramErr: the file's URL has no path.
-// Rationale: an unknown selector is accepted, though reading it is refused.
+// Changes a setting. Callbacks and the reference constant take effect at once, all other settings
+// with the next text. paramErr: the URL of the output file has no path, or out of memory.
+// Rationale: unknown selectors are accepted, although reading them is refused.
 KAVREL_ENTRY_POINT long SESetSpeechInfo(SpeechChannelIdentifier ssr, unsigned long selector,
                                         void* speechInfo);
 
-// Chooses the voice for the next job: its specification and its bundle on disk. A bundle without a
+// Sets the voice for the next job: its specification and its bundle on disk. A bundle without a
 // path is accepted here; the next job then cannot start.
 KAVREL_ENTRY_POINT long SEUseVoice(SpeechChannelIdentifier ssr, VoiceSpec* voice,
                                    CFBundleRef inVoiceSpecBundle);

@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The plug-in's locks, with rules that are checked: by clang's -Wthread-safety when it compiles
-// (other compilers ignore them), and by assertions when NDEBUG is not set.
+// The plug-in's locks and their rules. Clang's -Wthread-safety checks the rules at compile time
+// (other compilers ignore them); assertions check more at run time if NDEBUG is not set.
 //
-// A member marked GUARDED_BY(lock) is used only while that lock is held; a function marked
-// REQUIRES(lock) is called only then. Leaf locks come last: a thread holds one at most, for a few
-// instructions, and never while it calls a client, the engine or the platform.
+// A member marked GUARDED_BY(lock) is used only while that lock is held. A function marked
+// REQUIRES(lock) is called only while that lock is held.
+//
+// Lock order: a channel's lock, then an OuterMutex, then a leaf lock. A thread holds at most one
+// leaf lock, for a few instructions, and never while it calls a client, the engine or the platform.
 #pragma once
 
 #include <atomic>
@@ -42,15 +44,17 @@ inline void check_no_leaf_lock() {
 }
 #endif
 
-// A client, the engine or the platform is called as outside(function)(arguments).
+// Every call of a client, the engine or the platform is written outside(function)(arguments): in
+// debug builds this asserts that the thread holds no leaf lock.
 template <typename Function>
 Function* outside(Function* function) {
   check_no_leaf_lock();
   return function;
 }
 
-// A mutex under which others may be called. Constant-initialised and never destroyed, so that one
-// of the whole process outlives its static objects; one inside an object is ended with destroy().
+// A mutex that may be held while others are called. Constant-initialised and without a destructor,
+// so that a global one outlives the static objects of the process. The owner of one inside an
+// object calls destroy().
 class CAPABILITY("mutex") OuterMutex {
  public:
   void lock() ACQUIRE() { pthread_mutex_lock(&m_mutex); }
@@ -61,7 +65,7 @@ class CAPABILITY("mutex") OuterMutex {
   pthread_mutex_t m_mutex = PTHREAD_MUTEX_INITIALIZER;
 };
 
-// Likewise, but nobody is called under it, and it is taken last.
+// The same for a leaf lock: it is taken last, and nothing outside is called while it is held.
 class CAPABILITY("leaf lock") LeafMutex {
  public:
   void lock() ACQUIRE() {
@@ -78,7 +82,7 @@ class CAPABILITY("leaf lock") LeafMutex {
   pthread_mutex_t m_mutex = PTHREAD_MUTEX_INITIALIZER;
 };
 
-// One of these two, for a scope.
+// RAII guard: holds one of the two mutexes for a scope.
 template <typename Mutex>
 class SCOPED_CAPABILITY ScopedLock {
  public:
@@ -93,8 +97,8 @@ class SCOPED_CAPABILITY ScopedLock {
 using OuterLock = ScopedLock<OuterMutex>;
 using LeafLock = ScopedLock<LeafMutex>;
 
-// Who holds a channel's recursive `mtx`. It stands for that lock in the rules, since the system's
-// type takes none; ChannelLock keeps the two together.
+// The thread that holds a channel's recursive `mtx`, and how many times. It represents that lock in
+// the rules, since the system's mutex type cannot be annotated; ChannelLock keeps the two together.
 class CAPABILITY("channel lock") ChannelOwner {
  public:
   void enter() ACQUIRE() {
@@ -102,9 +106,9 @@ class CAPABILITY("channel lock") ChannelOwner {
     ++m_depth;
   }
   void leave() RELEASE() { --m_depth; }
-  // The calling thread holds the lock more than once.  [lock held]
+  // Returns true if the calling thread holds the lock more than once. Call with the lock held.
   bool is_held_recursively() const { return m_depth > 1; }
-  // The calling thread holds the lock; checked in debug builds only.
+  // Asserts that the calling thread holds the lock. Debug builds only.
   void assert_held() const {
     check_no_leaf_lock();
     assert(m_depth > 0);
@@ -112,6 +116,7 @@ class CAPABILITY("channel lock") ChannelOwner {
   }
 
  private:
-  std::atomic<pthread_t> m_thread{};  // atomic for the assertion's sake: it may be another's
-  std::atomic<int> m_depth{0};        // likewise
+  // Atomic, because assert_held() may read them while another thread holds the lock.
+  std::atomic<pthread_t> m_thread{};
+  std::atomic<int> m_depth{0};
 };

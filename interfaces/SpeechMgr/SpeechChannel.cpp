@@ -1,4 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
+//
+// The registry of channels, their reference counts, the engine, and closing. SpeechChannel.h states
+// ownership and locks.
 #include "SpeechChannel.h"
 
 #include <new>
@@ -11,20 +14,21 @@ constinit LeafMutex channel_registry;
 
 namespace {
 
-speech_channel* channels GUARDED_BY(channel_registry) = nullptr;  // the newest
+speech_channel* channels GUARDED_BY(channel_registry) = nullptr;  // head of the list: the newest
 
-// Every record that is not freed yet, find_registered or not. An engine may send an event for a
-// channel that is long gone, and only this tells. Never destroyed: engine threads may outlive the
-// process's static objects.
+// All records that have not been freed, registered or not. An engine may send an event for a
+// channel that was freed long ago; only this set shows that. Never destroyed: engine threads may
+// outlive the static objects of the process.
 std::unordered_set<speech_channel*>& live_records() REQUIRES(channel_registry) {
   static auto& records = *new std::unordered_set<speech_channel*>;
   return records;
 }
 
-// Held while the engine is opened, so that two first channels open it once.
+// Held while the engine is opened, so that two threads that open the first channels open it once.
 constinit OuterMutex engine_lock;
 kavrel_engine_struct* engine GUARDED_BY(engine_lock) = nullptr;
 
+// If the engine cannot be opened, the next channel tries again.
 void open_engine(kavrel_params* params) {
   OuterLock held(engine_lock);
   if (engine != nullptr) return;
@@ -42,7 +46,7 @@ void init_locks(speech_channel* channel) {
   pthread_cond_init(&channel->speech_finished, nullptr);
 }
 
-// Nobody else has the record any more.
+// The last reference is gone, so no lock is needed, and none could be taken.
 void free_record(speech_channel* channel) NO_THREAD_SAFETY_ANALYSIS {
   check_no_leaf_lock();
   cst_free(channel->outfile);
@@ -77,7 +81,7 @@ void unlink_channel(speech_channel* channel) REQUIRES(channel_registry) {
   channel->next = nullptr;
 }
 
-// False when another thread is closing the channel already.
+// Returns false if another thread is closing the channel already.
 bool begin_closing(speech_channel* channel) {
   LeafLock held(channel_registry);
   if (channel->closing) return false;
@@ -85,17 +89,19 @@ bool begin_closing(speech_channel* channel) {
   return true;
 }
 
-// Waits until the signalling thread of a job that is being finished has made its call.
+// Waits until the signalling thread of a job that is being finished has called the client.
 void wait_for_signal(speech_channel* channel) REQUIRES(channel->lock) {
   if (channel->status != STATUS_CLOSING) return;
-  // The lock of an entry point around this callback keeps that thread waiting until it returns.
+  // An entry point that called this callback holds the lock, and the signalling thread waits for
+  // it: to wait for that thread here would be a deadlock.
   if (channel->lock.is_held_recursively()) return;
   const unsigned int before = channel->jobs_signalled;
   while (channel->jobs_signalled == before) wait_for_finished(channel);
 }
 
-// A job that could not be stopped speaks on; its client hears no more of it. One that is still to
-// be signalled is over.
+// Switches the callbacks off. A job that could not be stopped continues to speak, but its client
+// gets no more calls. A job that is still to be signalled (STATUS_CLOSING) has ended, and its
+// speech-done is due.
 void drop_callbacks(speech_channel* channel) REQUIRES(channel->lock) {
   if (channel->status == STATUS_CLOSING) return;
   store_shared(channel->cb_text_done, SpeechTextDoneProcPtr{});
@@ -108,6 +114,8 @@ void drop_callbacks(speech_channel* channel) REQUIRES(channel->lock) {
 
 }  // namespace
 
+// ---- Settings
+
 long SetPitchDefaults(VoiceSpec* voice, SpeechMgrEnv& environment, bool force) {
   VoiceDescription description{};
   outside(GetVoiceDescription)(voice, &description, sizeof description);
@@ -118,11 +126,14 @@ long SetPitchDefaults(VoiceSpec* voice, SpeechMgrEnv& environment, bool force) {
   return noErr;
 }
 
+// ---- Engine and references
+
 kavrel_engine_struct* channel_engine() {
   OuterLock held(engine_lock);
   return engine;
 }
 
+// The set is searched by address before the record is read, since `channel` may be dangling.
 bool retain_channel(speech_channel* channel) {
   LeafLock held(channel_registry);
   if (!live_records().contains(channel)) return false;
@@ -144,8 +155,10 @@ bool is_closing(speech_channel* channel) {
   return channel->closing;
 }
 
+// ---- Registry
+
 speech_channel* new_channel(SpeechChannelIdentifier ssr) {
-  // Rationale: one set for every call, used by the first only, and never released.
+  // Rationale: one set for every call, used by the first call only, and never released.
   kavrel_params* params = outside(kavrel_params_new)(nullptr);
   CHANNEL_LINE("new_channel", "New Speech Channel Requested.\n");
   open_engine(params);
@@ -159,6 +172,7 @@ speech_channel* new_channel(SpeechChannelIdentifier ssr) {
     try {
       live_records().insert(channel);
     } catch (const std::bad_alloc&) {
+      // The null result reports it; a diagnostic line is not allowed under a leaf lock.
       delete channel;
       return nullptr;
     }
@@ -179,6 +193,7 @@ speech_channel* find_channel(SpeechChannelIdentifier ssr) {
   return channel;
 }
 
+// As find_channel, lines included, but takes the reference before the registry's lock is released.
 ChannelHold::ChannelHold(SpeechChannelIdentifier ssr) : m_channel(nullptr) {
   CHANNEL_LINE("find_channel", "Searching for Speech Channel with ID: %d.\n", ssr);
   {
@@ -211,6 +226,8 @@ void channel_set_voice(speech_channel* channel, VoiceSpec* voice, char* voxdir) 
   channel->voice_changed = 1;
 }
 
+// The caller's own reference keeps the record alive to the end of this function; the reference
+// dropped here is the registry's.
 void delete_channel(speech_channel* channel) {
   CHANNEL_LINE("delete_channel", "Delete Requested for Channel ID: %d.\n", channel->id);
   if (!begin_closing(channel)) return;

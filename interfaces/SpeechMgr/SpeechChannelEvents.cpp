@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// From engine events to client callbacks. Everything here runs on the engine's thread.
+// From engine events to client callbacks. Everything here runs on the engine's thread, without the
+// channel's lock: an entry point may hold that lock while it waits for the engine. The callbacks
+// and the reference constant are read atomically, the maps of the text under the leaf lock of the
+// job's state.
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
@@ -12,13 +15,14 @@
 
 namespace {
 
+// Returns the event's text, or an empty string if it has none.
 const char* event_text(kavrel_event_struct* event) {
   char* text = nullptr;
   outside(kavrel_event_get_text)(event, &text);
   return text != nullptr ? text : "";
 }
 
-// A decimal number as 32-bit systems read it: out of range saturates.
+// Reads a decimal number as 32-bit systems do: numbers out of range are clamped.
 int sync_number(const char* name) {
   const long number = std::strtol(name, nullptr, 10);
   return static_cast<int>(
@@ -37,33 +41,38 @@ void report_bookmark(speech_channel* channel, kavrel_event_struct* event) {
   });
 }
 
+// Position and length of a word event in the caller's text.
 struct WordPosition {
   std::uint32_t position = 0;  // in the caller's text
-  int shift = 0;               // engine position less caller position
+  int shift = 0;               // engine position minus caller position
   int length = 0;
 };
 
-// False when the job's text is gone already.
-bool find_word(speech_channel* channel, int start, int length, WordPosition& place) {
+// Finds the word in the caller's text: with the PositionMap if the host has requested true
+// positions, else with the OffsetMap, whose arithmetic leaves the length as it is. Returns false if
+// the text of the job has been freed already.
+bool find_word(speech_channel* channel, int start, int length, WordPosition& found) {
   LeafLock held(channel->job_state.leaf);
   if (channel->text_offsets == nullptr) return false;
   const auto engine_position = static_cast<std::uint32_t>(start);
   if (channel->text_positions == nullptr) {
-    place.shift = static_cast<int>(channel->text_offsets->offset(engine_position));
-    place.position = engine_position - static_cast<std::uint32_t>(place.shift);
-    place.length = length;
+    found.shift = static_cast<int>(channel->text_offsets->offset(engine_position));
+    found.position = engine_position - static_cast<std::uint32_t>(found.shift);
+    found.length = length;
     return true;
   }
   const PositionMap& origins = *channel->text_positions;
-  // An engine may name places outside the text; the caller's buffer is never left.
+  // An engine may report positions outside the text: clamp them, so that no position outside the
+  // caller's buffer is reported.
   const std::int64_t textEnd = origins.length();
   const std::int64_t first = std::clamp<std::int64_t>(start, 0, textEnd);
   const std::int64_t end = std::clamp<std::int64_t>(first + length, first, textEnd);
-  place.position = origins.origin(static_cast<std::uint32_t>(first));
-  place.shift = static_cast<int>(engine_position - place.position);
+  found.position = origins.origin(static_cast<std::uint32_t>(first));
+  found.shift = static_cast<int>(engine_position - found.position);
   if (end > first) {
+    // To the end of the last byte's origin: an escape counts as the character it stands for.
     const std::uint32_t last = static_cast<std::uint32_t>(end - 1);
-    place.length = static_cast<int>(origins.originEnd(last) - place.position);
+    found.length = static_cast<int>(origins.originEnd(last) - found.position);
   }
   return true;
 }
@@ -74,18 +83,19 @@ void report_word(speech_channel* channel, kavrel_event_struct* event) {
   int start = 0;
   int length = 0;
   outside(kavrel_event_get_textpos)(event, &start, &length);
-  WordPosition place;
-  if (!find_word(channel, start, length, place)) return;
+  WordPosition found;
+  if (!find_word(channel, start, length, found)) return;
   CHANNEL_LINE("channel_stream_callback",
                "Calling word callback on Channel %d at text pos %d (%d , %d), length %d\n",
-               channel->id, static_cast<int>(place.position), start, place.shift, place.length);
+               channel->id, static_cast<int>(found.position), start, found.shift, found.length);
   const long refcon = load_shared(channel->refcon);
   call_client([&] {
-    word(client_channel(channel->id), client_refcon(refcon), place.position,
-         static_cast<UInt16>(place.length));
+    word(client_channel(channel->id), client_refcon(refcon), found.position,
+         static_cast<UInt16>(found.length));
   });
 }
 
+// Position and code are stored even without a callback, for the status query.
 void report_phoneme(speech_channel* channel, kavrel_event_struct* event) {
   int position = 0;
   outside(kavrel_event_get_textpos)(event, &position, nullptr);
@@ -103,7 +113,8 @@ void report_phoneme(speech_channel* channel, kavrel_event_struct* event) {
   });
 }
 
-// The END of the current job starts its finishing; one that an earlier job owed only lets go.
+// The END of the current job starts its finishing. An END owed by an earlier job, which was
+// finished without it, only drops that job's reference.
 void note_end(speech_channel* channel) {
   bool owed = false;
   bool held_by_job = false;
@@ -134,7 +145,7 @@ void dispatch(speech_channel* channel, kavrel_event_struct* event, kavrel_event_
       return report_phoneme(channel, event);
     case KAVREL_EVENT_END:
       return note_end(channel);
-    default:  // sentences are subscribed to and not used
+    default:  // sentence events are subscribed to but not used
       return;
   }
 }
@@ -148,7 +159,8 @@ kavrel_result_t channel_stream_callback(kavrel_event_struct* event, kavrel_event
   try {
     dispatch(channel, event, type);
   } catch (...) {
-    // Memory is out. The event is lost; the job goes on.
+    // Out of memory: the event is lost and the job continues. No diagnostic line, since the
+    // engine's functions for it may allocate.
   }
   release_channel(channel);
   return KAVREL_SUCCESS;

@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The jobs of a channel: starting, pausing, stopping, and the two worker threads that finish one.
+// The jobs of a channel: starting, pausing, stopping, and the two worker threads that finish a job.
+//
+// A job ends with its END event or with a stop. A finishing thread, or the thread that stopped it,
+// finishes it; then a signalling thread makes the channel idle and calls speech-done. Job numbers
+// show late threads and late ENDs that their job is no longer the current one.
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -11,8 +15,8 @@
 
 namespace {
 
-// The new job keeps the record until its END. One whose predecessor never sent its END takes over
-// what that one held.
+// The new job holds a reference until its END. If the END of the job before it never came, the new
+// job takes over that job's reference.
 void begin_job(speech_channel* channel) {
   bool held_already = false;
   {
@@ -24,7 +28,7 @@ void begin_job(speech_channel* channel) {
   if (!held_already) retain_channel(channel);
 }
 
-// The job is over, or has not started: it keeps the record no longer.
+// Drops the reference of a job that is over or has not started. Its END may have done so already.
 void release_job_hold(speech_channel* channel) {
   {
     LeafLock held(channel->job_state.leaf);
@@ -34,7 +38,8 @@ void release_job_hold(speech_channel* channel) {
   release_channel(channel);
 }
 
-// The engine could not wait for the job's END, so it comes later, perhaps during the next job.
+// The engine could not wait for the job's END, so the END comes later, perhaps during the next job.
+// The job's reference is kept until then.
 void note_owed_end(speech_channel* channel) {
   LeafLock held(channel->job_state.leaf);
   if (channel->job_state.end_seen) return;
@@ -47,13 +52,13 @@ void note_finished(speech_channel* channel) {
   channel->job_state.finished = channel->job_state.number;
 }
 
-// Whether the next job has begun after the one that was finished last.
+// Returns true if a job has begun after the job that was finished last.
 bool next_job_has_begun(speech_channel* channel) {
   LeafLock held(channel->job_state.leaf);
   return channel->job_state.number != channel->job_state.finished;
 }
 
-// Whether job `number` is the channel's last and nobody has finished it.
+// Returns true if job `number` is the channel's last job and has not been finished.
 bool is_unfinished(speech_channel* channel, unsigned int number) {
   LeafLock held(channel->job_state.leaf);
   return channel->job_state.number == number && channel->job_state.finished != number;
@@ -64,7 +69,8 @@ void close_port(speech_channel* channel) REQUIRES(channel->lock) {
   channel->port = nullptr;
 }
 
-// A port that writes to a file serves one job, so an open one goes.
+// A port's output is fixed when the port is opened. One that writes to a file serves one job, so an
+// open port is closed first.
 void prepare_output(speech_channel* channel, kavrel_params* params) REQUIRES(channel->lock) {
   if (channel->outfile == nullptr) {
     outside(kavrel_params_set_val)(params, "events/immediate", kavrel_val_int(0));
@@ -87,6 +93,7 @@ bool open_port(speech_channel* channel, kavrel_params* params) REQUIRES(channel-
   return true;
 }
 
+// Returns false if the voice cannot be loaded; the next job then tries again.
 bool apply_voice(speech_channel* channel) REQUIRES(channel->lock) {
   if (!channel->voice_changed) return true;
   if (outside(kavrel_port_set_voice_from_dir)(channel->port, channel->voxdir) == nullptr)
@@ -95,6 +102,8 @@ bool apply_voice(speech_channel* channel) REQUIRES(channel->lock) {
   return true;
 }
 
+// The job's reference is taken before the engine is called, as its END may come before the call
+// returns.
 bool start_job(speech_channel* channel) REQUIRES(channel->lock) {
   begin_job(channel);
   const kavrel_result_t result = outside(kavrel_port_speak_text)(
@@ -105,6 +114,7 @@ bool start_job(speech_channel* channel) REQUIRES(channel->lock) {
   return false;
 }
 
+// Start routine of the signalling thread, which owns a reference.
 void* signal_and_release(void* argument) {
   auto* channel = static_cast<speech_channel*>(argument);
   channel_signal_speech_done(channel);
@@ -112,7 +122,8 @@ void* signal_and_release(void* argument) {
   return nullptr;
 }
 
-// True when there was a job to finish; the caller then has its end signalled.
+// Returns true if there was a job to finish; the caller then has its end signalled. STATUS_CLOSING
+// means that the job is finished or being finished, but not signalled yet.
 bool finish_current_job(speech_channel* channel) REQUIRES(channel->lock) {
   if (channel->status != STATUS_BUSY && channel->status != STATUS_PAUSED) return false;
   channel->status = STATUS_CLOSING;
@@ -121,7 +132,7 @@ bool finish_current_job(speech_channel* channel) REQUIRES(channel->lock) {
   if (outside(kavrel_port_wait)(channel->port, channel->job) == KAVREL_ENGINE_INUSE) {
     note_owed_end(channel);
   } else {
-    // Over, even if its END was lost.
+    // The job is over, even if its END was lost.
     release_job_hold(channel);
   }
   if (channel->output_is_file) {
@@ -131,7 +142,7 @@ bool finish_current_job(speech_channel* channel) REQUIRES(channel->lock) {
   return true;
 }
 
-// Finishes the current job when `is_ours` says so under the lock.
+// Finishes the current job if `is_ours`, called under the lock, returns true.
 template <typename IsOurs>
 void finish_job(speech_channel* channel, IsOurs is_ours) {
   CHANNEL_LINE("channel_finish_job", "Finishing Job on Channel: %d.\n", channel->id);
@@ -140,7 +151,7 @@ void finish_job(speech_channel* channel, IsOurs is_ours) {
     ChannelLock held(channel);
     if (is_ours() && finish_current_job(channel)) {
       retain_channel(channel);
-      // The thread cannot proceed before the lock is released.
+      // The thread waits for the lock, so it cannot call the client before the text is freed.
       signal_here = !start_detached_thread(signal_and_release, channel);
       release_text(channel);
     }
@@ -149,6 +160,7 @@ void finish_job(speech_channel* channel, IsOurs is_ours) {
   CHANNEL_LINE("channel_finish_job", "Job Finished on Channel: %d.\n", channel->id);
 }
 
+// Argument of a finishing thread, which owns it and a reference to the channel.
 struct FinishingTask {
   speech_channel* channel;
   unsigned int job;
@@ -157,7 +169,7 @@ struct FinishingTask {
 void* run_finishing_task(void* argument) {
   const std::unique_ptr<FinishingTask> task(static_cast<FinishingTask*>(argument));
   speech_channel* channel = task->channel;
-  // A thread that is late, when its job has been finished, leaves what the channel does now alone.
+  // A thread that comes late, after its job was finished by a stop, must not finish the next job.
   finish_job(channel, [&] { return is_unfinished(channel, task->job); });
   release_channel(channel);
   return nullptr;
@@ -165,6 +177,8 @@ void* run_finishing_task(void* argument) {
 
 }  // namespace
 
+// The maps are taken out under the leaf lock, for find_word, but deleted without it: freeing a
+// large map takes longer than a leaf lock may be held.
 void release_text(speech_channel* channel) {
   channel->lock.assert_held();
   channel->job = nullptr;
@@ -183,6 +197,8 @@ void release_text(speech_channel* channel) {
   delete positions;
 }
 
+// ---- Worker threads
+
 bool start_detached_thread(void* (*routine)(void*), void* argument) {
   pthread_t thread;
   if (outside(pthread_create)(&thread, nullptr, routine, argument) != 0) return false;
@@ -197,10 +213,14 @@ void start_finishing(speech_channel* channel, unsigned int job) {
     release_channel(channel);
   }
   delete task;
-  // Without a thread the job is finished here: a wait on the engine's own thread answers at once.
+  // Without a thread the job is finished here, on the engine's own thread, where a wait for the
+  // engine returns at once.
   finish_job(channel, [&] { return is_unfinished(channel, job); });
 }
 
+// ---- Jobs
+
+// A failure closes the port, so that the next job starts with a new one.
 int channel_speak(speech_channel* channel) {
   channel->lock.assert_held();
   // Rationale: one set for every job, used only when a port is opened, and never released.
@@ -233,13 +253,15 @@ int channel_pause(speech_channel* channel, long where) {
   channel->lock.assert_held();
   CHANNEL_LINE("channel_pause", "Pause Requested for Channel: %d.\n", channel->id);
   if (channel->status == STATUS_PAUSED) return 0;
-  // Rationale: an idle channel, and one that is closing, is asked and marked like a busy one.
+  // Rationale: for an idle or closing channel the engine is called and the status set as for a busy
+  // one.
   const kavrel_result_t result =
       outside(kavrel_port_pause)(channel->port, channel->job, get_kavrel_event(where));
   channel->status = STATUS_PAUSED;
   return result < 0 ? -1 : 0;
 }
 
+// The engine's pause call toggles, so the same call resumes.
 int channel_unpause(speech_channel* channel) {
   channel->lock.assert_held();
   CHANNEL_LINE("channel_unpause", "Unpause Requested for Channel: %d.\n", channel->id);
@@ -257,6 +279,8 @@ int channel_wait(speech_channel* channel) {
   return outside(kavrel_port_wait)(channel->port, channel->job) < 0 ? -1 : 0;
 }
 
+// Finishes the job on this thread, so that a stop returns only when the job is finished. The END
+// that the engine sends meanwhile finds it finished.
 int channel_stop(speech_channel* channel, long where) {
   channel->lock.assert_held();
   CHANNEL_LINE("channel_stop", "Stop Requested for Channel: %d.\n", channel->id);
@@ -276,6 +300,8 @@ void* channel_finish_job(void* channel) {
   return nullptr;
 }
 
+// The client is called between two sections under the lock, never inside one, so that it may call
+// any entry point. jobs_signalled is counted after the call: a close waits for it.
 void* channel_signal_speech_done(void* argument) {
   auto* channel = static_cast<speech_channel*>(argument);
   SpeechDoneProcPtr speech_done = nullptr;
@@ -284,7 +310,7 @@ void* channel_signal_speech_done(void* argument) {
     ChannelLock held(channel);
     CHANNEL_LINE("channel_signal_speech_done", "Calling speech done callback on Channel %d\n",
                  channel->id);
-    // A thread that signals late, after another one has, leaves what the channel does now alone.
+    // If the next job has begun, a thread that signals late must not make the channel idle.
     if (!next_job_has_begun(channel)) channel->status = STATUS_IDLE;
     speech_done = load_shared(channel->cb_speech_done);
     refcon = load_shared(channel->refcon);

@@ -1,4 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
+//
+// The phone table (Mac phoneme symbols and engine phones), the escape strings, the maps built from
+// them, the preparation of a text, and paths from Core Foundation objects.
+//
+// The tables are data: change a pronunciation or an escape here and nowhere else.
 #include "SpeechMgrUtils.h"
 
 #include <ApplicationServices/ApplicationServices.h>
@@ -12,7 +17,11 @@
 
 #include "Locks.h"
 
-// Rows 0 to 41 stand in the order of the Apple phoneme codes.
+// ---- Tables
+
+// Mac phoneme symbol, engine phone, vowel or not. Rows 0 to 41 are in the order of the Apple
+// phoneme codes. The rows after them are the syllable mark, and stress, prosody and white space
+// without a phone.
 const PhoneMap speechmgr_us_phones[] = {
     {"%", "pau", false},      {"@", "pau", false}, {"AE", "ae", true}, {"EY", "ey", true},
     {"AO", "ao", true},       {"AX", "ah", true},  {"IY", "i", true},  {"EH", "eh", true},
@@ -30,23 +39,25 @@ const PhoneMap speechmgr_us_phones[] = {
     {" ", "", false},         {"\t", "", false},   {"\r", "", false},  {"\n", "", false},
     {nullptr, nullptr, false}};
 
+// 0xF0 is the Apple logo in Mac OS Roman.
 const EscapesMap escape_strings[] = {
     {'<', "&lt;"}, {'>', "&gt;"}, {'&', "&amp;"}, {'\xF0', "Apple"}, {'\0', nullptr}};
 
-// Never destroyed: the engine's threads may read them while the process exits.
+// Never destroyed, because the engine's threads may read them while the process exits.
 std::map<std::string, BrevoldPhone>& gBrevoldPhones = *new std::map<std::string, BrevoldPhone>;
 std::map<std::string, int>& gApplePhoneCodes = *new std::map<std::string, int>;
 std::map<char, std::string>& gEscapeStrings = *new std::map<char, std::string>;
 
 namespace {
 
-// Rationale: the last row with a code is 40, so "zh" (row 41) has none.
+// Rationale: the last row with a code is row 40, so "zh" (row 41) has no code.
 constexpr int kLastPhonemeCode = 40;
 
-// Guards the building of the maps, and gApplePhoneCodes after that.
+// Guards the building of the maps, and then gApplePhoneCodes.
 constinit LeafMutex maps_lock;
 
-// Other threads read the maps meanwhile, so nothing is written that stands there already.
+// Sets map[key] = value, but writes nothing if that is already so: other threads may be reading the
+// maps without a lock.
 template <typename Map>
 void setIfDifferent(Map& map, const typename Map::key_type& key,
                     const typename Map::mapped_type& value) {
@@ -54,8 +65,9 @@ void setIfDifferent(Map& map, const typename Map::key_type& key,
   if (!added && !(entry->second == value)) entry->second = value;
 }
 
-// Rationale: of rows with the same engine phone the last one gives the code, so "pau" is 1, "ih" is
-// 10 and "ah" is 14.
+// Rationale: of the rows with the same engine phone the last one gives the code, so "pau" is 1,
+// "ih" is 10 and "ah" is 14. Only that row is entered, so that no reader sees another code
+// meanwhile.
 bool isLastOfItsPhone(int row) {
   const std::string_view phone = speechmgr_us_phones[row].out;
   for (int later = row + 1; later <= kLastPhonemeCode; ++later) {
@@ -64,16 +76,19 @@ bool isLastOfItsPhone(int row) {
   return true;
 }
 
+// ---- Preparation of a text
+
 using Bytes = const unsigned char*;
 
 Bytes bytesOf(std::string_view text) {
   return reinterpret_cast<Bytes>(text.data());
 }
 
-// Escapes the markup characters and spells out "OS X".
+// Escapes the markup characters and spells out "OS X", in one walk. A table of bytes marks where
+// the walk has to stop; the text between two stops is copied as a whole.
 class Escaper {
  public:
-  // `positions` may be null.
+  // `positions` may be null; otherwise it receives the origins and must be empty.
   Escaper(std::string_view text, PositionMap* positions) : m_text(text), m_positions(positions) {
     for (const auto& [character, escape] : gEscapeStrings) {
       m_escapes[static_cast<unsigned char>(character)] = &escape;
@@ -104,7 +119,7 @@ class Escaper {
 
  private:
   static constexpr std::string_view kSystemName = "OS X";
-  static constexpr std::string_view kSystemNumber = "10";  // in place of the "X"
+  static constexpr std::string_view kSystemNumber = "10";  // replaces the "X"
 
   unsigned char byteAt(std::size_t position) const {
     return static_cast<unsigned char>(m_text[position]);
@@ -115,6 +130,7 @@ class Escaper {
     return position;
   }
 
+  // Copies the text from m_done up to `end`.
   void copyUpTo(std::size_t end) {
     m_result.append(m_text, m_done, end - m_done);
     if (m_positions != nullptr) {
@@ -124,6 +140,7 @@ class Escaper {
     m_done = end;
   }
 
+  // Copies up to `position` and writes `with` instead of the next `length` bytes.
   void replace(std::size_t position, std::size_t length, std::string_view with) {
     copyUpTo(position);
     m_result.append(with);
@@ -140,13 +157,13 @@ class Escaper {
   std::array<const std::string*, 256> m_escapes{};
   std::array<bool, 256> m_stops{};
   std::string m_result;
-  std::size_t m_done = 0;
+  std::size_t m_done = 0;  // bytes of m_text that are in m_result
 };
 
-// A conversion from the system's 8-bit encoding to ISO 8859-15.
+// A conversion from the system's 8-bit encoding to ISO 8859-15, by the platform's converter.
 class LatinConverter {
  public:
-  // False when the platform offers no such conversion.
+  // Returns false if the platform does not offer the conversion.
   bool open() {
     TextEncoding system = 0;
     if (UpgradeScriptInfoToTextEncoding(kTextScriptDontCare, kTextLanguageDontCare,
@@ -158,9 +175,12 @@ class LatinConverter {
     return TECCreateConverter(&m_object, system, latin) == noErr;
   }
 
-  // Rationale: a converter that has failed is not disposed of; only close() does that.
+  // Disposes of the converter.
+  // Rationale: a converter whose conversion has failed is never disposed of.
   bool close() { return TECDisposeConverter(m_object) == noErr; }
 
+  // Converts buffer by buffer, since the platform reports only that a buffer is full, not what size
+  // it needs. Returns nothing if the conversion fails.
   std::optional<std::string> convert(std::string_view text) {
     std::string result;
     result.reserve(text.size() + kBufferSize);
@@ -174,7 +194,7 @@ class LatinConverter {
                               buffer.data(), buffer.size(), &written);
       result.append(reinterpret_cast<const char*>(buffer.data()), written);
       consumed += read;
-      // A full buffer with nothing in it would be full for ever.
+      // No progress: the loop would never end.
       if (status == kTECOutputBufferFullStatus && read == 0 && written == 0) return std::nullopt;
     }
     if (status != noErr) return std::nullopt;
@@ -186,7 +206,8 @@ class LatinConverter {
     return result;
   }
 
-  // How many bytes one byte of the system's encoding becomes.
+  // Returns the number of bytes that one byte of the system's encoding becomes; 1 if it cannot be
+  // converted alone.
   std::uint32_t expansion(unsigned char byte) {
     std::array<UInt8, 64> buffer{};
     ByteCount read = 0;
@@ -202,7 +223,9 @@ class LatinConverter {
   TECObjectRef m_object = nullptr;
 };
 
-// The map of `escaped` after a conversion that made some of its bytes longer.
+// Returns the map of the text that a conversion made of `escaped`, in which some bytes became
+// longer; `positions` is the map of `escaped`. Each byte value is converted once to learn its
+// length.
 PositionMap expandedPositions(const PositionMap& positions, std::string_view escaped,
                               LatinConverter& converter) {
   std::array<std::uint32_t, 256> expansion{};
@@ -232,7 +255,8 @@ PositionMap expandedPositions(const PositionMap& positions, std::string_view esc
   return expanded;
 }
 
-// The converted text; `positions`, when not null, becomes its map instead of that of `escaped`.
+// Returns the converted text. `positions`, unless null, is the map of `escaped` and becomes the map
+// of the converted text. A conversion that keeps the length maps byte to byte, so the map stays.
 std::optional<std::string> convertEscaped(std::string_view escaped, LatinConverter& converter,
                                           PositionMap* positions) {
   std::optional<std::string> result = converter.convert(escaped);
@@ -242,6 +266,7 @@ std::optional<std::string> convertEscaped(std::string_view escaped, LatinConvert
   return result;
 }
 
+// Returns nothing if the encoding conversion fails; `positions` then holds no valid map.
 std::optional<std::string> prepare(std::string_view text, PositionMap* positions) {
   if (positions != nullptr) *positions = PositionMap();
   const std::string escaped = Escaper(text, positions).run();
@@ -251,6 +276,7 @@ std::optional<std::string> prepare(std::string_view text, PositionMap* positions
   try {
     result = convertEscaped(escaped, converter, positions);
   } catch (...) {
+    // Out of memory here: the platform's converter itself has not failed, so it is disposed of.
     converter.close();
     throw;
   }
@@ -290,6 +316,8 @@ std::string PreprocessText(unsigned char* text, PositionMap* positions) {
   return std::string(given);
 }
 
+// ---- Paths
+
 char* get_url_path(const __CFURL* url) {
   CFURLRef absolute = CFURLCopyAbsoluteURL(url);
   CFStringRef path = CFURLCopyFileSystemPath(absolute, kCFURLPOSIXPathStyle);
@@ -299,6 +327,7 @@ char* get_url_path(const __CFURL* url) {
   return bytes;
 }
 
+// Tries buffers of 256 bytes and up, doubling, until the copy fits; gives up after the ninth.
 char* get_c_string(const __CFString* urlpath, unsigned long enc) {
   constexpr int kTries = 9;
   const auto encoding = static_cast<CFStringEncoding>(enc);
@@ -314,7 +343,7 @@ char* get_c_string(const __CFString* urlpath, unsigned long enc) {
     if (grown == nullptr) break;
     buffer = grown;
   }
-  // Rationale: the size named is the next one, which was not tried.
+  // Rationale: the size in the message is the next one, which was not tried.
   cst_errmsg("CFStringGetCString still failing at %d\n", static_cast<int>(size));
   cst_free(buffer);
   return nullptr;

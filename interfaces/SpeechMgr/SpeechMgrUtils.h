@@ -1,10 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Phone and escape tables, preparation of a caller's text, and paths from Core Foundation objects.
+// The phone table, which relates Mac phoneme symbols ("AE", "UW", "d") to engine phones ("ae",
+// "uw", "d"), and the escape strings of markup characters ("<" to "&lt;"), with the maps built from
+// them. Also: preparation of a caller's text, and paths from Core Foundation objects.
 //
-// Threads: the maps are built by BuildPhoneTranslationTables; building them again writes nothing
-// that is there already. The first build, and the adding of unknown phone names, are guarded
-// inside. Reading gBrevoldPhones and gEscapeStrings needs no lock after that.
+// Threads: all functions are safe to call from any thread. BuildPhoneTranslationTables builds the
+// maps; building them again changes nothing that is already in them. A lock inside guards the build
+// and the adding of unknown phone names. After the first build, gBrevoldPhones and gEscapeStrings
+// may be read without a lock; gApplePhoneCodes only through applePhoneCode.
+// Failure: std::bad_alloc, except in get_url_path and get_c_string.
 #pragma once
 
 #include <CoreFoundation/CoreFoundation.h>
@@ -14,14 +18,16 @@
 
 #include "PositionMap.h"
 
-// A row that relates an Apple phoneme symbol to an engine phone; the last row's `in` is null.
+// ---- Tables and maps
+
+// Relates a Mac phoneme symbol to an engine phone; `in` of the last row is null.
 struct PhoneMap {
   const char* in;
   const char* out;  // may be empty
   bool isVowel;
 };
 
-// A row that relates a character to what stands for it in markup; the last row's `escape` is null.
+// Relates a character to the text that represents it in markup; `escape` of the last row is null.
 struct EscapesMap {
   char chr;
   const char* escape;
@@ -37,28 +43,34 @@ struct BrevoldPhone {
 extern const PhoneMap speechmgr_us_phones[];
 extern const EscapesMap escape_strings[];
 
-// From Apple phoneme symbol to engine phone.
+// From Mac phoneme symbol to engine phone.
 extern std::map<std::string, BrevoldPhone>& gBrevoldPhones;
-// From engine phone to Apple phoneme code. Names that the engine reports and the tables do not know
-// are added with code 0; use applePhoneCode.
+// From engine phone to Apple phoneme code. Phones that the engine reports and the table lacks are
+// added with code 0. Use applePhoneCode.
 extern std::map<std::string, int>& gApplePhoneCodes;
-// From character to its escape text.
+// From character to its escape string.
 extern std::map<char, std::string>& gEscapeStrings;
 
-// Fills the three maps; again and again if need be, names added since stay.
+// Fills the three maps. May be called again; names added since are kept.
 void BuildPhoneTranslationTables();
 
-// The Apple code of an engine phone; an unknown name is added to gApplePhoneCodes with code 0.
+// Returns the Apple code of an engine phone. An unknown name is added to gApplePhoneCodes with
+// code 0.
 int applePhoneCode(const std::string& phone);
 
-// The prepared copy of a NUL-terminated text (the maps must be built): "<", ">", "&" and the Apple
-// logo escaped, "OS X" spelt "OS 10", Mac OS Roman made ISO 8859-15. Rationale: when the encoding
-// conversion fails, the copy is the text as given, not even escaped. `positions`, when not null,
-// receives where each byte of the result came from.
+// ---- Preparation of a text
+
+// Returns the prepared copy of a NUL-terminated text: "<", ">", "&" and the Apple logo are escaped,
+// "OS X" is spelt "OS 10", and Mac OS Roman is converted to ISO 8859-15. The maps must be built.
+// `positions`, unless null, receives the origin of each byte of the result.
+// Rationale: if the encoding conversion fails, the copy is the text as given, not even escaped.
 std::string PreprocessText(unsigned char* text, PositionMap* positions = nullptr);
 
-// The POSIX path of `url`, from the engine's allocator, or null.
+// ---- Paths
+
+// Returns the POSIX path of `url`, or null on failure. The caller frees it with cst_free.
 char* get_url_path(const __CFURL* url);
 
-// A NUL-terminated copy of the string in encoding `enc`, from the engine's allocator, or null.
+// Returns a NUL-terminated copy of the string in encoding `enc`, or null on failure, which is
+// logged. The caller frees it with cst_free.
 char* get_c_string(const __CFString* urlpath, unsigned long enc);
