@@ -2,12 +2,13 @@
 //
 // PositionMap: the exact origin of each byte of a text that was made from another text.
 //
-// Two maps lead from a word of the engine back to the caller's buffer. OffsetMap always exists and
-// gives the shift that clients of the interface know. A PositionMap exists only if the host has set
-// the selector "cpos" (kCallerPositions): preparation (PreprocessText) makes one, the converter
-// (AppleMarkupConverter::getPositions) another, and SESpeakBuffer composes the two into the
-// channel's `text_positions`. find_word (SpeechChannelEvents.cpp) uses it, if there is one, for the
-// position and length of a word event, and the OffsetMap otherwise. kavrel-ssml uses it as well.
+// Two maps convert the position of an engine event into a position in the caller's text. OffsetMap
+// always exists and gives the shift that clients of the interface know. A PositionMap exists only
+// if the host has set the selector "cpos" (kCallerPositions): the preparation of the text
+// (PreprocessText) makes one, the converter (AppleMarkupConverter::getPositions) another, and
+// SESpeakBuffer composes them into the channel's `text_positions`. find_word
+// (SpeechChannelEvents.cpp) uses that map for the position and length of a word event; without it,
+// it uses the OffsetMap.
 //
 // Algorithm: run-length encoding, built front to back; queries are binary searches over the runs. A
 // run is copied byte by byte, or stands as a whole for some bytes of the origin (an escape for its
