@@ -40,7 +40,7 @@ AppleMarkupConverter::AppleMarkupConverter(const std::string& text, output_t out
 // ---- Conversion
 
 // Only settings that differ from the defaults give a command, except for the volume, which always
-// does. The commands are relative to the start values of the prosody passes.
+// does. The numbers are relative to the start values of the prosody passes.
 std::string AppleMarkupConverter::defaultsInitStr() {
   std::string prefix;
   if (m_defaults.speakPhones) prefix += "[[inpt PHON]]";

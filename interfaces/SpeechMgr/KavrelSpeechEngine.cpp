@@ -60,7 +60,7 @@ constexpr OSType kSubType = 0x4B56524C;          // "KVRL"
 constexpr OSType kManufacturer = 0x42525644;     // "BRVD"
 constexpr std::size_t kPathSize = 2048;
 
-// Positions are signed 32-bit numbers, and markup makes a text longer: a quarter of their range.
+// A quarter of the range of positions, which are signed 32-bit numbers: markup makes a text longer.
 constexpr std::size_t kMaxTextBytes = 0x1FFFFFFF;
 
 template <typename Value>

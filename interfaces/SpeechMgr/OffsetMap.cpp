@@ -62,8 +62,8 @@ std::size_t firstReaching(const std::vector<std::uint32_t>& maximum, std::uint32
 }
 
 // Union-find over ranges. A record that begins where ranges of its kind end makes all of them grow.
-// Such ranges end at the same position ever after, so they form a group with one end; the walk to
-// the root halves the paths.
+// From then on they end at the same position, so they form a group with one end. The walk to the
+// root halves the paths.
 class TouchingGroups {
  public:
   explicit TouchingGroups(std::size_t expected) {

@@ -56,7 +56,7 @@ struct speech_channel {
   kavrel_port_struct* port GUARDED_BY(lock) = nullptr;  // null until the first job
   kavrel_background_t job GUARDED_BY(lock) = nullptr;   // null between jobs
   pthread_mutex_t mtx;                                  // recursive
-  pthread_cond_t speech_finished;                       // with mtx: a job has been finished
+  pthread_cond_t speech_finished;                       // with mtx: jobs_signalled has changed
   channel_status_t status GUARDED_BY(lock) = STATUS_IDLE;
   // Path of the file that jobs are written to, or null; cst allocator.
   char* outfile GUARDED_BY(lock) = nullptr;

@@ -156,7 +156,7 @@ SpeechMarkupToken TokenList::getTokenAt(unsigned int index) const {
         apple.setTokenString(m_base.substr(static_cast<std::size_t>(at.start),
                                            static_cast<std::size_t>(command.text)));
       }
-      // Only ignored text has another type than its words give.
+      // The stored type differs from the parsed one only if the command became ignored text.
       if (command.type != apple.getTokenType()) apple.setTokenAsIgnoredText();
     }
     apple.setTokenStringSize(command.covered);
@@ -296,7 +296,8 @@ bool TokenList::entriesAreDisjoint() const {
   return end <= static_cast<std::int64_t>(m_base.size());
 }
 
-// Disjoint entries, the usual case, are merged with the base string in one walk without memory.
+// Disjoint entries, the usual case, are merged with the base string in one walk, without
+// allocating.
 template <typename Visit>
 void TokenList::forEachRange(Visit visit) const {
   if (!entriesAreDisjoint()) {

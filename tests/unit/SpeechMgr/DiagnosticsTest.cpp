@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <iterator>
+#include <stdexcept>
 
 #include "channels/ChannelTest.h"
 
@@ -214,6 +215,14 @@ TEST_F(Lines, OfEventsWithoutCallbacks) {
   ASSERT_EQ(speak(id, "Hello"), noErr);
   EXPECT_THAT(linesOf([&] { engine().port(1).word(22, 5).phoneme("ae", 22).sentence(0, 5); }),
               IsEmpty());
+}
+
+TEST_F(Lines, OfAClientThatThrows) {
+  const SpeechChannelIdentifier id = open();
+  ASSERT_EQ(speak(id, "Hello"), noErr);
+  client().onWord = [](SpeechChannelIdentifier) { throw std::runtime_error("of the client"); };
+  EXPECT_EQ(linesOf([&] { engine().port(1).word(22, 5); }).back(),
+            "A client callback has thrown an exception; it is ignored.\n");
 }
 
 TEST_F(Lines, OfReadingSettings) {
