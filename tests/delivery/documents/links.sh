@@ -64,7 +64,7 @@ check_span() {
   span=${span%% *}
   span=${span%%:[0-9]*}
   # Only folders of the project: "and/or" and "build/release" are not paths of the tree.
-  [[ $span == */* && ${folders[${span%%/*}]-} ]] || return 0
+  [[ $span == [!/]*/* && ${folders[${span%%/*}]-} ]] || return 0
   paths=$((paths + 1))
   [[ -e $root/$span ]] || fail "$document: there is no \"$span\""
 }
