@@ -53,7 +53,11 @@ check_link() {
   fi
   if [[ ! -e $file ]]; then
     fail "$document: there is no file for the link \"$link\""
-  elif [[ -n $anchor ]] && ! anchors "$file" | grep -qxF -- "$anchor"; then
+    return
+  fi
+  [[ $anchor ]] || return 0
+  [[ ${headings[$file]-} ]] || headings[$file]=$(anchors "$file")
+  if [[ $'\n'${headings[$file]}$'\n' != *$'\n'"$anchor"$'\n'* ]]; then
     fail "$document: there is no heading for the link \"$link\""
   fi
 }
@@ -69,7 +73,7 @@ check_span() {
   [[ -e $root/$span ]] || fail "$document: there is no \"$span\""
 }
 
-declare -A folders=()
+declare -A headings=() folders=()
 for folder in "$root"/*/; do
   folder=$(basename "$folder")
   [[ $folder == build ]] || folders[$folder]=yes
