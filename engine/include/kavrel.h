@@ -222,10 +222,10 @@ KAVREL_API kavrel_result_t kavrel_port_speak_text(kavrel_port_struct* port, cons
                                                   kavrel_background_t* job,
                                                   const kavrel_params* params);
 
-/* Toggles: pauses a speaking job at `place`, resumes a paused one (`place` is then not looked at)
+/* Toggles: pauses a speaking job at `boundary`, resumes a paused one (`boundary` is then not looked at)
  * at the very sample where it paused. A pause that is still waiting for its place is called off by
  * a second call.
- * `place`: KAVREL_EVENT_NOW; KAVREL_EVENT_WORD, at the end of the current word;
+ * `boundary`: KAVREL_EVENT_NOW; KAVREL_EVENT_WORD, at the end of the current word;
  * KAVREL_EVENT_SENTENCE, at the end of the current sentence; any other value counts as NOW.
  * With no word or sentence begun, that is where the job stands; a job that pauses in its last one
  * is not over before it is resumed. With file output, a pause holds the production. To pause a job
@@ -234,16 +234,16 @@ KAVREL_API kavrel_result_t kavrel_port_speak_text(kavrel_port_struct* port, cons
  * Results: KAVREL_SUCCESS, KAVREL_INVALID_POINTER (port), KAVREL_OBJECT_NOT_FOUND (no such job, or
  * it is over).  [any] */
 KAVREL_API kavrel_result_t kavrel_port_pause(kavrel_port_struct* port, kavrel_background_t job,
-                                             kavrel_event_t place);
+                                             kavrel_event_t boundary);
 
-/* Ends the job at `place` (as for kavrel_port_pause). Returns at once; the job is over when END has
+/* Ends the job at `boundary` (as for kavrel_port_pause). Returns at once; the job is over when END has
  * been sent. A paused job ends where it stands, whatever the place, and one that has not begun does
  * not begin. Of two stops the nearer place holds.
  * A null job names all jobs of the port. Succeeds when there is nothing to stop, for a null port
  * too.
  * Results: KAVREL_SUCCESS.  [any] */
 KAVREL_API kavrel_result_t kavrel_port_stop(kavrel_port_struct* port, kavrel_background_t job,
-                                            kavrel_event_t place);
+                                            kavrel_event_t boundary);
 
 /* Returns when the job is over: END has been sent and its callback has returned. A null job names
  * all jobs of the port. A job that is over already does not wait.

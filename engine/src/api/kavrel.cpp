@@ -29,7 +29,7 @@ namespace {
 
 // Calls `operation`; what it throws can only be memory that is out.
 template <typename Operation>
-kavrel_result_t guarded(Operation operation) {
+kavrel_result_t resultOf(Operation operation) {
   try {
     return operation();
   } catch (...) {
@@ -68,7 +68,7 @@ const char* kavrel_strerror(kavrel_result_t result) {
 kavrel_engine_struct* kavrel_engine_open(const kavrel_params* params) {
   static kavrel_engine_struct engine;
   std::string why;
-  const kavrel_result_t started = guarded([&] {
+  const kavrel_result_t started = resultOf([&] {
     const bool ready = !kavrel::wantsPreload(params) || kavrel::Synthesiser::shared().start(why);
     return ready ? KAVREL_SUCCESS : KAVREL_INTERNAL_ERROR;
   });
@@ -149,29 +149,29 @@ kavrel_result_t kavrel_port_speak_text(kavrel_port_struct* port, const char* tex
   }
   if (!isKnownEncoding(encoding)) return KAVREL_UNKNOWN_ENCODING;
   const kavrel_result_t result =
-      guarded([&] { return port->port->speakText(std::string_view(text, length), *job, params); });
+      resultOf([&] { return port->port->speakText(std::string_view(text, length), *job, params); });
   if (result < 0) *job = nullptr;
   return result;
 }
 
 kavrel_result_t kavrel_port_pause(kavrel_port_struct* port, kavrel_background_t job,
-                                  kavrel_event_t place) {
+                                  kavrel_event_t boundary) {
   if (port == nullptr) return KAVREL_INVALID_POINTER;
-  return guarded([&] { return port->port->pause(job, kavrel::placeFor(place)); });
+  return resultOf([&] { return port->port->pause(job, kavrel::stopBoundaryFor(boundary)); });
 }
 
 kavrel_result_t kavrel_port_stop(kavrel_port_struct* port, kavrel_background_t job,
-                                 kavrel_event_t place) {
+                                 kavrel_event_t boundary) {
   if (port == nullptr) return KAVREL_SUCCESS;
-  return guarded([&] {
-    port->port->stop(job, kavrel::placeFor(place));
+  return resultOf([&] {
+    port->port->stop(job, kavrel::stopBoundaryFor(boundary));
     return KAVREL_SUCCESS;
   });
 }
 
 kavrel_result_t kavrel_port_wait(kavrel_port_struct* port, kavrel_background_t job) {
   if (port == nullptr) return KAVREL_INVALID_POINTER;
-  return guarded([&] { return port->port->wait(job); });
+  return resultOf([&] { return port->port->wait(job); });
 }
 
 kavrel_result_t kavrel_event_get_text(kavrel_event_struct* event, char** text) {

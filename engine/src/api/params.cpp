@@ -146,11 +146,11 @@ kavrel_result_t kavrel_params_set_val(kavrel_params* params, const char* key, ka
   value->key = indexOfKey(key);
   if (value->key == kOtherKey) value = withOwnKey(value, key);
   if (value == nullptr) return KAVREL_INTERNAL_ERROR;
-  kavrel_val** place = &params->first;
-  while (*place != nullptr && (*place)->keyName() != key) place = &(*place)->next;
-  kavrel_val* const earlier = *place;
+  kavrel_val** slot = &params->first;
+  while (*slot != nullptr && (*slot)->keyName() != key) slot = &(*slot)->next;
+  kavrel_val* const earlier = *slot;
   value->next = earlier != nullptr ? earlier->next : nullptr;
-  *place = value;
+  *slot = value;
   std::free(earlier);
   return KAVREL_SUCCESS;
 }

@@ -134,16 +134,16 @@ Port::JobPointer Port::find(kavrel_background_t handle) {
   return job != m_jobs.end() ? *job : nullptr;
 }
 
-kavrel_result_t Port::pause(kavrel_background_t handle, Place place) {
+kavrel_result_t Port::pause(kavrel_background_t handle, StopBoundary boundary) {
   JobPointer job;
   {
     const Held held(m_lock);
     job = find(handle);
   }
-  return job != nullptr && job->pause(place) ? KAVREL_SUCCESS : KAVREL_OBJECT_NOT_FOUND;
+  return job != nullptr && job->pause(boundary) ? KAVREL_SUCCESS : KAVREL_OBJECT_NOT_FOUND;
 }
 
-void Port::stop(kavrel_background_t handle, Place place) {
+void Port::stop(kavrel_background_t handle, StopBoundary boundary) {
   std::vector<JobPointer> jobs;
   {
     const Held held(m_lock);
@@ -154,7 +154,7 @@ void Port::stop(kavrel_background_t handle, Place place) {
     }
   }
   // The last one first, so that none of them begins because the one before it has ended.
-  for (auto job = jobs.rbegin(); job != jobs.rend(); ++job) (*job)->stop(place);
+  for (auto job = jobs.rbegin(); job != jobs.rend(); ++job) (*job)->stop(boundary);
 }
 
 // A job comes to its end only after those before it, so these are waited for, too.

@@ -31,8 +31,8 @@ class Port : public std::enable_shared_from_this<Port> {
   // As the functions of the C interface with these names.
   kavrel_result_t speakText(std::string_view text, kavrel_background_t& handle,
                             const kavrel_params* params) EXCLUDES(m_lock);
-  kavrel_result_t pause(kavrel_background_t handle, Place place) EXCLUDES(m_lock);
-  void stop(kavrel_background_t handle, Place place) EXCLUDES(m_lock);
+  kavrel_result_t pause(kavrel_background_t handle, StopBoundary boundary) EXCLUDES(m_lock);
+  void stop(kavrel_background_t handle, StopBoundary boundary) EXCLUDES(m_lock);
   kavrel_result_t wait(kavrel_background_t handle) EXCLUDES(m_lock);
 
  private:

@@ -25,10 +25,10 @@ constexpr std::uint64_t kNoEntry = std::numeric_limits<std::uint64_t>::max();
 
 }  // namespace
 
-Place placeFor(kavrel_event_t place) {
-  if (place == KAVREL_EVENT_WORD) return Place::Word;
-  if (place == KAVREL_EVENT_SENTENCE) return Place::Sentence;
-  return Place::Now;
+StopBoundary stopBoundaryFor(kavrel_event_t boundary) {
+  if (boundary == KAVREL_EVENT_WORD) return StopBoundary::Word;
+  if (boundary == KAVREL_EVENT_SENTENCE) return StopBoundary::Sentence;
+  return StopBoundary::Now;
 }
 
 // A handle is a number, not an address, so that no job to come can have it.
@@ -42,7 +42,7 @@ Job::Job(std::uint64_t number, Request request)
 
 void Job::run() {
   const Held held(m_lock);
-  if (m_stopAt != Place::Now) {
+  if (m_stopAt != StopBoundary::Now) {
     m_begun = true;
     const auto length = static_cast<std::uint32_t>(m_request.text.size());
     deliver({0, KAVREL_EVENT_START, 0, length, {}, false, false});
@@ -58,7 +58,7 @@ void Job::run() {
 void Job::speak() {
   // A sink that takes sound as fast as it comes is kept busy while more is produced.
   Pipeline producer(m_request.text, *m_request.voice, m_cancel, m_sink.lead() == 0);
-  while (m_stopAt != Place::Now && !m_failed) {
+  while (m_stopAt != StopBoundary::Now && !m_failed) {
     if (m_paused) {
       m_wake.wait(m_lock);
       continue;
@@ -102,9 +102,9 @@ bool Job::isDue(const Entry& entry) {
 
 // Finds where a pause or stop takes hold that waits for its place.
 void Job::findCut() {
-  const std::optional<Place> place = m_stopAt.has_value() ? m_stopAt : m_pauseAt;
-  if (!place.has_value() || m_cut.has_value()) return;
-  m_cut = m_timeline.findCut(m_sink.heard(), *place == Place::Sentence);
+  const std::optional<StopBoundary> wanted = m_stopAt.has_value() ? m_stopAt : m_pauseAt;
+  if (!wanted.has_value() || m_cut.has_value()) return;
+  m_cut = m_timeline.findCut(m_sink.heard(), *wanted == StopBoundary::Sentence);
   if (!m_cut.has_value() && m_allProduced) m_cut = {m_timeline.end(), kNoEntry};
   if (!m_cut.has_value() || m_cut->sample >= m_written) return;
   m_written = m_sink.takeBack(m_cut->sample);
@@ -121,7 +121,7 @@ void Job::beCut() {
   m_cut.reset();
   m_sink.pause();
   if (m_stopAt.has_value()) {
-    m_stopAt = Place::Now;
+    m_stopAt = StopBoundary::Now;
     m_stopTime = Clock::now();
   } else {
     m_pauseAt.reset();
@@ -273,35 +273,35 @@ void Job::call(const Entry& entry) {
   }
 }
 
-bool Job::pause(Place place) {
+bool Job::pause(StopBoundary boundary) {
   const Held held(m_lock);
   if (m_ending) return false;
   if (m_stopAt.has_value()) {
     // A paused job ends where it stands, so a pause at once is what the stop was waiting for.
-    if (place == Place::Now) stopNow();
+    if (boundary == StopBoundary::Now) stopNow();
   } else if (m_paused) {
     m_paused = false;
     m_sink.resume();
   } else if (m_pauseAt.has_value()) {
     m_pauseAt.reset();
     m_cut.reset();
-  } else if (place == Place::Now) {
+  } else if (boundary == StopBoundary::Now) {
     m_paused = true;
     m_sink.pause();
   } else {
-    m_pauseAt = place;
+    m_pauseAt = boundary;
   }
   changed();
   return true;
 }
 
-void Job::stop(Place place) {
+void Job::stop(StopBoundary boundary) {
   const Held held(m_lock);
-  if (m_ending || (m_stopAt.has_value() && *m_stopAt <= place)) return;
-  if (place == Place::Now || m_paused || !m_begun) {
+  if (m_ending || (m_stopAt.has_value() && *m_stopAt <= boundary)) return;
+  if (boundary == StopBoundary::Now || m_paused || !m_begun) {
     stopNow();
   } else {
-    m_stopAt = place;
+    m_stopAt = boundary;
     m_pauseAt.reset();
     m_cut.reset();
   }
@@ -309,7 +309,7 @@ void Job::stop(Place place) {
 }
 
 void Job::stopNow() {
-  m_stopAt = Place::Now;
+  m_stopAt = StopBoundary::Now;
   m_stopTime = Clock::now();
   m_cancel = true;
   m_sink.pause();
@@ -338,7 +338,7 @@ Job::Waited Job::wait() {
 Clock::time_point Job::hangLimit() {
   if (!m_inCallback || (m_paused && !m_ending)) return Clock::time_point::max();
   Clock::time_point silent = m_callbackBegan;
-  if (m_stopAt == Place::Now) {
+  if (m_stopAt == StopBoundary::Now) {
     silent = std::max(silent, m_stopTime);
   } else if (!m_ending) {
     silent = std::max(silent, m_sink.dueAt(m_written));

@@ -23,9 +23,9 @@ namespace kavrel {
 class Voice;
 
 // Where a pause or a stop takes hold, the nearest first.
-enum class Place { Now, Word, Sentence };
+enum class StopBoundary { Now, Word, Sentence };
 
-Place placeFor(kavrel_event_t place);
+StopBoundary stopBoundaryFor(kavrel_event_t boundary);
 
 // The handle of the job with that number.
 kavrel_background_t handleFor(std::uint64_t number);
@@ -53,10 +53,10 @@ class Job {
   void run() EXCLUDES(m_lock);
 
   // As kavrel_port_pause. False when the job is over.
-  bool pause(Place place) EXCLUDES(m_lock);
+  bool pause(StopBoundary boundary) EXCLUDES(m_lock);
 
   // As kavrel_port_stop.
-  void stop(Place place) EXCLUDES(m_lock);
+  void stop(StopBoundary boundary) EXCLUDES(m_lock);
 
   // As kavrel_port_wait; not for the job's own thread.
   Waited wait() EXCLUDES(m_lock);
@@ -104,10 +104,10 @@ class Job {
   bool m_failed GUARDED_BY(m_lock) = false;
 
   bool m_paused GUARDED_BY(m_lock) = false;
-  std::optional<Place> m_pauseAt GUARDED_BY(m_lock);      // asked for, not reached; never Now
-  std::optional<Place> m_stopAt GUARDED_BY(m_lock);       // asked for
-  Clock::time_point m_stopTime GUARDED_BY(m_lock);        // when a stop at once was asked for
-  std::optional<Timeline::Cut> m_cut GUARDED_BY(m_lock);  // where m_stopAt or m_pauseAt is
+  std::optional<StopBoundary> m_pauseAt GUARDED_BY(m_lock);  // asked for, not reached; never Now
+  std::optional<StopBoundary> m_stopAt GUARDED_BY(m_lock);   // asked for
+  Clock::time_point m_stopTime GUARDED_BY(m_lock);           // when a stop at once was asked for
+  std::optional<Timeline::Cut> m_cut GUARDED_BY(m_lock);     // where m_stopAt or m_pauseAt is
 
   Timeline m_timeline GUARDED_BY(m_lock);
   std::uint64_t m_written GUARDED_BY(m_lock) = 0;  // to the sink
