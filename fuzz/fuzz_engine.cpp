@@ -70,8 +70,8 @@ void checkPlan(const kavrel::Sentence& sentence) {
       fuzz::require(inner.mark > last && inner.share >= 0 && inner.share < 1, "marks are in order");
       last = inner.mark;
     }
-    for (const auto& finish : step.input.finishes) {
-      fuzz::require(finish.speed >= 1 && finish.volume >= 0, "finishes are possible");
+    for (const auto& adjustment : step.input.adjustments) {
+      fuzz::require(adjustment.speed >= 1 && adjustment.volume >= 0, "adjustments are possible");
     }
   }
   fuzz::require(next == sentence.items.size(), "all items are planned");

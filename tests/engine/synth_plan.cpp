@@ -100,14 +100,14 @@ TEST(SynthPlan, TakesTheFirstWordsStyleAsSettingAndLaterOnesAsCommands) {
 }
 
 TEST(SynthPlan, LeavesVolumeAndSpeedToWhatIsDoneToTheSound) {
-  using Finish = kavrel::CallSound::Finish;
+  using Adjustment = kavrel::SynthAudio::Adjustment;
   const Style quiet = style([](Style& s) { s.volume = 40; });
   const Style fast = style([](Style& s) { s.rate = 432; });
   const auto steps = planned({word(L"a", quiet), word(L"b"), word(L"c", fast)});
   ASSERT_EQ(steps.size(), 1u);
   EXPECT_EQ(visible(steps[0]), "^1M a ^2M b ^220S ^3M c ");
-  EXPECT_EQ(steps[0].input.finishes,
-            (std::vector<Finish>{{0, 40, 1, 1}, {2, 100, 1, 1}, {3, 100, 1.2, 2}}));
+  EXPECT_EQ(steps[0].input.adjustments,
+            (std::vector<Adjustment>{{0, 40, 1, 1}, {2, 100, 1, 1}, {3, 100, 1.2, 2}}));
 }
 
 TEST(SynthPlan, HasNoCommandForAMarkInsideAWord) {
@@ -117,7 +117,7 @@ TEST(SynthPlan, HasNoCommandForAMarkInsideAWord) {
   const auto steps = planned({word(L"a"), mark, word(L"b")});
   EXPECT_EQ(visible(steps[0]), "^1M a ^3M b ");
   EXPECT_EQ(steps[0].marks, (std::vector<std::size_t>{0, 1, 2}));
-  EXPECT_EQ(steps[0].input.innerMarks, (std::vector<kavrel::CallSound::InnerMark>{{2, 0.25}}));
+  EXPECT_EQ(steps[0].input.innerMarks, (std::vector<kavrel::SynthAudio::InnerMark>{{2, 0.25}}));
 }
 
 TEST(SynthPlan, WritesAMinusThatTheSynthesiserReads) {
@@ -147,11 +147,11 @@ TEST(SynthPlan, KeepsRatesAndVolumesWithinWhatTheSynthesiserTakes) {
       style([](Style& s) { s.rate = 1e9, s.volume = 1e9, s.pitch = 1e9, s.range = 1e9; });
   const auto slow = planned({word(L"a", low)})[0].input;
   EXPECT_EQ(slow.settings, (kavrel::Synthesiser::Settings{80, 0, 0}));
-  EXPECT_EQ(slow.finishes[0].volume, 0);
+  EXPECT_EQ(slow.adjustments[0].volume, 0);
   const auto fast = planned({word(L"a", high)})[0].input;
   EXPECT_EQ(fast.settings, (kavrel::Synthesiser::Settings{220, 99, 99}));
-  EXPECT_EQ(fast.finishes[0].volume, 300);
-  EXPECT_NEAR(fast.finishes[0].speed, 600.0 / 216, 0.01);
+  EXPECT_EQ(fast.adjustments[0].volume, 300);
+  EXPECT_NEAR(fast.adjustments[0].speed, 600.0 / 216, 0.01);
 }
 
 TEST(SynthPlan, HasThePitchThatTheVoiceIsSaidToHave) {

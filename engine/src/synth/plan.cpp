@@ -194,7 +194,7 @@ void Plan::noteCutPoint(const Step& step, const Item& item) {
   m_cut = {m_item,
            m_text.size(),
            step.marks.size(),
-           step.input.finishes.size(),
+           step.input.adjustments.size(),
            step.input.innerMarks.size(),
            item.style.emphasis,
            true};
@@ -206,7 +206,7 @@ bool Plan::cutAtComma(Step& step) {
   m_part = 0;
   m_text.resize(m_cut.textSize);
   step.marks.resize(m_cut.marks);
-  step.input.finishes.resize(m_cut.finishes);
+  step.input.adjustments.resize(m_cut.adjustments);
   step.input.innerMarks.resize(m_cut.innerMarks);
   m_inForce.emphasis = m_cut.emphasis;
   return true;
@@ -249,7 +249,7 @@ void Plan::adopt(Step& step, const Manner& manner) {
   if (manner.volume != m_inForce.volume || manner.pauses != m_inForce.pauses ||
       manner.speed != m_inForce.speed) {
     const int mark = step.marks.empty() ? 0 : static_cast<int>(step.marks.size()) + 1;
-    step.input.finishes.push_back({mark, manner.volume, manner.pauses, manner.speed});
+    step.input.adjustments.push_back({mark, manner.volume, manner.pauses, manner.speed});
   }
   const Synthesiser::Settings& now = m_inForce.settings;
   if (settings.rate != now.rate) addCommand(settings.rate, L'S');

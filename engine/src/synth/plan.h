@@ -60,7 +60,7 @@ class Plan {
     std::size_t item = 0;
     std::size_t textSize = 0;
     std::size_t marks = 0;
-    std::size_t finishes = 0;
+    std::size_t adjustments = 0;
     std::size_t innerMarks = 0;
     bool emphasis = false;
     bool set = false;

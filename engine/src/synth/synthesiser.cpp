@@ -18,7 +18,7 @@ namespace {
 constexpr int kBlockMilliseconds = 500;
 
 // What the running call gives, and who may give it up. Used by the thread whose turn it is.
-CallSound* currentSound = nullptr;
+SynthAudio* currentAudio = nullptr;
 const SynthesisListener* currentListener = nullptr;
 bool outOfMemory = false;
 
@@ -26,10 +26,10 @@ void takeEvents(const espeak_EVENT* event) {
   for (; event->type != espeakEVENT_LIST_TERMINATED; ++event) {
     if (event->type == espeakEVENT_MARK) {
       // A mark command's number comes where a name would be; there is nothing behind the pointer.
-      currentSound->addMark(event->id.number, event->sample);
+      currentAudio->addMark(event->id.number, event->sample);
     } else if (event->type == espeakEVENT_PHONEME) {
       std::string_view name(event->id.string, sizeof(event->id.string));
-      currentSound->addPhone(name.substr(0, name.find('\0')), event->sample);
+      currentAudio->addPhone(name.substr(0, name.find('\0')), event->sample);
     }
   }
 }
@@ -37,13 +37,13 @@ void takeEvents(const espeak_EVENT* event) {
 extern "C" int onSynthesis(short* samples, int count, espeak_EVENT* events) {
   constexpr int kGoOn = 0;
   constexpr int kGiveUp = 1;
-  if (currentSound == nullptr) return kGoOn;
+  if (currentAudio == nullptr) return kGoOn;
   if (currentListener->cancelled()) return kGiveUp;
   // Nothing may be thrown through espeak-ng, which is C.
   try {
     if (events != nullptr) takeEvents(events);
     if (samples != nullptr && count >= 0) {
-      currentSound->addSamples({samples, static_cast<std::size_t>(count)});
+      currentAudio->addSamples({samples, static_cast<std::size_t>(count)});
     }
   } catch (...) {
     outOfMemory = true;
@@ -52,15 +52,15 @@ extern "C" int onSynthesis(short* samples, int count, espeak_EVENT* events) {
   return kGoOn;
 }
 
-void giveTo(SynthesisListener& listener, const CallSound& sound) {
-  for (const CallSound::Event& event : sound.events()) {
+void giveTo(SynthesisListener& listener, const SynthAudio& audio) {
+  for (const SynthAudio::Event& event : audio.events()) {
     if (event.mark > 0) {
       listener.onMark(event.mark, event.sample);
     } else {
       listener.onPhone(event.phone, event.sample);
     }
   }
-  if (!sound.samples().empty()) listener.onSamples(sound.samples());
+  if (!audio.samples().empty()) listener.onSamples(audio.samples());
 }
 
 // espeak-ng sets the process's character type while it starts; what was set stays set.
@@ -82,7 +82,7 @@ class KeepCharacterType {
 // Commands in a text stay in force after it, so everything is set before each call.
 void adopt(const Synthesiser::Settings& settings) {
   espeak_SetParameter(espeakRATE, settings.rate, 0);
-  // Its own volume has no exact measure; see CallSound::finish.
+  // Its own volume has no exact measure; see SynthAudio::adjust.
   espeak_SetParameter(espeakVOLUME, 100, 0);
   espeak_SetParameter(espeakPITCH, settings.pitch, 0);
   espeak_SetParameter(espeakRANGE, settings.range, 0);
@@ -170,7 +170,7 @@ bool Synthesiser::use(const Voice& voice) {
 // Emphasis is the one command that no setting takes back. Texts end with it switched off, but a
 // call that was given up has not come to its end.
 void Synthesiser::clearEmphasis() {
-  currentSound = nullptr;
+  currentAudio = nullptr;
   synthesise(
       L"\x01"
       L"1F ",
@@ -180,16 +180,16 @@ void Synthesiser::clearEmphasis() {
 
 bool Synthesiser::speak(const Input& input, const Voice& voice, SynthesisListener& listener,
                         std::string& why) {
-  CallSound sound;
-  if (!call(input, voice, listener, sound, why)) return false;
-  sound.finish(input.finishes);
-  sound.addInnerMarks(input.innerMarks);
-  giveTo(listener, sound);
+  SynthAudio audio;
+  if (!call(input, voice, listener, audio, why)) return false;
+  audio.adjust(input.adjustments);
+  audio.addInnerMarks(input.innerMarks);
+  giveTo(listener, audio);
   return true;
 }
 
 bool Synthesiser::call(const Input& input, const Voice& voice, const SynthesisListener& listener,
-                       CallSound& sound, std::string& why) {
+                       SynthAudio& audio, std::string& why) {
   const std::lock_guard turn(m_turn);
   if (listener.cancelled()) return true;
   if (!startHeld(why)) return false;
@@ -199,12 +199,12 @@ bool Synthesiser::call(const Input& input, const Voice& voice, const SynthesisLi
   }
   adopt(input.settings);
   if (m_cutShort) clearEmphasis();
-  currentSound = &sound;
+  currentAudio = &audio;
   currentListener = &listener;
   outOfMemory = false;
   const espeak_ERROR result = synthesise(
       input.text, (input.hasPhones ? espeakPHONEMES : 0u) | (input.endPause ? espeakENDPAUSE : 0u));
-  currentSound = nullptr;
+  currentAudio = nullptr;
   m_cutShort = outOfMemory || result != EE_OK || listener.cancelled();
   if (outOfMemory) {
     why = "memory is out";

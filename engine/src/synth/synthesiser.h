@@ -15,7 +15,7 @@
 #include <vector>
 
 #include "annotations.h"
-#include "synth/call_sound.h"
+#include "synth/synth_audio.h"
 
 namespace kavrel {
 
@@ -69,9 +69,9 @@ class Synthesiser {
     // In force until a command says otherwise. A command costs a few milliseconds of silence.
     Settings settings;
     // What is done to the sound behind the synthesiser, in order of the marks.
-    std::vector<CallSound::Finish> finishes;
+    std::vector<SynthAudio::Adjustment> adjustments;
     // Marks that have no command.
-    std::vector<CallSound::InnerMark> innerMarks;
+    std::vector<SynthAudio::InnerMark> innerMarks;
     // "[[" … "]]" in `text` enclose phones in the synthesiser's notation.
     bool hasPhones = false;
     // Ends with the pause that belongs to the last character.
@@ -93,7 +93,7 @@ class Synthesiser {
  private:
   bool startHeld(std::string& why);
   bool call(const Input& input, const Voice& voice, const SynthesisListener& listener,
-            CallSound& sound, std::string& why);
+            SynthAudio& audio, std::string& why);
   bool use(const Voice& voice);
   void clearEmphasis();
 

@@ -47,7 +47,7 @@ double likeness(const std::int16_t* one, const std::int16_t* other, std::size_t 
 
 // The place, near `wanted`, that goes on best in the way of what stands at `model`. All stay inside
 // the sound.
-std::ptrdiff_t bestPlace(Samples sound, std::ptrdiff_t model, std::ptrdiff_t wanted) {
+std::ptrdiff_t bestMatch(Samples sound, std::ptrdiff_t model, std::ptrdiff_t wanted) {
   const auto last = static_cast<std::ptrdiff_t>(sound.size() - kHop);
   const std::int16_t* const like = sound.data() + std::min(model, last);
   std::ptrdiff_t best = std::clamp(wanted, std::ptrdiff_t{0}, last);
@@ -55,12 +55,12 @@ std::ptrdiff_t bestPlace(Samples sound, std::ptrdiff_t model, std::ptrdiff_t wan
   const auto search = [&](std::ptrdiff_t from, std::ptrdiff_t to, std::ptrdiff_t by) {
     from = std::max(from, std::ptrdiff_t{0});
     to = std::min(to, last);
-    for (std::ptrdiff_t place = from; place <= to; place += by) {
+    for (std::ptrdiff_t position = from; position <= to; position += by) {
       const double found =
-          likeness(like, sound.data() + place, static_cast<std::size_t>(by > 1 ? 2 : 1));
+          likeness(like, sound.data() + position, static_cast<std::size_t>(by > 1 ? 2 : 1));
       if (found > most) {
         most = found;
-        best = place;
+        best = position;
       }
     }
   };
@@ -73,65 +73,66 @@ std::ptrdiff_t bestPlace(Samples sound, std::ptrdiff_t model, std::ptrdiff_t wan
 
 }  // namespace
 
-TimeScale::TimeScale(std::span<const Pace> paces, std::uint64_t length) {
+TimeScale::TimeScale(std::span<const SpeedChange> changes, std::uint64_t length) {
   double speed = 1;
-  m_knots.push_back({0, 0});
+  m_breakpoints.push_back({0, 0});
   const auto advance = [&](std::uint64_t to) {
     const double sample = static_cast<double>(std::min(to, length));
-    const Knot& last = m_knots.back();
-    if (sample <= last.sample) return;
-    m_knots.push_back({sample, last.made + (sample - last.sample) / speed});
+    const Breakpoint& last = m_breakpoints.back();
+    if (sample <= last.input) return;
+    m_breakpoints.push_back({sample, last.output + (sample - last.input) / speed});
   };
-  for (const Pace& pace : paces) {
-    if (pace.speed == speed) continue;
-    advance(pace.begin);
-    speed = std::max(pace.speed, 1.0);
+  for (const SpeedChange& change : changes) {
+    if (change.speed == speed) continue;
+    advance(change.begin);
+    speed = std::max(change.speed, 1.0);
   }
   advance(length);
 }
 
-std::uint64_t TimeScale::placeOf(std::uint64_t sample) const {
+std::uint64_t TimeScale::positionOf(std::uint64_t sample) const {
   const auto at = static_cast<double>(sample);
-  const auto upper = std::ranges::lower_bound(m_knots, at, {}, &Knot::sample);
-  if (upper == m_knots.begin()) return 0;
-  if (upper == m_knots.end()) return static_cast<std::uint64_t>(m_knots.back().made);
-  const Knot& from = *(upper - 1);
-  const double share = (at - from.sample) / (upper->sample - from.sample);
-  return static_cast<std::uint64_t>(std::lerp(from.made, upper->made, share));
+  const auto upper = std::ranges::lower_bound(m_breakpoints, at, {}, &Breakpoint::input);
+  if (upper == m_breakpoints.begin()) return 0;
+  if (upper == m_breakpoints.end()) return static_cast<std::uint64_t>(m_breakpoints.back().output);
+  const Breakpoint& from = *(upper - 1);
+  const double share = (at - from.input) / (upper->input - from.input);
+  return static_cast<std::uint64_t>(std::lerp(from.output, upper->output, share));
 }
 
-double TimeScale::originOf(double made) const {
-  const auto upper = std::ranges::lower_bound(m_knots, made, {}, &Knot::made);
-  if (upper == m_knots.begin()) return 0;
-  if (upper == m_knots.end()) return m_knots.back().sample;
-  const Knot& from = *(upper - 1);
-  return std::lerp(from.sample, upper->sample, (made - from.made) / (upper->made - from.made));
+double TimeScale::sourceOf(double output) const {
+  const auto upper = std::ranges::lower_bound(m_breakpoints, output, {}, &Breakpoint::output);
+  if (upper == m_breakpoints.begin()) return 0;
+  if (upper == m_breakpoints.end()) return m_breakpoints.back().input;
+  const Breakpoint& from = *(upper - 1);
+  return std::lerp(from.input, upper->input,
+                   (output - from.output) / (upper->output - from.output));
 }
 
 std::vector<std::int16_t> TimeScale::apply(std::span<const std::int16_t> samples) const {
-  std::vector<std::int16_t> made(placeOf(samples.size()));
+  std::vector<std::int16_t> output(positionOf(samples.size()));
   if (samples.size() < kFrame) {
-    std::copy_n(samples.begin(), made.size(), made.begin());
-    return made;
+    std::copy_n(samples.begin(), output.size(), output.begin());
+    return output;
   }
   // Each frame fades out what goes on from the frame before, and fades itself in.
   std::ptrdiff_t before = -static_cast<std::ptrdiff_t>(kHop);
   const std::array<float, kHop>& rise = fadeIn();
-  for (std::size_t at = 0; at < made.size(); at += kHop) {
+  for (std::size_t at = 0; at < output.size(); at += kHop) {
     const auto wanted =
-        static_cast<std::ptrdiff_t>(std::llround(originOf(static_cast<double>(at))));
+        static_cast<std::ptrdiff_t>(std::llround(sourceOf(static_cast<double>(at))));
     const std::ptrdiff_t model = before + static_cast<std::ptrdiff_t>(kHop);
-    const std::ptrdiff_t place = bestPlace(samples, model, wanted);
-    for (std::size_t i = 0; i < kHop && at + i < made.size(); ++i) {
+    const std::ptrdiff_t position = bestMatch(samples, model, wanted);
+    for (std::size_t i = 0; i < kHop && at + i < output.size(); ++i) {
       const auto from = static_cast<std::size_t>(model) + i;
-      const auto to = static_cast<std::size_t>(place) + i;
+      const auto to = static_cast<std::size_t>(position) + i;
       const float leaving = from < samples.size() ? samples[from] : 0;
-      made[at + i] = static_cast<std::int16_t>(
+      output[at + i] = static_cast<std::int16_t>(
           std::lround(leaving + (static_cast<float>(samples[to]) - leaving) * rise[i]));
     }
-    before = place;
+    before = position;
   }
-  return made;
+  return output;
 }
 
 }  // namespace kavrel

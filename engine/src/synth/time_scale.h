@@ -15,35 +15,35 @@ namespace kavrel {
 class TimeScale {
  public:
   // A speed that holds from a sample on; 1 is the sound's own, and the least.
-  struct Pace {
+  struct SpeedChange {
     std::uint64_t begin = 0;
     double speed = 1;
   };
 
-  // `paces` are in order of their samples. In front of the first, the sound has its own speed.
-  TimeScale(std::span<const Pace> paces, std::uint64_t length);
+  // `changes` are in order of their samples. In front of the first, the sound has its own speed.
+  TimeScale(std::span<const SpeedChange> changes, std::uint64_t length);
 
   // True when nothing changes.
-  bool isPlain() const {
-    return m_knots.size() == 2 && m_knots.back().made == m_knots.back().sample;
+  bool isIdentity() const {
+    return m_breakpoints.size() == 2 && m_breakpoints.back().output == m_breakpoints.back().input;
   }
 
   // `samples` at their new speeds; they are as many as the constructor was told.
   std::vector<std::int16_t> apply(std::span<const std::int16_t> samples) const;
 
   // Where a sample comes to stand.
-  std::uint64_t placeOf(std::uint64_t sample) const;
+  std::uint64_t positionOf(std::uint64_t sample) const;
 
  private:
-  // A sample and its place in the sound that is made; between two, all goes in a straight line.
-  struct Knot {
-    double sample = 0;
-    double made = 0;
+  // A sample and its place in the output; between two, all goes in a straight line.
+  struct Breakpoint {
+    double input = 0;
+    double output = 0;
   };
 
-  double originOf(double made) const;
+  double sourceOf(double output) const;
 
-  std::vector<Knot> m_knots;
+  std::vector<Breakpoint> m_breakpoints;
 };
 
 }  // namespace kavrel

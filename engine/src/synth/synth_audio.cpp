@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "synth/call_sound.h"
+#include "synth/synth_audio.h"
 
 #include <algorithm>
 #include <cmath>
@@ -16,16 +16,16 @@ namespace {
 // A change of volume takes this many samples (5 ms), half of them on either side of its mark: a
 // step would click.
 constexpr std::uint64_t kFade = 110;
-// What is louder than this, in units of a sample, is bent.
-constexpr double kLoud = 24000;
-constexpr double kLoudest = std::numeric_limits<std::int16_t>::max();
+// What is louder than this, in units of a sample, is softClipped.
+constexpr double kSoftLimit = 24000;
+constexpr double kHardLimit = std::numeric_limits<std::int16_t>::max();
 
-// The further above kLoud, the less is added, so that kLoudest is never passed.
-double bent(double sample) {
-  const double above = std::abs(sample) - kLoud;
+// The further above kSoftLimit, the less is added, so that kHardLimit is never passed.
+double softClipped(double sample) {
+  const double above = std::abs(sample) - kSoftLimit;
   if (above <= 0) return sample;
-  constexpr double kRoom = kLoudest - kLoud;
-  return std::copysign(kLoud + kRoom * std::tanh(above / kRoom), sample);
+  constexpr double kRoom = kHardLimit - kSoftLimit;
+  return std::copysign(kSoftLimit + kRoom * std::tanh(above / kRoom), sample);
 }
 
 double gainOf(int volume) {
@@ -34,48 +34,49 @@ double gainOf(int volume) {
 
 }  // namespace
 
-void CallSound::addMark(int number, std::int64_t sample) {
+void SynthAudio::addMark(int number, std::int64_t sample) {
   add({number, {}, 0}, sample);
 }
 
-void CallSound::addPhone(std::string_view name, std::int64_t sample) {
+void SynthAudio::addPhone(std::string_view name, std::int64_t sample) {
   add({0, std::string(name), 0}, sample);
 }
 
-void CallSound::add(Event event, std::int64_t sample) {
+void SynthAudio::add(Event event, std::int64_t sample) {
   event.sample = static_cast<std::uint64_t>(std::max(sample, std::int64_t{0}));
   m_events.push_back(std::move(event));
 }
 
-void CallSound::addSamples(std::span<const std::int16_t> samples) {
+void SynthAudio::addSamples(std::span<const std::int16_t> samples) {
   m_samples.insert(m_samples.end(), samples.begin(), samples.end());
 }
 
-void CallSound::finish(std::span<const Finish> finishes) {
+void SynthAudio::adjust(std::span<const Adjustment> adjustments) {
   orderEvents();
-  resizePauses(finishes);
-  applySpeeds(finishes);
-  applyVolumes(finishes);
+  resizePauses(adjustments);
+  applySpeeds(adjustments);
+  applyVolumes(adjustments);
 }
 
 // Whatever the synthesiser says: events are in order, and none lies behind the end of the sound.
-void CallSound::orderEvents() {
+void SynthAudio::orderEvents() {
   std::uint64_t earliest = 0;
   for (Event& event : m_events) {
     event.sample = earliest = std::clamp<std::uint64_t>(event.sample, earliest, m_samples.size());
   }
 }
 
-void CallSound::applySpeeds(std::span<const Finish> finishes) {
-  std::vector<TimeScale::Pace> paces;
-  for (const Finish& finish : finishes) paces.push_back({beginOf(finish), finish.speed});
-  const TimeScale scale(paces, m_samples.size());
-  if (scale.isPlain()) return;
-  for (Event& event : m_events) event.sample = scale.placeOf(event.sample);
+void SynthAudio::applySpeeds(std::span<const Adjustment> adjustments) {
+  std::vector<TimeScale::SpeedChange> changes;
+  for (const Adjustment& adjustment : adjustments)
+    changes.push_back({beginOf(adjustment), adjustment.speed});
+  const TimeScale scale(changes, m_samples.size());
+  if (scale.isIdentity()) return;
+  for (Event& event : m_events) event.sample = scale.positionOf(event.sample);
   m_samples = scale.apply(m_samples);
 }
 
-void CallSound::addInnerMarks(std::span<const InnerMark> marks) {
+void SynthAudio::addInnerMarks(std::span<const InnerMark> marks) {
   if (marks.empty()) return;
   const std::vector<Event> placed = m_events;
   const auto isMark = [](const Event& event) { return event.mark > 0; };
@@ -93,15 +94,15 @@ void CallSound::addInnerMarks(std::span<const InnerMark> marks) {
   std::ranges::stable_sort(m_events, {}, &Event::sample);
 }
 
-std::vector<CallSound::Pause> CallSound::pauses(std::span<const Finish> finishes) const {
+std::vector<SynthAudio::Pause> SynthAudio::pauses(std::span<const Adjustment> adjustments) const {
   std::vector<Pause> found;
-  auto finish = finishes.begin();
+  auto next = adjustments.begin();
   double factor = 1;
   int mark = 0;
   bool silent = false;
   for (const Event& event : m_events) {
     mark = std::max(mark, event.mark);
-    for (; finish != finishes.end() && finish->mark <= mark; ++finish) factor = finish->pauses;
+    for (; next != adjustments.end() && next->mark <= mark; ++next) factor = next->pauses;
     if (event.mark > 0) continue;
     const bool pause = event.phone.starts_with('_');
     if (pause && !silent) found.push_back({event.sample, m_samples.size(), factor});
@@ -112,8 +113,9 @@ std::vector<CallSound::Pause> CallSound::pauses(std::span<const Finish> finishes
 }
 
 // Pauses get longer and shorter in their middle, where nothing is left of the sounds around them.
-void CallSound::resizePauses(std::span<const Finish> finishes) {
-  if (std::ranges::all_of(finishes, [](const Finish& finish) { return finish.pauses == 1; }))
+void SynthAudio::resizePauses(std::span<const Adjustment> adjustments) {
+  if (std::ranges::all_of(adjustments,
+                          [](const Adjustment& adjustment) { return adjustment.pauses == 1; }))
     return;
   std::vector<std::int16_t> resized;
   const auto copy = [&](std::uint64_t begin, std::uint64_t end) {
@@ -122,7 +124,7 @@ void CallSound::resizePauses(std::span<const Finish> finishes) {
   };
   std::uint64_t copied = 0;
   auto event = m_events.begin();
-  for (const Pause& pause : pauses(finishes)) {
+  for (const Pause& pause : pauses(adjustments)) {
     const std::uint64_t length = pause.end - pause.begin;
     const auto wanted = static_cast<std::uint64_t>(static_cast<double>(length) * pause.factor);
     const std::uint64_t kept = std::min(length, wanted);
@@ -143,38 +145,38 @@ void CallSound::resizePauses(std::span<const Finish> finishes) {
   m_samples = std::move(resized);
 }
 
-void CallSound::applyVolumes(std::span<const Finish> finishes) {
+void SynthAudio::applyVolumes(std::span<const Adjustment> adjustments) {
   std::uint64_t begin = 0;
   double gain = 1;
-  for (const Finish& finish : finishes) {
-    const std::uint64_t change = beginOf(finish);
+  for (const Adjustment& adjustment : adjustments) {
+    const std::uint64_t change = beginOf(adjustment);
     const std::uint64_t fadeBegin = std::max(begin, change - std::min(change, kFade / 2));
     const std::uint64_t fadeEnd =
         change > 0 ? std::min<std::uint64_t>(fadeBegin + kFade, m_samples.size()) : 0;
     amplify(begin, fadeBegin, gain, gain);
-    amplify(fadeBegin, fadeEnd, gain, gainOf(finish.volume));
+    amplify(fadeBegin, fadeEnd, gain, gainOf(adjustment.volume));
     begin = fadeEnd;
-    gain = gainOf(finish.volume);
+    gain = gainOf(adjustment.volume);
   }
   amplify(begin, m_samples.size(), gain, gain);
 }
 
 // A mark that was passed over is reached together with the next one.
-std::uint64_t CallSound::beginOf(const Finish& finish) const {
-  if (finish.mark == 0) return 0;
+std::uint64_t SynthAudio::beginOf(const Adjustment& adjustment) const {
+  if (adjustment.mark == 0) return 0;
   const auto reached = std::ranges::find_if(
-      m_events, [&finish](const Event& event) { return event.mark >= finish.mark; });
+      m_events, [&adjustment](const Event& event) { return event.mark >= adjustment.mark; });
   return reached == m_events.end() ? m_samples.size() : reached->sample;
 }
 
 // The gain goes from one value to the other on the way.
-void CallSound::amplify(std::uint64_t begin, std::uint64_t end, double from, double to) {
+void SynthAudio::amplify(std::uint64_t begin, std::uint64_t end, double from, double to) {
   if (from == 1 && to == 1) return;
   const double step = (to - from) / static_cast<double>(end > begin ? end - begin : 1);
   double gain = from;
   for (std::uint64_t at = begin; at < end; ++at, gain += step) {
     const double sample = gain * m_samples[at];
-    m_samples[at] = static_cast<std::int16_t>(std::lround(gain > 1 ? bent(sample) : sample));
+    m_samples[at] = static_cast<std::int16_t>(std::lround(gain > 1 ? softClipped(sample) : sample));
   }
 }
 

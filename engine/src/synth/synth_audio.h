@@ -13,7 +13,7 @@
 
 namespace kavrel {
 
-class CallSound {
+class SynthAudio {
  public:
   struct Event {
     int mark = 0;       // from 1; 0 for a phone
@@ -22,13 +22,13 @@ class CallSound {
   };
 
   // What becomes of the sound from a mark on.
-  struct Finish {
+  struct Adjustment {
     int mark = 0;       // 0: from the start
     int volume = 100;   // percent
     double pauses = 1;  // how much longer they get
     double speed = 1;   // how much faster the whole gets
 
-    bool operator==(const Finish&) const = default;
+    bool operator==(const Adjustment&) const = default;
   };
 
   // A mark inside a word, that the synthesiser is not told of: it comes when `share` (0 to 1) of
@@ -47,11 +47,11 @@ class CallSound {
   void addSamples(std::span<const std::int16_t> samples);
 
   // Gives pauses their lengths and the sound its speeds and volumes, and takes the events along;
-  // `finishes` are in order of their marks. What would be louder than a sample can be is bent, not
-  // cut off. Called once, when all blocks have come.
-  void finish(std::span<const Finish> finishes);
+  // `adjustments` are in order of their marks. What would be louder than a sample can be is bent,
+  // not cut off. Called once, when all blocks have come.
+  void adjust(std::span<const Adjustment> adjustments);
 
-  // Adds an event for each of the marks, which are in order. Comes behind finish().
+  // Adds an event for each of the marks, which are in order. Called after adjust().
   void addInnerMarks(std::span<const InnerMark> marks);
 
   const std::vector<Event>& events() const { return m_events; }
@@ -66,11 +66,11 @@ class CallSound {
 
   void add(Event event, std::int64_t sample);
   void orderEvents();
-  std::vector<Pause> pauses(std::span<const Finish> finishes) const;
-  void resizePauses(std::span<const Finish> finishes);
-  void applySpeeds(std::span<const Finish> finishes);
-  void applyVolumes(std::span<const Finish> finishes);
-  std::uint64_t beginOf(const Finish& finish) const;
+  std::vector<Pause> pauses(std::span<const Adjustment> adjustments) const;
+  void resizePauses(std::span<const Adjustment> adjustments);
+  void applySpeeds(std::span<const Adjustment> adjustments);
+  void applyVolumes(std::span<const Adjustment> adjustments);
+  std::uint64_t beginOf(const Adjustment& adjustment) const;
   void amplify(std::uint64_t begin, std::uint64_t end, double from, double to);
 
   std::vector<std::int16_t> m_samples;
