@@ -18,10 +18,10 @@ namespace {
 constexpr std::uint64_t kMaxWrite = 4096;
 // How long a wait bears with a callback that does not return, counted from the end of the sound.
 constexpr std::chrono::seconds kCallbackGrace(1);
-// The most entries that wait for their sound while more are produced. A text may have any number of
-// marks in one place; a second of speech has far fewer entries.
+// The most events that wait for their sound while more are produced. A text may have any number of
+// marks in one place; a second of speech has far fewer events.
 constexpr std::size_t kMaxWaiting = 4096;
-constexpr std::uint64_t kNoEntry = std::numeric_limits<std::uint64_t>::max();
+constexpr std::uint64_t kNoEvent = std::numeric_limits<std::uint64_t>::max();
 
 }  // namespace
 
@@ -63,7 +63,7 @@ void Job::speak() {
       m_wake.wait(m_lock);
       continue;
     }
-    findCut();
+    findBoundary();
     if (step(producer)) continue;
     if (isDone()) {
       m_position = static_cast<std::uint32_t>(m_request.text.size());
@@ -75,50 +75,50 @@ void Job::speak() {
 
 // Whatever comes first in this order is done; what follows may depend on it.
 bool Job::step(Pipeline& producer) {
-  m_timeline.forget(std::min(m_sink.heard(), m_written));
+  m_timeline.discard(std::min(m_sink.heard(), m_written));
   if (deliverDue()) return true;
-  if (isCut()) {
-    beCut();
+  if (isAtBoundary()) {
+    applyBoundary();
     return true;
   }
   return writeMore() || produceMore(producer);
 }
 
 bool Job::deliverDue() {
-  const Entry* const entry = m_timeline.nextEntry();
-  if (entry == nullptr) return false;
-  if (m_cut.has_value() && m_timeline.takenCount() >= m_cut->entry) return false;
-  if (!isDue(*entry)) return false;
-  deliver(Entry(m_timeline.takeEntry()));
+  const TimedEvent* const event = m_timeline.nextEvent();
+  if (event == nullptr) return false;
+  if (m_boundary.has_value() && m_timeline.takenCount() >= m_boundary->event) return false;
+  if (!isDue(*event)) return false;
+  deliver(TimedEvent(m_timeline.takeEvent()));
   return true;
 }
 
-bool Job::isDue(const Entry& entry) {
-  if (m_request.eventsImmediate) return entry.sample <= m_written;
-  if (m_sink.hasReached(entry.sample)) return true;
+bool Job::isDue(const TimedEvent& event) {
+  if (m_request.eventsImmediate) return event.sample <= m_written;
+  if (m_sink.hasReached(event.sample)) return true;
   // Without any sound there is nothing to wait for, nor can more be kept than this.
   return m_timeline.end() == 0 && (m_allProduced || m_timeline.waitingCount() >= kMaxWaiting);
 }
 
 // Finds where a pause or stop takes hold that waits for its place.
-void Job::findCut() {
+void Job::findBoundary() {
   const std::optional<StopBoundary> wanted = m_stopAt.has_value() ? m_stopAt : m_pauseAt;
-  if (!wanted.has_value() || m_cut.has_value()) return;
-  m_cut = m_timeline.findCut(m_sink.heard(), *wanted == StopBoundary::Sentence);
-  if (!m_cut.has_value() && m_allProduced) m_cut = {m_timeline.end(), kNoEntry};
-  if (!m_cut.has_value() || m_cut->sample >= m_written) return;
-  m_written = m_sink.takeBack(m_cut->sample);
+  if (!wanted.has_value() || m_boundary.has_value()) return;
+  m_boundary = m_timeline.findBoundary(m_sink.heard(), *wanted == StopBoundary::Sentence);
+  if (!m_boundary.has_value() && m_allProduced) m_boundary = {m_timeline.end(), kNoEvent};
+  if (!m_boundary.has_value() || m_boundary->sample >= m_written) return;
+  m_written = m_sink.takeBack(m_boundary->sample);
   // What has been heard meanwhile has been heard.
-  m_cut->sample = std::max(m_cut->sample, m_sink.heard());
+  m_boundary->sample = std::max(m_boundary->sample, m_sink.heard());
 }
 
-bool Job::isCut() {
-  return m_cut.has_value() && m_sink.heard() >= m_cut->sample;
+bool Job::isAtBoundary() {
+  return m_boundary.has_value() && m_sink.heard() >= m_boundary->sample;
 }
 
-void Job::beCut() {
+void Job::applyBoundary() {
   m_position = m_wordEnd;
-  m_cut.reset();
+  m_boundary.reset();
   m_sink.pause();
   if (m_stopAt.has_value()) {
     m_stopAt = StopBoundary::Now;
@@ -135,10 +135,10 @@ std::uint64_t Job::writeTarget() {
   const std::uint64_t lead = m_sink.lead();
   if (lead > 0) {
     target = std::min(target, m_sink.heard() + lead);
-  } else if (const Entry* const entry = m_timeline.nextEntry()) {
-    target = std::min(target, std::max(entry->sample, m_written));
+  } else if (const TimedEvent* const event = m_timeline.nextEvent()) {
+    target = std::min(target, std::max(event->sample, m_written));
   }
-  return m_cut.has_value() ? std::min(target, m_cut->sample) : target;
+  return m_boundary.has_value() ? std::min(target, m_boundary->sample) : target;
 }
 
 bool Job::writeMore() {
@@ -160,26 +160,27 @@ bool Job::writeMore() {
   return true;
 }
 
-// Sound that is still to be heard makes room when entries are too many.
+// Sound that is still to be heard makes room when events are too many.
 bool Job::mayProduce() {
-  return !m_allProduced && !m_cut.has_value() && m_timeline.waitingCount() < kMaxWaiting;
+  return !m_allProduced && !m_boundary.has_value() && m_timeline.waitingCount() < kMaxWaiting;
 }
 
 bool Job::produceMore(Pipeline& producer) {
   if (!mayProduce()) return false;
-  const bool seeksCut = m_stopAt.has_value() || m_pauseAt.has_value();
-  if (!seeksCut && m_timeline.end() >= m_sink.heard() + std::max<std::uint64_t>(m_sink.lead(), 1)) {
+  const bool seeksBoundary = m_stopAt.has_value() || m_pauseAt.has_value();
+  if (!seeksBoundary &&
+      m_timeline.end() >= m_sink.heard() + std::max<std::uint64_t>(m_sink.lead(), 1)) {
     return false;
   }
-  Piece piece;
+  SpeechSegment segment;
   Producer::Result result = Producer::Result::Failed;
   {
     const Released released(m_lock);
-    result = producer.next(piece);
+    result = producer.next(segment);
   }
   switch (result) {
-    case Producer::Result::Piece:
-      m_timeline.append(std::move(piece));
+    case Producer::Result::Segment:
+      m_timeline.append(std::move(segment));
       break;
     case Producer::Result::End:
       m_allProduced = true;
@@ -192,16 +193,16 @@ bool Job::produceMore(Pipeline& producer) {
 }
 
 bool Job::isDone() {
-  return m_allProduced && m_timeline.nextEntry() == nullptr && m_sink.heard() >= m_timeline.end();
+  return m_allProduced && m_timeline.nextEvent() == nullptr && m_sink.heard() >= m_timeline.end();
 }
 
 // When there is something to do again, if nothing is asked of the job before. Everything that could
 // be done now has been done.
 Clock::time_point Job::nextDue() {
-  const std::uint64_t end = m_cut.has_value() ? m_cut->sample : m_timeline.end();
+  const std::uint64_t end = m_boundary.has_value() ? m_boundary->sample : m_timeline.end();
   std::uint64_t position = end;
-  const Entry* const entry = m_timeline.nextEntry();
-  if (entry != nullptr && !m_request.eventsImmediate) position = std::min(position, entry->sample);
+  const TimedEvent* const event = m_timeline.nextEvent();
+  if (event != nullptr && !m_request.eventsImmediate) position = std::min(position, event->sample);
   const bool moreToWrite = m_written < end || mayProduce();
   const std::uint64_t margin = m_sink.lead() / 2;
   if (moreToWrite && m_written > margin) position = std::min(position, m_written - margin);
@@ -238,36 +239,36 @@ std::uint64_t Job::soundLength() {
   return std::max(m_lastSample, std::min(m_sink.heard(), m_timeline.end()));
 }
 
-void Job::deliver(const Entry& entry) {
-  m_lastSample = entry.sample;
-  if (entry.type == KAVREL_EVENT_WORD) {
-    m_position = entry.start;
-    m_wordEnd = entry.start + entry.length;
+void Job::deliver(const TimedEvent& event) {
+  m_lastSample = event.sample;
+  if (event.type == KAVREL_EVENT_WORD) {
+    m_position = event.start;
+    m_wordEnd = event.start + event.length;
   }
-  const bool wanted = m_request.callback != nullptr && (m_request.mask & entry.type) != 0;
-  const bool observed = entry.type != KAVREL_EVENT_NONE && isObserved();
+  const bool wanted = m_request.callback != nullptr && (m_request.mask & event.type) != 0;
+  const bool observed = event.type != KAVREL_EVENT_NONE && isObserved();
   if (!wanted && !observed) return;
   m_inCallback = true;
   m_callbackBegan = Clock::now();
   {
     const Released released(m_lock);
-    if (observed) report(entry);
-    if (wanted) call(entry);
+    if (observed) report(event);
+    if (wanted) call(event);
   }
   m_inCallback = false;
 }
 
-void Job::report(const Entry& entry) {
-  const double time = static_cast<double>(entry.sample) / kSampleRate;
-  observe({entry.type, handleFor(m_number), entry.sample, kSampleRate, time, entry.start,
-           entry.length, entry.text.c_str()});
+void Job::report(const TimedEvent& event) {
+  const double time = static_cast<double>(event.sample) / kSampleRate;
+  observe({event.type, handleFor(m_number), event.sample, kSampleRate, time, event.start,
+           event.length, event.text.c_str()});
 }
 
-void Job::call(const Entry& entry) {
+void Job::call(const TimedEvent& event) {
   try {
-    kavrel_event_struct event{entry.text, static_cast<int>(entry.start),
-                              static_cast<int>(entry.length)};
-    m_request.callback(&event, entry.type, m_request.user);
+    kavrel_event_struct argument{event.text, static_cast<int>(event.start),
+                                 static_cast<int>(event.length)};
+    m_request.callback(&argument, event.type, m_request.user);
   } catch (...) {
     KAVREL_DIAG("Job", "A callback has thrown.");
   }
@@ -284,7 +285,7 @@ bool Job::pause(StopBoundary boundary) {
     m_sink.resume();
   } else if (m_pauseAt.has_value()) {
     m_pauseAt.reset();
-    m_cut.reset();
+    m_boundary.reset();
   } else if (boundary == StopBoundary::Now) {
     m_paused = true;
     m_sink.pause();
@@ -303,7 +304,7 @@ void Job::stop(StopBoundary boundary) {
   } else {
     m_stopAt = boundary;
     m_pauseAt.reset();
-    m_cut.reset();
+    m_boundary.reset();
   }
   changed();
 }

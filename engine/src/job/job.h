@@ -69,19 +69,19 @@ class Job {
   bool deliverDue() REQUIRES(m_lock);
   bool writeMore() REQUIRES(m_lock);
   bool produceMore(Pipeline& producer) REQUIRES(m_lock);
-  void findCut() REQUIRES(m_lock);
-  bool isCut() REQUIRES(m_lock);
-  void beCut() REQUIRES(m_lock);
+  void findBoundary() REQUIRES(m_lock);
+  bool isAtBoundary() REQUIRES(m_lock);
+  void applyBoundary() REQUIRES(m_lock);
   void finish() REQUIRES(m_lock);
   bool finishSink() REQUIRES(m_lock);
   void fail(const std::string& message) REQUIRES(m_lock);
-  void deliver(const Entry& entry) REQUIRES(m_lock);
-  void report(const Entry& entry) EXCLUDES(m_lock);
-  void call(const Entry& entry) EXCLUDES(m_lock);
+  void deliver(const TimedEvent& event) REQUIRES(m_lock);
+  void report(const TimedEvent& event) EXCLUDES(m_lock);
+  void call(const TimedEvent& event) EXCLUDES(m_lock);
 
   std::uint64_t soundLength() REQUIRES(m_lock);
   bool isDone() REQUIRES(m_lock);
-  bool isDue(const Entry& entry) REQUIRES(m_lock);
+  bool isDue(const TimedEvent& event) REQUIRES(m_lock);
   bool mayProduce() REQUIRES(m_lock);
   std::uint64_t writeTarget() REQUIRES(m_lock);
   Clock::time_point nextDue() REQUIRES(m_lock);
@@ -107,7 +107,8 @@ class Job {
   std::optional<StopBoundary> m_pauseAt GUARDED_BY(m_lock);  // asked for, not reached; never Now
   std::optional<StopBoundary> m_stopAt GUARDED_BY(m_lock);   // asked for
   Clock::time_point m_stopTime GUARDED_BY(m_lock);           // when a stop at once was asked for
-  std::optional<Timeline::Cut> m_cut GUARDED_BY(m_lock);     // where m_stopAt or m_pauseAt is
+  std::optional<Timeline::Boundary> m_boundary
+      GUARDED_BY(m_lock);  // where m_stopAt or m_pauseAt is
 
   Timeline m_timeline GUARDED_BY(m_lock);
   std::uint64_t m_written GUARDED_BY(m_lock) = 0;  // to the sink

@@ -29,8 +29,8 @@ Pipeline::~Pipeline() {
   m_thread->join();
 }
 
-Producer::Result Pipeline::next(Piece& piece) {
-  if (!m_thread.has_value()) return m_producer.next(piece);
+Producer::Result Pipeline::next(SpeechSegment& segment) {
+  if (!m_thread.has_value()) return m_producer.next(segment);
   Outcome outcome;
   {
     const Held held(m_lock);
@@ -39,7 +39,7 @@ Producer::Result Pipeline::next(Piece& piece) {
     m_changed.notify_all();
   }
   if (outcome.thrown) std::rethrow_exception(outcome.thrown);
-  piece = std::move(outcome.piece);
+  segment = std::move(outcome.segment);
   return outcome.result;
 }
 
@@ -47,7 +47,7 @@ void Pipeline::run() {
   bool isLast = false;
   while (!isLast) {
     Outcome outcome = produce();
-    isLast = outcome.thrown || outcome.result != Producer::Result::Piece;
+    isLast = outcome.thrown || outcome.result != Producer::Result::Segment;
     const Held held(m_lock);
     m_outcomes[m_produced++ % m_outcomes.size()] = std::move(outcome);
     m_changed.notify_all();
@@ -59,7 +59,7 @@ void Pipeline::run() {
 Pipeline::Outcome Pipeline::produce() noexcept {
   Outcome outcome;
   try {
-    outcome.result = m_producer.next(outcome.piece);
+    outcome.result = m_producer.next(outcome.segment);
   } catch (...) {
     outcome.thrown = std::current_exception();
   }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 //
-// A producer that can be ahead of whoever takes its pieces: it then produces on a thread of its
-// own, and stops when a few pieces are waiting to be taken.
+// A producer that can be ahead of whoever takes its segments: it then produces on a thread of its
+// own, and stops when a few segments are waiting to be taken.
 //
 // Used by one thread, apart from that one.
 #pragma once
@@ -22,25 +22,25 @@ namespace kavrel {
 
 class Pipeline {
  public:
-  // As for Producer. Not `ahead`, or when the system refuses a thread: pieces are produced as they
-  // are asked for.
+  // As for Producer. Not `ahead`, or when the system refuses a thread: segments are produced as
+  // they are asked for.
   Pipeline(std::string_view text, const Voice& voice, std::atomic<bool>& cancel, bool ahead);
 
-  // Sets `cancel`, and waits for a piece that is in production.
+  // Sets `cancel`, and waits for a segment that is in production.
   ~Pipeline();
   Pipeline(const Pipeline&) = delete;
   Pipeline& operator=(const Pipeline&) = delete;
 
   // As Producer::next(), what it throws included; not to be called again after the end or a
   // failure.
-  Producer::Result next(Piece& piece) EXCLUDES(m_lock);
+  Producer::Result next(SpeechSegment& segment) EXCLUDES(m_lock);
 
   const std::string& error() const { return m_producer.error(); }
 
  private:
   struct Outcome {
     Producer::Result result = Producer::Result::End;
-    Piece piece;
+    SpeechSegment segment;
     std::exception_ptr thrown;
   };
 
@@ -52,7 +52,7 @@ class Pipeline {
 
   Mutex m_lock;
   Condition m_changed;  // with m_lock
-  // Not yet taken, from the m_taken'th on; more would only cost memory, for a piece is far more
+  // Not yet taken, from the m_taken'th on; more would only cost memory, for a segment is far more
   // work to produce than to take.
   std::array<Outcome, 2> m_outcomes GUARDED_BY(m_lock);
   std::size_t m_produced GUARDED_BY(m_lock) = 0;

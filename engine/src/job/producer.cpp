@@ -22,16 +22,16 @@ std::uint64_t samplesOf(std::uint32_t milliseconds) {
 Producer::Producer(std::string_view text, const Voice& voice, const std::atomic<bool>& cancel)
     : m_voice(voice), m_cancel(cancel), m_reader(text) {}
 
-Producer::Result Producer::next(Piece& piece) {
-  piece = Piece();
-  m_piece = &piece;
+Producer::Result Producer::next(SpeechSegment& segment) {
+  segment = SpeechSegment();
+  m_segment = &segment;
   if (!m_plan.has_value() && !beginSentence()) return Result::End;
   Step step;
   if (!m_plan->next(step)) {
     endSentence();
-    return Result::Piece;
+    return Result::Segment;
   }
-  return perform(step) ? Result::Piece : Result::Failed;
+  return perform(step) ? Result::Segment : Result::Failed;
 }
 
 bool Producer::beginSentence() {
@@ -48,7 +48,7 @@ bool Producer::beginSentence() {
 // The sentence is reported with its first sound, not before.
 bool Producer::perform(const Step& step) {
   if (!m_announced) {
-    m_piece->entries.push_back(
+    m_segment->events.push_back(
         {0, KAVREL_EVENT_SENTENCE, m_sentence.start, m_sentence.length, {}, true, true});
     m_announced = true;
   }
@@ -62,34 +62,34 @@ bool Producer::perform(const Step& step) {
   const bool done =
       !step.audible || Synthesiser::shared().speak(step.input, m_voice, *this, m_error);
   // Marks at the end of a call, with nothing to be heard behind them, are not reported to us.
-  if (done && !cancelled()) reachMarks(static_cast<int>(step.marks.size()), m_piece->length());
+  if (done && !cancelled()) reachMarks(static_cast<int>(step.marks.size()), m_segment->length());
   m_step = nullptr;
   return done;
 }
 
 void Producer::performBreak(const Item& item) {
-  m_piece->entries.push_back({0, KAVREL_EVENT_NONE, m_start, m_length, {}, true, false});
-  m_piece->silence = samplesOf(item.milliseconds);
-  if (m_piece->silence > 0) addPhone(kPause, 0);
+  m_segment->events.push_back({0, KAVREL_EVENT_NONE, m_start, m_length, {}, true, false});
+  m_segment->silence = samplesOf(item.milliseconds);
+  if (m_segment->silence > 0) addPhone(kPause, 0);
 }
 
 void Producer::endSentence() {
   const bool ends = m_sentence.ends;
-  if (ends) m_piece->entries.push_back({0, KAVREL_EVENT_NONE, m_start, m_length, {}, true, true});
+  if (ends) m_segment->events.push_back({0, KAVREL_EVENT_NONE, m_start, m_length, {}, true, true});
   m_plan.reset();
 }
 
 void Producer::reach(std::size_t index, std::uint64_t sample) {
   const Item& item = m_sentence.items[index];
   if (item.kind == Item::Kind::Mark) {
-    m_piece->entries.push_back(
+    m_segment->events.push_back(
         {sample, KAVREL_EVENT_BOOKMARK, item.start, item.length, item.name, false, false});
     return;
   }
   m_start = item.start;
   m_length = item.length;
   if (!item.reported) return;
-  m_piece->entries.push_back(
+  m_segment->events.push_back(
       {sample, KAVREL_EVENT_WORD, item.start, item.length, item.name, true, false});
 }
 
@@ -100,7 +100,7 @@ void Producer::reachMarks(int upTo, std::uint64_t sample) {
 }
 
 void Producer::addPhone(std::string_view name, std::uint64_t sample) {
-  m_piece->entries.push_back(
+  m_segment->events.push_back(
       {sample, KAVREL_EVENT_PHONEME, m_start, m_length, std::string(name), false, false});
 }
 
@@ -121,7 +121,7 @@ void Producer::onPhone(std::string_view name, std::uint64_t sample) {
 }
 
 void Producer::onSamples(std::span<const std::int16_t> samples) {
-  m_piece->samples.insert(m_piece->samples.end(), samples.begin(), samples.end());
+  m_segment->samples.insert(m_segment->samples.end(), samples.begin(), samples.end());
 }
 
 bool Producer::cancelled() const {

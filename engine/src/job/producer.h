@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 //
-// Produces the speech of one text, piece by piece: reads sentences, has them spoken, and ties every
-// sound to its place in the text. Holds one sentence and one piece at a time, whatever the text's
-// length. Used by one thread at a time, but for the flag that cancels.
+// Produces the speech of one text, segment by segment: reads sentences, has them spoken, and ties
+// every sound to its place in the text. Holds one sentence and one segment at a time, whatever the
+// text's length. Used by one thread at a time, but for the flag that cancels.
 #pragma once
 
 #include <atomic>
@@ -12,7 +12,7 @@
 #include <string>
 #include <string_view>
 
-#include "job/piece.h"
+#include "job/segment.h"
 #include "synth/plan.h"
 #include "synth/synthesiser.h"
 #include "text/sentence.h"
@@ -23,14 +23,14 @@ class Voice;
 
 class Producer final : private SynthesisListener {
  public:
-  enum class Result { Piece, End, Failed };
+  enum class Result { Segment, End, Failed };
 
   // All must outlive the producer. Once `cancel` is set, a running next() comes back soon, with a
-  // piece that may be cut short.
+  // segment that may be cut short.
   Producer(std::string_view text, const Voice& voice, const std::atomic<bool>& cancel);
 
-  // Fills `piece` with what comes next; it may be of no length. Failed: error() says why.
-  Result next(Piece& piece);
+  // Fills `segment` with what comes next; it may be of no length. Failed: error() says why.
+  Result next(SpeechSegment& segment);
 
   const std::string& error() const { return m_error; }
 
@@ -59,7 +59,7 @@ class Producer final : private SynthesisListener {
   int m_lastMark = 0;           // the last mark of m_step that has been reached
   std::uint32_t m_start = 0;    // the place that phones are reported for
   std::uint32_t m_length = 0;
-  Piece* m_piece = nullptr;
+  SpeechSegment* m_segment = nullptr;
   std::string m_error;
 };
 

@@ -10,48 +10,48 @@
 #include <span>
 #include <vector>
 
-#include "job/piece.h"
+#include "job/segment.h"
 
 namespace kavrel {
 
 class Timeline {
  public:
-  void append(Piece&& piece);
+  void append(SpeechSegment&& segment);
 
-  // Where the next piece will go.
+  // Where the next segment will go.
   std::uint64_t end() const { return m_end; }
 
   // Samples from `position` on, at least one and at most `limit`; `position` has not been forgotten
-  // and lies in front of end(). Good until the next append or forget.
+  // and lies in front of end(). Good until the next append or discard.
   std::span<const std::int16_t> samplesAt(std::uint64_t position, std::size_t limit) const;
 
-  // The first entry that has not been taken; null when there is none.
-  const Entry* nextEntry() const;
-  // Takes it. Good until the next append or forget.
-  const Entry& takeEntry();
+  // The first event that has not been taken; null when there is none.
+  const TimedEvent* nextEvent() const;
+  // Takes it. Good until the next append or discard.
+  const TimedEvent& takeEvent();
 
-  // A place where speech can be cut: at `sample`, in front of the entry with number `entry`.
-  struct Cut {
+  // A place where speech can be cut: at `sample`, in front of the event with number `event`.
+  struct Boundary {
     std::uint64_t sample = 0;
-    std::uint64_t entry = 0;
+    std::uint64_t event = 0;
   };
 
-  // How many entries have been taken, which is the number of nextEntry().
+  // How many events have been taken, which is the number of nextEvent().
   std::uint64_t takenCount() const { return m_dropped + m_taken; }
 
-  // How many entries have not been taken.
-  std::size_t waitingCount() const { return m_entries.size() - m_taken; }
+  // How many events have not been taken.
+  std::size_t waitingCount() const { return m_events.size() - m_taken; }
 
   // The first place at or after `heard` where the current word (`sentence`: sentence) is over and
   // nothing of what follows has begun. None: it has not been produced yet.
-  std::optional<Cut> findCut(std::uint64_t heard, bool sentence) const;
+  std::optional<Boundary> findBoundary(std::uint64_t heard, bool sentence) const;
 
-  // Drops the samples in front of `position`, and the entries up to it that have been taken. All of
+  // Drops the samples in front of `position`, and the events up to it that have been taken. All of
   // it has been heard.
-  void forget(std::uint64_t position);
+  void discard(std::uint64_t position);
 
  private:
-  struct Stretch {
+  struct Block {
     std::uint64_t begin = 0;
     std::vector<std::int16_t> samples;
     std::uint64_t silence = 0;
@@ -59,10 +59,10 @@ class Timeline {
     std::uint64_t end() const { return begin + samples.size() + silence; }
   };
 
-  std::deque<Stretch> m_stretches;
-  std::deque<Entry> m_entries;
-  std::size_t m_taken = 0;      // how many of m_entries, from the front
-  std::uint64_t m_dropped = 0;  // how many entries there were in front of m_entries
+  std::deque<Block> m_blocks;
+  std::deque<TimedEvent> m_events;
+  std::size_t m_taken = 0;      // how many of m_events, from the front
+  std::uint64_t m_dropped = 0;  // how many events there were in front of m_events
   std::uint64_t m_end = 0;
 };
 
