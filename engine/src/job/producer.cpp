@@ -26,12 +26,12 @@ Producer::Result Producer::next(SpeechSegment& segment) {
   segment = SpeechSegment();
   m_segment = &segment;
   if (!m_plan.has_value() && !beginSentence()) return Result::End;
-  Step step;
-  if (!m_plan->next(step)) {
+  SynthCall call;
+  if (!m_plan->next(call)) {
     endSentence();
     return Result::Segment;
   }
-  return perform(step) ? Result::Segment : Result::Failed;
+  return perform(call) ? Result::Segment : Result::Failed;
 }
 
 bool Producer::beginSentence() {
@@ -46,24 +46,24 @@ bool Producer::beginSentence() {
 }
 
 // The sentence is reported with its first sound, not before.
-bool Producer::perform(const Step& step) {
+bool Producer::perform(const SynthCall& call) {
   if (!m_announced) {
     m_segment->events.push_back(
         {0, KAVREL_EVENT_SENTENCE, m_sentence.start, m_sentence.length, {}, true, true});
     m_announced = true;
   }
-  if (step.isBreak) {
-    performBreak(m_sentence.items[step.breakItem]);
+  if (call.isBreak) {
+    performBreak(m_sentence.items[call.breakItem]);
     return true;
   }
-  m_step = &step;
+  m_call = &call;
   m_lastMark = 0;
   m_phoneLanguage = m_voice.language();
   const bool done =
-      !step.audible || Synthesiser::shared().speak(step.input, m_voice, *this, m_error);
+      !call.audible || Synthesiser::shared().speak(call.input, m_voice, *this, m_error);
   // Marks at the end of a call, with nothing to be heard behind them, are not reported to us.
-  if (done && !cancelled()) reachMarks(static_cast<int>(step.marks.size()), m_segment->length());
-  m_step = nullptr;
+  if (done && !cancelled()) reachMarks(static_cast<int>(call.marks.size()), m_segment->length());
+  m_call = nullptr;
   return done;
 }
 
@@ -95,8 +95,8 @@ void Producer::reach(std::size_t index, std::uint64_t sample) {
 
 // Marks that were passed over are reached together with the next one.
 void Producer::reachMarks(int upTo, std::uint64_t sample) {
-  const int last = std::min(upTo, static_cast<int>(m_step->marks.size()));
-  while (m_lastMark < last) reach(m_step->marks[static_cast<std::size_t>(m_lastMark++)], sample);
+  const int last = std::min(upTo, static_cast<int>(m_call->marks.size()));
+  while (m_lastMark < last) reach(m_call->marks[static_cast<std::size_t>(m_lastMark++)], sample);
 }
 
 void Producer::addPhone(std::string_view name, std::uint64_t sample) {

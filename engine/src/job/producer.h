@@ -36,7 +36,7 @@ class Producer final : private SynthesisListener {
 
  private:
   bool beginSentence();
-  bool perform(const Step& step);
+  bool perform(const SynthCall& call);
   void performBreak(const Item& item);
   void endSentence();
   void reach(std::size_t item, std::uint64_t sample);
@@ -54,9 +54,9 @@ class Producer final : private SynthesisListener {
   Sentence m_sentence;
   std::optional<Plan> m_plan;  // of m_sentence; none between sentences
   bool m_announced = false;    // m_sentence has been reported, or need not be
-  const Step* m_step = nullptr;
+  const SynthCall* m_call = nullptr;
   std::string m_phoneLanguage;  // in which the phones that come are spoken
-  int m_lastMark = 0;           // the last mark of m_step that has been reached
+  int m_lastMark = 0;           // the last mark of m_call that has been reached
   std::uint32_t m_start = 0;    // the place that phones are reported for
   std::uint32_t m_length = 0;
   SpeechSegment* m_segment = nullptr;

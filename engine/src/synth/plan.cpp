@@ -27,19 +27,19 @@ constexpr std::size_t kMaxPhones = 60;
 // they should be. Measured over three voices; between the lines it is straight. Above, it hurries
 // words unevenly, and from 450 on misplaces its events, so the sound of the last line is made
 // faster.
-struct Rate {
+struct RateRow {
   double wordsPerMinute;
   double setting;
   double pauses;
 };
-constexpr std::array<Rate, 8> kRates = {{{Plan::kMinRate, 80, 0.75},
-                                         {91.7, 90, 0.71},
-                                         {101.8, 100, 0.73},
-                                         {121, 120, 0.79},
-                                         {141.5, 140, 0.85},
-                                         {180, 180, 1},
-                                         {198, 200, 1.09},
-                                         {216, 220, 1.2}}};
+constexpr std::array<RateRow, 8> kRates = {{{Plan::kMinRate, 80, 0.75},
+                                            {91.7, 90, 0.71},
+                                            {101.8, 100, 0.73},
+                                            {121, 120, 0.79},
+                                            {141.5, 140, 0.85},
+                                            {180, 180, 1},
+                                            {198, 200, 1.09},
+                                            {216, 220, 1.2}}};
 constexpr double kFastestOwn = kRates.back().wordsPerMinute;
 
 constexpr double kEmphasisVolume = 1.5;
@@ -60,12 +60,12 @@ bool isControl(wchar_t c) {
   return c < 0x20 || (c >= 0x7F && c < 0xA0);
 }
 
-Rate rateFor(double wordsPerMinute) {
+RateRow rateFor(double wordsPerMinute) {
   const double rate = std::clamp(wordsPerMinute, Plan::kMinRate, kFastestOwn);
-  const auto upper = std::ranges::find_if(kRates.begin() + 1, kRates.end(), [rate](const Rate& at) {
-    return rate <= at.wordsPerMinute;
-  });
-  const Rate& from = *(upper - 1);
+  const auto upper =
+      std::ranges::find_if(kRates.begin() + 1, kRates.end(),
+                           [rate](const RateRow& at) { return rate <= at.wordsPerMinute; });
+  const RateRow& from = *(upper - 1);
   const double share = (rate - from.wordsPerMinute) / (upper->wordsPerMinute - from.wordsPerMinute);
   return {rate, std::lerp(from.setting, upper->setting, share),
           std::lerp(from.pauses, upper->pauses, share)};
@@ -99,29 +99,29 @@ std::wstring plainText(std::wstring_view characters, bool digitsApart) {
 
 Plan::Plan(const Sentence& sentence, const Voice& voice) : m_sentence(sentence), m_voice(voice) {}
 
-bool Plan::next(Step& step) {
-  step = Step();
+bool Plan::next(SynthCall& call) {
+  call = SynthCall();
   if (m_item >= m_sentence.items.size()) return false;
   if (m_sentence.items[m_item].kind == Item::Kind::Break) {
-    step.isBreak = true;
-    step.breakItem = m_item++;
+    call.isBreak = true;
+    call.breakItem = m_item++;
     return true;
   }
   m_text.clear();
   m_commandCount = 0;
-  m_hasManner = false;
-  m_inForce = Manner();
-  m_cut = CutPoint();
+  m_hasSettings = false;
+  m_inForce = ResolvedStyle();
+  m_split = SplitPoint();
   while (m_item < m_sentence.items.size() && m_sentence.items[m_item].kind != Item::Kind::Break &&
          !isFull()) {
-    addItem(step);
+    addItem(call);
   }
   const bool atEnd = m_item >= m_sentence.items.size();
-  const bool atComma = !atEnd && isFull() && cutAtComma(step);
+  const bool atComma = !atEnd && isFull() && splitAtComma(call);
   // Emphasis would stay in force for the calls of others.
   if (m_inForce.emphasis) addCommand(kNormalEmphasis, L'F');
-  step.input.text = m_text;
-  step.input.endPause = atEnd ? m_sentence.ends : atComma;
+  call.input.text = m_text;
+  call.input.endPause = atEnd ? m_sentence.ends : atComma;
   return true;
 }
 
@@ -129,16 +129,16 @@ bool Plan::isFull() const {
   return m_text.size() >= kMaxText || m_commandCount >= kMaxCommands;
 }
 
-void Plan::addItem(Step& step) {
+void Plan::addItem(SynthCall& call) {
   const Item& item = m_sentence.items[m_item];
-  if (item.kind != Item::Kind::Mark) adopt(step, mannerFor(item.style));
-  if (m_part == 0) addMark(step, item);
+  if (item.kind != Item::Kind::Mark) applyStyle(call, resolve(item.style));
+  if (m_part == 0) addMark(call, item);
   switch (item.kind) {
     case Item::Kind::Word:
-      addWordPart(step, item);
+      addWordPart(call, item);
       break;
     case Item::Kind::Phones:
-      addPhonesPart(step, item);
+      addPhonesPart(call, item);
       break;
     case Item::Kind::Mark:
     case Item::Kind::Break:
@@ -147,37 +147,37 @@ void Plan::addItem(Step& step) {
   }
 }
 
-void Plan::addMark(Step& step, const Item& item) {
-  step.marks.push_back(m_item);
-  const auto number = static_cast<int>(step.marks.size());
+void Plan::addMark(SynthCall& call, const Item& item) {
+  call.marks.push_back(m_item);
+  const auto number = static_cast<int>(call.marks.size());
   if (item.kind == Item::Kind::Mark && item.share < 1) {
-    step.input.innerMarks.push_back({number, item.share});
+    call.input.innerMarks.push_back({number, item.share});
   } else {
     addCommand(number, L'M');
   }
 }
 
-void Plan::addWordPart(Step& step, const Item& item) {
+void Plan::addWordPart(SynthCall& call, const Item& item) {
   const std::size_t limit = item.style.spellOut ? kMaxSpelled : kMaxCharacters;
   const std::wstring_view part = std::wstring_view(item.text).substr(m_part, limit);
   const std::wstring text = plainText(part, item.style.digits);
-  step.audible = step.audible || !text.empty();
+  call.audible = call.audible || !text.empty();
   m_text += text;
   m_text += L' ';
   m_part += part.size();
   if (m_part < item.text.size()) return;
   m_part = 0;
   ++m_item;
-  noteCutPoint(step, item);
+  noteSplitPoint(call, item);
 }
 
-void Plan::addPhonesPart(Step& step, const Item& item) {
+void Plan::addPhonesPart(SynthCall& call, const Item& item) {
   const std::size_t count = std::min(kMaxPhones, item.phones.size() - m_part);
   const std::string notation =
       synthesiserInput(std::span(item.phones).subspan(m_part, count), m_voice.language());
   if (!notation.empty()) {
-    step.audible = true;
-    step.input.hasPhones = true;
+    call.audible = true;
+    call.input.hasPhones = true;
     m_text += L"[[" + std::wstring(notation.begin(), notation.end()) + L"]] ";
   }
   m_part += count;
@@ -187,39 +187,39 @@ void Plan::addPhonesPart(Step& step, const Item& item) {
 }
 
 // A long call is best ended where the speaker takes a breath anyway, but not near its beginning.
-void Plan::noteCutPoint(const Step& step, const Item& item) {
+void Plan::noteSplitPoint(const SynthCall& call, const Item& item) {
   constexpr std::wstring_view kBreath = L",;:";
   if (item.text.empty() || m_text.size() < kMaxText / 3) return;
   if (kBreath.find(item.text.back()) == std::wstring_view::npos) return;
-  m_cut = {m_item,
-           m_text.size(),
-           step.marks.size(),
-           step.input.adjustments.size(),
-           step.input.innerMarks.size(),
-           item.style.emphasis,
-           true};
+  m_split = {m_item,
+             m_text.size(),
+             call.marks.size(),
+             call.input.adjustments.size(),
+             call.input.innerMarks.size(),
+             item.style.emphasis,
+             true};
 }
 
-bool Plan::cutAtComma(Step& step) {
-  if (!m_cut.set) return false;
-  m_item = m_cut.item;
+bool Plan::splitAtComma(SynthCall& call) {
+  if (!m_split.set) return false;
+  m_item = m_split.item;
   m_part = 0;
-  m_text.resize(m_cut.textSize);
-  step.marks.resize(m_cut.marks);
-  step.input.adjustments.resize(m_cut.adjustments);
-  step.input.innerMarks.resize(m_cut.innerMarks);
-  m_inForce.emphasis = m_cut.emphasis;
+  m_text.resize(m_split.textSize);
+  call.marks.resize(m_split.marks);
+  call.input.adjustments.resize(m_split.adjustments);
+  call.input.innerMarks.resize(m_split.innerMarks);
+  m_inForce.emphasis = m_split.emphasis;
   return true;
 }
 
-Plan::Manner Plan::mannerFor(const Style& style) const {
-  Manner manner;
-  Synthesiser::Settings& settings = manner.settings;
+Plan::ResolvedStyle Plan::resolve(const Style& style) const {
+  ResolvedStyle resolved;
+  Synthesiser::Settings& settings = resolved.settings;
   const double wordsPerMinute = isSet(style.rate) ? style.rate : kDefaultRate;
-  const Rate rate = rateFor(wordsPerMinute);
+  const RateRow rate = rateFor(wordsPerMinute);
   settings.rate = static_cast<int>(std::lround(rate.setting));
-  manner.pauses = rate.pauses;
-  manner.speed = std::clamp(wordsPerMinute / kFastestOwn, 1.0, kMaxRate / kFastestOwn);
+  resolved.pauses = rate.pauses;
+  resolved.speed = std::clamp(wordsPerMinute / kFastestOwn, 1.0, kMaxRate / kFastestOwn);
   if (isSet(style.range)) settings.range = m_voice.rangeFor(style.range);
   // A wider range would raise the voice, too.
   if (isSet(style.pitch) || isSet(style.range)) {
@@ -228,10 +228,10 @@ Plan::Manner Plan::mannerFor(const Style& style) const {
   }
   double volume = isSet(style.volume) ? style.volume : 100;
   if (style.emphasis) volume *= kEmphasisVolume;
-  manner.volume = static_cast<int>(std::lround(std::min(volume, kMaxVolume)));
-  manner.emphasis = style.emphasis;
-  manner.spelling = style.spellOut;
-  return manner;
+  resolved.volume = static_cast<int>(std::lround(std::min(volume, kMaxVolume)));
+  resolved.emphasis = style.emphasis;
+  resolved.spelling = style.spellOut;
+  return resolved;
 }
 
 void Plan::addCommand(int number, wchar_t letter) {
@@ -242,25 +242,25 @@ void Plan::addCommand(int number, wchar_t letter) {
   ++m_commandCount;
 }
 
-void Plan::adopt(Step& step, const Manner& manner) {
-  const Synthesiser::Settings& settings = manner.settings;
-  if (!m_hasManner) step.input.settings = m_inForce.settings = settings;
-  m_hasManner = true;
-  if (manner.volume != m_inForce.volume || manner.pauses != m_inForce.pauses ||
-      manner.speed != m_inForce.speed) {
-    const int mark = step.marks.empty() ? 0 : static_cast<int>(step.marks.size()) + 1;
-    step.input.adjustments.push_back({mark, manner.volume, manner.pauses, manner.speed});
+void Plan::applyStyle(SynthCall& call, const ResolvedStyle& resolved) {
+  const Synthesiser::Settings& settings = resolved.settings;
+  if (!m_hasSettings) call.input.settings = m_inForce.settings = settings;
+  m_hasSettings = true;
+  if (resolved.volume != m_inForce.volume || resolved.pauses != m_inForce.pauses ||
+      resolved.speed != m_inForce.speed) {
+    const int mark = call.marks.empty() ? 0 : static_cast<int>(call.marks.size()) + 1;
+    call.input.adjustments.push_back({mark, resolved.volume, resolved.pauses, resolved.speed});
   }
   const Synthesiser::Settings& now = m_inForce.settings;
   if (settings.rate != now.rate) addCommand(settings.rate, L'S');
   if (settings.pitch != now.pitch) addCommand(settings.pitch, L'P');
   if (settings.range != now.range) addCommand(settings.range, L'R');
-  if (manner.emphasis != m_inForce.emphasis) {
-    addCommand(manner.emphasis ? kStrongEmphasis : kNormalEmphasis, L'F');
+  if (resolved.emphasis != m_inForce.emphasis) {
+    addCommand(resolved.emphasis ? kStrongEmphasis : kNormalEmphasis, L'F');
   }
-  if (manner.spelling != m_inForce.spelling)
-    addCommand(manner.spelling ? kSpellCharacters : 0, L'Y');
-  m_inForce = manner;
+  if (resolved.spelling != m_inForce.spelling)
+    addCommand(resolved.spelling ? kSpellCharacters : 0, L'Y');
+  m_inForce = resolved;
 }
 
 }  // namespace kavrel

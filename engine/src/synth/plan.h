@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 //
-// Turns a sentence into what the synthesiser is asked for, one step at a time: calls that are short
+// Turns a sentence into what the synthesiser is asked for, one call at a time: calls that are short
 // enough for it, and silences.
 //
 // The text of a call has a mark command in front of every item, so that each word's sound is known
@@ -18,7 +18,7 @@ namespace kavrel {
 
 class Voice;
 
-struct Step {
+struct SynthCall {
   Synthesiser::Input input;
   // Mark number n (from 1) stands for the sentence's item marks[n - 1].
   std::vector<std::size_t> marks;
@@ -42,12 +42,12 @@ class Plan {
   // Both must outlive the plan.
   Plan(const Sentence& sentence, const Voice& voice);
 
-  // Fills `step` and answers true, or answers false at the end of the sentence.
-  bool next(Step& step);
+  // Fills `call` and answers true, or answers false at the end of the sentence.
+  bool next(SynthCall& call);
 
  private:
   // What an item's style comes to.
-  struct Manner {
+  struct ResolvedStyle {
     Synthesiser::Settings settings;
     int volume = 100;
     double pauses = 1;
@@ -56,7 +56,7 @@ class Plan {
     bool spelling = false;
   };
   // Where a call can end that has become too long.
-  struct CutPoint {
+  struct SplitPoint {
     std::size_t item = 0;
     std::size_t textSize = 0;
     std::size_t marks = 0;
@@ -66,17 +66,17 @@ class Plan {
     bool set = false;
   };
 
-  Manner mannerFor(const Style& style) const;
+  ResolvedStyle resolve(const Style& style) const;
   void addCommand(int number, wchar_t letter);
-  void adopt(Step& step, const Manner& manner);
+  void applyStyle(SynthCall& call, const ResolvedStyle& resolved);
   bool isFull() const;
-  void addItem(Step& step);
-  void addMark(Step& step, const Item& item);
-  void addWordPart(Step& step, const Item& item);
-  void addPhonesPart(Step& step, const Item& item);
-  void noteCutPoint(const Step& step, const Item& item);
+  void addItem(SynthCall& call);
+  void addMark(SynthCall& call, const Item& item);
+  void addWordPart(SynthCall& call, const Item& item);
+  void addPhonesPart(SynthCall& call, const Item& item);
+  void noteSplitPoint(const SynthCall& call, const Item& item);
   // False when the call has no such place.
-  bool cutAtComma(Step& step);
+  bool splitAtComma(SynthCall& call);
 
   const Sentence& m_sentence;
   const Voice& m_voice;
@@ -85,9 +85,9 @@ class Plan {
   // The call under construction.
   std::wstring m_text;
   std::size_t m_commandCount = 0;
-  Manner m_inForce;
-  bool m_hasManner = false;  // an item has decided the call's settings
-  CutPoint m_cut;
+  ResolvedStyle m_inForce;
+  bool m_hasSettings = false;  // an item has decided the call's settings
+  SplitPoint m_split;
 };
 
 }  // namespace kavrel

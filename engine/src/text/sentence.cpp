@@ -37,7 +37,7 @@ Item wordItem(std::span<const Letter> token) {
 }
 
 // Whether letters in these styles cannot be spoken in one go.
-bool areApart(const Style& one, const Style& other) {
+bool needSeparateItems(const Style& one, const Style& other) {
   return one.spellOut != other.spellOut || one.digits != other.digits;
 }
 
@@ -49,12 +49,12 @@ bool endsBefore(Stop stop, char32_t following) {
   switch (stop) {
     case Stop::None:
       return false;
-    case Stop::UnlessSmall:
-      return !digit && !isSmallLetter(following) && kGoOn.find(following) == kGoOn.npos;
+    case Stop::UnlessLowerCase:
+      return !digit && !isLowerCase(following) && kGoOn.find(following) == kGoOn.npos;
     case Stop::UnlessDigit:
       return !digit;
     case Stop::Full:
-      return !digit && !isSmallLetter(following);
+      return !digit && !isLowerCase(following);
   }
   return false;
 }
@@ -71,25 +71,25 @@ void reportUnknownPhones(const PhoneText& read, const MarkupEvent& tag) {
 
 }  // namespace
 
-// The stretch behind those that can be spoken in one go with the stretch `first`.
+// The run behind those that can be spoken in one go with the run `first`.
 std::size_t SentenceReader::Token::endOfPart(std::size_t first) const {
-  std::size_t behind = first + 1;
-  while (behind < stretches.size() && !areApart(stretches[first].style, stretches[behind].style)) {
-    ++behind;
+  std::size_t end = first + 1;
+  while (end < runs.size() && !needSeparateItems(runs[first].style, runs[end].style)) {
+    ++end;
   }
-  return behind;
+  return end;
 }
 
-// How the stretches from `first` to the one in front of `behind` are spoken in one go.
-Style SentenceReader::Token::styleOf(std::size_t first, std::size_t behind) const {
+// How the runs from `first` to the one in front of `behind` are spoken in one go.
+Style SentenceReader::Token::styleOf(std::size_t first, std::size_t end) const {
   Style style;
   bool emphasis = false;
   std::size_t longest = 0;
-  for (std::size_t at = first; at < behind; ++at) {
-    const std::size_t length = stretches[at].end - (at > 0 ? stretches[at - 1].end : 0);
-    if (length > longest) style = stretches[at].style;
+  for (std::size_t at = first; at < end; ++at) {
+    const std::size_t length = runs[at].end - (at > 0 ? runs[at - 1].end : 0);
+    if (length > longest) style = runs[at].style;
     longest = std::max(longest, length);
-    emphasis = emphasis || stretches[at].style.emphasis;
+    emphasis = emphasis || runs[at].style.emphasis;
   }
   style.emphasis = emphasis;
   return style;
@@ -100,10 +100,10 @@ SentenceReader::SentenceReader(std::string_view text) : m_scanner(text) {}
 // Keeps the memory for the next token.
 void SentenceReader::Token::clear() {
   letters.clear();
-  stretches.clear();
+  runs.clear();
   marks.clear();
   bytes = 0;
-  behindTag = false;
+  afterTag = false;
 }
 
 bool SentenceReader::next(Sentence& sentence) {
@@ -113,84 +113,87 @@ bool SentenceReader::next(Sentence& sentence) {
   for (;;) {
     const MarkupEvent event = m_isHeld ? m_held : m_scanner.next();
     m_isHeld = false;
-    const Step step = handle(event, sentence);
-    if (step == Step::GoOn) continue;
-    if (step != Step::End) {
+    const ReadResult result = handle(event, sentence);
+    if (result == ReadResult::Continue) continue;
+    if (result != ReadResult::End) {
       m_held = event;
       m_isHeld = true;
     }
-    if (finish(step != Step::CutOff, sentence)) return true;
+    if (finish(result != ReadResult::SplitBefore, sentence)) return true;
     if (event.kind == MarkupEvent::Kind::End) return false;
   }
 }
 
-SentenceReader::Step SentenceReader::handle(const MarkupEvent& event, Sentence& sentence) {
+SentenceReader::ReadResult SentenceReader::handle(const MarkupEvent& event, Sentence& sentence) {
   if (event.kind == MarkupEvent::Kind::Character) {
     if (m_styles.insidePhoneme()) return handleContent(event, sentence);
     if (isBlank(event.character)) return handleBlank(event, sentence);
     return handleLetter(event, sentence);
   }
-  m_token.behindTag = true;
+  m_token.afterTag = true;
   switch (event.kind) {
     case MarkupEvent::Kind::StartTag:
       return handleStartTag(event, sentence);
     case MarkupEvent::Kind::EndTag:
       m_styles.close(event.name);
       if (!m_styles.insidePhoneme()) closePhones(sentence);
-      return Step::GoOn;
+      return ReadResult::Continue;
     case MarkupEvent::Kind::End:
       endToken(sentence);
       closePhones(sentence);
-      return Step::EndOff;
+      return ReadResult::EndBefore;
     default:
-      return Step::GoOn;
+      return ReadResult::Continue;
   }
 }
 
-SentenceReader::Step SentenceReader::handleBlank(const MarkupEvent& event, Sentence& sentence) {
+SentenceReader::ReadResult SentenceReader::handleBlank(const MarkupEvent& event,
+                                                       Sentence& sentence) {
   endToken(sentence);
-  m_glued = false;
+  m_adjacent = false;
   const bool newline = event.character == '\n' || event.character == '\r';
   if (newline && !(event.character == '\n' && m_afterReturn)) ++m_newlines;
   m_afterReturn = event.character == '\r';
   const bool emptyLine = m_newlines > 1 && (m_hasTokens || m_begun);
-  if (m_stop != Stop::Full && !emptyLine) return Step::GoOn;
+  if (m_stop != Stop::Full && !emptyLine) return ReadResult::Continue;
   m_stop = Stop::None;
-  return Step::End;
+  return ReadResult::End;
 }
 
-SentenceReader::Step SentenceReader::handleLetter(const MarkupEvent& event, Sentence& sentence) {
+SentenceReader::ReadResult SentenceReader::handleLetter(const MarkupEvent& event,
+                                                        Sentence& sentence) {
   const std::vector<Letter>& letters = m_token.letters;
   if (m_token.bytes > kMaxTokenBytes - (event.end - event.start)) {
     endToken(sentence);
     m_stop = Stop::None;
   }
-  if (!letters.empty() && m_token.behindTag && !isClosing(event.character) &&
+  if (!letters.empty() && m_token.afterTag && !isClosing(event.character) &&
       endsBefore(stopOf(letters), event.character)) {
     endToken(sentence);
   }
   if (letters.empty()) {
     m_newlines = 0;
     m_afterReturn = false;
-    if (stopHolds(event.character)) return Step::EndOff;
-    if (!fits(event.start + kMaxTokenBytes, sentence)) return Step::CutOff;
+    if (stopHolds(event.character)) return ReadResult::EndBefore;
+    if (!fits(event.start + kMaxTokenBytes, sentence)) return ReadResult::SplitBefore;
   }
   addLetter(event);
-  return Step::GoOn;
+  return ReadResult::Continue;
 }
 
 void SentenceReader::addLetter(const MarkupEvent& event) {
   if (m_token.letters.empty() ||
-      (m_token.behindTag && m_token.stretches.back().style != m_styles.style())) {
-    m_token.stretches.push_back({0, m_styles.style()});
+      (m_token.afterTag && m_token.runs.back().style != m_styles.style())) {
+    m_token.runs.push_back({0, m_styles.style()});
   }
-  m_token.behindTag = false;
+  m_token.afterTag = false;
   m_token.letters.push_back({event.character, event.start, event.end - event.start});
-  m_token.stretches.back().end = m_token.letters.size();
+  m_token.runs.back().end = m_token.letters.size();
   m_token.bytes += event.end - event.start;
 }
 
-SentenceReader::Step SentenceReader::handleStartTag(const MarkupEvent& event, Sentence& sentence) {
+SentenceReader::ReadResult SentenceReader::handleStartTag(const MarkupEvent& event,
+                                                          Sentence& sentence) {
   if (event.name == "phoneme" && !m_styles.insidePhoneme()) {
     endToken(sentence);
     return handlePhoneme(event, sentence);
@@ -209,24 +212,25 @@ SentenceReader::Step SentenceReader::handleStartTag(const MarkupEvent& event, Se
     return add(std::move(item), event, sentence);
   }
   if (!event.empty) m_styles.open(event);
-  return Step::GoOn;
+  return ReadResult::Continue;
 }
 
-SentenceReader::Step SentenceReader::handleMark(Item item, const MarkupEvent& event,
-                                                Sentence& sentence) {
+SentenceReader::ReadResult SentenceReader::handleMark(Item item, const MarkupEvent& event,
+                                                      Sentence& sentence) {
   if (m_token.marks.size() >= kMaxTokenMarks) endToken(sentence);
   if (m_token.letters.empty()) return add(std::move(item), event, sentence);
   item.start = position(event.start);
   item.length = position(event.end - event.start);
   m_token.marks.push_back({m_token.letters.size(), std::move(item)});
-  return Step::GoOn;
+  return ReadResult::Continue;
 }
 
-SentenceReader::Step SentenceReader::handlePhoneme(const MarkupEvent& event, Sentence& sentence) {
+SentenceReader::ReadResult SentenceReader::handlePhoneme(const MarkupEvent& event,
+                                                         Sentence& sentence) {
   PhoneText read = readPhones(event.attribute("ph").value_or(""));
   if (!read.phones.empty()) {
-    if (stopHolds(0)) return Step::EndOff;
-    if (!fits(event.end, sentence)) return Step::CutOff;
+    if (stopHolds(0)) return ReadResult::EndBefore;
+    if (!fits(event.end, sentence)) return ReadResult::SplitBefore;
     Item item;
     item.kind = Item::Kind::Phones;
     item.start = position(event.end);
@@ -238,42 +242,43 @@ SentenceReader::Step SentenceReader::handlePhoneme(const MarkupEvent& event, Sen
     m_phonesName = 0;
     m_hasWords = true;
     m_newlines = 0;
-    cover(event.end, event.end, sentence);
+    extendRange(event.end, event.end, sentence);
     sentence.items.push_back(std::move(item));
   }
   reportUnknownPhones(read, event);
   if (!event.empty) m_styles.open(event);
-  return Step::GoOn;
+  return ReadResult::Continue;
 }
 
-SentenceReader::Step SentenceReader::handleContent(const MarkupEvent& event, Sentence& sentence) {
-  if (!m_phonesOpen) return Step::GoOn;
+SentenceReader::ReadResult SentenceReader::handleContent(const MarkupEvent& event,
+                                                         Sentence& sentence) {
+  if (!m_phonesOpen) return ReadResult::Continue;
   Item& item = sentence.items[m_phonesItem];
   if (!fits(event.end, sentence)) {
     // The rest of the content is not spoken either; only its place is not reported.
     closePhones(sentence);
-    return Step::CutOff;
+    return ReadResult::SplitBefore;
   }
   const bool blank = isBlank(event.character);
-  if (!item.reported && blank) return Step::GoOn;
+  if (!item.reported && blank) return ReadResult::Continue;
   if (!item.reported) {
     item.start = position(event.start);
     item.style = m_styles.style();
   }
   item.reported = true;
   appendLatin9(item.name, blank ? U' ' : event.character);
-  if (blank) return Step::GoOn;
+  if (blank) return ReadResult::Continue;
   item.length = position(event.end) - item.start;
   m_phonesName = item.name.size();
-  cover(item.start, event.end, sentence);
-  return Step::GoOn;
+  extendRange(item.start, event.end, sentence);
+  return ReadResult::Continue;
 }
 
 // What the last token left open is decided by the character that follows it (0: phones); true when
 // the sentence has ended there.
 bool SentenceReader::stopHolds(char32_t following) {
   // The quote that closes the sentence: decided by what comes next.
-  if (m_glued && isClosing(following)) return false;
+  if (m_adjacent && isClosing(following)) return false;
   const bool ends = endsBefore(m_stop, following);
   m_stop = Stop::None;
   return ends;
@@ -287,13 +292,13 @@ bool SentenceReader::fits(std::size_t end, const Sentence& sentence) const {
 void SentenceReader::endToken(Sentence& sentence) {
   const std::vector<Letter>& letters = m_token.letters;
   if (letters.empty()) return;
-  cover(letters.front().start, letters.back().start + letters.back().length, sentence);
+  extendRange(letters.front().start, letters.back().start + letters.back().length, sentence);
   addToken(sentence);
   m_hasWords = m_hasWords || !wordOf(letters).empty();
   // A closing quote on its own leaves the stop in front of it in force.
   const bool closing = std::ranges::all_of(letters, isClosing, &Letter::character);
-  if (!closing || !m_glued) m_stop = stopOf(letters);
-  m_glued = true;
+  if (!closing || !m_adjacent) m_stop = stopOf(letters);
+  m_adjacent = true;
   m_token.clear();
 }
 
@@ -305,12 +310,12 @@ void SentenceReader::addToken(Sentence& sentence) const {
       std::distance(letters.data(), word.empty() ? letters.data() + letters.size() : word.data()));
   const Item whole = wordItem(letters);
   auto mark = m_token.marks.begin();
-  std::size_t stretch = 0;
+  std::size_t run = 0;
   for (std::size_t begin = 0, end = 0; begin < letters.size(); begin = end) {
-    const std::size_t behind = m_token.endOfPart(stretch);
-    end = m_token.stretches[behind - 1].end;
+    const std::size_t runEnd = m_token.endOfPart(run);
+    end = m_token.runs[runEnd - 1].end;
     Item item = whole;
-    item.style = m_token.styleOf(stretch, behind);
+    item.style = m_token.styleOf(run, runEnd);
     for (const Letter& letter : letters.subspan(begin, end - begin)) {
       item.text += static_cast<wchar_t>(letter.character);
     }
@@ -325,7 +330,7 @@ void SentenceReader::addToken(Sentence& sentence) const {
       sentence.items.back().share =
           static_cast<double>(mark->letter - begin) / static_cast<double>(end - begin);
     }
-    stretch = behind;
+    run = runEnd;
   }
 }
 
@@ -336,21 +341,22 @@ void SentenceReader::closePhones(Sentence& sentence) {
 }
 
 // Takes in a tag that is an item of its own.
-SentenceReader::Step SentenceReader::add(Item item, const MarkupEvent& tag, Sentence& sentence) {
+SentenceReader::ReadResult SentenceReader::add(Item item, const MarkupEvent& tag,
+                                               Sentence& sentence) {
   if (!fits(tag.end, sentence)) {
     closePhones(sentence);
-    return Step::CutOff;
+    return ReadResult::SplitBefore;
   }
   if (sentence.items.empty()) m_pieceStart = tag.start;
   item.start = position(tag.start);
   item.length = position(tag.end - tag.start);
   item.style = m_styles.style();
   sentence.items.push_back(std::move(item));
-  return Step::GoOn;
+  return ReadResult::Continue;
 }
 
 // Notes that the tokens of the piece reach over the bytes from `start` to `end`.
-void SentenceReader::cover(std::size_t start, std::size_t end, const Sentence& sentence) {
+void SentenceReader::extendRange(std::size_t start, std::size_t end, const Sentence& sentence) {
   if (sentence.items.empty()) m_pieceStart = start;
   if (!m_hasTokens) m_tokensStart = start;
   m_hasTokens = true;

@@ -105,15 +105,15 @@ class SentenceReader {
 
  private:
   // What an event of the markup scanner leads to.
-  enum class Step {
-    GoOn,
-    End,     // the sentence is over, the event used up
-    EndOff,  // the sentence ended in front of the event
-    CutOff,  // the piece is full; the sentence goes on with the event
+  enum class ReadResult {
+    Continue,
+    End,          // the sentence is over, the event used up
+    EndBefore,    // the sentence ended in front of the event
+    SplitBefore,  // the piece is full; the sentence goes on with the event
   };
   // The token being read.
   struct Token {
-    struct Stretch {
+    struct StyleRun {
       std::size_t end = 0;  // behind its last letter
       Style style;
     };
@@ -124,30 +124,30 @@ class SentenceReader {
 
     void clear();
     std::size_t endOfPart(std::size_t first) const;
-    Style styleOf(std::size_t first, std::size_t behind) const;
+    Style styleOf(std::size_t first, std::size_t end) const;
 
     std::vector<Letter> letters;
-    std::vector<Stretch> stretches;  // each in a style of its own
+    std::vector<StyleRun> runs;  // each in a style of its own
     std::vector<Mark> marks;
-    std::size_t bytes = 0;   // of the letters
-    bool behindTag = false;  // a tag stands behind the last letter
+    std::size_t bytes = 0;  // of the letters
+    bool afterTag = false;  // a tag stands behind the last letter
   };
 
-  Step handle(const MarkupEvent& event, Sentence& sentence);
-  Step handleBlank(const MarkupEvent& event, Sentence& sentence);
-  Step handleLetter(const MarkupEvent& event, Sentence& sentence);
-  Step handleStartTag(const MarkupEvent& event, Sentence& sentence);
-  Step handlePhoneme(const MarkupEvent& event, Sentence& sentence);
-  Step handleContent(const MarkupEvent& event, Sentence& sentence);
-  Step handleMark(Item item, const MarkupEvent& event, Sentence& sentence);
+  ReadResult handle(const MarkupEvent& event, Sentence& sentence);
+  ReadResult handleBlank(const MarkupEvent& event, Sentence& sentence);
+  ReadResult handleLetter(const MarkupEvent& event, Sentence& sentence);
+  ReadResult handleStartTag(const MarkupEvent& event, Sentence& sentence);
+  ReadResult handlePhoneme(const MarkupEvent& event, Sentence& sentence);
+  ReadResult handleContent(const MarkupEvent& event, Sentence& sentence);
+  ReadResult handleMark(Item item, const MarkupEvent& event, Sentence& sentence);
   bool stopHolds(char32_t following);
   bool fits(std::size_t end, const Sentence& sentence) const;
   void addLetter(const MarkupEvent& event);
   void endToken(Sentence& sentence);
   void addToken(Sentence& sentence) const;
   void closePhones(Sentence& sentence);
-  Step add(Item item, const MarkupEvent& tag, Sentence& sentence);
-  void cover(std::size_t start, std::size_t end, const Sentence& sentence);
+  ReadResult add(Item item, const MarkupEvent& tag, Sentence& sentence);
+  void extendRange(std::size_t start, std::size_t end, const Sentence& sentence);
   bool finish(bool ended, Sentence& sentence);
 
   MarkupScanner m_scanner;
@@ -157,7 +157,7 @@ class SentenceReader {
 
   Token m_token;
   Stop m_stop = Stop::None;    // how the last token ended
-  bool m_glued = false;        // no blank has come since the last token
+  bool m_adjacent = false;     // no blank has come since the last token
   int m_newlines = 0;          // in the blanks since the last token
   bool m_afterReturn = false;  // the last character was a carriage return
   bool m_begun = false;        // the sentence has begun in an earlier piece

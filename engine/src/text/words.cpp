@@ -45,7 +45,7 @@ bool isStop(char32_t character) {
   return contains(U".!?\u2026"sv, character);
 }
 
-bool isCapital(char32_t character) {
+bool isUpperCase(char32_t character) {
   return (character >= 'A' && character <= 'Z') ||
          (character >= 0xC0 && character <= 0xDE && character != 0xD7);
 }
@@ -62,7 +62,7 @@ bool leadsNumber(std::span<const Letter> token, std::size_t at) {
   return is(at + 1, kDigits);
 }
 
-std::string smallAscii(std::span<const Letter> letters) {
+std::string lowerAscii(std::span<const Letter> letters) {
   std::string text;
   for (const Letter& letter : letters) {
     const char32_t c = letter.character;
@@ -90,14 +90,14 @@ Stop stopOfAbbreviation(std::span<const Letter> letters) {
   static constexpr std::size_t kLongest = 8;
   if (letters.empty() || letters.size() > kLongest) return Stop::Full;
   // "I." ends a sentence more often than it begins a name.
-  if (letters.size() == 1 && isCapital(letters[0].character) && letters[0].character != 'I') {
+  if (letters.size() == 1 && isUpperCase(letters[0].character) && letters[0].character != 'I') {
     return Stop::None;
   }
-  const std::string text = smallAscii(letters);
+  const std::string text = lowerAscii(letters);
   if (std::ranges::find(kNeverEnd, text) != kNeverEnd.end()) return Stop::None;
   if (std::ranges::find(kBeforeNumber, text) != kBeforeNumber.end()) return Stop::UnlessDigit;
   const bool mayEnd = std::ranges::find(kMayEnd, text) != kMayEnd.end();
-  return mayEnd || isInitials(text) ? Stop::UnlessSmall : Stop::Full;
+  return mayEnd || isInitials(text) ? Stop::UnlessLowerCase : Stop::Full;
 }
 
 }  // namespace
@@ -113,7 +113,7 @@ bool isDigit(char32_t character) {
   return character >= '0' && character <= '9';
 }
 
-bool isSmallLetter(char32_t character) {
+bool isLowerCase(char32_t character) {
   return (character >= 'a' && character <= 'z') ||
          (character >= 0xDF && character <= 0xFF && character != 0xF7) || character == 0x153 ||
          character == 0x161 || character == 0x17E;

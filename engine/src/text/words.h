@@ -21,7 +21,7 @@ struct Letter {
 bool isBlank(char32_t character);
 
 bool isDigit(char32_t character);
-bool isSmallLetter(char32_t character);
+bool isLowerCase(char32_t character);
 
 // Quotes and brackets that may stand behind the stop of a sentence.
 bool isClosing(char32_t character);
@@ -34,8 +34,9 @@ std::span<const Letter> wordOf(std::span<const Letter> token);
 enum class Stop : std::uint8_t {
   None,
   Full,
-  UnlessSmall,  // it does not when a small letter, a digit, a bracket or a comma follows ("etc.")
-  UnlessDigit,  // it does not when a digit follows ("No.")
+  UnlessLowerCase,  // it does not when a small letter, a digit, a bracket or a comma follows
+                    // ("etc.")
+  UnlessDigit,      // it does not when a digit follows ("No.")
 };
 
 Stop stopOf(std::span<const Letter> token);
