@@ -8,7 +8,7 @@
 
 #include "Fuzz.h"
 #include "synth/plan.h"
-#include "synth/voice.h"
+#include "synth/voice_cache.h"
 #include "text/markup.h"
 #include "text/sentence.h"
 #include "text/style.h"

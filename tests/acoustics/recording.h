@@ -13,6 +13,7 @@
 #include "acoustics/Sound.h"
 #include "job/segment.h"
 #include "synth/voice.h"
+#include "synth/voice_cache.h"
 
 namespace test {
 

@@ -8,7 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "job/pipeline.h"
-#include "synth/voice.h"
+#include "synth/voice_cache.h"
 
 using kavrel::Pipeline;
 using kavrel::Producer;

@@ -8,7 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "synth/plan.h"
-#include "synth/voice.h"
+#include "synth/voice_cache.h"
 #include "text/sentence.h"
 
 using kavrel::Item;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What SynthAudio does to the audio of a call: its pauses, speed and volume, and the positions of events.
+// What SynthAudio does to the audio of a call: its pauses, speed and volume, and the positions of
+// events.
 #include <algorithm>
 #include <cmath>
 #include <cstdint>

@@ -8,7 +8,7 @@
 
 #include "job/timeline.h"
 #include "output/clock_sink.h"
-#include "synth/synthesiser.h"
+#include "sample_rate.h"
 
 using kavrel::Clock;
 using kavrel::ClockSink;

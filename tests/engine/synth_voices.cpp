@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "synth/voice.h"
+#include "synth/voice_cache.h"
 
 using kavrel::Voice;
 

@@ -17,7 +17,7 @@
 #include "job/event.h"
 #include "output/device.h"
 #include "synth/synthesiser.h"
-#include "synth/voice.h"
+#include "synth/voice_cache.h"
 
 struct kavrel_engine_struct {};
 
@@ -41,7 +41,7 @@ bool isKnownEncoding(const char* encoding) {
   return encoding == nullptr || std::string_view(encoding) == "iso-8859-15";
 }
 
-const kavrel::Voice* loadVoice(const char* directory) {
+const kavrel::Voice* loadVoiceFrom(const char* directory) {
   if (directory == nullptr) {
     KAVREL_DIAG("Voice", "No folder is given.");
     return nullptr;
@@ -115,7 +115,7 @@ kavrel_voice_struct* kavrel_port_set_voice_from_dir(kavrel_port_struct* port,
     return nullptr;
   }
   try {
-    const kavrel::Voice* const voice = loadVoice(directory);
+    const kavrel::Voice* const voice = loadVoiceFrom(directory);
     if (voice == nullptr) return nullptr;
     port->port->setVoice(*voice);
     // Callers have nothing that they could do with it but compare it with null.

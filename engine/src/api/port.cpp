@@ -14,7 +14,7 @@
 #include "output/device.h"
 #include "output/device_sink.h"
 #include "output/file_sink.h"
-#include "synth/voice.h"
+#include "synth/voice_cache.h"
 
 namespace kavrel {
 

@@ -8,7 +8,7 @@
 #include "cst/diag.h"
 #include "job/event.h"
 #include "job/observer.h"
-#include "synth/synthesiser.h"
+#include "sample_rate.h"
 
 namespace kavrel {
 

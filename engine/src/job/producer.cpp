@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "cst/diag.h"
+#include "sample_rate.h"
 #include "synth/voice.h"
 #include "text/phones.h"
 

@@ -11,7 +11,7 @@
 
 #include "annotations.h"
 #include "output/playback.h"
-#include "synth/synthesiser.h"
+#include "sample_rate.h"
 
 namespace kavrel {
 

@@ -13,7 +13,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "synth/synthesiser.h"
+#include "sample_rate.h"
 
 namespace kavrel {
 

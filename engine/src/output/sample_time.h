@@ -7,7 +7,7 @@
 #include <cstdint>
 
 #include "annotations.h"
-#include "synth/synthesiser.h"
+#include "sample_rate.h"
 
 namespace kavrel {
 

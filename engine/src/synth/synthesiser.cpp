@@ -7,6 +7,7 @@
 #include <espeak-ng/speak_lib.h>
 #include <unistd.h>
 
+#include "sample_rate.h"
 #include "synth/voice.h"
 
 namespace kavrel {

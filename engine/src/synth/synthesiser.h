@@ -21,9 +21,6 @@ namespace kavrel {
 
 class Voice;
 
-// Samples per second, everywhere in the engine; mono, 16 bits.
-inline constexpr int kSampleRate = 22050;
-
 // Takes what a call gives: the events, in order of time, and behind them the sound. Samples are
 // counted from the start of the call.
 class SynthesisListener {

@@ -63,7 +63,7 @@ class Voice {
   // False, with a message in `why`.
   bool readLine(std::string_view line, std::set<std::string_view>& seen, std::string& why);
   bool set(const Key& key, std::string_view value, std::string& why);
-  bool isSound(std::string& why) const;
+  bool isConsistent(std::string& why) const;
 
   // In Hz, with the range setting in the middle.
   double medianAt(int pitch) const;
@@ -80,11 +80,7 @@ class Voice {
   double m_highest = 170;
 };
 
-// The voice that a port without a voice speaks with.
-const Voice& defaultVoice();
-
-// The voice in `directory`, from the cache when its data file is as it was. Null, with a message in
-// `why`, when there is none that the synthesiser can speak with.
-const Voice* loadVoice(const std::string& directory, std::string& why);
+// `text` for a message of one line: control characters become "?".
+std::string printable(std::string_view text);
 
 }  // namespace kavrel
