@@ -171,7 +171,7 @@ kavrel_result_t Port::wait(kavrel_background_t handle) {
     }
   }
   for (const JobPointer& job : jobs) {
-    if (job->wait() == Job::Waited::CallbackHangs) return KAVREL_ENGINE_INUSE;
+    if (job->wait() == Job::WaitResult::CallbackHangs) return KAVREL_ENGINE_INUSE;
   }
   return KAVREL_SUCCESS;
 }

@@ -22,10 +22,10 @@ namespace {
 // The parts of a line that come before its message; empty parts are left out.
 struct Prefix {
   std::array<char, 24> time;
-  std::array<char, 160> place;
+  std::array<char, 160> location;
   std::array<char, 24> area;
 
-  void clear() { time[0] = place[0] = area[0] = '\0'; }
+  void clear() { time[0] = location[0] = area[0] = '\0'; }
 };
 
 thread_local Prefix t_prefix{};
@@ -72,7 +72,7 @@ void cst_dbg_timestamp(void) {
 }
 
 void cst_dbg_ffl(const char* file, const char* function, int line) {
-  std::snprintf(t_prefix.place.data(), t_prefix.place.size(), "%s:%s:%d ",
+  std::snprintf(t_prefix.location.data(), t_prefix.location.size(), "%s:%s:%d ",
                 file != nullptr ? file : "", function != nullptr ? function : "", line);
 }
 
@@ -90,7 +90,7 @@ void cst_errmsg(const char* format, ...) {
   std::array<char, 1024> shortLine;
   const int prefixed =
       std::snprintf(shortLine.data(), shortLine.size(), "%s%s%s", t_prefix.time.data(),
-                    t_prefix.place.data(), t_prefix.area.data());
+                    t_prefix.location.data(), t_prefix.area.data());
   t_prefix.clear();
   const auto prefix = static_cast<size_t>(prefixed > 0 ? prefixed : 0);
 

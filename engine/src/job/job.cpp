@@ -323,15 +323,15 @@ void Job::changed() {
 
 // Callbacks are many and short, so none of them wakes those who wait. Looking again after the grace
 // at the latest is soon enough: a callback that has begun meanwhile has some of its own left.
-Job::Waited Job::wait() {
+Job::WaitResult Job::wait() {
   const Held held(m_lock);
   while (!m_over) {
     const Clock::time_point now = Clock::now();
     const Clock::time_point limit = hangLimit();
-    if (now >= limit) return Waited::CallbackHangs;
+    if (now >= limit) return WaitResult::CallbackHangs;
     waitUntil(m_done, m_lock, std::min(limit, now + kCallbackGrace));
   }
-  return Waited::Over;
+  return WaitResult::Over;
 }
 
 // Until when the callback that is running may run, for those who wait; the end of time when none

@@ -42,7 +42,7 @@ class Job {
     void* user = nullptr;
   };
 
-  enum class Waited { Over, CallbackHangs };
+  enum class WaitResult { Over, CallbackHangs };
 
   // `number` is the job's handle.
   Job(std::uint64_t number, Request request);
@@ -59,7 +59,7 @@ class Job {
   void stop(StopBoundary boundary) EXCLUDES(m_lock);
 
   // As kavrel_port_wait; not for the job's own thread.
-  Waited wait() EXCLUDES(m_lock);
+  WaitResult wait() EXCLUDES(m_lock);
 
  private:
   // On the job's thread, with the lock held; those that take time let go of it meanwhile. They

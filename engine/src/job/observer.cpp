@@ -15,11 +15,11 @@ namespace {
 // How many calls of observers are running on this thread, one inside the other.
 thread_local int depth = 0;
 
-class Registry {
+class ObserverRegistry {
  public:
-  static Registry& shared() {
+  static ObserverRegistry& shared() {
     // Never destroyed: jobs may speak while the process ends.
-    static Registry& registry = *new Registry;
+    static ObserverRegistry& registry = *new ObserverRegistry;
     return registry;
   }
 
@@ -73,18 +73,18 @@ class Registry {
 }  // namespace
 
 bool isObserved() {
-  return Registry::shared().isOn();
+  return ObserverRegistry::shared().isOn();
 }
 
 void observe(const kavrel_observation& observation) noexcept {
-  Registry::shared().call(observation);
+  ObserverRegistry::shared().call(observation);
 }
 
 }  // namespace kavrel
 
 kavrel_result_t kavrel_set_observer(kavrel_observer_t observer, void* user) {
   try {
-    kavrel::Registry::shared().set(observer, user);
+    kavrel::ObserverRegistry::shared().set(observer, user);
     return KAVREL_SUCCESS;
   } catch (...) {
     return KAVREL_INTERNAL_ERROR;

@@ -23,7 +23,7 @@ Pipeline::~Pipeline() {
   m_cancel = true;
   {
     const Held held(m_lock);
-    m_givenUp = true;
+    m_abandoned = true;
     m_changed.notify_all();
   }
   m_thread->join();
@@ -51,8 +51,8 @@ void Pipeline::run() {
     const Held held(m_lock);
     m_outcomes[m_produced++ % m_outcomes.size()] = std::move(outcome);
     m_changed.notify_all();
-    while (m_produced - m_taken == m_outcomes.size() && !m_givenUp) m_changed.wait(m_lock);
-    isLast = isLast || m_givenUp;
+    while (m_produced - m_taken == m_outcomes.size() && !m_abandoned) m_changed.wait(m_lock);
+    isLast = isLast || m_abandoned;
   }
 }
 

@@ -57,7 +57,7 @@ class Pipeline {
   std::array<Outcome, 2> m_outcomes GUARDED_BY(m_lock);
   std::size_t m_produced GUARDED_BY(m_lock) = 0;
   std::size_t m_taken GUARDED_BY(m_lock) = 0;
-  bool m_givenUp GUARDED_BY(m_lock) = false;
+  bool m_abandoned GUARDED_BY(m_lock) = false;
 
   std::optional<std::thread> m_thread;
 };

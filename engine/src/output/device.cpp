@@ -105,25 +105,25 @@ std::shared_ptr<DeviceStream::Context> DeviceStream::Context::shared() {
 namespace {
 
 // The output devices of a context.
-class Collection {
+class DeviceList {
  public:
-  explicit Collection(cubeb* context) : m_context(context) {
-    m_found = cubeb_enumerate_devices(context, CUBEB_DEVICE_TYPE_OUTPUT, &m_collection) == CUBEB_OK;
+  explicit DeviceList(cubeb* context) : m_context(context) {
+    m_found = cubeb_enumerate_devices(context, CUBEB_DEVICE_TYPE_OUTPUT, &m_devices) == CUBEB_OK;
   }
-  ~Collection() {
-    if (m_found) cubeb_device_collection_destroy(m_context, &m_collection);
+  ~DeviceList() {
+    if (m_found) cubeb_device_collection_destroy(m_context, &m_devices);
   }
-  Collection(const Collection&) = delete;
-  Collection& operator=(const Collection&) = delete;
+  DeviceList(const DeviceList&) = delete;
+  DeviceList& operator=(const DeviceList&) = delete;
 
   std::span<const cubeb_device_info> devices() const {
     if (!m_found) return {};
-    return {m_collection.device, m_collection.count};
+    return {m_devices.device, m_devices.count};
   }
 
  private:
   cubeb* const m_context;
-  cubeb_device_collection m_collection{};
+  cubeb_device_collection m_devices{};
   bool m_found = false;
 };
 
@@ -132,8 +132,8 @@ bool isUsable(const cubeb_device_info& device) {
 }
 
 // Null when there is no device of that name.
-cubeb_devid findDevice(const Collection& collection, const std::string& name) {
-  for (const cubeb_device_info& device : collection.devices()) {
+cubeb_devid findDevice(const DeviceList& list, const std::string& name) {
+  for (const cubeb_device_info& device : list.devices()) {
     if (isUsable(device) && name == device.device_id) return device.devid;
   }
   return nullptr;
@@ -144,9 +144,9 @@ cubeb_devid findDevice(const Collection& collection, const std::string& name) {
 std::vector<SoundDevice> soundDevices() {
   const auto context = DeviceStream::Context::shared();
   if (context == nullptr) return {};
-  const Collection collection(context->handle());
+  const DeviceList list(context->handle());
   std::vector<SoundDevice> found;
-  for (const cubeb_device_info& device : collection.devices()) {
+  for (const cubeb_device_info& device : list.devices()) {
     if (!isUsable(device)) continue;
     const char* const description = device.friendly_name;
     found.push_back({device.device_id, description != nullptr ? description : device.device_id,
@@ -173,7 +173,7 @@ struct DeviceStream::Handle {
   }
 
   static void onState(cubeb_stream* /*stream*/, void* user, cubeb_state state) {
-    if (state == CUBEB_STATE_ERROR) static_cast<DeviceStream*>(user)->lose();
+    if (state == CUBEB_STATE_ERROR) static_cast<DeviceStream*>(user)->markLost();
   }
 
   cubeb_stream* stream = nullptr;
@@ -191,11 +191,11 @@ std::unique_ptr<DeviceStream> DeviceStream::open(const std::string& name, Playba
     why = "there is no sound output";
     return nullptr;
   }
-  // The device is known by a part of the collection, which has to live until the stream is open.
-  std::optional<Collection> collection;
+  // The device is known by a part of the list, which has to live until the stream is open.
+  std::optional<DeviceList> list;
   cubeb_devid device = nullptr;
   if (!name.empty()) {
-    device = findDevice(collection.emplace(context->handle()), name);
+    device = findDevice(list.emplace(context->handle()), name);
     if (device == nullptr) {
       why = "there is no sound device \"" + name + "\"";
       return nullptr;
@@ -218,7 +218,7 @@ std::unique_ptr<DeviceStream> DeviceStream::open(const std::string& name, Playba
   return stream;
 }
 
-void DeviceStream::lose() {
+void DeviceStream::markLost() {
   m_context->retire();
   m_lost.store(true, std::memory_order_release);
 }

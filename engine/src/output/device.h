@@ -72,7 +72,7 @@ class DeviceStream {
   friend std::vector<SoundDevice> soundDevices();
 
   DeviceStream(std::shared_ptr<Context> context, Playback& source);
-  void lose();
+  void markLost();
 
   const std::shared_ptr<Context> m_context;
   Playback& m_source;

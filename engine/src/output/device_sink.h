@@ -41,10 +41,10 @@ class DeviceSink final : public Sink {
   void open();
   void close();
   void start() REQUIRES(m_lock);
-  void look() REQUIRES(m_lock);
+  void poll() REQUIRES(m_lock);
   std::uint64_t heardFrames(Clock::time_point now) REQUIRES(m_lock);
   void watch(bool moved, Clock::time_point now) REQUIRES(m_lock);
-  void goOnInSilence() REQUIRES(m_lock);
+  void continueInSilence() REQUIRES(m_lock);
 
   const std::string m_device;
   bool m_opened = false;  // or tried to; the job's thread only
@@ -61,9 +61,9 @@ class DeviceSink final : public Sink {
   bool m_started GUARDED_BY(m_lock) = false;
 
   // What was found when the device was last looked at.
-  Clock::time_point m_seenAt GUARDED_BY(m_lock);
-  std::uint64_t m_reported GUARDED_BY(m_lock) = 0;  // frames, as the device says
-  std::uint64_t m_frames GUARDED_BY(m_lock) = 0;    // as they are believed
+  Clock::time_point m_polledAt GUARDED_BY(m_lock);
+  std::uint64_t m_reported GUARDED_BY(m_lock) = 0;     // frames, as the device says
+  std::uint64_t m_heardFrames GUARDED_BY(m_lock) = 0;  // as they are believed
   Playback::Heard m_heard GUARDED_BY(m_lock);
   Clock::duration m_stuck GUARDED_BY(m_lock){};  // how long it has not moved
 

@@ -20,17 +20,17 @@ namespace kavrel {
 namespace {
 
 constexpr std::size_t kBlockSamples = 16384;
-constexpr std::size_t kHeadSize = 54;
+constexpr std::size_t kHeaderSize = 54;
 constexpr std::size_t kSampleSize = 2;
 
 // Fills in an AIFF file's head, number by number.
-class Head {
+class AiffHeader {
  public:
   // `samples`: how many follow.
-  explicit Head(std::uint64_t samples) {
+  explicit AiffHeader(std::uint64_t samples) {
     const std::uint64_t size = samples * kSampleSize;
     name("FORM");
-    number(kHeadSize - 8 + size, 4);
+    number(kHeaderSize - 8 + size, 4);
     name("AIFF");
     name("COMM");
     number(18, 4);
@@ -44,7 +44,7 @@ class Head {
     number(0, 4);  // block size: none
   }
 
-  const std::array<std::uint8_t, kHeadSize>& bytes() const { return m_bytes; }
+  const std::array<std::uint8_t, kHeaderSize>& bytes() const { return m_bytes; }
 
  private:
   void name(const char* fourCharacters) {
@@ -64,7 +64,7 @@ class Head {
     number(std::uint64_t{perSecond} << zeros, 8);
   }
 
-  std::array<std::uint8_t, kHeadSize> m_bytes{};
+  std::array<std::uint8_t, kHeaderSize> m_bytes{};
   std::size_t m_end = 0;
 };
 
@@ -129,31 +129,31 @@ bool FileSink::flush() {
   const auto room = static_cast<std::size_t>(kMaxSamples - m_samples);
   const std::size_t count = std::min(m_block.size(), room);
   const std::size_t size = count * kSampleSize;
-  const std::size_t written = put(m_block.data(), size, kHeadSize + m_samples * kSampleSize);
+  const std::size_t written = put(m_block.data(), size, kHeaderSize + m_samples * kSampleSize);
   const std::string why = written < size           ? std::strerror(errno)
                           : count < m_block.size() ? "is as large as an AIFF file can be"
                                                    : "";
   m_samples += written / kSampleSize;
   m_block.clear();
-  if (why.empty()) return writeHead() || refuse(std::strerror(errno));
-  if (written > 0) writeHead();
+  if (why.empty()) return writeHeader() || refuse(std::strerror(errno));
+  if (written > 0) writeHeader();
   return refuse(why);
 }
 
 // Cuts off what the file held before once there is a head of ours.
-bool FileSink::writeHead() {
-  const Head head(m_samples);
-  if (put(head.bytes().data(), kHeadSize, 0) < kHeadSize) return false;
+bool FileSink::writeHeader() {
+  const AiffHeader header(m_samples);
+  if (put(header.bytes().data(), kHeaderSize, 0) < kHeaderSize) return false;
   if (std::exchange(m_begun, true) || !isRegular(m_file)) return true;
-  return ::ftruncate(m_file, static_cast<off_t>(kHeadSize + m_samples * kSampleSize)) == 0;
+  return ::ftruncate(m_file, static_cast<off_t>(kHeaderSize + m_samples * kSampleSize)) == 0;
 }
 
 // How many of the bytes could be written; errno says why there were not more.
-std::size_t FileSink::put(const void* bytes, std::size_t count, std::uint64_t place) const {
+std::size_t FileSink::put(const void* bytes, std::size_t count, std::uint64_t offset) const {
   std::size_t done = 0;
   while (done < count) {
     const ssize_t written = ::pwrite(m_file, static_cast<const char*>(bytes) + done, count - done,
-                                     static_cast<off_t>(place + done));
+                                     static_cast<off_t>(offset + done));
     if (written < 0 && errno == EINTR) continue;
     if (written == 0) errno = ENOSPC;
     if (written <= 0) break;
@@ -169,7 +169,7 @@ bool FileSink::begin() {
   if (::flock(m_file, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
     return refuse("is being written by another job");
   }
-  return !isEmpty(m_file) || writeHead() || refuse(std::strerror(errno));
+  return !isEmpty(m_file) || writeHeader() || refuse(std::strerror(errno));
 }
 
 bool FileSink::close() {

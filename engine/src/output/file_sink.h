@@ -42,8 +42,8 @@ class FileSink final : public Sink {
   FileSink(int file, std::string path);
   bool begin();
   bool flush();
-  bool writeHead();
-  std::size_t put(const void* bytes, std::size_t count, std::uint64_t place) const;
+  bool writeHeader();
+  std::size_t put(const void* bytes, std::size_t count, std::uint64_t offset) const;
   bool close();
   bool refuse(const std::string& why);
 

@@ -78,17 +78,17 @@ void SynthAudio::applySpeeds(std::span<const Adjustment> adjustments) {
 
 void SynthAudio::addInnerMarks(std::span<const InnerMark> marks) {
   if (marks.empty()) return;
-  const std::vector<Event> placed = m_events;
+  const std::vector<Event> reached = m_events;
   const auto isMark = [](const Event& event) { return event.mark > 0; };
-  auto next = std::ranges::find_if(placed, isMark);
+  auto next = std::ranges::find_if(reached, isMark);
   std::uint64_t before = 0;
   for (const InnerMark& inner : marks) {
-    while (next != placed.end() && next->mark < inner.mark) {
+    while (next != reached.end() && next->mark < inner.mark) {
       before = next->sample;
-      next = std::find_if(std::next(next), placed.end(), isMark);
+      next = std::find_if(std::next(next), reached.end(), isMark);
     }
-    const std::uint64_t behind = next != placed.end() ? next->sample : m_samples.size();
-    const double time = inner.share * static_cast<double>(behind - before);
+    const std::uint64_t after = next != reached.end() ? next->sample : m_samples.size();
+    const double time = inner.share * static_cast<double>(after - before);
     m_events.push_back({inner.mark, {}, before + static_cast<std::uint64_t>(time)});
   }
   std::ranges::stable_sort(m_events, {}, &Event::sample);

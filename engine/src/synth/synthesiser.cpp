@@ -53,7 +53,7 @@ extern "C" int onSynthesis(short* samples, int count, espeak_EVENT* events) {
   return kGoOn;
 }
 
-void giveTo(SynthesisListener& listener, const SynthAudio& audio) {
+void deliverTo(SynthesisListener& listener, const SynthAudio& audio) {
   for (const SynthAudio::Event& event : audio.events()) {
     if (event.mark > 0) {
       listener.onMark(event.mark, event.sample);
@@ -65,23 +65,23 @@ void giveTo(SynthesisListener& listener, const SynthAudio& audio) {
 }
 
 // espeak-ng sets the process's character type while it starts; what was set stays set.
-class KeepCharacterType {
+class CharacterTypeGuard {
  public:
-  KeepCharacterType() {
+  CharacterTypeGuard() {
     if (const char* const current = std::setlocale(LC_CTYPE, nullptr)) m_saved = current;
   }
-  ~KeepCharacterType() {
+  ~CharacterTypeGuard() {
     if (!m_saved.empty()) std::setlocale(LC_CTYPE, m_saved.c_str());
   }
-  KeepCharacterType(const KeepCharacterType&) = delete;
-  KeepCharacterType& operator=(const KeepCharacterType&) = delete;
+  CharacterTypeGuard(const CharacterTypeGuard&) = delete;
+  CharacterTypeGuard& operator=(const CharacterTypeGuard&) = delete;
 
  private:
   std::string m_saved;
 };
 
 // Commands in a text stay in force after it, so everything is set before each call.
-void adopt(const Synthesiser::Settings& settings) {
+void applySettings(const Synthesiser::Settings& settings) {
   espeak_SetParameter(espeakRATE, settings.rate, 0);
   // Its own volume has no exact measure; see SynthAudio::adjust.
   espeak_SetParameter(espeakVOLUME, 100, 0);
@@ -116,9 +116,9 @@ Synthesiser& Synthesiser::shared() {
   return synthesiser;
 }
 
-bool Synthesiser::startHeld(std::string& why) {
+bool Synthesiser::startInTurn(std::string& why) {
   if (m_started) return true;
-  const KeepCharacterType keep;
+  const CharacterTypeGuard guard;
   // It never plays anything in this mode, but still looks for a sound server once, here. There is
   // no option against that, and changing PULSE_SERVER is not safe while other threads run.
   const int rate =
@@ -136,13 +136,13 @@ bool Synthesiser::startHeld(std::string& why) {
 
 bool Synthesiser::start(std::string& why) {
   const std::lock_guard turn(m_turn);
-  return startHeld(why);
+  return startInTurn(why);
 }
 
 bool Synthesiser::hasVoice(const Voice& voice, std::string& why) {
   const std::lock_guard turn(m_turn);
-  if (!startHeld(why)) return false;
-  if (!use(voice)) {
+  if (!startInTurn(why)) return false;
+  if (!selectVoice(voice)) {
     why = "language is not known to the synthesiser";
     return false;
   }
@@ -159,12 +159,12 @@ bool Synthesiser::hasVoice(const Voice& voice, std::string& why) {
 
 // Setting a voice reads its files anew, so it is done only when another one is in force, or when
 // a call that was given up may have left this one unfinished.
-bool Synthesiser::use(const Voice& voice) {
+bool Synthesiser::selectVoice(const Voice& voice) {
   const std::string name = voice.synthesiserName();
-  if (m_voiceInForce == name && !m_cutShort) return true;
-  m_voiceInForce.clear();
+  if (m_currentVoice == name && !m_lastCancelled) return true;
+  m_currentVoice.clear();
   if (espeak_SetVoiceByName(name.c_str()) != EE_OK) return false;
-  m_voiceInForce = name;
+  m_currentVoice = name;
   return true;
 }
 
@@ -176,7 +176,7 @@ void Synthesiser::clearEmphasis() {
       L"\x01"
       L"1F ",
       0);
-  m_cutShort = false;
+  m_lastCancelled = false;
 }
 
 bool Synthesiser::speak(const Input& input, const Voice& voice, SynthesisListener& listener,
@@ -185,7 +185,7 @@ bool Synthesiser::speak(const Input& input, const Voice& voice, SynthesisListene
   if (!call(input, voice, listener, audio, why)) return false;
   audio.adjust(input.adjustments);
   audio.addInnerMarks(input.innerMarks);
-  giveTo(listener, audio);
+  deliverTo(listener, audio);
   return true;
 }
 
@@ -193,20 +193,20 @@ bool Synthesiser::call(const Input& input, const Voice& voice, const SynthesisLi
                        SynthAudio& audio, std::string& why) {
   const std::lock_guard turn(m_turn);
   if (listener.cancelled()) return true;
-  if (!startHeld(why)) return false;
-  if (!use(voice)) {
+  if (!startInTurn(why)) return false;
+  if (!selectVoice(voice)) {
     why = "the voice is not known to the synthesiser";
     return false;
   }
-  adopt(input.settings);
-  if (m_cutShort) clearEmphasis();
+  applySettings(input.settings);
+  if (m_lastCancelled) clearEmphasis();
   currentAudio = &audio;
   currentListener = &listener;
   outOfMemory = false;
   const espeak_ERROR result = synthesise(
       input.text, (input.hasPhones ? espeakPHONEMES : 0u) | (input.endPause ? espeakENDPAUSE : 0u));
   currentAudio = nullptr;
-  m_cutShort = outOfMemory || result != EE_OK || listener.cancelled();
+  m_lastCancelled = outOfMemory || result != EE_OK || listener.cancelled();
   if (outOfMemory) {
     why = "memory is out";
     return false;

@@ -88,17 +88,17 @@ class Synthesiser {
   bool speak(const Input& input, const Voice& voice, SynthesisListener& listener, std::string& why);
 
  private:
-  bool startHeld(std::string& why);
+  bool startInTurn(std::string& why);
   bool call(const Input& input, const Voice& voice, const SynthesisListener& listener,
             SynthAudio& audio, std::string& why);
-  bool use(const Voice& voice);
+  bool selectVoice(const Voice& voice);
   void clearEmphasis();
 
   TicketLock m_turn;
   // Used in one's turn only.
   bool m_started = false;
-  std::string m_voiceInForce;  // by the synthesiser's name; empty: none for certain
-  bool m_cutShort = false;     // the last call was given up
+  std::string m_currentVoice;    // by the synthesiser's name; empty: none for certain
+  bool m_lastCancelled = false;  // the last call was given up
 };
 
 }  // namespace kavrel

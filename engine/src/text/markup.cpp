@@ -131,10 +131,10 @@ class AttributeReader {
     return true;
   }
 
-  bool endsValue(std::size_t place) const {
-    if (place >= m_text.size()) return true;
-    const char c = m_text[place];
-    if (c == '/') return place + 1 >= m_text.size() || m_text[place + 1] == '>';
+  bool endsValue(std::size_t at) const {
+    if (at >= m_text.size()) return true;
+    const char c = m_text[at];
+    if (c == '/') return at + 1 >= m_text.size() || m_text[at + 1] == '>';
     return c == '>' || isBlank(c);
   }
 
@@ -144,10 +144,10 @@ class AttributeReader {
     if (quote != '"' && quote != '\'') return {};
     bool& unclosed = quote == '"' ? m_noDouble : m_noSingle;
     if (unclosed) return {};
-    for (std::size_t place = m_at + 1; place < m_text.size() && m_text[place] != '<'; ++place) {
-      if (m_text[place] != quote || !endsValue(place + 1)) continue;
-      const std::string_view value = m_text.substr(m_at + 1, place - m_at - 1);
-      m_at = place + 1;
+    for (std::size_t at = m_at + 1; at < m_text.size() && m_text[at] != '<'; ++at) {
+      if (m_text[at] != quote || !endsValue(at + 1)) continue;
+      const std::string_view value = m_text.substr(m_at + 1, at - m_at - 1);
+      m_at = at + 1;
       return value;
     }
     // No later quote of this kind ends a value either: without this note, a tag full of open

@@ -52,8 +52,8 @@ bool isUpperCase(char32_t character) {
 
 // True for a sign or decimal point at `at` that is spoken with the number behind it.
 bool leadsNumber(std::span<const Letter> token, std::size_t at) {
-  const auto is = [&token](std::size_t place, std::u32string_view set) {
-    return place < token.size() && contains(set, token[place].character);
+  const auto is = [&token](std::size_t position, std::u32string_view set) {
+    return position < token.size() && contains(set, token[position].character);
   };
   static constexpr auto kDigits = U"0123456789"sv;
   if (is(at, U"."sv)) return is(at + 1, kDigits);
