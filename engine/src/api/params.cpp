@@ -24,8 +24,8 @@ std::uint8_t indexOfKey(std::string_view key) {
 
 }  // namespace
 
-// One value, in one block from malloc: this head, the text with its NUL (for a number: empty),
-// then, only under kOtherKey, the key with its NUL.
+// One value in one block of malloc: this header, the text with its NUL (empty for a number), then,
+// only for kOtherKey, the key with its NUL.
 struct kavrel_val {
   kavrel_val* next;
   int number;
@@ -63,7 +63,8 @@ void releaseAll(kavrel_val* val) {
   }
 }
 
-// `val` with `key` stored behind its text; null, with `val` released, when memory is out.
+// Returns `val` with `key` appended after its text, possibly moved. When out of memory: releases
+// `val` and returns null.
 kavrel_val* withOwnKey(kavrel_val* val, const char* key) {
   const std::size_t textSize = std::strlen(val->isText ? val->text() : "") + 1;
   const std::size_t keySize = std::strlen(key) + 1;
@@ -95,6 +96,7 @@ const char* findText(const kavrel_params* params, std::string_view key) {
 }  // namespace
 
 kavrel_params* kavrel_params_new(const kavrel_params* base) {
+  // `end` is the link that the next copy is stored in, so that the list keeps its order.
   auto* const params = static_cast<kavrel_params*>(std::calloc(1, sizeof(kavrel_params)));
   if (params == nullptr || base == nullptr) return params;
   kavrel_val** end = &params->first;
@@ -146,6 +148,7 @@ kavrel_result_t kavrel_params_set_val(kavrel_params* params, const char* key, ka
   value->key = indexOfKey(key);
   if (value->key == kOtherKey) value = withOwnKey(value, key);
   if (value == nullptr) return KAVREL_INTERNAL_ERROR;
+  // The link of the earlier value with this key, or the end of the list.
   kavrel_val** slot = &params->first;
   while (*slot != nullptr && (*slot)->keyName() != key) slot = &(*slot)->next;
   kavrel_val* const earlier = *slot;

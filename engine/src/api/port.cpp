@@ -20,11 +20,14 @@ namespace kavrel {
 
 namespace {
 
+// Numbers are never reused, so that the handle of an old job never names a new one.
 std::uint64_t nextNumber() {
   static std::atomic<std::uint64_t> last = 0;
   return ++last;
 }
 
+// Returns the sink that the settings select; null, with a diagnostic line, if the file cannot be
+// written. A device is opened by the sink itself, with the first audio.
 std::unique_ptr<Sink> openSink(const PortSettings& settings) {
   if (settings.outputFile.empty()) {
     if (!soundOutputIsWanted()) return std::make_unique<ClockSink>();
@@ -36,14 +39,14 @@ std::unique_ptr<Sink> openSink(const PortSettings& settings) {
   if (settings.outputFormat == "aiff") {
     sink = FileSink::open(settings.outputFile, why);
   } else {
-    why = "output format \"" + settings.outputFormat + "\" is not known";
+    why = "unknown output format \"" + settings.outputFormat + "\"";
   }
   if (sink == nullptr) KAVREL_DIAG("Port", "Cannot write: %s", why.c_str());
   return sink;
 }
 
-// Signals are the host's own affair; they reach its threads, not ours. A write beyond a limit then
-// fails like any other, too.
+// Keeps the host's signals off the engine's threads. A write beyond the file size limit then fails
+// with an error, instead of raising SIGXFSZ. Signals of faults and of the profiler stay enabled.
 void blockSignals() {
   sigset_t signals;
   sigfillset(&signals);
@@ -71,6 +74,8 @@ void Port::setVoice(const Voice& voice) {
 
 kavrel_result_t Port::speakText(std::string_view text, kavrel_background_t& handle,
                                 const kavrel_params* params) {
+  // The file is opened before the job is queued, so that the caller learns at once that it cannot
+  // be written. The handle is stored before the job can send an event.
   PortSettings settings = m_settings;
   settings.apply(params);
   Job::Request request;
@@ -101,13 +106,14 @@ kavrel_result_t Port::enqueue(JobPointer job) {
     m_worker = thread.get_id();
     thread.detach();
   } catch (const std::system_error&) {
-    KAVREL_DIAG("Port", "The system refuses a thread.");
+    KAVREL_DIAG("Port", "The system refuses to start a thread.");
     m_jobs.pop_back();
     return KAVREL_INTERNAL_ERROR;
   }
   return KAVREL_SUCCESS;
 }
 
+// A job stays in the queue while it runs, so that it can be found by its handle.
 void Port::work() {
   blockSignals();
   for (;;) {
@@ -153,11 +159,12 @@ void Port::stop(kavrel_background_t handle, StopBoundary boundary) {
       jobs.push_back(std::move(job));
     }
   }
-  // The last one first, so that none of them begins because the one before it has ended.
+  // In reverse order: otherwise a job could begin because the one before it has been stopped.
   for (auto job = jobs.rbegin(); job != jobs.rend(); ++job) (*job)->stop(boundary);
 }
 
-// A job comes to its end only after those before it, so these are waited for, too.
+// Jobs end in order, so the jobs before it are waited for, too; the callback that hangs may be
+// theirs.
 kavrel_result_t Port::wait(kavrel_background_t handle) {
   std::vector<JobPointer> jobs;
   {
