@@ -13,6 +13,7 @@ namespace kavrel {
 
 namespace {
 
+// Texts are shorter than 2 GiB, so every position fits.
 std::uint32_t position(std::size_t bytes) {
   return static_cast<std::uint32_t>(bytes);
 }
@@ -23,7 +24,7 @@ std::string latin9(std::span<const Letter> letters) {
   return text;
 }
 
-// An item for a token's letters, spoken or not; which of them it speaks is filled in later.
+// Returns an item that reports a token's word. The letters that it speaks are filled in later.
 Item wordItem(std::span<const Letter> token) {
   std::span<const Letter> word = wordOf(token);
   if (word.empty()) word = token;
@@ -36,13 +37,15 @@ Item wordItem(std::span<const Letter> token) {
   return item;
 }
 
-// Whether letters in these styles cannot be spoken in one go.
+// Returns true if letters in these styles cannot be spoken in one go.
 bool needSeparateItems(const Style& one, const Style& other) {
   return one.spellOut != other.spellOut || one.digits != other.digits;
 }
 
-// Whether a token that ended like this, with nothing but tags and blanks behind it, has ended a
-// sentence in front of a character (0: phones).
+// Returns true if a token that ended with `stop` ended a sentence, given the next character after
+// tags and blanks (0: phones). A certain stop ends the sentence at a blank already; it gets here
+// only if no blank follows, and then a lower-case letter or a digit means that the token continues
+//.
 bool endsBefore(Stop stop, char32_t following) {
   static constexpr std::u32string_view kGoOn = U"(,;:-";
   const bool digit = isDigit(following);
@@ -59,6 +62,7 @@ bool endsBefore(Stop stop, char32_t following) {
   return false;
 }
 
+// At level 2 and above only: untrusted text may have many of these.
 void reportUnknownPhones(const PhoneText& read, const MarkupEvent& tag) {
   if ((cst_diag_mask & CST_DIAG_ENGINE) == 0 || cst_diag_level <= 1) return;
   for (const std::string& piece : read.unknown) {
@@ -71,7 +75,7 @@ void reportUnknownPhones(const PhoneText& read, const MarkupEvent& tag) {
 
 }  // namespace
 
-// The run behind those that can be spoken in one go with the run `first`.
+// Returns the index after the runs that can be spoken in one go with the run `first`.
 std::size_t SentenceReader::Token::endOfPart(std::size_t first) const {
   std::size_t end = first + 1;
   while (end < runs.size() && !needSeparateItems(runs[first].style, runs[end].style)) {
@@ -80,7 +84,8 @@ std::size_t SentenceReader::Token::endOfPart(std::size_t first) const {
   return end;
 }
 
-// How the runs from `first` to the one in front of `behind` are spoken in one go.
+// Returns the style in which the runs from `first` up to, not including, `end` are spoken in one
+// go: that of the longest run, with emphasis if any run has it.
 Style SentenceReader::Token::styleOf(std::size_t first, std::size_t end) const {
   Style style;
   bool emphasis = false;
@@ -97,7 +102,7 @@ Style SentenceReader::Token::styleOf(std::size_t first, std::size_t end) const {
 
 SentenceReader::SentenceReader(std::string_view text) : m_scanner(text) {}
 
-// Keeps the memory for the next token.
+// Keeps the capacity of the vectors for the next token.
 void SentenceReader::Token::clear() {
   letters.clear();
   runs.clear();
@@ -106,6 +111,8 @@ void SentenceReader::Token::clear() {
   afterTag = false;
 }
 
+// Reads events until the piece is complete. An event that belongs to the next piece is kept and
+// handled again there.
 bool SentenceReader::next(Sentence& sentence) {
   sentence.items.clear();
   m_hasTokens = false;
@@ -124,6 +131,7 @@ bool SentenceReader::next(Sentence& sentence) {
   }
 }
 
+// Inside a phoneme element all characters are content, which is reported but not spoken.
 SentenceReader::ReadResult SentenceReader::handle(const MarkupEvent& event, Sentence& sentence) {
   if (event.kind == MarkupEvent::Kind::Character) {
     if (m_styles.insidePhoneme()) return handleContent(event, sentence);
@@ -147,6 +155,8 @@ SentenceReader::ReadResult SentenceReader::handle(const MarkupEvent& event, Sent
   }
 }
 
+// A certain stop ends the sentence at the first blank, without look-ahead. CR LF is one line end,
+// and two line ends are an empty line.
 SentenceReader::ReadResult SentenceReader::handleBlank(const MarkupEvent& event,
                                                        Sentence& sentence) {
   endToken(sentence);
@@ -160,6 +170,8 @@ SentenceReader::ReadResult SentenceReader::handleBlank(const MarkupEvent& event,
   return ReadResult::End;
 }
 
+// Before a letter is added, three things may end the token or the sentence: the token is too long;
+// a tag separates a stop from the letter; the stop of the token before is decided by this letter.
 SentenceReader::ReadResult SentenceReader::handleLetter(const MarkupEvent& event,
                                                         Sentence& sentence) {
   const std::vector<Letter>& letters = m_token.letters;
@@ -181,6 +193,7 @@ SentenceReader::ReadResult SentenceReader::handleLetter(const MarkupEvent& event
   return ReadResult::Continue;
 }
 
+// A new run begins only where a tag has changed the style.
 void SentenceReader::addLetter(const MarkupEvent& event) {
   if (m_token.letters.empty() ||
       (m_token.afterTag && m_token.runs.back().style != m_styles.style())) {
@@ -192,6 +205,7 @@ void SentenceReader::addLetter(const MarkupEvent& event) {
   m_token.bytes += event.end - event.start;
 }
 
+// Break and phoneme elements end a token; marks and all other tags do not.
 SentenceReader::ReadResult SentenceReader::handleStartTag(const MarkupEvent& event,
                                                           Sentence& sentence) {
   if (event.name == "phoneme" && !m_styles.insidePhoneme()) {
@@ -215,6 +229,8 @@ SentenceReader::ReadResult SentenceReader::handleStartTag(const MarkupEvent& eve
   return ReadResult::Continue;
 }
 
+// A mark inside a token is kept with the token, since the items around it depend on the whole
+// token.
 SentenceReader::ReadResult SentenceReader::handleMark(Item item, const MarkupEvent& event,
                                                       Sentence& sentence) {
   if (m_token.marks.size() >= kMaxTokenMarks) endToken(sentence);
@@ -225,6 +241,8 @@ SentenceReader::ReadResult SentenceReader::handleMark(Item item, const MarkupEve
   return ReadResult::Continue;
 }
 
+// An element without a known phone adds no item; its content is not spoken either. The item is
+// added before the content is read, which then extends what it reports.
 SentenceReader::ReadResult SentenceReader::handlePhoneme(const MarkupEvent& event,
                                                          Sentence& sentence) {
   PhoneText read = readPhones(event.attribute("ph").value_or(""));
@@ -250,12 +268,13 @@ SentenceReader::ReadResult SentenceReader::handlePhoneme(const MarkupEvent& even
   return ReadResult::Continue;
 }
 
+// Adds a character to what the phoneme item reports, without blanks at its start and end.
 SentenceReader::ReadResult SentenceReader::handleContent(const MarkupEvent& event,
                                                          Sentence& sentence) {
   if (!m_phonesOpen) return ReadResult::Continue;
   Item& item = sentence.items[m_phonesItem];
   if (!fits(event.end, sentence)) {
-    // The rest of the content is not spoken either; only its place is not reported.
+    // The rest of the content is not reported. Nothing is lost: it would not be spoken anyway.
     closePhones(sentence);
     return ReadResult::SplitBefore;
   }
@@ -274,35 +293,37 @@ SentenceReader::ReadResult SentenceReader::handleContent(const MarkupEvent& even
   return ReadResult::Continue;
 }
 
-// What the last token left open is decided by the character that follows it (0: phones); true when
-// the sentence has ended there.
+// Decides the stop of the last token, given the character that follows it (0: phones). Returns true
+// if the sentence ended there.
 bool SentenceReader::stopHolds(char32_t following) {
-  // The quote that closes the sentence: decided by what comes next.
+  // A closing quote belongs to the sentence; the character after it decides.
   if (m_adjacent && isClosing(following)) return false;
   const bool ends = endsBefore(m_stop, following);
   m_stop = Stop::None;
   return ends;
 }
 
-// Whether the piece can take in what ends at `end`. The first item always fits.
+// Returns true if the piece has room for an item that ends at `end`. The first item always fits.
 bool SentenceReader::fits(std::size_t end, const Sentence& sentence) const {
   return sentence.items.empty() || end - m_pieceStart <= kMaxSentenceBytes;
 }
 
+// Completes the token, if there is one: adds its items and notes how it ended.
 void SentenceReader::endToken(Sentence& sentence) {
   const std::vector<Letter>& letters = m_token.letters;
   if (letters.empty()) return;
   extendRange(letters.front().start, letters.back().start + letters.back().length, sentence);
   addToken(sentence);
   m_hasWords = m_hasWords || !wordOf(letters).empty();
-  // A closing quote on its own leaves the stop in front of it in force.
+  // A token of closing quotes only, without a blank before it, keeps the stop of the token before.
   const bool closing = std::ranges::all_of(letters, isClosing, &Letter::character);
   if (!closing || !m_adjacent) m_stop = stopOf(letters);
   m_adjacent = true;
   m_token.clear();
 }
 
-// Adds an item for each part of the token that is spoken in one go, and the marks.
+// Adds an item for each part of the token that is spoken in one go, and the marks between and
+// inside them. The part in which the word begins reports the word.
 void SentenceReader::addToken(Sentence& sentence) const {
   const std::span<const Letter> letters(m_token.letters);
   const std::span<const Letter> word = wordOf(letters);
@@ -320,7 +341,7 @@ void SentenceReader::addToken(Sentence& sentence) const {
       item.text += static_cast<wchar_t>(letter.character);
     }
     item.reported = begin <= wordBegin && wordBegin < end;
-    // Marks in front of the word, behind a quote for instance, are reached before it.
+    // Marks before the word, for example between a quote and the word, are reached before it.
     for (; item.reported && mark != m_token.marks.end() && mark->letter <= wordBegin; ++mark) {
       sentence.items.push_back(mark->item);
     }
@@ -340,7 +361,7 @@ void SentenceReader::closePhones(Sentence& sentence) {
   sentence.items[m_phonesItem].name.resize(m_phonesName);
 }
 
-// Takes in a tag that is an item of its own.
+// Adds the item of a tag that is an item of its own: a mark outside a token, or a break.
 SentenceReader::ReadResult SentenceReader::add(Item item, const MarkupEvent& tag,
                                                Sentence& sentence) {
   if (!fits(tag.end, sentence)) {
@@ -355,7 +376,7 @@ SentenceReader::ReadResult SentenceReader::add(Item item, const MarkupEvent& tag
   return ReadResult::Continue;
 }
 
-// Notes that the tokens of the piece reach over the bytes from `start` to `end`.
+// Extends the range of the piece's tokens by the bytes from `start` to `end`.
 void SentenceReader::extendRange(std::size_t start, std::size_t end, const Sentence& sentence) {
   if (sentence.items.empty()) m_pieceStart = start;
   if (!m_hasTokens) m_tokensStart = start;
@@ -363,7 +384,8 @@ void SentenceReader::extendRange(std::size_t start, std::size_t end, const Sente
   m_tokensEnd = end;
 }
 
-// Fills in what holds for the whole piece. False when nothing is in it.
+// Fills in the values of the whole piece. Returns false if it has no item. `ended`: the sentence
+// ends with this piece.
 bool SentenceReader::finish(bool ended, Sentence& sentence) {
   sentence.begins = m_hasWords && !m_begun;
   sentence.ends = ended && (m_hasWords || m_begun);

@@ -18,7 +18,7 @@ std::string_view trim(std::string_view text) {
   return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
 }
 
-// The number that an attribute gives, with `unit` behind it or nothing.
+// Reads an attribute that is a number with the optional unit `unit`.
 std::optional<double> readAttribute(const MarkupEvent& tag, std::string_view attribute,
                                     std::string_view unit) {
   const auto value = tag.attribute(attribute);
@@ -29,6 +29,7 @@ std::optional<double> readAttribute(const MarkupEvent& tag, std::string_view att
   return number;
 }
 
+// Each setting is independent: an invalid one is ignored, the others apply.
 void applyProsody(const MarkupEvent& tag, Style& style) {
   if (const auto volume = readAttribute(tag, "volume", "%")) style.volume = std::max(*volume, 0.0);
   if (const auto rate = readAttribute(tag, "rate", ""); rate && *rate > 0) style.rate = *rate;
@@ -50,6 +51,7 @@ void applySayAs(const MarkupEvent& tag, Style& style) {
 
 }  // namespace
 
+// A start tag without a known element opens nothing; its end tag is then ignored, too.
 void StyleStack::open(const MarkupEvent& tag) {
   const auto element = elementOf(tag.name);
   if (!element) return;
@@ -95,6 +97,7 @@ std::optional<StyleStack::Element> StyleStack::elementOf(std::string_view name) 
   return std::nullopt;
 }
 
+// std::from_chars accepts no "+" but accepts "inf" and "nan".
 std::optional<double> readNumber(std::string_view text, std::string_view& unit) {
   text = trim(text);
   const bool negative = text.starts_with('-');
