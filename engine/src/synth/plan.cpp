@@ -17,16 +17,16 @@ namespace {
 // espeak-ng loses words when one clause has more than about 700 bytes or 250 commands.
 constexpr std::size_t kMaxText = 600;
 constexpr std::size_t kMaxCommands = 200;
-// Longer items are said in parts.
+// Longer items are spoken in parts.
 constexpr std::size_t kMaxCharacters = 120;
 constexpr std::size_t kMaxSpelled = 20;
 constexpr std::size_t kMaxPhones = 60;
 
-// What the synthesiser must be asked for, and how much longer the pauses must get that it then
-// makes, so that words and pauses are as much shorter or longer than at 180 words per minute as
-// they should be. Measured over three voices; between the lines it is straight. Above, it hurries
-// words unevenly, and from 450 on misplaces its events, so the sound of the last line is made
-// faster.
+// The synthesiser's rate setting for a rate in words per minute, and the factor for the pauses that
+// it then makes, so that both words and pauses follow the rate, with 180 words per minute as 1.
+// Measured over three voices; linear interpolation between the rows. Above the last row, espeak-ng
+// speeds words up unevenly, and from 450 on misplaces its events; faster speech is therefore made
+// from the last row by TimeScale.
 struct RateRow {
   double wordsPerMinute;
   double setting;
@@ -45,7 +45,7 @@ constexpr double kFastestOwn = kRates.back().wordsPerMinute;
 constexpr double kEmphasisVolume = 1.5;
 constexpr int kStrongEmphasis = 4;
 constexpr int kNormalEmphasis = 1;
-// Letters by their names, without a word about which are capitals.
+// The names of letters, without saying which are capitals.
 constexpr int kSpellCharacters = 18;
 constexpr wchar_t kMinus = L'\x2212';
 
@@ -60,6 +60,7 @@ bool isControl(wchar_t c) {
   return c < 0x20 || (c >= 0x7F && c < 0xA0);
 }
 
+// Interpolates kRates. The rate is clamped to the table.
 RateRow rateFor(double wordsPerMinute) {
   const double rate = std::clamp(wordsPerMinute, Plan::kMinRate, kFastestOwn);
   const auto upper =
@@ -71,14 +72,15 @@ RateRow rateFor(double wordsPerMinute) {
           std::lerp(from.pauses, upper->pauses, share)};
 }
 
-// Behind a command the synthesiser takes no notice of a hyphen; a real minus sign it reads.
+// After a command, the synthesiser ignores a hyphen, but reads a real minus sign.
 bool leadsNumber(std::wstring_view characters) {
   return characters.size() > 1 && characters[0] == L'-' &&
          (isDigit(characters[1]) || characters[1] == L'.');
 }
 
-// `characters` as the synthesiser may see them: nothing that it takes for a command or for phones;
-// digits apart when they are to be read one by one.
+// Returns `characters` in a form that is safe for the synthesiser: without control characters,
+// which begin commands, and without "[[", which begins phones. `digitsApart` puts blanks between
+// digits, so that they are read one by one.
 std::wstring plainText(std::wstring_view characters, bool digitsApart) {
   std::wstring text;
   if (leadsNumber(characters)) {
@@ -99,6 +101,8 @@ std::wstring plainText(std::wstring_view characters, bool digitsApart) {
 
 Plan::Plan(const Sentence& sentence, const Voice& voice) : m_sentence(sentence), m_voice(voice) {}
 
+// Fills the call with items until it is full, then ends it at the last comma if there is one: a
+// pause is natural there. A break is a call of its own.
 bool Plan::next(SynthCall& call) {
   call = SynthCall();
   if (m_item >= m_sentence.items.size()) return false;
@@ -118,7 +122,7 @@ bool Plan::next(SynthCall& call) {
   }
   const bool atEnd = m_item >= m_sentence.items.size();
   const bool atComma = !atEnd && isFull() && splitAtComma(call);
-  // Emphasis would stay in force for the calls of others.
+  // Else emphasis would stay in force for the calls of other ports.
   if (m_inForce.emphasis) addCommand(kNormalEmphasis, L'F');
   call.input.text = m_text;
   call.input.endPause = atEnd ? m_sentence.ends : atComma;
@@ -129,6 +133,7 @@ bool Plan::isFull() const {
   return m_text.size() >= kMaxText || m_commandCount >= kMaxCommands;
 }
 
+// Marks have no style of their own. An item that is spoken in parts has its mark before the first.
 void Plan::addItem(SynthCall& call) {
   const Item& item = m_sentence.items[m_item];
   if (item.kind != Item::Kind::Mark) applyStyle(call, resolve(item.style));
@@ -147,6 +152,7 @@ void Plan::addItem(SynthCall& call) {
   }
 }
 
+// A command inside a word would break the word apart, so a mark there is placed afterwards.
 void Plan::addMark(SynthCall& call, const Item& item) {
   call.marks.push_back(m_item);
   const auto number = static_cast<int>(call.marks.size());
@@ -157,6 +163,7 @@ void Plan::addMark(SynthCall& call, const Item& item) {
   }
 }
 
+// Adds the next part of the word, and moves on to the next item after the last part.
 void Plan::addWordPart(SynthCall& call, const Item& item) {
   const std::size_t limit = item.style.spellOut ? kMaxSpelled : kMaxCharacters;
   const std::wstring_view part = std::wstring_view(item.text).substr(m_part, limit);
@@ -171,6 +178,8 @@ void Plan::addWordPart(SynthCall& call, const Item& item) {
   noteSplitPoint(call, item);
 }
 
+// Phones without a sound in the voice's language give an empty notation, which the synthesiser must
+// not see.
 void Plan::addPhonesPart(SynthCall& call, const Item& item) {
   const std::size_t count = std::min(kMaxPhones, item.phones.size() - m_part);
   const std::string notation =
@@ -186,7 +195,7 @@ void Plan::addPhonesPart(SynthCall& call, const Item& item) {
   ++m_item;
 }
 
-// A long call is best ended where the speaker takes a breath anyway, but not near its beginning.
+// A long call is best ended where a speaker breathes anyway, but not in its first third.
 void Plan::noteSplitPoint(const SynthCall& call, const Item& item) {
   constexpr std::wstring_view kBreath = L",;:";
   if (item.text.empty() || m_text.size() < kMaxText / 3) return;
@@ -200,6 +209,7 @@ void Plan::noteSplitPoint(const SynthCall& call, const Item& item) {
              true};
 }
 
+// Restores the state at the split point; the items after it are planned again.
 bool Plan::splitAtComma(SynthCall& call) {
   if (!m_split.set) return false;
   m_item = m_split.item;
@@ -212,6 +222,8 @@ bool Plan::splitAtComma(SynthCall& call) {
   return true;
 }
 
+// Rate is shared by the synthesiser's setting, the pauses' factor and TimeScale; volume is done by
+// SynthAudio only.
 Plan::ResolvedStyle Plan::resolve(const Style& style) const {
   ResolvedStyle resolved;
   Synthesiser::Settings& settings = resolved.settings;
@@ -221,7 +233,7 @@ Plan::ResolvedStyle Plan::resolve(const Style& style) const {
   resolved.pauses = rate.pauses;
   resolved.speed = std::clamp(wordsPerMinute / kFastestOwn, 1.0, kMaxRate / kFastestOwn);
   if (isSet(style.range)) settings.range = m_voice.rangeFor(style.range);
-  // A wider range would raise the voice, too.
+  // A wider range also raises the median pitch, so the pitch setting must compensate for it.
   if (isSet(style.pitch) || isSet(style.range)) {
     const double pitch = isSet(style.pitch) ? style.pitch : m_voice.ownPitch();
     settings.pitch = m_voice.pitchFor(pitch, settings.range);
@@ -234,6 +246,7 @@ Plan::ResolvedStyle Plan::resolve(const Style& style) const {
   return resolved;
 }
 
+// espeak-ng's embedded commands: \x01, a number, a letter.
 void Plan::addCommand(int number, wchar_t letter) {
   m_text += L'\x01';
   m_text += std::to_wstring(number);
@@ -242,12 +255,15 @@ void Plan::addCommand(int number, wchar_t letter) {
   ++m_commandCount;
 }
 
+// The first item's style becomes the call's settings, which cost nothing; later changes are
+// commands, which cost a few milliseconds of silence each.
 void Plan::applyStyle(SynthCall& call, const ResolvedStyle& resolved) {
   const Synthesiser::Settings& settings = resolved.settings;
   if (!m_hasSettings) call.input.settings = m_inForce.settings = settings;
   m_hasSettings = true;
   if (resolved.volume != m_inForce.volume || resolved.pauses != m_inForce.pauses ||
       resolved.speed != m_inForce.speed) {
+    // The adjustment begins with the mark of the item that is added next.
     const int mark = call.marks.empty() ? 0 : static_cast<int>(call.marks.size()) + 1;
     call.input.adjustments.push_back({mark, resolved.volume, resolved.pauses, resolved.speed});
   }

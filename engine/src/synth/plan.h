@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 //
-// Turns a sentence into what the synthesiser is asked for, one call at a time: calls that are short
-// enough for it, and silences.
+// Turns a sentence into calls of the synthesiser and silences, one at a time. Calls are kept short
+// enough for the synthesiser.
 //
-// The text of a call has a mark command in front of every item, so that each word's sound is known
-// exactly, and the commands for the item's style. Used by one thread at a time.
+// The text of a call has a mark command before every item, so that the first sample of each word is
+// known exactly, and the commands for the items' styles. Used by one thread at a time; may throw
+// std::bad_alloc only.
 #pragma once
 
 #include <cstddef>
@@ -18,44 +19,45 @@ namespace kavrel {
 
 class Voice;
 
+// One call of the synthesiser, or a silence.
 struct SynthCall {
   Synthesiser::Input input;
-  // Mark number n (from 1) stands for the sentence's item marks[n - 1].
+  // Mark number n (from 1) is the sentence's item with index marks[n - 1].
   std::vector<std::size_t> marks;
-  // False when `input` holds nothing to be heard: its marks are due at once.
+  // False if `input` makes no sound: its marks are then reached at once, and no call is needed.
   bool audible = false;
-  // Instead of a call: silence, for the sentence's item `breakItem`.
+  // If set, this is not a call but the silence of the sentence's item `breakItem`.
   bool isBreak = false;
   std::size_t breakItem = 0;
 };
 
 class Plan {
  public:
-  // Speaking rate where the text sets none, in words per minute.
+  // Speaking rate if the text sets none, in words per minute.
   static constexpr double kDefaultRate = 180;
-  // What is slower or faster is spoken at these.
+  // Slower and faster rates are clamped to these.
   static constexpr double kMinRate = 80;
   static constexpr double kMaxRate = 600;
-  // Percent; what is louder is spoken as loud as this.
+  // Volumes are clamped to this, in percent.
   static constexpr double kMaxVolume = 300;
 
   // Both must outlive the plan.
   Plan(const Sentence& sentence, const Voice& voice);
 
-  // Fills `call` and answers true, or answers false at the end of the sentence.
+  // Fills `call` and returns true; returns false at the end of the sentence.
   bool next(SynthCall& call);
 
  private:
-  // What an item's style comes to.
+  // An item's style in terms of the synthesiser's settings and of SynthAudio's adjustments.
   struct ResolvedStyle {
     Synthesiser::Settings settings;
-    int volume = 100;
-    double pauses = 1;
-    double speed = 1;
+    int volume = 100;   // percent
+    double pauses = 1;  // factor
+    double speed = 1;   // factor
     bool emphasis = false;
     bool spelling = false;
   };
-  // Where a call can end that has become too long.
+  // The state at the last comma, where a call that becomes too long can be ended.
   struct SplitPoint {
     std::size_t item = 0;
     std::size_t textSize = 0;
@@ -75,17 +77,17 @@ class Plan {
   void addWordPart(SynthCall& call, const Item& item);
   void addPhonesPart(SynthCall& call, const Item& item);
   void noteSplitPoint(const SynthCall& call, const Item& item);
-  // False when the call has no such place.
+  // Ends the call at the split point. Returns false if there is none.
   bool splitAtComma(SynthCall& call);
 
   const Sentence& m_sentence;
   const Voice& m_voice;
-  std::size_t m_item = 0;  // the item to go on with
-  std::size_t m_part = 0;  // how much of it earlier parts have said
+  std::size_t m_item = 0;  // index of the next item
+  std::size_t m_part = 0;  // how much of it earlier parts have spoken: characters or phones
   // The call under construction.
   std::wstring m_text;
   std::size_t m_commandCount = 0;
-  ResolvedStyle m_inForce;
+  ResolvedStyle m_inForce;     // after the last command
   bool m_hasSettings = false;  // an item has decided the call's settings
   SplitPoint m_split;
 };

@@ -13,14 +13,15 @@ namespace kavrel {
 
 namespace {
 
-// A change of volume takes this many samples (5 ms), half of them on either side of its mark: a
-// step would click.
+// A change of volume is a linear fade of this many samples (5 ms), centred on its mark: a step
+// would be heard as a click.
 constexpr std::uint64_t kFade = 110;
-// What is louder than this, in units of a sample, is softClipped.
+// Amplified samples above this value are soft-clipped.
 constexpr double kSoftLimit = 24000;
 constexpr double kHardLimit = std::numeric_limits<std::int16_t>::max();
 
-// The further above kSoftLimit, the less is added, so that kHardLimit is never passed.
+// Soft clipping: compresses what exceeds kSoftLimit with tanh, so that the result never exceeds
+// kHardLimit.
 double softClipped(double sample) {
   const double above = std::abs(sample) - kSoftLimit;
   if (above <= 0) return sample;
@@ -58,7 +59,8 @@ void SynthAudio::adjust(std::span<const Adjustment> adjustments) {
   applyVolumes(adjustments);
 }
 
-// Whatever the synthesiser says: events are in order, and none lies behind the end of the sound.
+// Clamps the events, so that they are in order and none is after the end of the audio, whatever the
+// synthesiser reported.
 void SynthAudio::orderEvents() {
   std::uint64_t earliest = 0;
   for (Event& event : m_events) {
@@ -66,6 +68,7 @@ void SynthAudio::orderEvents() {
   }
 }
 
+// Events move with the samples that they belong to.
 void SynthAudio::applySpeeds(std::span<const Adjustment> adjustments) {
   std::vector<TimeScale::SpeedChange> changes;
   for (const Adjustment& adjustment : adjustments)
@@ -76,6 +79,8 @@ void SynthAudio::applySpeeds(std::span<const Adjustment> adjustments) {
   m_samples = scale.apply(m_samples);
 }
 
+// Interpolates between the neighbouring marks of the synthesiser; the start and the end of the
+// audio count as marks.
 void SynthAudio::addInnerMarks(std::span<const InnerMark> marks) {
   if (marks.empty()) return;
   const std::vector<Event> reached = m_events;
@@ -94,6 +99,8 @@ void SynthAudio::addInnerMarks(std::span<const InnerMark> marks) {
   std::ranges::stable_sort(m_events, {}, &Event::sample);
 }
 
+// Finds the pauses, from a phone that is silence ("_…") to the next that is not, each with the
+// factor in force where it begins.
 std::vector<SynthAudio::Pause> SynthAudio::pauses(std::span<const Adjustment> adjustments) const {
   std::vector<Pause> found;
   auto next = adjustments.begin();
@@ -112,7 +119,8 @@ std::vector<SynthAudio::Pause> SynthAudio::pauses(std::span<const Adjustment> ad
   return found;
 }
 
-// Pauses get longer and shorter in their middle, where nothing is left of the sounds around them.
+// Samples are inserted and removed in the middle of a pause, where the sounds around it have faded
+// out. Events inside a pause keep their share of its length.
 void SynthAudio::resizePauses(std::span<const Adjustment> adjustments) {
   if (std::ranges::all_of(adjustments,
                           [](const Adjustment& adjustment) { return adjustment.pauses == 1; }))
@@ -128,7 +136,7 @@ void SynthAudio::resizePauses(std::span<const Adjustment> adjustments) {
     const std::uint64_t length = pause.end - pause.begin;
     const auto wanted = static_cast<std::uint64_t>(static_cast<double>(length) * pause.factor);
     const std::uint64_t kept = std::min(length, wanted);
-    const std::uint64_t offset = resized.size() - copied;  // modulo: sound can get shorter
+    const std::uint64_t offset = resized.size() - copied;  // modulo 2^64: audio can get shorter
     copy(copied, pause.begin + kept / 2);
     resized.resize(resized.size() + (wanted - kept));
     copied = pause.end - (kept - kept / 2);
@@ -145,6 +153,8 @@ void SynthAudio::resizePauses(std::span<const Adjustment> adjustments) {
   m_samples = std::move(resized);
 }
 
+// Each change fades from the gain before to the gain after. A change at the very start needs no
+// fade.
 void SynthAudio::applyVolumes(std::span<const Adjustment> adjustments) {
   std::uint64_t begin = 0;
   double gain = 1;
@@ -161,7 +171,8 @@ void SynthAudio::applyVolumes(std::span<const Adjustment> adjustments) {
   amplify(begin, m_samples.size(), gain, gain);
 }
 
-// A mark that was passed over is reached together with the next one.
+// Returns the sample at which an adjustment begins. A mark that the synthesiser skipped counts as
+// reached together with the next one.
 std::uint64_t SynthAudio::beginOf(const Adjustment& adjustment) const {
   if (adjustment.mark == 0) return 0;
   const auto reached = std::ranges::find_if(
@@ -169,7 +180,7 @@ std::uint64_t SynthAudio::beginOf(const Adjustment& adjustment) const {
   return reached == m_events.end() ? m_samples.size() : reached->sample;
 }
 
-// The gain goes from one value to the other on the way.
+// The gain changes linearly from `from` to `to`. Only amplification can need clipping.
 void SynthAudio::amplify(std::uint64_t begin, std::uint64_t end, double from, double to) {
   if (from == 1 && to == 1) return;
   const double step = (to - from) / static_cast<double>(end > begin ? end - begin : 1);

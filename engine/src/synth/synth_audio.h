@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 //
-// The sound of one call of the synthesiser, gathered from the blocks in which it comes, with the
-// samples at which its marks and phones begin. Used by one thread at a time.
+// The audio of one call of the synthesiser, collected from the blocks that the synthesiser returns,
+// with the samples at which its marks and phones begin; and the adjustments that the synthesiser
+// cannot make itself: length of pauses, speed (WSOLA, see TimeScale) and volume.
+//
+// Used by one thread at a time; may throw std::bad_alloc only.
 #pragma once
 
 #include <cstddef>
@@ -16,23 +19,23 @@ namespace kavrel {
 class SynthAudio {
  public:
   struct Event {
-    int mark = 0;       // from 1; 0 for a phone
-    std::string phone;  // the synthesiser's name
+    int mark = 0;       // number of the mark, from 1; 0 for a phone
+    std::string phone;  // the synthesiser's name; empty for a mark
     std::uint64_t sample = 0;
   };
 
-  // What becomes of the sound from a mark on.
+  // A change that applies to the audio from a mark on.
   struct Adjustment {
     int mark = 0;       // 0: from the start
     int volume = 100;   // percent
-    double pauses = 1;  // how much longer they get
-    double speed = 1;   // how much faster the whole gets
+    double pauses = 1;  // factor of their length
+    double speed = 1;   // factor, at least 1; applies to speech and pauses
 
     bool operator==(const Adjustment&) const = default;
   };
 
-  // A mark inside a word, that the synthesiser is not told of: it comes when `share` (0 to 1) of
-  // the time from the mark in front of it to the one behind it has passed.
+  // A mark inside a word, unknown to the synthesiser. It is reached after `share` (0 to 1) of the
+  // time from the mark before it to the mark after it.
   struct InnerMark {
     int mark = 0;
     double share = 0;
@@ -40,18 +43,17 @@ class SynthAudio {
     bool operator==(const InnerMark&) const = default;
   };
 
-  // The events of a block come in front of its samples, in order of time. They count samples from
-  // the start of the call.
+  // Called for each block, its events first, in order of time. `sample` counts from the start of
+  // the call.
   void addMark(int number, std::int64_t sample);
   void addPhone(std::string_view name, std::int64_t sample);
   void addSamples(std::span<const std::int16_t> samples);
 
-  // Gives pauses their lengths and the sound its speeds and volumes, and takes the events along;
-  // `adjustments` are in order of their marks. What would be louder than a sample can be is bent,
-  // not cut off. Called once, when all blocks have come.
+  // Applies `adjustments`, which are in order of their marks, and moves the events accordingly.
+  // Samples that would be too loud are soft-clipped. Called once, after the last block.
   void adjust(std::span<const Adjustment> adjustments);
 
-  // Adds an event for each of the marks, which are in order. Called after adjust().
+  // Adds an event for each of `marks`, which are in order. Called after adjust().
   void addInnerMarks(std::span<const InnerMark> marks);
 
   const std::vector<Event>& events() const { return m_events; }
@@ -61,7 +63,7 @@ class SynthAudio {
   struct Pause {
     std::uint64_t begin = 0;
     std::uint64_t end = 0;
-    double factor = 1;  // by which it gets longer
+    double factor = 1;  // of its length
   };
 
   void add(Event event, std::int64_t sample);

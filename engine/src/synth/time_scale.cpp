@@ -11,17 +11,19 @@ namespace kavrel {
 
 namespace {
 
-// Frames begin this many samples after each other (10 ms) and are twice as long.
+// In the output, a frame begins every kHop samples (10 ms) and is twice as long.
 constexpr std::size_t kHop = 220;
 constexpr std::size_t kFrame = 2 * kHop;
-// How far from its place a frame may be taken, either way: together the longest period of a voice.
+// How far from its nominal position a frame may be taken, in either direction: together the longest
+// pitch period of a voice.
 constexpr std::ptrdiff_t kReach = 160;
-// Frames are first compared in steps of this many samples.
+// The search first looks at every kCoarse-th position, then at all positions near the best one.
 constexpr std::ptrdiff_t kCoarse = 4;
 
 using Samples = std::span<const std::int16_t>;
 
-// Rises from 0 to 1; with its mirror image it makes 1 everywhere.
+// A raised cosine from 0 to 1. It and its mirror image add up to 1, so overlapped frames keep their
+// level.
 const std::array<float, kHop>& fadeIn() {
   static const std::array<float, kHop> rise = [] {
     std::array<float, kHop> values{};
@@ -34,8 +36,9 @@ const std::array<float, kHop>& fadeIn() {
   return rise;
 }
 
-// How alike two stretches of kHop samples are, looking at every `step`th: 1 for the same shape.
-double likeness(const std::int16_t* one, const std::int16_t* other, std::size_t step) {
+// Cross-correlation of kHop samples, normalised by the energy of `other`, using every `step`-th
+// sample. Only its order matters: `one` is the same for all candidates.
+double similarity(const std::int16_t* one, const std::int16_t* other, std::size_t step) {
   std::int64_t product = 0;
   std::int64_t square = 0;
   for (std::size_t i = 0; i < kHop; i += step) {
@@ -45,8 +48,8 @@ double likeness(const std::int16_t* one, const std::int16_t* other, std::size_t 
   return square > 0 ? static_cast<double>(product) / std::sqrt(static_cast<double>(square)) : 0;
 }
 
-// The place, near `wanted`, that goes on best in the way of what stands at `model`. All stay inside
-// the sound.
+// Returns the position within kReach of `wanted` where the samples are most similar to those at
+// `model`, the natural continuation of the frame before. All positions are clamped to the audio.
 std::ptrdiff_t bestMatch(Samples sound, std::ptrdiff_t model, std::ptrdiff_t wanted) {
   const auto last = static_cast<std::ptrdiff_t>(sound.size() - kHop);
   const std::int16_t* const like = sound.data() + std::min(model, last);
@@ -57,7 +60,7 @@ std::ptrdiff_t bestMatch(Samples sound, std::ptrdiff_t model, std::ptrdiff_t wan
     to = std::min(to, last);
     for (std::ptrdiff_t position = from; position <= to; position += by) {
       const double found =
-          likeness(like, sound.data() + position, static_cast<std::size_t>(by > 1 ? 2 : 1));
+          similarity(like, sound.data() + position, static_cast<std::size_t>(by > 1 ? 2 : 1));
       if (found > most) {
         most = found;
         best = position;
@@ -73,6 +76,7 @@ std::ptrdiff_t bestMatch(Samples sound, std::ptrdiff_t model, std::ptrdiff_t wan
 
 }  // namespace
 
+// Adds a breakpoint where the speed changes, and one at the end.
 TimeScale::TimeScale(std::span<const SpeedChange> changes, std::uint64_t length) {
   double speed = 1;
   m_breakpoints.push_back({0, 0});
@@ -109,13 +113,15 @@ double TimeScale::sourceOf(double output) const {
                    (output - from.output) / (upper->output - from.output));
 }
 
+// Audio shorter than a frame is truncated: there is nothing to search in.
 std::vector<std::int16_t> TimeScale::apply(std::span<const std::int16_t> samples) const {
   std::vector<std::int16_t> output(positionOf(samples.size()));
   if (samples.size() < kFrame) {
     std::copy_n(samples.begin(), output.size(), output.begin());
     return output;
   }
-  // Each frame fades out what goes on from the frame before, and fades itself in.
+  // Overlap-add: at each hop, the continuation of the frame before fades out while the new frame
+  // fades in.
   std::ptrdiff_t before = -static_cast<std::ptrdiff_t>(kHop);
   const std::array<float, kHop>& rise = fadeIn();
   for (std::size_t at = 0; at < output.size(); at += kHop) {

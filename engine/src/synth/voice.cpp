@@ -10,10 +10,11 @@ namespace kavrel {
 
 namespace {
 
+// Maximum bytes of a text value.
 constexpr std::size_t kMaxValue = 63;
-// How much of an unknown key a message quotes.
+// Maximum bytes of an unknown key in a message.
 constexpr std::size_t kMaxQuoted = 32;
-// The reach that a data file states must be that of its constants, as far as rounding lets it.
+// How far the stated limits may differ from the computed ones: room for rounding.
 constexpr double kReachTolerance = 0.1;
 
 std::string_view trimmed(std::string_view text) {
@@ -31,7 +32,8 @@ std::string quoted(std::string_view text) {
   return '"' + printable(text.substr(0, kMaxQuoted)) + '"';
 }
 
-// Names go into file names inside the synthesiser, so nothing but these is let through.
+// The synthesiser builds file names from these, so no other characters are allowed: no path can
+// escape its data folder.
 bool isPlainName(std::string_view text) {
   return std::all_of(text.begin(), text.end(), [](char c) {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' ||
@@ -46,13 +48,14 @@ bool readNumber(std::string_view text, double& number) {
 
 }  // namespace
 
+// A key of the data file, and the member that stores its value.
 struct Voice::Key {
   std::string_view name;
   bool required;
-  // One of these is set: where the value goes.
+  // One of these two is set.
   std::string Voice::*text;
   double Voice::*number;
-  // For a number.
+  // Limits of a number.
   double smallest;
   double largest;
 };
@@ -73,12 +76,13 @@ std::span<const Voice::Key> Voice::keys() {
   return kKeys;
 }
 
+// Numbers are checked against the limits of their key, so that the pitch maths cannot overflow.
 bool Voice::set(const Key& key, std::string_view value, std::string& why) {
   if (key.text != nullptr) {
     const bool isFit =
         value.size() <= kMaxValue && std::none_of(value.begin(), value.end(), isControl);
     if (isFit) this->*key.text = value;
-    if (!isFit) why = std::string(key.name) + " is not a line of text";
+    if (!isFit) why = std::string(key.name) + " is not a line of text of at most 63 bytes";
     return isFit;
   }
   double number = 0;
@@ -90,25 +94,28 @@ bool Voice::set(const Key& key, std::string_view value, std::string& why) {
   return isFit;
 }
 
+// `line` has no comment and is not empty. `seen` collects the keys, for duplicates and missing
+// ones.
 bool Voice::readLine(std::string_view line, std::set<std::string_view>& seen, std::string& why) {
   const std::size_t equals = line.find('=');
   if (equals == std::string_view::npos) {
-    why = "there is no \"=\"";
+    why = "missing \"=\"";
     return false;
   }
   const std::string_view name = trimmed(line.substr(0, equals));
   const auto key = std::ranges::find(keys(), name, &Key::name);
   if (key == keys().end()) {
-    why = "the key " + quoted(name) + " is not known";
+    why = "unknown key " + quoted(name);
     return false;
   }
   if (!seen.insert(key->name).second) {
-    why = std::string(key->name) + " is there twice";
+    why = "duplicate key " + std::string(key->name);
     return false;
   }
   return set(*key, trimmed(line.substr(equals + 1)), why);
 }
 
+// Checks what single lines cannot show.
 bool Voice::isConsistent(std::string& why) const {
   const auto isReach = [](double stated, double computed) {
     return std::abs(stated - computed) <= kReachTolerance * computed;
@@ -116,15 +123,16 @@ bool Voice::isConsistent(std::string& why) const {
   if (m_name.empty()) {
     why = "name is empty";
   } else if (m_language.empty() || !isPlainName(m_language) || !isPlainName(m_variant)) {
-    why = "language or variant is not a name";
+    why = "language or variant is invalid";
   } else if (!isReach(m_lowest, medianAt(0)) || !isReach(m_highest, medianAt(kHighestSetting))) {
-    why = "pitch.lowest or pitch.highest is not what the other constants give";
+    why = "pitch.lowest or pitch.highest does not match the other constants";
   } else {
     return true;
   }
   return false;
 }
 
+// Lines are numbered from 1 in messages.
 bool Voice::parse(std::string_view text, std::string& why) {
   std::set<std::string_view> seen;
   for (int line = 1; !text.empty(); ++line) {
@@ -137,7 +145,7 @@ bool Voice::parse(std::string_view text, std::string& why) {
   }
   for (const Key& key : keys()) {
     if (!key.required || seen.contains(key.name)) continue;
-    why = "has no " + std::string(key.name);
+    why = "missing key " + std::string(key.name);
     return false;
   }
   return isConsistent(why);
@@ -157,6 +165,7 @@ double Voice::medianAt(int pitch) const {
   return m_offset + m_range * kMiddleSetting + m_scale * std::exp2(pitch / 50.0);
 }
 
+// Solves the formula of the data file for P.
 int Voice::pitchFor(double hertz, int range) const {
   const double octaves = (hertz - m_offset - m_range * range) / m_scale;
   if (octaves <= 1) return 0;

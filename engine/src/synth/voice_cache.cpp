@@ -19,13 +19,13 @@ namespace kavrel {
 
 namespace {
 
-// A data file is a few lines; anything larger is something else.
+// A data file is a few lines; a larger file is not a voice.
 constexpr std::size_t kMaxFileBytes = 65536;
 
-// A file that is open for reading; -1 when it could not be opened, with errno set.
+// RAII guard of a file that is open for reading; its number is -1, with errno set, on failure.
 class OpenFile {
  public:
-  // Without waiting: a pipe without a writer would be waited for.
+  // O_NONBLOCK: opening a pipe without a writer would block.
   explicit OpenFile(const std::string& path)
       : m_file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY)) {}
   ~OpenFile() {
@@ -40,17 +40,18 @@ class OpenFile {
   int m_file;
 };
 
-// Opening can do things to a device, so what is no file is not even opened.
+// Opening a device can have side effects, so only regular files are opened.
 bool isFile(const std::string& path, std::string& why) {
   struct stat status {};
   if (::stat(path.c_str(), &status) != 0) {
     why = std::strerror(errno);
     return false;
   }
-  if (!S_ISREG(status.st_mode)) why = "is not a file";
+  if (!S_ISREG(status.st_mode)) why = "is not a regular file";
   return S_ISREG(status.st_mode);
 }
 
+// Reads at most one byte more than the limit, to find files that are too large.
 bool readFile(const std::string& path, std::string& text, std::string& why) {
   if (!isFile(path, why)) return false;
   const OpenFile file(path);
@@ -67,17 +68,18 @@ bool readFile(const std::string& path, std::string& text, std::string& why) {
     return false;
   }
   text.resize(size);
-  if (size > kMaxFileBytes) why = "is too long for a voice";
+  if (size > kMaxFileBytes) why = "is too large for a voice";
   return size <= kMaxFileBytes;
 }
 
 struct Cache {
   Mutex lock;
-  // By folder and by what its data file says, so that a folder that changes gives a new voice and
-  // leaves the old one to those who speak with it.
+  // By folder and contents of its data file: a folder that changes gives a new voice, and jobs that
+  // speak with the old one are not affected.
   std::map<std::pair<std::string, std::string>, const Voice*> voices GUARDED_BY(lock);
 };
 
+// Never destroyed: threads may speak while the process exits.
 Cache& sharedCache() {
   static Cache& cache = *new Cache;
   return cache;
@@ -90,9 +92,11 @@ const Voice& defaultVoice() {
   return voice;
 }
 
+// The lock is not held while the voice is checked, since that may wait for the synthesiser. If two
+// threads load the same voice at the same time, the first result is kept.
 const Voice* loadVoice(const std::string& directory, std::string& why) {
   if (directory.empty()) {
-    why = "the folder has no name";
+    why = "the folder name is empty";
     return nullptr;
   }
   const std::string path = directory + "/kavrel.voice";

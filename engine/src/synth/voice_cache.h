@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 //
-// Loads voices from their folders, and owns every voice that was loaded until the process exits.
+// Loads voices from their folders, and caches them. Every voice that was loaded is kept until the
+// process exits, so pointers and references to it stay valid.
 //
-// All functions may be called on any thread.
+// Threads: all functions may be called on any thread. loadVoice may throw std::bad_alloc.
 #pragma once
 
 #include <string>
@@ -11,11 +12,12 @@ namespace kavrel {
 
 class Voice;
 
-// The voice that a port without a voice speaks with.
+// Returns the voice of ports that have none of their own.
 const Voice& defaultVoice();
 
-// The voice in `directory`, from the cache when its data file is as it was. Null, with a message in
-// `why`, when there is none that the synthesiser can speak with.
+// Returns the voice in `directory`, from the cache if its data file has not changed. Returns null,
+// with a message in `why`, if there is no valid data file, or if the synthesiser cannot speak with
+// the voice.
 const Voice* loadVoice(const std::string& directory, std::string& why);
 
 }  // namespace kavrel
