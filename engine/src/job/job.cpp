@@ -14,12 +14,12 @@ namespace kavrel {
 
 namespace {
 
-// The most samples written at a time, so that a request is not kept waiting.
+// Maximum number of samples written at a time, so that a pause or stop does not wait long.
 constexpr std::uint64_t kMaxWrite = 4096;
-// How long a wait bears with a callback that does not return, counted from the end of the sound.
+// How long wait() waits for a callback that does not return, counted from the end of the audio.
 constexpr std::chrono::seconds kCallbackGrace(1);
-// The most events that wait for their sound while more are produced. A text may have any number of
-// marks in one place; a second of speech has far fewer events.
+// Maximum number of events that wait for their samples while more are produced. A text may have any
+// number of marks at one position; a second of speech has far fewer events.
 constexpr std::size_t kMaxWaiting = 4096;
 constexpr std::uint64_t kNoEvent = std::numeric_limits<std::uint64_t>::max();
 
@@ -31,7 +31,7 @@ StopBoundary stopBoundaryFor(kavrel_event_t boundary) {
   return StopBoundary::Now;
 }
 
-// A handle is a number, not an address, so that no job to come can have it.
+// A handle is a number, not an address, so that it is never reused.
 kavrel_background_t handleFor(std::uint64_t number) {
   // NOLINTNEXTLINE(performance-no-int-to-ptr)
   return reinterpret_cast<kavrel_background_t>(static_cast<std::uintptr_t>(number));
@@ -40,6 +40,7 @@ kavrel_background_t handleFor(std::uint64_t number) {
 Job::Job(std::uint64_t number, Request request)
     : m_number(number), m_request(std::move(request)), m_sink(*m_request.sink) {}
 
+// A job that was stopped before it began sends only END.
 void Job::run() {
   const Held held(m_lock);
   if (m_stopAt != StopBoundary::Now) {
@@ -49,14 +50,14 @@ void Job::run() {
     try {
       speak();
     } catch (...) {
-      fail("memory is out");
+      fail("out of memory");
     }
   }
   finish();
 }
 
 void Job::speak() {
-  // A sink that takes sound as fast as it comes is kept busy while more is produced.
+  // A sink without a lead takes audio as fast as it is produced, so production runs ahead of it.
   Pipeline producer(m_request.text, *m_request.voice, m_cancel, m_sink.lead() == 0);
   while (m_stopAt != StopBoundary::Now && !m_failed) {
     if (m_paused) {
@@ -73,7 +74,8 @@ void Job::speak() {
   }
 }
 
-// Whatever comes first in this order is done; what follows may depend on it.
+// Does the first kind of work that there is. The order matters: events come before a boundary at
+// their sample, and audio that is produced already is written before more is produced.
 bool Job::step(Pipeline& producer) {
   m_timeline.discard(std::min(m_sink.heard(), m_written));
   if (deliverDue()) return true;
@@ -96,11 +98,12 @@ bool Job::deliverDue() {
 bool Job::isDue(const TimedEvent& event) {
   if (m_request.eventsImmediate) return event.sample <= m_written;
   if (m_sink.hasReached(event.sample)) return true;
-  // Without any sound there is nothing to wait for, nor can more be kept than this.
+  // A text without audio has no samples to wait for; its events are due at its end, or when there
+  // are too many to keep.
   return m_timeline.end() == 0 && (m_allProduced || m_timeline.waitingCount() >= kMaxWaiting);
 }
 
-// Finds where a pause or stop takes hold that waits for its place.
+// Finds the boundary of a pending pause or stop, and takes back the audio after it from the sink.
 void Job::findBoundary() {
   const std::optional<StopBoundary> wanted = m_stopAt.has_value() ? m_stopAt : m_pauseAt;
   if (!wanted.has_value() || m_boundary.has_value()) return;
@@ -108,7 +111,7 @@ void Job::findBoundary() {
   if (!m_boundary.has_value() && m_allProduced) m_boundary = {m_timeline.end(), kNoEvent};
   if (!m_boundary.has_value() || m_boundary->sample >= m_written) return;
   m_written = m_sink.takeBack(m_boundary->sample);
-  // What has been heard meanwhile has been heard.
+  // More may have been heard in the meantime; that cannot be taken back.
   m_boundary->sample = std::max(m_boundary->sample, m_sink.heard());
 }
 
@@ -116,6 +119,7 @@ bool Job::isAtBoundary() {
   return m_boundary.has_value() && m_sink.heard() >= m_boundary->sample;
 }
 
+// The boundary has been heard: the stop or pause takes effect.
 void Job::applyBoundary() {
   m_position = m_wordEnd;
   m_boundary.reset();
@@ -129,7 +133,8 @@ void Job::applyBoundary() {
   }
 }
 
-// How far the sink may be written to, as things are.
+// Returns the position up to which the sink may be written. A device gets as much as its lead; a
+// file only up to the next event, so that the event is sent before later audio is written.
 std::uint64_t Job::writeTarget() {
   std::uint64_t target = m_timeline.end();
   const std::uint64_t lead = m_sink.lead();
@@ -141,6 +146,7 @@ std::uint64_t Job::writeTarget() {
   return m_boundary.has_value() ? std::min(target, m_boundary->sample) : target;
 }
 
+// The lock is released while the sink writes, since that may take time.
 bool Job::writeMore() {
   const std::uint64_t target = writeTarget();
   if (target <= m_written) return false;
@@ -160,11 +166,12 @@ bool Job::writeMore() {
   return true;
 }
 
-// Sound that is still to be heard makes room when events are too many.
+// If too many events are waiting, production continues when some have been sent.
 bool Job::mayProduce() {
   return !m_allProduced && !m_boundary.has_value() && m_timeline.waitingCount() < kMaxWaiting;
 }
 
+// Produces as far as the sink's lead; further only to find the boundary of a pending pause or stop.
 bool Job::produceMore(Pipeline& producer) {
   if (!mayProduce()) return false;
   const bool seeksBoundary = m_stopAt.has_value() || m_pauseAt.has_value();
@@ -196,8 +203,8 @@ bool Job::isDone() {
   return m_allProduced && m_timeline.nextEvent() == nullptr && m_sink.heard() >= m_timeline.end();
 }
 
-// When there is something to do again, if nothing is asked of the job before. Everything that could
-// be done now has been done.
+// Returns when there will be work again, unless a request comes first. Called when there is no work
+// now. More audio is written when half of the sink's lead has been heard.
 Clock::time_point Job::nextDue() {
   const std::uint64_t end = m_boundary.has_value() ? m_boundary->sample : m_timeline.end();
   std::uint64_t position = end;
@@ -213,32 +220,35 @@ void Job::finish() {
   m_ending = true;
   m_paused = false;
   if (!finishSink() && !m_failed) fail(m_sink.error());
-  deliver({soundLength(), KAVREL_EVENT_END, m_position, 0, {}, false, false});
+  deliver({audioLength(), KAVREL_EVENT_END, m_position, 0, {}, false, false});
   m_over = true;
   m_done.notify_all();
 }
 
-// The job ends whatever becomes of its sound.
+// The job ends even if the sink fails or throws.
 bool Job::finishSink() {
   const Released released(m_lock);
   try {
     return m_sink.finish();
   } catch (...) {
+    KAVREL_DIAG("Job", "The sink has failed: out of memory.");
     return false;
   }
 }
 
 void Job::fail(const std::string& message) {
   m_failed = true;
-  KAVREL_DIAG("Job", "A job cannot go on: %s", message.c_str());
-  deliver({soundLength(), KAVREL_EVENT_ERROR, m_position, 0, message, false, false});
+  KAVREL_DIAG("Job", "The job has failed: %s", message.c_str());
+  deliver({audioLength(), KAVREL_EVENT_ERROR, m_position, 0, message, false, false});
 }
 
-// How long the job's sound is, as far as it has been spoken.
-std::uint64_t Job::soundLength() {
+// Returns the length of the job's audio, as far as it has been heard.
+std::uint64_t Job::audioLength() {
   return std::max(m_lastSample, std::min(m_sink.heard(), m_timeline.end()));
 }
 
+// Calls the observer, then the callback, without the lock. m_inCallback lets wait() find out that
+// they hang.
 void Job::deliver(const TimedEvent& event) {
   m_lastSample = event.sample;
   if (event.type == KAVREL_EVENT_WORD) {
@@ -270,15 +280,16 @@ void Job::call(const TimedEvent& event) {
                                  static_cast<int>(event.length)};
     m_request.callback(&argument, event.type, m_request.user);
   } catch (...) {
-    KAVREL_DIAG("Job", "A callback has thrown.");
+    KAVREL_DIAG("Job", "A callback has thrown an exception.");
   }
 }
 
+// Each branch is one state of the job, see kavrel_port_pause.
 bool Job::pause(StopBoundary boundary) {
   const Held held(m_lock);
   if (m_ending) return false;
   if (m_stopAt.has_value()) {
-    // A paused job ends where it stands, so a pause at once is what the stop was waiting for.
+    // A paused job stops at its current position, so this pause makes the pending stop immediate.
     if (boundary == StopBoundary::Now) stopNow();
   } else if (m_paused) {
     m_paused = false;
@@ -296,6 +307,7 @@ bool Job::pause(StopBoundary boundary) {
   return true;
 }
 
+// An earlier stop at a nearer boundary stays in effect.
 void Job::stop(StopBoundary boundary) {
   const Held held(m_lock);
   if (m_ending || (m_stopAt.has_value() && *m_stopAt <= boundary)) return;
@@ -321,8 +333,8 @@ void Job::changed() {
   m_done.notify_all();
 }
 
-// Callbacks are many and short, so none of them wakes those who wait. Looking again after the grace
-// at the latest is soon enough: a callback that has begun meanwhile has some of its own left.
+// Callbacks are many and short, so they do not wake waiting threads. Checking again after the grace
+// period at the latest is soon enough: a callback that has begun meanwhile still has time left.
 Job::WaitResult Job::wait() {
   const Held held(m_lock);
   while (!m_over) {
@@ -334,8 +346,9 @@ Job::WaitResult Job::wait() {
   return WaitResult::Over;
 }
 
-// Until when the callback that is running may run, for those who wait; the end of time when none
-// does, or while the sound goes on by itself.
+// Returns the time from which on the running callback counts as hanging: the grace period after the
+// audio has ended, or has run out because of the callback. The end of time if no callback is
+// running, or while the job is paused.
 Clock::time_point Job::hangLimit() {
   if (!m_inCallback || (m_paused && !m_ending)) return Clock::time_point::max();
   Clock::time_point silent = m_callbackBegan;

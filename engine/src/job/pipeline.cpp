@@ -14,7 +14,8 @@ Pipeline::Pipeline(std::string_view text, const Voice& voice, std::atomic<bool>&
   try {
     m_thread.emplace([this] { run(); });
   } catch (const std::system_error&) {
-    KAVREL_DIAG("Pipeline", "The system refuses a thread; speaking goes on without it.");
+    KAVREL_DIAG("Pipeline",
+                "The system refuses to start a thread; segments are produced on demand.");
   }
 }
 
@@ -29,6 +30,7 @@ Pipeline::~Pipeline() {
   m_thread->join();
 }
 
+// Waits for the thread's next outcome, or produces one itself if there is no thread.
 Producer::Result Pipeline::next(SpeechSegment& segment) {
   if (!m_thread.has_value()) return m_producer.next(segment);
   Outcome outcome;
@@ -43,6 +45,7 @@ Producer::Result Pipeline::next(SpeechSegment& segment) {
   return outcome.result;
 }
 
+// Main function of the thread. Ends after the last outcome, or when the consumer is gone.
 void Pipeline::run() {
   bool isLast = false;
   while (!isLast) {
@@ -56,6 +59,7 @@ void Pipeline::run() {
   }
 }
 
+// An exception is passed on to the consumer, which reports it.
 Pipeline::Outcome Pipeline::produce() noexcept {
   Outcome outcome;
   try {

@@ -23,6 +23,7 @@ std::uint64_t samplesOf(std::uint32_t milliseconds) {
 Producer::Producer(std::string_view text, const Voice& voice, const std::atomic<bool>& cancel)
     : m_voice(voice), m_cancel(cancel), m_reader(text) {}
 
+// Each call performs one synthesiser call or break, or ends a sentence.
 Producer::Result Producer::next(SpeechSegment& segment) {
   segment = SpeechSegment();
   m_segment = &segment;
@@ -46,7 +47,7 @@ bool Producer::beginSentence() {
   return true;
 }
 
-// The sentence is reported with its first sound, not before.
+// The SENTENCE event comes with the sentence's first audio, not before.
 bool Producer::perform(const SynthCall& call) {
   if (!m_announced) {
     m_segment->events.push_back(
@@ -62,7 +63,7 @@ bool Producer::perform(const SynthCall& call) {
   m_phoneLanguage = m_voice.language();
   const bool done =
       !call.audible || Synthesiser::shared().speak(call.input, m_voice, *this, m_error);
-  // Marks at the end of a call, with nothing to be heard behind them, are not reported to us.
+  // The synthesiser does not report marks at the end of a call, with no audio after them.
   if (done && !cancelled()) reachMarks(static_cast<int>(call.marks.size()), m_segment->length());
   m_call = nullptr;
   return done;
@@ -80,6 +81,7 @@ void Producer::endSentence() {
   m_plan.reset();
 }
 
+// Words of punctuation only have no event, but phones are reported for their position.
 void Producer::reach(std::size_t index, std::uint64_t sample) {
   const Item& item = m_sentence.items[index];
   if (item.kind == Item::Kind::Mark) {
@@ -94,7 +96,7 @@ void Producer::reach(std::size_t index, std::uint64_t sample) {
       {sample, KAVREL_EVENT_WORD, item.start, item.length, item.name, true, false});
 }
 
-// Marks that were passed over are reached together with the next one.
+// Marks that the synthesiser skipped are reached together with the next one.
 void Producer::reachMarks(int upTo, std::uint64_t sample) {
   const int last = std::min(upTo, static_cast<int>(m_call->marks.size()));
   while (m_lastMark < last) reach(m_call->marks[static_cast<std::size_t>(m_lastMark++)], sample);
@@ -109,14 +111,15 @@ void Producer::onMark(int number, std::uint64_t sample) {
   reachMarks(number, sample);
 }
 
+// A phone event becomes no, one or several phones. Some events only switch the language.
 void Producer::onPhone(std::string_view name, std::uint64_t sample) {
   if (const std::string_view language = languageOfEvent(name); !language.empty()) {
     m_phoneLanguage = language;
     return;
   }
   if (!isKnownEvent(name, m_phoneLanguage)) {
-    KAVREL_DIAG("Producer", "No phone is known for \"%.*s\" in %s.", static_cast<int>(name.size()),
-                name.data(), m_phoneLanguage.c_str());
+    KAVREL_DIAG("Producer", "Unknown phone event \"%.*s\" in language %s.",
+                static_cast<int>(name.size()), name.data(), m_phoneLanguage.c_str());
   }
   for (const std::string_view phone : phonesOfEvent(name, m_phoneLanguage)) addPhone(phone, sample);
 }

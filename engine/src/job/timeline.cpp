@@ -9,13 +9,14 @@ namespace kavrel {
 
 namespace {
 
+// What samplesAt() returns for silence, which is not stored.
 constexpr std::array<std::int16_t, 4096> kSilence{};
 
 }  // namespace
 
 void Timeline::append(SpeechSegment&& segment) {
   for (TimedEvent& event : segment.events) {
-    // What lay behind its sound would never be reached.
+    // An event after the end of its audio would never be reached.
     event.sample = m_end + std::min<std::uint64_t>(event.sample, segment.length());
     m_events.push_back(std::move(event));
   }
@@ -24,6 +25,7 @@ void Timeline::append(SpeechSegment&& segment) {
   m_end = m_blocks.back().end();
 }
 
+// Blocks are few, since what has been heard is dropped: a linear search is enough.
 std::span<const std::int16_t> Timeline::samplesAt(std::uint64_t position, std::size_t limit) const {
   const auto block =
       std::find_if(m_blocks.begin(), m_blocks.end(),
@@ -46,6 +48,8 @@ const TimedEvent& Timeline::takeEvent() {
   return m_events[m_taken++];
 }
 
+// At the very sample `heard`, a boundary counts only if its event has not been taken: else what
+// follows it has begun.
 std::optional<Timeline::Boundary> Timeline::findBoundary(std::uint64_t heard, bool sentence) const {
   for (std::size_t index = 0; index < m_events.size(); ++index) {
     const TimedEvent& event = m_events[index];

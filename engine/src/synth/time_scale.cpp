@@ -50,9 +50,9 @@ double similarity(const std::int16_t* one, const std::int16_t* other, std::size_
 
 // Returns the position within kReach of `wanted` where the samples are most similar to those at
 // `model`, the natural continuation of the frame before. All positions are clamped to the audio.
-std::ptrdiff_t bestMatch(Samples sound, std::ptrdiff_t model, std::ptrdiff_t wanted) {
-  const auto last = static_cast<std::ptrdiff_t>(sound.size() - kHop);
-  const std::int16_t* const like = sound.data() + std::min(model, last);
+std::ptrdiff_t bestMatch(Samples audio, std::ptrdiff_t model, std::ptrdiff_t wanted) {
+  const auto last = static_cast<std::ptrdiff_t>(audio.size() - kHop);
+  const std::int16_t* const like = audio.data() + std::min(model, last);
   std::ptrdiff_t best = std::clamp(wanted, std::ptrdiff_t{0}, last);
   double most = 0;
   const auto search = [&](std::ptrdiff_t from, std::ptrdiff_t to, std::ptrdiff_t by) {
@@ -60,7 +60,7 @@ std::ptrdiff_t bestMatch(Samples sound, std::ptrdiff_t model, std::ptrdiff_t wan
     to = std::min(to, last);
     for (std::ptrdiff_t position = from; position <= to; position += by) {
       const double found =
-          similarity(like, sound.data() + position, static_cast<std::size_t>(by > 1 ? 2 : 1));
+          similarity(like, audio.data() + position, static_cast<std::size_t>(by > 1 ? 2 : 1));
       if (found > most) {
         most = found;
         best = position;
