@@ -58,7 +58,7 @@ bool ClockSink::finish() {
   return true;
 }
 
-// When all that was written has been heard, time starts again with what comes next.
+// Else the time without samples would count for the next ones.
 void ClockSink::settle() {
   if (m_paused || heard() < m_written) return;
   m_base = m_written;

@@ -17,12 +17,12 @@ namespace kavrel {
 
 namespace {
 
-// How much sound the device is given ahead. With less, a machine that has much to do leaves gaps; a
-// pause is as quick with more, since the server drops what it has not played.
+// The device's buffer, in samples. A smaller one causes gaps on a busy machine; a larger one would
+// not make a pause slower, since the server drops what it has not played.
 constexpr std::uint32_t kLatency = kSampleRate / 10;
 
-// Where there is no sound server, finding that out takes some milliseconds, so those who ask within
-// this time get the same answer.
+// Without a sound server, cubeb needs some milliseconds to find that out, so the failure is
+// remembered for this time.
 constexpr std::chrono::milliseconds kRetryAfter(250);
 
 constexpr const char* kProgramName = "Kavrel";
@@ -45,10 +45,10 @@ const std::string& usualSoundDevice() {
   return name;
 }
 
-// cubeb's context, while it lives.
+// RAII owner of a cubeb context.
 class DeviceStream::Context {
  public:
-  // The one that others use, or a new one. Null when there is no sound output.
+  // Returns the context that is in use, or a new one; null if there is no sound output.
   static std::shared_ptr<Context> shared();
 
   ~Context() {
@@ -59,7 +59,8 @@ class DeviceStream::Context {
 
   cubeb* handle() const { return m_handle; }
 
-  // A stream has failed. The next user gets a new context, and with it a server that has come back.
+  // Called when a stream has failed. The next user gets a new context, and so can reach a sound
+  // server that has been restarted.
   void retire() { m_retired.store(true, std::memory_order_relaxed); }
 
   bool isUsable() const {
@@ -91,7 +92,7 @@ std::shared_ptr<DeviceStream::Context> DeviceStream::Context::shared() {
   cubeb* handle = nullptr;
   std::uint32_t channels = 0;
   const bool ready = cubeb_init(&handle, kProgramName, nullptr) == CUBEB_OK;
-  // A way to sound without anything behind it shows only here.
+  // A backend without a server or device passes cubeb_init and fails here.
   if (!ready || cubeb_get_max_channel_count(handle, &channels) != CUBEB_OK) {
     if (ready) cubeb_destroy(handle);
     current.retryAt = Clock::now() + kRetryAfter;
@@ -104,7 +105,7 @@ std::shared_ptr<DeviceStream::Context> DeviceStream::Context::shared() {
 
 namespace {
 
-// The output devices of a context.
+// RAII owner of the list of output devices of a context.
 class DeviceList {
  public:
   explicit DeviceList(cubeb* context) : m_context(context) {
@@ -131,7 +132,7 @@ bool isUsable(const cubeb_device_info& device) {
   return device.device_id != nullptr && device.state == CUBEB_DEVICE_STATE_ENABLED;
 }
 
-// Null when there is no device of that name.
+// Returns null if there is no device of that name.
 cubeb_devid findDevice(const DeviceList& list, const std::string& name) {
   for (const cubeb_device_info& device : list.devices()) {
     if (isUsable(device) && name == device.device_id) return device.devid;
@@ -155,7 +156,7 @@ std::vector<SoundDevice> soundDevices() {
   return found;
 }
 
-// cubeb's stream, with what it calls back.
+// The cubeb stream and its callbacks, kept out of the header.
 struct DeviceStream::Handle {
   ~Handle() {
     if (stream == nullptr) return;
@@ -163,7 +164,7 @@ struct DeviceStream::Handle {
     cubeb_stream_destroy(stream);
   }
 
-  // On cubeb's thread, which serves all streams: nothing here may wait.
+  // Runs on cubeb's thread, which serves all streams: must not block.
   static long onData(cubeb_stream* /*stream*/, void* user, const void* /*input*/, void* output,
                      long frames) {
     auto& self = *static_cast<DeviceStream*>(user);
@@ -188,22 +189,23 @@ std::unique_ptr<DeviceStream> DeviceStream::open(const std::string& name, Playba
                                                  std::string& why) {
   auto context = Context::shared();
   if (context == nullptr) {
-    why = "there is no sound output";
+    why = "no sound output";
     return nullptr;
   }
-  // The device is known by a part of the list, which has to live until the stream is open.
+  // The device id points into the list, which must exist until the stream is open.
   std::optional<DeviceList> list;
   cubeb_devid device = nullptr;
   if (!name.empty()) {
     device = findDevice(list.emplace(context->handle()), name);
     if (device == nullptr) {
-      why = "there is no sound device \"" + name + "\"";
+      why = "no sound device is called \"" + name + "\"";
       return nullptr;
     }
   }
   std::unique_ptr<DeviceStream> stream(new DeviceStream(std::move(context), source));
   cubeb_stream_params params{CUBEB_SAMPLE_S16NE, kSampleRate, 1, CUBEB_LAYOUT_MONO,
                              CUBEB_STREAM_PREF_NONE};
+  // Some backends refuse a buffer below their minimum.
   std::uint32_t least = 0;
   cubeb* const handle = stream->m_context->handle();
   if (cubeb_get_min_latency(handle, &params, &least) != CUBEB_OK) least = 0;

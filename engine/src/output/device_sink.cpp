@@ -17,28 +17,29 @@ using std::chrono::milliseconds;
 constexpr std::uint64_t kLead = kSampleRate / 2;
 static_assert(kLead + kSampleRate / 2 < Playback::kCapacity);
 
-// A device's position is looked at again after this time at the soonest, however near a place is.
+// Minimum time between two polls of the device's position, however close a due position is.
 constexpr milliseconds kMinPollInterval(2);
 
-// A device that has not moved for this long while it should is lost.
+// A playing device whose position has not moved for this time counts as lost.
 constexpr milliseconds kStuckLimit(5000);
-// The most that one look counts for: what lies before it may be a halt of the whole process.
+// Maximum time that one poll adds to it: a longer interval may be a suspended process.
 constexpr milliseconds kMaxPollStep(50);
 
-// The last sample there is counts as heard when so much silence has followed it, so that a device
-// which is a little behind what it says is not held before the sound is over.
+// The last written sample counts as heard when this many frames of silence have followed it, so
+// that a device that lags a little behind its reported position is not stopped before the audio is
+// over.
 constexpr std::uint64_t kTail = kSampleRate * 15 / 1000;
 
-// How much faster than its rate the sound is believed to run, so that a device whose clock is not
-// ours is kept up with.
+// The highest plausible rate of a device: a little more than the nominal one, since its clock may
+// differ from the system's.
 constexpr double kMaxRate = kSampleRate * 1.005;
 
-// Said when the first job finds no device, and again when there has been one in between.
+// So that the lack of a device is reported once, and again after a device was found.
 std::atomic<bool> reportedNoDevice = false;
 
 }  // namespace
 
-// Takes time, so it runs under no lock; a pause may come meanwhile.
+// Opening takes time, so it runs under no lock. A pause may come in the meantime.
 void DeviceSink::open() {
   m_opened = true;
   auto playback = std::make_unique<Playback>();
@@ -48,7 +49,7 @@ void DeviceSink::open() {
   if (found) {
     reportedNoDevice = false;
   } else if (!reportedNoDevice.exchange(true)) {
-    KAVREL_DIAG("DeviceSink", "Speaking in silence: %s.", why.c_str());
+    KAVREL_DIAG("DeviceSink", "Nothing is heard: %s.", why.c_str());
   }
   const Held held(m_lock);
   if (found) {
@@ -59,6 +60,8 @@ void DeviceSink::open() {
   }
 }
 
+// The stream is destroyed outside the lock, since cubeb waits for its thread, and before the
+// Playback that it reads from.
 void DeviceSink::close() {
   std::unique_ptr<Playback> playback;
   std::unique_ptr<DeviceStream> stream;
@@ -69,7 +72,7 @@ void DeviceSink::close() {
   }
   stream.reset();
   const std::uint32_t gaps = playback != nullptr ? playback->gapCount() : 0;
-  if (gaps > 0) KAVREL_DIAG("DeviceSink", "The sound came too late %u times.", gaps);
+  if (gaps > 0) KAVREL_DIAG("DeviceSink", "Audio was late %u times.", gaps);
 }
 
 bool DeviceSink::write(std::span<const std::int16_t> samples) {
@@ -110,6 +113,8 @@ bool DeviceSink::hasReached(std::uint64_t position) {
   return m_heardFrames > 0 && m_heard.position >= position;
 }
 
+// A position that has been heard is due in the past, as far as the samples and the silence since
+// then say.
 Clock::time_point DeviceSink::dueAt(std::uint64_t position) {
   const Held held(m_lock);
   poll();
@@ -168,7 +173,8 @@ void DeviceSink::start() {
   if (m_stream->isLost() || !m_stream->start()) continueInSilence();
 }
 
-// Brings up to date what is known of the device.
+// Called before each use of the device's position. The position never decreases, even if the device
+// reports so.
 void DeviceSink::poll() {
   if (m_clock.has_value() || !m_started || m_stream == nullptr) return;
   if (m_stream->isLost()) {
@@ -186,9 +192,8 @@ void DeviceSink::poll() {
   m_polledAt = now;
 }
 
-// Sound servers guess the position in between what they know, and may be wrong by some hundredths
-// of a second, with many streams above all. Sound can stand still, but never runs ahead of its
-// time.
+// Sound servers interpolate the position, and may be wrong by some hundredths of a second, above
+// all with many streams. A device can stall, but never plays faster than real time.
 std::uint64_t DeviceSink::heardFrames(Clock::time_point now) {
   const double seconds = std::chrono::duration<double>(now - m_anchorTime).count();
   const auto most = m_anchorFrames + static_cast<std::uint64_t>(seconds * kMaxRate);
@@ -203,7 +208,7 @@ void DeviceSink::watch(bool moved, Clock::time_point now) {
 
 void DeviceSink::continueInSilence() {
   m_clock.emplace(m_heard.position, m_written, m_paused);
-  KAVREL_DIAG("DeviceSink", "The sound device is lost; the job goes on in silence.");
+  KAVREL_DIAG("DeviceSink", "The sound device is lost; the rest of the job is not heard.");
 }
 
 }  // namespace kavrel

@@ -23,10 +23,10 @@ constexpr std::size_t kBlockSamples = 16384;
 constexpr std::size_t kHeaderSize = 54;
 constexpr std::size_t kSampleSize = 2;
 
-// Fills in an AIFF file's head, number by number.
+// The header of an AIFF file: FORM and COMM chunks, and the start of the SSND chunk.
 class AiffHeader {
  public:
-  // `samples`: how many follow.
+  // `samples`: the number of samples after the header.
   explicit AiffHeader(std::uint64_t samples) {
     const std::uint64_t size = samples * kSampleSize;
     name("FORM");
@@ -57,7 +57,8 @@ class AiffHeader {
     }
   }
 
-  // A floating-point number of 80 bits.
+  // An 80-bit extended floating-point number, as AIFF requires: exponent, then mantissa with an
+  // explicit leading 1.
   void rate(std::uint32_t perSecond) {
     const int zeros = std::countl_zero(std::uint64_t{perSecond});
     number(static_cast<std::uint64_t>(16383 + 63 - zeros), 2);
@@ -87,7 +88,7 @@ bool isEmpty(int file) {
 }  // namespace
 
 std::unique_ptr<FileSink> FileSink::open(const std::string& path, std::string& why) {
-  // Without waiting: a pipe that nobody reads must not hold the caller up.
+  // O_NONBLOCK: opening a pipe without a reader would block.
   const int file =
       ::open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, 0666);
   if (file < 0) {
@@ -110,6 +111,7 @@ FileSink::~FileSink() {
   close();
 }
 
+// Collects samples into blocks: one write per block, and one for the header.
 bool FileSink::write(std::span<const std::int16_t> samples) {
   while (!samples.empty()) {
     const std::size_t count = std::min(samples.size(), kBlockSamples - m_block.size());
@@ -123,7 +125,8 @@ bool FileSink::write(std::span<const std::int16_t> samples) {
   return true;
 }
 
-// Sound is written in front of the head that counts it. What finds no room is left out.
+// Writes the block, then the header that counts it. If only a part fits on the disk or into an AIFF
+// file, that part is kept and the call fails.
 bool FileSink::flush() {
   if (!m_begun && !begin()) return false;
   const auto room = static_cast<std::size_t>(kMaxSamples - m_samples);
@@ -140,7 +143,8 @@ bool FileSink::flush() {
   return refuse(why);
 }
 
-// Cuts off what the file held before once there is a head of ours.
+// Writes the header. The first time, truncates the old contents afterwards: not before, since there
+// may be no room for the header.
 bool FileSink::writeHeader() {
   const AiffHeader header(m_samples);
   if (put(header.bytes().data(), kHeaderSize, 0) < kHeaderSize) return false;
@@ -162,8 +166,9 @@ std::size_t FileSink::put(const void* bytes, std::size_t count, std::uint64_t of
   return done;
 }
 
-// Devices may be shared, and some file systems cannot lock. A file that held nothing has a head in
-// front of its first sound; what another one holds may still be wanted if there is no room.
+// Locks the file. Devices may be shared, and some file systems cannot lock; both are no failure. An
+// empty file gets a header before its first audio, so that it is valid at once. A file with
+// contents does not: if there is no room for the audio, the old contents are still there.
 bool FileSink::begin() {
   if (!isRegular(m_file)) return true;
   if (::flock(m_file, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
