@@ -122,8 +122,9 @@ KAVREL_API void cst_dbg_timestamp(void);
 KAVREL_API void cst_dbg_ffl(const char* file, const char* function, int line);
 /* Stores the area of the message, one of the bits above.  [any] */
 KAVREL_API void cst_dbg_context(unsigned int area);
-/* Writes the stored parts, then the message, formatted as by printf. A null format is ignored; a
- * message that does not fit into memory is truncated. Does not change errno.  [any] */
+/* Writes one line: the stored parts, then the message, formatted as by printf. Adds a line feed if
+ * the message does not end with one. A null format is ignored; when out of memory, a long message
+ * is truncated. Does not change errno.  [any] */
 KAVREL_API void cst_errmsg(const char* format, ...)
 #if defined(__GNUC__)
     __attribute__((format(printf, 1, 2)))

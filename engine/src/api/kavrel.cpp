@@ -76,7 +76,8 @@ kavrel_engine_struct* kavrel_engine_open(const kavrel_params* params) {
     return ready ? KAVREL_SUCCESS : KAVREL_INTERNAL_ERROR;
   });
   if (started == KAVREL_SUCCESS) return &engine;
-  KAVREL_DIAG("Engine", "Cannot start: %s", why.empty() ? "out of memory" : why.c_str());
+  // Without a message it was out of memory, which resultOf() has reported.
+  if (!why.empty()) KAVREL_DIAG("Engine", "Cannot start: %s", why.c_str());
   return nullptr;
 }
 

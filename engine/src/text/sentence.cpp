@@ -69,7 +69,7 @@ void reportUnknownPhones(const PhoneText& read, const MarkupEvent& tag) {
     cst_dbg_timestamp();
     cst_dbg_ffl("sentence", "handlePhoneme", __LINE__);
     cst_dbg_context(CST_DIAG_ENGINE);
-    cst_errmsg("no phone is called \"%s\" (element at byte %zu)\n", piece.c_str(), tag.start);
+    cst_errmsg("unknown phone \"%s\" (element at byte %zu)\n", piece.c_str(), tag.start);
   }
 }
 
