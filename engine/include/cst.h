@@ -12,10 +12,9 @@
  *     one; a null mutex gives EINVAL.
  *  4. Strings are NUL-terminated; lengths and positions count bytes, without regard to a character
  *     encoding.
- *
- * Threads. Every function ends its comment with one of these tags:
- *  [any]        may be called on any thread at any time.
- *  [one thread] an object is used by one thread at a time; different objects are independent.
+ *  5. Threads. Every function ends its comment with one of these tags:
+ *      [any]        may be called on any thread at any time.
+ *      [one thread] an object is used by one thread at a time; different objects are independent.
  */
 #ifndef CST_H
 #define CST_H

@@ -22,14 +22,13 @@
  *     and reported as a diagnostic line.
  *  6. Limits. Settings in the markup are clamped to what the voice can speak: rates to 80 to 600
  *     words per minute, volumes to 0 to 300 percent of the voice's own, pitch and pitch range (Hz)
- *     to the voice's limits. A rate or pitch that is not a number above 0 is ignored, as is a pitch
- *     range below 0. A volume below 0 counts as 0.
- *
- * Threads. Every function ends its comment with one of these tags:
- *  [any]      may be called on any thread at any time, also in a callback.
- *  [callback] may be called only in the callback that received the event.
- * A port's callback runs on the thread of the job that is speaking, never on two threads at the
- * same time, and under no lock of the engine.
+ *     to the voice's limits. Values that are not numbers are ignored, as are rates and pitches that
+ *     are not above 0, and pitch ranges below 0. A volume below 0 counts as 0.
+ *  7. Threads. Every function ends its comment with one of these tags:
+ *      [any]      may be called on any thread at any time, also in a callback.
+ *      [callback] may be called only in the callback that received the event.
+ *     A port's callback runs on the thread of the job that is speaking, never on two threads at the
+ *     same time, and under no lock of the engine.
  */
 #ifndef KAVREL_H
 #define KAVREL_H

@@ -58,6 +58,7 @@ const kavrel::Voice* loadVoiceFrom(const char* directory) {
 }  // namespace
 
 const char* kavrel_strerror(kavrel_result_t result) {
+  // Indexed by the negated result.
   static constexpr std::array<const char*, 16> kMessages{
       "success",          "unknown error", "not implemented",  "internal error",
       "bad parameter",    "bad pointer",   "object not found", "unknown encoding",
@@ -132,6 +133,7 @@ kavrel_voice_struct* kavrel_port_set_voice_from_dir(kavrel_port_struct* port,
   }
 }
 
+// The callback runs after the list is complete, so it may take its time and call the engine.
 int kavrel_audio_devices(kavrel_device_callback_t callback, void* user) {
   if (callback == nullptr) return KAVREL_INVALID_POINTER;
   if (!kavrel::soundOutputIsWanted()) return 0;
@@ -150,6 +152,7 @@ int kavrel_audio_devices(kavrel_device_callback_t callback, void* user) {
 kavrel_result_t kavrel_port_speak_text(kavrel_port_struct* port, const char* text, size_t length,
                                        const char* encoding, kavrel_background_t* job,
                                        const kavrel_params* params) {
+  // On failure the handle is null, also if a step after storing it fails.
   if (job != nullptr) *job = nullptr;
   if (port == nullptr || job == nullptr || (text == nullptr && length > 0)) {
     return KAVREL_INVALID_POINTER;

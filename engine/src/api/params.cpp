@@ -14,6 +14,7 @@ namespace {
 constexpr std::array<std::string_view, 5> kKnownKeys{
     KAVREL_KEY_CACHE_POLICY, KAVREL_KEY_AUDIO_DEVICE, KAVREL_KEY_OUTPUT_FILE,
     KAVREL_KEY_OUTPUT_FORMAT, KAVREL_KEY_EVENTS_IMMEDIATE};
+// The index of keys that the engine does not know; such a value stores its key itself.
 constexpr std::uint8_t kOtherKey = 0xFF;
 
 std::uint8_t indexOfKey(std::string_view key) {
@@ -51,6 +52,7 @@ struct kavrel_params {
 
 namespace {
 
+// Zeroed, so that the value is a number and its text is empty.
 kavrel_val* newVal(std::size_t textSize) {
   return static_cast<kavrel_val*>(std::calloc(1, sizeof(kavrel_val) + textSize));
 }
@@ -101,6 +103,7 @@ kavrel_params* kavrel_params_new(const kavrel_params* base) {
   if (params == nullptr || base == nullptr) return params;
   kavrel_val** end = &params->first;
   for (const kavrel_val* val = base->first; val != nullptr; val = val->next) {
+    // A value is one block without pointers of its own, except `next`, so it is copied as bytes.
     auto* const copy = static_cast<kavrel_val*>(std::malloc(val->size()));
     if (copy == nullptr) {
       kavrel_params_delete(params);

@@ -97,6 +97,7 @@ kavrel_result_t Port::speakText(std::string_view text, kavrel_background_t& hand
   return result;
 }
 
+// The thread takes m_lock first, so it sees m_worker set. It holds a reference to the port.
 kavrel_result_t Port::enqueue(JobPointer job) {
   const Held held(m_lock);
   m_jobs.push_back(std::move(job));
@@ -120,6 +121,7 @@ void Port::work() {
     JobPointer job;
     {
       const Held held(m_lock);
+      // Under the same lock as enqueue(), so that no job is left without a thread.
       if (m_jobs.empty()) {
         m_worker = std::thread::id();
         return;
@@ -149,6 +151,7 @@ kavrel_result_t Port::pause(kavrel_background_t handle, StopBoundary boundary) {
   return job != nullptr && job->pause(boundary) ? KAVREL_SUCCESS : KAVREL_OBJECT_NOT_FOUND;
 }
 
+// The jobs are stopped outside the port's lock: Job::stop may wait for the sink.
 void Port::stop(kavrel_background_t handle, StopBoundary boundary) {
   std::vector<JobPointer> jobs;
   {

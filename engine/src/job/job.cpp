@@ -56,6 +56,8 @@ void Job::run() {
   finish();
 }
 
+// The job's main loop: does the work that there is, then sleeps until more is due or a request
+// comes.
 void Job::speak() {
   // A sink without a lead takes audio as fast as it is produced, so production runs ahead of it.
   Pipeline producer(m_request.text, *m_request.voice, m_cancel, m_sink.lead() == 0);
@@ -86,6 +88,7 @@ bool Job::step(Pipeline& producer) {
   return writeMore() || produceMore(producer);
 }
 
+// Events after a boundary that was found wait until it is certain that speech continues.
 bool Job::deliverDue() {
   const TimedEvent* const event = m_timeline.nextEvent();
   if (event == nullptr) return false;

@@ -14,6 +14,7 @@ Pipeline::Pipeline(std::string_view text, const Voice& voice, std::atomic<bool>&
   try {
     m_thread.emplace([this] { run(); });
   } catch (const std::system_error&) {
+    // Slower, but not a failure.
     KAVREL_DIAG("Pipeline",
                 "The system refuses to start a thread; segments are produced on demand.");
   }
@@ -21,6 +22,7 @@ Pipeline::Pipeline(std::string_view text, const Voice& voice, std::atomic<bool>&
 
 Pipeline::~Pipeline() {
   if (!m_thread.has_value()) return;
+  // The flag makes the producer return soon; m_abandoned wakes a thread that waits for a free slot.
   m_cancel = true;
   {
     const Held held(m_lock);
@@ -36,6 +38,7 @@ Producer::Result Pipeline::next(SpeechSegment& segment) {
   Outcome outcome;
   {
     const Held held(m_lock);
+    // The thread always stores a last outcome, so this ends.
     while (m_taken == m_produced) m_changed.wait(m_lock);
     outcome = std::move(m_outcomes[m_taken++ % m_outcomes.size()]);
     m_changed.notify_all();

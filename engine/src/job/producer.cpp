@@ -36,6 +36,8 @@ Producer::Result Producer::next(SpeechSegment& segment) {
   return perform(call) ? Result::Segment : Result::Failed;
 }
 
+// A later piece of a long sentence is not announced again, and phones before its first word belong
+// to the word before.
 bool Producer::beginSentence() {
   if (!m_reader.next(m_sentence)) return false;
   m_plan.emplace(m_sentence, m_voice);
@@ -69,12 +71,14 @@ bool Producer::perform(const SynthCall& call) {
   return done;
 }
 
+// A break is a boundary: the word before it is over.
 void Producer::performBreak(const Item& item) {
   m_segment->events.push_back({0, KAVREL_EVENT_NONE, m_start, m_length, {}, true, false});
   m_segment->silence = samplesOf(item.milliseconds);
   if (m_segment->silence > 0) addPhone(kPause, 0);
 }
 
+// The end of a sentence is an event without a type: only a boundary for pauses and stops.
 void Producer::endSentence() {
   const bool ends = m_sentence.ends;
   if (ends) m_segment->events.push_back({0, KAVREL_EVENT_NONE, m_start, m_length, {}, true, true});

@@ -52,6 +52,7 @@ class DeviceStream::Context {
   static std::shared_ptr<Context> shared();
 
   ~Context() {
+    // In a forked child, the connection and the thread are the parent's.
     if (m_owner == ::getpid()) cubeb_destroy(m_handle);
   }
   Context(const Context&) = delete;
@@ -142,6 +143,7 @@ cubeb_devid findDevice(const DeviceList& list, const std::string& name) {
 
 }  // namespace
 
+// A device without a description is described by its name.
 std::vector<SoundDevice> soundDevices() {
   const auto context = DeviceStream::Context::shared();
   if (context == nullptr) return {};
@@ -220,6 +222,7 @@ std::unique_ptr<DeviceStream> DeviceStream::open(const std::string& name, Playba
   return stream;
 }
 
+// Called on cubeb's thread.
 void DeviceStream::markLost() {
   m_context->retire();
   m_lost.store(true, std::memory_order_release);

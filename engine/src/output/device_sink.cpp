@@ -14,6 +14,7 @@ namespace {
 
 using std::chrono::milliseconds;
 
+// Written ahead: enough for a job's thread that waits for the processor.
 constexpr std::uint64_t kLead = kSampleRate / 2;
 static_assert(kLead + kSampleRate / 2 < Playback::kCapacity);
 
@@ -75,6 +76,8 @@ void DeviceSink::close() {
   if (gaps > 0) KAVREL_DIAG("DeviceSink", "Audio was late %u times.", gaps);
 }
 
+// Never fails: a device that is lost is replaced by the clock, and closed here, on the job's
+// thread.
 bool DeviceSink::write(std::span<const std::int16_t> samples) {
   if (!m_opened) open();
   bool lost = false;
@@ -127,6 +130,7 @@ Clock::time_point DeviceSink::dueAt(std::uint64_t position) {
          std::max<Clock::duration>(timeOf(position - m_heard.position), kMinPollInterval);
 }
 
+// The stream stops first, so that the position that is polled afterwards is final.
 void DeviceSink::pause() {
   const Held held(m_lock);
   if (m_paused) return;
@@ -149,6 +153,7 @@ void DeviceSink::resume() {
   }
 }
 
+// What the device has claimed already cannot be taken back, so the result may be after `position`.
 std::uint64_t DeviceSink::takeBack(std::uint64_t position) {
   const Held held(m_lock);
   if (m_clock.has_value()) {
@@ -165,6 +170,7 @@ bool DeviceSink::finish() {
   return true;
 }
 
+// The position is trusted from here on only as far as time allows, see heardFrames().
 void DeviceSink::start() {
   m_started = true;
   m_stuck = {};

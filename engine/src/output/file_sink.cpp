@@ -19,6 +19,7 @@ namespace kavrel {
 
 namespace {
 
+// Samples per write; what a killed process can lose at most.
 constexpr std::size_t kBlockSamples = 16384;
 constexpr std::size_t kHeaderSize = 54;
 constexpr std::size_t kSampleSize = 2;
@@ -96,7 +97,7 @@ std::unique_ptr<FileSink> FileSink::open(const std::string& path, std::string& w
     return nullptr;
   }
   if (::lseek(file, 0, SEEK_CUR) < 0) {
-    why = path + ": is not a file";
+    why = path + ": is not seekable";
     ::close(file);
     return nullptr;
   }
@@ -159,6 +160,7 @@ std::size_t FileSink::put(const void* bytes, std::size_t count, std::uint64_t of
     const ssize_t written = ::pwrite(m_file, static_cast<const char*>(bytes) + done, count - done,
                                      static_cast<off_t>(offset + done));
     if (written < 0 && errno == EINTR) continue;
+    // No progress without an error can only be a full disk.
     if (written == 0) errno = ENOSPC;
     if (written <= 0) break;
     done += static_cast<std::size_t>(written);
@@ -186,6 +188,7 @@ bool FileSink::refuse(const std::string& why) {
   return false;
 }
 
+// An error on close counts, too: some file systems report a full disk only then.
 bool FileSink::finish() {
   const bool isWritten = m_error.empty() && flush();
   if (!close() && isWritten) return refuse(std::strerror(errno));

@@ -103,6 +103,8 @@ espeak_ERROR synthesise(const std::wstring& text, unsigned flags) {
 
 }  // namespace
 
+// A plain mutex would let a busy thread take the turn again and again. All waiting threads wake for
+// each turn; they are as few as the ports that speak.
 void TicketLock::lock() {
   const Held held(m_lock);
   const std::uint64_t ticket = m_next++;

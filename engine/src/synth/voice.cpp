@@ -17,6 +17,7 @@ constexpr std::size_t kMaxQuoted = 32;
 // How far the stated limits may differ from the computed ones: room for rounding.
 constexpr double kReachTolerance = 0.1;
 
+// Voice files may have CR LF line ends.
 std::string_view trimmed(std::string_view text) {
   const std::size_t first = text.find_first_not_of(" \t\r");
   if (first == std::string_view::npos) return {};
@@ -41,6 +42,7 @@ bool isPlainName(std::string_view text) {
   });
 }
 
+// The whole text must be a finite number, in the classic locale.
 bool readNumber(std::string_view text, double& number) {
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
   return error == std::errc() && end == text.data() + text.size() && std::isfinite(number);

@@ -34,6 +34,7 @@ constexpr auto kPhones = std::to_array<PhoneRow>({
     {".", false, "", ""},
 });
 
+// Bytes of the longest name in kPhones.
 constexpr std::size_t kLongestName = 3;
 
 // Vowels that languages lack, and the nearest ones that they have: the synthesiser silently omits
@@ -100,6 +101,7 @@ void readPiece(std::string_view piece, PhoneText& read) {
   for (std::string_view rest = piece; !rest.empty();) {
     std::optional<Phone> phone = takePhone(rest);
     if (!phone) {
+      // Drop the phones of this piece, too: half a word would be worse than none.
       read.phones.resize(before);
       if (read.unknown.size() < PhoneText::kMaxUnknown) {
         read.unknown.emplace_back(piece.substr(0, 32));

@@ -41,6 +41,7 @@ void applyProsody(const MarkupEvent& tag, Style& style) {
   }
 }
 
+// Spelling and reading digits add up over nested elements; no value switches them off.
 void applySayAs(const MarkupEvent& tag, Style& style) {
   for (const std::string_view attribute : {"type", "interpret-as"}) {
     const auto value = tag.attribute(attribute);
@@ -73,6 +74,7 @@ void StyleStack::open(const MarkupEvent& tag) {
   }
 }
 
+// The loop ends: the count says that the element is on the stack.
 void StyleStack::close(std::string_view name) {
   const auto element = elementOf(name);
   if (!element || m_counts[static_cast<std::size_t>(*element)] == 0) return;
@@ -111,6 +113,7 @@ std::optional<double> readNumber(std::string_view text, std::string_view& unit) 
   return negative ? -value : value;
 }
 
+// A break's time needs a unit.
 std::uint32_t readBreakTime(std::string_view text, std::uint32_t limit) {
   std::string_view unit;
   const auto number = readNumber(text, unit);
