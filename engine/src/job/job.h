@@ -26,7 +26,7 @@ class Voice;
 // Where a pause or a stop takes effect, the nearest first.
 enum class StopBoundary { Now, Word, Sentence };
 
-// Unknown values are Now.
+// Returns the boundary that `boundary` names; Now for all other values.
 StopBoundary stopBoundaryFor(kavrel_event_t boundary);
 
 // Returns the handle of the job with this number.
@@ -34,8 +34,8 @@ kavrel_background_t handleFor(std::uint64_t number);
 
 class Job {
  public:
-  // What to speak, how, where to, and whom to tell. `voice` must outlive the job; voices are never
-  // destroyed.
+  // The text, the voice, the sink and the callback of a job. `voice` must outlive the job; voices
+  // are never destroyed.
   struct Request {
     std::string text;
     const Voice* voice = nullptr;
@@ -112,8 +112,8 @@ class Job {
   std::optional<StopBoundary> m_pauseAt GUARDED_BY(m_lock);  // pending; never Now
   std::optional<StopBoundary> m_stopAt GUARDED_BY(m_lock);   // pending, or Now
   Clock::time_point m_stopTime GUARDED_BY(m_lock);           // when m_stopAt became Now
-  std::optional<Timeline::Boundary> m_boundary
-      GUARDED_BY(m_lock);  // where m_stopAt or m_pauseAt takes effect
+  // Where m_stopAt or m_pauseAt takes effect; nullopt until it is found.
+  std::optional<Timeline::Boundary> m_boundary GUARDED_BY(m_lock);
 
   Timeline m_timeline GUARDED_BY(m_lock);
   std::uint64_t m_written GUARDED_BY(m_lock) = 0;  // samples, to the sink

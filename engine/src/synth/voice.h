@@ -5,7 +5,8 @@
 // Threads: a voice does not change after parse(); its const functions may be called on any thread.
 //
 // The data file is called kavrel.voice and has at most 64 KiB. Each line is "key = value"; "#"
-// begins a comment. Every key occurs exactly once, in any order; unknown keys are errors:
+// begins a comment. Keys may be in any order. All keys but "variant" are required; a key that
+// occurs twice or is unknown is an error:
 //   format        1
 //   name          for people
 //   language      the synthesiser's name of the language, such as en-us

@@ -22,8 +22,7 @@
 // Who decides the end of a sentence. Three files decide together:
 //  text/words.cpp     looks at one token: does it end with a stop, and is the stop certain (Full),
 //                     impossible (None, an abbreviation) or dependent on what follows?
-//  text/sentence.cpp  looks at what follows the token (blanks, tags, quotes, an empty line, the
-//  next
+//  text/sentence.cpp  looks at what follows the token (blanks, tags, quotes, an empty line, a
 //                     character) and decides whether the stop holds; it also splits sentences that
 //                     are too long. The result is Sentence::begins and Sentence::ends.
 //  synth/plan.cpp     acts on it: ends the last synthesiser call of the sentence with a sentence
