@@ -43,9 +43,8 @@ bool needSeparateItems(const Style& one, const Style& other) {
 }
 
 // Returns true if a token that ended with `stop` ended a sentence, given the next character after
-// tags and blanks (0: phones). A certain stop ends the sentence at a blank already; it gets here
-// only if no blank follows, and then a lower-case letter or a digit means that the token continues
-//.
+// tags and blanks (0: phones). A certain stop ends the sentence at a blank already. It gets here
+// only if no blank follows; a lower-case letter or a digit then means that the token continues.
 bool endsBefore(Stop stop, char32_t following) {
   static constexpr std::u32string_view kGoOn = U"(,;:-";
   const bool digit = isDigit(following);
