@@ -9,6 +9,7 @@ namespace kavrel {
 
 namespace {
 
+// As for a device, so that jobs behave the same.
 constexpr std::uint64_t kLead = kSampleRate / 2;
 
 }  // namespace
@@ -49,6 +50,7 @@ void ClockSink::resume() {
   m_paused = false;
 }
 
+// What has been heard cannot be taken back.
 std::uint64_t ClockSink::takeBack(std::uint64_t position) {
   m_written = std::clamp(position, heard(), m_written);
   return m_written;
@@ -58,7 +60,7 @@ bool ClockSink::finish() {
   return true;
 }
 
-// When all that was written has been heard, time starts again with what comes next.
+// Else the time without samples would count for the next ones.
 void ClockSink::settle() {
   if (m_paused || heard() < m_written) return;
   m_base = m_written;
