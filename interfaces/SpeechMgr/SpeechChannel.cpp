@@ -7,7 +7,7 @@
 #include "ChannelSupport.h"
 #include "KavrelSpeechEngine.h"
 
-constinit LeafMutex channel_registry;
+NEVER_DESTROYED constinit LeafMutex channel_registry;
 
 namespace {
 
@@ -22,11 +22,11 @@ std::unordered_set<speech_channel*>& living() REQUIRES(channel_registry) {
 }
 
 // Held while the engine is opened, so that two first channels open it once.
-constinit OuterMutex engine_lock;
+NEVER_DESTROYED constinit base::Mutex engine_lock;
 kavrel_engine_struct* engine GUARDED_BY(engine_lock) = nullptr;
 
 void open_engine(kavrel_params* params) {
-  OuterLock held(engine_lock);
+  const base::ScopedLock held(engine_lock);
   if (engine != nullptr) return;
   CHANNEL_LINE("new_channel", "Opening Kavrel Engine.\n");
   outside(kavrel_params_set_val)(params, "voice/cache-policy", kavrel_val_string("preload"));
@@ -53,7 +53,6 @@ void free_record(speech_channel* channel) NO_THREAD_SAFETY_ANALYSIS {
   delete channel->text_positions;
   mutex_destroy(&channel->mtx);
   pthread_cond_destroy(&channel->speech_finished);
-  channel->job_state.leaf.destroy();
   delete channel;
 }
 
@@ -119,7 +118,7 @@ long SetPitchDefaults(VoiceSpec* voice, SpeechMgrEnv& environment, bool force) {
 }
 
 kavrel_engine_struct* channel_engine() {
-  OuterLock held(engine_lock);
+  const base::ScopedLock held(engine_lock);
   return engine;
 }
 

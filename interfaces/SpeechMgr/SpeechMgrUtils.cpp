@@ -44,7 +44,7 @@ namespace {
 constexpr int kLastPhonemeCode = 40;
 
 // Guards the building of the maps, and gApplePhoneCodes after that.
-constinit LeafMutex maps_lock;
+NEVER_DESTROYED constinit LeafMutex maps_lock;
 
 // Other threads read the maps meanwhile, so nothing is written that stands there already.
 template <typename Map>
