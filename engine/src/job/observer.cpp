@@ -66,8 +66,8 @@ class Registry {
 
   std::atomic<bool> m_on = false;
   base::Mutex m_lock;
-  base::Condition
-      m_returned;  // with m_lock: the last call of an observer that was replaced is over
+  // With m_lock: the last call of an observer that was replaced is over.
+  base::Condition m_returned;
   std::shared_ptr<Observer> m_current GUARDED_BY(m_lock);  // null: none
 };
 
