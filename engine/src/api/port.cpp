@@ -61,14 +61,14 @@ void blockSignals() {
 Port::Port(PortSettings settings) : m_settings(std::move(settings)), m_voice(&defaultVoice()) {}
 
 void Port::setCallback(kavrel_callback_t callback, kavrel_event_t mask, void* user) {
-  const Held held(m_lock);
+  const base::ScopedLock held(m_lock);
   m_callback = callback;
   m_mask = mask;
   m_user = user;
 }
 
 void Port::setVoice(const Voice& voice) {
-  const Held held(m_lock);
+  const base::ScopedLock held(m_lock);
   m_voice = &voice;
 }
 
@@ -84,7 +84,7 @@ kavrel_result_t Port::speakText(std::string_view text, kavrel_background_t& hand
   if (request.sink == nullptr) return KAVREL_FILE_ERROR;
   request.eventsImmediate = settings.eventsImmediate;
   {
-    const Held held(m_lock);
+    const base::ScopedLock held(m_lock);
     request.voice = m_voice;
     request.callback = m_callback;
     request.mask = m_mask;
@@ -99,7 +99,7 @@ kavrel_result_t Port::speakText(std::string_view text, kavrel_background_t& hand
 
 // The thread takes m_lock first, so it sees m_worker set. It holds a reference to the port.
 kavrel_result_t Port::enqueue(JobPointer job) {
-  const Held held(m_lock);
+  const base::ScopedLock held(m_lock);
   m_jobs.push_back(std::move(job));
   if (m_worker != std::thread::id()) return KAVREL_SUCCESS;
   try {
@@ -120,7 +120,7 @@ void Port::work() {
   for (;;) {
     JobPointer job;
     {
-      const Held held(m_lock);
+      const base::ScopedLock held(m_lock);
       // Under the same lock as enqueue(), so that no job is left without a thread.
       if (m_jobs.empty()) {
         m_worker = std::thread::id();
@@ -129,7 +129,7 @@ void Port::work() {
       job = m_jobs.front();
     }
     job->run();
-    const Held held(m_lock);
+    const base::ScopedLock held(m_lock);
     m_jobs.erase(m_jobs.begin());
   }
 }
@@ -145,7 +145,7 @@ Port::JobPointer Port::find(kavrel_background_t handle) {
 kavrel_result_t Port::pause(kavrel_background_t handle, StopBoundary boundary) {
   JobPointer job;
   {
-    const Held held(m_lock);
+    const base::ScopedLock held(m_lock);
     job = find(handle);
   }
   return job != nullptr && job->pause(boundary) ? KAVREL_SUCCESS : KAVREL_OBJECT_NOT_FOUND;
@@ -155,7 +155,7 @@ kavrel_result_t Port::pause(kavrel_background_t handle, StopBoundary boundary) {
 void Port::stop(kavrel_background_t handle, StopBoundary boundary) {
   std::vector<JobPointer> jobs;
   {
-    const Held held(m_lock);
+    const base::ScopedLock held(m_lock);
     if (handle == nullptr) {
       jobs = m_jobs;
     } else if (JobPointer job = find(handle)) {
@@ -171,7 +171,7 @@ void Port::stop(kavrel_background_t handle, StopBoundary boundary) {
 kavrel_result_t Port::wait(kavrel_background_t handle) {
   std::vector<JobPointer> jobs;
   {
-    const Held held(m_lock);
+    const base::ScopedLock held(m_lock);
     if (m_worker == std::this_thread::get_id()) return KAVREL_ENGINE_INUSE;
     const JobPointer last = handle != nullptr ? find(handle) : nullptr;
     if (handle != nullptr && last == nullptr) return KAVREL_SUCCESS;

@@ -42,7 +42,7 @@ Job::Job(std::uint64_t number, Request request)
 
 // A job that was stopped before it began sends only END.
 void Job::run() {
-  const Held held(m_lock);
+  const base::ScopedLock held(m_lock);
   if (m_stopAt != StopBoundary::Now) {
     m_begun = true;
     const auto length = static_cast<std::uint32_t>(m_request.text.size());
@@ -72,7 +72,7 @@ void Job::speak() {
       m_position = static_cast<std::uint32_t>(m_request.text.size());
       return;
     }
-    waitUntil(m_wake, m_lock, nextDue());
+    m_wake.waitUntil(m_lock, nextDue());
   }
 }
 
@@ -129,7 +129,7 @@ void Job::applyBoundary() {
   m_sink.pause();
   if (m_stopAt.has_value()) {
     m_stopAt = StopBoundary::Now;
-    m_stopTime = Clock::now();
+    m_stopTime = base::Clock::now();
   } else {
     m_pauseAt.reset();
     m_paused = true;
@@ -157,7 +157,7 @@ bool Job::writeMore() {
   const std::span<const std::int16_t> samples = m_timeline.samplesAt(m_written, limit);
   bool taken = false;
   {
-    const Released released(m_lock);
+    const base::ScopedUnlock released(m_lock);
     taken = m_sink.write(samples);
   }
   if (!taken) {
@@ -185,7 +185,7 @@ bool Job::produceMore(Pipeline& producer) {
   SpeechSegment segment;
   Producer::Result result = Producer::Result::Failed;
   {
-    const Released released(m_lock);
+    const base::ScopedUnlock released(m_lock);
     result = producer.next(segment);
   }
   switch (result) {
@@ -208,7 +208,7 @@ bool Job::isDone() {
 
 // Returns when there will be work again, unless a request comes first. Called when there is no work
 // now. More audio is written when half of the sink's lead has been heard.
-Clock::time_point Job::nextDue() {
+base::Clock::time_point Job::nextDue() {
   const std::uint64_t end = m_boundary.has_value() ? m_boundary->sample : m_timeline.end();
   std::uint64_t position = end;
   const TimedEvent* const event = m_timeline.nextEvent();
@@ -225,12 +225,12 @@ void Job::finish() {
   if (!finishSink() && !m_failed) fail(m_sink.error());
   deliver({audioLength(), KAVREL_EVENT_END, m_position, 0, {}, false, false});
   m_over = true;
-  m_done.notify_all();
+  m_done.notifyAll();
 }
 
 // The job ends even if the sink fails or throws.
 bool Job::finishSink() {
-  const Released released(m_lock);
+  const base::ScopedUnlock released(m_lock);
   try {
     return m_sink.finish();
   } catch (...) {
@@ -262,9 +262,9 @@ void Job::deliver(const TimedEvent& event) {
   const bool observed = event.type != KAVREL_EVENT_NONE && isObserved();
   if (!wanted && !observed) return;
   m_inCallback = true;
-  m_callbackBegan = Clock::now();
+  m_callbackBegan = base::Clock::now();
   {
-    const Released released(m_lock);
+    const base::ScopedUnlock released(m_lock);
     if (observed) report(event);
     if (wanted) call(event);
   }
@@ -289,7 +289,7 @@ void Job::call(const TimedEvent& event) {
 
 // Each branch is one state of the job, see kavrel_port_pause.
 bool Job::pause(StopBoundary boundary) {
-  const Held held(m_lock);
+  const base::ScopedLock held(m_lock);
   if (m_ending) return false;
   if (m_stopAt.has_value()) {
     // A paused job stops at its current position, so this pause makes the pending stop immediate.
@@ -312,7 +312,7 @@ bool Job::pause(StopBoundary boundary) {
 
 // An earlier stop at a nearer boundary stays in effect.
 void Job::stop(StopBoundary boundary) {
-  const Held held(m_lock);
+  const base::ScopedLock held(m_lock);
   if (m_ending || (m_stopAt.has_value() && *m_stopAt <= boundary)) return;
   if (boundary == StopBoundary::Now || m_paused || !m_begun) {
     stopNow();
@@ -326,25 +326,25 @@ void Job::stop(StopBoundary boundary) {
 
 void Job::stopNow() {
   m_stopAt = StopBoundary::Now;
-  m_stopTime = Clock::now();
+  m_stopTime = base::Clock::now();
   m_cancel = true;
   m_sink.pause();
 }
 
 void Job::changed() {
-  m_wake.notify_all();
-  m_done.notify_all();
+  m_wake.notifyAll();
+  m_done.notifyAll();
 }
 
 // Callbacks are many and short, so they do not wake waiting threads. Checking again after the grace
 // period at the latest is soon enough: a callback that has begun meanwhile still has time left.
 Job::WaitResult Job::wait() {
-  const Held held(m_lock);
+  const base::ScopedLock held(m_lock);
   while (!m_over) {
-    const Clock::time_point now = Clock::now();
-    const Clock::time_point limit = hangLimit();
+    const base::Clock::time_point now = base::Clock::now();
+    const base::Clock::time_point limit = hangLimit();
     if (now >= limit) return WaitResult::CallbackHangs;
-    waitUntil(m_done, m_lock, std::min(limit, now + kCallbackGrace));
+    m_done.waitUntil(m_lock, std::min(limit, now + kCallbackGrace));
   }
   return WaitResult::Over;
 }
@@ -352,9 +352,9 @@ Job::WaitResult Job::wait() {
 // Returns the time from which on the running callback counts as hanging: the grace period after the
 // audio has ended, or has run out because of the callback. The end of time if no callback is
 // running, or while the job is paused.
-Clock::time_point Job::hangLimit() {
-  if (!m_inCallback || (m_paused && !m_ending)) return Clock::time_point::max();
-  Clock::time_point silent = m_callbackBegan;
+base::Clock::time_point Job::hangLimit() {
+  if (!m_inCallback || (m_paused && !m_ending)) return base::Clock::time_point::max();
+  base::Clock::time_point silent = m_callbackBegan;
   if (m_stopAt == StopBoundary::Now) {
     silent = std::max(silent, m_stopTime);
   } else if (!m_ending) {

@@ -13,7 +13,8 @@
 #include <optional>
 #include <string>
 
-#include "annotations.h"
+#include "base/threads/Clock.h"
+#include "base/threads/Mutex.h"
 #include "job/pipeline.h"
 #include "job/timeline.h"
 #include "kavrel.h"
@@ -89,8 +90,8 @@ class Job {
   bool isDue(const TimedEvent& event) REQUIRES(m_lock);
   bool mayProduce() REQUIRES(m_lock);
   std::uint64_t writeTarget() REQUIRES(m_lock);
-  Clock::time_point nextDue() REQUIRES(m_lock);
-  Clock::time_point hangLimit() REQUIRES(m_lock);
+  base::Clock::time_point nextDue() REQUIRES(m_lock);
+  base::Clock::time_point hangLimit() REQUIRES(m_lock);
   void changed() REQUIRES(m_lock);
   void stopNow() REQUIRES(m_lock);
 
@@ -99,9 +100,9 @@ class Job {
   Sink& m_sink;
   std::atomic<bool> m_cancel = false;  // production stops
 
-  Mutex m_lock;
-  Condition m_wake;  // with m_lock: a pause, resume or stop was requested
-  Condition m_done;  // with m_lock: the same, or the job is over
+  base::Mutex m_lock;
+  base::Condition m_wake;  // with m_lock: a pause, resume or stop was requested
+  base::Condition m_done;  // with m_lock: the same, or the job is over
 
   bool m_begun GUARDED_BY(m_lock) = false;
   bool m_ending GUARDED_BY(m_lock) = false;  // no more audio is written
@@ -111,7 +112,7 @@ class Job {
   bool m_paused GUARDED_BY(m_lock) = false;
   std::optional<StopBoundary> m_pauseAt GUARDED_BY(m_lock);  // pending; never Now
   std::optional<StopBoundary> m_stopAt GUARDED_BY(m_lock);   // pending, or Now
-  Clock::time_point m_stopTime GUARDED_BY(m_lock);           // when m_stopAt became Now
+  base::Clock::time_point m_stopTime GUARDED_BY(m_lock);     // when m_stopAt became Now
   // Where m_stopAt or m_pauseAt takes effect; nullopt until it is found.
   std::optional<Timeline::Boundary> m_boundary GUARDED_BY(m_lock);
 
@@ -124,7 +125,7 @@ class Job {
   std::uint32_t m_position GUARDED_BY(m_lock) = 0;    // of the speech, in the text
 
   bool m_inCallback GUARDED_BY(m_lock) = false;
-  Clock::time_point m_callbackBegan GUARDED_BY(m_lock);
+  base::Clock::time_point m_callbackBegan GUARDED_BY(m_lock);
 };
 
 }  // namespace kavrel

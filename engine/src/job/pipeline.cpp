@@ -25,9 +25,9 @@ Pipeline::~Pipeline() {
   // The flag makes the producer return soon; m_abandoned wakes a thread that waits for a free slot.
   m_cancel = true;
   {
-    const Held held(m_lock);
+    const base::ScopedLock held(m_lock);
     m_abandoned = true;
-    m_changed.notify_all();
+    m_changed.notifyAll();
   }
   m_thread->join();
 }
@@ -37,11 +37,11 @@ Producer::Result Pipeline::next(SpeechSegment& segment) {
   if (!m_thread.has_value()) return m_producer.next(segment);
   Outcome outcome;
   {
-    const Held held(m_lock);
+    const base::ScopedLock held(m_lock);
     // The thread always stores a last outcome, so this ends.
     while (m_taken == m_produced) m_changed.wait(m_lock);
     outcome = std::move(m_outcomes[m_taken++ % m_outcomes.size()]);
-    m_changed.notify_all();
+    m_changed.notifyAll();
   }
   if (outcome.thrown) std::rethrow_exception(outcome.thrown);
   segment = std::move(outcome.segment);
@@ -54,9 +54,9 @@ void Pipeline::run() {
   while (!isLast) {
     Outcome outcome = produce();
     isLast = outcome.thrown || outcome.result != Producer::Result::Segment;
-    const Held held(m_lock);
+    const base::ScopedLock held(m_lock);
     m_outcomes[m_produced++ % m_outcomes.size()] = std::move(outcome);
-    m_changed.notify_all();
+    m_changed.notifyAll();
     while (m_produced - m_taken == m_outcomes.size() && !m_abandoned) m_changed.wait(m_lock);
     isLast = isLast || m_abandoned;
   }

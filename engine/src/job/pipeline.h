@@ -15,7 +15,7 @@
 #include <string_view>
 #include <thread>
 
-#include "annotations.h"
+#include "base/threads/Mutex.h"
 #include "job/producer.h"
 
 namespace kavrel {
@@ -51,8 +51,8 @@ class Pipeline {
   Producer m_producer;  // used by the thread, if there is one, until its last outcome is stored
   std::atomic<bool>& m_cancel;
 
-  Mutex m_lock;
-  Condition m_changed;  // with m_lock
+  base::Mutex m_lock;
+  base::Condition m_changed;  // with m_lock
   // A ring buffer of the outcomes that have not been taken. Two are enough: producing a segment
   // takes far longer than consuming it, so a longer queue would only cost memory.
   std::array<Outcome, 2> m_outcomes GUARDED_BY(m_lock);

@@ -23,7 +23,7 @@ class ClockSink final : public Sink {
   void advance(std::uint64_t count) override;
   std::uint64_t lead() const override;
   std::uint64_t heard() override;
-  Clock::time_point dueAt(std::uint64_t position) override;
+  base::Clock::time_point dueAt(std::uint64_t position) override;
   void pause() override;
   void resume() override;
   std::uint64_t takeBack(std::uint64_t position) override;
@@ -35,7 +35,7 @@ class ClockSink final : public Sink {
 
   // At m_since, m_base samples had been heard; more are heard since then unless paused.
   std::uint64_t m_base = 0;
-  Clock::time_point m_since = Clock::now();
+  base::Clock::time_point m_since = base::Clock::now();
   std::uint64_t m_written = 0;
   bool m_paused = false;
 };

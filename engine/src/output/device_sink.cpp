@@ -52,7 +52,7 @@ void DeviceSink::open() {
   } else if (!reportedNoDevice.exchange(true)) {
     KAVREL_DIAG("DeviceSink", "Nothing is heard: %s.", why.c_str());
   }
-  const Held held(m_lock);
+  const base::ScopedLock held(m_lock);
   if (found) {
     m_playback = std::move(playback);
     m_stream = std::move(stream);
@@ -67,7 +67,7 @@ void DeviceSink::close() {
   std::unique_ptr<Playback> playback;
   std::unique_ptr<DeviceStream> stream;
   {
-    const Held held(m_lock);
+    const base::ScopedLock held(m_lock);
     playback = std::move(m_playback);
     stream = std::move(m_stream);
   }
@@ -82,7 +82,7 @@ bool DeviceSink::write(std::span<const std::int16_t> samples) {
   if (!m_opened) open();
   bool lost = false;
   {
-    const Held held(m_lock);
+    const base::ScopedLock held(m_lock);
     lost = m_clock.has_value();
     if (!lost) {
       m_playback->write(samples);
@@ -94,7 +94,7 @@ bool DeviceSink::write(std::span<const std::int16_t> samples) {
 }
 
 void DeviceSink::advance(std::uint64_t count) {
-  const Held held(m_lock);
+  const base::ScopedLock held(m_lock);
   m_written += count;
   if (m_clock.has_value()) m_clock->advance(count);
 }
@@ -104,13 +104,13 @@ std::uint64_t DeviceSink::lead() const {
 }
 
 std::uint64_t DeviceSink::heard() {
-  const Held held(m_lock);
+  const base::ScopedLock held(m_lock);
   poll();
   return m_clock.has_value() ? m_clock->heard() : m_heard.position;
 }
 
 bool DeviceSink::hasReached(std::uint64_t position) {
-  const Held held(m_lock);
+  const base::ScopedLock held(m_lock);
   poll();
   if (m_clock.has_value()) return m_clock->heard() >= position;
   return m_heardFrames > 0 && m_heard.position >= position;
@@ -118,21 +118,21 @@ bool DeviceSink::hasReached(std::uint64_t position) {
 
 // A position that has been heard is due in the past, as far as the samples and the silence since
 // then say.
-Clock::time_point DeviceSink::dueAt(std::uint64_t position) {
-  const Held held(m_lock);
+base::Clock::time_point DeviceSink::dueAt(std::uint64_t position) {
+  const base::ScopedLock held(m_lock);
   poll();
   if (m_clock.has_value()) return m_clock->dueAt(position);
   if (position <= m_heard.position && (m_heardFrames > 0 || !m_started)) {
     return m_polledAt - timeOf(m_heard.position - position + m_heard.silence);
   }
-  if (m_paused) return Clock::time_point::max();
+  if (m_paused) return base::Clock::time_point::max();
   return m_polledAt +
-         std::max<Clock::duration>(timeOf(position - m_heard.position), kMinPollInterval);
+         std::max<base::Clock::duration>(timeOf(position - m_heard.position), kMinPollInterval);
 }
 
 // The stream stops first, so that the position that is polled afterwards is final.
 void DeviceSink::pause() {
-  const Held held(m_lock);
+  const base::ScopedLock held(m_lock);
   if (m_paused) return;
   if (!m_clock.has_value() && m_started) {
     m_playback->allowGap();
@@ -144,7 +144,7 @@ void DeviceSink::pause() {
 }
 
 void DeviceSink::resume() {
-  const Held held(m_lock);
+  const base::ScopedLock held(m_lock);
   if (!std::exchange(m_paused, false)) return;
   if (m_clock.has_value()) {
     m_clock->resume();
@@ -155,7 +155,7 @@ void DeviceSink::resume() {
 
 // What the device has claimed already cannot be taken back, so the result may be after `position`.
 std::uint64_t DeviceSink::takeBack(std::uint64_t position) {
-  const Held held(m_lock);
+  const base::ScopedLock held(m_lock);
   if (m_clock.has_value()) {
     m_written = m_clock->takeBack(position);
   } else if (m_playback != nullptr) {
@@ -174,7 +174,7 @@ bool DeviceSink::finish() {
 void DeviceSink::start() {
   m_started = true;
   m_stuck = {};
-  m_polledAt = m_anchorTime = Clock::now();
+  m_polledAt = m_anchorTime = base::Clock::now();
   m_anchorFrames = std::max(m_heardFrames, m_reported);
   if (m_stream->isLost() || !m_stream->start()) continueInSilence();
 }
@@ -188,7 +188,7 @@ void DeviceSink::poll() {
     return;
   }
   const std::uint64_t reported = std::max(m_reported, m_stream->position().value_or(0));
-  const Clock::time_point now = Clock::now();
+  const base::Clock::time_point now = base::Clock::now();
   const bool moved = std::exchange(m_reported, reported) != reported;
   if (!m_paused) m_heardFrames = heardFrames(now);
   m_heard = m_playback->heardAt(m_heardFrames);
@@ -200,15 +200,15 @@ void DeviceSink::poll() {
 
 // Sound servers interpolate the position, and may be wrong by some hundredths of a second, above
 // all with many streams. A device can stall, but never plays faster than real time.
-std::uint64_t DeviceSink::heardFrames(Clock::time_point now) {
+std::uint64_t DeviceSink::heardFrames(base::Clock::time_point now) {
   const double seconds = std::chrono::duration<double>(now - m_anchorTime).count();
   const auto most = m_anchorFrames + static_cast<std::uint64_t>(seconds * kMaxRate);
   return std::max(m_heardFrames, std::min(m_reported, most));
 }
 
-void DeviceSink::watch(bool moved, Clock::time_point now) {
-  m_stuck = moved ? Clock::duration()
-                  : m_stuck + std::min<Clock::duration>(now - m_polledAt, kMaxPollStep);
+void DeviceSink::watch(bool moved, base::Clock::time_point now) {
+  m_stuck = moved ? base::Clock::duration()
+                  : m_stuck + std::min<base::Clock::duration>(now - m_polledAt, kMaxPollStep);
   if (m_stuck > kStuckLimit) continueInSilence();
 }
 

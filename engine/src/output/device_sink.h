@@ -14,6 +14,7 @@
 #include <optional>
 #include <string>
 
+#include "base/threads/Mutex.h"
 #include "output/clock_sink.h"
 #include "output/device.h"
 #include "output/playback.h"
@@ -31,7 +32,7 @@ class DeviceSink final : public Sink {
   std::uint64_t lead() const override;
   std::uint64_t heard() override;
   bool hasReached(std::uint64_t position) override;
-  Clock::time_point dueAt(std::uint64_t position) override;
+  base::Clock::time_point dueAt(std::uint64_t position) override;
   void pause() override;
   void resume() override;
   std::uint64_t takeBack(std::uint64_t position) override;
@@ -43,15 +44,15 @@ class DeviceSink final : public Sink {
   void start() REQUIRES(m_lock);
   // Updates the members below with the device's state.
   void poll() REQUIRES(m_lock);
-  std::uint64_t heardFrames(Clock::time_point now) REQUIRES(m_lock);
+  std::uint64_t heardFrames(base::Clock::time_point now) REQUIRES(m_lock);
   // Replaces a device that has stopped moving.
-  void watch(bool moved, Clock::time_point now) REQUIRES(m_lock);
+  void watch(bool moved, base::Clock::time_point now) REQUIRES(m_lock);
   void continueInSilence() REQUIRES(m_lock);
 
   const std::string m_device;
   bool m_opened = false;  // or failed to; used by the job's thread only
 
-  Mutex m_lock;
+  base::Mutex m_lock;
   // All empty before the first audio. Once m_clock is set, it is used instead of the stream, which
   // is then left to the job's thread to close.
   std::unique_ptr<Playback> m_playback GUARDED_BY(m_lock);
@@ -63,15 +64,15 @@ class DeviceSink final : public Sink {
   bool m_started GUARDED_BY(m_lock) = false;
 
   // The device's state at the last poll.
-  Clock::time_point m_polledAt GUARDED_BY(m_lock);
+  base::Clock::time_point m_polledAt GUARDED_BY(m_lock);
   std::uint64_t m_reported GUARDED_BY(m_lock) = 0;     // frames, as reported by the device
   std::uint64_t m_heardFrames GUARDED_BY(m_lock) = 0;  // the same, limited to plausible values
   Playback::Heard m_heard GUARDED_BY(m_lock);
-  Clock::duration m_stuck GUARDED_BY(m_lock){};  // for how long the position has not moved
+  base::Clock::duration m_stuck GUARDED_BY(m_lock){};  // for how long the position has not moved
 
   // Frame and time of the last start.
   std::uint64_t m_anchorFrames GUARDED_BY(m_lock) = 0;
-  Clock::time_point m_anchorTime GUARDED_BY(m_lock);
+  base::Clock::time_point m_anchorTime GUARDED_BY(m_lock);
 };
 
 }  // namespace kavrel

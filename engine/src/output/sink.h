@@ -11,7 +11,7 @@
 #include <span>
 #include <string>
 
-#include "annotations.h"
+#include "base/threads/Clock.h"
 
 namespace kavrel {
 
@@ -38,7 +38,7 @@ class Sink {
 
   // Returns when all samples before `position` will have been heard, if nothing intervenes: a time
   // in the past if they have been, the end of time while paused.
-  virtual Clock::time_point dueAt(std::uint64_t position) = 0;
+  virtual base::Clock::time_point dueAt(std::uint64_t position) = 0;
 
   // Pauses at the current sample, and resumes there.
   virtual void pause() = 0;

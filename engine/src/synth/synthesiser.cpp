@@ -2,7 +2,6 @@
 #include "synth/synthesiser.h"
 
 #include <clocale>
-#include <mutex>
 
 #include <espeak-ng/speak_lib.h>
 #include <unistd.h>
@@ -105,16 +104,16 @@ espeak_ERROR synthesise(const std::wstring& text, unsigned flags) {
 
 // A plain mutex would let a busy thread take the turn again and again. All waiting threads wake for
 // each turn; they are as few as the ports that speak.
-void TicketLock::lock() {
-  const Held held(m_lock);
+void TicketLock::waitForTurn() {
+  const base::ScopedLock held(m_lock);
   const std::uint64_t ticket = m_next++;
   while (m_serving != ticket) m_changed.wait(m_lock);
 }
 
-void TicketLock::unlock() {
-  const Held held(m_lock);
+void TicketLock::endTurn() {
+  const base::ScopedLock held(m_lock);
   ++m_serving;
-  if (m_serving != m_next) m_changed.notify_all();
+  if (m_serving != m_next) m_changed.notifyAll();
 }
 
 Synthesiser& Synthesiser::shared() {
@@ -142,13 +141,13 @@ bool Synthesiser::startInTurn(std::string& why) {
 }
 
 bool Synthesiser::start(std::string& why) {
-  const std::lock_guard turn(m_turn);
+  const base::ScopedLock turn(m_turn);
   return startInTurn(why);
 }
 
 // The only sure test of a language is to select it.
 bool Synthesiser::hasVoice(const Voice& voice, std::string& why) {
-  const std::lock_guard turn(m_turn);
+  const base::ScopedLock turn(m_turn);
   if (!startInTurn(why)) return false;
   if (!selectVoice(voice)) {
     why = "the synthesiser does not know the language";
@@ -201,7 +200,7 @@ bool Synthesiser::speak(const Input& input, const Voice& voice, SynthesisListene
 // Runs espeak-ng on the input. A cancelled call counts as a success.
 bool Synthesiser::call(const Input& input, const Voice& voice, const SynthesisListener& listener,
                        SynthAudio& audio, std::string& why) {
-  const std::lock_guard turn(m_turn);
+  const base::ScopedLock turn(m_turn);
   // The wait for the turn may have been long.
   if (listener.cancelled()) return true;
   if (!startInTurn(why)) return false;

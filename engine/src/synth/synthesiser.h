@@ -15,7 +15,7 @@
 #include <string_view>
 #include <vector>
 
-#include "annotations.h"
+#include "base/threads/Mutex.h"
 #include "synth/synth_audio.h"
 
 namespace kavrel {
@@ -39,14 +39,18 @@ class SynthesisListener {
 };
 
 // A ticket lock: a mutex that is fair, since threads get it in the order (FIFO) in which they came.
-class TicketLock {
+class CAPABILITY("turn") TicketLock {
  public:
-  void lock() EXCLUDES(m_lock);
-  void unlock() EXCLUDES(m_lock);
+  // Not checked inside: the turn is more than m_lock.
+  void lock() ACQUIRE() NO_THREAD_SAFETY_ANALYSIS { waitForTurn(); }
+  void unlock() RELEASE() NO_THREAD_SAFETY_ANALYSIS { endTurn(); }
 
  private:
-  Mutex m_lock;
-  Condition m_changed;  // with m_lock: m_serving has increased
+  void waitForTurn() EXCLUDES(m_lock);
+  void endTurn() EXCLUDES(m_lock);
+
+  base::Mutex m_lock;
+  base::Condition m_changed;  // with m_lock: m_serving has increased
   std::uint64_t m_next GUARDED_BY(m_lock) = 0;
   std::uint64_t m_serving GUARDED_BY(m_lock) = 0;
 };
@@ -82,28 +86,29 @@ class Synthesiser {
 
   // Starts the synthesiser if it is not running. Returns false, with a message in `why`, on
   // failure.
-  bool start(std::string& why);
+  bool start(std::string& why) EXCLUDES(m_turn);
 
   // Returns true if the synthesiser can speak with `voice`; else false, with a message in `why`.
-  bool hasVoice(const Voice& voice, std::string& why);
+  bool hasVoice(const Voice& voice, std::string& why) EXCLUDES(m_turn);
 
   // Speaks `input`, and passes the results to `listener`. Returns early, possibly with a part of
   // the results, if the listener cancels the call. Returns false, with a message in `why`, on
   // failure; the listener has then received nothing.
-  bool speak(const Input& input, const Voice& voice, SynthesisListener& listener, std::string& why);
+  bool speak(const Input& input, const Voice& voice, SynthesisListener& listener, std::string& why)
+      EXCLUDES(m_turn);
 
  private:
-  bool startInTurn(std::string& why);
+  bool startInTurn(std::string& why) REQUIRES(m_turn);
   bool call(const Input& input, const Voice& voice, const SynthesisListener& listener,
-            SynthAudio& audio, std::string& why);
-  bool selectVoice(const Voice& voice);
-  void clearEmphasis();
+            SynthAudio& audio, std::string& why) EXCLUDES(m_turn);
+  bool selectVoice(const Voice& voice) REQUIRES(m_turn);
+  void clearEmphasis() REQUIRES(m_turn);
 
   TicketLock m_turn;
-  // Used only by the thread that holds m_turn.
-  bool m_started = false;
-  std::string m_currentVoice;    // the synthesiser's name of it; empty: unknown
-  bool m_lastCancelled = false;  // the last call was cancelled or failed
+  bool m_started GUARDED_BY(m_turn) = false;
+  // The synthesiser's name of it; empty: unknown.
+  std::string m_currentVoice GUARDED_BY(m_turn);
+  bool m_lastCancelled GUARDED_BY(m_turn) = false;  // the last call was cancelled or failed
 };
 
 }  // namespace kavrel

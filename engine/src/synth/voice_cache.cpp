@@ -11,7 +11,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "annotations.h"
+#include "base/threads/Mutex.h"
 #include "synth/synthesiser.h"
 #include "synth/voice.h"
 
@@ -73,7 +73,7 @@ bool readFile(const std::string& path, std::string& text, std::string& why) {
 }
 
 struct Cache {
-  Mutex lock;
+  base::Mutex lock;
   // By folder and contents of its data file: a folder that changes gives a new voice, and jobs that
   // speak with the old one are not affected.
   std::map<std::pair<std::string, std::string>, const Voice*> voices GUARDED_BY(lock);
@@ -108,7 +108,7 @@ const Voice* loadVoice(const std::string& directory, std::string& why) {
   Cache& cache = sharedCache();
   const std::pair key(directory, text);
   {
-    const Held held(cache.lock);
+    const base::ScopedLock held(cache.lock);
     if (const auto known = cache.voices.find(key); known != cache.voices.end()) {
       return known->second;
     }
@@ -118,7 +118,7 @@ const Voice* loadVoice(const std::string& directory, std::string& why) {
     why = printable(path) + ": " + why;
     return nullptr;
   }
-  const Held held(cache.lock);
+  const base::ScopedLock held(cache.lock);
   const auto [entry, added] = cache.voices.try_emplace(key, voice.get());
   if (added) (void)voice.release();
   return entry->second;

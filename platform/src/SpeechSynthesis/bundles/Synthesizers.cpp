@@ -63,14 +63,19 @@ std::vector<fs::path> Synthesizers::searchFolders() {
 }
 
 OSErr Synthesizers::open(OSType creator, OpenedChannel& opened) {
-  std::unique_lock held(m_lock);
-  const SynthesizerPlugIn* const known = find(creator);
-  if (known != nullptr) {
-    held.unlock();
-    opened.plugIn = known;
-    const long result = known->call().openSpeechChannel(&opened.identifier);
-    return result == noErr ? OSErr{noErr} : OSErr{synthOpenFailed};
+  const SynthesizerPlugIn* known = nullptr;
+  {
+    const base::ScopedLock held(m_lock);
+    known = find(creator);
+    if (known == nullptr) return loadAndOpen(creator, opened);
   }
+  opened.plugIn = known;
+  const long result = known->call().openSpeechChannel(&opened.identifier);
+  return result == noErr ? OSErr{noErr} : OSErr{synthOpenFailed};
+}
+
+// Loads what has not been tried, until one of them speaks voices of `creator`.
+OSErr Synthesizers::loadAndOpen(OSType creator, OpenedChannel& opened) {
   bool someFailed = false;
   for (const fs::path& file : newFiles()) {
     const Tried tried = tryFile(file, creator, opened);

@@ -15,10 +15,10 @@
 
 #include <filesystem>
 #include <memory>
-#include <mutex>
 #include <vector>
 
 #include "SpeechSynthesis/bundles/SynthesizerPlugIn.h"
+#include "base/threads/Mutex.h"
 
 namespace platform {
 
@@ -39,7 +39,7 @@ class Synthesizers {
 
   // Opens a channel in the first synthesizer that speaks voices of `creator`. Results: noErr;
   // noSynthFound, and one line on standard error; synthOpenFailed.
-  OSErr open(OSType creator, OpenedChannel& opened);
+  OSErr open(OSType creator, OpenedChannel& opened) EXCLUDES(m_lock);
 
  private:
   struct Loaded {
@@ -48,14 +48,16 @@ class Synthesizers {
   };
   enum class Tried { Opened, OfOthers, Unusable };
 
-  const SynthesizerPlugIn* find(OSType creator);
-  std::vector<std::filesystem::path> newFiles();
-  Tried tryFile(const std::filesystem::path& file, OSType creator, OpenedChannel& opened);
+  const SynthesizerPlugIn* find(OSType creator) REQUIRES(m_lock);
+  OSErr loadAndOpen(OSType creator, OpenedChannel& opened) REQUIRES(m_lock);
+  std::vector<std::filesystem::path> newFiles() REQUIRES(m_lock);
+  Tried tryFile(const std::filesystem::path& file, OSType creator, OpenedChannel& opened)
+      REQUIRES(m_lock);
 
-  std::mutex m_lock;
-  // Below: with m_lock.
-  std::vector<Loaded> m_loaded;
-  std::vector<std::filesystem::path> m_seen;  // files that need not be looked at again
+  base::Mutex m_lock;
+  std::vector<Loaded> m_loaded GUARDED_BY(m_lock);
+  // Files that need not be looked at again.
+  std::vector<std::filesystem::path> m_seen GUARDED_BY(m_lock);
 };
 
 }  // namespace platform

@@ -5,13 +5,13 @@
 #include <ApplicationServices/SpeechProperties.h>
 
 #include <cstring>
-#include <mutex>
 #include <string>
 #include <utility>
 
 #include "SpeechSynthesis/bundles/VoiceCatalogue.h"
 #include "SpeechSynthesis/calls/OnChannel.h"
 #include "SpeechSynthesis/calls/Phonemes.h"
+#include "base/threads/Mutex.h"
 
 using platform::CallerText;
 using platform::Channel;
@@ -21,18 +21,18 @@ namespace {
 
 // ---- SpeakString
 
-std::mutex g_stringLock;
-SpeechChannel g_stringChannel = nullptr;  // with g_stringLock: what SpeakString speaks on
+NEVER_DESTROYED constinit base::Mutex g_stringLock;
+SpeechChannel g_stringChannel GUARDED_BY(g_stringLock) = nullptr;  // what SpeakString speaks on
 
 // The channel that the last string is spoken on, which is ours no longer.
 SpeechChannel takeStringChannel() {
-  const std::lock_guard held(g_stringLock);
+  const base::ScopedLock held(g_stringLock);
   return std::exchange(g_stringChannel, nullptr);
 }
 
 void stringIsSpoken(SpeechChannel channel, SRefCon /*refCon*/) {
   {
-    const std::lock_guard held(g_stringLock);
+    const base::ScopedLock held(g_stringLock);
     if (g_stringChannel == channel) g_stringChannel = nullptr;
   }
   DisposeSpeechChannel(channel);
@@ -113,7 +113,7 @@ OSErr SpeakString(ConstStr255Param textToBeSpoken) {
   OSErr result = NewSpeechChannel(nullptr, &channel);
   if (result != noErr) return result;
   {
-    const std::lock_guard held(g_stringLock);
+    const base::ScopedLock held(g_stringLock);
     g_stringChannel = channel;
   }
   SetSpeechInfo(channel, soSpeechDoneCallBack, reinterpret_cast<const void*>(stringIsSpoken));

@@ -10,6 +10,7 @@
 #include <pthread.h>
 
 #include "SpeechSynthesis/channel/ManagerThread.h"
+#include "base/threads/Clock.h"
 
 namespace platform {
 namespace {
@@ -51,26 +52,26 @@ void CallbackThread::post(std::shared_ptr<ReportReceiver> receiver, const Report
 }
 
 void CallbackThread::post(Place&& place) noexcept {
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   m_queue.splice(m_queue.end(), place);
   startHeld();
-  m_posted.notify_one();
+  m_posted.notifyOne();
 }
 
 bool CallbackThread::start() noexcept {
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   return startHeld();
 }
 
 bool CallbackThread::isCurrent() const {
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   return m_thread == std::this_thread::get_id();
 }
 
 void CallbackThread::waitForReportTo(const ReportReceiver& receiver) {
-  std::unique_lock held(m_lock);
+  const base::ScopedLock held(m_lock);
   if (m_thread == std::this_thread::get_id()) return;
-  m_delivered.wait(held, [&] { return m_current != &receiver; });
+  while (m_current == &receiver) m_delivered.wait(m_lock);
 }
 
 bool CallbackThread::startHeld() noexcept {
@@ -85,34 +86,36 @@ bool CallbackThread::startHeld() noexcept {
 }
 
 void CallbackThread::run() {
-  std::unique_lock held(m_lock);
+  const base::ScopedLock held(m_lock);
   m_thread = std::this_thread::get_id();
   while (!m_ended) {
-    m_posted.wait(held, [this] { return !m_queue.empty() || m_ended; });
+    while (m_queue.empty() && !m_ended) m_posted.wait(m_lock);
     if (m_ended) break;
     Place next;
     next.splice(next.begin(), m_queue, m_queue.begin());
     const Entry& entry = next.front();
     m_current = entry.receiver.get();
-    held.unlock();
-    entry.receiver->deliver(entry.report);
-    held.lock();
+    {
+      const base::ScopedUnlock released(m_lock);
+      entry.receiver->deliver(entry.report);
+    }
     m_current = nullptr;
-    m_delivered.notify_all();
+    m_delivered.notifyAll();
     // The receiver may go with its last report; not under the lock.
-    held.unlock();
+    const base::ScopedUnlock released(m_lock);
     next.clear();
-    held.lock();
   }
 }
 
 void CallbackThread::end() {
-  std::unique_lock held(m_lock);
+  const base::ScopedLock held(m_lock);
   m_ended = true;
-  m_posted.notify_one();
+  m_posted.notifyOne();
   if (m_thread == std::this_thread::get_id()) return;
   // Not for ever: the callback may wait for what the exiting thread holds.
-  m_delivered.wait_for(held, kExitLimit, [this] { return m_current == nullptr; });
+  const base::Clock::time_point limit = base::Clock::now() + kExitLimit;
+  while (m_current != nullptr && m_delivered.waitUntil(m_lock, limit)) {
+  }
 }
 
 }  // namespace platform

@@ -13,12 +13,12 @@
 
 #include <ApplicationServices/SpeechSynthesis.h>
 
-#include <condition_variable>
 #include <cstdint>
 #include <list>
 #include <memory>
-#include <mutex>
 #include <thread>
+
+#include "base/threads/Mutex.h"
 
 namespace platform {
 
@@ -53,36 +53,35 @@ class CallbackThread {
   using Place = std::list<Entry>;
 
   // Throws std::bad_alloc.
-  void post(std::shared_ptr<ReportReceiver> receiver, const Report& report);
-  void post(Place&& place) noexcept;
+  void post(std::shared_ptr<ReportReceiver> receiver, const Report& report) EXCLUDES(m_lock);
+  void post(Place&& place) noexcept EXCLUDES(m_lock);
 
   // Starts the thread if it is not there. False: the system has none to give; the next post tries
   // again.
-  bool start() noexcept;
+  bool start() noexcept EXCLUDES(m_lock);
 
-  bool isCurrent() const;
+  bool isCurrent() const EXCLUDES(m_lock);
 
   // Returns when no report is being made to `receiver`; at once on the callback thread itself. What
   // is queued for it is left to the receiver to drop.
-  void waitForReportTo(const ReportReceiver& receiver);
+  void waitForReportTo(const ReportReceiver& receiver) EXCLUDES(m_lock);
 
  private:
   static void makeForChild();
   static void endAtExit();
 
-  bool startHeld() noexcept;
-  void run();
-  void end();
+  bool startHeld() noexcept REQUIRES(m_lock);
+  void run() EXCLUDES(m_lock);
+  void end() EXCLUDES(m_lock);
 
-  mutable std::mutex m_lock;
-  // Below: with m_lock.
-  std::condition_variable m_posted;     // the queue is not empty any more
-  std::condition_variable m_delivered;  // m_current became null
-  Place m_queue;
-  const ReportReceiver* m_current = nullptr;  // who is being told
-  std::thread::id m_thread;
-  bool m_started = false;
-  bool m_ended = false;  // the process is ending
+  mutable base::Mutex m_lock;
+  base::Condition m_posted;     // with m_lock: the queue is not empty any more
+  base::Condition m_delivered;  // with m_lock: m_current became null
+  Place m_queue GUARDED_BY(m_lock);
+  const ReportReceiver* m_current GUARDED_BY(m_lock) = nullptr;  // who is being told
+  std::thread::id m_thread GUARDED_BY(m_lock);
+  bool m_started GUARDED_BY(m_lock) = false;
+  bool m_ended GUARDED_BY(m_lock) = false;  // the process is ending
 };
 
 }  // namespace platform

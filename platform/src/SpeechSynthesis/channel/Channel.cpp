@@ -90,12 +90,12 @@ OSErr Channel::prepare() {
 
 void Channel::close() {
   {
-    const std::lock_guard held(m_lock);
+    const base::ScopedLock held(m_lock);
     m_isDisposed = true;
     m_phase = Phase::Idle;
     // It keeps the channel.
     m_donePlace.clear();
-    m_jobEnded.notify_all();
+    m_jobEnded.notifyAll();
   }
   m_turns.forgetQueued();
   m_turns.doOrQueue(shared_from_this(), [this] {
@@ -111,7 +111,7 @@ void Channel::close() {
 OSErr Channel::useVoice(const Voice& voice) {
   const OSErr result = m_plugIn.useVoice(m_identifier, voice);
   if (result != noErr) return result;
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   m_voice = voice.spec;
   return noErr;
 }
@@ -159,12 +159,12 @@ OSErr Channel::getInfo(OSType selector, void* value) {
     case soErrors:
       return readErrors(*static_cast<SpeechErrorInfo*>(value));
     case soRecentSync: {
-      const std::lock_guard held(m_lock);
+      const base::ScopedLock held(m_lock);
       std::memcpy(value, &m_recentSync, sizeof m_recentSync);
       return noErr;
     }
     case soCurrentVoice: {
-      const std::lock_guard held(m_lock);
+      const base::ScopedLock held(m_lock);
       std::memcpy(value, &m_voice, sizeof m_voice);
       return noErr;
     }
@@ -182,27 +182,27 @@ OSErr Channel::useDictionary(void* dictionary, long bytes) {
 }
 
 void Channel::setErrorCallback(SpeechErrorCFProcPtr callback) {
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   m_callbacks.errorCF = callback;
 }
 
 void Channel::setWordCallback(SpeechWordCFProcPtr callback) {
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   m_callbacks.wordCF = callback;
 }
 
 ClientCallbacks Channel::callbacks() const {
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   return m_callbacks;
 }
 
 bool Channel::isActive() const {
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   return m_phase != Phase::Idle;
 }
 
 OSType Channel::creator() const {
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   return m_voice.creator;
 }
 
@@ -218,7 +218,7 @@ OSErr Channel::inTurnOrQueued(std::function<OSErr(Channel&)> work) {
 
 OSErr Channel::readStatus(SpeechStatusInfo& status) const {
   status = {};
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   if (m_phase == Phase::Idle) return noErr;
   status.outputPaused = m_isPaused;
   status.outputBusy = !m_isPaused;
@@ -232,7 +232,7 @@ OSErr Channel::readStatus(SpeechStatusInfo& status) const {
 }
 
 OSErr Channel::readErrors(SpeechErrorInfo& errors) {
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   errors = std::exchange(m_errors, {});
   return noErr;
 }
@@ -244,7 +244,7 @@ OSErr Channel::set(OSType selector, const void* value) const {
 
 // The synthesizer's callbacks are ours for as long as the channel lives.
 OSErr Channel::setCallback(OSType selector, const void* value) {
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   switch (selector) {
     case soRefCon:
       m_callbacks.refCon = const_cast<void*>(value);

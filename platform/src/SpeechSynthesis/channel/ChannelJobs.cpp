@@ -11,6 +11,7 @@
 #include "SpeechSynthesis/calls/Results.h"
 #include "SpeechSynthesis/channel/Channel.h"
 #include "SpeechSynthesis/channel/EndingProsody.h"
+#include "base/threads/Clock.h"
 
 namespace platform {
 namespace {
@@ -41,7 +42,7 @@ OSErr Channel::speak(CallerText text, SInt32 flags) {
     }
   });
   if (*result == badInputText) {
-    const std::lock_guard held(m_lock);
+    const base::ScopedLock held(m_lock);
     noteError(*result, 0);
   }
   return *result;
@@ -50,7 +51,7 @@ OSErr Channel::speak(CallerText text, SInt32 flags) {
 OSErr Channel::stop(SInt32 where) {
   if (!isPlace(where)) return paramErr;
   {
-    const std::lock_guard held(m_lock);
+    const base::ScopedLock held(m_lock);
     // Whatever still comes of the speech until the stop can be made is not reported.
     if (m_isStopPending && where == kImmediate) m_silencedJob = m_job;
   }
@@ -85,24 +86,27 @@ void Channel::settle() {
   if (m_plugIn.call().speechStatus(m_identifier, &status) != noErr) return;
   if (status.outputBusy == 0 && status.outputPaused == 0) return;
   {
-    const std::lock_guard held(m_lock);
+    const base::ScopedLock held(m_lock);
     if (m_isOwedEnd) return;
     m_isOwedEnd = true;
   }
   if (m_plugIn.call().stopSpeechAt(m_identifier, kImmediate) == noErr) return;
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   m_isOwedEnd = false;
 }
 
 // False when a job does not end in time.
 bool Channel::waitForEndOfJob() {
-  std::unique_lock held(m_lock);
-  return m_jobEnded.wait_for(held, kEndOfJobLimit, [this] { return !m_isOwedEnd || m_isDisposed; });
+  const base::ScopedLock held(m_lock);
+  const base::Clock::time_point limit = base::Clock::now() + kEndOfJobLimit;
+  while (m_isOwedEnd && !m_isDisposed && m_jobEnded.waitUntil(m_lock, limit)) {
+  }
+  return !m_isOwedEnd || m_isDisposed;
 }
 
 OSErr Channel::acceptJob(CallerText text, SInt32 flags) {
   {
-    const std::lock_guard held(m_lock);
+    const base::ScopedLock held(m_lock);
     if (m_isDisposed) return invalidComponentID;
     // What may fail comes first.
     CallbackThread::Place donePlace{{shared_from_this(), {Report::Kind::SpeechDone, m_job + 1}}};
@@ -122,7 +126,7 @@ OSErr Channel::acceptJob(CallerText text, SInt32 flags) {
   }
   const OSErr result = startSpeaking();
   if (result != noErr) {
-    const std::lock_guard held(m_lock);
+    const base::ScopedLock held(m_lock);
     m_donePlace.clear();
   }
   return result;
@@ -131,7 +135,7 @@ OSErr Channel::acceptJob(CallerText text, SInt32 flags) {
 // Hands the job that is ready to the synthesizer. When that fails there is no job.
 OSErr Channel::startSpeaking() {
   {
-    const std::lock_guard held(m_lock);
+    const base::ScopedLock held(m_lock);
     if (m_phase != Phase::Ready || m_isPaused) return noErr;
     // Before the call: a short job may end before the call returns.
     m_phase = Phase::Speaking;
@@ -139,7 +143,7 @@ OSErr Channel::startSpeaking() {
   }
   const OSErr result = guarded([this] { return speakInPlugIn(); });
   if (result == noErr) return noErr;
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   m_phase = Phase::Idle;
   m_isOwedEnd = false;
   return result;
@@ -149,7 +153,7 @@ OSErr Channel::speakInPlugIn() {
   std::string text;
   SInt32 flags = 0;
   {
-    const std::lock_guard held(m_lock);
+    const base::ScopedLock held(m_lock);
     text = m_text.bytes();
     flags = m_flags;
   }
@@ -169,7 +173,7 @@ OSErr Channel::speakInPlugIn() {
 OSErr Channel::stopInTurn(SInt32 where) {
   bool atOnce = where == kImmediate;
   {
-    const std::unique_lock held(m_lock);
+    const base::ScopedLock held(m_lock);
     if (endUnspokenJob() || m_phase == Phase::Idle) return noErr;
     // A paused job stops where it stands.
     atOnce = atOnce || m_isPaused;
@@ -191,7 +195,7 @@ void Channel::stopAtPlace(SInt32 where) {
     return translated(
         m_plugIn.call().stopSpeechAt(m_identifier, static_cast<unsigned long>(where)));
   });
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   m_isStopPending = false;
   if (m_phase == Phase::Speaking) m_phase = Phase::Idle;
 }
@@ -199,7 +203,7 @@ void Channel::stopAtPlace(SInt32 where) {
 OSErr Channel::stopNow() {
   const OSErr result = translated(m_plugIn.call().stopSpeechAt(m_identifier, kImmediate));
   if (result != noErr) return result;
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   m_phase = Phase::Idle;
   m_silencedJob = m_job;
   return noErr;
@@ -207,7 +211,7 @@ OSErr Channel::stopNow() {
 
 OSErr Channel::pauseInTurn(SInt32 where) {
   {
-    const std::lock_guard held(m_lock);
+    const base::ScopedLock held(m_lock);
     // Asked to pause an idle channel, a synthesizer would take it for paused.
     if (m_phase == Phase::Idle || m_isPaused) return noErr;
     if (m_phase != Phase::Speaking) {
@@ -217,7 +221,7 @@ OSErr Channel::pauseInTurn(SInt32 where) {
   }
   const OSErr result =
       translated(m_plugIn.call().pauseSpeechAt(m_identifier, static_cast<unsigned long>(where)));
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   if (result == noErr && m_phase == Phase::Speaking) m_isPaused = true;
   // A job that has ended meanwhile has nothing to pause.
   return m_phase == Phase::Idle ? OSErr{noErr} : result;
@@ -226,14 +230,14 @@ OSErr Channel::pauseInTurn(SInt32 where) {
 OSErr Channel::resumeInTurn() {
   bool isReady = false;
   {
-    const std::lock_guard held(m_lock);
+    const base::ScopedLock held(m_lock);
     if (m_phase == Phase::Idle || !m_isPaused) return noErr;
     isReady = m_phase == Phase::Ready;
     if (m_phase != Phase::Speaking) m_isPaused = false;
   }
   if (isReady) return startReadyJob();
   const OSErr result = translated(m_plugIn.call().continueSpeech(m_identifier));
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   if (result == noErr) m_isPaused = false;
   return m_phase == Phase::Idle ? OSErr{noErr} : result;
 }
@@ -248,7 +252,7 @@ OSErr Channel::startReadyJob() {
 void Channel::reportFailure(OSErr error) {
   Report report{Report::Kind::Error, 0};
   report.code = error;
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   noteError(error, 0);
   report.job = m_job;
   post(report);
@@ -259,7 +263,7 @@ void Channel::reportFailure(OSErr error) {
 // the error and the end of a job.
 void Channel::reportUnbegunJob(OSErr error) {
   {
-    const std::lock_guard held(m_lock);
+    const base::ScopedLock held(m_lock);
     m_donePlace = {{shared_from_this(), {Report::Kind::SpeechDone, ++m_job}}};
   }
   reportFailure(error);

@@ -12,10 +12,10 @@
 #include <cstdint>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <vector>
 
 #include "SpeechSynthesis/channel/Channel.h"
+#include "base/threads/Mutex.h"
 
 namespace platform {
 
@@ -26,26 +26,26 @@ class ChannelRegistry {
   static ChannelRegistry& shared();
 
   // A handle for a channel that is to be added.
-  SpeechChannel newHandle();
+  SpeechChannel newHandle() EXCLUDES(m_lock);
 
-  void add(std::shared_ptr<Channel> channel);
+  void add(std::shared_ptr<Channel> channel) EXCLUDES(m_lock);
 
   // Null: `handle` is not open.
-  std::shared_ptr<Channel> find(SpeechChannel handle) const;
+  std::shared_ptr<Channel> find(SpeechChannel handle) const EXCLUDES(m_lock);
 
   // The channel, which is no longer found; null as of find(). Of several calls for one handle, one
   // gets the channel.
-  std::shared_ptr<Channel> remove(SpeechChannel handle);
+  std::shared_ptr<Channel> remove(SpeechChannel handle) EXCLUDES(m_lock);
 
-  std::vector<std::shared_ptr<Channel>> all() const;
+  std::vector<std::shared_ptr<Channel>> all() const EXCLUDES(m_lock);
 
  private:
-  static void makeForChild();
+  // Not checked: takes no lock of the parent's, which a thread that the child lacks may hold.
+  static void makeForChild() NO_THREAD_SAFETY_ANALYSIS;
 
-  mutable std::mutex m_lock;
-  // Below: with m_lock.
-  std::map<SpeechChannel, std::shared_ptr<Channel>> m_channels;
-  std::uintptr_t m_lastHandle = 0;
+  mutable base::Mutex m_lock;
+  std::map<SpeechChannel, std::shared_ptr<Channel>> m_channels GUARDED_BY(m_lock);
+  std::uintptr_t m_lastHandle GUARDED_BY(m_lock) = 0;
 };
 
 }  // namespace platform

@@ -24,20 +24,20 @@ constexpr std::size_t kLongestText = std::numeric_limits<SInt32>::max();
 // ---- On the synthesizer's threads
 
 void Channel::jobHasEnded() {
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   if (!m_isOwedEnd) return;
   m_isOwedEnd = false;
   if (m_phase == Phase::Speaking) m_phase = Phase::Idle;
   // Posted under the lock, as every report is: whoever waits for this begins the next job.
   CallbackThread::shared().post(takeDonePlace());
   m_turns.noLongerWaits();
-  m_jobEnded.notify_all();
+  m_jobEnded.notifyAll();
 }
 
 void Channel::syncReached(OSType message) {
   Report report{Report::Kind::Sync, 0};
   report.value = message;
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   m_recentSync = message;
   if (!m_isOwedEnd || m_callbacks.sync == nullptr) return;
   report.job = m_job;
@@ -46,7 +46,7 @@ void Channel::syncReached(OSType message) {
 
 void Channel::wordReached(unsigned long position, UInt16 length) {
   Report report{Report::Kind::Word, 0};
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   if (!m_isOwedEnd) return;
   const unsigned long end = m_text.bytes().size();
   m_wordPosition = std::clamp(position, m_wordPosition, end);
@@ -62,7 +62,7 @@ void Channel::wordReached(unsigned long position, UInt16 length) {
 void Channel::phonemeReached(SInt16 opcode) {
   Report report{Report::Kind::Phoneme, 0};
   report.code = opcode;
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   if (!m_isOwedEnd) return;
   m_phonemeCode = opcode;
   if (m_callbacks.phoneme == nullptr) return;
@@ -74,7 +74,7 @@ void Channel::errorMet(OSErr error, long position) {
   Report report{Report::Kind::Error, 0};
   report.code = error;
   report.position = position;
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   noteError(error, position);
   if (m_callbacks.error == nullptr && m_callbacks.errorCF == nullptr) return;
   report.job = m_job;
@@ -94,7 +94,7 @@ void Channel::post(const Report& report) noexcept {
 void Channel::deliver(const Report& report) {
   ClientCallbacks callbacks;
   {
-    const std::lock_guard held(m_lock);
+    const base::ScopedLock held(m_lock);
     if (m_isDisposed) return;
     if (report.kind != Report::Kind::SpeechDone && report.job <= m_silencedJob) return;
     callbacks = m_callbacks;
@@ -136,7 +136,7 @@ void Channel::tellWord(const ClientCallbacks& callbacks, const Report& report) {
   if (callbacks.wordCF == nullptr) return;
   Owned<CFStringRef> text;
   {
-    const std::lock_guard held(m_lock);
+    const base::ScopedLock held(m_lock);
     if (m_isDisposed || report.job != m_job || report.job <= m_silencedJob) return;
     text = Owned(static_cast<CFStringRef>(CFRetain(m_text.string())));
   }
@@ -150,7 +150,7 @@ void Channel::tellError(const ClientCallbacks& callbacks, const Report& report) 
   if (callbacks.errorCF == nullptr) return;
   Owned<CFStringRef> text;
   {
-    const std::lock_guard held(m_lock);
+    const base::ScopedLock held(m_lock);
     if (m_isDisposed) return;
     if (report.job == m_job) text = Owned(static_cast<CFStringRef>(CFRetain(m_text.string())));
   }
@@ -163,7 +163,7 @@ void Channel::tellError(const ClientCallbacks& callbacks, const Report& report) 
 void Channel::gatherMore(const ClientCallbacks& callbacks, const Report& report) {
   SInt32 flags = 0;
   {
-    const std::lock_guard held(m_lock);
+    const base::ScopedLock held(m_lock);
     flags = m_flags;
   }
   const void* piece = nullptr;
@@ -179,7 +179,7 @@ void Channel::gatherMore(const ClientCallbacks& callbacks, const Report& report)
 
 // Adds the piece and asks for the next one. True when this was the last and the text is ready.
 bool Channel::gatheringIsOver(const Report& report, const void* piece, unsigned long bytes) {
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   // The client may have stopped the speech, or begun another, meanwhile.
   if (m_phase != Phase::Gathering || report.job != m_job) return false;
   const std::size_t room = kLongestText - m_text.bytes().size();

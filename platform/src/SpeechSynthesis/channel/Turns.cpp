@@ -7,59 +7,58 @@
 
 namespace platform {
 
-// Has the turn for as long as it lives, without the lock.
-class Turns::Turn {
+// Owns the turn while it exists. Releases the lock, which the thread holds, for that time.
+class SCOPED_CAPABILITY Turns::Turn {
  public:
-  Turn(Turns& turns, std::unique_lock<std::mutex>& held) : m_turns(turns), m_held(held) {
+  explicit Turn(Turns& turns) RELEASE(turns.m_lock) : m_turns(turns) {
     m_turns.m_isTaken = true;
-    m_held.unlock();
+    m_turns.m_lock.unlock();
   }
-  ~Turn() {
-    m_held.lock();
+  ~Turn() RELEASE() {
+    m_turns.m_lock.lock();
     m_turns.m_isTaken = false;
-    m_turns.m_changed.notify_all();
+    m_turns.m_changed.notifyAll();
   }
   Turn(const Turn&) = delete;
   Turn& operator=(const Turn&) = delete;
 
  private:
   Turns& m_turns;
-  std::unique_lock<std::mutex>& m_held;
 };
 
 void Turns::doNow(const Work& work) {
-  std::unique_lock held(m_lock);
-  m_changed.wait(held, [this] { return !m_isTaken && !m_isQueued; });
-  const Turn turn(*this, held);
+  const base::ScopedLock held(m_lock);
+  while (!isFree()) m_changed.wait(m_lock);
+  const Turn turn(*this);
   work();
 }
 
 bool Turns::doOrQueue(const std::shared_ptr<void>& owner, const Work& work) {
-  std::unique_lock held(m_lock);
-  m_changed.wait(held, [this] { return m_isWaiting || (!m_isTaken && !m_isQueued); });
+  const base::ScopedLock held(m_lock);
+  while (!m_isWaiting && !isFree()) m_changed.wait(m_lock);
   if (m_isWaiting) {
     queueHeld(owner, work);
     return false;
   }
-  const Turn turn(*this, held);
+  const Turn turn(*this);
   work();
   return true;
 }
 
 void Turns::queue(const std::shared_ptr<void>& owner, Work work) {
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   queueHeld(owner, std::move(work));
   m_isWaiting = true;
-  m_changed.notify_all();
+  m_changed.notifyAll();
 }
 
 void Turns::noLongerWaits() {
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   m_isWaiting = false;
 }
 
 void Turns::forgetQueued() {
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   m_queue.clear();
 }
 
@@ -77,13 +76,13 @@ void Turns::queueHeld(const std::shared_ptr<void>& owner, Work work) {
 }
 
 void Turns::run() {
-  std::unique_lock held(m_lock);
+  const base::ScopedLock held(m_lock);
   while (!m_queue.empty()) {
-    m_changed.wait(held, [this] { return !m_isTaken; });
+    while (m_isTaken) m_changed.wait(m_lock);
     if (m_queue.empty()) break;
     const Work work = std::move(m_queue.front());
     m_queue.pop_front();
-    const Turn turn(*this, held);
+    const Turn turn(*this);
     try {
       work();
     } catch (...) {
@@ -92,7 +91,7 @@ void Turns::run() {
   }
   m_isQueued = false;
   m_isWaiting = false;
-  m_changed.notify_all();
+  m_changed.notifyAll();
 }
 
 }  // namespace platform

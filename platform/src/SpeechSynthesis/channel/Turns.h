@@ -12,11 +12,11 @@
 // Threads: all functions may be called on any thread, but not from inside what they are doing.
 #pragma once
 
-#include <condition_variable>
 #include <deque>
 #include <functional>
 #include <memory>
-#include <mutex>
+
+#include "base/threads/Mutex.h"
 
 namespace platform {
 
@@ -25,36 +25,36 @@ class Turns {
   using Work = std::function<void()>;
 
   // Does `work` on this thread, after what is queued. Passes its exceptions on.
-  void doNow(const Work& work);
+  void doNow(const Work& work) EXCLUDES(m_lock);
 
   // The same; but while other work is waiting, `work` goes to the end of the queue, and the result
   // is false. Exceptions of queued work end there. `owner`, which these turns belong to, is kept
   // until then.
-  bool doOrQueue(const std::shared_ptr<void>& owner, const Work& work);
+  bool doOrQueue(const std::shared_ptr<void>& owner, const Work& work) EXCLUDES(m_lock);
 
   // Queues `work`, which is going to wait. Throws std::system_error when there is no thread to be
   // had; nothing is queued then.
-  void queue(const std::shared_ptr<void>& owner, Work work);
+  void queue(const std::shared_ptr<void>& owner, Work work) EXCLUDES(m_lock);
 
   // What was waited for has happened: the work is over in a moment.
-  void noLongerWaits();
+  void noLongerWaits() EXCLUDES(m_lock);
 
   // Forgets what is queued, but for what has begun.
-  void forgetQueued();
+  void forgetQueued() EXCLUDES(m_lock);
 
  private:
   class Turn;
 
-  void queueHeld(const std::shared_ptr<void>& owner, Work work);
-  void run();
+  bool isFree() const REQUIRES(m_lock) { return !m_isTaken && !m_isQueued; }
+  void queueHeld(const std::shared_ptr<void>& owner, Work work) REQUIRES(m_lock);
+  void run() EXCLUDES(m_lock);
 
-  std::mutex m_lock;
-  // Below: with m_lock.
-  std::condition_variable m_changed;  // one of the flags
-  std::deque<Work> m_queue;
-  bool m_isTaken = false;   // something is being done
-  bool m_isQueued = false;  // the queue has its thread
-  bool m_isWaiting = false;
+  base::Mutex m_lock;
+  base::Condition m_changed;  // with m_lock: one of the flags
+  std::deque<Work> m_queue GUARDED_BY(m_lock);
+  bool m_isTaken GUARDED_BY(m_lock) = false;   // something is being done
+  bool m_isQueued GUARDED_BY(m_lock) = false;  // the queue has its thread
+  bool m_isWaiting GUARDED_BY(m_lock) = false;
 };
 
 }  // namespace platform

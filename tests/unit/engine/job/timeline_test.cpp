@@ -11,7 +11,7 @@
 #include "output/clock_sink.h"
 #include "sample_rate.h"
 
-using kavrel::Clock;
+using base::Clock;
 using kavrel::ClockSink;
 using kavrel::SpeechSegment;
 using kavrel::TimedEvent;
