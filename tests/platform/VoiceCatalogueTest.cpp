@@ -10,7 +10,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "SpeechSynthesis/bundles/Places.h"
+#include "SpeechSynthesis/bundles/SearchPaths.h"
 #include "SpeechSynthesis/bundles/VoiceCatalogue.h"
 
 namespace {
@@ -242,11 +242,11 @@ TEST(VoiceCatalogue, ReadsTheVoicesOfTheProject) {
 }
 
 TEST(Places, TakesFoldersOfAVariableInOrder) {
-  ASSERT_EQ(setenv("PLACES_TEST", ":/first::/second dir:", 1), 0);
-  EXPECT_EQ(platform::foldersFromEnvironment("PLACES_TEST"),
+  ASSERT_EQ(setenv("SEARCH_PATHS_TEST", ":/first::/second dir:", 1), 0);
+  EXPECT_EQ(platform::foldersInVariable("SEARCH_PATHS_TEST"),
             (std::vector<fs::path>{"/first", "/second dir"}));
-  ASSERT_EQ(unsetenv("PLACES_TEST"), 0);
-  EXPECT_THAT(platform::foldersFromEnvironment("PLACES_TEST"), IsEmpty());
+  ASSERT_EQ(unsetenv("SEARCH_PATHS_TEST"), 0);
+  EXPECT_THAT(platform::foldersInVariable("SEARCH_PATHS_TEST"), IsEmpty());
 }
 
 }  // namespace

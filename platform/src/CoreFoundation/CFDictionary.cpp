@@ -94,14 +94,14 @@ void CFDictionaryGetKeysAndValues(CFDictionaryRef dictionary, const void** keys,
 }
 
 __CFDictionary::~__CFDictionary() {
-  for (const Entry& entry : entries) {
+  for (const KeyValue& entry : entries) {
     if (countsKeys) CFRelease(entry.key);
     if (countsValues) CFRelease(entry.value);
   }
 }
 
-const __CFDictionary::Entry* __CFDictionary::find(const void* key) const {
-  const auto found = std::find_if(entries.begin(), entries.end(), [&](const Entry& entry) {
+const __CFDictionary::KeyValue* __CFDictionary::find(const void* key) const {
+  const auto found = std::find_if(entries.begin(), entries.end(), [&](const KeyValue& entry) {
     return countsKeys ? CFEqual(entry.key, key) != 0 : entry.key == key;
   });
   return found == entries.end() ? nullptr : &*found;
@@ -114,9 +114,9 @@ void __CFDictionary::add(const void* key, const void* value) {
 }
 
 void __CFDictionary::remove(const void* key) {
-  const Entry* const found = find(key);
+  const KeyValue* const found = find(key);
   if (found == nullptr) return;
-  const Entry entry = *found;
+  const KeyValue entry = *found;
   entries.erase(entries.begin() + (found - entries.data()));
   if (countsKeys) CFRelease(entry.key);
   if (countsValues) CFRelease(entry.value);
@@ -130,8 +130,8 @@ bool __CFDictionary::equals(const CFObject& other) const {
   const auto& dictionary = static_cast<const __CFDictionary&>(other);
   if (entries.size() != dictionary.entries.size()) return false;
   const bool asObjects = countsValues && dictionary.countsValues;
-  return std::all_of(entries.begin(), entries.end(), [&](const Entry& entry) {
-    const Entry* const its = dictionary.find(entry.key);
+  return std::all_of(entries.begin(), entries.end(), [&](const KeyValue& entry) {
+    const KeyValue* const its = dictionary.find(entry.key);
     if (its == nullptr) return false;
     return asObjects ? CFEqual(entry.value, its->value) != 0 : entry.value == its->value;
   });

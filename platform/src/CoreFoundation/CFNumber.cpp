@@ -64,12 +64,12 @@ bool convert(double number, To& to) {
   } else {
     // The limits as doubles; the upper one, rounded up, is itself too large for 64 bits.
     const auto smallest = static_cast<double>(std::numeric_limits<To>::min());
-    const double behindLargest = -smallest;
+    const double pastLargest = -smallest;
     if (!(number >= smallest)) {
       to = std::isnan(number) ? To{0} : std::numeric_limits<To>::min();
       return false;
     }
-    if (number >= behindLargest) {
+    if (number >= pastLargest) {
       to = std::numeric_limits<To>::max();
       return false;
     }

@@ -28,7 +28,7 @@ class CFObject {
   void retain() const { m_count.fetch_add(1, std::memory_order_relaxed); }
 
   void release() const {
-    if (m_livesForEver) return;
+    if (m_immortal) return;
     // What other holders did with the object happens before its end.
     if (m_count.fetch_sub(1, std::memory_order_acq_rel) == 1) delete this;
   }
@@ -37,7 +37,7 @@ class CFObject {
   CFType type() const { return m_type; }
 
   // For an object that nobody else has yet: no number of releases ends it.
-  void liveForEver() { m_livesForEver = true; }
+  void makeImmortal() { m_immortal = true; }
 
   // One line without its end, for CFShow.
   virtual std::string description() const = 0;
@@ -52,7 +52,7 @@ class CFObject {
  private:
   mutable std::atomic<CFIndex> m_count{1};
   const CFType m_type;
-  bool m_livesForEver = false;
+  bool m_immortal = false;
 };
 
 // A counted reference that ends with its scope; adopts what a Create or Copy function returned.
@@ -119,7 +119,7 @@ struct __CFNumber final : platform::CFObject {
 
 struct __CFBoolean final : platform::CFObject {
   explicit __CFBoolean(bool itsValue) : CFObject(platform::CFType::Boolean), value(itsValue) {
-    liveForEver();
+    makeImmortal();
   }
   std::string description() const override;
 
@@ -139,7 +139,7 @@ struct __CFArray final : platform::CFObject {
 };
 
 struct __CFDictionary final : platform::CFObject {
-  struct Entry {
+  struct KeyValue {
     const void* key;
     const void* value;
   };
@@ -151,14 +151,14 @@ struct __CFDictionary final : platform::CFObject {
   std::string description() const override;
   bool equals(const CFObject& other) const override;
   // Null: there is no such key.
-  const Entry* find(const void* key) const;
+  const KeyValue* find(const void* key) const;
   // `key` is not there.
   void add(const void* key, const void* value);
   void remove(const void* key);
 
   const bool countsKeys;
   const bool countsValues;
-  std::vector<Entry> entries;
+  std::vector<KeyValue> entries;
 };
 
 struct __CFError final : platform::CFObject {

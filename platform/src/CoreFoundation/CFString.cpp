@@ -38,12 +38,12 @@ CFStringRef create(std::string_view text, CFStringEncoding encoding) {
   }
 }
 
-bool holdsNul(const std::string& bytes) {
+bool containsNul(const std::string& bytes) {
   return bytes.find('\0') != std::string::npos;
 }
 
 // Writes `text` and a NUL; false when they do not fit.
-bool copyOut(std::string_view text, char* buffer, CFIndex bufferSize) {
+bool copyTo(std::string_view text, char* buffer, CFIndex bufferSize) {
   if (static_cast<CFIndex>(text.size()) >= bufferSize) return false;
   std::memcpy(buffer, text.data(), text.size());
   buffer[text.size()] = '\0';
@@ -52,8 +52,8 @@ bool copyOut(std::string_view text, char* buffer, CFIndex bufferSize) {
 
 // Writes `text` in another encoding and a NUL; false when they do not fit, or the encoding lacks a
 // character.
-bool convertOut(std::string_view text, CFStringEncoding from, CFStringEncoding to, char* buffer,
-                CFIndex bufferSize) {
+bool convertTo(std::string_view text, CFStringEncoding from, CFStringEncoding to, char* buffer,
+               CFIndex bufferSize) {
   CFIndex written = 0;
   while (!text.empty()) {
     const Character character = platform::readCharacter(text, from);
@@ -124,17 +124,18 @@ CFIndex CFStringGetLength(CFStringRef string) {
 }
 
 const char* CFStringGetCStringPtr(CFStringRef string, CFStringEncoding encoding) {
-  if (string == nullptr || encoding != string->encoding || holdsNul(string->bytes)) return nullptr;
+  if (string == nullptr || encoding != string->encoding || containsNul(string->bytes))
+    return nullptr;
   return string->bytes.c_str();
 }
 
 Boolean CFStringGetCString(CFStringRef string, char* buffer, CFIndex bufferSize,
                            CFStringEncoding encoding) {
   if (buffer == nullptr || bufferSize <= 0) return false;
-  if (string != nullptr && platform::isKnownEncoding(encoding) && !holdsNul(string->bytes)) {
-    const bool done = encoding == string->encoding ? copyOut(string->bytes, buffer, bufferSize)
-                                                   : convertOut(string->bytes, string->encoding,
-                                                                encoding, buffer, bufferSize);
+  if (string != nullptr && platform::isKnownEncoding(encoding) && !containsNul(string->bytes)) {
+    const bool done = encoding == string->encoding ? copyTo(string->bytes, buffer, bufferSize)
+                                                   : convertTo(string->bytes, string->encoding,
+                                                               encoding, buffer, bufferSize);
     if (done) return true;
   }
   buffer[0] = '\0';
@@ -181,7 +182,7 @@ CFStringRef __CFStringMakeConstantString(const char* text) {
     const bool isUtf8 = isWellFormed(text, kCFStringEncodingUTF8);
     auto* const constant =
         new __CFString(text, isUtf8 ? kCFStringEncodingUTF8 : kCFStringEncodingMacRoman);
-    constant->liveForEver();
+    constant->makeImmortal();
     entry->second = constant;
     return constant;
   } catch (const std::bad_alloc&) {

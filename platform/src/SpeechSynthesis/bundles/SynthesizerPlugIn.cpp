@@ -77,7 +77,7 @@ OSErr SynthesizerPlugIn::useVoice(SpeechChannelIdentifier channel, const Voice& 
   const Owned bundle(CFBundleCreate(kCFAllocatorDefault, url.get()));
   if (!bundle) return voiceNotFound;
   VoiceSpec spec = voice.spec;
-  return translated(m_entryPoints.useVoice(channel, &spec, bundle.get()));
+  return toClientResult(m_entryPoints.useVoice(channel, &spec, bundle.get()));
 }
 
 }  // namespace platform

@@ -7,7 +7,7 @@
 #include <system_error>
 #include <utility>
 
-#include "SpeechSynthesis/bundles/Places.h"
+#include "SpeechSynthesis/bundles/SearchPaths.h"
 
 namespace platform {
 namespace {
@@ -27,7 +27,7 @@ OSType creatorOf(const SynthesizerPlugIn& plugIn, SpeechChannelIdentifier channe
   return version.synthSubType;
 }
 
-std::string listed(const std::vector<fs::path>& folders) {
+std::string joinNames(const std::vector<fs::path>& folders) {
   std::string names;
   for (const fs::path& folder : folders) {
     if (!names.empty()) names += ", ";
@@ -36,7 +36,7 @@ std::string listed(const std::vector<fs::path>& folders) {
   return names;
 }
 
-std::string characters(OSType code) {
+std::string printableCode(OSType code) {
   std::string text;
   for (const unsigned shift : {24U, 16U, 8U, 0U}) {
     const char character = static_cast<char>((code >> shift) & 0xFFU);
@@ -53,11 +53,11 @@ Synthesizers& Synthesizers::shared() {
 }
 
 std::vector<fs::path> Synthesizers::searchFolders() {
-  std::vector<fs::path> folders = foldersFromEnvironment("SPEECH_SYNTHESIZER_PATH");
+  std::vector<fs::path> folders = foldersInVariable("SPEECH_SYNTHESIZER_PATH");
   if (const fs::path data = userDataFolder(); !data.empty()) {
     folders.push_back(data / KAVREL_SYNTHESIZERS_SUBDIR);
   }
-  const fs::path library = libraryFolder();
+  const fs::path library = managerLibraryFolder();
   if (!library.empty()) folders.push_back(library / KAVREL_SYNTHESIZERS_SUBDIR);
   return folders;
 }
@@ -72,13 +72,13 @@ OSErr Synthesizers::open(OSType creator, OpenedChannel& opened) {
     return result == noErr ? OSErr{noErr} : OSErr{synthOpenFailed};
   }
   bool someFailed = false;
-  for (const fs::path& file : newFiles()) {
-    const Tried tried = tryFile(file, creator, opened);
-    if (tried == Tried::Opened) return noErr;
-    someFailed = someFailed || tried == Tried::Unusable;
+  for (const fs::path& file : listUntriedFiles()) {
+    const TryResult result = tryFile(file, creator, opened);
+    if (result == TryResult::Opened) return noErr;
+    someFailed = someFailed || result == TryResult::Unusable;
   }
-  report("There is no synthesizer for voices of \"" + characters(creator) + "\" in " +
-         listed(searchFolders()));
+  report("There is no synthesizer for voices of \"" + printableCode(creator) + "\" in " +
+         joinNames(searchFolders()));
   return someFailed ? OSErr{synthOpenFailed} : OSErr{noSynthFound};
 }
 
@@ -91,7 +91,7 @@ const SynthesizerPlugIn* Synthesizers::find(OSType creator) {
 
 // The libraries in the folders that have not been tried, in the order of the folders, and of their
 // names in each.
-std::vector<fs::path> Synthesizers::newFiles() {
+std::vector<fs::path> Synthesizers::listUntriedFiles() {
   std::vector<fs::path> files;
   for (const fs::path& folder : searchFolders()) {
     std::error_code failure;
@@ -110,21 +110,21 @@ std::vector<fs::path> Synthesizers::newFiles() {
   return files;
 }
 
-Synthesizers::Tried Synthesizers::tryFile(const fs::path& file, OSType creator,
-                                          OpenedChannel& opened) {
+Synthesizers::TryResult Synthesizers::tryFile(const fs::path& file, OSType creator,
+                                              OpenedChannel& opened) {
   std::unique_ptr<const SynthesizerPlugIn> plugIn;
   try {
     plugIn = std::make_unique<SynthesizerPlugIn>(file);
   } catch (const PlugInError& reason) {
     m_seen.push_back(file);
     report(reason.what());
-    return Tried::OfOthers;
+    return TryResult::OfOthers;
   }
   SpeechChannelIdentifier channel = 0;
   if (plugIn->call().openSpeechChannel(&channel) != noErr) {
     // Another time it may.
     report("The synthesizer " + file.string() + " cannot open a channel");
-    return Tried::Unusable;
+    return TryResult::Unusable;
   }
   m_seen.push_back(file);
   const OSType its = creatorOf(*plugIn, channel);
@@ -133,10 +133,10 @@ Synthesizers::Tried Synthesizers::tryFile(const fs::path& file, OSType creator,
   m_loaded.push_back({its, std::move(plugIn)});
   if (its == creator) {
     opened = {kept, channel};
-    return Tried::Opened;
+    return TryResult::Opened;
   }
   kept->call().closeSpeechChannel(channel);
-  return Tried::OfOthers;
+  return TryResult::OfOthers;
 }
 
 }  // namespace platform

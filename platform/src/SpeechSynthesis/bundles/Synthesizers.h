@@ -46,11 +46,11 @@ class Synthesizers {
     OSType creator;
     std::unique_ptr<const SynthesizerPlugIn> plugIn;
   };
-  enum class Tried { Opened, OfOthers, Unusable };
+  enum class TryResult { Opened, OfOthers, Unusable };
 
   const SynthesizerPlugIn* find(OSType creator);
-  std::vector<std::filesystem::path> newFiles();
-  Tried tryFile(const std::filesystem::path& file, OSType creator, OpenedChannel& opened);
+  std::vector<std::filesystem::path> listUntriedFiles();
+  TryResult tryFile(const std::filesystem::path& file, OSType creator, OpenedChannel& opened);
 
   std::mutex m_lock;
   // Below: with m_lock.

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <system_error>
 
-#include "SpeechSynthesis/bundles/Places.h"
+#include "SpeechSynthesis/bundles/SearchPaths.h"
 #include "SpeechSynthesis/bundles/VoiceDescriptionReader.h"
 
 namespace platform {
@@ -20,7 +20,7 @@ bool sameVoice(const VoiceSpec& a, const VoiceSpec& b) {
   return a.creator == b.creator && a.id == b.id;
 }
 
-void reportLeftOut(const fs::path& bundle, const char* reason) {
+void reportSkipped(const fs::path& bundle, const char* reason) {
   std::fprintf(stderr, "Voice %s is left out: %s.\n", bundle.c_str(), reason);
 }
 
@@ -37,11 +37,11 @@ const VoiceCatalogue& VoiceCatalogue::shared() {
 }
 
 std::vector<fs::path> VoiceCatalogue::searchFolders() {
-  std::vector<fs::path> folders = foldersFromEnvironment("SPEECH_VOICE_PATH");
+  std::vector<fs::path> folders = foldersInVariable("SPEECH_VOICE_PATH");
   if (const fs::path data = userDataFolder(); !data.empty()) {
     folders.push_back(data / KAVREL_VOICES_SUBDIR);
   }
-  const fs::path library = libraryFolder();
+  const fs::path library = managerLibraryFolder();
   if (library.empty()) return folders;
   // Where the data folder stands to the library's folder, in the build tree and in an installation.
   for (const char* const data : {"../share", KAVREL_DATA_FROM_LIB}) {
@@ -90,13 +90,13 @@ void VoiceCatalogue::addBundle(const fs::path& bundle) {
       // A voice in an earlier folder is meant to stand in for this one; in the same it is a
       // mistake.
       if (earlier->bundle.parent_path() == bundle.parent_path()) {
-        reportLeftOut(bundle, ("its identifier is taken by " + earlier->bundle.string()).c_str());
+        reportSkipped(bundle, ("its identifier is taken by " + earlier->bundle.string()).c_str());
       }
       return;
     }
     m_voices.push_back(std::move(voice));
-  } catch (const BrokenBundle& reason) {
-    reportLeftOut(bundle, reason.what());
+  } catch (const BundleError& reason) {
+    reportSkipped(bundle, reason.what());
   }
 }
 

@@ -28,9 +28,9 @@ class PropertyList {
  public:
   explicit PropertyList(const fs::path& file) {
     const pugi::xml_parse_result parsed = m_document.load_file(file.c_str());
-    if (!parsed) throw BrokenBundle("Info.plist cannot be read: " + describe(parsed));
+    if (!parsed) throw BundleError("Info.plist cannot be read: " + describe(parsed));
     m_dictionary = m_document.child("plist").child("dict");
-    if (!m_dictionary) throw BrokenBundle("Info.plist has no dictionary");
+    if (!m_dictionary) throw BundleError("Info.plist has no dictionary");
   }
 
   std::optional<std::string> optionalText(const char* key) const {
@@ -42,7 +42,7 @@ class PropertyList {
 
   std::string text(const char* key) const {
     const auto value = optionalText(key);
-    if (!value) throw BrokenBundle(missing(key));
+    if (!value) throw BundleError(missing(key));
     return *value;
   }
 
@@ -55,7 +55,7 @@ class PropertyList {
     std::int64_t number = 0;
     const auto [end, error] = std::from_chars(digits.begin(), digits.end(), number);
     if (error == std::errc::result_out_of_range || number < smallest || number > largest) {
-      throw BrokenBundle(std::string(key) + " is out of range");
+      throw BundleError(std::string(key) + " is out of range");
     }
     if (error != std::errc() || end != digits.end()) throw wrongType(key, "an integer");
     return number;
@@ -63,7 +63,7 @@ class PropertyList {
 
   std::int64_t number(const char* key, std::int64_t smallest, std::int64_t largest) const {
     const auto value = optionalNumber(key, smallest, largest);
-    if (!value) throw BrokenBundle(missing(key));
+    if (!value) throw BundleError(missing(key));
     return *value;
   }
 
@@ -72,8 +72,8 @@ class PropertyList {
     return std::string(result.description()) + " at byte " + std::to_string(result.offset);
   }
   static std::string missing(const char* key) { return std::string(key) + " is missing"; }
-  static BrokenBundle wrongType(const char* key, const char* type) {
-    return BrokenBundle(std::string(key) + " is not " + type);
+  static BundleError wrongType(const char* key, const char* type) {
+    return BundleError(std::string(key) + " is not " + type);
   }
 
   // The element behind <key>; empty when there is none.
@@ -95,17 +95,17 @@ class PropertyList {
 
 fs::path propertyListOf(const fs::path& bundle) {
   std::error_code failure;
-  for (const char* const place : {"Info.plist", "Contents/Info.plist"}) {
-    fs::path file = bundle / place;
+  for (const char* const name : {"Info.plist", "Contents/Info.plist"}) {
+    fs::path file = bundle / name;
     if (fs::is_regular_file(file, failure)) return file;
   }
-  throw BrokenBundle("there is no Info.plist in it");
+  throw BundleError("there is no Info.plist in it");
 }
 
 OSType fourCharCode(const std::string& text, const char* key) {
   const auto isAscii = [](char c) { return c >= ' ' && c <= '~'; };
   if (text.size() != 4 || !std::all_of(text.begin(), text.end(), isAscii)) {
-    throw BrokenBundle(std::string(key) + " is not four ASCII characters");
+    throw BundleError(std::string(key) + " is not four ASCII characters");
   }
   OSType code = 0;
   for (const char c : text) code = (code << 8U) | static_cast<std::uint8_t>(c);
@@ -116,7 +116,7 @@ SInt16 genderOf(const std::string& text) {
   if (text == "male") return kMale;
   if (text == "female") return kFemale;
   if (text == "neuter") return kNeuter;
-  throw BrokenBundle("VoiceGender is not male, female or neuter");
+  throw BundleError("VoiceGender is not male, female or neuter");
 }
 
 struct LocaleCodes {
@@ -149,7 +149,7 @@ void checkLocale(const std::string& locale) {
   const auto isUpper = [](char c) { return c >= 'A' && c <= 'Z'; };
   if (locale.size() != 5 || !isLower(locale[0]) || !isLower(locale[1]) || locale[2] != '_' ||
       !isUpper(locale[3]) || !isUpper(locale[4])) {
-    throw BrokenBundle("VoiceLocaleIdentifier is not a locale such as en_US");
+    throw BundleError("VoiceLocaleIdentifier is not a locale such as en_US");
   }
 }
 
@@ -169,8 +169,8 @@ void storePascal(const std::string& text, unsigned char* destination, std::size_
   std::string converted(room, '\0');
   if (!string || !CFStringGetCString(string.get(), converted.data(), static_cast<CFIndex>(room),
                                      kCFStringEncodingMacRoman)) {
-    throw BrokenBundle(std::string(key) + " is not at most " + std::to_string(room - 1) +
-                       " characters of Mac OS Roman");
+    throw BundleError(std::string(key) + " is not at most " + std::to_string(room - 1) +
+                      " characters of Mac OS Roman");
   }
   const std::size_t length = std::strlen(converted.c_str());
   destination[0] = static_cast<unsigned char>(length);
@@ -181,7 +181,7 @@ void storePascal(const std::string& text, unsigned char* destination, std::size_
 
 Voice readVoice(const fs::path& bundle) {
   std::error_code failure;
-  if (!fs::is_directory(bundle, failure)) throw BrokenBundle("it is not a folder");
+  if (!fs::is_directory(bundle, failure)) throw BundleError("it is not a folder");
   const PropertyList list(propertyListOf(bundle));
 
   Voice voice{};
@@ -199,7 +199,7 @@ Voice readVoice(const fs::path& bundle) {
   description.version =
       static_cast<SInt32>(list.optionalNumber("VoiceVersion", 0, kLargest).value_or(0));
   const std::string name = list.text("VoiceName");
-  if (name.empty()) throw BrokenBundle("VoiceName is empty");
+  if (name.empty()) throw BundleError("VoiceName is empty");
   storePascal(name, description.name, sizeof description.name, "VoiceName");
   storePascal(list.optionalText("VoiceDemoText").value_or(""), description.comment,
               sizeof description.comment, "VoiceDemoText");

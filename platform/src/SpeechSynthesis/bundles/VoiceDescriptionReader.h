@@ -12,12 +12,12 @@
 namespace platform {
 
 // Why a bundle cannot be used, for people.
-class BrokenBundle : public std::runtime_error {
+class BundleError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
-// The voice in the folder `bundle`. Throws BrokenBundle.
+// The voice in the folder `bundle`. Throws BundleError.
 Voice readVoice(const std::filesystem::path& bundle);
 
 }  // namespace platform

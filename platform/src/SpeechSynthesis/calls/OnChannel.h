@@ -14,7 +14,7 @@ namespace platform {
 // is none.
 template <typename Work>
 OSErr onChannel(SpeechChannel chan, Work work) {
-  return guarded([&]() -> OSErr {
+  return resultOf([&]() -> OSErr {
     const std::shared_ptr<Channel> channel = ChannelRegistry::shared().find(chan);
     return channel ? work(*channel) : OSErr{invalidComponentID};
   });

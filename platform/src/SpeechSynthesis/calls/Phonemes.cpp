@@ -154,7 +154,7 @@ class ScratchChannel {
   OSErr useVoice(const Voice& voice) { return m_plugIn.useVoice(m_identifier, voice); }
 
   OSErr speak(std::string text) {
-    return translated(
+    return toClientResult(
         m_plugIn.call().speakBuffer(m_identifier, text.data(), static_cast<long>(text.size()), 0));
   }
 

@@ -10,7 +10,7 @@
 namespace platform {
 
 // What a synthesizer answers as clients know it.
-inline OSErr translated(long result) {
+inline OSErr toClientResult(long result) {
   constexpr long kRefused = -1;
   if (result == kRefused) return synthNotReady;
   // A synthesizer's name for "no such channel"; the channel was disposed meanwhile.
@@ -20,7 +20,7 @@ inline OSErr translated(long result) {
 
 // What `work` answers, or the result that stands for the exception it ended with.
 template <typename Work>
-OSErr guarded(Work work) {
+OSErr resultOf(Work work) {
   try {
     return work();
   } catch (const std::bad_alloc&) {

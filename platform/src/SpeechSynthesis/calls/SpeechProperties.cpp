@@ -97,17 +97,17 @@ const std::array<Mode, 5>& modes() {
 
 // An object that is being made; throws std::bad_alloc for null.
 template <typename Ref>
-Owned<Ref> made(Ref object) {
+Owned<Ref> ownOrThrow(Ref object) {
   if (object == nullptr) throw std::bad_alloc();
   return Owned<Ref>(object);
 }
 
-Owned<CFNumberRef> number(long value) {
-  return made(CFNumberCreate(kCFAllocatorDefault, kCFNumberLongType, &value));
+Owned<CFNumberRef> createNumber(long value) {
+  return ownOrThrow(CFNumberCreate(kCFAllocatorDefault, kCFNumberLongType, &value));
 }
 
-Owned<CFStringRef> string(std::string_view text) {
-  return made(
+Owned<CFStringRef> createString(std::string_view text) {
+  return ownOrThrow(
       CFStringCreateWithBytes(kCFAllocatorDefault, reinterpret_cast<const UInt8*>(text.data()),
                               static_cast<CFIndex>(text.size()), kCFStringEncodingMacRoman, false));
 }
@@ -115,15 +115,15 @@ Owned<CFStringRef> string(std::string_view text) {
 class Dictionary {
  public:
   Dictionary()
-      : m_dictionary(
-            made(CFDictionaryCreateMutable(kCFAllocatorDefault, 0, &kCFTypeDictionaryKeyCallBacks,
-                                           &kCFTypeDictionaryValueCallBacks))) {}
+      : m_dictionary(ownOrThrow(CFDictionaryCreateMutable(kCFAllocatorDefault, 0,
+                                                          &kCFTypeDictionaryKeyCallBacks,
+                                                          &kCFTypeDictionaryValueCallBacks))) {}
   Dictionary& add(CFStringRef key, long value) {
-    CFDictionarySetValue(m_dictionary.get(), key, number(value).get());
+    CFDictionarySetValue(m_dictionary.get(), key, createNumber(value).get());
     return *this;
   }
   Dictionary& add(CFStringRef key, std::string_view text) {
-    CFDictionarySetValue(m_dictionary.get(), key, string(text).get());
+    CFDictionarySetValue(m_dictionary.get(), key, createString(text).get());
     return *this;
   }
   // For the caller to release.
@@ -147,7 +147,8 @@ std::string versionText(const NumVersion& version) {
 }
 
 CFTypeRef copySymbols() {
-  const Owned array = made(CFArrayCreateMutable(kCFAllocatorDefault, 0, &kCFTypeArrayCallBacks));
+  const Owned array =
+      ownOrThrow(CFArrayCreateMutable(kCFAllocatorDefault, 0, &kCFTypeArrayCallBacks));
   long opcode = 0;
   for (const platform::PhonemeSymbol& row : kPhonemeSymbols) {
     Dictionary info;
@@ -196,13 +197,14 @@ CFTypeRef copyMode(OSType code) {
   for (const Mode& mode : modes()) {
     if (mode.code == code) return CFRetain(mode.name);
   }
-  return CFRetain(string(fourCharacters(code)).get());
+  return CFRetain(createString(fourCharacters(code)).get());
 }
 
 CFTypeRef copyFixed(Fixed fixed) {
   constexpr double kOne = 65536;
   const double value = fixed / kOne;
-  return CFRetain(made(CFNumberCreate(kCFAllocatorDefault, kCFNumberDoubleType, &value)).get());
+  return CFRetain(
+      ownOrThrow(CFNumberCreate(kCFAllocatorDefault, kCFNumberDoubleType, &value)).get());
 }
 
 CFTypeRef copySynthesizer(const SpeechVersionInfo& info) {
@@ -221,7 +223,7 @@ CFTypeRef copyVoice(const VoiceSpec& spec) {
 }
 
 CFTypeRef copySync(OSType message) {
-  return CFRetain(number(static_cast<long>(message)).get());
+  return CFRetain(createNumber(static_cast<long>(message)).get());
 }
 
 OSErr copyProperty(Channel& channel, const Property& property, CFTypeRef* object) {

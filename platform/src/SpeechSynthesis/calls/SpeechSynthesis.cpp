@@ -20,9 +20,9 @@ namespace {
 
 using platform::Channel;
 using platform::ChannelRegistry;
-using platform::guarded;
 using platform::onChannel;
 using platform::OpenedChannel;
+using platform::resultOf;
 using platform::Synthesizers;
 using platform::Voice;
 using platform::VoiceCatalogue;
@@ -63,7 +63,7 @@ OSErr MakeVoiceSpec(OSType creator, OSType id, VoiceSpec* voice) {
 
 OSErr CountVoices(SInt16* numVoices) {
   if (numVoices == nullptr) return paramErr;
-  return guarded([&]() -> OSErr {
+  return resultOf([&]() -> OSErr {
     constexpr std::size_t kMost = std::numeric_limits<SInt16>::max();
     *numVoices = static_cast<SInt16>(std::min(VoiceCatalogue::shared().voices().size(), kMost));
     return noErr;
@@ -72,7 +72,7 @@ OSErr CountVoices(SInt16* numVoices) {
 
 OSErr GetIndVoice(SInt16 index, VoiceSpec* voice) {
   if (voice == nullptr) return paramErr;
-  return guarded([&]() -> OSErr {
+  return resultOf([&]() -> OSErr {
     const auto& voices = VoiceCatalogue::shared().voices();
     if (index < 1 || static_cast<std::size_t>(index) > voices.size()) return voiceNotFound;
     *voice = voices[static_cast<std::size_t>(index) - 1].spec;
@@ -82,7 +82,7 @@ OSErr GetIndVoice(SInt16 index, VoiceSpec* voice) {
 
 OSErr GetVoiceDescription(const VoiceSpec* voice, VoiceDescription* info, long infoLength) {
   if (infoLength < 0) return paramErr;
-  return guarded([&]() -> OSErr {
+  return resultOf([&]() -> OSErr {
     const Voice* const found = voiceOf(voice);
     if (found == nullptr) return voiceNotFound;
     if (info == nullptr) return noErr;
@@ -96,7 +96,7 @@ OSErr GetVoiceDescription(const VoiceSpec* voice, VoiceDescription* info, long i
 
 OSErr GetVoiceInfo(const VoiceSpec* voice, OSType selector, void* voiceInfo) {
   if (voiceInfo == nullptr) return paramErr;
-  return guarded([&]() -> OSErr {
+  return resultOf([&]() -> OSErr {
     const Voice* const found = voiceOf(voice);
     if (found == nullptr) return voiceNotFound;
     switch (selector) {
@@ -118,7 +118,7 @@ OSErr GetVoiceInfo(const VoiceSpec* voice, OSType selector, void* voiceInfo) {
 OSErr NewSpeechChannel(VoiceSpec* voice, SpeechChannel* chan) {
   if (chan == nullptr) return paramErr;
   *chan = nullptr;
-  return guarded([&]() -> OSErr {
+  return resultOf([&]() -> OSErr {
     const Voice* const found = voiceOf(voice);
     if (found == nullptr) return voiceNotFound;
     std::shared_ptr<Channel> channel;
@@ -139,7 +139,7 @@ OSErr NewSpeechChannel(VoiceSpec* voice, SpeechChannel* chan) {
 }
 
 OSErr DisposeSpeechChannel(SpeechChannel chan) {
-  return guarded([&]() -> OSErr {
+  return resultOf([&]() -> OSErr {
     const auto channel = ChannelRegistry::shared().remove(chan);
     if (!channel) return invalidComponentID;
     channel->close();
@@ -182,7 +182,7 @@ SInt16 SpeechBusySystemWide() {
 
 SInt16 SpeechBusy() {
   SInt16 active = 0;
-  guarded([&]() -> OSErr {
+  resultOf([&]() -> OSErr {
     for (const auto& channel : ChannelRegistry::shared().all()) {
       if (channel->isActive() && active < std::numeric_limits<SInt16>::max()) ++active;
     }

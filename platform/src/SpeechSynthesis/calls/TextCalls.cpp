@@ -30,7 +30,7 @@ SpeechChannel takeStringChannel() {
   return std::exchange(g_stringChannel, nullptr);
 }
 
-void stringIsSpoken(SpeechChannel channel, SRefCon /*refCon*/) {
+void finishString(SpeechChannel channel, SRefCon /*refCon*/) {
   {
     const std::lock_guard held(g_stringLock);
     if (g_stringChannel == channel) g_stringChannel = nullptr;
@@ -55,22 +55,22 @@ OSErr phonemesOf(Channel& channel, const std::string& text, std::string& phoneme
 // ---- Dictionaries
 
 // The head of a 'dict' resource; numbers with the most significant byte first.
-constexpr std::size_t kByteCountPlace = 0;
-constexpr std::size_t kMarkPlace = 4;
+constexpr std::size_t kByteCountOffset = 0;
+constexpr std::size_t kMarkOffset = 4;
 constexpr long kSmallestDictionary = 8;
 constexpr UInt32 kDictionaryMark = 0x64696374;  // 'dict'
 
-UInt32 numberAt(const char* bytes, std::size_t place) {
+UInt32 numberAt(const char* bytes, std::size_t offset) {
   UInt32 number = 0;
   for (std::size_t i = 0; i < sizeof number; ++i) {
-    number = (number << 8U) | static_cast<unsigned char>(bytes[place + i]);
+    number = (number << 8U) | static_cast<unsigned char>(bytes[offset + i]);
   }
   return number;
 }
 
 bool isDictionary(const char* bytes, long size) {
-  return size >= kSmallestDictionary && numberAt(bytes, kMarkPlace) == kDictionaryMark &&
-         static_cast<long>(numberAt(bytes, kByteCountPlace)) <= size;
+  return size >= kSmallestDictionary && numberAt(bytes, kMarkOffset) == kDictionaryMark &&
+         static_cast<long>(numberAt(bytes, kByteCountOffset)) <= size;
 }
 
 bool isOfType(CFTypeRef object, CFTypeID type) {
@@ -116,9 +116,9 @@ OSErr SpeakString(ConstStr255Param textToBeSpoken) {
     const std::lock_guard held(g_stringLock);
     g_stringChannel = channel;
   }
-  SetSpeechInfo(channel, soSpeechDoneCallBack, reinterpret_cast<const void*>(stringIsSpoken));
+  SetSpeechInfo(channel, soSpeechDoneCallBack, reinterpret_cast<const void*>(finishString));
   result = SpeakText(channel, textToBeSpoken + 1, textToBeSpoken[0]);
-  if (result != noErr) stringIsSpoken(channel, nullptr);
+  if (result != noErr) finishString(channel, nullptr);
   return result;
 }
 

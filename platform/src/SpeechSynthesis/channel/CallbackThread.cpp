@@ -45,21 +45,21 @@ void CallbackThread::endAtExit() {
 }
 
 void CallbackThread::post(std::shared_ptr<ReportReceiver> receiver, const Report& report) {
-  Place place;
-  place.push_back({std::move(receiver), report});
-  post(std::move(place));
+  ReportList reports;
+  reports.push_back({std::move(receiver), report});
+  post(std::move(reports));
 }
 
-void CallbackThread::post(Place&& place) noexcept {
+void CallbackThread::post(ReportList&& reports) noexcept {
   const std::lock_guard held(m_lock);
-  m_queue.splice(m_queue.end(), place);
-  startHeld();
+  m_queue.splice(m_queue.end(), reports);
+  startIfNeeded();
   m_posted.notify_one();
 }
 
 bool CallbackThread::start() noexcept {
   const std::lock_guard held(m_lock);
-  return startHeld();
+  return startIfNeeded();
 }
 
 bool CallbackThread::isCurrent() const {
@@ -73,7 +73,7 @@ void CallbackThread::waitForReportTo(const ReportReceiver& receiver) {
   m_delivered.wait(held, [&] { return m_current != &receiver; });
 }
 
-bool CallbackThread::startHeld() noexcept {
+bool CallbackThread::startIfNeeded() noexcept {
   if (m_started) return true;
   try {
     startThread([this] { run(); });
@@ -90,12 +90,12 @@ void CallbackThread::run() {
   while (!m_ended) {
     m_posted.wait(held, [this] { return !m_queue.empty() || m_ended; });
     if (m_ended) break;
-    Place next;
+    ReportList next;
     next.splice(next.begin(), m_queue, m_queue.begin());
-    const Entry& entry = next.front();
-    m_current = entry.receiver.get();
+    const QueuedReport& queued = next.front();
+    m_current = queued.receiver.get();
     held.unlock();
-    entry.receiver->deliver(entry.report);
+    queued.receiver->deliver(queued.report);
     held.lock();
     m_current = nullptr;
     m_delivered.notify_all();

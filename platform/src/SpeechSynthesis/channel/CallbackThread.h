@@ -46,15 +46,15 @@ class CallbackThread {
   static CallbackThread& shared();
 
   // A place for one report, made in advance: posting it cannot fail for want of memory.
-  struct Entry {
+  struct QueuedReport {
     std::shared_ptr<ReportReceiver> receiver;
     Report report;
   };
-  using Place = std::list<Entry>;
+  using ReportList = std::list<QueuedReport>;
 
   // Throws std::bad_alloc.
   void post(std::shared_ptr<ReportReceiver> receiver, const Report& report);
-  void post(Place&& place) noexcept;
+  void post(ReportList&& reports) noexcept;
 
   // Starts the thread if it is not there. False: the system has none to give; the next post tries
   // again.
@@ -70,7 +70,7 @@ class CallbackThread {
   static void makeForChild();
   static void endAtExit();
 
-  bool startHeld() noexcept;
+  bool startIfNeeded() noexcept;
   void run();
   void end();
 
@@ -78,7 +78,7 @@ class CallbackThread {
   // Below: with m_lock.
   std::condition_variable m_posted;     // the queue is not empty any more
   std::condition_variable m_delivered;  // m_current became null
-  Place m_queue;
+  ReportList m_queue;
   const ReportReceiver* m_current = nullptr;  // who is being told
   std::thread::id m_thread;
   bool m_started = false;

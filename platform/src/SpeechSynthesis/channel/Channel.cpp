@@ -94,11 +94,11 @@ void Channel::close() {
     m_isDisposed = true;
     m_phase = Phase::Idle;
     // It keeps the channel.
-    m_donePlace.clear();
+    m_doneReport.clear();
     m_jobEnded.notify_all();
   }
-  m_turns.forgetQueued();
-  m_turns.doOrQueue(shared_from_this(), [this] {
+  m_calls.dropQueued();
+  m_calls.runOrQueue(shared_from_this(), [this] {
     try {
       m_plugIn.call().closeSpeechChannel(m_identifier);
     } catch (...) {
@@ -136,18 +136,18 @@ OSErr Channel::setInfo(OSType selector, const void* value) {
     case soOutputToFileWithCFURL:
       return setOutputFile(static_cast<CFURLRef>(value));
     case soReset:
-      return inTurnOrQueued([](Channel& channel) { return channel.set(soReset, nullptr); });
+      return runOrQueue([](Channel& channel) { return channel.set(soReset, nullptr); });
     case kExactPositions:
       return noErr;  // on for every channel
     default:
       break;
   }
   if (size == 0) {
-    return inTurn([&](const auto&, auto) { return set(selector, value); });
+    return callInTurn([&](const auto&, auto) { return set(selector, value); });
   }
   ValueCopy copy;
   std::memcpy(copy.bytes.data(), value, size);
-  return inTurnOrQueued(
+  return runOrQueue(
       [selector, copy](Channel& channel) { return channel.set(selector, copy.bytes.data()); });
 }
 
@@ -169,15 +169,15 @@ OSErr Channel::getInfo(OSType selector, void* value) {
       return noErr;
     }
     default:
-      return inTurn([=](const SynthesizerPlugIn& plugIn, SpeechChannelIdentifier identifier) {
-        return translated(plugIn.call().getSpeechInfo(identifier, selector, value));
+      return callInTurn([=](const SynthesizerPlugIn& plugIn, SpeechChannelIdentifier identifier) {
+        return toClientResult(plugIn.call().getSpeechInfo(identifier, selector, value));
       });
   }
 }
 
 OSErr Channel::useDictionary(void* dictionary, long bytes) {
-  return inTurn([=](const SynthesizerPlugIn& plugIn, SpeechChannelIdentifier identifier) {
-    return translated(plugIn.call().useDictionary(identifier, dictionary, bytes));
+  return callInTurn([=](const SynthesizerPlugIn& plugIn, SpeechChannelIdentifier identifier) {
+    return toClientResult(plugIn.call().useDictionary(identifier, dictionary, bytes));
   });
 }
 
@@ -208,11 +208,11 @@ OSType Channel::creator() const {
 
 // Does `work` in its turn; when that would have to wait for a place in the speech, the work is
 // queued, and the answer is noErr.
-OSErr Channel::inTurnOrQueued(std::function<OSErr(Channel&)> work) {
+OSErr Channel::runOrQueue(std::function<OSErr(Channel&)> work) {
   // Shared, since queued work outlives this call.
   const auto result = std::make_shared<OSErr>(OSErr{noErr});
-  m_turns.doOrQueue(shared_from_this(),
-                    [this, result, work = std::move(work)] { *result = work(*this); });
+  m_calls.runOrQueue(shared_from_this(),
+                     [this, result, work = std::move(work)] { *result = work(*this); });
   return *result;
 }
 
@@ -238,7 +238,7 @@ OSErr Channel::readErrors(SpeechErrorInfo& errors) {
 }
 
 OSErr Channel::set(OSType selector, const void* value) const {
-  return translated(
+  return toClientResult(
       m_plugIn.call().setSpeechInfo(m_identifier, selector, const_cast<void*>(value)));
 }
 
@@ -275,7 +275,7 @@ OSErr Channel::setCurrentVoice(const VoiceSpec& spec) {
   const Voice* const voice = VoiceCatalogue::shared().find(spec);
   if (voice == nullptr) return voiceNotFound;
   if (voice->spec.creator != creator()) return incompatibleVoice;
-  return inTurnOrQueued([voice](Channel& channel) { return channel.useVoice(*voice); });
+  return runOrQueue([voice](Channel& channel) { return channel.useVoice(*voice); });
 }
 
 // Refused here when the synthesizer could not take it: it would keep something for a path even so.
@@ -286,7 +286,7 @@ OSErr Channel::setOutputFile(CFURLRef url) {
   }
   CFRetain(url);
   const std::shared_ptr<const void> kept(url, CFRelease);
-  return inTurnOrQueued(
+  return runOrQueue(
       [kept](Channel& channel) { return channel.set(soOutputToFileWithCFURL, kept.get()); });
 }
 

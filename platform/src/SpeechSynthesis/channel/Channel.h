@@ -14,9 +14,9 @@
 // synthesizer has it. A stop makes the channel idle; the job's speech-done follows.
 //
 // Threads: all functions may be called on any thread and inside any callback. Calls of the
-// synthesizer are made in turn (Turns.h), and none while m_lock is held; no client is called under
-// any lock. Reports are posted under m_lock, so that they come in the order of what they tell.
-// Results of the synthesizer are translated; exceptions of it pass.
+// synthesizer are made in turn (CallQueue.h), and none while m_lock is held; no client is called
+// under any lock. Reports are posted under m_lock, so that they come in the order of what they
+// tell. Results of the synthesizer are translated; exceptions of it pass.
 #pragma once
 
 #include <ApplicationServices/SpeechSynthesis.h>
@@ -29,9 +29,9 @@
 
 #include "SpeechSynthesis/bundles/SynthesizerPlugIn.h"
 #include "SpeechSynthesis/bundles/VoiceCatalogue.h"
+#include "SpeechSynthesis/channel/CallQueue.h"
 #include "SpeechSynthesis/channel/CallbackThread.h"
 #include "SpeechSynthesis/channel/CallerText.h"
-#include "SpeechSynthesis/channel/Turns.h"
 
 namespace platform {
 
@@ -83,9 +83,9 @@ class Channel final : public ReportReceiver, public std::enable_shared_from_this
 
   // Does `work` with the synthesizer's channel in its turn.
   template <typename Work>
-  OSErr inTurn(Work work) {
+  OSErr callInTurn(Work work) {
     OSErr result = noErr;
-    m_turns.doNow([&] { result = work(m_plugIn, m_identifier); });
+    m_calls.runNow([&] { result = work(m_plugIn, m_identifier); });
     return result;
   }
 
@@ -94,11 +94,11 @@ class Channel final : public ReportReceiver, public std::enable_shared_from_this
   OSType creator() const;
 
   // What the synthesizer reports; called by the trampolines.
-  void jobHasEnded();
-  void syncReached(OSType message);
-  void wordReached(unsigned long position, UInt16 length);
-  void phonemeReached(SInt16 opcode);
-  void errorMet(OSErr error, long position);
+  void handleJobEnd();
+  void handleSync(OSType message);
+  void handleWord(unsigned long position, UInt16 length);
+  void handlePhoneme(SInt16 opcode);
+  void handleError(OSErr error, long position);
 
   void deliver(const Report& report) override;
 
@@ -108,25 +108,25 @@ class Channel final : public ReportReceiver, public std::enable_shared_from_this
   // Results as of speak(). All to be called in turn.
   OSErr begin(CallerText text, SInt32 flags);
   OSErr startSpeaking();
-  OSErr stopInTurn(SInt32 where);
-  OSErr pauseInTurn(SInt32 where);
-  OSErr resumeInTurn();
-  OSErr stopNow();
-  void stopAtPlace(SInt32 where);
+  OSErr performStop(SInt32 where);
+  OSErr performPause(SInt32 where);
+  OSErr performResume();
+  OSErr stopImmediately();
+  void stopAtBoundary(SInt32 where);
   bool waitForEndOfJob();
-  void settle();
+  void clearStalePause();
   OSErr acceptJob(CallerText text, SInt32 flags);
   OSErr speakInPlugIn();
 
-  OSErr inTurnOrQueued(std::function<OSErr(Channel&)> work);
+  OSErr runOrQueue(std::function<OSErr(Channel&)> work);
   OSErr startReadyJob();
   void reportFailure(OSErr error);
   void reportUnbegunJob(OSErr error);
-  void gatherMore(const ClientCallbacks& callbacks, const Report& report);
-  bool gatheringIsOver(const Report& report, const void* piece, unsigned long bytes);
-  void tell(const ClientCallbacks& callbacks, const Report& report);
-  void tellWord(const ClientCallbacks& callbacks, const Report& report);
-  void tellError(const ClientCallbacks& callbacks, const Report& report);
+  void askForMoreText(const ClientCallbacks& callbacks, const Report& report);
+  bool appendPiece(const Report& report, const void* piece, unsigned long bytes);
+  void callClient(const ClientCallbacks& callbacks, const Report& report);
+  void callWordCallbacks(const ClientCallbacks& callbacks, const Report& report);
+  void callErrorCallbacks(const ClientCallbacks& callbacks, const Report& report);
 
   OSErr set(OSType selector, const void* value) const;
   OSErr setCallback(OSType selector, const void* value);
@@ -139,12 +139,12 @@ class Channel final : public ReportReceiver, public std::enable_shared_from_this
   void post(const Report& report) noexcept;
   bool endUnspokenJob();
   void noteError(OSErr error, long position);
-  CallbackThread::Place takeDonePlace();
+  CallbackThread::ReportList takeDoneReport();
 
   const SynthesizerPlugIn& m_plugIn;
   const SpeechChannelIdentifier m_identifier;
   const SpeechChannel m_handle;
-  Turns m_turns;
+  CallQueue m_calls;
 
   mutable std::mutex m_lock;
   // Below: with m_lock.
@@ -157,9 +157,9 @@ class Channel final : public ReportReceiver, public std::enable_shared_from_this
   SInt32 m_flags = 0;
   unsigned long m_wordPosition = 0;  // of its last word, in bytes
   SInt16 m_phonemeCode = 0;
-  bool m_isOwedEnd = false;           // the synthesizer has a job whose end has not been reported
-  bool m_isStopPending = false;       // a stop waits for its place
-  CallbackThread::Place m_donePlace;  // of the last job's speech-done, until it is posted
+  bool m_isOwedEnd = false;      // the synthesizer has a job whose end has not been reported
+  bool m_isStopPending = false;  // a stop waits for its place
+  CallbackThread::ReportList m_doneReport;  // of the last job's speech-done, until it is posted
   bool m_isDisposed = false;
   ClientCallbacks m_callbacks;
   OSType m_recentSync = 0;

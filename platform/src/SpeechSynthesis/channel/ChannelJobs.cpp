@@ -18,7 +18,7 @@ namespace {
 // How long the end of a stopped job is waited for.
 constexpr std::chrono::seconds kEndOfJobLimit{1};
 
-bool isPlace(SInt32 where) {
+bool isStopBoundary(SInt32 where) {
   return where == kImmediate || where == kEndOfWord || where == kEndOfSentence;
 }
 
@@ -31,8 +31,8 @@ OSErr Channel::speak(CallerText text, SInt32 flags) {
   const auto begun = std::make_shared<CallerText>(std::move(text));
   const auto result = std::make_shared<OSErr>(OSErr{noErr});
   const std::thread::id caller = std::this_thread::get_id();
-  m_turns.doOrQueue(shared_from_this(), [this, begun, result, flags, caller] {
-    const OSErr answer = guarded([&] { return begin(std::move(*begun), flags); });
+  m_calls.runOrQueue(shared_from_this(), [this, begun, result, flags, caller] {
+    const OSErr answer = resultOf([&] { return begin(std::move(*begun), flags); });
     if (answer == noErr) return;
     if (std::this_thread::get_id() == caller) {
       *result = answer;
@@ -48,22 +48,22 @@ OSErr Channel::speak(CallerText text, SInt32 flags) {
 }
 
 OSErr Channel::stop(SInt32 where) {
-  if (!isPlace(where)) return paramErr;
+  if (!isStopBoundary(where)) return paramErr;
   {
     const std::lock_guard held(m_lock);
     // Whatever still comes of the speech until the stop can be made is not reported.
     if (m_isStopPending && where == kImmediate) m_silencedJob = m_job;
   }
-  return inTurnOrQueued([where](Channel& channel) { return channel.stopInTurn(where); });
+  return runOrQueue([where](Channel& channel) { return channel.performStop(where); });
 }
 
 OSErr Channel::pause(SInt32 where) {
-  if (!isPlace(where)) return paramErr;
-  return inTurnOrQueued([where](Channel& channel) { return channel.pauseInTurn(where); });
+  if (!isStopBoundary(where)) return paramErr;
+  return runOrQueue([where](Channel& channel) { return channel.performPause(where); });
 }
 
 OSErr Channel::resume() {
-  return inTurnOrQueued([](Channel& channel) { return channel.resumeInTurn(); });
+  return runOrQueue([](Channel& channel) { return channel.performResume(); });
 }
 
 // ---- In turn: beginning
@@ -71,16 +71,16 @@ OSErr Channel::resume() {
 OSErr Channel::begin(CallerText text, SInt32 flags) {
   if (isActive()) {
     if ((flags & kNoSpeechInterrupt) != 0) return synthNotReady;
-    if (const OSErr result = stopInTurn(kImmediate); result != noErr) return result;
+    if (const OSErr result = performStop(kImmediate); result != noErr) return result;
   }
-  settle();
+  clearStalePause();
   if (!waitForEndOfJob()) return synthNotReady;
   return acceptJob(std::move(text), flags);
 }
 
 // A synthesizer that was asked to pause at the very end of a job may take itself for paused, with
 // nothing to go on with. Stopped, it is ready again.
-void Channel::settle() {
+void Channel::clearStalePause() {
   SpeechStatusInfo status{};
   if (m_plugIn.call().speechStatus(m_identifier, &status) != noErr) return;
   if (status.outputBusy == 0 && status.outputPaused == 0) return;
@@ -105,13 +105,14 @@ OSErr Channel::acceptJob(CallerText text, SInt32 flags) {
     const std::lock_guard held(m_lock);
     if (m_isDisposed) return invalidComponentID;
     // What may fail comes first.
-    CallbackThread::Place donePlace{{shared_from_this(), {Report::Kind::SpeechDone, m_job + 1}}};
+    CallbackThread::ReportList doneReport{
+        {shared_from_this(), {Report::Kind::SpeechDone, m_job + 1}}};
     const bool gathers = m_callbacks.textDone != nullptr && !text.isString();
     if (gathers) {
       CallbackThread::shared().post(shared_from_this(), {Report::Kind::TextDone, m_job + 1});
     }
     ++m_job;
-    m_donePlace = std::move(donePlace);
+    m_doneReport = std::move(doneReport);
     m_text = std::move(text);
     m_flags = flags;
     m_wordPosition = 0;
@@ -123,7 +124,7 @@ OSErr Channel::acceptJob(CallerText text, SInt32 flags) {
   const OSErr result = startSpeaking();
   if (result != noErr) {
     const std::lock_guard held(m_lock);
-    m_donePlace.clear();
+    m_doneReport.clear();
   }
   return result;
 }
@@ -137,7 +138,7 @@ OSErr Channel::startSpeaking() {
     m_phase = Phase::Speaking;
     m_isOwedEnd = true;
   }
-  const OSErr result = guarded([this] { return speakInPlugIn(); });
+  const OSErr result = resultOf([this] { return speakInPlugIn(); });
   if (result == noErr) return noErr;
   const std::lock_guard held(m_lock);
   m_phase = Phase::Idle;
@@ -160,13 +161,13 @@ OSErr Channel::speakInPlugIn() {
     m_plugIn.call().getSpeechInfo(m_identifier, soCharacterMode, &characters);
     if (input == modeText && characters == modeNormal) text = withoutEndingProsody(text);
   }
-  return translated(m_plugIn.call().speakBuffer(m_identifier, text.data(),
-                                                static_cast<long>(text.size()), flags));
+  return toClientResult(m_plugIn.call().speakBuffer(m_identifier, text.data(),
+                                                    static_cast<long>(text.size()), flags));
 }
 
 // ---- In turn: stopping and pausing
 
-OSErr Channel::stopInTurn(SInt32 where) {
+OSErr Channel::performStop(SInt32 where) {
   bool atOnce = where == kImmediate;
   {
     const std::unique_lock held(m_lock);
@@ -175,20 +176,20 @@ OSErr Channel::stopInTurn(SInt32 where) {
     atOnce = atOnce || m_isPaused;
     if (!atOnce) m_isStopPending = true;
   }
-  if (atOnce) return stopNow();
+  if (atOnce) return stopImmediately();
   try {
-    m_turns.queue(shared_from_this(), [this, where] { stopAtPlace(where); });
+    m_calls.queue(shared_from_this(), [this, where] { stopAtBoundary(where); });
   } catch (const std::exception&) {
     // Without a thread the caller waits.
-    stopAtPlace(where);
+    stopAtBoundary(where);
   }
   return noErr;
 }
 
 // Returns when the place is reached.
-void Channel::stopAtPlace(SInt32 where) {
-  guarded([&] {
-    return translated(
+void Channel::stopAtBoundary(SInt32 where) {
+  resultOf([&] {
+    return toClientResult(
         m_plugIn.call().stopSpeechAt(m_identifier, static_cast<unsigned long>(where)));
   });
   const std::lock_guard held(m_lock);
@@ -196,8 +197,8 @@ void Channel::stopAtPlace(SInt32 where) {
   if (m_phase == Phase::Speaking) m_phase = Phase::Idle;
 }
 
-OSErr Channel::stopNow() {
-  const OSErr result = translated(m_plugIn.call().stopSpeechAt(m_identifier, kImmediate));
+OSErr Channel::stopImmediately() {
+  const OSErr result = toClientResult(m_plugIn.call().stopSpeechAt(m_identifier, kImmediate));
   if (result != noErr) return result;
   const std::lock_guard held(m_lock);
   m_phase = Phase::Idle;
@@ -205,7 +206,7 @@ OSErr Channel::stopNow() {
   return noErr;
 }
 
-OSErr Channel::pauseInTurn(SInt32 where) {
+OSErr Channel::performPause(SInt32 where) {
   {
     const std::lock_guard held(m_lock);
     // Asked to pause an idle channel, a synthesizer would take it for paused.
@@ -215,15 +216,15 @@ OSErr Channel::pauseInTurn(SInt32 where) {
       return noErr;
     }
   }
-  const OSErr result =
-      translated(m_plugIn.call().pauseSpeechAt(m_identifier, static_cast<unsigned long>(where)));
+  const OSErr result = toClientResult(
+      m_plugIn.call().pauseSpeechAt(m_identifier, static_cast<unsigned long>(where)));
   const std::lock_guard held(m_lock);
   if (result == noErr && m_phase == Phase::Speaking) m_isPaused = true;
   // A job that has ended meanwhile has nothing to pause.
   return m_phase == Phase::Idle ? OSErr{noErr} : result;
 }
 
-OSErr Channel::resumeInTurn() {
+OSErr Channel::performResume() {
   bool isReady = false;
   {
     const std::lock_guard held(m_lock);
@@ -232,7 +233,7 @@ OSErr Channel::resumeInTurn() {
     if (m_phase != Phase::Speaking) m_isPaused = false;
   }
   if (isReady) return startReadyJob();
-  const OSErr result = translated(m_plugIn.call().continueSpeech(m_identifier));
+  const OSErr result = toClientResult(m_plugIn.call().continueSpeech(m_identifier));
   const std::lock_guard held(m_lock);
   if (result == noErr) m_isPaused = false;
   return m_phase == Phase::Idle ? OSErr{noErr} : result;
@@ -252,7 +253,7 @@ void Channel::reportFailure(OSErr error) {
   noteError(error, 0);
   report.job = m_job;
   post(report);
-  CallbackThread::shared().post(takeDonePlace());
+  CallbackThread::shared().post(takeDoneReport());
 }
 
 // A text that was queued has been answered with noErr: what keeps it from being spoken is told as
@@ -260,7 +261,7 @@ void Channel::reportFailure(OSErr error) {
 void Channel::reportUnbegunJob(OSErr error) {
   {
     const std::lock_guard held(m_lock);
-    m_donePlace = {{shared_from_this(), {Report::Kind::SpeechDone, ++m_job}}};
+    m_doneReport = {{shared_from_this(), {Report::Kind::SpeechDone, ++m_job}}};
   }
   reportFailure(error);
 }
@@ -272,24 +273,24 @@ bool Channel::endUnspokenJob() {
   if (m_phase != Phase::Gathering && m_phase != Phase::Ready) return false;
   m_phase = Phase::Idle;
   m_silencedJob = m_job;
-  CallbackThread::shared().post(takeDonePlace());
+  CallbackThread::shared().post(takeDoneReport());
   return true;
 }
 
 void Channel::noteError(OSErr error, long position) {
-  const auto place =
+  const auto offset =
       static_cast<SInt32>(std::clamp<long>(position, 0, std::numeric_limits<SInt32>::max()));
   if (m_errors.count == 0) {
     m_errors.oldest = error;
-    m_errors.oldPos = place;
+    m_errors.oldPos = offset;
   }
   m_errors.newest = error;
-  m_errors.newPos = place;
+  m_errors.newPos = offset;
   if (m_errors.count < std::numeric_limits<SInt16>::max()) ++m_errors.count;
 }
 
-CallbackThread::Place Channel::takeDonePlace() {
-  return std::exchange(m_donePlace, {});
+CallbackThread::ReportList Channel::takeDoneReport() {
+  return std::exchange(m_doneReport, {});
 }
 
 }  // namespace platform

@@ -23,18 +23,18 @@ constexpr std::size_t kLongestText = std::numeric_limits<SInt32>::max();
 
 // ---- On the synthesizer's threads
 
-void Channel::jobHasEnded() {
+void Channel::handleJobEnd() {
   const std::lock_guard held(m_lock);
   if (!m_isOwedEnd) return;
   m_isOwedEnd = false;
   if (m_phase == Phase::Speaking) m_phase = Phase::Idle;
   // Posted under the lock, as every report is: whoever waits for this begins the next job.
-  CallbackThread::shared().post(takeDonePlace());
-  m_turns.noLongerWaits();
+  CallbackThread::shared().post(takeDoneReport());
+  m_calls.markWaitOver();
   m_jobEnded.notify_all();
 }
 
-void Channel::syncReached(OSType message) {
+void Channel::handleSync(OSType message) {
   Report report{Report::Kind::Sync, 0};
   report.value = message;
   const std::lock_guard held(m_lock);
@@ -44,7 +44,7 @@ void Channel::syncReached(OSType message) {
   post(report);
 }
 
-void Channel::wordReached(unsigned long position, UInt16 length) {
+void Channel::handleWord(unsigned long position, UInt16 length) {
   Report report{Report::Kind::Word, 0};
   const std::lock_guard held(m_lock);
   if (!m_isOwedEnd) return;
@@ -59,7 +59,7 @@ void Channel::wordReached(unsigned long position, UInt16 length) {
   post(report);
 }
 
-void Channel::phonemeReached(SInt16 opcode) {
+void Channel::handlePhoneme(SInt16 opcode) {
   Report report{Report::Kind::Phoneme, 0};
   report.code = opcode;
   const std::lock_guard held(m_lock);
@@ -70,7 +70,7 @@ void Channel::phonemeReached(SInt16 opcode) {
   post(report);
 }
 
-void Channel::errorMet(OSErr error, long position) {
+void Channel::handleError(OSErr error, long position) {
   Report report{Report::Kind::Error, 0};
   report.code = error;
   report.position = position;
@@ -100,14 +100,14 @@ void Channel::deliver(const Report& report) {
     callbacks = m_callbacks;
   }
   if (report.kind == Report::Kind::TextDone) {
-    gatherMore(callbacks, report);
+    askForMoreText(callbacks, report);
   } else {
-    tell(callbacks, report);
+    callClient(callbacks, report);
   }
 }
 
 // An exception that leaves a client's function ends the process.
-void Channel::tell(const ClientCallbacks& callbacks, const Report& report) {
+void Channel::callClient(const ClientCallbacks& callbacks, const Report& report) {
   switch (report.kind) {
     case Report::Kind::SpeechDone:
       if (callbacks.speechDone != nullptr) callbacks.speechDone(m_handle, callbacks.refCon);
@@ -119,15 +119,15 @@ void Channel::tell(const ClientCallbacks& callbacks, const Report& report) {
       if (callbacks.phoneme != nullptr) callbacks.phoneme(m_handle, callbacks.refCon, report.code);
       return;
     case Report::Kind::Word:
-      return tellWord(callbacks, report);
+      return callWordCallbacks(callbacks, report);
     case Report::Kind::Error:
-      return tellError(callbacks, report);
+      return callErrorCallbacks(callbacks, report);
     case Report::Kind::TextDone:
       return;
   }
 }
 
-void Channel::tellWord(const ClientCallbacks& callbacks, const Report& report) {
+void Channel::callWordCallbacks(const ClientCallbacks& callbacks, const Report& report) {
   if (callbacks.word != nullptr) {
     constexpr long kMost = std::numeric_limits<UInt16>::max();
     callbacks.word(m_handle, callbacks.refCon, static_cast<unsigned long>(report.position),
@@ -143,7 +143,7 @@ void Channel::tellWord(const ClientCallbacks& callbacks, const Report& report) {
   callbacks.wordCF(m_handle, callbacks.refCon, text.get(), {report.position, report.length});
 }
 
-void Channel::tellError(const ClientCallbacks& callbacks, const Report& report) {
+void Channel::callErrorCallbacks(const ClientCallbacks& callbacks, const Report& report) {
   if (callbacks.error != nullptr) {
     callbacks.error(m_handle, callbacks.refCon, report.code, report.position);
   }
@@ -160,7 +160,7 @@ void Channel::tellError(const ClientCallbacks& callbacks, const Report& report) 
 
 // Asks the client for one more piece. Each is asked for by a report of its own, so that a client
 // that always has more to say leaves the others their turn.
-void Channel::gatherMore(const ClientCallbacks& callbacks, const Report& report) {
+void Channel::askForMoreText(const ClientCallbacks& callbacks, const Report& report) {
   SInt32 flags = 0;
   {
     const std::lock_guard held(m_lock);
@@ -171,14 +171,14 @@ void Channel::gatherMore(const ClientCallbacks& callbacks, const Report& report)
   if (callbacks.textDone != nullptr) {
     callbacks.textDone(m_handle, callbacks.refCon, &piece, &bytes, &flags);
   }
-  if (!gatheringIsOver(report, piece, bytes)) return;
-  guarded([this]() -> OSErr {
-    return inTurnOrQueued([](Channel& channel) { return channel.startReadyJob(); });
+  if (!appendPiece(report, piece, bytes)) return;
+  resultOf([this]() -> OSErr {
+    return runOrQueue([](Channel& channel) { return channel.startReadyJob(); });
   });
 }
 
 // Adds the piece and asks for the next one. True when this was the last and the text is ready.
-bool Channel::gatheringIsOver(const Report& report, const void* piece, unsigned long bytes) {
+bool Channel::appendPiece(const Report& report, const void* piece, unsigned long bytes) {
   const std::lock_guard held(m_lock);
   // The client may have stopped the speech, or begun another, meanwhile.
   if (m_phase != Phase::Gathering || report.job != m_job) return false;

@@ -9,7 +9,7 @@ namespace platform::trampolines {
 namespace {
 
 template <typename Work>
-void onChannel(SRefCon handle, Work work) {
+void withChannel(SRefCon handle, Work work) {
   const auto channel = ChannelRegistry::shared().find(static_cast<SpeechChannel>(handle));
   if (channel) work(*channel);
 }
@@ -17,24 +17,24 @@ void onChannel(SRefCon handle, Work work) {
 }  // namespace
 
 void speechDone(SpeechChannel /*identifier*/, SRefCon handle) noexcept {
-  onChannel(handle, [](Channel& channel) { channel.jobHasEnded(); });
+  withChannel(handle, [](Channel& channel) { channel.handleJobEnd(); });
 }
 
 void sync(SpeechChannel /*identifier*/, SRefCon handle, OSType message) noexcept {
-  onChannel(handle, [=](Channel& channel) { channel.syncReached(message); });
+  withChannel(handle, [=](Channel& channel) { channel.handleSync(message); });
 }
 
 void error(SpeechChannel /*identifier*/, SRefCon handle, OSErr problem, long bytePos) noexcept {
-  onChannel(handle, [=](Channel& channel) { channel.errorMet(problem, bytePos); });
+  withChannel(handle, [=](Channel& channel) { channel.handleError(problem, bytePos); });
 }
 
 void phoneme(SpeechChannel /*identifier*/, SRefCon handle, SInt16 opcode) noexcept {
-  onChannel(handle, [=](Channel& channel) { channel.phonemeReached(opcode); });
+  withChannel(handle, [=](Channel& channel) { channel.handlePhoneme(opcode); });
 }
 
 void word(SpeechChannel /*identifier*/, SRefCon handle, unsigned long wordPos,
           UInt16 wordLen) noexcept {
-  onChannel(handle, [=](Channel& channel) { channel.wordReached(wordPos, wordLen); });
+  withChannel(handle, [=](Channel& channel) { channel.handleWord(wordPos, wordLen); });
 }
 
 }  // namespace platform::trampolines

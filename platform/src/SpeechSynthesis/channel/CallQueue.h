@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Turns: the order of what is done on one channel.
+// CallQueue: the order of what is done on one channel.
 //
 // A synthesizer's calls on a channel are made one at a time. They are made by whoever asks, on the
 // asker's own thread, except one that waits for a place in the speech: that one is made on a thread
 // of the Manager's, and while it waits, what is asked after it queues up behind it and is done on
 // the same thread. The thread exists only while there is something to do.
 //
-// Work is waiting from when it is queued until noLongerWaits().
+// Work is waiting from when it is queued until markWaitOver().
 //
 // Threads: all functions may be called on any thread, but not from inside what they are doing.
 #pragma once
@@ -20,33 +20,33 @@
 
 namespace platform {
 
-class Turns {
+class CallQueue {
  public:
   using Work = std::function<void()>;
 
   // Does `work` on this thread, after what is queued. Passes its exceptions on.
-  void doNow(const Work& work);
+  void runNow(const Work& work);
 
   // The same; but while other work is waiting, `work` goes to the end of the queue, and the result
   // is false. Exceptions of queued work end there. `owner`, which these turns belong to, is kept
   // until then.
-  bool doOrQueue(const std::shared_ptr<void>& owner, const Work& work);
+  bool runOrQueue(const std::shared_ptr<void>& owner, const Work& work);
 
   // Queues `work`, which is going to wait. Throws std::system_error when there is no thread to be
   // had; nothing is queued then.
   void queue(const std::shared_ptr<void>& owner, Work work);
 
   // What was waited for has happened: the work is over in a moment.
-  void noLongerWaits();
+  void markWaitOver();
 
   // Forgets what is queued, but for what has begun.
-  void forgetQueued();
+  void dropQueued();
 
  private:
-  class Turn;
+  class CallGuard;
 
-  void queueHeld(const std::shared_ptr<void>& owner, Work work);
-  void run();
+  void enqueue(const std::shared_ptr<void>& owner, Work work);
+  void runQueue();
 
   std::mutex m_lock;
   // Below: with m_lock.

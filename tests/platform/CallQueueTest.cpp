@@ -8,18 +8,18 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "SpeechSynthesis/channel/Turns.h"
+#include "SpeechSynthesis/channel/CallQueue.h"
 
 namespace {
 
-using platform::Turns;
+using platform::CallQueue;
 using testing::ElementsAre;
 
-class TurnsTest : public testing::Test {
+class CallQueueTest : public testing::Test {
  protected:
   // Queues work that waits until the promise is kept.
   void queueWaiting() {
-    m_turns->queue(m_turns, [this] {
+    m_calls->queue(m_calls, [this] {
       m_waits.set_value();
       m_released.get_future().wait();
       m_done.emplace_back("waiting");
@@ -30,62 +30,62 @@ class TurnsTest : public testing::Test {
     return [this, name] { m_done.push_back(name); };
   }
 
-  std::shared_ptr<Turns> m_turns = std::make_shared<Turns>();
+  std::shared_ptr<CallQueue> m_calls = std::make_shared<CallQueue>();
   std::promise<void> m_waits;
   std::promise<void> m_released;
   std::vector<std::string> m_done;  // in turn
 };
 
-TEST_F(TurnsTest, DoTheWorkOnTheCallersThreadWhenNothingIsQueued) {
+TEST_F(CallQueueTest, DoTheWorkOnTheCallersThreadWhenNothingIsQueued) {
   std::thread::id here;
-  EXPECT_TRUE(m_turns->doOrQueue(m_turns, [&] { here = std::this_thread::get_id(); }));
+  EXPECT_TRUE(m_calls->runOrQueue(m_calls, [&] { here = std::this_thread::get_id(); }));
   EXPECT_EQ(here, std::this_thread::get_id());
 }
 
-TEST_F(TurnsTest, QueueTheWorkBehindWorkThatWaits) {
+TEST_F(CallQueueTest, QueueTheWorkBehindWorkThatWaits) {
   queueWaiting();
-  EXPECT_FALSE(m_turns->doOrQueue(m_turns, note("one")));
-  EXPECT_FALSE(m_turns->doOrQueue(m_turns, note("two")));
+  EXPECT_FALSE(m_calls->runOrQueue(m_calls, note("one")));
+  EXPECT_FALSE(m_calls->runOrQueue(m_calls, note("two")));
   m_released.set_value();
-  m_turns->doNow(note("three"));
+  m_calls->runNow(note("three"));
   EXPECT_THAT(m_done, ElementsAre("waiting", "one", "two", "three"));
 }
 
-TEST_F(TurnsTest, DoTheWorkHereOnceNothingWaitsAnyMore) {
+TEST_F(CallQueueTest, DoTheWorkHereOnceNothingWaitsAnyMore) {
   queueWaiting();
-  m_turns->noLongerWaits();
+  m_calls->markWaitOver();
   std::jthread releasing([this] { m_released.set_value(); });
-  EXPECT_TRUE(m_turns->doOrQueue(m_turns, note("one")));
+  EXPECT_TRUE(m_calls->runOrQueue(m_calls, note("one")));
   EXPECT_THAT(m_done, ElementsAre("waiting", "one"));
 }
 
-TEST_F(TurnsTest, ForgetWhatHasNotBegun) {
+TEST_F(CallQueueTest, ForgetWhatHasNotBegun) {
   queueWaiting();
-  EXPECT_FALSE(m_turns->doOrQueue(m_turns, note("one")));
-  m_turns->forgetQueued();
-  EXPECT_FALSE(m_turns->doOrQueue(m_turns, note("two")));
+  EXPECT_FALSE(m_calls->runOrQueue(m_calls, note("one")));
+  m_calls->dropQueued();
+  EXPECT_FALSE(m_calls->runOrQueue(m_calls, note("two")));
   m_released.set_value();
-  m_turns->doNow([] {});
+  m_calls->runNow([] {});
   EXPECT_THAT(m_done, ElementsAre("waiting", "two"));
 }
 
-TEST_F(TurnsTest, GoOnAfterAnException) {
-  EXPECT_THROW(m_turns->doNow([] { throw std::runtime_error("now"); }), std::runtime_error);
+TEST_F(CallQueueTest, GoOnAfterAnException) {
+  EXPECT_THROW(m_calls->runNow([] { throw std::runtime_error("now"); }), std::runtime_error);
   queueWaiting();
-  EXPECT_FALSE(m_turns->doOrQueue(m_turns, [] { throw std::runtime_error("queued"); }));
+  EXPECT_FALSE(m_calls->runOrQueue(m_calls, [] { throw std::runtime_error("queued"); }));
   m_released.set_value();
-  m_turns->doNow(note("after"));
+  m_calls->runNow(note("after"));
   EXPECT_THAT(m_done, ElementsAre("waiting", "after"));
 }
 
-TEST_F(TurnsTest, AreTakenOneAtATime) {
+TEST_F(CallQueueTest, AreTakenOneAtATime) {
   int running = 0;
   int most = 0;
   std::vector<std::jthread> threads;
   for (int i = 0; i < 4; ++i) {
     threads.emplace_back([&] {
-      for (int turn = 0; turn < 200; ++turn) {
-        m_turns->doOrQueue(m_turns, [&] {
+      for (int call = 0; call < 200; ++call) {
+        m_calls->runOrQueue(m_calls, [&] {
           most = std::max(most, ++running);
           --running;
         });

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "SpeechSynthesis/bundles/Places.h"
+#include "SpeechSynthesis/bundles/SearchPaths.h"
 
 #include <cstdlib>
 #include <string_view>
@@ -9,9 +9,9 @@
 
 namespace platform {
 
-std::filesystem::path libraryFolder() {
+std::filesystem::path managerLibraryFolder() {
   Dl_info found{};
-  if (dladdr(reinterpret_cast<const void*>(&libraryFolder), &found) == 0) return {};
+  if (dladdr(reinterpret_cast<const void*>(&managerLibraryFolder), &found) == 0) return {};
   if (found.dli_fname == nullptr) return {};
   std::error_code failure;
   const std::filesystem::path library = std::filesystem::canonical(found.dli_fname, failure);
@@ -29,7 +29,7 @@ std::filesystem::path userDataFolder() {
   return home.empty() ? home : home / ".local/share";
 }
 
-std::vector<std::filesystem::path> foldersFromEnvironment(const char* variable) {
+std::vector<std::filesystem::path> foldersInVariable(const char* variable) {
   std::vector<std::filesystem::path> folders;
   const char* const value = std::getenv(variable);
   if (value == nullptr) return folders;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "SpeechSynthesis/channel/Turns.h"
+#include "SpeechSynthesis/channel/CallQueue.h"
 
 #include <utility>
 
@@ -8,67 +8,67 @@
 namespace platform {
 
 // Has the turn for as long as it lives, without the lock.
-class Turns::Turn {
+class CallQueue::CallGuard {
  public:
-  Turn(Turns& turns, std::unique_lock<std::mutex>& held) : m_turns(turns), m_held(held) {
-    m_turns.m_isTaken = true;
+  CallGuard(CallQueue& calls, std::unique_lock<std::mutex>& held) : m_calls(calls), m_held(held) {
+    m_calls.m_isTaken = true;
     m_held.unlock();
   }
-  ~Turn() {
+  ~CallGuard() {
     m_held.lock();
-    m_turns.m_isTaken = false;
-    m_turns.m_changed.notify_all();
+    m_calls.m_isTaken = false;
+    m_calls.m_changed.notify_all();
   }
-  Turn(const Turn&) = delete;
-  Turn& operator=(const Turn&) = delete;
+  CallGuard(const CallGuard&) = delete;
+  CallGuard& operator=(const CallGuard&) = delete;
 
  private:
-  Turns& m_turns;
+  CallQueue& m_calls;
   std::unique_lock<std::mutex>& m_held;
 };
 
-void Turns::doNow(const Work& work) {
+void CallQueue::runNow(const Work& work) {
   std::unique_lock held(m_lock);
   m_changed.wait(held, [this] { return !m_isTaken && !m_isQueued; });
-  const Turn turn(*this, held);
+  const CallGuard guard(*this, held);
   work();
 }
 
-bool Turns::doOrQueue(const std::shared_ptr<void>& owner, const Work& work) {
+bool CallQueue::runOrQueue(const std::shared_ptr<void>& owner, const Work& work) {
   std::unique_lock held(m_lock);
   m_changed.wait(held, [this] { return m_isWaiting || (!m_isTaken && !m_isQueued); });
   if (m_isWaiting) {
-    queueHeld(owner, work);
+    enqueue(owner, work);
     return false;
   }
-  const Turn turn(*this, held);
+  const CallGuard guard(*this, held);
   work();
   return true;
 }
 
-void Turns::queue(const std::shared_ptr<void>& owner, Work work) {
+void CallQueue::queue(const std::shared_ptr<void>& owner, Work work) {
   const std::lock_guard held(m_lock);
-  queueHeld(owner, std::move(work));
+  enqueue(owner, std::move(work));
   m_isWaiting = true;
   m_changed.notify_all();
 }
 
-void Turns::noLongerWaits() {
+void CallQueue::markWaitOver() {
   const std::lock_guard held(m_lock);
   m_isWaiting = false;
 }
 
-void Turns::forgetQueued() {
+void CallQueue::dropQueued() {
   const std::lock_guard held(m_lock);
   m_queue.clear();
 }
 
-void Turns::queueHeld(const std::shared_ptr<void>& owner, Work work) {
+void CallQueue::enqueue(const std::shared_ptr<void>& owner, Work work) {
   m_queue.push_back(std::move(work));
   if (m_isQueued) return;
   try {
-    // The thread keeps the owner, and these turns with it.
-    startThread([this, owner] { run(); });
+    // The thread keeps the owner, and these queue with it.
+    startThread([this, owner] { runQueue(); });
   } catch (...) {
     m_queue.pop_back();
     throw;
@@ -76,14 +76,14 @@ void Turns::queueHeld(const std::shared_ptr<void>& owner, Work work) {
   m_isQueued = true;
 }
 
-void Turns::run() {
+void CallQueue::runQueue() {
   std::unique_lock held(m_lock);
   while (!m_queue.empty()) {
     m_changed.wait(held, [this] { return !m_isTaken; });
     if (m_queue.empty()) break;
     const Work work = std::move(m_queue.front());
     m_queue.pop_front();
-    const Turn turn(*this, held);
+    const CallGuard guard(*this, held);
     try {
       work();
     } catch (...) {
