@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// CFObject: what all Core Foundation objects have in common, and their concrete types.
+// CFObject: the common base of all Core Foundation objects, and their concrete types.
 //
-// An object is born with a count of one, is immutable, and deletes itself when its count reaches
-// zero. The pointers that clients hold point at the CFObject part, which every type has first.
+// Ownership: an object starts with a reference count of 1 and deletes itself when the count reaches
+// 0. The pointers that clients hold point to the CFObject part, which is the first part of every
+// type. Threads: counting is atomic; objects are immutable, except that arrays and dictionaries may
+// change while one thread uses them. The class names are the tags of the public typedefs.
 #pragma once
 
 #include <CoreFoundation/CFBase.h>
@@ -17,7 +19,7 @@
 
 namespace platform {
 
-// The numbers that CFGetTypeID gives.
+// The values that CFGetTypeID returns.
 enum class CFType : CFTypeID { String = 1, URL, Bundle, Number, Boolean, Array, Dictionary, Error };
 
 class CFObject {
@@ -29,20 +31,21 @@ class CFObject {
 
   void release() const {
     if (m_immortal) return;
-    // What other holders did with the object happens before its end.
+    // acq_rel: what other owners did with the object happens before its destruction.
     if (m_count.fetch_sub(1, std::memory_order_acq_rel) == 1) delete this;
   }
 
   CFIndex count() const { return m_count.load(std::memory_order_relaxed); }
   CFType type() const { return m_type; }
 
-  // For an object that nobody else has yet: no number of releases ends it.
+  // Keeps the object until the process exits, whatever its count. Call it before anyone else has
+  // the object.
   void makeImmortal() { m_immortal = true; }
 
-  // One line without its end, for CFShow.
+  // One line of text without a line feed, for CFShow.
   virtual std::string description() const = 0;
 
-  // `other` is another object of the same type.
+  // Compares values. `other` is a different object of the same type.
   virtual bool equals(const CFObject& /*other*/) const { return false; }
 
  protected:
@@ -55,7 +58,8 @@ class CFObject {
   bool m_immortal = false;
 };
 
-// A counted reference that ends with its scope; adopts what a Create or Copy function returned.
+// RAII reference: adopts what a Create or Copy function returned and releases it at the end of the
+// scope. May be null.
 template <typename Ref>
 class Owned {
  public:
@@ -85,7 +89,7 @@ struct __CFString final : platform::CFObject {
   std::string description() const override;
   bool equals(const CFObject& other) const override;
 
-  const std::string bytes;  // in `encoding`; of a path, any bytes
+  const std::string bytes;  // in `encoding`; for a path any bytes
   const CFStringEncoding encoding;
 };
 
@@ -101,7 +105,7 @@ struct __CFURL final : platform::CFObject {
 };
 
 struct __CFBundle final : platform::CFObject {
-  // Takes over one count of `itsUrl`.
+  // Adopts one reference to `itsUrl`.
   explicit __CFBundle(CFURLRef itsUrl) : CFObject(platform::CFType::Bundle), url(itsUrl) {}
   std::string description() const override;
 
@@ -132,6 +136,7 @@ struct __CFArray final : platform::CFObject {
   ~__CFArray() override;
   std::string description() const override;
   bool equals(const CFObject& other) const override;
+  // Throws std::bad_alloc; the array is unchanged then.
   void append(const void* value);
 
   const bool countsValues;
@@ -150,10 +155,11 @@ struct __CFDictionary final : platform::CFObject {
   ~__CFDictionary() override;
   std::string description() const override;
   bool equals(const CFObject& other) const override;
-  // Null: there is no such key.
+  // Null if there is no such key. Linear search.
   const KeyValue* find(const void* key) const;
-  // `key` is not there.
+  // `key` must not exist. Throws std::bad_alloc; the dictionary is unchanged then.
   void add(const void* key, const void* value);
+  // No effect if there is no such key.
   void remove(const void* key);
 
   const bool countsKeys;
@@ -162,7 +168,7 @@ struct __CFDictionary final : platform::CFObject {
 };
 
 struct __CFError final : platform::CFObject {
-  // Takes over one count of each; `itsInfo` is not null.
+  // Adopts one reference to each; `itsInfo` is not null.
   __CFError(CFStringRef itsDomain, CFIndex itsCode, CFDictionaryRef itsInfo)
       : CFObject(platform::CFType::Error), domain(itsDomain), code(itsCode), info(itsInfo) {}
   std::string description() const override;

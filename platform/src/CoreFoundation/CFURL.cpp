@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// CFURL: paths as bytes, with the working directory of their making when they are relative.
+// CFURL: a path as bytes, and for a relative path the working directory at its creation.
 #include <CoreFoundation/CFURL.h>
 
 #include <cstring>
@@ -13,7 +13,7 @@
 
 namespace {
 
-// The working directory; empty when there is none.
+// Empty if there is no working directory, for example because it was removed.
 std::string workingDirectory() {
   std::error_code failure;
   const std::filesystem::path directory = std::filesystem::current_path(failure);
@@ -25,6 +25,8 @@ std::string_view withoutSlashesAtEnd(std::string_view path) {
   return path;
 }
 
+// Null if the path is empty or contains a NUL, without a working directory for a relative path, or
+// if out of memory.
 CFURLRef create(std::string_view path) {
   if (path.empty() || path.find('\0') != std::string_view::npos) return nullptr;
   try {
@@ -39,6 +41,7 @@ CFURLRef create(std::string_view path) {
   }
 }
 
+// Writes `path` and a NUL. Returns false, with nothing written, if they do not fit.
 bool write(std::string_view path, UInt8* buffer, CFIndex size) {
   if (static_cast<CFIndex>(path.size()) >= size) return false;
   std::memcpy(buffer, path.data(), path.size());
@@ -63,7 +66,7 @@ CFURLRef CFURLCreateWithFileSystemPath(CFAllocatorRef /*allocator*/, CFStringRef
   if (path == nullptr || style != kCFURLPOSIXPathStyle) return nullptr;
   if (path->encoding == CFStringGetSystemEncoding()) return create(path->bytes);
   try {
-    // No character of the other encodings takes more than three bytes.
+    // In UTF-8, a character of the other encodings has at most three bytes.
     std::string bytes(path->bytes.size() * 3 + 1, '\0');
     if (!CFStringGetCString(path, bytes.data(), static_cast<CFIndex>(bytes.size()),
                             CFStringGetSystemEncoding())) {
