@@ -14,11 +14,13 @@ std::filesystem::path managerLibraryFolder() {
   if (dladdr(reinterpret_cast<const void*>(&managerLibraryFolder), &found) == 0) return {};
   if (found.dli_fname == nullptr) return {};
   std::error_code failure;
+  // canonical: data folders are found relative to the real file, not to a link to it.
   const std::filesystem::path library = std::filesystem::canonical(found.dli_fname, failure);
   return failure ? std::filesystem::path() : library.parent_path();
 }
 
 std::filesystem::path userDataFolder() {
+  // A relative path would depend on the working directory, so it counts as unset.
   const auto absoluteOf = [](const char* variable) {
     const char* const value = std::getenv(variable);
     std::filesystem::path path = value == nullptr ? "" : value;

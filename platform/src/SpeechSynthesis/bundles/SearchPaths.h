@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Places: where the Manager looks for what it loads. Reads the environment at each call; the
-// folders named here need not exist.
+// SearchPaths: the folders in which the Manager searches for voices and synthesizers.
+//
+// The environment is read at each call; the folders need not exist. The caller must not change the
+// environment on another thread at the same time.
 #pragma once
 
 #include <filesystem>
@@ -9,14 +11,14 @@
 
 namespace platform {
 
-// The folder of the Manager's own library, absolute; empty when the system does not tell.
+// The absolute folder of the Manager's own library; empty if the system cannot provide it.
 std::filesystem::path managerLibraryFolder();
 
-// The user's data folder, ${XDG_DATA_HOME:-~/.local/share}; empty when neither it nor a home is
-// named by an absolute path.
+// The user's data folder: ${XDG_DATA_HOME:-~/.local/share}. Empty if neither XDG_DATA_HOME nor HOME
+// is an absolute path.
 std::filesystem::path userDataFolder();
 
-// The folders that an environment variable names, separated by colons; empty names are left out.
+// The folders in an environment variable, separated by colons, in order. Empty names are skipped.
 std::vector<std::filesystem::path> foldersInVariable(const char* variable);
 
 }  // namespace platform

@@ -2,12 +2,12 @@
 #include "SpeechSynthesis/bundles/Synthesizers.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <string>
 #include <system_error>
 #include <utility>
 
 #include "SpeechSynthesis/bundles/SearchPaths.h"
+#include "SpeechSynthesis/calls/StandardError.h"
 
 namespace platform {
 namespace {
@@ -16,11 +16,7 @@ namespace fs = std::filesystem;
 
 constexpr const char* kSuffix = ".so";
 
-void report(const std::string& sentence) {
-  std::fprintf(stderr, "%s.\n", sentence.c_str());
-}
-
-// Whose voices a synthesizer speaks; 0 when it does not tell.
+// The creator of a synthesizer's voices; 0 if it does not report one.
 OSType creatorOf(const SynthesizerPlugIn& plugIn, SpeechChannelIdentifier channel) {
   SpeechVersionInfo version{};
   if (plugIn.call().getSpeechInfo(channel, soSynthType, &version) != noErr) return 0;
@@ -36,6 +32,7 @@ std::string joinNames(const std::vector<fs::path>& folders) {
   return names;
 }
 
+// The four characters of a code, for a message; "?" for a character that is not printable ASCII.
 std::string printableCode(OSType code) {
   std::string text;
   for (const unsigned shift : {24U, 16U, 8U, 0U}) {
@@ -66,19 +63,21 @@ OSErr Synthesizers::open(OSType creator, OpenedChannel& opened) {
   std::unique_lock held(m_lock);
   const SynthesizerPlugIn* const known = find(creator);
   if (known != nullptr) {
+    // Without the lock: opening a channel may take long, and a loaded synthesizer never goes away.
     held.unlock();
     opened.plugIn = known;
     const long result = known->call().openSpeechChannel(&opened.identifier);
     return result == noErr ? OSErr{noErr} : OSErr{synthOpenFailed};
   }
+  // Still under the lock, so that two threads do not load the same library.
   bool someFailed = false;
   for (const fs::path& file : listUntriedFiles()) {
     const TryResult result = tryFile(file, creator, opened);
     if (result == TryResult::Opened) return noErr;
     someFailed = someFailed || result == TryResult::Unusable;
   }
-  report("There is no synthesizer for voices of \"" + printableCode(creator) + "\" in " +
-         joinNames(searchFolders()));
+  writeMessage("No synthesizer found for voices of \"" + printableCode(creator) + "\" in " +
+               joinNames(searchFolders()));
   return someFailed ? OSErr{synthOpenFailed} : OSErr{noSynthFound};
 }
 
@@ -89,8 +88,8 @@ const SynthesizerPlugIn* Synthesizers::find(OSType creator) {
   return nullptr;
 }
 
-// The libraries in the folders that have not been tried, in the order of the folders, and of their
-// names in each.
+// Returns the libraries that have not been tried, in the order of the folders, and sorted by name
+// in each folder: the system lists a folder in any order. A folder that cannot be read is empty.
 std::vector<fs::path> Synthesizers::listUntriedFiles() {
   std::vector<fs::path> files;
   for (const fs::path& folder : searchFolders()) {
@@ -110,6 +109,8 @@ std::vector<fs::path> Synthesizers::listUntriedFiles() {
   return files;
 }
 
+// Loads one library and opens a channel, which is the only way to read the creator. The channel is
+// closed again if the creator is another one; the library is kept for later.
 Synthesizers::TryResult Synthesizers::tryFile(const fs::path& file, OSType creator,
                                               OpenedChannel& opened) {
   std::unique_ptr<const SynthesizerPlugIn> plugIn;
@@ -117,18 +118,19 @@ Synthesizers::TryResult Synthesizers::tryFile(const fs::path& file, OSType creat
     plugIn = std::make_unique<SynthesizerPlugIn>(file);
   } catch (const PlugInError& reason) {
     m_seen.push_back(file);
-    report(reason.what());
+    writeMessage(reason.what());
     return TryResult::OfOthers;
   }
   SpeechChannelIdentifier channel = 0;
   if (plugIn->call().openSpeechChannel(&channel) != noErr) {
-    // Another time it may.
-    report("The synthesizer " + file.string() + " cannot open a channel");
+    // Not in m_seen: it may succeed next time.
+    writeMessage("The synthesizer " + file.string() + " cannot open a channel");
     return TryResult::Unusable;
   }
   m_seen.push_back(file);
   const OSType its = creatorOf(*plugIn, channel);
-  if (its == 0) report("The synthesizer " + file.string() + " does not say whose voices it speaks");
+  if (its == 0)
+    writeMessage("The synthesizer " + file.string() + " does not report the creator of its voices");
   const SynthesizerPlugIn* const kept = plugIn.get();
   m_loaded.push_back({its, std::move(plugIn)});
   if (its == creator) {

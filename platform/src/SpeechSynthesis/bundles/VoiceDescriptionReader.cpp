@@ -22,8 +22,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// The dictionary at the root of a property list. The key of a missing or ill-typed value is named
-// in the exception.
+// The dictionary at the root of a property list. The functions throw BundleError, which names the
+// key whose value is missing or has the wrong type.
 class PropertyList {
  public:
   explicit PropertyList(const fs::path& file) {
@@ -54,6 +54,7 @@ class PropertyList {
     const std::string_view digits = value.text().get();
     std::int64_t number = 0;
     const auto [end, error] = std::from_chars(digits.begin(), digits.end(), number);
+    // First: a number that does not fit in 64 bits is out of range, not malformed.
     if (error == std::errc::result_out_of_range || number < smallest || number > largest) {
       throw BundleError(std::string(key) + " is out of range");
     }
@@ -76,7 +77,7 @@ class PropertyList {
     return BundleError(std::string(key) + " is not " + type);
   }
 
-  // The element behind <key>; empty when there is none.
+  // The element after <key>; empty if there is no such key.
   pugi::xml_node valueOf(const char* key) const {
     for (const pugi::xml_node node : m_dictionary.children("key")) {
       if (std::string_view(node.text().get()) == key) return nextElement(node);
@@ -93,13 +94,14 @@ class PropertyList {
   pugi::xml_node m_dictionary;
 };
 
+// Both layouts of a bundle are accepted.
 fs::path propertyListOf(const fs::path& bundle) {
   std::error_code failure;
   for (const char* const name : {"Info.plist", "Contents/Info.plist"}) {
     fs::path file = bundle / name;
     if (fs::is_regular_file(file, failure)) return file;
   }
-  throw BundleError("there is no Info.plist in it");
+  throw BundleError("it has no Info.plist");
 }
 
 OSType fourCharCode(const std::string& text, const char* key) {
@@ -125,7 +127,7 @@ struct LocaleCodes {
   SInt16 region;
 };
 
-// The platform's codes of languages and regions.
+// The platform's codes for languages and regions. Locales that are not listed have none.
 constexpr std::array<LocaleCodes, 17> kLocaleCodes = {{{"en_US", langEnglish, verUS},
                                                        {"en_GB", langEnglish, verBritain},
                                                        {"fr_FR", langFrench, verFrance},
@@ -153,6 +155,7 @@ void checkLocale(const std::string& locale) {
   }
 }
 
+// -1 for both codes if the locale is not listed.
 LocaleCodes codesOf(std::string_view locale) {
   for (const LocaleCodes& codes : kLocaleCodes) {
     if (codes.locale == locale) return codes;
@@ -160,17 +163,18 @@ LocaleCodes codesOf(std::string_view locale) {
   return {locale, -1, -1};
 }
 
-// Stores UTF-8 text as a Pascal string of Mac OS Roman; `room` counts the length byte. What is
-// behind the characters stays as it is.
+// Stores UTF-8 text as a Pascal string of Mac OS Roman. `room` includes the length byte. Bytes
+// after the characters are not changed.
 void storePascal(const std::string& text, unsigned char* destination, std::size_t room,
                  const char* key) {
   const Owned string(
       CFStringCreateWithCString(kCFAllocatorDefault, text.c_str(), kCFStringEncodingUTF8));
+  // Room for the characters and a NUL, which the length byte replaces.
   std::string converted(room, '\0');
   if (!string || !CFStringGetCString(string.get(), converted.data(), static_cast<CFIndex>(room),
                                      kCFStringEncodingMacRoman)) {
-    throw BundleError(std::string(key) + " is not at most " + std::to_string(room - 1) +
-                      " characters of Mac OS Roman");
+    throw BundleError(std::string(key) + " is longer than " + std::to_string(room - 1) +
+                      " characters or not Mac OS Roman");
   }
   const std::size_t length = std::strlen(converted.c_str());
   destination[0] = static_cast<unsigned char>(length);
@@ -179,6 +183,7 @@ void storePascal(const std::string& text, unsigned char* destination, std::size_
 
 }  // namespace
 
+// The order of the checks decides which of several mistakes is reported.
 Voice readVoice(const fs::path& bundle) {
   std::error_code failure;
   if (!fs::is_directory(bundle, failure)) throw BundleError("it is not a folder");

@@ -21,15 +21,16 @@
 namespace platform {
 namespace {
 
-// How long a synthesizer may go on without a report.
+// A synthesizer that reports nothing for this long is given up.
 constexpr std::chrono::seconds kPatience{30};
 
-// A file of its own, which goes with the object.
+// An empty temporary file that is removed with the object.
 class TemporaryFile {
  public:
   TemporaryFile() {
     std::error_code failure;
     std::filesystem::path folder = std::filesystem::temp_directory_path(failure);
+    // TMPDIR may name a folder that does not exist.
     if (failure) folder = "/tmp";
     m_path = (folder / "phonemes-XXXXXX.aiff").native();
     constexpr int kSuffixLength = 5;
@@ -51,7 +52,8 @@ class TemporaryFile {
   std::string m_path;
 };
 
-// What the synthesizer reports, on threads of its own.
+// Collects what the synthesizer reports. The static functions are its callbacks and run on its
+// threads; the reference constant is the Collector.
 class Collector {
  public:
   static void word(SpeechChannel /*channel*/, SRefCon self, unsigned long /*position*/,
@@ -65,7 +67,8 @@ class Collector {
     of(self).note([](Collector& collector) { collector.m_isDone = true; });
   }
 
-  // False when nothing was reported for too long.
+  // Waits for the end of the speech. Returns false if nothing was reported for kPatience: the limit
+  // is between two reports, since the length of a text is not limited.
   bool waitForEnd() {
     std::unique_lock held(m_lock);
     while (!m_isDone) {
@@ -75,7 +78,7 @@ class Collector {
     return true;
   }
 
-  // Throws std::bad_alloc when there was no memory for all of them.
+  // Throws std::bad_alloc if a report was lost for lack of memory.
   std::string phonemes() {
     const std::lock_guard held(m_lock);
     if (m_isOutOfMemory) throw std::bad_alloc();
@@ -85,6 +88,7 @@ class Collector {
  private:
   static Collector& of(SRefCon self) { return *static_cast<Collector*>(self); }
 
+  // Runs `work` under the lock. A callback must not throw, so lack of memory is only recorded.
   template <typename Work>
   void note(Work work) noexcept {
     const std::lock_guard held(m_lock);
@@ -97,7 +101,8 @@ class Collector {
     m_changed.notify_all();
   }
 
-  // Pauses stand between sounds only, and one at a time.
+  // Adds a phoneme. A pause is written only between two phonemes, and adjacent pauses as one. Codes
+  // that are not in the table count as pauses.
   void add(SInt16 opcode) {
     const bool isKnown =
         opcode > kLastPauseCode && static_cast<std::size_t>(opcode) < kPhonemeSymbols.size();
@@ -133,7 +138,7 @@ void* asValue(Value* value) {
   return const_cast<void*>(reinterpret_cast<const void*>(value));
 }
 
-// A channel of the synthesizer's, closed with the object; no report comes after that.
+// A channel of the synthesizer that is closed with the object. No report comes after that.
 class ScratchChannel {
  public:
   explicit ScratchChannel(const SynthesizerPlugIn& plugIn) : m_plugIn(plugIn) {
@@ -166,10 +171,11 @@ class ScratchChannel {
 
 }  // namespace
 
+// Speaks into a file, not to the device: nothing is heard, and it is faster than real time.
 OSErr collectPhonemes(const SynthesizerPlugIn& plugIn, const Voice& voice,
                       const ReadingModes& modes, const std::string& text, std::string& phonemes) {
   const TemporaryFile file;
-  // Outlives the channel, which reports to it.
+  // Declared before the channel, which reports to it: it must be destroyed later.
   Collector collector;
   ScratchChannel channel(plugIn);
   if (!channel.isOpen()) return synthOpenFailed;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The calls that deal in Core Foundation objects: properties are selectors by other names, their
-// values objects.
+// SpeechProperties: the functions that use Core Foundation objects. A property corresponds to a
+// selector of the other functions; this file converts its value to and from an object.
 #include <ApplicationServices/SpeechProperties.h>
 
 #include <array>
@@ -24,7 +24,7 @@ using platform::Owned;
 
 namespace {
 
-// How a property's value is carried.
+// The type of a property's value, which decides how it is converted.
 enum class Kind {
   Status,
   Errors,
@@ -44,10 +44,12 @@ enum class Kind {
 
 struct Property {
   CFStringRef key;
-  OSType selector;  // 0: there is none
+  OSType selector;  // 0 if none corresponds
   Kind kind;
 };
 
+// Null if the property is unknown. The table is local: the keys are constants of another file,
+// which are set at an undefined time before main().
 const Property* propertyOf(CFStringRef key) {
   static const std::array<Property, 23> table = {
       {{kSpeechStatusProperty, soStatus, Kind::Status},
@@ -95,7 +97,7 @@ const std::array<Mode, 5>& modes() {
 
 // ---- Objects
 
-// An object that is being made; throws std::bad_alloc for null.
+// Adopts the result of a Create function; throws std::bad_alloc if it is null.
 template <typename Ref>
 Owned<Ref> ownOrThrow(Ref object) {
   if (object == nullptr) throw std::bad_alloc();
@@ -112,6 +114,7 @@ Owned<CFStringRef> createString(std::string_view text) {
                               static_cast<CFIndex>(text.size()), kCFStringEncodingMacRoman, false));
 }
 
+// Builds a dictionary. Throws std::bad_alloc.
 class Dictionary {
  public:
   Dictionary()
@@ -126,7 +129,7 @@ class Dictionary {
     CFDictionarySetValue(m_dictionary.get(), key, createString(text).get());
     return *this;
   }
-  // For the caller to release.
+  // The caller releases it.
   CFTypeRef copy() const { return CFRetain(m_dictionary.get()); }
 
  private:
@@ -146,6 +149,7 @@ std::string versionText(const NumVersion& version) {
          '.' + std::to_string(version.minorAndBugRev & 0xFU);
 }
 
+// One dictionary per phoneme; the index is the code.
 CFTypeRef copySymbols() {
   const Owned array =
       ownOrThrow(CFArrayCreateMutable(kCFAllocatorDefault, 0, &kCFTypeArrayCallBacks));
@@ -165,7 +169,8 @@ CFTypeRef copySymbols() {
 
 // ---- Reading
 
-// The object for what the selector holds; a result other than noErr is returned as it is.
+// Reads the value of a selector and stores it in `*object`, converted by `convert`. Returns the
+// result of reading; `*object` is unchanged if it is not noErr.
 template <typename Value, typename Convert>
 OSErr copyValue(Channel& channel, OSType selector, CFTypeRef* object, Convert convert) {
   Value value{};
@@ -197,6 +202,7 @@ CFTypeRef copyMode(OSType code) {
   for (const Mode& mode : modes()) {
     if (mode.code == code) return CFRetain(mode.name);
   }
+  // A mode without a constant becomes a string of its four characters.
   return CFRetain(createString(fourCharacters(code)).get());
 }
 
@@ -226,6 +232,7 @@ CFTypeRef copySync(OSType message) {
   return CFRetain(createNumber(static_cast<long>(message)).get());
 }
 
+// A property that cannot be read is treated as unknown.
 OSErr copyProperty(Channel& channel, const Property& property, CFTypeRef* object) {
   const OSType selector = property.selector;
   switch (property.kind) {
@@ -257,6 +264,7 @@ bool isOfType(CFTypeRef object, CFTypeID type) {
   return object != nullptr && CFGetTypeID(object) == type;
 }
 
+// Empty if the object is not a number or does not fit.
 std::optional<long> longOf(CFTypeRef object) {
   long value = 0;
   if (!isOfType(object, CFNumberGetTypeID()) ||
@@ -266,6 +274,7 @@ std::optional<long> longOf(CFTypeRef object) {
   return value;
 }
 
+// Empty if the object is not a number or is out of the range of Fixed, NaN included.
 std::optional<Fixed> fixedOf(CFTypeRef object) {
   double value = 0;
   if (!isOfType(object, CFNumberGetTypeID())) return std::nullopt;
@@ -278,6 +287,7 @@ std::optional<Fixed> fixedOf(CFTypeRef object) {
   return static_cast<Fixed>(scaled);
 }
 
+// Empty if the object is not a mode of that selector: input has modes of its own.
 std::optional<OSType> modeOf(CFTypeRef object, OSType selector) {
   for (const Mode& mode : modes()) {
     if (CFEqual(mode.name, object) == 0) continue;
@@ -296,7 +306,8 @@ std::optional<VoiceSpec> voiceOf(CFTypeRef object) {
   return VoiceSpec{static_cast<OSType>(*creator), static_cast<OSType>(*id)};
 }
 
-// A delimiter of one character is that character and a NUL.
+// Reads one or two ASCII characters; the second byte of a single character is 0. Returns false for
+// anything else.
 bool readDelimiter(CFTypeRef object, UInt8 (&delimiter)[2]) {
   std::array<char, 3> text{};
   if (!isOfType(object, CFStringGetTypeID()) ||
@@ -321,7 +332,7 @@ std::optional<DelimiterInfo> delimitersOf(CFTypeRef object) {
   return info;
 }
 
-// A pointer that a number holds; null for no object.
+// The pointer that a number holds; null for null. Empty if the object is not a number.
 std::optional<const void*> pointerOf(CFTypeRef object) {
   if (object == nullptr) return nullptr;
   const auto value = longOf(object);
@@ -340,6 +351,8 @@ Function asFunction(const void* pointer) {
   return reinterpret_cast<Function>(const_cast<void*>(pointer));
 }
 
+// The callbacks with Core Foundation arguments have no selector; the channel has functions for
+// them.
 OSErr setPointer(Channel& channel, const Property& property, CFTypeRef object) {
   const auto pointer = pointerOf(object);
   if (!pointer) return paramErr;
@@ -353,6 +366,7 @@ OSErr setPointer(Channel& channel, const Property& property, CFTypeRef object) {
   return noErr;
 }
 
+// A property that cannot be written is treated as unknown.
 OSErr setProperty(Channel& channel, const Property& property, CFTypeRef object) {
   const OSType selector = property.selector;
   switch (property.kind) {
@@ -378,7 +392,7 @@ OSErr setProperty(Channel& channel, const Property& property, CFTypeRef object) 
   }
 }
 
-// Whether an option is there and true.
+// True if the option exists and is a true boolean or a number other than 0.
 bool isSet(CFDictionaryRef options, CFStringRef key) {
   const void* const value = CFDictionaryGetValue(options, key);
   if (isOfType(value, CFBooleanGetTypeID())) {
@@ -388,6 +402,7 @@ bool isSet(CFDictionaryRef options, CFStringRef key) {
 }
 
 SInt32 flagsOf(CFDictionaryRef options) {
+  // Clients in C may pass any object here.
   if (!isOfType(options, CFDictionaryGetTypeID())) return 0;
   return (isSet(options, kSpeechNoEndingProsody) ? kNoEndingProsody : 0) |
          (isSet(options, kSpeechNoSpeechInterrupt) ? kNoSpeechInterrupt : 0) |

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// SpeechSynthesis: the client interface. Every function finds its channel, hands the call to it,
-// and ends every exception.
+// SpeechSynthesis: the functions for voices, channels and speech. Each finds its channel, forwards
+// the call, and converts exceptions to results.
 #include <ApplicationServices/SpeechSynthesis.h>
 
 #include <algorithm>
@@ -27,13 +27,14 @@ using platform::Synthesizers;
 using platform::Voice;
 using platform::VoiceCatalogue;
 
-// The voice of that specification, the default voice for null; null when there is none.
+// The voice of `spec`, or the default voice for null. Null if there is no such voice.
 const Voice* voiceOf(const VoiceSpec* spec) {
   const VoiceCatalogue& catalogue = VoiceCatalogue::shared();
   return spec == nullptr ? catalogue.defaultVoice() : catalogue.find(*spec);
 }
 
-// Opens a channel in the synthesizer of a voice and makes ours of it.
+// Opens a channel in the synthesizer of a voice and registers a Channel for it. If that fails, the
+// synthesizer's channel is closed again.
 OSErr openChannel(const Voice& voice, std::shared_ptr<Channel>& made) {
   OpenedChannel opened;
   const OSErr result = Synthesizers::shared().open(voice.spec.creator, opened);
@@ -104,6 +105,7 @@ OSErr GetVoiceInfo(const VoiceSpec* voice, OSType selector, void* voiceInfo) {
         std::memcpy(voiceInfo, &found->description, sizeof found->description);
         return noErr;
       case soVoiceLocale: {
+        // memcpy: a client's record may be unaligned.
         VoiceLocale locale{};
         found->locale.copy(locale.identifier, sizeof locale.identifier - 1);
         std::memcpy(voiceInfo, &locale, sizeof locale);
@@ -124,7 +126,7 @@ OSErr NewSpeechChannel(VoiceSpec* voice, SpeechChannel* chan) {
     std::shared_ptr<Channel> channel;
     OSErr result = openChannel(*found, channel);
     if (result != noErr) return result;
-    // Closes the channel on every way out but the last.
+    // RAII guard: closes the channel unless the last step below succeeds.
     struct Opened {
       SpeechChannel handle;
       ~Opened() {
@@ -147,6 +149,7 @@ OSErr DisposeSpeechChannel(SpeechChannel chan) {
   });
 }
 
+// The length is limited so that every position fits in 32 bits.
 OSErr SpeakBuffer(SpeechChannel chan, const void* textBuf, unsigned long textBytes,
                   SInt32 controlFlags) {
   return onChannel(chan, [&](Channel& channel) -> OSErr {
@@ -181,6 +184,7 @@ SInt16 SpeechBusySystemWide() {
 }
 
 SInt16 SpeechBusy() {
+  // Without memory for the list of channels the count stays 0; the function has no result for it.
   SInt16 active = 0;
   resultOf([&]() -> OSErr {
     for (const auto& channel : ChannelRegistry::shared().all()) {
