@@ -3,11 +3,12 @@
 
 #include <utility>
 
+#include "SpeechSynthesis/calls/StandardError.h"
 #include "SpeechSynthesis/channel/ManagerThread.h"
 
 namespace platform {
 
-// Has the turn for as long as it lives, without the lock.
+// RAII guard: owns the right to call the synthesizer while alive; does not hold the lock.
 class CallQueue::CallGuard {
  public:
   CallGuard(CallQueue& calls, std::unique_lock<std::mutex>& held) : m_calls(calls), m_held(held) {
@@ -34,6 +35,8 @@ void CallQueue::runNow(const Work& work) {
   work();
 }
 
+// Waits for a call that is running, but not for one that is waiting for a boundary: that may take
+// as long as a sentence.
 bool CallQueue::runOrQueue(const std::shared_ptr<void>& owner, const Work& work) {
   std::unique_lock held(m_lock);
   m_changed.wait(held, [this] { return m_isWaiting || (!m_isTaken && !m_isQueued); });
@@ -63,23 +66,27 @@ void CallQueue::dropQueued() {
   m_queue.clear();
 }
 
+// With m_lock. The thread is started under the lock, so that it finds the work in the queue.
 void CallQueue::enqueue(const std::shared_ptr<void>& owner, Work work) {
   m_queue.push_back(std::move(work));
   if (m_isQueued) return;
   try {
-    // The thread keeps the owner, and these queue with it.
+    // The thread holds a reference to the owner, which keeps this queue alive.
     startThread([this, owner] { runQueue(); });
   } catch (...) {
+    // Nothing would ever run it.
     m_queue.pop_back();
     throw;
   }
   m_isQueued = true;
 }
 
+// The thread of the queue: runs the queued calls in order and exits when there are none.
 void CallQueue::runQueue() {
   std::unique_lock held(m_lock);
   while (!m_queue.empty()) {
     m_changed.wait(held, [this] { return !m_isTaken; });
+    // dropQueued() may have been called during the wait.
     if (m_queue.empty()) break;
     const Work work = std::move(m_queue.front());
     m_queue.pop_front();
@@ -87,7 +94,8 @@ void CallQueue::runQueue() {
     try {
       work();
     } catch (...) {
-      // Whoever asked has been answered; what came of it is told by reports.
+      // The caller has its result already, and the queue must go on.
+      writeException("a queued call");
     }
   }
   m_isQueued = false;

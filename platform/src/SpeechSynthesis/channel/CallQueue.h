@@ -1,15 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// CallQueue: the order of what is done on one channel.
+// CallQueue: runs the synthesizer calls of one channel one at a time, in order.
 //
-// A synthesizer's calls on a channel are made one at a time. They are made by whoever asks, on the
-// asker's own thread, except one that waits for a place in the speech: that one is made on a thread
-// of the Manager's, and while it waits, what is asked after it queues up behind it and is done on
-// the same thread. The thread exists only while there is something to do.
+// A call runs on the thread that makes it, except a stop that waits for a boundary in the speech:
+// that one runs on a thread of the queue. While it waits, calls made after it are queued and run on
+// the same thread later. The thread exists only while there is something to run.
 //
-// Work is waiting from when it is queued until markWaitOver().
+// A queued call counts as waiting from queue() until markWaitOver().
 //
-// Threads: all functions may be called on any thread, but not from inside what they are doing.
+// Threads: all functions are safe to call from any thread, but not from inside a call that the
+// queue runs: runNow() and runOrQueue() would wait for themselves. No lock is held while a call
+// runs.
 #pragma once
 
 #include <condition_variable>
@@ -24,22 +25,25 @@ class CallQueue {
  public:
   using Work = std::function<void()>;
 
-  // Does `work` on this thread, after what is queued. Passes its exceptions on.
+  // Runs `work` on this thread, after all queued calls. Blocks while another call runs. Lets
+  // exceptions of `work` through.
   void runNow(const Work& work);
 
-  // The same; but while other work is waiting, `work` goes to the end of the queue, and the result
-  // is false. Exceptions of queued work end there. `owner`, which these turns belong to, is kept
-  // until then.
+  // Runs `work` as runNow() does and returns true. But while another call is waiting, it adds
+  // `work` to the end of the queue and returns false immediately. An exception of queued work is
+  // written to standard error. `owner`, the object that contains this queue, is kept until the work
+  // has run. Throws std::bad_alloc or std::system_error if `work` cannot be queued.
   bool runOrQueue(const std::shared_ptr<void>& owner, const Work& work);
 
-  // Queues `work`, which is going to wait. Throws std::system_error when there is no thread to be
-  // had; nothing is queued then.
+  // Queues `work`, a call that is going to wait. Throws std::system_error if no thread can be
+  // started; nothing is queued then.
   void queue(const std::shared_ptr<void>& owner, Work work);
 
-  // What was waited for has happened: the work is over in a moment.
+  // Reports that the waiting call is about to return: from now on, calls run on their own threads
+  // again.
   void markWaitOver();
 
-  // Forgets what is queued, but for what has begun.
+  // Drops the queued calls, but not the one that is running.
   void dropQueued();
 
  private:

@@ -14,12 +14,13 @@
 namespace platform {
 namespace {
 
-// How long exit() waits for a callback that is running.
+// The longest time that exit() waits for a running callback.
 constexpr std::chrono::seconds kExitLimit{1};
 
-// Replaced in a forked child, never destroyed: the locks of the parent's may be held for ever.
+// Replaced in a forked child, since the parent's locks may have been held at the fork and would
+// never be released in the child. Never destroyed: other threads may post during exit().
 std::atomic<CallbackThread*> g_shared = nullptr;
-// The one replaced, in a child; it stays.
+// In a child: the parent's object. Kept, so that leak checkers find a pointer to it.
 [[maybe_unused]] std::atomic<CallbackThread*> g_ofParent = nullptr;
 
 }  // namespace
@@ -50,6 +51,7 @@ void CallbackThread::post(std::shared_ptr<ReportReceiver> receiver, const Report
   post(std::move(reports));
 }
 
+// The splice moves list nodes, so it allocates nothing.
 void CallbackThread::post(ReportList&& reports) noexcept {
   const std::lock_guard held(m_lock);
   m_queue.splice(m_queue.end(), reports);
@@ -79,7 +81,8 @@ bool CallbackThread::startIfNeeded() noexcept {
     startThread([this] { run(); });
     m_started = true;
   } catch (const std::exception&) {
-    // The system has no thread to give, or no memory for one.
+    // No thread, or no memory for one. The reports stay queued and the next post tries again; a
+    // message for each attempt would flood standard error.
   }
   return m_started;
 }
@@ -99,19 +102,22 @@ void CallbackThread::run() {
     held.lock();
     m_current = nullptr;
     m_delivered.notify_all();
-    // The receiver may go with its last report; not under the lock.
+    // The report may hold the last reference to the receiver, which must not be destroyed under the
+    // lock.
     held.unlock();
     next.clear();
     held.lock();
   }
 }
 
+// On exit(): a callback that is running may finish, so that it does not use destroyed static
+// objects.
 void CallbackThread::end() {
   std::unique_lock held(m_lock);
   m_ended = true;
   m_posted.notify_one();
   if (m_thread == std::this_thread::get_id()) return;
-  // Not for ever: the callback may wait for what the exiting thread holds.
+  // Bounded: the callback may wait for a lock that the exiting thread holds.
   m_delivered.wait_for(held, kExitLimit, [this] { return m_current == nullptr; });
 }
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The channel's life, its voice and its settings.
+// Channel, first part: opening and closing, voice, settings and state.
 #include "SpeechSynthesis/channel/Channel.h"
 
 #include <CoreFoundation/CFURL.h>
@@ -14,22 +14,23 @@
 
 #include "CoreFoundation/CFObject.h"
 #include "SpeechSynthesis/calls/Results.h"
+#include "SpeechSynthesis/calls/StandardError.h"
 #include "SpeechSynthesis/channel/Trampolines.h"
 
 namespace platform {
 namespace {
 
-// 'cpos': positions of words are to be those of the caller's own bytes. The value is a number in
-// the place of a pointer; not zero switches it on.
+// Selector 'cpos' of the synthesizer: word positions are exact positions in the caller's bytes. The
+// value is a number instead of a pointer; a value other than 0 switches it on.
 constexpr OSType kExactPositions = 0x63706F73;
 // NOLINTNEXTLINE(performance-no-int-to-ptr)
 const void* const kYes = reinterpret_cast<const void*>(std::uintptr_t{1});
 
-// The longest path that a synthesizer takes, with its NUL.
+// The longest path that a synthesizer accepts, with its NUL.
 constexpr std::size_t kLongestPath = 2048;
 
-// How many bytes SetSpeechInfo reads where the value points; 0 for a selector whose value is not
-// pointed at, or not of one size.
+// The number of bytes that SetSpeechInfo reads at its pointer; 0 for a selector whose value is not
+// read through a pointer or has no fixed size.
 std::size_t sizeOfValue(OSType selector) {
   switch (selector) {
     case soInputMode:
@@ -50,7 +51,7 @@ std::size_t sizeOfValue(OSType selector) {
   }
 }
 
-// A value of any selector that has a size.
+// Room for the value of any selector with a size: it must outlive the caller when it is queued.
 struct alignas(8) ValueCopy {
   std::array<std::byte, 8> bytes{};
 };
@@ -72,6 +73,8 @@ Channel::Channel(const SynthesizerPlugIn& plugIn, SpeechChannelIdentifier identi
     : m_plugIn(plugIn), m_identifier(identifier), m_handle(handle) {}
 
 OSErr Channel::prepare() {
+  // Text-done is missing: the Manager asks for more text itself and gives the synthesizer all of
+  // it.
   const struct {
     OSType selector;
     const void* value;
@@ -93,16 +96,18 @@ void Channel::close() {
     const std::lock_guard held(m_lock);
     m_isDisposed = true;
     m_phase = Phase::Idle;
-    // It keeps the channel.
+    // The report holds a reference to this channel, which would never be destroyed.
     m_doneReport.clear();
     m_jobEnded.notify_all();
   }
+  // Calls that are still queued must not run on a closed channel.
   m_calls.dropQueued();
   m_calls.runOrQueue(shared_from_this(), [this] {
     try {
       m_plugIn.call().closeSpeechChannel(m_identifier);
     } catch (...) {
-      // The channel is gone for its client, whatever the synthesizer makes of it.
+      // The channel is closed for the client in any case.
+      writeException("closing a channel of the synthesizer");
     }
   });
   CallbackThread::shared().waitForReportTo(*this);
@@ -116,6 +121,8 @@ OSErr Channel::useVoice(const Voice& voice) {
   return noErr;
 }
 
+// Callbacks and the reference constant stay in the Manager; everything else goes to the
+// synthesizer. Values of known size are copied, so that they can be queued during a pending stop.
 OSErr Channel::setInfo(OSType selector, const void* value) {
   const std::size_t size = sizeOfValue(selector);
   if (value == nullptr && (size > 0 || selector == soSynthExtension)) return paramErr;
@@ -142,6 +149,7 @@ OSErr Channel::setInfo(OSType selector, const void* value) {
     default:
       break;
   }
+  // Of unknown size: cannot be copied, so the caller waits for a pending stop.
   if (size == 0) {
     return callInTurn([&](const auto&, auto) { return set(selector, value); });
   }
@@ -151,6 +159,7 @@ OSErr Channel::setInfo(OSType selector, const void* value) {
       [selector, copy](Channel& channel) { return channel.set(selector, copy.bytes.data()); });
 }
 
+// What the Manager knows itself is returned without the call queue, so reading it never waits.
 OSErr Channel::getInfo(OSType selector, void* value) {
   if (value == nullptr) return paramErr;
   switch (selector) {
@@ -206,8 +215,8 @@ OSType Channel::creator() const {
   return m_voice.creator;
 }
 
-// Does `work` in its turn; when that would have to wait for a place in the speech, the work is
-// queued, and the answer is noErr.
+// Runs `work` on the call queue and returns its result. If it must be queued because a stop waits
+// for its boundary, returns noErr immediately.
 OSErr Channel::runOrQueue(std::function<OSErr(Channel&)> work) {
   // Shared, since queued work outlives this call.
   const auto result = std::make_shared<OSErr>(OSErr{noErr});
@@ -222,7 +231,7 @@ OSErr Channel::readStatus(SpeechStatusInfo& status) const {
   if (m_phase == Phase::Idle) return noErr;
   status.outputPaused = m_isPaused;
   status.outputBusy = !m_isPaused;
-  // What is left counts from the last word's start, in the caller's units.
+  // The rest of the text from the start of the last word, in the caller's units.
   const CFRange left =
       m_text.inCallersUnits(m_wordPosition, m_text.bytes().size() - m_wordPosition);
   constexpr CFIndex kMost = std::numeric_limits<SInt32>::max();
@@ -242,7 +251,8 @@ OSErr Channel::set(OSType selector, const void* value) const {
       m_plugIn.call().setSpeechInfo(m_identifier, selector, const_cast<void*>(value)));
 }
 
-// The synthesizer's callbacks are ours for as long as the channel lives.
+// The synthesizer keeps the trampolines; only the Manager's record changes. `selector` is soRefCon
+// or a callback.
 OSErr Channel::setCallback(OSType selector, const void* value) {
   const std::lock_guard held(m_lock);
   switch (selector) {
@@ -274,16 +284,19 @@ OSErr Channel::setCallback(OSType selector, const void* value) {
 OSErr Channel::setCurrentVoice(const VoiceSpec& spec) {
   const Voice* const voice = VoiceCatalogue::shared().find(spec);
   if (voice == nullptr) return voiceNotFound;
+  // A channel belongs to one synthesizer.
   if (voice->spec.creator != creator()) return incompatibleVoice;
   return runOrQueue([voice](Channel& channel) { return channel.useVoice(*voice); });
 }
 
-// Refused here when the synthesizer could not take it: it would keep something for a path even so.
+// An unusable path is rejected here: the synthesizer would keep part of it even if it returns an
+// error.
 OSErr Channel::setOutputFile(CFURLRef url) {
   if (url != nullptr) {
     std::array<UInt8, kLongestPath> path{};
     if (!CFURLGetFileSystemRepresentation(url, true, path.data(), path.size())) return paramErr;
   }
+  // The URL must outlive a queued call.
   CFRetain(url);
   const std::shared_ptr<const void> kept(url, CFRelease);
   return runOrQueue(

@@ -2,21 +2,23 @@
 //
 // Channel: the Manager's side of one speech channel.
 //
-// A channel stands between a client and a synthesizer's channel. It keeps the client's callbacks
-// and reference constant and gives the synthesizer functions of its own in their place
-// (Trampolines.h); what the synthesizer reports goes to the callback thread. It adds what clients
-// expect and a synthesizer does not do by itself: new text takes the place of the old, more text is
-// gathered without holding anybody up, a pause waits for ContinueSpeech before there is anything to
-// pause, a stop at a place returns at once, the state can be asked for at any time.
+// A channel connects a client and a synthesizer's channel. It stores the client's callbacks and
+// reference constant and gives the synthesizer functions of its own instead (Trampolines.h); what
+// the synthesizer reports is forwarded to the callback thread. It adds what clients expect and a
+// synthesizer lacks: a new text replaces the old one, text-done callbacks do not block the caller,
+// a pause is possible before the speech starts, a stop at a boundary returns immediately, and the
+// state can be read at any time.
 //
-// A job is one text, from the call that begins it to its speech-done. It is gathered while the
-// client is asked for more text, ready while it waits for ContinueSpeech, speaking while the
-// synthesizer has it. A stop makes the channel idle; the job's speech-done follows.
+// A job is one text, from the call that starts it to its speech-done. Its phase is Gathering while
+// the client is asked for more text, Ready while it waits for ContinueSpeech, and Speaking while
+// the synthesizer has it. A stop makes the channel idle; the speech-done of the job comes later.
 //
-// Threads: all functions may be called on any thread and inside any callback. Calls of the
-// synthesizer are made in turn (CallQueue.h), and none while m_lock is held; no client is called
-// under any lock. Reports are posted under m_lock, so that they come in the order of what they
-// tell. Results of the synthesizer are translated; exceptions of it pass.
+// Ownership: shared; the registry holds a reference while the channel is open, queued calls and
+// reports hold one until they are done.
+// Threads: all functions are safe to call from any thread and inside any callback. Calls of the
+// synthesizer run one at a time (CallQueue.h), and never while m_lock is held; no client is called
+// under any lock. Reports are posted under m_lock, so their order is that of the events.
+// Failure: results of the synthesizer are translated (toClientResult); its exceptions pass through.
 #pragma once
 
 #include <ApplicationServices/SpeechSynthesis.h>
@@ -35,7 +37,7 @@
 
 namespace platform {
 
-// What the client has set; null callbacks are off.
+// The callbacks of the client. A null callback is off.
 struct ClientCallbacks {
   SpeechTextDoneProcPtr textDone = nullptr;
   SpeechDoneProcPtr speechDone = nullptr;
@@ -50,22 +52,24 @@ struct ClientCallbacks {
 
 class Channel final : public ReportReceiver, public std::enable_shared_from_this<Channel> {
  public:
-  // `plugIn` outlives the channel. `identifier` is an open channel of it, which close() ends.
+  // `plugIn` outlives the channel. `identifier` is an open channel of the plug-in; close() closes
+  // it. `handle` is the client's handle.
   Channel(const SynthesizerPlugIn& plugIn, SpeechChannelIdentifier identifier,
           SpeechChannel handle);
 
-  // Gives the synthesizer what every channel of the Manager has: its reference constant, callbacks
-  // that the Manager itself needs, exact word positions.
+  // Sets what every channel of the Manager has in the synthesizer: the reference constant, the
+  // trampolines, exact word positions. Returns the first failure of the synthesizer.
   OSErr prepare();
 
-  // Ends the synthesizer's channel; the last call on it. No report to the client begins after this,
-  // and unless it is called inside one, none is still being made.
+  // Closes the synthesizer's channel; the last call on this object. No delivery to the client
+  // begins after it. Outside a callback, it also waits for a delivery that is running.
   void close();
 
-  // noErr; voiceNotFound, the voice's bundle is gone.
+  // To be called on the call queue, or before the client has the handle. Results: noErr;
+  // voiceNotFound if the bundle of the voice no longer exists.
   OSErr useVoice(const Voice& voice);
 
-  // As the functions of the client interface with these names.
+  // These implement the client functions of the same names, which describe them.
   OSErr speak(CallerText text, SInt32 flags);
   OSErr stop(SInt32 where);
   OSErr pause(SInt32 where);
@@ -73,15 +77,16 @@ class Channel final : public ReportReceiver, public std::enable_shared_from_this
   OSErr setInfo(OSType selector, const void* value);
   OSErr getInfo(OSType selector, void* value);
   OSErr useDictionary(void* dictionary, long bytes);
-  // The callbacks that only the calls with property names know.
+  // The callbacks that only SetSpeechProperty can set.
   void setErrorCallback(SpeechErrorCFProcPtr callback);
   void setWordCallback(SpeechWordCFProcPtr callback);
   ClientCallbacks callbacks() const;
 
-  // Speaking or paused, or about to.
+  // True if there is a job that is not stopped: gathering, ready, speaking or paused.
   bool isActive() const;
 
-  // Does `work` with the synthesizer's channel in its turn.
+  // Runs work(plugIn, identifier) on the call queue and returns its result. Waits for a pending
+  // stop.
   template <typename Work>
   OSErr callInTurn(Work work) {
     OSErr result = noErr;
@@ -93,7 +98,8 @@ class Channel final : public ReportReceiver, public std::enable_shared_from_this
   const SynthesizerPlugIn& plugIn() const { return m_plugIn; }
   OSType creator() const;
 
-  // What the synthesizer reports; called by the trampolines.
+  // Events of the synthesizer, on its threads. Called by the trampolines. Positions and lengths are
+  // in bytes of the converted text, except the position of an error, which is passed on as it is.
   void handleJobEnd();
   void handleSync(OSType message);
   void handleWord(unsigned long position, UInt16 length);
@@ -105,8 +111,8 @@ class Channel final : public ReportReceiver, public std::enable_shared_from_this
  private:
   enum class Phase { Idle, Gathering, Ready, Speaking };
 
-  // Results as of speak(). All to be called in turn.
-  OSErr begin(CallerText text, SInt32 flags);
+  // To be called on the call queue only. Results: those of speak().
+  OSErr startJob(CallerText text, SInt32 flags);
   OSErr startSpeaking();
   OSErr performStop(SInt32 where);
   OSErr performPause(SInt32 where);
@@ -121,7 +127,7 @@ class Channel final : public ReportReceiver, public std::enable_shared_from_this
   OSErr runOrQueue(std::function<OSErr(Channel&)> work);
   OSErr startReadyJob();
   void reportFailure(OSErr error);
-  void reportUnbegunJob(OSErr error);
+  void reportUnstartedJob(OSErr error);
   void askForMoreText(const ClientCallbacks& callbacks, const Report& report);
   bool appendPiece(const Report& report, const void* piece, unsigned long bytes);
   void callClient(const ClientCallbacks& callbacks, const Report& report);

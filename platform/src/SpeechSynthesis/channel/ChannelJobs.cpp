@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The jobs of a channel: beginning, stopping, pausing.
+// Channel, second part: starting, stopping, pausing and resuming jobs.
 #include <algorithm>
 #include <chrono>
 #include <exception>
@@ -15,7 +15,7 @@
 namespace platform {
 namespace {
 
-// How long the end of a stopped job is waited for.
+// The longest wait for the end of a stopped job.
 constexpr std::chrono::seconds kEndOfJobLimit{1};
 
 bool isStopBoundary(SInt32 where) {
@@ -24,22 +24,26 @@ bool isStopBoundary(SInt32 where) {
 
 }  // namespace
 
-// ---- What clients ask for
+// ---- Client functions
 
+// The work may be queued and then outlives this call, so what it uses is shared. If it runs on this
+// thread, its result is returned; otherwise a failure is reported as the error and the end of a
+// job.
 OSErr Channel::speak(CallerText text, SInt32 flags) {
   if ((flags & kNoSpeechInterrupt) != 0 && isActive()) return synthNotReady;
-  const auto begun = std::make_shared<CallerText>(std::move(text));
+  const auto shared = std::make_shared<CallerText>(std::move(text));
   const auto result = std::make_shared<OSErr>(OSErr{noErr});
   const std::thread::id caller = std::this_thread::get_id();
-  m_calls.runOrQueue(shared_from_this(), [this, begun, result, flags, caller] {
-    const OSErr answer = resultOf([&] { return begin(std::move(*begun), flags); });
-    if (answer == noErr) return;
+  m_calls.runOrQueue(shared_from_this(), [this, shared, result, flags, caller] {
+    const OSErr outcome = resultOf([&] { return startJob(std::move(*shared), flags); });
+    if (outcome == noErr) return;
     if (std::this_thread::get_id() == caller) {
-      *result = answer;
+      *result = outcome;
     } else {
-      reportUnbegunJob(answer);
+      reportUnstartedJob(outcome);
     }
   });
+  // soErrors counts refused texts too.
   if (*result == badInputText) {
     const std::lock_guard held(m_lock);
     noteError(*result, 0);
@@ -51,7 +55,8 @@ OSErr Channel::stop(SInt32 where) {
   if (!isStopBoundary(where)) return paramErr;
   {
     const std::lock_guard held(m_lock);
-    // Whatever still comes of the speech until the stop can be made is not reported.
+    // This stop is queued after a pending one. Until it can run, the job speaks on, but its events
+    // are not reported any more.
     if (m_isStopPending && where == kImmediate) m_silencedJob = m_job;
   }
   return runOrQueue([where](Channel& channel) { return channel.performStop(where); });
@@ -66,9 +71,10 @@ OSErr Channel::resume() {
   return runOrQueue([](Channel& channel) { return channel.performResume(); });
 }
 
-// ---- In turn: beginning
+// ---- On the call queue: starting
 
-OSErr Channel::begin(CallerText text, SInt32 flags) {
+// Replaces the current job: stops it, waits for its end, then accepts the new text.
+OSErr Channel::startJob(CallerText text, SInt32 flags) {
   if (isActive()) {
     if ((flags & kNoSpeechInterrupt) != 0) return synthNotReady;
     if (const OSErr result = performStop(kImmediate); result != noErr) return result;
@@ -78,14 +84,15 @@ OSErr Channel::begin(CallerText text, SInt32 flags) {
   return acceptJob(std::move(text), flags);
 }
 
-// A synthesizer that was asked to pause at the very end of a job may take itself for paused, with
-// nothing to go on with. Stopped, it is ready again.
+// A synthesizer that is asked to pause at the very end of a job may remain in a paused state
+// without a job, and would then refuse the next text. A stop makes it idle again.
 void Channel::clearStalePause() {
   SpeechStatusInfo status{};
   if (m_plugIn.call().speechStatus(m_identifier, &status) != noErr) return;
   if (status.outputBusy == 0 && status.outputPaused == 0) return;
   {
     const std::lock_guard held(m_lock);
+    // A job is really running. Otherwise the stop below makes the synthesizer report an end.
     if (m_isOwedEnd) return;
     m_isOwedEnd = true;
   }
@@ -94,17 +101,20 @@ void Channel::clearStalePause() {
   m_isOwedEnd = false;
 }
 
-// False when a job does not end in time.
+// Returns false if the job does not end in time.
 bool Channel::waitForEndOfJob() {
   std::unique_lock held(m_lock);
   return m_jobEnded.wait_for(held, kEndOfJobLimit, [this] { return !m_isOwedEnd || m_isDisposed; });
 }
 
+// Creates the job. It starts at once, unless the client must be asked for more text or has set
+// kPreflightThenPause.
 OSErr Channel::acceptJob(CallerText text, SInt32 flags) {
   {
     const std::lock_guard held(m_lock);
     if (m_isDisposed) return invalidComponentID;
-    // What may fail comes first.
+    // First the steps that can fail. The report of speech-done is allocated here, so that the end
+    // of the job can always be reported.
     CallbackThread::ReportList doneReport{
         {shared_from_this(), {Report::Kind::SpeechDone, m_job + 1}}};
     const bool gathers = m_callbacks.textDone != nullptr && !text.isString();
@@ -129,12 +139,13 @@ OSErr Channel::acceptJob(CallerText text, SInt32 flags) {
   return result;
 }
 
-// Hands the job that is ready to the synthesizer. When that fails there is no job.
+// Passes a job in phase Ready to the synthesizer. No effect in any other phase, or while paused.
+// After a failure the channel is idle.
 OSErr Channel::startSpeaking() {
   {
     const std::lock_guard held(m_lock);
     if (m_phase != Phase::Ready || m_isPaused) return noErr;
-    // Before the call: a short job may end before the call returns.
+    // Set before the call: a short job may end before the call returns.
     m_phase = Phase::Speaking;
     m_isOwedEnd = true;
   }
@@ -146,6 +157,7 @@ OSErr Channel::startSpeaking() {
   return result;
 }
 
+// The comma of kNoEndingProsody is added only for ordinary text: in other modes it would be spoken.
 OSErr Channel::speakInPlugIn() {
   std::string text;
   SInt32 flags = 0;
@@ -165,14 +177,15 @@ OSErr Channel::speakInPlugIn() {
                                                     static_cast<long>(text.size()), flags));
 }
 
-// ---- In turn: stopping and pausing
+// ---- On the call queue: stopping and pausing
 
+// A stop at a boundary is queued as the waiting call, so that the caller need not wait.
 OSErr Channel::performStop(SInt32 where) {
   bool atOnce = where == kImmediate;
   {
     const std::unique_lock held(m_lock);
     if (endUnspokenJob() || m_phase == Phase::Idle) return noErr;
-    // A paused job stops where it stands.
+    // A paused job reaches no boundary, so it stops immediately.
     atOnce = atOnce || m_isPaused;
     if (!atOnce) m_isStopPending = true;
   }
@@ -180,13 +193,14 @@ OSErr Channel::performStop(SInt32 where) {
   try {
     m_calls.queue(shared_from_this(), [this, where] { stopAtBoundary(where); });
   } catch (const std::exception&) {
-    // Without a thread the caller waits.
+    // No thread for the wait, so the caller waits. The stop itself must not fail.
     stopAtBoundary(where);
   }
   return noErr;
 }
 
-// Returns when the place is reached.
+// Returns when the boundary is reached. A failure has no caller to report to: the channel counts as
+// idle then, and a new text waits for the end of the old one.
 void Channel::stopAtBoundary(SInt32 where) {
   resultOf([&] {
     return toClientResult(
@@ -209,8 +223,9 @@ OSErr Channel::stopImmediately() {
 OSErr Channel::performPause(SInt32 where) {
   {
     const std::lock_guard held(m_lock);
-    // Asked to pause an idle channel, a synthesizer would take it for paused.
+    // An idle synthesizer must not be asked: it would remain in a paused state.
     if (m_phase == Phase::Idle || m_isPaused) return noErr;
+    // The synthesizer does not have the text yet; startSpeaking() checks the flag.
     if (m_phase != Phase::Speaking) {
       m_isPaused = true;
       return noErr;
@@ -220,10 +235,11 @@ OSErr Channel::performPause(SInt32 where) {
       m_plugIn.call().pauseSpeechAt(m_identifier, static_cast<unsigned long>(where)));
   const std::lock_guard held(m_lock);
   if (result == noErr && m_phase == Phase::Speaking) m_isPaused = true;
-  // A job that has ended meanwhile has nothing to pause.
+  // A job that has ended during the call cannot be paused; that is not a failure.
   return m_phase == Phase::Idle ? OSErr{noErr} : result;
 }
 
+// A job that the synthesizer does not have yet starts here.
 OSErr Channel::performResume() {
   bool isReady = false;
   {
@@ -239,13 +255,15 @@ OSErr Channel::performResume() {
   return m_phase == Phase::Idle ? OSErr{noErr} : result;
 }
 
-// Of a job that has been accepted already, a failure to begin is an error of its own, and its end.
+// The client has noErr for this job already, so a failure is reported as an error and the end of
+// the job.
 OSErr Channel::startReadyJob() {
   const OSErr result = startSpeaking();
   if (result != noErr) reportFailure(result);
   return result;
 }
 
+// Reports an error at position 0 and the end of the current job.
 void Channel::reportFailure(OSErr error) {
   Report report{Report::Kind::Error, 0};
   report.code = error;
@@ -256,9 +274,9 @@ void Channel::reportFailure(OSErr error) {
   CallbackThread::shared().post(takeDoneReport());
 }
 
-// A text that was queued has been answered with noErr: what keeps it from being spoken is told as
-// the error and the end of a job.
-void Channel::reportUnbegunJob(OSErr error) {
+// The client has noErr for a queued text already. A failure to start it is reported as the error
+// and the end of a job, so that each accepted text has its speech-done.
+void Channel::reportUnstartedJob(OSErr error) {
   {
     const std::lock_guard held(m_lock);
     m_doneReport = {{shared_from_this(), {Report::Kind::SpeechDone, ++m_job}}};
@@ -268,7 +286,7 @@ void Channel::reportUnbegunJob(OSErr error) {
 
 // ---- With m_lock
 
-// Ends a job that the synthesizer has not got; false when there is none.
+// Ends a job that the synthesizer does not have yet. Returns false if there is none.
 bool Channel::endUnspokenJob() {
   if (m_phase != Phase::Gathering && m_phase != Phase::Ready) return false;
   m_phase = Phase::Idle;
@@ -277,6 +295,7 @@ bool Channel::endUnspokenJob() {
   return true;
 }
 
+// Updates the record of soErrors, whose counters saturate.
 void Channel::noteError(OSErr error, long position) {
   const auto offset =
       static_cast<SInt32>(std::clamp<long>(position, 0, std::numeric_limits<SInt32>::max()));
@@ -289,6 +308,7 @@ void Channel::noteError(OSErr error, long position) {
   if (m_errors.count < std::numeric_limits<SInt16>::max()) ++m_errors.count;
 }
 
+// Empty if the speech-done has been posted already.
 CallbackThread::ReportList Channel::takeDoneReport() {
   return std::exchange(m_doneReport, {});
 }

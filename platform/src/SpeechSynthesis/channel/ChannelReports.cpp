@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// From what the synthesizer reports, on threads of its own, to the client's callbacks on ours.
+// Channel, third part: the synthesizer's events, which arrive on its threads, and the client's
+// callbacks, which run on the callback thread.
 #include <CoreFoundation/CFError.h>
 
 #include <algorithm>
@@ -16,19 +17,24 @@
 namespace platform {
 namespace {
 
-// No longer text can be told places in.
+// Positions have 32 bits, so no text may be longer.
 constexpr std::size_t kLongestText = std::numeric_limits<SInt32>::max();
 
 }  // namespace
 
 // ---- On the synthesizer's threads
 
+// Events are ignored unless the synthesizer owes the end of a job (m_isOwedEnd): a late event must
+// not be reported for the next job. Without a callback no report is created, only the state is
+// updated.
+
 void Channel::handleJobEnd() {
   const std::lock_guard held(m_lock);
   if (!m_isOwedEnd) return;
   m_isOwedEnd = false;
   if (m_phase == Phase::Speaking) m_phase = Phase::Idle;
-  // Posted under the lock, as every report is: whoever waits for this begins the next job.
+  // Posted under the lock, before anyone is woken: a thread that waits for this starts the next
+  // job.
   CallbackThread::shared().post(takeDoneReport());
   m_calls.markWaitOver();
   m_jobEnded.notify_all();
@@ -38,6 +44,7 @@ void Channel::handleSync(OSType message) {
   Report report{Report::Kind::Sync, 0};
   report.value = message;
   const std::lock_guard held(m_lock);
+  // Kept for soRecentSync even after the end of the job.
   m_recentSync = message;
   if (!m_isOwedEnd || m_callbacks.sync == nullptr) return;
   report.job = m_job;
@@ -49,6 +56,7 @@ void Channel::handleWord(unsigned long position, UInt16 length) {
   const std::lock_guard held(m_lock);
   if (!m_isOwedEnd) return;
   const unsigned long end = m_text.bytes().size();
+  // Clients rely on positions that do not decrease and lie within the text.
   m_wordPosition = std::clamp(position, m_wordPosition, end);
   if (m_callbacks.word == nullptr && m_callbacks.wordCF == nullptr) return;
   const CFRange range =
@@ -85,12 +93,13 @@ void Channel::post(const Report& report) noexcept {
   try {
     CallbackThread::shared().post(shared_from_this(), report);
   } catch (const std::bad_alloc&) {
-    // Without memory the client misses this one; speech-done has a place of its own.
+    // Out of memory: this report is lost. Speech-done is not, since it was allocated in advance.
   }
 }
 
 // ---- On the callback thread
 
+// Checked here, not when posting: the client may have disposed or stopped the channel meanwhile.
 void Channel::deliver(const Report& report) {
   ClientCallbacks callbacks;
   {
@@ -106,7 +115,7 @@ void Channel::deliver(const Report& report) {
   }
 }
 
-// An exception that leaves a client's function ends the process.
+// Not guarded: an exception that leaves a client's callback ends the process, as the contract says.
 void Channel::callClient(const ClientCallbacks& callbacks, const Report& report) {
   switch (report.kind) {
     case Report::Kind::SpeechDone:
@@ -127,6 +136,8 @@ void Channel::callClient(const ClientCallbacks& callbacks, const Report& report)
   }
 }
 
+// The plain callback first. It may have stopped or disposed the channel, so the text for the second
+// one is read under the lock again, and retained: another job may replace it.
 void Channel::callWordCallbacks(const ClientCallbacks& callbacks, const Report& report) {
   if (callbacks.word != nullptr) {
     constexpr long kMost = std::numeric_limits<UInt16>::max();
@@ -143,6 +154,7 @@ void Channel::callWordCallbacks(const ClientCallbacks& callbacks, const Report& 
   callbacks.wordCF(m_handle, callbacks.refCon, text.get(), {report.position, report.length});
 }
 
+// As callWordCallbacks(), but an error is reported even if its text is no longer current.
 void Channel::callErrorCallbacks(const ClientCallbacks& callbacks, const Report& report) {
   if (callbacks.error != nullptr) {
     callbacks.error(m_handle, callbacks.refCon, report.code, report.position);
@@ -158,8 +170,8 @@ void Channel::callErrorCallbacks(const ClientCallbacks& callbacks, const Report&
   callbacks.errorCF(m_handle, callbacks.refCon, error.get());
 }
 
-// Asks the client for one more piece. Each is asked for by a report of its own, so that a client
-// that always has more to say leaves the others their turn.
+// Asks the client for one piece of text. The next piece is a report of its own, so that a client
+// with an endless text does not block the callbacks of other channels.
 void Channel::askForMoreText(const ClientCallbacks& callbacks, const Report& report) {
   SInt32 flags = 0;
   {
@@ -177,10 +189,11 @@ void Channel::askForMoreText(const ClientCallbacks& callbacks, const Report& rep
   });
 }
 
-// Adds the piece and asks for the next one. True when this was the last and the text is ready.
+// Appends the piece and posts the request for the next one. Returns true if the text is complete;
+// the job is ready then.
 bool Channel::appendPiece(const Report& report, const void* piece, unsigned long bytes) {
   const std::lock_guard held(m_lock);
-  // The client may have stopped the speech, or begun another, meanwhile.
+  // The callback may have stopped the channel or started another text.
   if (m_phase != Phase::Gathering || report.job != m_job) return false;
   const std::size_t room = kLongestText - m_text.bytes().size();
   try {
@@ -190,7 +203,7 @@ bool Channel::appendPiece(const Report& report, const void* piece, unsigned long
       return false;
     }
   } catch (const std::bad_alloc&) {
-    // Without memory for more, the text ends here.
+    // Out of memory: the text ends here.
   }
   m_phase = Phase::Ready;
   return true;

@@ -10,7 +10,8 @@
 namespace platform {
 namespace {
 
-// A thread starts with the signal mask of the one that starts it.
+// RAII guard: blocks all signals on this thread. A new thread inherits the mask of the thread that
+// starts it, so it never runs with signals unblocked.
 class SignalBlocker {
  public:
   SignalBlocker() {

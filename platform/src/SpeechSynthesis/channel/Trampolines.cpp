@@ -8,6 +8,7 @@
 namespace platform::trampolines {
 namespace {
 
+// The reference keeps the channel alive during `work`, even if a client disposes it.
 template <typename Work>
 void withChannel(SRefCon handle, Work work) {
   const auto channel = ChannelRegistry::shared().find(static_cast<SpeechChannel>(handle));
