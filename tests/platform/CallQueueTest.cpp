@@ -17,7 +17,7 @@ using testing::ElementsAre;
 
 class CallQueueTest : public testing::Test {
  protected:
-  // Queues work that waits until the promise is kept.
+  // Queues a call that waits until m_released is set.
   void queueWaiting() {
     m_calls->queue(m_calls, [this] {
       m_waits.set_value();
@@ -33,16 +33,16 @@ class CallQueueTest : public testing::Test {
   std::shared_ptr<CallQueue> m_calls = std::make_shared<CallQueue>();
   std::promise<void> m_waits;
   std::promise<void> m_released;
-  std::vector<std::string> m_done;  // in turn
+  std::vector<std::string> m_done;  // in the order in which the calls ran
 };
 
-TEST_F(CallQueueTest, DoTheWorkOnTheCallersThreadWhenNothingIsQueued) {
+TEST_F(CallQueueTest, RunsACallOnTheCallersThreadWhenNothingIsQueued) {
   std::thread::id here;
   EXPECT_TRUE(m_calls->runOrQueue(m_calls, [&] { here = std::this_thread::get_id(); }));
   EXPECT_EQ(here, std::this_thread::get_id());
 }
 
-TEST_F(CallQueueTest, QueueTheWorkBehindWorkThatWaits) {
+TEST_F(CallQueueTest, QueuesACallAfterOneThatWaits) {
   queueWaiting();
   EXPECT_FALSE(m_calls->runOrQueue(m_calls, note("one")));
   EXPECT_FALSE(m_calls->runOrQueue(m_calls, note("two")));
@@ -51,7 +51,7 @@ TEST_F(CallQueueTest, QueueTheWorkBehindWorkThatWaits) {
   EXPECT_THAT(m_done, ElementsAre("waiting", "one", "two", "three"));
 }
 
-TEST_F(CallQueueTest, DoTheWorkHereOnceNothingWaitsAnyMore) {
+TEST_F(CallQueueTest, RunsACallOnTheCallersThreadOnceNothingWaits) {
   queueWaiting();
   m_calls->markWaitOver();
   std::jthread releasing([this] { m_released.set_value(); });
@@ -59,7 +59,7 @@ TEST_F(CallQueueTest, DoTheWorkHereOnceNothingWaitsAnyMore) {
   EXPECT_THAT(m_done, ElementsAre("waiting", "one"));
 }
 
-TEST_F(CallQueueTest, ForgetWhatHasNotBegun) {
+TEST_F(CallQueueTest, DropsCallsThatHaveNotStarted) {
   queueWaiting();
   EXPECT_FALSE(m_calls->runOrQueue(m_calls, note("one")));
   m_calls->dropQueued();
@@ -69,7 +69,7 @@ TEST_F(CallQueueTest, ForgetWhatHasNotBegun) {
   EXPECT_THAT(m_done, ElementsAre("waiting", "two"));
 }
 
-TEST_F(CallQueueTest, GoOnAfterAnException) {
+TEST_F(CallQueueTest, GoesOnAfterAnException) {
   EXPECT_THROW(m_calls->runNow([] { throw std::runtime_error("now"); }), std::runtime_error);
   queueWaiting();
   EXPECT_FALSE(m_calls->runOrQueue(m_calls, [] { throw std::runtime_error("queued"); }));
@@ -78,7 +78,7 @@ TEST_F(CallQueueTest, GoOnAfterAnException) {
   EXPECT_THAT(m_done, ElementsAre("waiting", "after"));
 }
 
-TEST_F(CallQueueTest, AreTakenOneAtATime) {
+TEST_F(CallQueueTest, RunsOneCallAtATime) {
   int running = 0;
   int most = 0;
   std::vector<std::jthread> threads;
