@@ -105,6 +105,7 @@ __CFDictionary::~__CFDictionary() {
   }
 }
 
+// Retained keys are objects and compared by value, others by address.
 const __CFDictionary::KeyValue* __CFDictionary::find(const void* key) const {
   const auto found = std::find_if(entries.begin(), entries.end(), [&](const KeyValue& entry) {
     return countsKeys ? CFEqual(entry.key, key) != 0 : entry.key == key;
@@ -113,6 +114,7 @@ const __CFDictionary::KeyValue* __CFDictionary::find(const void* key) const {
 }
 
 void __CFDictionary::add(const void* key, const void* value) {
+  // First the step that can fail.
   entries.push_back({key, value});
   if (countsKeys) CFRetain(key);
   if (countsValues) CFRetain(value);
@@ -132,6 +134,7 @@ std::string __CFDictionary::description() const {
   return "CFDictionary of " + std::to_string(entries.size());
 }
 
+// The order of the entries does not matter.
 bool __CFDictionary::equals(const CFObject& other) const {
   const auto& dictionary = static_cast<const __CFDictionary&>(other);
   if (entries.size() != dictionary.entries.size()) return false;

@@ -137,6 +137,7 @@ std::string __CFNumber::description() const {
   return std::visit([](auto held) { return std::to_string(held); }, value);
 }
 
+// An integer and a double are equal if they have the same value as doubles.
 bool __CFNumber::equals(const CFObject& other) const {
   return std::visit([](auto a, auto b) { return static_cast<double>(a) == static_cast<double>(b); },
                     value, static_cast<const __CFNumber&>(other).value);

@@ -115,6 +115,7 @@ CFStringRef CFStringCreateWithBytes(CFAllocatorRef /*allocator*/, const UInt8* b
   return create({reinterpret_cast<const char*>(bytes), static_cast<std::size_t>(length)}, encoding);
 }
 
+// Computed at each call by a linear scan.
 CFIndex CFStringGetLength(CFStringRef string) {
   if (string == nullptr) return 0;
   CFIndex units = 0;
@@ -126,6 +127,8 @@ CFIndex CFStringGetLength(CFStringRef string) {
   return units;
 }
 
+// Without conversion only: the result is the bytes of the string itself. With a NUL inside, a C
+// string would end too early.
 const char* CFStringGetCStringPtr(CFStringRef string, CFStringEncoding encoding) {
   if (string == nullptr || encoding != string->encoding || containsNul(string->bytes))
     return nullptr;
@@ -184,6 +187,7 @@ CFStringRef __CFStringMakeConstantString(const char* text) {
   try {
     const std::lock_guard held(*lock);
     const auto [entry, isNew] = constants->try_emplace(text, nullptr);
+    // Equal literals share one object, so a literal in a loop does not use more and more memory.
     if (!isNew) return entry->second;
     // Literals are UTF-8 by contract. One that is not is kept as Mac OS Roman, in which every byte
     // is a character, so that a constant is never null.

@@ -20,6 +20,7 @@ std::string workingDirectory() {
   return failure ? std::string() : directory.native();
 }
 
+// Keeps "/" itself.
 std::string_view withoutSlashesAtEnd(std::string_view path) {
   while (path.size() > 1 && path.back() == '/') path.remove_suffix(1);
   return path;
@@ -31,6 +32,7 @@ CFURLRef create(std::string_view path) {
   if (path.empty() || path.find('\0') != std::string_view::npos) return nullptr;
   try {
     std::string base;
+    // The base is recorded now: the working directory may change later.
     if (path.front() != '/') {
       base = workingDirectory();
       if (base.empty()) return nullptr;
@@ -64,6 +66,7 @@ CFURLRef CFURLCreateFromFileSystemRepresentation(CFAllocatorRef /*allocator*/, c
 CFURLRef CFURLCreateWithFileSystemPath(CFAllocatorRef /*allocator*/, CFStringRef path,
                                        CFURLPathStyle style, Boolean /*isDirectory*/) {
   if (path == nullptr || style != kCFURLPOSIXPathStyle) return nullptr;
+  // No conversion: a path may be malformed UTF-8, and must stay the same bytes.
   if (path->encoding == CFStringGetSystemEncoding()) return create(path->bytes);
   try {
     // In UTF-8, a character of the other encodings has at most three bytes.
@@ -120,6 +123,7 @@ std::string __CFURL::description() const {
   return absolutePath();
 }
 
+// Bytewise: no file is looked up, so different paths of one file are different URLs.
 bool __CFURL::equals(const CFObject& other) const {
   const auto& url = static_cast<const __CFURL&>(other);
   return path == url.path && base == url.base;

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+//
+// SearchPaths: folders from the dynamic linker and from environment variables.
 #include "SpeechSynthesis/bundles/SearchPaths.h"
 
 #include <cstdlib>
@@ -11,6 +13,7 @@ namespace platform {
 
 std::filesystem::path managerLibraryFolder() {
   Dl_info found{};
+  // The library that contains this function, whatever program has loaded it.
   if (dladdr(reinterpret_cast<const void*>(&managerLibraryFolder), &found) == 0) return {};
   if (found.dli_fname == nullptr) return {};
   std::error_code failure;
@@ -37,6 +40,7 @@ std::vector<std::filesystem::path> foldersInVariable(const char* variable) {
   if (value == nullptr) return folders;
   for (std::string_view rest = value; !rest.empty();) {
     const std::size_t length = std::min(rest.find(':'), rest.size());
+    // An empty name would mean the working directory.
     if (length > 0) folders.emplace_back(rest.substr(0, length));
     rest.remove_prefix(std::min(length + 1, rest.size()));
   }

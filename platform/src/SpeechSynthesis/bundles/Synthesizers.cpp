@@ -1,4 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
+//
+// Synthesizers: loads libraries one by one until one of them speaks the voice. What is loaded stays
+// loaded, so each library is opened at most once per process.
 #include "SpeechSynthesis/bundles/Synthesizers.h"
 
 #include <algorithm>
@@ -78,10 +81,12 @@ OSErr Synthesizers::open(OSType creator, OpenedChannel& opened) {
   }
   writeMessage("No synthesizer found for voices of \"" + printableCode(creator) + "\" in " +
                joinNames(searchFolders()));
+  // The library that could not open a channel may be the right one, so the voice may work later.
   return someFailed ? OSErr{synthOpenFailed} : OSErr{noSynthFound};
 }
 
 const SynthesizerPlugIn* Synthesizers::find(OSType creator) {
+  // Linear search: a process has one or two synthesizers.
   for (const Loaded& loaded : m_loaded) {
     if (loaded.creator == creator) return loaded.plugIn.get();
   }
@@ -117,6 +122,7 @@ Synthesizers::TryResult Synthesizers::tryFile(const fs::path& file, OSType creat
   try {
     plugIn = std::make_unique<SynthesizerPlugIn>(file);
   } catch (const PlugInError& reason) {
+    // Not tried again: the message appears once per process.
     m_seen.push_back(file);
     writeMessage(reason.what());
     return TryResult::OfOthers;
@@ -129,6 +135,7 @@ Synthesizers::TryResult Synthesizers::tryFile(const fs::path& file, OSType creat
   }
   m_seen.push_back(file);
   const OSType its = creatorOf(*plugIn, channel);
+  // Kept all the same, so that it is not loaded and reported again.
   if (its == 0)
     writeMessage("The synthesizer " + file.string() + " does not report the creator of its voices");
   const SynthesizerPlugIn* const kept = plugIn.get();

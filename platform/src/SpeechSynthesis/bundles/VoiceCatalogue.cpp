@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+//
+// VoiceCatalogue: reads all bundles at construction; lookups are linear searches in the list.
 #include "SpeechSynthesis/bundles/VoiceCatalogue.h"
 
 #include <algorithm>
@@ -46,6 +48,7 @@ std::vector<fs::path> VoiceCatalogue::searchFolders() {
   // The data folder relative to the library's folder: in the build tree, and in an installation.
   for (const char* const data : {"../share", KAVREL_DATA_FROM_LIB}) {
     fs::path folder = (library / data / KAVREL_VOICES_SUBDIR).lexically_normal();
+    // In an installation both may be the same folder; reading it twice would report every voice.
     if (std::find(folders.begin(), folders.end(), folder) == folders.end()) {
       folders.push_back(std::move(folder));
     }

@@ -1,4 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
+//
+// VoiceDescriptionReader: checks every value before it is stored, since bundles are untrusted:
+// anyone may put one into the user's folder. pugixml parses the property list.
 #include "SpeechSynthesis/bundles/VoiceDescriptionReader.h"
 
 #include <CoreFoundation/CFString.h>
@@ -84,6 +87,7 @@ class PropertyList {
     }
     return {};
   }
+  // Skips text and comments between elements.
   static pugi::xml_node nextElement(pugi::xml_node node) {
     do node = node.next_sibling();
     while (node && node.type() != pugi::node_element);
@@ -104,6 +108,7 @@ fs::path propertyListOf(const fs::path& bundle) {
   throw BundleError("it has no Info.plist");
 }
 
+// The first character is the most significant byte.
 OSType fourCharCode(const std::string& text, const char* key) {
   const auto isAscii = [](char c) { return c >= ' ' && c <= '~'; };
   if (text.size() != 4 || !std::all_of(text.begin(), text.end(), isAscii)) {
@@ -146,6 +151,7 @@ constexpr std::array<LocaleCodes, 17> kLocaleCodes = {{{"en_US", langEnglish, ve
                                                        {"en_IE", langEnglish, verIreland},
                                                        {"en_CA", langEnglish, verEngCanada}}};
 
+// Exactly two lower-case letters, "_", two upper-case letters: what VoiceLocale has room for.
 void checkLocale(const std::string& locale) {
   const auto isLower = [](char c) { return c >= 'a' && c <= 'z'; };
   const auto isUpper = [](char c) { return c >= 'A' && c <= 'Z'; };

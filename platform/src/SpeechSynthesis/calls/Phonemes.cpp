@@ -35,6 +35,7 @@ class TemporaryFile {
     m_path = (folder / "phonemes-XXXXXX.aiff").native();
     constexpr int kSuffixLength = 5;
     const int file = mkstemps(m_path.data(), kSuffixLength);
+    // Created here, so that no other process can put a link in its way.
     if (file < 0) throw std::system_error(errno, std::generic_category(), m_path);
     ::close(file);
   }
@@ -81,6 +82,7 @@ class Collector {
   // Throws std::bad_alloc if a report was lost for lack of memory.
   std::string phonemes() {
     const std::lock_guard held(m_lock);
+    // An incomplete result would look like a complete one.
     if (m_isOutOfMemory) throw std::bad_alloc();
     return m_phonemes;
   }

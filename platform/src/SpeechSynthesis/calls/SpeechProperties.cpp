@@ -86,6 +86,7 @@ struct Mode {
   OSType code;
 };
 
+// A local table, for the same reason as in propertyOf().
 const std::array<Mode, 5>& modes() {
   static const std::array<Mode, 5> table = {{{kSpeechModeText, modeText},
                                              {kSpeechModePhoneme, modePhonemes},
@@ -108,6 +109,7 @@ Owned<CFNumberRef> createNumber(long value) {
   return ownOrThrow(CFNumberCreate(kCFAllocatorDefault, kCFNumberLongType, &value));
 }
 
+// Any bytes are valid Mac OS Roman, so only lack of memory makes this fail.
 Owned<CFStringRef> createString(std::string_view text) {
   return ownOrThrow(
       CFStringCreateWithBytes(kCFAllocatorDefault, reinterpret_cast<const UInt8*>(text.data()),
@@ -144,6 +146,7 @@ std::string fourCharacters(OSType code) {
   return text;
 }
 
+// The minor and the bug fix number are four bits each.
 std::string versionText(const NumVersion& version) {
   return std::to_string(version.majorRev) + '.' + std::to_string(version.minorAndBugRev >> 4U) +
          '.' + std::to_string(version.minorAndBugRev & 0xFU);
@@ -297,6 +300,7 @@ std::optional<OSType> modeOf(CFTypeRef object, OSType selector) {
   return std::nullopt;
 }
 
+// Empty unless the object is a dictionary with both numbers.
 std::optional<VoiceSpec> voiceOf(CFTypeRef object) {
   if (!isOfType(object, CFDictionaryGetTypeID())) return std::nullopt;
   const auto dictionary = static_cast<CFDictionaryRef>(object);
@@ -321,6 +325,7 @@ bool readDelimiter(CFTypeRef object, UInt8 (&delimiter)[2]) {
   return true;
 }
 
+// Empty unless the object is a dictionary with two valid delimiters: a single one is never changed.
 std::optional<DelimiterInfo> delimitersOf(CFTypeRef object) {
   if (!isOfType(object, CFDictionaryGetTypeID())) return std::nullopt;
   const auto dictionary = static_cast<CFDictionaryRef>(object);
@@ -341,6 +346,7 @@ std::optional<const void*> pointerOf(CFTypeRef object) {
   return reinterpret_cast<const void*>(static_cast<std::intptr_t>(*value));
 }
 
+// An empty value is one that could not be converted.
 template <typename Value>
 OSErr setValue(Channel& channel, OSType selector, const std::optional<Value>& value) {
   return value ? channel.setInfo(selector, &*value) : OSErr{paramErr};
@@ -415,9 +421,11 @@ OSErr SpeakCFString(SpeechChannel chan, CFStringRef aString, CFDictionaryRef opt
   return onChannel(chan, [&](Channel& channel) -> OSErr {
     if (aString == nullptr) return channel.stop(kImmediate);
     CallerText text(aString);
+    // The converted text is what the synthesizer gets, so its length counts.
     if (text.bytes().size() > static_cast<std::size_t>(std::numeric_limits<SInt32>::max())) {
       return paramErr;
     }
+    // Also for a string of characters without width only.
     if (text.bytes().empty()) return channel.stop(kImmediate);
     return channel.speak(std::move(text), flagsOf(options));
   });

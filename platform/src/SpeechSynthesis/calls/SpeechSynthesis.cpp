@@ -50,6 +50,7 @@ OSErr openChannel(const Voice& voice, std::shared_ptr<Channel>& made) {
   return noErr;
 }
 
+// Of several threads that close the same channel, one finds it in the registry.
 void closeChannel(SpeechChannel handle) {
   if (const auto channel = ChannelRegistry::shared().remove(handle)) channel->close();
 }
@@ -65,6 +66,7 @@ OSErr MakeVoiceSpec(OSType creator, OSType id, VoiceSpec* voice) {
 OSErr CountVoices(SInt16* numVoices) {
   if (numVoices == nullptr) return paramErr;
   return resultOf([&]() -> OSErr {
+    // The count has 16 bits; further voices are reachable by their VoiceSpec only.
     constexpr std::size_t kMost = std::numeric_limits<SInt16>::max();
     *numVoices = static_cast<SInt16>(std::min(VoiceCatalogue::shared().voices().size(), kMost));
     return noErr;
@@ -86,6 +88,7 @@ OSErr GetVoiceDescription(const VoiceSpec* voice, VoiceDescription* info, long i
   return resultOf([&]() -> OSErr {
     const Voice* const found = voiceOf(voice);
     if (found == nullptr) return voiceNotFound;
+    // A client may only ask whether the voice exists.
     if (info == nullptr) return noErr;
     VoiceDescription description = found->description;
     const std::size_t length = std::min(static_cast<std::size_t>(infoLength), sizeof description);
@@ -154,6 +157,7 @@ OSErr SpeakBuffer(SpeechChannel chan, const void* textBuf, unsigned long textByt
                   SInt32 controlFlags) {
   return onChannel(chan, [&](Channel& channel) -> OSErr {
     if (textBytes > static_cast<unsigned long>(std::numeric_limits<SInt32>::max())) return paramErr;
+    // No text is a stop, as the interface defines it.
     if (textBuf == nullptr || textBytes == 0) return channel.stop(kImmediate);
     return channel.speak(platform::CallerText(textBuf, textBytes), controlFlags);
   });

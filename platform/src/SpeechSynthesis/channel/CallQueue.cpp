@@ -1,4 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
+//
+// CallQueue: a double-ended queue with three flags under one lock. A call may run if no other call
+// runs and the queue has no thread; while a call waits for a boundary, new calls go to the queue.
 #include "SpeechSynthesis/channel/CallQueue.h"
 
 #include <utility>

@@ -1,4 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
+//
+// CallbackThread: one consumer of a linked list under a lock. List nodes can be made in advance, so
+// that the end of a job is reported even if memory is exhausted by then.
 #include "SpeechSynthesis/channel/CallbackThread.h"
 
 #include <atomic>
@@ -92,6 +95,7 @@ void CallbackThread::run() {
   m_thread = std::this_thread::get_id();
   while (!m_ended) {
     m_posted.wait(held, [this] { return !m_queue.empty() || m_ended; });
+    // exit() drops what is queued: callbacks of a program that exits may use destroyed objects.
     if (m_ended) break;
     ReportList next;
     next.splice(next.begin(), m_queue, m_queue.begin());

@@ -113,6 +113,8 @@ void Channel::close() {
   CallbackThread::shared().waitForReportTo(*this);
 }
 
+// The synthesizer first: m_voice is what soCurrentVoice reports, so it must be a voice that was
+// accepted.
 OSErr Channel::useVoice(const Voice& voice) {
   const OSErr result = m_plugIn.useVoice(m_identifier, voice);
   if (result != noErr) return result;
@@ -218,7 +220,7 @@ OSType Channel::creator() const {
 // Runs `work` on the call queue and returns its result. If it must be queued because a stop waits
 // for its boundary, returns noErr immediately.
 OSErr Channel::runOrQueue(std::function<OSErr(Channel&)> work) {
-  // Shared, since queued work outlives this call.
+  // Shared, since queued work outlives this call; its result is not used then.
   const auto result = std::make_shared<OSErr>(OSErr{noErr});
   m_calls.runOrQueue(shared_from_this(),
                      [this, result, work = std::move(work)] { *result = work(*this); });
@@ -240,6 +242,7 @@ OSErr Channel::readStatus(SpeechStatusInfo& status) const {
   return noErr;
 }
 
+// Reading clears the record.
 OSErr Channel::readErrors(SpeechErrorInfo& errors) {
   const std::lock_guard held(m_lock);
   errors = std::exchange(m_errors, {});

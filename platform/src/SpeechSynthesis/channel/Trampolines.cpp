@@ -1,4 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
+//
+// Trampolines: noexcept, since a synthesizer does not expect exceptions from its callbacks. The
+// channel's handlers throw none.
 #include "SpeechSynthesis/channel/Trampolines.h"
 
 #include <memory>
