@@ -10,7 +10,7 @@
 #include "output/clock_sink.h"
 #include "synth/synthesiser.h"
 
-using kavrel::Clock;
+using base::Clock;
 using kavrel::ClockSink;
 using kavrel::Entry;
 using kavrel::Piece;

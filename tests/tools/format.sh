@@ -4,6 +4,6 @@
 # Whether every source file is formatted as .clang-format says: format.sh CLANG_FORMAT ROOT
 set -euo pipefail
 cd "$2"
-find bench engine fuzz interfaces platform testing tests tools \
+find base bench engine fuzz interfaces platform testing tests tools \
   \( -name '*.h' -o -name '*.c' -o -name '*.cpp' \) -print0 |
   xargs -0 "$1" --dry-run -Werror

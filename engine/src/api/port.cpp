@@ -58,14 +58,14 @@ void blockSignals() {
 Port::Port(PortSettings settings) : m_settings(std::move(settings)), m_voice(&defaultVoice()) {}
 
 void Port::setCallback(kavrel_callback_t callback, kavrel_event_t mask, void* user) {
-  const Held held(m_lock);
+  const base::ScopedLock held(m_lock);
   m_callback = callback;
   m_mask = mask;
   m_user = user;
 }
 
 void Port::setVoice(const Voice& voice) {
-  const Held held(m_lock);
+  const base::ScopedLock held(m_lock);
   m_voice = &voice;
 }
 
@@ -79,7 +79,7 @@ kavrel_result_t Port::speakText(std::string_view text, kavrel_background_t& hand
   if (request.sink == nullptr) return KAVREL_FILE_ERROR;
   request.eventsImmediate = settings.eventsImmediate;
   {
-    const Held held(m_lock);
+    const base::ScopedLock held(m_lock);
     request.voice = m_voice;
     request.callback = m_callback;
     request.mask = m_mask;
@@ -93,7 +93,7 @@ kavrel_result_t Port::speakText(std::string_view text, kavrel_background_t& hand
 }
 
 kavrel_result_t Port::enqueue(JobPointer job) {
-  const Held held(m_lock);
+  const base::ScopedLock held(m_lock);
   m_jobs.push_back(std::move(job));
   if (m_worker != std::thread::id()) return KAVREL_SUCCESS;
   try {
@@ -113,7 +113,7 @@ void Port::work() {
   for (;;) {
     JobPointer job;
     {
-      const Held held(m_lock);
+      const base::ScopedLock held(m_lock);
       if (m_jobs.empty()) {
         m_worker = std::thread::id();
         return;
@@ -121,7 +121,7 @@ void Port::work() {
       job = m_jobs.front();
     }
     job->run();
-    const Held held(m_lock);
+    const base::ScopedLock held(m_lock);
     m_jobs.erase(m_jobs.begin());
   }
 }
@@ -137,7 +137,7 @@ Port::JobPointer Port::find(kavrel_background_t handle) {
 kavrel_result_t Port::pause(kavrel_background_t handle, Place place) {
   JobPointer job;
   {
-    const Held held(m_lock);
+    const base::ScopedLock held(m_lock);
     job = find(handle);
   }
   return job != nullptr && job->pause(place) ? KAVREL_SUCCESS : KAVREL_OBJECT_NOT_FOUND;
@@ -146,7 +146,7 @@ kavrel_result_t Port::pause(kavrel_background_t handle, Place place) {
 void Port::stop(kavrel_background_t handle, Place place) {
   std::vector<JobPointer> jobs;
   {
-    const Held held(m_lock);
+    const base::ScopedLock held(m_lock);
     if (handle == nullptr) {
       jobs = m_jobs;
     } else if (JobPointer job = find(handle)) {
@@ -161,7 +161,7 @@ void Port::stop(kavrel_background_t handle, Place place) {
 kavrel_result_t Port::wait(kavrel_background_t handle) {
   std::vector<JobPointer> jobs;
   {
-    const Held held(m_lock);
+    const base::ScopedLock held(m_lock);
     if (m_worker == std::this_thread::get_id()) return KAVREL_ENGINE_INUSE;
     const JobPointer last = handle != nullptr ? find(handle) : nullptr;
     if (handle != nullptr && last == nullptr) return KAVREL_SUCCESS;

@@ -12,8 +12,8 @@
 #include <thread>
 #include <vector>
 
-#include "annotations.h"
 #include "api/params.h"
+#include "base/threads/Mutex.h"
 #include "job/job.h"
 #include "kavrel.h"
 
@@ -44,7 +44,7 @@ class Port : public std::enable_shared_from_this<Port> {
 
   const PortSettings m_settings;
 
-  Mutex m_lock;
+  base::Mutex m_lock;
   kavrel_callback_t m_callback GUARDED_BY(m_lock) = nullptr;
   kavrel_event_t m_mask GUARDED_BY(m_lock) = KAVREL_EVENT_NONE;
   void* m_user GUARDED_BY(m_lock) = nullptr;

@@ -41,7 +41,7 @@ Job::Job(std::uint64_t number, Request request)
     : m_number(number), m_request(std::move(request)), m_sink(*m_request.sink) {}
 
 void Job::run() {
-  const Held held(m_lock);
+  const base::ScopedLock held(m_lock);
   if (m_stopAt != Place::Now) {
     m_begun = true;
     const auto length = static_cast<std::uint32_t>(m_request.text.size());
@@ -69,7 +69,7 @@ void Job::speak() {
       m_position = static_cast<std::uint32_t>(m_request.text.size());
       return;
     }
-    waitUntil(m_wake, m_lock, nextDue());
+    m_wake.waitUntil(m_lock, nextDue());
   }
 }
 
@@ -122,7 +122,7 @@ void Job::beCut() {
   m_sink.pause();
   if (m_stopAt.has_value()) {
     m_stopAt = Place::Now;
-    m_stopTime = Clock::now();
+    m_stopTime = base::Clock::now();
   } else {
     m_pauseAt.reset();
     m_paused = true;
@@ -148,7 +148,7 @@ bool Job::writeMore() {
   const std::span<const std::int16_t> samples = m_timeline.samplesAt(m_written, limit);
   bool taken = false;
   {
-    const Released released(m_lock);
+    const base::ScopedUnlock released(m_lock);
     taken = m_sink.write(samples);
   }
   if (!taken) {
@@ -174,7 +174,7 @@ bool Job::produceMore(Pipeline& producer) {
   Piece piece;
   Producer::Result result = Producer::Result::Failed;
   {
-    const Released released(m_lock);
+    const base::ScopedUnlock released(m_lock);
     result = producer.next(piece);
   }
   switch (result) {
@@ -197,7 +197,7 @@ bool Job::isDone() {
 
 // When there is something to do again, if nothing is asked of the job before. Everything that could
 // be done now has been done.
-Clock::time_point Job::nextDue() {
+base::Clock::time_point Job::nextDue() {
   const std::uint64_t end = m_cut.has_value() ? m_cut->sample : m_timeline.end();
   std::uint64_t position = end;
   const Entry* const entry = m_timeline.nextEntry();
@@ -214,12 +214,12 @@ void Job::finish() {
   if (!finishSink() && !m_failed) fail(m_sink.error());
   deliver({soundLength(), KAVREL_EVENT_END, m_position, 0, {}, false, false});
   m_over = true;
-  m_done.notify_all();
+  m_done.notifyAll();
 }
 
 // The job ends whatever becomes of its sound.
 bool Job::finishSink() {
-  const Released released(m_lock);
+  const base::ScopedUnlock released(m_lock);
   try {
     return m_sink.finish();
   } catch (...) {
@@ -248,9 +248,9 @@ void Job::deliver(const Entry& entry) {
   const bool observed = entry.type != KAVREL_EVENT_NONE && isObserved();
   if (!wanted && !observed) return;
   m_inCallback = true;
-  m_callbackBegan = Clock::now();
+  m_callbackBegan = base::Clock::now();
   {
-    const Released released(m_lock);
+    const base::ScopedUnlock released(m_lock);
     if (observed) report(entry);
     if (wanted) call(entry);
   }
@@ -274,7 +274,7 @@ void Job::call(const Entry& entry) {
 }
 
 bool Job::pause(Place place) {
-  const Held held(m_lock);
+  const base::ScopedLock held(m_lock);
   if (m_ending) return false;
   if (m_stopAt.has_value()) {
     // A paused job ends where it stands, so a pause at once is what the stop was waiting for.
@@ -296,7 +296,7 @@ bool Job::pause(Place place) {
 }
 
 void Job::stop(Place place) {
-  const Held held(m_lock);
+  const base::ScopedLock held(m_lock);
   if (m_ending || (m_stopAt.has_value() && *m_stopAt <= place)) return;
   if (place == Place::Now || m_paused || !m_begun) {
     stopNow();
@@ -310,34 +310,34 @@ void Job::stop(Place place) {
 
 void Job::stopNow() {
   m_stopAt = Place::Now;
-  m_stopTime = Clock::now();
+  m_stopTime = base::Clock::now();
   m_cancel = true;
   m_sink.pause();
 }
 
 void Job::changed() {
-  m_wake.notify_all();
-  m_done.notify_all();
+  m_wake.notifyAll();
+  m_done.notifyAll();
 }
 
 // Callbacks are many and short, so none of them wakes those who wait. Looking again after the grace
 // at the latest is soon enough: a callback that has begun meanwhile has some of its own left.
 Job::Waited Job::wait() {
-  const Held held(m_lock);
+  const base::ScopedLock held(m_lock);
   while (!m_over) {
-    const Clock::time_point now = Clock::now();
-    const Clock::time_point limit = hangLimit();
+    const base::Clock::time_point now = base::Clock::now();
+    const base::Clock::time_point limit = hangLimit();
     if (now >= limit) return Waited::CallbackHangs;
-    waitUntil(m_done, m_lock, std::min(limit, now + kCallbackGrace));
+    m_done.waitUntil(m_lock, std::min(limit, now + kCallbackGrace));
   }
   return Waited::Over;
 }
 
 // Until when the callback that is running may run, for those who wait; the end of time when none
 // does, or while the sound goes on by itself.
-Clock::time_point Job::hangLimit() {
-  if (!m_inCallback || (m_paused && !m_ending)) return Clock::time_point::max();
-  Clock::time_point silent = m_callbackBegan;
+base::Clock::time_point Job::hangLimit() {
+  if (!m_inCallback || (m_paused && !m_ending)) return base::Clock::time_point::max();
+  base::Clock::time_point silent = m_callbackBegan;
   if (m_stopAt == Place::Now) {
     silent = std::max(silent, m_stopTime);
   } else if (!m_ending) {

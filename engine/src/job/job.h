@@ -12,7 +12,8 @@
 #include <optional>
 #include <string>
 
-#include "annotations.h"
+#include "base/threads/Clock.h"
+#include "base/threads/Mutex.h"
 #include "job/pipeline.h"
 #include "job/timeline.h"
 #include "kavrel.h"
@@ -84,8 +85,8 @@ class Job {
   bool isDue(const Entry& entry) REQUIRES(m_lock);
   bool mayProduce() REQUIRES(m_lock);
   std::uint64_t writeTarget() REQUIRES(m_lock);
-  Clock::time_point nextDue() REQUIRES(m_lock);
-  Clock::time_point hangLimit() REQUIRES(m_lock);
+  base::Clock::time_point nextDue() REQUIRES(m_lock);
+  base::Clock::time_point hangLimit() REQUIRES(m_lock);
   void changed() REQUIRES(m_lock);
   void stopNow() REQUIRES(m_lock);
 
@@ -94,9 +95,9 @@ class Job {
   Sink& m_sink;
   std::atomic<bool> m_cancel = false;  // production is given up
 
-  Mutex m_lock;
-  Condition m_wake;  // with m_lock: something was asked of the job
-  Condition m_done;  // with m_lock: something was asked of the job, or it is over
+  base::Mutex m_lock;
+  base::Condition m_wake;  // with m_lock: something was asked of the job
+  base::Condition m_done;  // with m_lock: something was asked of the job, or it is over
 
   bool m_begun GUARDED_BY(m_lock) = false;
   bool m_ending GUARDED_BY(m_lock) = false;  // nothing more is spoken
@@ -106,7 +107,7 @@ class Job {
   bool m_paused GUARDED_BY(m_lock) = false;
   std::optional<Place> m_pauseAt GUARDED_BY(m_lock);      // asked for, not reached; never Now
   std::optional<Place> m_stopAt GUARDED_BY(m_lock);       // asked for
-  Clock::time_point m_stopTime GUARDED_BY(m_lock);        // when a stop at once was asked for
+  base::Clock::time_point m_stopTime GUARDED_BY(m_lock);  // when a stop at once was asked for
   std::optional<Timeline::Cut> m_cut GUARDED_BY(m_lock);  // where m_stopAt or m_pauseAt is
 
   Timeline m_timeline GUARDED_BY(m_lock);
@@ -118,7 +119,7 @@ class Job {
   std::uint32_t m_position GUARDED_BY(m_lock) = 0;    // of the speech, in the text
 
   bool m_inCallback GUARDED_BY(m_lock) = false;
-  Clock::time_point m_callbackBegan GUARDED_BY(m_lock);
+  base::Clock::time_point m_callbackBegan GUARDED_BY(m_lock);
 };
 
 }  // namespace kavrel

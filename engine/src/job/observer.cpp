@@ -5,7 +5,7 @@
 #include <memory>
 #include <utility>
 
-#include "annotations.h"
+#include "base/threads/Mutex.h"
 #include "cst/diag.h"
 
 namespace kavrel {
@@ -28,7 +28,7 @@ class Registry {
   void set(kavrel_observer_t observer, void* user) EXCLUDES(m_lock) {
     auto next =
         observer != nullptr ? std::make_shared<Observer>(Observer{observer, user}) : nullptr;
-    const Held held(m_lock);
+    const base::ScopedLock held(m_lock);
     const std::shared_ptr<Observer> previous = std::exchange(m_current, std::move(next));
     m_on.store(m_current != nullptr, std::memory_order_release);
     if (previous == nullptr || depth > 0) return;
@@ -36,15 +36,15 @@ class Registry {
   }
 
   void call(const kavrel_observation& observation) EXCLUDES(m_lock) {
-    const Held held(m_lock);
+    const base::ScopedLock held(m_lock);
     const std::shared_ptr<Observer> observer = m_current;
     if (observer == nullptr) return;
     ++observer->running;
     {
-      const Released released(m_lock);
+      const base::ScopedUnlock released(m_lock);
       callOut(*observer, observation);
     }
-    if (--observer->running == 0 && observer != m_current) m_returned.notify_all();
+    if (--observer->running == 0 && observer != m_current) m_returned.notifyAll();
   }
 
  private:
@@ -65,8 +65,9 @@ class Registry {
   }
 
   std::atomic<bool> m_on = false;
-  Mutex m_lock;
-  Condition m_returned;  // with m_lock: the last call of an observer that was replaced is over
+  base::Mutex m_lock;
+  base::Condition
+      m_returned;  // with m_lock: the last call of an observer that was replaced is over
   std::shared_ptr<Observer> m_current GUARDED_BY(m_lock);  // null: none
 };
 

@@ -22,9 +22,9 @@ Pipeline::~Pipeline() {
   if (!m_thread.has_value()) return;
   m_cancel = true;
   {
-    const Held held(m_lock);
+    const base::ScopedLock held(m_lock);
     m_givenUp = true;
-    m_changed.notify_all();
+    m_changed.notifyAll();
   }
   m_thread->join();
 }
@@ -33,10 +33,10 @@ Producer::Result Pipeline::next(Piece& piece) {
   if (!m_thread.has_value()) return m_producer.next(piece);
   Outcome outcome;
   {
-    const Held held(m_lock);
+    const base::ScopedLock held(m_lock);
     while (m_taken == m_produced) m_changed.wait(m_lock);
     outcome = std::move(m_outcomes[m_taken++ % m_outcomes.size()]);
-    m_changed.notify_all();
+    m_changed.notifyAll();
   }
   if (outcome.thrown) std::rethrow_exception(outcome.thrown);
   piece = std::move(outcome.piece);
@@ -48,9 +48,9 @@ void Pipeline::run() {
   while (!isLast) {
     Outcome outcome = produce();
     isLast = outcome.thrown || outcome.result != Producer::Result::Piece;
-    const Held held(m_lock);
+    const base::ScopedLock held(m_lock);
     m_outcomes[m_produced++ % m_outcomes.size()] = std::move(outcome);
-    m_changed.notify_all();
+    m_changed.notifyAll();
     while (m_produced - m_taken == m_outcomes.size() && !m_givenUp) m_changed.wait(m_lock);
     isLast = isLast || m_givenUp;
   }

@@ -15,7 +15,7 @@
 #include <string_view>
 #include <thread>
 
-#include "annotations.h"
+#include "base/threads/Mutex.h"
 #include "job/producer.h"
 
 namespace kavrel {
@@ -50,8 +50,8 @@ class Pipeline {
   Producer m_producer;  // used by the thread, if there is one, until its last outcome
   std::atomic<bool>& m_cancel;
 
-  Mutex m_lock;
-  Condition m_changed;  // with m_lock
+  base::Mutex m_lock;
+  base::Condition m_changed;  // with m_lock
   // Not yet taken, from the m_taken'th on; more would only cost memory, for a piece is far more
   // work to produce than to take.
   std::array<Outcome, 2> m_outcomes GUARDED_BY(m_lock);

@@ -28,12 +28,12 @@ std::uint64_t ClockSink::lead() const {
 
 std::uint64_t ClockSink::heard() {
   if (m_paused) return m_base;
-  return std::min(m_written, m_base + samplesIn(Clock::now() - m_since));
+  return std::min(m_written, m_base + samplesIn(base::Clock::now() - m_since));
 }
 
-Clock::time_point ClockSink::dueAt(std::uint64_t position) {
+base::Clock::time_point ClockSink::dueAt(std::uint64_t position) {
   if (position <= m_base) return m_since;
-  if (m_paused) return Clock::time_point::max();
+  if (m_paused) return base::Clock::time_point::max();
   return m_since + timeOf(position - m_base);
 }
 
@@ -45,7 +45,7 @@ void ClockSink::pause() {
 
 void ClockSink::resume() {
   if (!m_paused) return;
-  m_since = Clock::now();
+  m_since = base::Clock::now();
   m_paused = false;
 }
 
@@ -62,7 +62,7 @@ bool ClockSink::finish() {
 void ClockSink::settle() {
   if (m_paused || heard() < m_written) return;
   m_base = m_written;
-  m_since = Clock::now();
+  m_since = base::Clock::now();
 }
 
 }  // namespace kavrel

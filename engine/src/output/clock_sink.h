@@ -20,7 +20,7 @@ class ClockSink final : public Sink {
   void advance(std::uint64_t count) override;
   std::uint64_t lead() const override;
   std::uint64_t heard() override;
-  Clock::time_point dueAt(std::uint64_t position) override;
+  base::Clock::time_point dueAt(std::uint64_t position) override;
   void pause() override;
   void resume() override;
   std::uint64_t takeBack(std::uint64_t position) override;
@@ -31,7 +31,7 @@ class ClockSink final : public Sink {
 
   // m_base had been heard at m_since; from then on time counts, unless it is paused.
   std::uint64_t m_base = 0;
-  Clock::time_point m_since = Clock::now();
+  base::Clock::time_point m_since = base::Clock::now();
   std::uint64_t m_written = 0;
   bool m_paused = false;
 };

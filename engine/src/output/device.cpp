@@ -9,7 +9,8 @@
 #include <cubeb/cubeb.h>
 #include <unistd.h>
 
-#include "annotations.h"
+#include "base/threads/Clock.h"
+#include "base/threads/Mutex.h"
 #include "output/playback.h"
 #include "synth/synthesiser.h"
 
@@ -68,9 +69,9 @@ class DeviceStream::Context {
 
  private:
   struct Current {
-    Mutex lock;
+    base::Mutex lock;
     std::weak_ptr<Context> context GUARDED_BY(lock);
-    Clock::time_point retryAt GUARDED_BY(lock);
+    base::Clock::time_point retryAt GUARDED_BY(lock);
   };
 
   explicit Context(cubeb* handle) : m_handle(handle) {}
@@ -83,18 +84,18 @@ class DeviceStream::Context {
 std::shared_ptr<DeviceStream::Context> DeviceStream::Context::shared() {
   // Never destroyed, for threads that speak while the process exits.
   static Current& current = *new Current;
-  const Held held(current.lock);
+  const base::ScopedLock held(current.lock);
   if (auto context = current.context.lock(); context != nullptr && context->isUsable()) {
     return context;
   }
-  if (Clock::now() < current.retryAt) return nullptr;
+  if (base::Clock::now() < current.retryAt) return nullptr;
   cubeb* handle = nullptr;
   std::uint32_t channels = 0;
   const bool ready = cubeb_init(&handle, kProgramName, nullptr) == CUBEB_OK;
   // A way to sound without anything behind it shows only here.
   if (!ready || cubeb_get_max_channel_count(handle, &channels) != CUBEB_OK) {
     if (ready) cubeb_destroy(handle);
-    current.retryAt = Clock::now() + kRetryAfter;
+    current.retryAt = base::Clock::now() + kRetryAfter;
     return nullptr;
   }
   std::shared_ptr<Context> context(new Context(handle));

@@ -50,7 +50,7 @@ void DeviceSink::open() {
   } else if (!saidNoDevice.exchange(true)) {
     KAVREL_DIAG("DeviceSink", "Speaking in silence: %s.", why.c_str());
   }
-  const Held held(m_lock);
+  const base::ScopedLock held(m_lock);
   if (found) {
     m_playback = std::move(playback);
     m_stream = std::move(stream);
@@ -63,7 +63,7 @@ void DeviceSink::close() {
   std::unique_ptr<Playback> playback;
   std::unique_ptr<DeviceStream> stream;
   {
-    const Held held(m_lock);
+    const base::ScopedLock held(m_lock);
     playback = std::move(m_playback);
     stream = std::move(m_stream);
   }
@@ -76,7 +76,7 @@ bool DeviceSink::write(std::span<const std::int16_t> samples) {
   if (!m_opened) open();
   bool lost = false;
   {
-    const Held held(m_lock);
+    const base::ScopedLock held(m_lock);
     lost = m_clock.has_value();
     if (!lost) {
       m_playback->write(samples);
@@ -88,7 +88,7 @@ bool DeviceSink::write(std::span<const std::int16_t> samples) {
 }
 
 void DeviceSink::advance(std::uint64_t count) {
-  const Held held(m_lock);
+  const base::ScopedLock held(m_lock);
   m_written += count;
   if (m_clock.has_value()) m_clock->advance(count);
 }
@@ -98,31 +98,31 @@ std::uint64_t DeviceSink::lead() const {
 }
 
 std::uint64_t DeviceSink::heard() {
-  const Held held(m_lock);
+  const base::ScopedLock held(m_lock);
   look();
   return m_clock.has_value() ? m_clock->heard() : m_heard.position;
 }
 
 bool DeviceSink::hasReached(std::uint64_t position) {
-  const Held held(m_lock);
+  const base::ScopedLock held(m_lock);
   look();
   if (m_clock.has_value()) return m_clock->heard() >= position;
   return m_frames > 0 && m_heard.position >= position;
 }
 
-Clock::time_point DeviceSink::dueAt(std::uint64_t position) {
-  const Held held(m_lock);
+base::Clock::time_point DeviceSink::dueAt(std::uint64_t position) {
+  const base::ScopedLock held(m_lock);
   look();
   if (m_clock.has_value()) return m_clock->dueAt(position);
   if (position <= m_heard.position && (m_frames > 0 || !m_started)) {
     return m_seenAt - timeOf(m_heard.position - position + m_heard.silence);
   }
-  if (m_paused) return Clock::time_point::max();
-  return m_seenAt + std::max<Clock::duration>(timeOf(position - m_heard.position), kTick);
+  if (m_paused) return base::Clock::time_point::max();
+  return m_seenAt + std::max<base::Clock::duration>(timeOf(position - m_heard.position), kTick);
 }
 
 void DeviceSink::pause() {
-  const Held held(m_lock);
+  const base::ScopedLock held(m_lock);
   if (m_paused) return;
   if (!m_clock.has_value() && m_started) {
     m_playback->allowGap();
@@ -134,7 +134,7 @@ void DeviceSink::pause() {
 }
 
 void DeviceSink::resume() {
-  const Held held(m_lock);
+  const base::ScopedLock held(m_lock);
   if (!std::exchange(m_paused, false)) return;
   if (m_clock.has_value()) {
     m_clock->resume();
@@ -144,7 +144,7 @@ void DeviceSink::resume() {
 }
 
 std::uint64_t DeviceSink::takeBack(std::uint64_t position) {
-  const Held held(m_lock);
+  const base::ScopedLock held(m_lock);
   if (m_clock.has_value()) {
     m_written = m_clock->takeBack(position);
   } else if (m_playback != nullptr) {
@@ -162,7 +162,7 @@ bool DeviceSink::finish() {
 void DeviceSink::start() {
   m_started = true;
   m_stuck = {};
-  m_seenAt = m_anchorTime = Clock::now();
+  m_seenAt = m_anchorTime = base::Clock::now();
   m_anchorFrames = std::max(m_frames, m_reported);
   if (m_stream->isLost() || !m_stream->start()) goOnInSilence();
 }
@@ -175,7 +175,7 @@ void DeviceSink::look() {
     return;
   }
   const std::uint64_t reported = std::max(m_reported, m_stream->position().value_or(0));
-  const Clock::time_point now = Clock::now();
+  const base::Clock::time_point now = base::Clock::now();
   const bool moved = std::exchange(m_reported, reported) != reported;
   if (!m_paused) m_frames = heardFrames(now);
   m_heard = m_playback->heardAt(m_frames);
@@ -188,15 +188,15 @@ void DeviceSink::look() {
 // Sound servers guess the position in between what they know, and may be wrong by some hundredths
 // of a second, with many streams above all. Sound can stand still, but never runs ahead of its
 // time.
-std::uint64_t DeviceSink::heardFrames(Clock::time_point now) {
+std::uint64_t DeviceSink::heardFrames(base::Clock::time_point now) {
   const double seconds = std::chrono::duration<double>(now - m_anchorTime).count();
   const auto most = m_anchorFrames + static_cast<std::uint64_t>(seconds * kMostRate);
   return std::max(m_frames, std::min(m_reported, most));
 }
 
-void DeviceSink::watch(bool moved, Clock::time_point now) {
-  m_stuck =
-      moved ? Clock::duration() : m_stuck + std::min<Clock::duration>(now - m_seenAt, kMostPerLook);
+void DeviceSink::watch(bool moved, base::Clock::time_point now) {
+  m_stuck = moved ? base::Clock::duration()
+                  : m_stuck + std::min<base::Clock::duration>(now - m_seenAt, kMostPerLook);
   if (m_stuck > kPatience) goOnInSilence();
 }
 

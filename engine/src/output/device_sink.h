@@ -14,6 +14,7 @@
 #include <optional>
 #include <string>
 
+#include "base/threads/Mutex.h"
 #include "output/clock_sink.h"
 #include "output/device.h"
 #include "output/playback.h"
@@ -31,7 +32,7 @@ class DeviceSink final : public Sink {
   std::uint64_t lead() const override;
   std::uint64_t heard() override;
   bool hasReached(std::uint64_t position) override;
-  Clock::time_point dueAt(std::uint64_t position) override;
+  base::Clock::time_point dueAt(std::uint64_t position) override;
   void pause() override;
   void resume() override;
   std::uint64_t takeBack(std::uint64_t position) override;
@@ -42,14 +43,14 @@ class DeviceSink final : public Sink {
   void close();
   void start() REQUIRES(m_lock);
   void look() REQUIRES(m_lock);
-  std::uint64_t heardFrames(Clock::time_point now) REQUIRES(m_lock);
-  void watch(bool moved, Clock::time_point now) REQUIRES(m_lock);
+  std::uint64_t heardFrames(base::Clock::time_point now) REQUIRES(m_lock);
+  void watch(bool moved, base::Clock::time_point now) REQUIRES(m_lock);
   void goOnInSilence() REQUIRES(m_lock);
 
   const std::string m_device;
   bool m_opened = false;  // or tried to; the job's thread only
 
-  Mutex m_lock;
+  base::Mutex m_lock;
   // Neither is there before the first sound. The clock takes precedence, once it is there; the
   // stream is then left for the job's thread to close.
   std::unique_ptr<Playback> m_playback GUARDED_BY(m_lock);
@@ -61,15 +62,15 @@ class DeviceSink final : public Sink {
   bool m_started GUARDED_BY(m_lock) = false;
 
   // What was found when the device was last looked at.
-  Clock::time_point m_seenAt GUARDED_BY(m_lock);
+  base::Clock::time_point m_seenAt GUARDED_BY(m_lock);
   std::uint64_t m_reported GUARDED_BY(m_lock) = 0;  // frames, as the device says
   std::uint64_t m_frames GUARDED_BY(m_lock) = 0;    // as they are believed
   Playback::Heard m_heard GUARDED_BY(m_lock);
-  Clock::duration m_stuck GUARDED_BY(m_lock){};  // how long it has not moved
+  base::Clock::duration m_stuck GUARDED_BY(m_lock){};  // how long it has not moved
 
   // Where and when the device last began to play.
   std::uint64_t m_anchorFrames GUARDED_BY(m_lock) = 0;
-  Clock::time_point m_anchorTime GUARDED_BY(m_lock);
+  base::Clock::time_point m_anchorTime GUARDED_BY(m_lock);
 };
 
 }  // namespace kavrel

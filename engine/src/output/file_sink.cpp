@@ -199,8 +199,8 @@ std::uint64_t FileSink::heard() {
   return m_heard;
 }
 
-Clock::time_point FileSink::dueAt(std::uint64_t /*position*/) {
-  return Clock::time_point::min();
+base::Clock::time_point FileSink::dueAt(std::uint64_t /*position*/) {
+  return base::Clock::time_point::min();
 }
 
 void FileSink::pause() {}

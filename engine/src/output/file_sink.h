@@ -32,7 +32,7 @@ class FileSink final : public Sink {
   void advance(std::uint64_t count) override;
   std::uint64_t lead() const override;
   std::uint64_t heard() override;
-  Clock::time_point dueAt(std::uint64_t position) override;
+  base::Clock::time_point dueAt(std::uint64_t position) override;
   void pause() override;
   void resume() override;
   std::uint64_t takeBack(std::uint64_t position) override;

@@ -11,7 +11,7 @@
 #include <span>
 #include <string>
 
-#include "annotations.h"
+#include "base/threads/Clock.h"
 
 namespace kavrel {
 
@@ -38,7 +38,7 @@ class Sink {
 
   // When `position` will have been heard, if nothing intervenes; the past when it has, the end of
   // time while paused.
-  virtual Clock::time_point dueAt(std::uint64_t position) = 0;
+  virtual base::Clock::time_point dueAt(std::uint64_t position) = 0;
 
   // Holds the sound at the very sample, and goes on from there.
   virtual void pause() = 0;

@@ -2,7 +2,6 @@
 #include "synth/synthesiser.h"
 
 #include <clocale>
-#include <mutex>
 
 #include <espeak-ng/speak_lib.h>
 #include <unistd.h>
@@ -98,16 +97,16 @@ espeak_ERROR synthesise(const std::wstring& text, unsigned flags) {
 
 }  // namespace
 
-void TicketLock::lock() {
-  const Held held(m_lock);
+void TicketLock::waitForTurn() {
+  const base::ScopedLock held(m_lock);
   const std::uint64_t ticket = m_next++;
   while (m_serving != ticket) m_changed.wait(m_lock);
 }
 
-void TicketLock::unlock() {
-  const Held held(m_lock);
+void TicketLock::endTurn() {
+  const base::ScopedLock held(m_lock);
   ++m_serving;
-  if (m_serving != m_next) m_changed.notify_all();
+  if (m_serving != m_next) m_changed.notifyAll();
 }
 
 Synthesiser& Synthesiser::shared() {
@@ -134,12 +133,12 @@ bool Synthesiser::startHeld(std::string& why) {
 }
 
 bool Synthesiser::start(std::string& why) {
-  const std::lock_guard turn(m_turn);
+  const base::ScopedLock turn(m_turn);
   return startHeld(why);
 }
 
 bool Synthesiser::hasVoice(const Voice& voice, std::string& why) {
-  const std::lock_guard turn(m_turn);
+  const base::ScopedLock turn(m_turn);
   if (!startHeld(why)) return false;
   if (!use(voice)) {
     why = "language is not known to the synthesiser";
@@ -190,7 +189,7 @@ bool Synthesiser::speak(const Input& input, const Voice& voice, SynthesisListene
 
 bool Synthesiser::call(const Input& input, const Voice& voice, const SynthesisListener& listener,
                        CallSound& sound, std::string& why) {
-  const std::lock_guard turn(m_turn);
+  const base::ScopedLock turn(m_turn);
   if (listener.cancelled()) return true;
   if (!startHeld(why)) return false;
   if (!use(voice)) {

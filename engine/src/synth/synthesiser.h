@@ -14,7 +14,7 @@
 #include <string_view>
 #include <vector>
 
-#include "annotations.h"
+#include "base/threads/Mutex.h"
 #include "synth/call_sound.h"
 
 namespace kavrel {
@@ -40,14 +40,18 @@ class SynthesisListener {
 };
 
 // Lets threads in one at a time, in the order in which they came.
-class TicketLock {
+class CAPABILITY("turn") TicketLock {
  public:
-  void lock() EXCLUDES(m_lock);
-  void unlock() EXCLUDES(m_lock);
+  // Not checked inside: the turn is more than m_lock.
+  void lock() ACQUIRE() NO_THREAD_SAFETY_ANALYSIS { waitForTurn(); }
+  void unlock() RELEASE() NO_THREAD_SAFETY_ANALYSIS { endTurn(); }
 
  private:
-  Mutex m_lock;
-  Condition m_changed;  // with m_lock: m_serving went on
+  void waitForTurn() EXCLUDES(m_lock);
+  void endTurn() EXCLUDES(m_lock);
+
+  base::Mutex m_lock;
+  base::Condition m_changed;  // with m_lock: m_serving went on
   std::uint64_t m_next GUARDED_BY(m_lock) = 0;
   std::uint64_t m_serving GUARDED_BY(m_lock) = 0;
 };
@@ -81,27 +85,28 @@ class Synthesiser {
   static Synthesiser& shared();
 
   // Starts the synthesiser unless it runs. False, with a message in `why`, when it cannot.
-  bool start(std::string& why);
+  bool start(std::string& why) EXCLUDES(m_turn);
 
   // True when `voice` can be spoken with; else a message is in `why`.
-  bool hasVoice(const Voice& voice, std::string& why);
+  bool hasVoice(const Voice& voice, std::string& why) EXCLUDES(m_turn);
 
   // Speaks `input` and returns when all of it has been given to `listener`, or as soon as that is
   // cancelled. False, with a message in `why`, when it failed.
-  bool speak(const Input& input, const Voice& voice, SynthesisListener& listener, std::string& why);
+  bool speak(const Input& input, const Voice& voice, SynthesisListener& listener, std::string& why)
+      EXCLUDES(m_turn);
 
  private:
-  bool startHeld(std::string& why);
+  bool startHeld(std::string& why) REQUIRES(m_turn);
   bool call(const Input& input, const Voice& voice, const SynthesisListener& listener,
-            CallSound& sound, std::string& why);
-  bool use(const Voice& voice);
-  void clearEmphasis();
+            CallSound& sound, std::string& why) EXCLUDES(m_turn);
+  bool use(const Voice& voice) REQUIRES(m_turn);
+  void clearEmphasis() REQUIRES(m_turn);
 
   TicketLock m_turn;
-  // Used in one's turn only.
-  bool m_started = false;
-  std::string m_voiceInForce;  // by the synthesiser's name; empty: none for certain
-  bool m_cutShort = false;     // the last call was given up
+  bool m_started GUARDED_BY(m_turn) = false;
+  // By the synthesiser's name; empty: none for certain.
+  std::string m_voiceInForce GUARDED_BY(m_turn);
+  bool m_cutShort GUARDED_BY(m_turn) = false;  // the last call was given up
 };
 
 }  // namespace kavrel

@@ -15,7 +15,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "annotations.h"
+#include "base/threads/Mutex.h"
 #include "synth/synthesiser.h"
 
 namespace kavrel {
@@ -240,7 +240,7 @@ const Voice& defaultVoice() {
 namespace {
 
 struct VoiceCache {
-  Mutex lock;
+  base::Mutex lock;
   // By folder and by what its data file says, so that a folder that changes gives a new voice and
   // leaves the old one to those who speak with it.
   std::map<std::pair<std::string, std::string>, const Voice*> voices GUARDED_BY(lock);
@@ -267,7 +267,7 @@ const Voice* loadVoice(const std::string& directory, std::string& why) {
   VoiceCache& cache = voiceCache();
   const std::pair key(directory, text);
   {
-    const Held held(cache.lock);
+    const base::ScopedLock held(cache.lock);
     if (const auto known = cache.voices.find(key); known != cache.voices.end()) {
       return known->second;
     }
@@ -277,7 +277,7 @@ const Voice* loadVoice(const std::string& directory, std::string& why) {
     why = printable(path) + ": " + why;
     return nullptr;
   }
-  const Held held(cache.lock);
+  const base::ScopedLock held(cache.lock);
   const auto [place, added] = cache.voices.try_emplace(key, voice.get());
   if (added) (void)voice.release();
   return place->second;

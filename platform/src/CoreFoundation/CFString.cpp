@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <cstring>
 #include <map>
-#include <mutex>
 #include <new>
 #include <string>
 #include <string_view>
@@ -15,11 +14,21 @@
 
 #include "CFObject.h"
 #include "Characters.h"
+#include "base/threads/Mutex.h"
 
 namespace {
 
 using platform::Character;
 using platform::Encoded;
+
+NEVER_DESTROYED constinit base::Mutex g_constantsLock;
+
+// The strings made by __CFStringMakeConstantString(). Never destroyed: they are used until the
+// process exits.
+std::map<std::string, CFStringRef>& constants() REQUIRES(g_constantsLock) {
+  static auto& strings = *new std::map<std::string, CFStringRef>;
+  return strings;
+}
 
 bool isWellFormed(std::string_view text, CFStringEncoding encoding) {
   while (!text.empty()) {
@@ -179,14 +188,10 @@ CFIndex CFStringGetBytes(CFStringRef string, CFRange range, CFStringEncoding enc
 }
 
 CFStringRef __CFStringMakeConstantString(const char* text) {
-  // Never destroyed: constants are used until the process exits, by destructors of static objects
-  // too.
-  static auto* const lock = new std::mutex;
-  static auto* const constants = new std::map<std::string, CFStringRef>;
   if (text == nullptr) return nullptr;
   try {
-    const std::lock_guard held(*lock);
-    const auto [entry, isNew] = constants->try_emplace(text, nullptr);
+    const base::ScopedLock held(g_constantsLock);
+    const auto [entry, isNew] = constants().try_emplace(text, nullptr);
     // Equal literals share one object, so a literal in a loop does not use more and more memory.
     if (!isNew) return entry->second;
     // Literals are UTF-8 by contract. One that is not is kept as Mac OS Roman, in which every byte

@@ -63,16 +63,21 @@ std::vector<fs::path> Synthesizers::searchFolders() {
 }
 
 OSErr Synthesizers::open(OSType creator, OpenedChannel& opened) {
-  std::unique_lock held(m_lock);
-  const SynthesizerPlugIn* const known = find(creator);
-  if (known != nullptr) {
-    // Without the lock: opening a channel may take long, and a loaded synthesizer never goes away.
-    held.unlock();
-    opened.plugIn = known;
-    const long result = known->call().openSpeechChannel(&opened.identifier);
-    return result == noErr ? OSErr{noErr} : OSErr{synthOpenFailed};
+  const SynthesizerPlugIn* known = nullptr;
+  {
+    const base::ScopedLock held(m_lock);
+    known = find(creator);
+    if (known == nullptr) return loadAndOpen(creator, opened);
   }
-  // Still under the lock, so that two threads do not load the same library.
+  // Without the lock: opening a channel may take long, and a loaded synthesizer never goes away.
+  opened.plugIn = known;
+  const long result = known->call().openSpeechChannel(&opened.identifier);
+  return result == noErr ? OSErr{noErr} : OSErr{synthOpenFailed};
+}
+
+// Loads untried libraries until one of them speaks voices of `creator`. All of it under the lock,
+// so that two threads do not load the same library.
+OSErr Synthesizers::loadAndOpen(OSType creator, OpenedChannel& opened) {
   bool someFailed = false;
   for (const fs::path& file : listUntriedFiles()) {
     const TryResult result = tryFile(file, creator, opened);

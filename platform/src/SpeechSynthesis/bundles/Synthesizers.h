@@ -15,10 +15,10 @@
 
 #include <filesystem>
 #include <memory>
-#include <mutex>
 #include <vector>
 
 #include "SpeechSynthesis/bundles/SynthesizerPlugIn.h"
+#include "base/threads/Mutex.h"
 
 namespace platform {
 
@@ -40,7 +40,7 @@ class Synthesizers {
   // Opens a channel in the first synthesizer whose voices have `creator`; the caller closes it.
   // Results: noErr; noSynthFound, with one line on standard error; synthOpenFailed if a synthesizer
   // that may be the right one cannot open a channel.
-  OSErr open(OSType creator, OpenedChannel& opened);
+  OSErr open(OSType creator, OpenedChannel& opened) EXCLUDES(m_lock);
 
  private:
   struct Loaded {
@@ -51,14 +51,16 @@ class Synthesizers {
   // present.
   enum class TryResult { Opened, OfOthers, Unusable };
 
-  const SynthesizerPlugIn* find(OSType creator);
-  std::vector<std::filesystem::path> listUntriedFiles();
-  TryResult tryFile(const std::filesystem::path& file, OSType creator, OpenedChannel& opened);
+  const SynthesizerPlugIn* find(OSType creator) REQUIRES(m_lock);
+  OSErr loadAndOpen(OSType creator, OpenedChannel& opened) REQUIRES(m_lock);
+  std::vector<std::filesystem::path> listUntriedFiles() REQUIRES(m_lock);
+  TryResult tryFile(const std::filesystem::path& file, OSType creator, OpenedChannel& opened)
+      REQUIRES(m_lock);
 
-  std::mutex m_lock;
-  // Below: with m_lock.
-  std::vector<Loaded> m_loaded;
-  std::vector<std::filesystem::path> m_seen;  // files that need not be looked at again
+  base::Mutex m_lock;
+  std::vector<Loaded> m_loaded GUARDED_BY(m_lock);
+  // Files that need not be looked at again.
+  std::vector<std::filesystem::path> m_seen GUARDED_BY(m_lock);
 };
 
 }  // namespace platform

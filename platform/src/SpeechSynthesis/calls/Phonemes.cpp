@@ -5,10 +5,8 @@
 
 #include <cerrno>
 #include <chrono>
-#include <condition_variable>
 #include <cstdlib>
 #include <filesystem>
-#include <mutex>
 #include <new>
 #include <system_error>
 
@@ -17,6 +15,8 @@
 #include "CoreFoundation/CFObject.h"
 #include "SpeechSynthesis/calls/PhonemeSymbols.h"
 #include "SpeechSynthesis/calls/Results.h"
+#include "base/threads/Clock.h"
+#include "base/threads/Mutex.h"
 
 namespace platform {
 namespace {
@@ -59,29 +59,30 @@ class Collector {
  public:
   static void word(SpeechChannel /*channel*/, SRefCon self, unsigned long /*position*/,
                    UInt16 /*length*/) noexcept {
-    of(self).note([](Collector& collector) { collector.m_separator = " "; });
+    of(self).noteWord();
   }
   static void phoneme(SpeechChannel /*channel*/, SRefCon self, SInt16 opcode) noexcept {
-    of(self).note([=](Collector& collector) { collector.add(opcode); });
+    of(self).notePhoneme(opcode);
   }
-  static void done(SpeechChannel /*channel*/, SRefCon self) noexcept {
-    of(self).note([](Collector& collector) { collector.m_isDone = true; });
-  }
+  static void done(SpeechChannel /*channel*/, SRefCon self) noexcept { of(self).noteEnd(); }
 
   // Waits for the end of the speech. Returns false if nothing was reported for kPatience: the limit
   // is between two reports, since the length of a text is not limited.
-  bool waitForEnd() {
-    std::unique_lock held(m_lock);
+  bool waitForEnd() EXCLUDES(m_lock) {
+    const base::ScopedLock held(m_lock);
     while (!m_isDone) {
       const std::uint64_t seen = m_reports;
-      if (!m_changed.wait_for(held, kPatience, [&] { return m_reports != seen; })) return false;
+      const base::Clock::time_point limit = base::Clock::now() + kPatience;
+      while (m_reports == seen) {
+        if (!m_changed.waitUntil(m_lock, limit) && m_reports == seen) return false;
+      }
     }
     return true;
   }
 
   // Throws std::bad_alloc if a report was lost for lack of memory.
-  std::string phonemes() {
-    const std::lock_guard held(m_lock);
+  std::string phonemes() EXCLUDES(m_lock) {
+    const base::ScopedLock held(m_lock);
     // An incomplete result would look like a complete one.
     if (m_isOutOfMemory) throw std::bad_alloc();
     return m_phonemes;
@@ -90,22 +91,36 @@ class Collector {
  private:
   static Collector& of(SRefCon self) { return *static_cast<Collector*>(self); }
 
-  // Runs `work` under the lock. A callback must not throw, so lack of memory is only recorded.
-  template <typename Work>
-  void note(Work work) noexcept {
-    const std::lock_guard held(m_lock);
-    ++m_reports;
+  void noteWord() noexcept EXCLUDES(m_lock) {
+    const base::ScopedLock held(m_lock);
+    m_separator = " ";
+    noteReport();
+  }
+
+  void notePhoneme(SInt16 opcode) noexcept EXCLUDES(m_lock) {
+    const base::ScopedLock held(m_lock);
     try {
-      work(*this);
+      add(opcode);
     } catch (const std::bad_alloc&) {
       m_isOutOfMemory = true;
     }
-    m_changed.notify_all();
+    noteReport();
+  }
+
+  void noteEnd() noexcept EXCLUDES(m_lock) {
+    const base::ScopedLock held(m_lock);
+    m_isDone = true;
+    noteReport();
+  }
+
+  void noteReport() noexcept REQUIRES(m_lock) {
+    ++m_reports;
+    m_changed.notifyAll();
   }
 
   // Adds a phoneme. A pause is written only between two phonemes, and adjacent pauses as one. Codes
   // that are not in the table count as pauses.
-  void add(SInt16 opcode) {
+  void add(SInt16 opcode) REQUIRES(m_lock) {
     const bool isKnown =
         opcode > kLastPauseCode && static_cast<std::size_t>(opcode) < kPhonemeSymbols.size();
     if (!isKnown) {
@@ -124,15 +139,14 @@ class Collector {
     m_pauses = false;
   }
 
-  std::mutex m_lock;
-  // Below: with m_lock.
-  std::condition_variable m_changed;
-  std::uint64_t m_reports = 0;
-  std::string m_phonemes;
-  const char* m_separator = "";  // stands in front of the next sound
-  bool m_pauses = false;         // a pause is in front of the next sound
-  bool m_isDone = false;
-  bool m_isOutOfMemory = false;
+  base::Mutex m_lock;
+  base::Condition m_changed;  // with m_lock: m_reports has grown
+  std::uint64_t m_reports GUARDED_BY(m_lock) = 0;
+  std::string m_phonemes GUARDED_BY(m_lock);
+  const char* m_separator GUARDED_BY(m_lock) = "";  // stands before the next sound
+  bool m_pauses GUARDED_BY(m_lock) = false;         // a pause is before the next sound
+  bool m_isDone GUARDED_BY(m_lock) = false;
+  bool m_isOutOfMemory GUARDED_BY(m_lock) = false;
 };
 
 template <typename Value>

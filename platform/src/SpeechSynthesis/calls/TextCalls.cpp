@@ -4,13 +4,13 @@
 #include <ApplicationServices/SpeechProperties.h>
 
 #include <cstring>
-#include <mutex>
 #include <string>
 #include <utility>
 
 #include "SpeechSynthesis/bundles/VoiceCatalogue.h"
 #include "SpeechSynthesis/calls/OnChannel.h"
 #include "SpeechSynthesis/calls/Phonemes.h"
+#include "base/threads/Mutex.h"
 
 using platform::CallerText;
 using platform::Channel;
@@ -20,13 +20,13 @@ namespace {
 
 // ---- SpeakString
 
-std::mutex g_stringLock;
-SpeechChannel g_stringChannel = nullptr;  // with g_stringLock: what SpeakString speaks on
+NEVER_DESTROYED constinit base::Mutex g_stringLock;
+SpeechChannel g_stringChannel GUARDED_BY(g_stringLock) = nullptr;  // what SpeakString speaks on
 
 // Returns the channel of the last string, or null, and gives its ownership to the caller: of two
 // threads only one disposes it.
 SpeechChannel takeStringChannel() {
-  const std::lock_guard held(g_stringLock);
+  const base::ScopedLock held(g_stringLock);
   return std::exchange(g_stringChannel, nullptr);
 }
 
@@ -34,7 +34,7 @@ SpeechChannel takeStringChannel() {
 // by a SpeakString on another thread; disposing it twice has no effect.
 void finishString(SpeechChannel channel, SRefCon /*refCon*/) {
   {
-    const std::lock_guard held(g_stringLock);
+    const base::ScopedLock held(g_stringLock);
     if (g_stringChannel == channel) g_stringChannel = nullptr;
   }
   DisposeSpeechChannel(channel);
@@ -120,7 +120,7 @@ OSErr SpeakString(ConstStr255Param textToBeSpoken) {
   OSErr result = NewSpeechChannel(nullptr, &channel);
   if (result != noErr) return result;
   {
-    const std::lock_guard held(g_stringLock);
+    const base::ScopedLock held(g_stringLock);
     g_stringChannel = channel;
   }
   SetSpeechInfo(channel, soSpeechDoneCallBack, reinterpret_cast<const void*>(finishString));

@@ -12,60 +12,59 @@
 namespace platform {
 
 // RAII guard: owns the right to call the synthesizer while alive; does not hold the lock.
-class CallQueue::CallGuard {
+class SCOPED_CAPABILITY CallQueue::CallGuard {
  public:
-  CallGuard(CallQueue& calls, std::unique_lock<std::mutex>& held) : m_calls(calls), m_held(held) {
+  explicit CallGuard(CallQueue& calls) RELEASE(calls.m_lock) : m_calls(calls) {
     m_calls.m_isTaken = true;
-    m_held.unlock();
+    m_calls.m_lock.unlock();
   }
-  ~CallGuard() {
-    m_held.lock();
+  ~CallGuard() RELEASE() {
+    m_calls.m_lock.lock();
     m_calls.m_isTaken = false;
-    m_calls.m_changed.notify_all();
+    m_calls.m_changed.notifyAll();
   }
   CallGuard(const CallGuard&) = delete;
   CallGuard& operator=(const CallGuard&) = delete;
 
  private:
   CallQueue& m_calls;
-  std::unique_lock<std::mutex>& m_held;
 };
 
 void CallQueue::runNow(const Work& work) {
-  std::unique_lock held(m_lock);
-  m_changed.wait(held, [this] { return !m_isTaken && !m_isQueued; });
-  const CallGuard guard(*this, held);
+  const base::ScopedLock held(m_lock);
+  while (!isFree()) m_changed.wait(m_lock);
+  const CallGuard guard(*this);
   work();
 }
 
 // Waits for a call that is running, but not for one that is waiting for a boundary: that may take
 // as long as a sentence.
 bool CallQueue::runOrQueue(const std::shared_ptr<void>& owner, const Work& work) {
-  std::unique_lock held(m_lock);
-  m_changed.wait(held, [this] { return m_isWaiting || (!m_isTaken && !m_isQueued); });
+  const base::ScopedLock held(m_lock);
+  while (!m_isWaiting && !isFree()) m_changed.wait(m_lock);
   if (m_isWaiting) {
     enqueue(owner, work);
     return false;
   }
-  const CallGuard guard(*this, held);
+  const CallGuard guard(*this);
   work();
   return true;
 }
 
 void CallQueue::queue(const std::shared_ptr<void>& owner, Work work) {
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   enqueue(owner, std::move(work));
   m_isWaiting = true;
-  m_changed.notify_all();
+  m_changed.notifyAll();
 }
 
 void CallQueue::markWaitOver() {
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   m_isWaiting = false;
 }
 
 void CallQueue::dropQueued() {
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   m_queue.clear();
 }
 
@@ -86,14 +85,14 @@ void CallQueue::enqueue(const std::shared_ptr<void>& owner, Work work) {
 
 // The thread of the queue: runs the queued calls in order and exits when there are none.
 void CallQueue::runQueue() {
-  std::unique_lock held(m_lock);
+  const base::ScopedLock held(m_lock);
   while (!m_queue.empty()) {
-    m_changed.wait(held, [this] { return !m_isTaken; });
+    while (m_isTaken) m_changed.wait(m_lock);
     // dropQueued() may have been called during the wait.
     if (m_queue.empty()) break;
     const Work work = std::move(m_queue.front());
     m_queue.pop_front();
-    const CallGuard guard(*this, held);
+    const CallGuard guard(*this);
     try {
       work();
     } catch (...) {
@@ -103,7 +102,7 @@ void CallQueue::runQueue() {
   }
   m_isQueued = false;
   m_isWaiting = false;
-  m_changed.notify_all();
+  m_changed.notifyAll();
 }
 
 }  // namespace platform

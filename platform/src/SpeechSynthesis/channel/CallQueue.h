@@ -13,11 +13,11 @@
 // runs.
 #pragma once
 
-#include <condition_variable>
 #include <deque>
 #include <functional>
 #include <memory>
-#include <mutex>
+
+#include "base/threads/Mutex.h"
 
 namespace platform {
 
@@ -27,38 +27,38 @@ class CallQueue {
 
   // Runs `work` on this thread, after all queued calls. Blocks while another call runs. Lets
   // exceptions of `work` through.
-  void runNow(const Work& work);
+  void runNow(const Work& work) EXCLUDES(m_lock);
 
   // Runs `work` as runNow() does and returns true. But while another call is waiting, it adds
   // `work` to the end of the queue and returns false immediately. An exception of queued work is
   // written to standard error. `owner`, the object that contains this queue, is kept until the work
   // has run. Throws std::bad_alloc or std::system_error if `work` cannot be queued.
-  bool runOrQueue(const std::shared_ptr<void>& owner, const Work& work);
+  bool runOrQueue(const std::shared_ptr<void>& owner, const Work& work) EXCLUDES(m_lock);
 
   // Queues `work`, a call that is going to wait. Throws std::system_error if no thread can be
   // started; nothing is queued then.
-  void queue(const std::shared_ptr<void>& owner, Work work);
+  void queue(const std::shared_ptr<void>& owner, Work work) EXCLUDES(m_lock);
 
   // Reports that the waiting call is about to return: from now on, calls run on their own threads
   // again.
-  void markWaitOver();
+  void markWaitOver() EXCLUDES(m_lock);
 
   // Drops the queued calls, but not the one that is running.
-  void dropQueued();
+  void dropQueued() EXCLUDES(m_lock);
 
  private:
   class CallGuard;
 
-  void enqueue(const std::shared_ptr<void>& owner, Work work);
-  void runQueue();
+  bool isFree() const REQUIRES(m_lock) { return !m_isTaken && !m_isQueued; }
+  void enqueue(const std::shared_ptr<void>& owner, Work work) REQUIRES(m_lock);
+  void runQueue() EXCLUDES(m_lock);
 
-  std::mutex m_lock;
-  // Below: with m_lock.
-  std::condition_variable m_changed;  // one of the flags
-  std::deque<Work> m_queue;
-  bool m_isTaken = false;   // something is being done
-  bool m_isQueued = false;  // the queue has its thread
-  bool m_isWaiting = false;
+  base::Mutex m_lock;
+  base::Condition m_changed;  // with m_lock: one of the flags
+  std::deque<Work> m_queue GUARDED_BY(m_lock);
+  bool m_isTaken GUARDED_BY(m_lock) = false;   // something is being done
+  bool m_isQueued GUARDED_BY(m_lock) = false;  // the queue has its thread
+  bool m_isWaiting GUARDED_BY(m_lock) = false;
 };
 
 }  // namespace platform

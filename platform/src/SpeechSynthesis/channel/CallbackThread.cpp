@@ -13,6 +13,7 @@
 #include <pthread.h>
 
 #include "SpeechSynthesis/channel/ManagerThread.h"
+#include "base/threads/Clock.h"
 
 namespace platform {
 namespace {
@@ -56,26 +57,26 @@ void CallbackThread::post(std::shared_ptr<ReportReceiver> receiver, const Report
 
 // The splice moves list nodes, so it allocates nothing.
 void CallbackThread::post(ReportList&& reports) noexcept {
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   m_queue.splice(m_queue.end(), reports);
   startIfNeeded();
-  m_posted.notify_one();
+  m_posted.notifyOne();
 }
 
 bool CallbackThread::start() noexcept {
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   return startIfNeeded();
 }
 
 bool CallbackThread::isCurrent() const {
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   return m_thread == std::this_thread::get_id();
 }
 
 void CallbackThread::waitForReportTo(const ReportReceiver& receiver) {
-  std::unique_lock held(m_lock);
+  const base::ScopedLock held(m_lock);
   if (m_thread == std::this_thread::get_id()) return;
-  m_delivered.wait(held, [&] { return m_current != &receiver; });
+  while (m_current == &receiver) m_delivered.wait(m_lock);
 }
 
 bool CallbackThread::startIfNeeded() noexcept {
@@ -91,38 +92,40 @@ bool CallbackThread::startIfNeeded() noexcept {
 }
 
 void CallbackThread::run() {
-  std::unique_lock held(m_lock);
+  const base::ScopedLock held(m_lock);
   m_thread = std::this_thread::get_id();
   while (!m_ended) {
-    m_posted.wait(held, [this] { return !m_queue.empty() || m_ended; });
+    while (m_queue.empty() && !m_ended) m_posted.wait(m_lock);
     // exit() drops what is queued: callbacks of a program that exits may use destroyed objects.
     if (m_ended) break;
     ReportList next;
     next.splice(next.begin(), m_queue, m_queue.begin());
     const QueuedReport& queued = next.front();
     m_current = queued.receiver.get();
-    held.unlock();
-    queued.receiver->deliver(queued.report);
-    held.lock();
+    {
+      const base::ScopedUnlock released(m_lock);
+      queued.receiver->deliver(queued.report);
+    }
     m_current = nullptr;
-    m_delivered.notify_all();
+    m_delivered.notifyAll();
     // The report may hold the last reference to the receiver, which must not be destroyed under the
     // lock.
-    held.unlock();
+    const base::ScopedUnlock released(m_lock);
     next.clear();
-    held.lock();
   }
 }
 
 // On exit(): a callback that is running may finish, so that it does not use destroyed static
 // objects.
 void CallbackThread::end() {
-  std::unique_lock held(m_lock);
+  const base::ScopedLock held(m_lock);
   m_ended = true;
-  m_posted.notify_one();
+  m_posted.notifyOne();
   if (m_thread == std::this_thread::get_id()) return;
   // Bounded: the callback may wait for a lock that the exiting thread holds.
-  m_delivered.wait_for(held, kExitLimit, [this] { return m_current == nullptr; });
+  const base::Clock::time_point limit = base::Clock::now() + kExitLimit;
+  while (m_current != nullptr && m_delivered.waitUntil(m_lock, limit)) {
+  }
 }
 
 }  // namespace platform

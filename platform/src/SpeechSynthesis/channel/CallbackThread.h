@@ -12,12 +12,12 @@
 
 #include <ApplicationServices/SpeechSynthesis.h>
 
-#include <condition_variable>
 #include <cstdint>
 #include <list>
 #include <memory>
-#include <mutex>
 #include <thread>
+
+#include "base/threads/Mutex.h"
 
 namespace platform {
 
@@ -54,38 +54,37 @@ class CallbackThread {
   using ReportList = std::list<QueuedReport>;
 
   // Adds one report to the queue. Throws std::bad_alloc; nothing is queued then.
-  void post(std::shared_ptr<ReportReceiver> receiver, const Report& report);
+  void post(std::shared_ptr<ReportReceiver> receiver, const Report& report) EXCLUDES(m_lock);
   // Adds reports that were created in advance. Cannot fail.
-  void post(ReportList&& reports) noexcept;
+  void post(ReportList&& reports) noexcept EXCLUDES(m_lock);
 
   // Starts the thread if it does not run. Returns false if the system cannot start one; the next
   // post tries again.
-  bool start() noexcept;
+  bool start() noexcept EXCLUDES(m_lock);
 
   // True on the callback thread.
-  bool isCurrent() const;
+  bool isCurrent() const EXCLUDES(m_lock);
 
   // Waits until no report is being delivered to `receiver`; returns immediately on the callback
   // thread. Queued reports stay queued: the receiver drops them on delivery.
-  void waitForReportTo(const ReportReceiver& receiver);
+  void waitForReportTo(const ReportReceiver& receiver) EXCLUDES(m_lock);
 
  private:
   static void makeForChild();
   static void endAtExit();
 
-  bool startIfNeeded() noexcept;
-  void run();
-  void end();
+  bool startIfNeeded() noexcept REQUIRES(m_lock);
+  void run() EXCLUDES(m_lock);
+  void end() EXCLUDES(m_lock);
 
-  mutable std::mutex m_lock;
-  // Below: with m_lock.
-  std::condition_variable m_posted;     // the queue is not empty any more
-  std::condition_variable m_delivered;  // m_current became null
-  ReportList m_queue;
-  const ReportReceiver* m_current = nullptr;  // who is being told
-  std::thread::id m_thread;
-  bool m_started = false;
-  bool m_ended = false;  // the process is ending
+  mutable base::Mutex m_lock;
+  base::Condition m_posted;     // with m_lock: the queue is not empty any more
+  base::Condition m_delivered;  // with m_lock: m_current became null
+  ReportList m_queue GUARDED_BY(m_lock);
+  const ReportReceiver* m_current GUARDED_BY(m_lock) = nullptr;  // who is being told
+  std::thread::id m_thread GUARDED_BY(m_lock);
+  bool m_started GUARDED_BY(m_lock) = false;
+  bool m_ended GUARDED_BY(m_lock) = false;  // the process is ending
 };
 
 }  // namespace platform

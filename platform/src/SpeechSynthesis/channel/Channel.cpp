@@ -93,12 +93,12 @@ OSErr Channel::prepare() {
 
 void Channel::close() {
   {
-    const std::lock_guard held(m_lock);
+    const base::ScopedLock held(m_lock);
     m_isDisposed = true;
     m_phase = Phase::Idle;
     // The report holds a reference to this channel, which would never be destroyed.
     m_doneReport.clear();
-    m_jobEnded.notify_all();
+    m_jobEnded.notifyAll();
   }
   // Calls that are still queued must not run on a closed channel.
   m_calls.dropQueued();
@@ -118,7 +118,7 @@ void Channel::close() {
 OSErr Channel::useVoice(const Voice& voice) {
   const OSErr result = m_plugIn.useVoice(m_identifier, voice);
   if (result != noErr) return result;
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   m_voice = voice.spec;
   return noErr;
 }
@@ -170,12 +170,12 @@ OSErr Channel::getInfo(OSType selector, void* value) {
     case soErrors:
       return readErrors(*static_cast<SpeechErrorInfo*>(value));
     case soRecentSync: {
-      const std::lock_guard held(m_lock);
+      const base::ScopedLock held(m_lock);
       std::memcpy(value, &m_recentSync, sizeof m_recentSync);
       return noErr;
     }
     case soCurrentVoice: {
-      const std::lock_guard held(m_lock);
+      const base::ScopedLock held(m_lock);
       std::memcpy(value, &m_voice, sizeof m_voice);
       return noErr;
     }
@@ -193,27 +193,27 @@ OSErr Channel::useDictionary(void* dictionary, long bytes) {
 }
 
 void Channel::setErrorCallback(SpeechErrorCFProcPtr callback) {
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   m_callbacks.errorCF = callback;
 }
 
 void Channel::setWordCallback(SpeechWordCFProcPtr callback) {
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   m_callbacks.wordCF = callback;
 }
 
 ClientCallbacks Channel::callbacks() const {
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   return m_callbacks;
 }
 
 bool Channel::isActive() const {
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   return m_phase != Phase::Idle;
 }
 
 OSType Channel::creator() const {
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   return m_voice.creator;
 }
 
@@ -229,7 +229,7 @@ OSErr Channel::runOrQueue(std::function<OSErr(Channel&)> work) {
 
 OSErr Channel::readStatus(SpeechStatusInfo& status) const {
   status = {};
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   if (m_phase == Phase::Idle) return noErr;
   status.outputPaused = m_isPaused;
   status.outputBusy = !m_isPaused;
@@ -244,7 +244,7 @@ OSErr Channel::readStatus(SpeechStatusInfo& status) const {
 
 // Reading clears the record.
 OSErr Channel::readErrors(SpeechErrorInfo& errors) {
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   errors = std::exchange(m_errors, {});
   return noErr;
 }
@@ -257,7 +257,7 @@ OSErr Channel::set(OSType selector, const void* value) const {
 // The synthesizer keeps the trampolines; only the Manager's record changes. `selector` is soRefCon
 // or a callback.
 OSErr Channel::setCallback(OSType selector, const void* value) {
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   switch (selector) {
     case soRefCon:
       m_callbacks.refCon = const_cast<void*>(value);

@@ -23,10 +23,8 @@
 
 #include <ApplicationServices/SpeechSynthesis.h>
 
-#include <condition_variable>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <string>
 
 #include "SpeechSynthesis/bundles/SynthesizerPlugIn.h"
@@ -34,6 +32,7 @@
 #include "SpeechSynthesis/channel/CallQueue.h"
 #include "SpeechSynthesis/channel/CallbackThread.h"
 #include "SpeechSynthesis/channel/CallerText.h"
+#include "base/threads/Mutex.h"
 
 namespace platform {
 
@@ -63,32 +62,32 @@ class Channel final : public ReportReceiver, public std::enable_shared_from_this
 
   // Closes the synthesizer's channel; the last call on this object. No delivery to the client
   // begins after it. Outside a callback, it also waits for a delivery that is running.
-  void close();
+  void close() EXCLUDES(m_lock);
 
   // To be called on the call queue, or before the client has the handle. Results: noErr;
   // voiceNotFound if the bundle of the voice no longer exists.
-  OSErr useVoice(const Voice& voice);
+  OSErr useVoice(const Voice& voice) EXCLUDES(m_lock);
 
   // These implement the client functions of the same names, which describe them.
-  OSErr speak(CallerText text, SInt32 flags);
-  OSErr stop(SInt32 where);
-  OSErr pause(SInt32 where);
-  OSErr resume();
-  OSErr setInfo(OSType selector, const void* value);
-  OSErr getInfo(OSType selector, void* value);
-  OSErr useDictionary(void* dictionary, long bytes);
+  OSErr speak(CallerText text, SInt32 flags) EXCLUDES(m_lock);
+  OSErr stop(SInt32 where) EXCLUDES(m_lock);
+  OSErr pause(SInt32 where) EXCLUDES(m_lock);
+  OSErr resume() EXCLUDES(m_lock);
+  OSErr setInfo(OSType selector, const void* value) EXCLUDES(m_lock);
+  OSErr getInfo(OSType selector, void* value) EXCLUDES(m_lock);
+  OSErr useDictionary(void* dictionary, long bytes) EXCLUDES(m_lock);
   // The callbacks that only SetSpeechProperty can set.
-  void setErrorCallback(SpeechErrorCFProcPtr callback);
-  void setWordCallback(SpeechWordCFProcPtr callback);
-  ClientCallbacks callbacks() const;
+  void setErrorCallback(SpeechErrorCFProcPtr callback) EXCLUDES(m_lock);
+  void setWordCallback(SpeechWordCFProcPtr callback) EXCLUDES(m_lock);
+  ClientCallbacks callbacks() const EXCLUDES(m_lock);
 
   // True if there is a job that is not stopped: gathering, ready, speaking or paused.
-  bool isActive() const;
+  bool isActive() const EXCLUDES(m_lock);
 
   // Runs work(plugIn, identifier) on the call queue and returns its result. Waits for a pending
   // stop.
   template <typename Work>
-  OSErr callInTurn(Work work) {
+  OSErr callInTurn(Work work) EXCLUDES(m_lock) {
     OSErr result = noErr;
     m_calls.runNow([&] { result = work(m_plugIn, m_identifier); });
     return result;
@@ -96,81 +95,82 @@ class Channel final : public ReportReceiver, public std::enable_shared_from_this
 
   SpeechChannel handle() const { return m_handle; }
   const SynthesizerPlugIn& plugIn() const { return m_plugIn; }
-  OSType creator() const;
+  OSType creator() const EXCLUDES(m_lock);
 
   // Events of the synthesizer, on its threads. Called by the trampolines. Positions and lengths are
   // in bytes of the converted text, except the position of an error, which is passed on as it is.
-  void handleJobEnd();
-  void handleSync(OSType message);
-  void handleWord(unsigned long position, UInt16 length);
-  void handlePhoneme(SInt16 opcode);
-  void handleError(OSErr error, long position);
+  void handleJobEnd() EXCLUDES(m_lock);
+  void handleSync(OSType message) EXCLUDES(m_lock);
+  void handleWord(unsigned long position, UInt16 length) EXCLUDES(m_lock);
+  void handlePhoneme(SInt16 opcode) EXCLUDES(m_lock);
+  void handleError(OSErr error, long position) EXCLUDES(m_lock);
 
-  void deliver(const Report& report) override;
+  void deliver(const Report& report) EXCLUDES(m_lock) override;
 
  private:
   enum class Phase { Idle, Gathering, Ready, Speaking };
 
   // To be called on the call queue only. Results: those of speak().
-  OSErr startJob(CallerText text, SInt32 flags);
-  OSErr startSpeaking();
-  OSErr performStop(SInt32 where);
-  OSErr performPause(SInt32 where);
-  OSErr performResume();
-  OSErr stopImmediately();
-  void stopAtBoundary(SInt32 where);
-  bool waitForEndOfJob();
-  void clearStalePause();
-  OSErr acceptJob(CallerText text, SInt32 flags);
-  OSErr speakInPlugIn();
+  OSErr startJob(CallerText text, SInt32 flags) EXCLUDES(m_lock);
+  OSErr startSpeaking() EXCLUDES(m_lock);
+  OSErr performStop(SInt32 where) EXCLUDES(m_lock);
+  OSErr performPause(SInt32 where) EXCLUDES(m_lock);
+  OSErr performResume() EXCLUDES(m_lock);
+  OSErr stopImmediately() EXCLUDES(m_lock);
+  void stopAtBoundary(SInt32 where) EXCLUDES(m_lock);
+  bool waitForEndOfJob() EXCLUDES(m_lock);
+  void clearStalePause() EXCLUDES(m_lock);
+  OSErr acceptJob(CallerText text, SInt32 flags) EXCLUDES(m_lock);
+  OSErr speakInPlugIn() EXCLUDES(m_lock);
 
-  OSErr runOrQueue(std::function<OSErr(Channel&)> work);
-  OSErr startReadyJob();
-  void reportFailure(OSErr error);
-  void reportUnstartedJob(OSErr error);
-  void askForMoreText(const ClientCallbacks& callbacks, const Report& report);
-  bool appendPiece(const Report& report, const void* piece, unsigned long bytes);
-  void callClient(const ClientCallbacks& callbacks, const Report& report);
-  void callWordCallbacks(const ClientCallbacks& callbacks, const Report& report);
-  void callErrorCallbacks(const ClientCallbacks& callbacks, const Report& report);
+  OSErr runOrQueue(std::function<OSErr(Channel&)> work) EXCLUDES(m_lock);
+  OSErr startReadyJob() EXCLUDES(m_lock);
+  void reportFailure(OSErr error) EXCLUDES(m_lock);
+  void reportUnstartedJob(OSErr error) EXCLUDES(m_lock);
+  void askForMoreText(const ClientCallbacks& callbacks, const Report& report) EXCLUDES(m_lock);
+  bool appendPiece(const Report& report, const void* piece, unsigned long bytes) EXCLUDES(m_lock);
+  void callClient(const ClientCallbacks& callbacks, const Report& report) EXCLUDES(m_lock);
+  void callWordCallbacks(const ClientCallbacks& callbacks, const Report& report) EXCLUDES(m_lock);
+  void callErrorCallbacks(const ClientCallbacks& callbacks, const Report& report) EXCLUDES(m_lock);
 
   OSErr set(OSType selector, const void* value) const;
-  OSErr setCallback(OSType selector, const void* value);
-  OSErr setCurrentVoice(const VoiceSpec& spec);
-  OSErr setOutputFile(CFURLRef url);
-  OSErr readStatus(SpeechStatusInfo& status) const;
-  OSErr readErrors(SpeechErrorInfo& errors);
+  OSErr setCallback(OSType selector, const void* value) EXCLUDES(m_lock);
+  OSErr setCurrentVoice(const VoiceSpec& spec) EXCLUDES(m_lock);
+  OSErr setOutputFile(CFURLRef url) EXCLUDES(m_lock);
+  OSErr readStatus(SpeechStatusInfo& status) const EXCLUDES(m_lock);
+  OSErr readErrors(SpeechErrorInfo& errors) EXCLUDES(m_lock);
 
-  // With m_lock.
-  void post(const Report& report) noexcept;
-  bool endUnspokenJob();
-  void noteError(OSErr error, long position);
-  CallbackThread::ReportList takeDoneReport();
+  void post(const Report& report) noexcept REQUIRES(m_lock);
+  bool endUnspokenJob() REQUIRES(m_lock);
+  void noteError(OSErr error, long position) REQUIRES(m_lock);
+  CallbackThread::ReportList takeDoneReport() REQUIRES(m_lock);
 
   const SynthesizerPlugIn& m_plugIn;
   const SpeechChannelIdentifier m_identifier;
   const SpeechChannel m_handle;
   CallQueue m_calls;
 
-  mutable std::mutex m_lock;
-  // Below: with m_lock.
-  std::condition_variable m_jobEnded;  // m_isOwedEnd became false
-  Phase m_phase = Phase::Idle;
-  bool m_isPaused = false;          // of a job that is not idle
-  std::uint64_t m_job = 0;          // number of the last job
-  std::uint64_t m_silencedJob = 0;  // it and those before have nothing to report but their end
-  CallerText m_text;                // of the last job
-  SInt32 m_flags = 0;
-  unsigned long m_wordPosition = 0;  // of its last word, in bytes
-  SInt16 m_phonemeCode = 0;
-  bool m_isOwedEnd = false;      // the synthesizer has a job whose end has not been reported
-  bool m_isStopPending = false;  // a stop waits for its place
-  CallbackThread::ReportList m_doneReport;  // of the last job's speech-done, until it is posted
-  bool m_isDisposed = false;
-  ClientCallbacks m_callbacks;
-  OSType m_recentSync = 0;
-  SpeechErrorInfo m_errors{};
-  VoiceSpec m_voice{};
+  mutable base::Mutex m_lock;
+  base::Condition m_jobEnded;  // with m_lock: m_isOwedEnd became false
+  Phase m_phase GUARDED_BY(m_lock) = Phase::Idle;
+  bool m_isPaused GUARDED_BY(m_lock) = false;  // of a job that is not idle
+  std::uint64_t m_job GUARDED_BY(m_lock) = 0;  // number of the last job
+  // It and those before have nothing to report but their end.
+  std::uint64_t m_silencedJob GUARDED_BY(m_lock) = 0;
+  CallerText m_text GUARDED_BY(m_lock);  // of the last job
+  SInt32 m_flags GUARDED_BY(m_lock) = 0;
+  unsigned long m_wordPosition GUARDED_BY(m_lock) = 0;  // of its last word, in bytes
+  SInt16 m_phonemeCode GUARDED_BY(m_lock) = 0;
+  // The synthesizer has a job whose end has not been reported.
+  bool m_isOwedEnd GUARDED_BY(m_lock) = false;
+  bool m_isStopPending GUARDED_BY(m_lock) = false;  // a stop waits for its place
+  // Of the last job's speech-done, until it is posted.
+  CallbackThread::ReportList m_doneReport GUARDED_BY(m_lock);
+  bool m_isDisposed GUARDED_BY(m_lock) = false;
+  ClientCallbacks m_callbacks GUARDED_BY(m_lock);
+  OSType m_recentSync GUARDED_BY(m_lock) = 0;
+  SpeechErrorInfo m_errors GUARDED_BY(m_lock){};
+  VoiceSpec m_voice GUARDED_BY(m_lock){};
 };
 
 }  // namespace platform

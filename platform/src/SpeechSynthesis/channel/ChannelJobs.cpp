@@ -11,6 +11,7 @@
 #include "SpeechSynthesis/calls/Results.h"
 #include "SpeechSynthesis/channel/Channel.h"
 #include "SpeechSynthesis/channel/EndingProsody.h"
+#include "base/threads/Clock.h"
 
 namespace platform {
 namespace {
@@ -45,7 +46,7 @@ OSErr Channel::speak(CallerText text, SInt32 flags) {
   });
   // soErrors counts refused texts too.
   if (*result == badInputText) {
-    const std::lock_guard held(m_lock);
+    const base::ScopedLock held(m_lock);
     noteError(*result, 0);
   }
   return *result;
@@ -54,7 +55,7 @@ OSErr Channel::speak(CallerText text, SInt32 flags) {
 OSErr Channel::stop(SInt32 where) {
   if (!isStopBoundary(where)) return paramErr;
   {
-    const std::lock_guard held(m_lock);
+    const base::ScopedLock held(m_lock);
     // This stop is queued after a pending one. Until it can run, the job speaks on, but its events
     // are not reported any more.
     if (m_isStopPending && where == kImmediate) m_silencedJob = m_job;
@@ -91,27 +92,30 @@ void Channel::clearStalePause() {
   if (m_plugIn.call().speechStatus(m_identifier, &status) != noErr) return;
   if (status.outputBusy == 0 && status.outputPaused == 0) return;
   {
-    const std::lock_guard held(m_lock);
+    const base::ScopedLock held(m_lock);
     // A job is really running. Otherwise the stop below makes the synthesizer report an end.
     if (m_isOwedEnd) return;
     m_isOwedEnd = true;
   }
   if (m_plugIn.call().stopSpeechAt(m_identifier, kImmediate) == noErr) return;
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   m_isOwedEnd = false;
 }
 
 // Returns false if the job does not end in time.
 bool Channel::waitForEndOfJob() {
-  std::unique_lock held(m_lock);
-  return m_jobEnded.wait_for(held, kEndOfJobLimit, [this] { return !m_isOwedEnd || m_isDisposed; });
+  const base::ScopedLock held(m_lock);
+  const base::Clock::time_point limit = base::Clock::now() + kEndOfJobLimit;
+  while (m_isOwedEnd && !m_isDisposed && m_jobEnded.waitUntil(m_lock, limit)) {
+  }
+  return !m_isOwedEnd || m_isDisposed;
 }
 
 // Creates the job. It starts at once, unless the client must be asked for more text or has set
 // kPreflightThenPause.
 OSErr Channel::acceptJob(CallerText text, SInt32 flags) {
   {
-    const std::lock_guard held(m_lock);
+    const base::ScopedLock held(m_lock);
     if (m_isDisposed) return invalidComponentID;
     // First the steps that can fail. The report of speech-done is allocated here, so that the end
     // of the job can always be reported.
@@ -133,7 +137,7 @@ OSErr Channel::acceptJob(CallerText text, SInt32 flags) {
   }
   const OSErr result = startSpeaking();
   if (result != noErr) {
-    const std::lock_guard held(m_lock);
+    const base::ScopedLock held(m_lock);
     m_doneReport.clear();
   }
   return result;
@@ -143,7 +147,7 @@ OSErr Channel::acceptJob(CallerText text, SInt32 flags) {
 // After a failure the channel is idle.
 OSErr Channel::startSpeaking() {
   {
-    const std::lock_guard held(m_lock);
+    const base::ScopedLock held(m_lock);
     if (m_phase != Phase::Ready || m_isPaused) return noErr;
     // Set before the call: a short job may end before the call returns.
     m_phase = Phase::Speaking;
@@ -151,7 +155,7 @@ OSErr Channel::startSpeaking() {
   }
   const OSErr result = resultOf([this] { return speakInPlugIn(); });
   if (result == noErr) return noErr;
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   m_phase = Phase::Idle;
   m_isOwedEnd = false;
   return result;
@@ -162,7 +166,7 @@ OSErr Channel::speakInPlugIn() {
   std::string text;
   SInt32 flags = 0;
   {
-    const std::lock_guard held(m_lock);
+    const base::ScopedLock held(m_lock);
     text = m_text.bytes();
     flags = m_flags;
   }
@@ -183,7 +187,7 @@ OSErr Channel::speakInPlugIn() {
 OSErr Channel::performStop(SInt32 where) {
   bool atOnce = where == kImmediate;
   {
-    const std::unique_lock held(m_lock);
+    const base::ScopedLock held(m_lock);
     if (endUnspokenJob() || m_phase == Phase::Idle) return noErr;
     // A paused job reaches no boundary, so it stops immediately.
     atOnce = atOnce || m_isPaused;
@@ -206,7 +210,7 @@ void Channel::stopAtBoundary(SInt32 where) {
     return toClientResult(
         m_plugIn.call().stopSpeechAt(m_identifier, static_cast<unsigned long>(where)));
   });
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   m_isStopPending = false;
   if (m_phase == Phase::Speaking) m_phase = Phase::Idle;
 }
@@ -214,7 +218,7 @@ void Channel::stopAtBoundary(SInt32 where) {
 OSErr Channel::stopImmediately() {
   const OSErr result = toClientResult(m_plugIn.call().stopSpeechAt(m_identifier, kImmediate));
   if (result != noErr) return result;
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   m_phase = Phase::Idle;
   m_silencedJob = m_job;
   return noErr;
@@ -222,7 +226,7 @@ OSErr Channel::stopImmediately() {
 
 OSErr Channel::performPause(SInt32 where) {
   {
-    const std::lock_guard held(m_lock);
+    const base::ScopedLock held(m_lock);
     // An idle synthesizer must not be asked: it would remain in a paused state.
     if (m_phase == Phase::Idle || m_isPaused) return noErr;
     // The synthesizer does not have the text yet; startSpeaking() checks the flag.
@@ -233,7 +237,7 @@ OSErr Channel::performPause(SInt32 where) {
   }
   const OSErr result = toClientResult(
       m_plugIn.call().pauseSpeechAt(m_identifier, static_cast<unsigned long>(where)));
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   if (result == noErr && m_phase == Phase::Speaking) m_isPaused = true;
   // A job that has ended during the call cannot be paused; that is not a failure.
   return m_phase == Phase::Idle ? OSErr{noErr} : result;
@@ -243,14 +247,14 @@ OSErr Channel::performPause(SInt32 where) {
 OSErr Channel::performResume() {
   bool isReady = false;
   {
-    const std::lock_guard held(m_lock);
+    const base::ScopedLock held(m_lock);
     if (m_phase == Phase::Idle || !m_isPaused) return noErr;
     isReady = m_phase == Phase::Ready;
     if (m_phase != Phase::Speaking) m_isPaused = false;
   }
   if (isReady) return startReadyJob();
   const OSErr result = toClientResult(m_plugIn.call().continueSpeech(m_identifier));
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   if (result == noErr) m_isPaused = false;
   return m_phase == Phase::Idle ? OSErr{noErr} : result;
 }
@@ -267,7 +271,7 @@ OSErr Channel::startReadyJob() {
 void Channel::reportFailure(OSErr error) {
   Report report{Report::Kind::Error, 0};
   report.code = error;
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   noteError(error, 0);
   report.job = m_job;
   post(report);
@@ -278,7 +282,7 @@ void Channel::reportFailure(OSErr error) {
 // and the end of a job, so that each accepted text has its speech-done.
 void Channel::reportUnstartedJob(OSErr error) {
   {
-    const std::lock_guard held(m_lock);
+    const base::ScopedLock held(m_lock);
     m_doneReport = {{shared_from_this(), {Report::Kind::SpeechDone, ++m_job}}};
   }
   reportFailure(error);

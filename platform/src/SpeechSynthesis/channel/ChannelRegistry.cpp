@@ -39,32 +39,32 @@ void ChannelRegistry::makeForChild() {
 }
 
 SpeechChannel ChannelRegistry::newHandle() {
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   m_lastHandle += alignof(SpeechChannelRecord);
   // The value is only compared, never dereferenced.
   return reinterpret_cast<SpeechChannel>(m_lastHandle);  // NOLINT(performance-no-int-to-ptr)
 }
 
 void ChannelRegistry::add(std::shared_ptr<Channel> channel) {
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   const SpeechChannel handle = channel->handle();
   m_channels.emplace(handle, std::move(channel));
 }
 
 std::shared_ptr<Channel> ChannelRegistry::find(SpeechChannel handle) const {
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   const auto found = m_channels.find(handle);
   return found == m_channels.end() ? nullptr : found->second;
 }
 
 std::shared_ptr<Channel> ChannelRegistry::remove(SpeechChannel handle) {
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   const auto node = m_channels.extract(handle);
   return node.empty() ? nullptr : node.mapped();
 }
 
 std::vector<std::shared_ptr<Channel>> ChannelRegistry::all() const {
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   std::vector<std::shared_ptr<Channel>> channels;
   channels.reserve(m_channels.size());
   for (const auto& [handle, channel] : m_channels) channels.push_back(channel);

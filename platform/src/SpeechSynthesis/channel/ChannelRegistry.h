@@ -12,10 +12,10 @@
 #include <cstdint>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <vector>
 
 #include "SpeechSynthesis/channel/Channel.h"
+#include "base/threads/Mutex.h"
 
 namespace platform {
 
@@ -26,28 +26,28 @@ class ChannelRegistry {
   static ChannelRegistry& shared();
 
   // Returns a new handle, for a channel that is then added.
-  SpeechChannel newHandle();
+  SpeechChannel newHandle() EXCLUDES(m_lock);
 
   // Adds a channel under its own handle. Throws std::bad_alloc.
-  void add(std::shared_ptr<Channel> channel);
+  void add(std::shared_ptr<Channel> channel) EXCLUDES(m_lock);
 
   // Null if no open channel has the handle.
-  std::shared_ptr<Channel> find(SpeechChannel handle) const;
+  std::shared_ptr<Channel> find(SpeechChannel handle) const EXCLUDES(m_lock);
 
   // Removes a channel and returns it; null if no open channel has the handle. If several threads
   // remove the same handle, only one receives the channel.
-  std::shared_ptr<Channel> remove(SpeechChannel handle);
+  std::shared_ptr<Channel> remove(SpeechChannel handle) EXCLUDES(m_lock);
 
   // The open channels at this moment, ordered by handle. Throws std::bad_alloc.
-  std::vector<std::shared_ptr<Channel>> all() const;
+  std::vector<std::shared_ptr<Channel>> all() const EXCLUDES(m_lock);
 
  private:
-  static void makeForChild();
+  // Not checked: takes no lock of the parent's, which a thread that the child lacks may hold.
+  static void makeForChild() NO_THREAD_SAFETY_ANALYSIS;
 
-  mutable std::mutex m_lock;
-  // Below: with m_lock.
-  std::map<SpeechChannel, std::shared_ptr<Channel>> m_channels;
-  std::uintptr_t m_lastHandle = 0;
+  mutable base::Mutex m_lock;
+  std::map<SpeechChannel, std::shared_ptr<Channel>> m_channels GUARDED_BY(m_lock);
+  std::uintptr_t m_lastHandle GUARDED_BY(m_lock) = 0;
 };
 
 }  // namespace platform

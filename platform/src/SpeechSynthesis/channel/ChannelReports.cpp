@@ -29,7 +29,7 @@ constexpr std::size_t kLongestText = std::numeric_limits<SInt32>::max();
 // updated.
 
 void Channel::handleJobEnd() {
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   if (!m_isOwedEnd) return;
   m_isOwedEnd = false;
   if (m_phase == Phase::Speaking) m_phase = Phase::Idle;
@@ -37,13 +37,13 @@ void Channel::handleJobEnd() {
   // job.
   CallbackThread::shared().post(takeDoneReport());
   m_calls.markWaitOver();
-  m_jobEnded.notify_all();
+  m_jobEnded.notifyAll();
 }
 
 void Channel::handleSync(OSType message) {
   Report report{Report::Kind::Sync, 0};
   report.value = message;
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   // Kept for soRecentSync even after the end of the job.
   m_recentSync = message;
   if (!m_isOwedEnd || m_callbacks.sync == nullptr) return;
@@ -53,7 +53,7 @@ void Channel::handleSync(OSType message) {
 
 void Channel::handleWord(unsigned long position, UInt16 length) {
   Report report{Report::Kind::Word, 0};
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   if (!m_isOwedEnd) return;
   const unsigned long end = m_text.bytes().size();
   // Clients rely on positions that do not decrease and lie within the text.
@@ -70,7 +70,7 @@ void Channel::handleWord(unsigned long position, UInt16 length) {
 void Channel::handlePhoneme(SInt16 opcode) {
   Report report{Report::Kind::Phoneme, 0};
   report.code = opcode;
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   if (!m_isOwedEnd) return;
   m_phonemeCode = opcode;
   if (m_callbacks.phoneme == nullptr) return;
@@ -82,7 +82,7 @@ void Channel::handleError(OSErr error, long position) {
   Report report{Report::Kind::Error, 0};
   report.code = error;
   report.position = position;
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   noteError(error, position);
   if (m_callbacks.error == nullptr && m_callbacks.errorCF == nullptr) return;
   report.job = m_job;
@@ -103,7 +103,7 @@ void Channel::post(const Report& report) noexcept {
 void Channel::deliver(const Report& report) {
   ClientCallbacks callbacks;
   {
-    const std::lock_guard held(m_lock);
+    const base::ScopedLock held(m_lock);
     if (m_isDisposed) return;
     if (report.kind != Report::Kind::SpeechDone && report.job <= m_silencedJob) return;
     callbacks = m_callbacks;
@@ -147,7 +147,7 @@ void Channel::callWordCallbacks(const ClientCallbacks& callbacks, const Report& 
   if (callbacks.wordCF == nullptr) return;
   Owned<CFStringRef> text;
   {
-    const std::lock_guard held(m_lock);
+    const base::ScopedLock held(m_lock);
     if (m_isDisposed || report.job != m_job || report.job <= m_silencedJob) return;
     text = Owned(static_cast<CFStringRef>(CFRetain(m_text.string())));
   }
@@ -162,7 +162,7 @@ void Channel::callErrorCallbacks(const ClientCallbacks& callbacks, const Report&
   if (callbacks.errorCF == nullptr) return;
   Owned<CFStringRef> text;
   {
-    const std::lock_guard held(m_lock);
+    const base::ScopedLock held(m_lock);
     if (m_isDisposed) return;
     if (report.job == m_job) text = Owned(static_cast<CFStringRef>(CFRetain(m_text.string())));
   }
@@ -175,7 +175,7 @@ void Channel::callErrorCallbacks(const ClientCallbacks& callbacks, const Report&
 void Channel::askForMoreText(const ClientCallbacks& callbacks, const Report& report) {
   SInt32 flags = 0;
   {
-    const std::lock_guard held(m_lock);
+    const base::ScopedLock held(m_lock);
     flags = m_flags;
   }
   const void* piece = nullptr;
@@ -192,7 +192,7 @@ void Channel::askForMoreText(const ClientCallbacks& callbacks, const Report& rep
 // Appends the piece and posts the request for the next one. Returns true if the text is complete;
 // the job is ready then.
 bool Channel::appendPiece(const Report& report, const void* piece, unsigned long bytes) {
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   // The callback may have stopped the channel or started another text.
   if (m_phase != Phase::Gathering || report.job != m_job) return false;
   const std::size_t room = kLongestText - m_text.bytes().size();
