@@ -59,7 +59,7 @@ class Synthesizers {
 
   base::Mutex m_lock;
   std::vector<Loaded> m_loaded GUARDED_BY(m_lock);
-  // Files that need not be looked at again.
+  // Files that have been tried.
   std::vector<std::filesystem::path> m_seen GUARDED_BY(m_lock);
 };
 

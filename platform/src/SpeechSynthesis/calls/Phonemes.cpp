@@ -70,7 +70,7 @@ class Collector {
   // is between two reports, since the length of a text is not limited.
   bool waitForEnd() EXCLUDES(m_lock) {
     const base::ScopedLock held(m_lock);
-    while (!m_isDone) {
+    while (!m_done) {
       const std::uint64_t seen = m_reports;
       const base::Clock::time_point limit = base::Clock::now() + kPatience;
       while (m_reports == seen) {
@@ -84,7 +84,7 @@ class Collector {
   std::string phonemes() EXCLUDES(m_lock) {
     const base::ScopedLock held(m_lock);
     // An incomplete result would look like a complete one.
-    if (m_isOutOfMemory) throw std::bad_alloc();
+    if (m_outOfMemory) throw std::bad_alloc();
     return m_phonemes;
   }
 
@@ -97,19 +97,20 @@ class Collector {
     noteReport();
   }
 
+  // A callback must not throw, so lack of memory is only recorded.
   void notePhoneme(SInt16 opcode) noexcept EXCLUDES(m_lock) {
     const base::ScopedLock held(m_lock);
     try {
       add(opcode);
     } catch (const std::bad_alloc&) {
-      m_isOutOfMemory = true;
+      m_outOfMemory = true;
     }
     noteReport();
   }
 
   void noteEnd() noexcept EXCLUDES(m_lock) {
     const base::ScopedLock held(m_lock);
-    m_isDone = true;
+    m_done = true;
     noteReport();
   }
 
@@ -124,11 +125,11 @@ class Collector {
     const bool isKnown =
         opcode > kLastPauseCode && static_cast<std::size_t>(opcode) < kPhonemeSymbols.size();
     if (!isKnown) {
-      m_pauses = true;
+      m_pausePending = true;
       return;
     }
     if (!m_phonemes.empty()) {
-      if (m_pauses) {
+      if (m_pausePending) {
         m_phonemes += " % ";
       } else {
         m_phonemes += m_separator;
@@ -136,17 +137,17 @@ class Collector {
     }
     m_phonemes += kPhonemeSymbols[static_cast<std::size_t>(opcode)].symbol;
     m_separator = "";
-    m_pauses = false;
+    m_pausePending = false;
   }
 
   base::Mutex m_lock;
   base::Condition m_changed;  // with m_lock: m_reports has grown
   std::uint64_t m_reports GUARDED_BY(m_lock) = 0;
   std::string m_phonemes GUARDED_BY(m_lock);
-  const char* m_separator GUARDED_BY(m_lock) = "";  // stands before the next sound
-  bool m_pauses GUARDED_BY(m_lock) = false;         // a pause is before the next sound
-  bool m_isDone GUARDED_BY(m_lock) = false;
-  bool m_isOutOfMemory GUARDED_BY(m_lock) = false;
+  const char* m_separator GUARDED_BY(m_lock) = "";  // written before the next phoneme
+  bool m_pausePending GUARDED_BY(m_lock) = false;   // there is a pause before the next phoneme
+  bool m_done GUARDED_BY(m_lock) = false;
+  bool m_outOfMemory GUARDED_BY(m_lock) = false;
 };
 
 template <typename Value>
@@ -158,15 +159,15 @@ void* asValue(Value* value) {
 class ScratchChannel {
  public:
   explicit ScratchChannel(const SynthesizerPlugIn& plugIn) : m_plugIn(plugIn) {
-    m_isOpen = plugIn.call().openSpeechChannel(&m_identifier) == noErr;
+    m_open = plugIn.call().openSpeechChannel(&m_identifier) == noErr;
   }
   ~ScratchChannel() {
-    if (m_isOpen) m_plugIn.call().closeSpeechChannel(m_identifier);
+    if (m_open) m_plugIn.call().closeSpeechChannel(m_identifier);
   }
   ScratchChannel(const ScratchChannel&) = delete;
   ScratchChannel& operator=(const ScratchChannel&) = delete;
 
-  bool isOpen() const { return m_isOpen; }
+  bool isOpen() const { return m_open; }
 
   void set(OSType selector, void* value) {
     m_plugIn.call().setSpeechInfo(m_identifier, selector, value);
@@ -182,7 +183,7 @@ class ScratchChannel {
  private:
   const SynthesizerPlugIn& m_plugIn;
   SpeechChannelIdentifier m_identifier = 0;
-  bool m_isOpen = false;
+  bool m_open = false;
 };
 
 }  // namespace

@@ -15,12 +15,12 @@ namespace platform {
 class SCOPED_CAPABILITY CallQueue::CallGuard {
  public:
   explicit CallGuard(CallQueue& calls) RELEASE(calls.m_lock) : m_calls(calls) {
-    m_calls.m_isTaken = true;
+    m_calls.m_running = true;
     m_calls.m_lock.unlock();
   }
   ~CallGuard() RELEASE() {
     m_calls.m_lock.lock();
-    m_calls.m_isTaken = false;
+    m_calls.m_running = false;
     m_calls.m_changed.notifyAll();
   }
   CallGuard(const CallGuard&) = delete;
@@ -41,8 +41,8 @@ void CallQueue::runNow(const Work& work) {
 // as long as a sentence.
 bool CallQueue::runOrQueue(const std::shared_ptr<void>& owner, const Work& work) {
   const base::ScopedLock held(m_lock);
-  while (!m_isWaiting && !isFree()) m_changed.wait(m_lock);
-  if (m_isWaiting) {
+  while (!m_waiting && !isFree()) m_changed.wait(m_lock);
+  if (m_waiting) {
     enqueue(owner, work);
     return false;
   }
@@ -54,13 +54,13 @@ bool CallQueue::runOrQueue(const std::shared_ptr<void>& owner, const Work& work)
 void CallQueue::queue(const std::shared_ptr<void>& owner, Work work) {
   const base::ScopedLock held(m_lock);
   enqueue(owner, std::move(work));
-  m_isWaiting = true;
+  m_waiting = true;
   m_changed.notifyAll();
 }
 
 void CallQueue::markWaitOver() {
   const base::ScopedLock held(m_lock);
-  m_isWaiting = false;
+  m_waiting = false;
 }
 
 void CallQueue::dropQueued() {
@@ -71,7 +71,7 @@ void CallQueue::dropQueued() {
 // With m_lock. The thread is started under the lock, so that it finds the work in the queue.
 void CallQueue::enqueue(const std::shared_ptr<void>& owner, Work work) {
   m_queue.push_back(std::move(work));
-  if (m_isQueued) return;
+  if (m_hasThread) return;
   try {
     // The thread holds a reference to the owner, which keeps this queue alive.
     startThread([this, owner] { runQueue(); });
@@ -80,14 +80,14 @@ void CallQueue::enqueue(const std::shared_ptr<void>& owner, Work work) {
     m_queue.pop_back();
     throw;
   }
-  m_isQueued = true;
+  m_hasThread = true;
 }
 
 // The thread of the queue: runs the queued calls in order and exits when there are none.
 void CallQueue::runQueue() {
   const base::ScopedLock held(m_lock);
   while (!m_queue.empty()) {
-    while (m_isTaken) m_changed.wait(m_lock);
+    while (m_running) m_changed.wait(m_lock);
     // dropQueued() may have been called during the wait.
     if (m_queue.empty()) break;
     const Work work = std::move(m_queue.front());
@@ -100,8 +100,8 @@ void CallQueue::runQueue() {
       writeException("a queued call");
     }
   }
-  m_isQueued = false;
-  m_isWaiting = false;
+  m_hasThread = false;
+  m_waiting = false;
   m_changed.notifyAll();
 }
 

@@ -49,16 +49,17 @@ class CallQueue {
  private:
   class CallGuard;
 
-  bool isFree() const REQUIRES(m_lock) { return !m_isTaken && !m_isQueued; }
+  // True if a call may run on the caller's thread.
+  bool isFree() const REQUIRES(m_lock) { return !m_running && !m_hasThread; }
   void enqueue(const std::shared_ptr<void>& owner, Work work) REQUIRES(m_lock);
   void runQueue() EXCLUDES(m_lock);
 
   base::Mutex m_lock;
   base::Condition m_changed;  // with m_lock: one of the flags
   std::deque<Work> m_queue GUARDED_BY(m_lock);
-  bool m_isTaken GUARDED_BY(m_lock) = false;   // something is being done
-  bool m_isQueued GUARDED_BY(m_lock) = false;  // the queue has its thread
-  bool m_isWaiting GUARDED_BY(m_lock) = false;
+  bool m_running GUARDED_BY(m_lock) = false;    // a call runs
+  bool m_hasThread GUARDED_BY(m_lock) = false;  // runQueue() runs on a thread
+  bool m_waiting GUARDED_BY(m_lock) = false;    // the call at hand waits for a boundary
 };
 
 }  // namespace platform

@@ -78,10 +78,11 @@ class CallbackThread {
   void end() EXCLUDES(m_lock);
 
   mutable base::Mutex m_lock;
-  base::Condition m_posted;     // with m_lock: the queue is not empty any more
+  base::Condition m_posted;     // with m_lock: m_queue is not empty, or m_ended
   base::Condition m_delivered;  // with m_lock: m_current became null
   ReportList m_queue GUARDED_BY(m_lock);
-  const ReportReceiver* m_current GUARDED_BY(m_lock) = nullptr;  // who is being told
+  // Receives the report that is being delivered.
+  const ReportReceiver* m_current GUARDED_BY(m_lock) = nullptr;
   std::thread::id m_thread GUARDED_BY(m_lock);
   bool m_started GUARDED_BY(m_lock) = false;
   bool m_ended GUARDED_BY(m_lock) = false;  // the process is ending

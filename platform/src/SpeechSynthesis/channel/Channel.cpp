@@ -94,7 +94,7 @@ OSErr Channel::prepare() {
 void Channel::close() {
   {
     const base::ScopedLock held(m_lock);
-    m_isDisposed = true;
+    m_disposed = true;
     m_phase = Phase::Idle;
     // The report holds a reference to this channel, which would never be destroyed.
     m_doneReport.clear();
@@ -231,8 +231,8 @@ OSErr Channel::readStatus(SpeechStatusInfo& status) const {
   status = {};
   const base::ScopedLock held(m_lock);
   if (m_phase == Phase::Idle) return noErr;
-  status.outputPaused = m_isPaused;
-  status.outputBusy = !m_isPaused;
+  status.outputPaused = m_paused;
+  status.outputBusy = !m_paused;
   // The rest of the text from the start of the last word, in the caller's units.
   const CFRange left =
       m_text.inCallersUnits(m_wordPosition, m_text.bytes().size() - m_wordPosition);

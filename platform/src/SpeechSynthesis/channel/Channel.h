@@ -151,22 +151,23 @@ class Channel final : public ReportReceiver, public std::enable_shared_from_this
   CallQueue m_calls;
 
   mutable base::Mutex m_lock;
-  base::Condition m_jobEnded;  // with m_lock: m_isOwedEnd became false
+  base::Condition m_jobEnded;  // with m_lock: m_endOwed became false
   Phase m_phase GUARDED_BY(m_lock) = Phase::Idle;
-  bool m_isPaused GUARDED_BY(m_lock) = false;  // of a job that is not idle
+  bool m_paused GUARDED_BY(m_lock) = false;    // the current job is paused
   std::uint64_t m_job GUARDED_BY(m_lock) = 0;  // number of the last job
-  // It and those before have nothing to report but their end.
+  // Of this job and those before it, only the end is reported.
   std::uint64_t m_silencedJob GUARDED_BY(m_lock) = 0;
   CallerText m_text GUARDED_BY(m_lock);  // of the last job
   SInt32 m_flags GUARDED_BY(m_lock) = 0;
-  unsigned long m_wordPosition GUARDED_BY(m_lock) = 0;  // of its last word, in bytes
+  unsigned long m_wordPosition GUARDED_BY(m_lock) =
+      0;  // start of the last word, in bytes of m_text
   SInt16 m_phonemeCode GUARDED_BY(m_lock) = 0;
   // The synthesizer has a job whose end has not been reported.
-  bool m_isOwedEnd GUARDED_BY(m_lock) = false;
-  bool m_isStopPending GUARDED_BY(m_lock) = false;  // a stop waits for its place
-  // Of the last job's speech-done, until it is posted.
+  bool m_endOwed GUARDED_BY(m_lock) = false;
+  bool m_stopPending GUARDED_BY(m_lock) = false;  // a stop waits for its boundary
+  // The report of the last job's speech-done, until it is posted.
   CallbackThread::ReportList m_doneReport GUARDED_BY(m_lock);
-  bool m_isDisposed GUARDED_BY(m_lock) = false;
+  bool m_disposed GUARDED_BY(m_lock) = false;
   ClientCallbacks m_callbacks GUARDED_BY(m_lock);
   OSType m_recentSync GUARDED_BY(m_lock) = 0;
   SpeechErrorInfo m_errors GUARDED_BY(m_lock){};

@@ -57,8 +57,8 @@ OSErr Channel::stop(SInt32 where) {
   {
     const base::ScopedLock held(m_lock);
     // This stop is queued after a pending one. Until it can run, the job speaks on, but its events
-    // are not reported any more.
-    if (m_isStopPending && where == kImmediate) m_silencedJob = m_job;
+    // are not reported.
+    if (m_stopPending && where == kImmediate) m_silencedJob = m_job;
   }
   return runOrQueue([where](Channel& channel) { return channel.performStop(where); });
 }
@@ -94,21 +94,21 @@ void Channel::clearStalePause() {
   {
     const base::ScopedLock held(m_lock);
     // A job is really running. Otherwise the stop below makes the synthesizer report an end.
-    if (m_isOwedEnd) return;
-    m_isOwedEnd = true;
+    if (m_endOwed) return;
+    m_endOwed = true;
   }
   if (m_plugIn.call().stopSpeechAt(m_identifier, kImmediate) == noErr) return;
   const base::ScopedLock held(m_lock);
-  m_isOwedEnd = false;
+  m_endOwed = false;
 }
 
 // Returns false if the job does not end in time.
 bool Channel::waitForEndOfJob() {
   const base::ScopedLock held(m_lock);
   const base::Clock::time_point limit = base::Clock::now() + kEndOfJobLimit;
-  while (m_isOwedEnd && !m_isDisposed && m_jobEnded.waitUntil(m_lock, limit)) {
+  while (m_endOwed && !m_disposed && m_jobEnded.waitUntil(m_lock, limit)) {
   }
-  return !m_isOwedEnd || m_isDisposed;
+  return !m_endOwed || m_disposed;
 }
 
 // Creates the job. It starts at once, unless the client must be asked for more text or has set
@@ -116,7 +116,7 @@ bool Channel::waitForEndOfJob() {
 OSErr Channel::acceptJob(CallerText text, SInt32 flags) {
   {
     const base::ScopedLock held(m_lock);
-    if (m_isDisposed) return invalidComponentID;
+    if (m_disposed) return invalidComponentID;
     // First the steps that can fail. The report of speech-done is allocated here, so that the end
     // of the job can always be reported.
     CallbackThread::ReportList doneReport{
@@ -131,9 +131,9 @@ OSErr Channel::acceptJob(CallerText text, SInt32 flags) {
     m_flags = flags;
     m_wordPosition = 0;
     m_phonemeCode = 0;
-    m_isPaused = (flags & kPreflightThenPause) != 0;
+    m_paused = (flags & kPreflightThenPause) != 0;
     m_phase = gathers ? Phase::Gathering : Phase::Ready;
-    if (gathers || m_isPaused) return noErr;
+    if (gathers || m_paused) return noErr;
   }
   const OSErr result = startSpeaking();
   if (result != noErr) {
@@ -148,16 +148,16 @@ OSErr Channel::acceptJob(CallerText text, SInt32 flags) {
 OSErr Channel::startSpeaking() {
   {
     const base::ScopedLock held(m_lock);
-    if (m_phase != Phase::Ready || m_isPaused) return noErr;
+    if (m_phase != Phase::Ready || m_paused) return noErr;
     // Set before the call: a short job may end before the call returns.
     m_phase = Phase::Speaking;
-    m_isOwedEnd = true;
+    m_endOwed = true;
   }
   const OSErr result = resultOf([this] { return speakInPlugIn(); });
   if (result == noErr) return noErr;
   const base::ScopedLock held(m_lock);
   m_phase = Phase::Idle;
-  m_isOwedEnd = false;
+  m_endOwed = false;
   return result;
 }
 
@@ -190,8 +190,8 @@ OSErr Channel::performStop(SInt32 where) {
     const base::ScopedLock held(m_lock);
     if (endUnspokenJob() || m_phase == Phase::Idle) return noErr;
     // A paused job reaches no boundary, so it stops immediately.
-    atOnce = atOnce || m_isPaused;
-    if (!atOnce) m_isStopPending = true;
+    atOnce = atOnce || m_paused;
+    if (!atOnce) m_stopPending = true;
   }
   if (atOnce) return stopImmediately();
   try {
@@ -211,7 +211,7 @@ void Channel::stopAtBoundary(SInt32 where) {
         m_plugIn.call().stopSpeechAt(m_identifier, static_cast<unsigned long>(where)));
   });
   const base::ScopedLock held(m_lock);
-  m_isStopPending = false;
+  m_stopPending = false;
   if (m_phase == Phase::Speaking) m_phase = Phase::Idle;
 }
 
@@ -228,17 +228,17 @@ OSErr Channel::performPause(SInt32 where) {
   {
     const base::ScopedLock held(m_lock);
     // An idle synthesizer must not be asked: it would remain in a paused state.
-    if (m_phase == Phase::Idle || m_isPaused) return noErr;
+    if (m_phase == Phase::Idle || m_paused) return noErr;
     // The synthesizer does not have the text yet; startSpeaking() checks the flag.
     if (m_phase != Phase::Speaking) {
-      m_isPaused = true;
+      m_paused = true;
       return noErr;
     }
   }
   const OSErr result = toClientResult(
       m_plugIn.call().pauseSpeechAt(m_identifier, static_cast<unsigned long>(where)));
   const base::ScopedLock held(m_lock);
-  if (result == noErr && m_phase == Phase::Speaking) m_isPaused = true;
+  if (result == noErr && m_phase == Phase::Speaking) m_paused = true;
   // A job that has ended during the call cannot be paused; that is not a failure.
   return m_phase == Phase::Idle ? OSErr{noErr} : result;
 }
@@ -248,14 +248,14 @@ OSErr Channel::performResume() {
   bool isReady = false;
   {
     const base::ScopedLock held(m_lock);
-    if (m_phase == Phase::Idle || !m_isPaused) return noErr;
+    if (m_phase == Phase::Idle || !m_paused) return noErr;
     isReady = m_phase == Phase::Ready;
-    if (m_phase != Phase::Speaking) m_isPaused = false;
+    if (m_phase != Phase::Speaking) m_paused = false;
   }
   if (isReady) return startReadyJob();
   const OSErr result = toClientResult(m_plugIn.call().continueSpeech(m_identifier));
   const base::ScopedLock held(m_lock);
-  if (result == noErr) m_isPaused = false;
+  if (result == noErr) m_paused = false;
   return m_phase == Phase::Idle ? OSErr{noErr} : result;
 }
 

@@ -24,14 +24,14 @@ constexpr std::size_t kLongestText = std::numeric_limits<SInt32>::max();
 
 // ---- On the synthesizer's threads
 
-// Events are ignored unless the synthesizer owes the end of a job (m_isOwedEnd): a late event must
+// Events are ignored unless the synthesizer owes the end of a job (m_endOwed): a late event must
 // not be reported for the next job. Without a callback no report is created, only the state is
 // updated.
 
 void Channel::handleJobEnd() {
   const base::ScopedLock held(m_lock);
-  if (!m_isOwedEnd) return;
-  m_isOwedEnd = false;
+  if (!m_endOwed) return;
+  m_endOwed = false;
   if (m_phase == Phase::Speaking) m_phase = Phase::Idle;
   // Posted under the lock, before anyone is woken: a thread that waits for this starts the next
   // job.
@@ -46,7 +46,7 @@ void Channel::handleSync(OSType message) {
   const base::ScopedLock held(m_lock);
   // Kept for soRecentSync even after the end of the job.
   m_recentSync = message;
-  if (!m_isOwedEnd || m_callbacks.sync == nullptr) return;
+  if (!m_endOwed || m_callbacks.sync == nullptr) return;
   report.job = m_job;
   post(report);
 }
@@ -54,7 +54,7 @@ void Channel::handleSync(OSType message) {
 void Channel::handleWord(unsigned long position, UInt16 length) {
   Report report{Report::Kind::Word, 0};
   const base::ScopedLock held(m_lock);
-  if (!m_isOwedEnd) return;
+  if (!m_endOwed) return;
   const unsigned long end = m_text.bytes().size();
   // Clients rely on positions that do not decrease and lie within the text.
   m_wordPosition = std::clamp(position, m_wordPosition, end);
@@ -71,7 +71,7 @@ void Channel::handlePhoneme(SInt16 opcode) {
   Report report{Report::Kind::Phoneme, 0};
   report.code = opcode;
   const base::ScopedLock held(m_lock);
-  if (!m_isOwedEnd) return;
+  if (!m_endOwed) return;
   m_phonemeCode = opcode;
   if (m_callbacks.phoneme == nullptr) return;
   report.job = m_job;
@@ -104,7 +104,7 @@ void Channel::deliver(const Report& report) {
   ClientCallbacks callbacks;
   {
     const base::ScopedLock held(m_lock);
-    if (m_isDisposed) return;
+    if (m_disposed) return;
     if (report.kind != Report::Kind::SpeechDone && report.job <= m_silencedJob) return;
     callbacks = m_callbacks;
   }
@@ -148,7 +148,7 @@ void Channel::callWordCallbacks(const ClientCallbacks& callbacks, const Report& 
   Owned<CFStringRef> text;
   {
     const base::ScopedLock held(m_lock);
-    if (m_isDisposed || report.job != m_job || report.job <= m_silencedJob) return;
+    if (m_disposed || report.job != m_job || report.job <= m_silencedJob) return;
     text = Owned(static_cast<CFStringRef>(CFRetain(m_text.string())));
   }
   callbacks.wordCF(m_handle, callbacks.refCon, text.get(), {report.position, report.length});
@@ -163,7 +163,7 @@ void Channel::callErrorCallbacks(const ClientCallbacks& callbacks, const Report&
   Owned<CFStringRef> text;
   {
     const base::ScopedLock held(m_lock);
-    if (m_isDisposed) return;
+    if (m_disposed) return;
     if (report.job == m_job) text = Owned(static_cast<CFStringRef>(CFRetain(m_text.string())));
   }
   const Owned error(createSpeechError(report.code, text.get(), report.position));
