@@ -241,7 +241,7 @@ TEST(VoiceCatalogue, ReadsTheVoicesOfTheProject) {
   EXPECT_EQ(pascal(catalogue.defaultVoice()->description.name), "Corin");
 }
 
-TEST(Places, TakesFoldersOfAVariableInOrder) {
+TEST(SearchPaths, ListTheFoldersOfAVariableInOrder) {
   ASSERT_EQ(setenv("SEARCH_PATHS_TEST", ":/first::/second dir:", 1), 0);
   EXPECT_EQ(platform::foldersInVariable("SEARCH_PATHS_TEST"),
             (std::vector<fs::path>{"/first", "/second dir"}));

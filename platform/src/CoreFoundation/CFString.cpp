@@ -195,7 +195,7 @@ CFStringRef __CFStringMakeConstantString(const char* text) {
     // Equal literals share one object, so a literal in a loop does not use more and more memory.
     if (!isNew) return entry->second;
     // Literals are UTF-8 by contract. One that is not is kept as Mac OS Roman, in which every byte
-    // is a character, so that a constant is never null.
+    // is a character, so that every literal gives a string.
     const bool isUtf8 = isWellFormed(text, kCFStringEncodingUTF8);
     auto* const constant =
         new __CFString(text, isUtf8 ? kCFStringEncodingUTF8 : kCFStringEncodingMacRoman);
