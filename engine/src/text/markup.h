@@ -25,10 +25,6 @@
 
 namespace kavrel {
 
-// The Unicode character of a byte, and back; 0 for characters that have no byte.
-char32_t fromLatin9(unsigned char byte);
-unsigned char toLatin9(char32_t character);
-
 // Appends the character as one byte, or as the plain form that is customary for it, else "?".
 void appendLatin9(std::string& text, char32_t character);
 
