@@ -11,8 +11,7 @@ void OriginText::append(std::string_view text, Position origin) {
     appendCopy(text, origin);
     return;
   }
-  m_text += text;
-  m_origins.insert(m_origins.end(), text.size(), origin);
+  appendSame(text, origin);
 }
 
 void OriginText::appendCopy(std::string_view text, Position first) {
@@ -22,6 +21,7 @@ void OriginText::appendCopy(std::string_view text, Position first) {
     return;
   }
   m_text += text;
+  makeRoom();
   const std::size_t before = m_origins.size();
   m_origins.resize(before + text.size());
   std::iota(m_origins.begin() + static_cast<std::ptrdiff_t>(before), m_origins.end(), first);
@@ -35,14 +35,14 @@ void OriginText::append(const OriginText& other, std::size_t start, std::size_t 
   }
   if (end <= copied) return;
   m_text += text.substr(copied, end - copied);
+  makeRoom();
   const auto first = other.m_origins.begin() - static_cast<std::ptrdiff_t>(other.m_same);
   m_origins.insert(m_origins.end(), first + static_cast<std::ptrdiff_t>(copied),
                    first + static_cast<std::ptrdiff_t>(end));
 }
 
 void OriginText::insert(std::string_view text) {
-  m_text += text;
-  m_origins.insert(m_origins.end(), text.size(), kInserted);
+  appendSame(text, kInserted);
 }
 
 void OriginText::finish(Position sourceEnd) {
@@ -56,6 +56,18 @@ void OriginText::finish(Position sourceEnd) {
 
 void OriginText::clear() {
   *this = OriginText();
+}
+
+void OriginText::appendSame(std::string_view text, Position origin) {
+  m_text += text;
+  makeRoom();
+  m_origins.insert(m_origins.end(), text.size(), origin);
+}
+
+// Makes room for the origins of all bytes that the text has room for, before the first of them:
+// where the length is known, the origins do not grow by doubling.
+void OriginText::makeRoom() {
+  if (m_origins.empty()) m_origins.reserve(m_text.capacity() - m_same);
 }
 
 OriginText::Position OriginText::originOf(std::size_t at) const {

@@ -8,7 +8,8 @@
 // from the first one on that did not simply keep its position, none before.
 //
 // A value class without locks: constant access is safe from several threads. Functions that append
-// throw std::bad_alloc.
+// throw std::bad_alloc; the text is then only good to be cleared or destroyed, except that one made
+// of copies from position 0 on is as before.
 #pragma once
 
 #include <cstddef>
@@ -35,6 +36,7 @@ class OriginText {
 
   // ---- Building
 
+  // Makes room for that many bytes and their origins.
   void reserve(std::size_t bytes) { m_text.reserve(bytes); }
   // Appends text whose bytes all came from `origin`.
   void append(std::string_view text, Position origin);
@@ -67,6 +69,9 @@ class OriginText {
 
  private:
   static constexpr Position kInserted = 0xFFFFFFFFU;
+
+  void appendSame(std::string_view text, Position origin);
+  void makeRoom();
 
   std::string m_text;
   // The first m_same bytes are at the same position in the source; m_origins is of the others.
