@@ -37,7 +37,7 @@ int report(const char* program, const char* message) {
 int guarded(const char* program, const std::function<int()>& work) {
   try {
     occupyStandardStreams();
-    // The plain forms of characters are those of a UTF-8 locale.
+    // The width of characters on a terminal is that of a UTF-8 locale.
     std::setlocale(LC_CTYPE, "C.UTF-8");
     // What is written is looked at instead.
     std::signal(SIGPIPE, SIG_IGN);

@@ -38,7 +38,7 @@ Json jsonOf(const Commands& commands) {
   return list;
 }
 
-Json jsonOf(const TracedText& converted) {
+Json jsonOf(const base::OriginText& converted) {
   return {{"converted", converted.text()},
           {"error", nullptr},
           {"caller_positions", converted.origins()}};
@@ -65,11 +65,12 @@ int report(const std::string& file, const Fault& fault, const Place& place) {
 int run(const Arguments& arguments) {
   const CallerText text(tool::readInput(arguments.file), arguments.encoding);
   auto result = convert(text, arguments.conversion);
-  if (auto* const converted = std::get_if<TracedText>(&result); converted && arguments.document) {
-    *converted =
-        documentOf(*converted, arguments.language, static_cast<TracedText::Position>(text.size()));
+  if (auto* const converted = std::get_if<base::OriginText>(&result);
+      converted && arguments.document) {
+    *converted = documentOf(*converted, arguments.language,
+                            static_cast<base::OriginText::Position>(text.size()));
   }
-  const TracedText* const converted = std::get_if<TracedText>(&result);
+  const base::OriginText* const converted = std::get_if<base::OriginText>(&result);
   const Fault* const fault = std::get_if<Fault>(&result);
   const Place place = text.placeOf(fault != nullptr ? fault->position : 0);
 

@@ -7,7 +7,7 @@
 #include <cstdio>
 #include <utility>
 
-#include "Utf8.h"
+#include "base/text/Utf8.h"
 #include "screen/TextLayout.h"
 
 namespace say {
@@ -57,7 +57,7 @@ std::vector<Stretch> shownStretches(std::string_view text, tool::Brackets bracke
 // As it is shown: one blank for blanks and control characters.
 void appendShown(std::string& shown, std::string_view part) {
   while (!part.empty()) {
-    const std::size_t length = tool::firstCharacter(part).length;
+    const std::size_t length = base::firstCharacter(part).length;
     if (length == 0) {
       shown += kReplacement;
     } else if (length > 1 || !isBlank(part.front())) {
@@ -187,7 +187,7 @@ bool fits(const std::vector<Piece>& pieces, PieceRange range) {
 char32_t lastSign(const std::string& text) {
   char32_t last = 0;
   for (std::size_t at = 0; at < text.size();) {
-    const tool::Utf8Character character = tool::firstCharacter(std::string_view(text).substr(at));
+    const base::Utf8Character character = base::firstCharacter(std::string_view(text).substr(at));
     constexpr std::u32string_view kClosing = U"\"')]}\u2019\u201D\u00BB\u203A";
     if (kClosing.find(character.code) == std::u32string_view::npos) last = character.code;
     at += character.length;

@@ -5,7 +5,7 @@
 
 #include <wchar.h>
 
-#include "Utf8.h"
+#include "base/text/Utf8.h"
 
 namespace say {
 namespace {
@@ -40,7 +40,7 @@ bool changesDirection(char32_t code) {
 // The character at `at`, which comes to stand in cell `column` of `width`.
 Glyph glyphAt(std::string_view text, std::size_t at, std::size_t column, std::size_t width) {
   const std::string_view rest = text.substr(at);
-  const tool::Utf8Character character = tool::firstCharacter(rest);
+  const base::Utf8Character character = base::firstCharacter(rest);
   if (character.length == 0) return {1, 1, kReplacement, kNoCharacter};
   if (character.code == '\t') return {1, kTabStops - column % kTabStops, {}, '\t'};
   const int cells = ::wcwidth(static_cast<wchar_t>(character.code));

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "speech/Positions.h"
 
-#include <algorithm>
 #include <string_view>
 
-#include "Utf8.h"
+#include "base/text/Utf8.h"
 
 namespace say {
 
@@ -25,7 +24,7 @@ std::size_t Positions::at(std::size_t byte) {
   if (byte < m_byte) m_byte = m_characters = 0;
   while (m_byte < byte) {
     const std::string_view rest = std::string_view(m_text).substr(m_byte);
-    m_byte += std::max<std::size_t>(tool::firstCharacter(rest).length, 1);
+    m_byte += base::firstCharacterLength(rest);
     ++m_characters;
   }
   return m_first + m_characters;

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "speech/Voices.h"
 
-#include <algorithm>
 #include <array>
 
 #include <strings.h>
 
 #include "Failure.h"
+#include "base/text/Utf8.h"
 
 namespace say {
 namespace {
@@ -33,9 +33,7 @@ NamedVoice described(const VoiceSpec& spec) {
 
 // Filled up with blanks to `width` characters, and to one blank at least.
 std::string column(std::string text, std::size_t width) {
-  const auto isFirstByte = [](char c) { return (static_cast<unsigned char>(c) & 0xC0U) != 0x80; };
-  const auto characters =
-      static_cast<std::size_t>(std::count_if(text.begin(), text.end(), isFirstByte));
+  const std::size_t characters = base::countCharacters(text);
   text.append(characters < width ? width - characters : 1, ' ');
   return text;
 }

@@ -100,7 +100,7 @@ struct PhonemeInput {
   int depth = 0;  // 0: none
   std::string ipa;
   std::optional<Style> style;  // of the first symbol: the converter's prosody stands inside
-  TracedText symbols;
+  base::OriginText symbols;
   std::vector<std::string> elements;  // that stand inside and are to be written behind
 };
 
@@ -111,9 +111,9 @@ bool isControl(char c) {
 
 class Rewriter {
  public:
-  explicit Rewriter(const TracedText& converted) : m_from(converted) {}
+  explicit Rewriter(const base::OriginText& converted) : m_from(converted) {}
 
-  TracedText run() {
+  base::OriginText run() {
     MarkupReader reader(m_from.text());
     for (MarkupPiece piece = reader.next(); piece.kind != MarkupPiece::Kind::End;
          piece = reader.next()) {
@@ -128,13 +128,13 @@ class Rewriter {
   void open(const MarkupPiece& tag);
   void close(const MarkupPiece& tag);
   void mark(const MarkupPiece& tag);
-  void text(const TracedText& escaped);
-  void digits(const TracedText& escaped, Style style);
+  void text(const base::OriginText& escaped);
+  void digits(const base::OriginText& escaped, Style style);
   void beginPhonemes(std::string_view phones);
   void endPhonemes();
-  TracedText copied(const MarkupPiece& piece) const;
+  base::OriginText copied(const MarkupPiece& piece) const;
 
-  const TracedText& m_from;
+  const base::OriginText& m_from;
   DocumentWriter m_writer;
   OpenElements m_elements;
   PhonemeInput m_phonemes;
@@ -146,8 +146,8 @@ void Rewriter::take(const MarkupPiece& piece) {
     case MarkupPiece::Kind::Text:
       return text(copied(piece));
     case MarkupPiece::Kind::Character: {
-      TracedText escaped;
-      escaped.append(piece.escape, m_from.origins()[piece.start]);
+      base::OriginText escaped;
+      escaped.append(piece.escape, m_from.originOf(piece.start));
       return text(escaped);
     }
     case MarkupPiece::Kind::Open:
@@ -160,20 +160,20 @@ void Rewriter::take(const MarkupPiece& piece) {
 }
 
 // Characters that XML cannot hold are blanks.
-TracedText Rewriter::copied(const MarkupPiece& piece) const {
-  TracedText result;
+base::OriginText Rewriter::copied(const MarkupPiece& piece) const {
+  base::OriginText result;
   std::size_t done = piece.start;
   for (std::size_t i = piece.start; i < piece.end; ++i) {
     if (!isControl(m_from.text()[i])) continue;
     result.append(m_from, done, i);
-    result.append(" ", m_from.origins()[i]);
+    result.append(" ", m_from.originOf(i));
     done = i + 1;
   }
   result.append(m_from, done, piece.end);
   return result;
 }
 
-void Rewriter::text(const TracedText& escaped) {
+void Rewriter::text(const base::OriginText& escaped) {
   const Style style = m_elements.style();
   if (m_phonemes.depth > 0) {
     if (!m_phonemes.style) m_phonemes.style = style;
@@ -187,14 +187,14 @@ void Rewriter::text(const TracedText& escaped) {
 
 // Speech systems agree on no name for this mode, but on how to spell: so numbers are spelt, and the
 // words between them are plain.
-void Rewriter::digits(const TracedText& escaped, Style style) {
+void Rewriter::digits(const base::OriginText& escaped, Style style) {
   const std::string& text = escaped.text();
   for (std::size_t at = 0; at < text.size();) {
     const std::size_t end = isDigit(text[at])
                                 ? endOfNumber(text, at)
                                 : std::min(text.find_first_of(kTenDigits, at), text.size());
     style.sayAs = isDigit(text[at]) ? kCharacters : "";
-    TracedText part;
+    base::OriginText part;
     part.append(escaped, at, end);
     m_writer.text(part, style);
     at = end;
@@ -242,7 +242,7 @@ void Rewriter::endPhonemes() {
   const PhonemeInput input = std::exchange(m_phonemes, {});
   if (!input.ipa.empty()) {
     // Commands inside are no part of the symbols.
-    TracedText symbols;
+    base::OriginText symbols;
     const std::string& text = input.symbols.text();
     for (std::size_t at = 0; at < text.size();) {
       const std::size_t command = std::min(text.find("[[", at), text.size());
@@ -260,16 +260,16 @@ void Rewriter::endPhonemes() {
 
 }  // namespace
 
-TracedText documentOf(const TracedText& converted, const std::string& language,
-                      TracedText::Position end) {
-  TracedText document;
+base::OriginText documentOf(const base::OriginText& converted, const std::string& language,
+                            base::OriginText::Position end) {
+  base::OriginText document;
   document.insert(
       "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
       "<speak version=\"1.1\" xmlns=\"http://www.w3.org/2001/10/synthesis\" xml:lang=\"" +
       language + "\">");
   document.append(Rewriter(converted).run());
   document.insert("</speak>");
-  document.settle(end);
+  document.finish(end);
   return document;
 }
 

@@ -10,12 +10,12 @@
 
 #include <string>
 
-#include "text/TracedText.h"
+#include "base/text/OriginText.h"
 
 namespace ssml {
 
 // `language` is a language tag. `end` is the length of the caller's text.
-TracedText documentOf(const TracedText& converted, const std::string& language,
-                      TracedText::Position end);
+base::OriginText documentOf(const base::OriginText& converted, const std::string& language,
+                            base::OriginText::Position end);
 
 }  // namespace ssml

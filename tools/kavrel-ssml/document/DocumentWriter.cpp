@@ -25,7 +25,7 @@ std::string DocumentWriter::closing(int level) {
   return level == kProsody ? "</prosody>" : level == kEmphasis ? "</emphasis>" : "</say-as>";
 }
 
-void DocumentWriter::text(const TracedText& escaped, const Style& style) {
+void DocumentWriter::text(const base::OriginText& escaped, const Style& style) {
   const std::string& text = escaped.text();
   const std::size_t first = text.find_first_not_of(kBlanks);
   if (first == std::string::npos) {
@@ -48,7 +48,7 @@ void DocumentWriter::element(const std::string& markup, const Style& style) {
   m_out.insert(markup);
 }
 
-void DocumentWriter::element(const std::string& open, const TracedText& escaped,
+void DocumentWriter::element(const std::string& open, const base::OriginText& escaped,
                              const std::string& close, const Style& style) {
   Style around = style;
   around.sayAs.clear();
@@ -58,7 +58,7 @@ void DocumentWriter::element(const std::string& open, const TracedText& escaped,
   m_out.insert(close);
 }
 
-TracedText DocumentWriter::finish() {
+base::OriginText DocumentWriter::finish() {
   change(Style());
   return std::move(m_out);
 }

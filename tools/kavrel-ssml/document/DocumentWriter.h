@@ -6,7 +6,7 @@
 
 #include <string>
 
-#include "text/TracedText.h"
+#include "base/text/OriginText.h"
 
 namespace ssml {
 
@@ -22,16 +22,16 @@ struct Style {
 class DocumentWriter {
  public:
   // Text with escapes. Blanks at its ends take the style that saves an element.
-  void text(const TracedText& escaped, const Style& style);
+  void text(const base::OriginText& escaped, const Style& style);
   // An element without contents that may stand in any element but say-as. What is open beyond the
   // style is closed; nothing is opened for it.
   void element(const std::string& markup, const Style& style);
   // An element with contents, in the style, say-as aside.
-  void element(const std::string& open, const TracedText& escaped, const std::string& close,
+  void element(const std::string& open, const base::OriginText& escaped, const std::string& close,
                const Style& style);
 
   // Closes what is open, and hands out what was written.
-  TracedText finish();
+  base::OriginText finish();
 
  private:
   enum Level { kProsody, kEmphasis, kSayAs, kLevels };
@@ -42,9 +42,9 @@ class DocumentWriter {
   void change(const Style& style);
   void closeDownTo(int level);
 
-  TracedText m_out;
-  TracedText m_blanks;  // read, not yet written
-  Style m_style;        // in which the text so far ends
+  base::OriginText m_out;
+  base::OriginText m_blanks;  // read, not yet written
+  Style m_style;              // in which the text so far ends
 };
 
 }  // namespace ssml

@@ -7,12 +7,13 @@
 #include <string_view>
 #include <utility>
 
-#include <iconv.h>
-
 #include "Failure.h"
 #include "SpeechMgrUtils.h"
 #include "SpokenText.h"
-#include "Utf8.h"
+#include "base/text/Latin9.h"
+#include "base/text/MacRoman.h"
+#include "base/text/MacRomanEncoder.h"
+#include "base/text/Utf8.h"
 
 namespace ssml {
 namespace {
@@ -26,54 +27,27 @@ std::uint32_t narrow(std::size_t position) {
   return static_cast<std::uint32_t>(position);
 }
 
-// The character of each byte of Mac OS Roman from 0x80 on, in UTF-8.
-std::string macRomanCharacter(char byte) {
-  // NOLINTBEGIN(performance-no-int-to-ptr): what the library answers
-  const iconv_t converter = iconv_open("UTF-8", "MACINTOSH");
-  if (converter == reinterpret_cast<iconv_t>(-1)) return std::string(kReplacement);
-  // NOLINTEND(performance-no-int-to-ptr)
-  char form[8];
-  char* input = &byte;
-  std::size_t inputLeft = 1;
-  char* output = form;
-  std::size_t outputLeft = sizeof form;
-  const std::size_t result = iconv(converter, &input, &inputLeft, &output, &outputLeft);
-  iconv_close(converter);
-  if (result == static_cast<std::size_t>(-1)) return std::string(kReplacement);
-  return {form, static_cast<std::size_t>(output - form)};
-}
-
-struct Utf8Copy {
-  std::string text;
+PositionMap originsOf(const base::OriginText& text) {
   PositionMap origins;
-};
-
-Utf8Copy utf8OfLatin9(std::string_view given) {
-  Utf8Copy copy;
-  copy.text.reserve(given.size());
-  for (std::size_t i = 0; i < given.size(); ++i) {
-    const std::string character = tool::toUtf8(fromLatin9(static_cast<unsigned char>(given[i])));
-    copy.text += character;
-    if (character.size() == 1) {
-      copy.origins.copied(1, narrow(i));
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const base::OriginText::Range range = text.sourceOf(i, 1);
+    if (range.length == 1) {
+      origins.copied(1, narrow(range.position));
     } else {
-      copy.origins.replaced(narrow(character.size()), narrow(i), narrow(i + 1));
-    }
-  }
-  return copy;
-}
-
-PositionMap originsOf(const tool::SpokenText& text) {
-  PositionMap origins;
-  for (std::size_t i = 0; i < text.macRoman().size(); ++i) {
-    const tool::Slice slice = text.origin(i, 1);
-    if (slice.length == 1) {
-      origins.copied(1, narrow(slice.position));
-    } else {
-      origins.replaced(1, narrow(slice.position), narrow(slice.position + slice.length));
+      origins.replaced(1, narrow(range.position), narrow(range.position + range.length));
     }
   }
   return origins;
+}
+
+// ISO 8859-15 in Mac OS Roman, with plain forms for the characters that are missing there.
+base::OriginText macRomanOfLatin9(std::string_view given) {
+  base::MacRomanEncoder encoder;
+  encoder.reserve(given.size());
+  for (std::size_t at = 0; at < given.size(); ++at) {
+    encoder.add(base::fromLatin9(static_cast<std::uint8_t>(given[at])), narrow(at));
+  }
+  return encoder.finish(narrow(given.size()));
 }
 
 }  // namespace
@@ -85,20 +59,18 @@ CallerText::CallerText(std::string given, Encoding encoding)
     case Encoding::MacRoman:
       prepare(m_given);
       break;
-    case Encoding::Utf8: {
-      const tool::SpokenText text(m_given);
-      prepare(text.macRoman());
-      m_origins = m_origins.after(originsOf(text));
+    case Encoding::Utf8:
+      prepare(tool::SpokenText(m_given).converted());
       break;
-    }
-    case Encoding::Latin9: {
-      const Utf8Copy copy = utf8OfLatin9(m_given);
-      const tool::SpokenText text(copy.text);
-      prepare(text.macRoman());
-      m_origins = m_origins.after(originsOf(text)).after(copy.origins);
+    case Encoding::Latin9:
+      prepare(macRomanOfLatin9(m_given));
       break;
-    }
   }
+}
+
+void CallerText::prepare(const base::OriginText& macRoman) {
+  prepare(macRoman.text());
+  m_origins = m_origins.after(originsOf(macRoman));
 }
 
 void CallerText::prepare(std::string macRoman) {
@@ -127,7 +99,7 @@ Place CallerText::placeBehind(Place known, std::size_t position) const {
     const auto byte = static_cast<unsigned char>(m_given[i]);
     const bool endsLine =
         byte == '\n' || (byte == '\r' && (i + 1 == m_given.size() || m_given[i + 1] != '\n'));
-    const bool continues = m_encoding == Encoding::Utf8 && (byte & 0xC0U) == 0x80;
+    const bool continues = m_encoding == Encoding::Utf8 && base::isContinuation(m_given[i]);
     if (endsLine) {
       ++place.line;
       place.column = 1;
@@ -147,39 +119,16 @@ std::string CallerText::shown(std::size_t start, std::size_t end) const {
     if (byte < 0x80) {
       result += rest.front();
     } else if (m_encoding == Encoding::Utf8) {
-      length = std::max<std::size_t>(tool::firstCharacter(rest).length, 1);
-      const bool whole = tool::firstCharacter(rest).length > 0;
-      result += whole ? rest.substr(0, length) : kReplacement;
+      const std::size_t whole = base::firstCharacter(rest).length;
+      result += whole > 0 ? rest.substr(0, whole) : kReplacement;
+      length = std::max<std::size_t>(whole, 1);
     } else {
-      result += m_encoding == Encoding::Latin9 ? tool::toUtf8(fromLatin9(byte))
-                                               : macRomanCharacter(rest.front());
+      base::appendUtf8(result, m_encoding == Encoding::Latin9 ? base::fromLatin9(byte)
+                                                              : base::fromMacRoman(byte));
     }
     rest.remove_prefix(length);
   }
   return result;
-}
-
-char32_t fromLatin9(unsigned char byte) {
-  switch (byte) {
-    case 0xA4:
-      return 0x20AC;
-    case 0xA6:
-      return 0x0160;
-    case 0xA8:
-      return 0x0161;
-    case 0xB4:
-      return 0x017D;
-    case 0xB8:
-      return 0x017E;
-    case 0xBC:
-      return 0x0152;
-    case 0xBD:
-      return 0x0153;
-    case 0xBE:
-      return 0x0178;
-    default:
-      return byte;
-  }
 }
 
 }  // namespace ssml

@@ -5,7 +5,7 @@
 //
 // Every text goes the way that a client's text goes: it becomes Mac OS Roman, and is prepared from
 // there. UTF-8 and ISO 8859-15 have characters that Mac OS Roman lacks; those take the plain forms
-// that SpokenText gives them. A NUL is a blank.
+// of base/text/PlainForms.h. A NUL is a blank.
 //
 // Threads: constant once made. Positions count bytes of the file.
 #pragma once
@@ -14,6 +14,7 @@
 #include <string>
 
 #include "PositionMap.h"
+#include "base/text/OriginText.h"
 
 namespace ssml {
 
@@ -52,14 +53,12 @@ class CallerText {
 
  private:
   void prepare(std::string macRoman);
+  void prepare(const base::OriginText& macRoman);
 
   std::string m_given;
   Encoding m_encoding;
   std::string m_prepared;
   PositionMap m_origins;
 };
-
-// The Unicode character of a byte of ISO 8859-15.
-char32_t fromLatin9(unsigned char byte);
 
 }  // namespace ssml

@@ -4,19 +4,20 @@
 #include <stdexcept>
 
 #include "AppleSynthesisError.h"
-#include "Utf8.h"
+#include "base/text/Latin9.h"
+#include "base/text/Utf8.h"
 #include "text/FaultFinder.h"
 
 namespace ssml {
 namespace {
 
-TracedText utf8Of(const std::string& latin9, const PositionMap& origins) {
-  TracedText traced;
+base::OriginText utf8Of(const std::string& latin9, const PositionMap& origins) {
+  base::OriginText traced;
   for (std::size_t run = 0; run < origins.runs().size(); ++run) {
     for (std::uint32_t at = origins.runs()[run].start; at < origins.endOfRun(run); ++at) {
       const auto byte = static_cast<unsigned char>(latin9[at]);
       const PositionMap::Run& from = origins.runs()[run];
-      traced.append(tool::toUtf8(fromLatin9(byte)),
+      traced.append(base::toUtf8(base::fromLatin9(byte)),
                     from.isCopied() ? from.origin + (at - from.start) : from.origin);
     }
   }
@@ -30,7 +31,8 @@ AppleMarkupConverter converterFor(const CallerText& text, const ConversionOption
   return {text.prepared(), options.output, *options.settings};
 }
 
-std::variant<TracedText, Fault> convert(const CallerText& text, const ConversionOptions& options) {
+std::variant<base::OriginText, Fault> convert(const CallerText& text,
+                                              const ConversionOptions& options) {
   try {
     AppleMarkupConverter converter = converterFor(text, options);
     const std::string converted = converter.getConvertedText();

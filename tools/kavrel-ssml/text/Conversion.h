@@ -9,8 +9,8 @@
 
 #include "AppleMarkupConverter.h"
 #include "SpeechMgrEnv.h"
+#include "base/text/OriginText.h"
 #include "text/CallerText.h"
-#include "text/TracedText.h"
 
 namespace ssml {
 
@@ -30,6 +30,7 @@ struct Fault {
 AppleMarkupConverter converterFor(const CallerText& text, const ConversionOptions& options);
 
 // The converted text in UTF-8. The bytes of a character all came from where the character did.
-std::variant<TracedText, Fault> convert(const CallerText& text, const ConversionOptions& options);
+std::variant<base::OriginText, Fault> convert(const CallerText& text,
+                                              const ConversionOptions& options);
 
 }  // namespace ssml

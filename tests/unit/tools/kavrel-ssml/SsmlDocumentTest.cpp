@@ -229,10 +229,10 @@ TEST_P(DocumentVectors, BecomeStandardDocumentsThatKeepTheText) {
     SCOPED_TRACE(vector.name);
     const ssml::CallerText text(vector.text, ssml::Encoding::MacRoman);
     const auto result = ssml::convert(text, optionsOf(vector));
-    if (!std::holds_alternative<ssml::TracedText>(result)) continue;
+    if (!std::holds_alternative<base::OriginText>(result)) continue;
     ++documents;
-    const auto& converted = std::get<ssml::TracedText>(result);
-    const ssml::TracedText written =
+    const auto& converted = std::get<base::OriginText>(result);
+    const base::OriginText written =
         ssml::documentOf(converted, "en", static_cast<std::uint32_t>(text.size()));
     const xml::Document document = xml::parse(written.text());
     EXPECT_EQ(document.error, "") << written.text();
@@ -295,7 +295,7 @@ TEST(Document, IsWellFormedForAnyMarkup) {
       const std::string& piece = kPieces[random() % std::size(kPieces)];
       markup += random() % 4 == 0 ? piece.substr(random() % (piece.size() + 1)) : piece;
     }
-    ssml::TracedText converted;
+    base::OriginText converted;
     converted.append(markup, 0);
     const std::string written = ssml::documentOf(converted, "en", 0).text();
     const xml::Document document = xml::parse(written);

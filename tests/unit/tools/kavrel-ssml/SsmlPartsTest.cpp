@@ -7,16 +7,15 @@
 #include <gtest/gtest.h>
 
 #include "SpeechMgrUtils.h"
+#include "base/text/OriginText.h"
 #include "document/Ipa.h"
 #include "document/ProsodyValues.h"
 #include "text/CallerText.h"
-#include "text/TracedText.h"
 
 namespace {
 
 using ssml::CallerText;
 using ssml::Encoding;
-using ssml::TracedText;
 using testing::ElementsAre;
 
 TEST(Ipa, WritesPhonesTogether) {
@@ -66,17 +65,6 @@ TEST(ProsodyValues, AreInTheStandardsNotation) {
   EXPECT_EQ(ssml::standardTime("ms"), "");
   EXPECT_EQ(ssml::standardTime("1e3ms"), "");
   EXPECT_EQ(ssml::standardMark("-65536"), "65535");
-}
-
-TEST(TracedText, PutsMarkupInFrontOfTheNextByte) {
-  TracedText text;
-  text.append("a", 3);
-  text.insert("<>");
-  text.append("b", 7);
-  text.insert("</>");
-  text.settle(9);
-  EXPECT_EQ(text.text(), "a<>b</>");
-  EXPECT_THAT(text.origins(), ElementsAre(3, 7, 7, 7, 9, 9, 9));
 }
 
 TEST(CallerText, CountsLinesOfAllSystems) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// MacRoman: the Mac OS Roman character set in Unicode. Constant tables and pure functions.
+// MacRoman: the Mac OS Roman character set in Unicode. Constant tables and pure functions, safe on
+// any thread.
 #pragma once
 
 #include <array>
@@ -8,7 +9,7 @@
 #include <cstdint>
 #include <optional>
 
-namespace platform {
+namespace base {
 
 // The characters of bytes 0x80 to 0xFF; the bytes below are ASCII. 0xDB is the euro sign, and 0xF0
 // the private character U+F8FF, which the platform uses for its logo.
@@ -31,11 +32,12 @@ inline constexpr std::array<char16_t, 128> kMacRomanUpperHalf = {
     0x00AF, 0x02D8, 0x02D9, 0x02DA, 0x00B8, 0x02DD, 0x02DB, 0x02C7,  // F8
 };
 
-constexpr char32_t macRomanToUnicode(std::uint8_t byte) {
+// The character of a byte.
+constexpr char32_t fromMacRoman(std::uint8_t byte) {
   return byte < 0x80 ? byte : kMacRomanUpperHalf[byte - std::size_t{0x80}];
 }
 
-// The byte of a character; nothing when Mac OS Roman lacks it.
-std::optional<std::uint8_t> unicodeToMacRoman(char32_t character);
+// The byte of a character; nothing if Mac OS Roman lacks it.
+std::optional<std::uint8_t> toMacRoman(char32_t character);
 
-}  // namespace platform
+}  // namespace base

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "MacRoman.h"
+#include "base/text/MacRoman.h"
 
 #include <algorithm>
 
-namespace platform {
+namespace base {
 namespace {
 
 struct Assignment {
@@ -24,7 +24,7 @@ constexpr auto kByCharacter = [] {
 
 }  // namespace
 
-std::optional<std::uint8_t> unicodeToMacRoman(char32_t character) {
+std::optional<std::uint8_t> toMacRoman(char32_t character) {
   if (character < 0x80) return static_cast<std::uint8_t>(character);
   const auto* const found = std::lower_bound(
       kByCharacter.begin(), kByCharacter.end(), character,
@@ -33,4 +33,4 @@ std::optional<std::uint8_t> unicodeToMacRoman(char32_t character) {
   return found->byte;
 }
 
-}  // namespace platform
+}  // namespace base

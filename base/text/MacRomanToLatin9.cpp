@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "Latin9.h"
+#include "base/text/MacRomanToLatin9.h"
 
-#include <optional>
 #include <string_view>
 
-#include "MacRoman.h"
+#include "base/text/Latin9.h"
+#include "base/text/MacRoman.h"
 
-namespace platform {
+namespace base {
 namespace {
 
 struct PlainForm {
@@ -67,25 +67,6 @@ constexpr std::array<PlainForm, 47> kPlainForms = {{
     {0x02C7, " "},               //
 }};
 
-// ISO 8859-15 is ISO 8859-1 with these eight bytes given to other characters.
-constexpr std::array<PlainForm, 8> kLatin9Own = {{{0x20AC, "\xA4"},
-                                                  {0x0160, "\xA6"},
-                                                  {0x0161, "\xA8"},
-                                                  {0x017D, "\xB4"},
-                                                  {0x017E, "\xB8"},
-                                                  {0x0152, "\xBC"},
-                                                  {0x0153, "\xBD"},
-                                                  {0x0178, "\xBE"}}};
-
-constexpr std::optional<char> exactByte(char32_t character) {
-  for (const PlainForm& own : kLatin9Own) {
-    if (own.character == character) return own.text[0];
-    if (static_cast<std::uint8_t>(own.text[0]) == character) return std::nullopt;
-  }
-  if (character > 0xFF) return std::nullopt;
-  return static_cast<char>(character);
-}
-
 constexpr std::string_view plainForm(char32_t character) {
   for (const PlainForm& form : kPlainForms) {
     if (form.character == character) return form.text;
@@ -94,11 +75,11 @@ constexpr std::string_view plainForm(char32_t character) {
 }
 
 constexpr Replacement replacementOf(std::uint8_t byte) {
-  const char32_t character = macRomanToUnicode(byte);
+  const char32_t character = fromMacRoman(byte);
   Replacement result{};
-  if (const auto exact = exactByte(character)) {
+  if (const auto exact = toLatin9(character)) {
     result.length = 1;
-    result.bytes[0] = *exact;
+    result.bytes[0] = static_cast<char>(*exact);
     return result;
   }
   for (const char c : plainForm(character)) result.bytes[result.length++] = c;
@@ -126,4 +107,4 @@ static_assert(
 
 constexpr std::array<Replacement, 256> kMacRomanToLatin9 = kTable;
 
-}  // namespace platform
+}  // namespace base
