@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The table of explained commands.
+// CommandTable: writes explained commands as a table (tableOf() of Explanation.h).
 #include <algorithm>
 #include <array>
 #include <string_view>
@@ -14,11 +14,11 @@ namespace {
 constexpr std::size_t kColumns = 5;
 using Row = std::array<std::string, kColumns>;
 
-// Characters.
+// Longest cells of the table, in characters.
 constexpr std::size_t kLongestCommand = 40;
 constexpr std::size_t kLongestResult = 200;
 
-// On one line, and cut behind `limit` characters.
+// Returns the text on one line, cut after `limit` characters.
 std::string oneLine(std::string_view text, std::size_t limit) {
   std::string line;
   for (std::size_t count = 0; !text.empty(); ++count) {
@@ -33,13 +33,15 @@ std::string oneLine(std::string_view text, std::size_t limit) {
 
 }  // namespace
 
+// Columns are as wide as their longest cell, counted in characters.
 std::string tableOf(const std::vector<ExplainedCommand>& commands) {
   std::vector<Row> rows = {{"BYTE", "LINE", "COMMAND", "KIND", "RESULT"}};
   for (const ExplainedCommand& command : commands) {
-    rows.push_back({std::to_string(command.place.position),
-                    std::to_string(command.place.line) + ":" + std::to_string(command.place.column),
-                    oneLine(command.text, kLongestCommand), command.kind,
-                    oneLine(command.result, kLongestResult)});
+    rows.push_back(
+        {std::to_string(command.location.position),
+         std::to_string(command.location.line) + ":" + std::to_string(command.location.column),
+         oneLine(command.text, kLongestCommand), command.kind,
+         oneLine(command.result, kLongestResult)});
   }
   std::array<std::size_t, kColumns> widths{};
   for (const Row& row : rows) {

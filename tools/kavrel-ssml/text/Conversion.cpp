@@ -11,6 +11,8 @@
 namespace ssml {
 namespace {
 
+// Converts to UTF-8 and carries the origins over, run by run. A replaced run has one origin for all
+// of its bytes.
 base::OriginText utf8Of(const std::string& latin9, const PositionMap& origins) {
   base::OriginText traced;
   for (std::size_t run = 0; run < origins.runs().size(); ++run) {
@@ -26,12 +28,14 @@ base::OriginText utf8Of(const std::string& latin9, const PositionMap& origins) {
 
 }  // namespace
 
-AppleMarkupConverter converterFor(const CallerText& text, const ConversionOptions& options) {
+// The constructor without settings inserts no commands.
+AppleMarkupConverter converterFor(const SourceText& text, const ConversionOptions& options) {
   if (!options.settings) return {text.prepared(), options.output};
   return {text.prepared(), options.output, *options.settings};
 }
 
-std::variant<base::OriginText, Fault> convert(const CallerText& text,
+// The converter reports errors only by type; FaultFinder locates them.
+std::variant<base::OriginText, Fault> convert(const SourceText& text,
                                               const ConversionOptions& options) {
   try {
     AppleMarkupConverter converter = converterFor(text, options);
@@ -39,10 +43,11 @@ std::variant<base::OriginText, Fault> convert(const CallerText& text,
     return utf8Of(converted, converter.getPositions().after(text.origins()));
   } catch (const AppleSynthesisError& error) {
     const FaultFinder finder(text, options);
-    return error.getErrorType() == BAD_PHONE_SEQUENCE ? finder.badPhone()
-                                                      : finder.refused("INDEX_OUT_OF_RANGE");
+    return error.getErrorType() == BAD_PHONE_SEQUENCE
+               ? finder.findBadPhone()
+               : finder.findRefusedCommand("INDEX_OUT_OF_RANGE");
   } catch (const std::out_of_range&) {
-    return FaultFinder(text, options).refused("OUT_OF_RANGE");
+    return FaultFinder(text, options).findRefusedCommand("OUT_OF_RANGE");
   }
 }
 

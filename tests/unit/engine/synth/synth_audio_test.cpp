@@ -2,6 +2,8 @@
 //
 // What SynthAudio does to the audio of a call: its pauses, speed and volume, and the positions of
 // events.
+#include "synth/synth_audio.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
@@ -9,7 +11,6 @@
 
 #include <gtest/gtest.h>
 
-#include "synth/synth_audio.h"
 #include "synth/time_scale.h"
 
 using kavrel::SynthAudio;

@@ -15,8 +15,8 @@
 #include "conversions/ReferenceVectors.h"
 #include "document/Document.h"
 #include "document/MarkupReader.h"
-#include "text/CallerText.h"
 #include "text/Conversion.h"
+#include "text/SourceText.h"
 
 namespace {
 
@@ -227,7 +227,7 @@ TEST_P(DocumentVectors, BecomeStandardDocumentsThatKeepTheText) {
   int documents = 0;
   for (const reference::Vector& vector : vectors()) {
     SCOPED_TRACE(vector.name);
-    const ssml::CallerText text(vector.text, ssml::Encoding::MacRoman);
+    const ssml::SourceText text(vector.text, ssml::Encoding::MacRoman);
     const auto result = ssml::convert(text, optionsOf(vector));
     if (!std::holds_alternative<base::OriginText>(result)) continue;
     ++documents;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "Guard.h"
+#include "RunTool.h"
 
 #include <clocale>
 #include <csignal>
@@ -16,12 +16,13 @@ namespace tool {
 
 namespace {
 
-// A standard stream that was closed must not be taken by a file that the program opens. What is
-// put in its place fails as a closed one does.
+// Opens /dev/null for each closed standard stream. Otherwise a file that the program opens later
+// would get the descriptor, and messages would be written into it. The stream is opened in the
+// wrong direction, so that reading or writing still fails as on a closed stream.
 void occupyStandardStreams() {
   for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
     if (::fcntl(stream, F_GETFD) >= 0) continue;
-    // The lowest number that is free.
+    // open() returns the lowest free descriptor, which is `stream`.
     [[maybe_unused]] const int taken =
         ::open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY);
   }
@@ -34,19 +35,22 @@ int report(const char* program, const char* message) {
 
 }  // namespace
 
-int guarded(const char* program, const std::function<int()>& work) {
+int runTool(const char* program, const std::function<int()>& work) {
   try {
     occupyStandardStreams();
-    // The width of characters on a terminal is that of a UTF-8 locale.
+    // wcwidth() takes the width of characters from this locale. Only the character type is set:
+    // numbers stay in the classic locale.
     std::setlocale(LC_CTYPE, "C.UTF-8");
-    // What is written is looked at instead.
+    // Every write checks its result, so a broken pipe or a size limit is an error, not a signal.
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
     return work();
   } catch (const ReaderGone&) {
+    // No message: the reader has what it wanted.
     return kFailure;
   } catch (const std::bad_alloc&) {
-    return report(program, "memory is out");
+    // Its what() is the name of a class, which has no meaning for users.
+    return report(program, "out of memory");
   } catch (const std::exception& error) {
     return report(program, error.what());
   }

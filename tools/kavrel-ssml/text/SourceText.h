@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// CallerText: the text of a file in one of several encodings, as the converter takes it, and the
+// SourceText: the text of a file in one of several encodings, as the converter takes it, and the
 // way back to the bytes of the file.
 //
 // Every text goes the way that a client's text goes: it becomes Mac OS Roman, and is prepared from
@@ -21,16 +21,16 @@ namespace ssml {
 enum class Encoding { Utf8, MacRoman, Latin9 };
 
 // A position as people count. Lines end with a line feed, a carriage return, or both in this order.
-struct Place {
+struct SourceLocation {
   std::size_t position;  // bytes, from 0
   std::size_t line;      // from 1
   std::size_t column;    // characters, from 1
 };
 
-class CallerText {
+class SourceText {
  public:
   // Throws tool::Failure when the text is longer than positions can tell.
-  CallerText(std::string given, Encoding encoding);
+  SourceText(std::string given, Encoding encoding);
 
   std::size_t size() const { return m_given.size(); }
 
@@ -44,9 +44,9 @@ class CallerText {
   // Where the caller's bytes end for prepared bytes that end at `end`.
   std::size_t originEndOf(std::size_t end) const;
 
-  Place placeOf(std::size_t position) const;
+  SourceLocation locationOf(std::size_t position) const;
   // The place of `position`, which is not in front of `known`.
-  Place placeBehind(Place known, std::size_t position) const;
+  SourceLocation locationAfter(SourceLocation known, std::size_t position) const;
 
   // The caller's bytes `start` … `end` − 1 in UTF-8; a byte that is no character is U+FFFD.
   std::string shown(std::size_t start, std::size_t end) const;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "audio/SoundConversion.h"
+#include "audio/AudioConversion.h"
 
 #include <memory>
 #include <string>
@@ -14,21 +14,22 @@
 namespace say {
 namespace {
 
-constexpr sf_count_t kBlock = 16384;
+constexpr sf_count_t kBlock = 16384;  // samples; the engine writes one channel
 
 [[noreturn]] void fail(const std::string& why) {
-  throw tool::Failure("the sound cannot be converted: " + why);
+  throw tool::Failure("cannot convert the audio: " + why);
 }
 
-class SoundFile {
+// RAII guard for a libsndfile handle. Does not close the descriptor.
+class AudioFile {
  public:
-  SoundFile(int descriptor, int mode, SF_INFO& info)
+  AudioFile(int descriptor, int mode, SF_INFO& info)
       : m_file(sf_open_fd(descriptor, mode, &info, SF_FALSE)) {
     if (m_file == nullptr) fail(sf_strerror(nullptr));
   }
-  ~SoundFile() { sf_close(m_file); }
-  SoundFile(const SoundFile&) = delete;
-  SoundFile& operator=(const SoundFile&) = delete;
+  ~AudioFile() { sf_close(m_file); }
+  AudioFile(const AudioFile&) = delete;
+  AudioFile& operator=(const AudioFile&) = delete;
 
   operator SNDFILE*() const { return m_file; }
 
@@ -40,8 +41,10 @@ void requireAll(SNDFILE* file, sf_count_t written, sf_count_t count) {
   if (written != count) fail(sf_strerror(file));
 }
 
-// Whole numbers, so that 16 bits stay what they are.
+// Copies without changing the rate. Samples are read as integers, not floats, so that 16-bit
+// samples stay bit-exact.
 void copySamples(SNDFILE* from, SNDFILE* to, const std::function<bool()>& isStopped) {
+  // For floating-point targets: scale integers to the range -1 to 1.
   sf_command(to, SFC_SET_SCALE_INT_FLOAT_WRITE, nullptr, SF_TRUE);
   std::vector<int> samples(kBlock);
   while (!isStopped()) {
@@ -53,6 +56,7 @@ void copySamples(SNDFILE* from, SNDFILE* to, const std::function<bool()>& isStop
 
 using Resampler = std::unique_ptr<SRC_STATE, decltype(&src_delete)>;
 
+// One channel, sinc interpolation. Throws Failure if out of memory.
 Resampler makeResampler() {
   int error = 0;
   Resampler resampler(src_new(SRC_SINC_MEDIUM_QUALITY, 1, &error), src_delete);
@@ -60,6 +64,8 @@ Resampler makeResampler() {
   return resampler;
 }
 
+// Feeds the resampler block by block. It may leave input unused or hold output back, so the loop
+// runs until the input has ended and no output is left.
 void resample(SNDFILE* from, SNDFILE* to, double ratio, const std::function<bool()>& isStopped) {
   const Resampler resampler = makeResampler();
   std::vector<float> input(kBlock);
@@ -72,6 +78,7 @@ void resample(SNDFILE* from, SNDFILE* to, double ratio, const std::function<bool
     if (data.input_frames == 0 && data.end_of_input == 0) {
       data.data_in = input.data();
       data.input_frames = static_cast<long>(sf_read_float(from, input.data(), kBlock));
+      // A short read is the end of the file.
       data.end_of_input = data.input_frames < kBlock ? 1 : 0;
     }
     if (const int error = src_process(resampler.get(), &data); error != 0) {
@@ -87,18 +94,21 @@ void resample(SNDFILE* from, SNDFILE* to, double ratio, const std::function<bool
 
 }  // namespace
 
-void convertSound(int from, int to, const AudioFormat& format,
+// Both files start at offset 0; the target is truncated first, so that nothing of an older, longer
+// file remains.
+void convertAudio(int from, int to, const AudioFormat& format,
                   const std::function<bool()>& isStopped) {
   if (::lseek(from, 0, SEEK_SET) != 0 || ::ftruncate(to, 0) != 0 || ::lseek(to, 0, SEEK_SET) != 0) {
-    fail("the file cannot be written from its front");
+    fail("the file is not seekable");
   }
   SF_INFO given{};
-  const SoundFile source(from, SFM_READ, given);
+  const AudioFile source(from, SFM_READ, given);
   SF_INFO wanted{};
   wanted.samplerate = format.rate;
   wanted.channels = given.channels;
   wanted.format = format.code;
-  const SoundFile target(to, SFM_WRITE, wanted);
+  const AudioFile target(to, SFM_WRITE, wanted);
+  // Resampled peaks can exceed full scale; without clipping they would wrap around.
   sf_command(target, SFC_SET_CLIPPING, nullptr, SF_TRUE);
   if (given.samplerate == format.rate) {
     copySamples(source, target, isStopped);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "speech/Positions.h"
+#include "speech/PositionCounter.h"
 
 #include <string_view>
 
@@ -7,20 +7,21 @@
 
 namespace say {
 
-Positions::Positions(const std::string& text, Unit unit, std::size_t first)
+PositionCounter::PositionCounter(const std::string& text, PositionUnit unit, std::size_t first)
     : m_text(text), m_unit(unit), m_first(first) {}
 
-tool::Slice Positions::of(tool::Slice bytes) {
+tool::Slice PositionCounter::of(tool::Slice bytes) {
   const std::size_t begin = at(bytes.position);
   return {begin, at(bytes.position + bytes.length) - begin};
 }
 
-std::size_t Positions::end() {
+std::size_t PositionCounter::end() {
   return at(m_text.size());
 }
 
-std::size_t Positions::at(std::size_t byte) {
-  if (m_unit == Unit::Bytes) return m_first + byte;
+// Counts on from the previous position: events come in the order of the text.
+std::size_t PositionCounter::at(std::size_t byte) {
+  if (m_unit == PositionUnit::Bytes) return m_first + byte;
   if (byte < m_byte) m_byte = m_characters = 0;
   while (m_byte < byte) {
     const std::string_view rest = std::string_view(m_text).substr(m_byte);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "text/CallerText.h"
+#include "text/SourceText.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -52,7 +52,7 @@ base::OriginText macRomanOfLatin9(std::string_view given) {
 
 }  // namespace
 
-CallerText::CallerText(std::string given, Encoding encoding)
+SourceText::SourceText(std::string given, Encoding encoding)
     : m_given(std::move(given)), m_encoding(encoding) {
   if (m_given.size() > kLongestText) throw tool::Failure("the text is too long");
   switch (encoding) {
@@ -68,32 +68,32 @@ CallerText::CallerText(std::string given, Encoding encoding)
   }
 }
 
-void CallerText::prepare(const base::OriginText& macRoman) {
+void SourceText::prepare(const base::OriginText& macRoman) {
   prepare(macRoman.text());
   m_origins = m_origins.after(originsOf(macRoman));
 }
 
-void CallerText::prepare(std::string macRoman) {
+void SourceText::prepare(std::string macRoman) {
   std::replace(macRoman.begin(), macRoman.end(), '\0', ' ');
   BuildPhoneTranslationTables();
   m_prepared = PreprocessText(reinterpret_cast<unsigned char*>(macRoman.data()), &m_origins);
 }
 
-std::size_t CallerText::originOf(std::size_t at) const {
+std::size_t SourceText::originOf(std::size_t at) const {
   return at < m_prepared.size() ? m_origins.origin(narrow(at)) : m_given.size();
 }
 
-std::size_t CallerText::originEndOf(std::size_t end) const {
+std::size_t SourceText::originEndOf(std::size_t end) const {
   if (end == 0) return 0;
   return end <= m_prepared.size() ? m_origins.originEnd(narrow(end - 1)) : m_given.size();
 }
 
-Place CallerText::placeOf(std::size_t position) const {
-  return placeBehind({0, 1, 1}, position);
+SourceLocation SourceText::locationOf(std::size_t position) const {
+  return locationAfter({0, 1, 1}, position);
 }
 
-Place CallerText::placeBehind(Place known, std::size_t position) const {
-  Place place = known;
+SourceLocation SourceText::locationAfter(SourceLocation known, std::size_t position) const {
+  SourceLocation place = known;
   place.position = std::min(position, m_given.size());
   for (std::size_t i = known.position; i < place.position; ++i) {
     const auto byte = static_cast<unsigned char>(m_given[i]);
@@ -110,7 +110,7 @@ Place CallerText::placeBehind(Place known, std::size_t position) const {
   return place;
 }
 
-std::string CallerText::shown(std::size_t start, std::size_t end) const {
+std::string SourceText::shown(std::size_t start, std::size_t end) const {
   std::string_view rest = std::string_view(m_given).substr(start, end - start);
   std::string result;
   while (!rest.empty()) {
