@@ -281,7 +281,7 @@ void Sequence::step(std::string_view line) {
 
 // Whatever came before: every job is signalled once, and a channel speaks.
 void Sequence::finish() {
-  engine().answerAsUsual();
+  engine().useDefaultResults();
   engine().onStop(scripted::OnStop::EndsAtOnce);
   for (Channel& channel : m_channels) {
     if (!channel.open) continue;

@@ -180,7 +180,7 @@ ChannelTest::ChannelTest() : m_client(&newClient()), m_threadsBefore(threadCount
 
 ChannelTest::~ChannelTest() {
   scripted::engine().setDiagnostics(0, 0);
-  scripted::engine().answerAsUsual();
+  scripted::engine().useDefaultResults();
   scripted::engine().onStop(scripted::OnStop::EndsAtOnce);
   for (const SpeechChannelIdentifier id : m_open) SECloseSpeechChannel(id);
   settle();

@@ -36,9 +36,9 @@ class WaitFaults : public FaultTest {};
 TEST_F(WaitFaults, OfAnyKindLeaveAFreshChannelThatSpeaks) {
   for (int result = -1; result >= KAVREL_QUEUE_FULL; --result) {
     SCOPED_TRACE(result);
-    engine().answer(Op::Wait, static_cast<kavrel_result_t>(result));
+    engine().setResult(Op::Wait, static_cast<kavrel_result_t>(result));
     useAChannel();
-    engine().answerAsUsual();
+    engine().useDefaultResults();
     expectAFreshChannelSpeaks();
   }
 }
@@ -48,12 +48,12 @@ TEST_F(WaitFaults, DoNotHoldBackSpeechDone) {
     SCOPED_TRACE(result);
     channels::Client& own = channels::newClient();
     const SpeechChannelIdentifier id = open(own);
-    engine().answer(Op::Wait, static_cast<kavrel_result_t>(result));
+    engine().setResult(Op::Wait, static_cast<kavrel_result_t>(result));
     ASSERT_EQ(speak(id, "Hello"), noErr);
     lastPort().end();
     EXPECT_TRUE(own.waitForDone());
     EXPECT_TRUE(becomesIdle(id));
-    engine().answerAsUsual();
+    engine().useDefaultResults();
     EXPECT_EQ(close(id), noErr);
     EXPECT_EQ(own.count("done"), 1);
   }

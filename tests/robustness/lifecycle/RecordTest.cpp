@@ -36,7 +36,7 @@ TEST_F(Record, IsFreedByTheCloseOfASpeakingChannelOnceItsThreadsAreGone) {
 TEST_F(Record, IsKeptByAJobThatTheEngineWillNotStopUntilItsEnd) {
   const SpeechChannelIdentifier id = open();
   ASSERT_EQ(speak(id, "Hello"), noErr);
-  engine().answer(Op::Stop, KAVREL_INTERNAL_ERROR);
+  engine().setResult(Op::Stop, KAVREL_INTERNAL_ERROR);
   testing::internal::CaptureStderr();
   close(id);
   testing::internal::GetCapturedStderr();
