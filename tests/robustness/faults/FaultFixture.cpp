@@ -10,11 +10,11 @@ using channels::eventually;
 using scripted::engine;
 
 FaultTest::FaultTest() {
-  faulty::mendPlatform();
+  faulty::restorePlatform();
 }
 
 FaultTest::~FaultTest() {
-  faulty::mendPlatform();
+  faulty::restorePlatform();
 }
 
 scripted::Port FaultTest::lastPort() {

@@ -34,7 +34,7 @@ TEST_P(PlatformFaults, AtAnyCallLeaveListedResultsAndAFreshChannelThatSpeaks) {
       faulty::failPlatform(GetParam(), k, forGood);
       useAChannel();
       const int met = faulty::platformFaults(GetParam());
-      faulty::mendPlatform();
+      faulty::restorePlatform();
       expectAFreshChannelSpeaks();
       expectNothingIsLeft(blocks);
       if (met == 0) break;
@@ -71,7 +71,7 @@ TEST_F(ThreadFaults, OfFinishingLeaveAJobThatIsSignalledOnce) {
     lastPort().end();
     ASSERT_TRUE(own.waitForDone());
     EXPECT_EQ(refused(), threads);
-    faulty::mendPlatform();
+    faulty::restorePlatform();
     EXPECT_EQ(status(id), STATUS_IDLE);
     EXPECT_EQ(speak(id, "Hello"), noErr);
     EXPECT_EQ(own.count("done"), 1);
