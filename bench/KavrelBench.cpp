@@ -24,8 +24,7 @@
 //      offset-random
 //   P8/derived-lists           the lists of an offset map with 100 000 records
 //   P9/speak-to-engine         from the call of SESpeakBuffer with P6's text to the engine's start,
-//   on
-//                              the scripted engine
+//                              on the scripted engine
 //   P10/end-to-done            from the engine's END to the client's speech-done: two threads
 //   P11/open-close             a channel that never speaks
 //   P14/load                   the plug-in into a fresh process: load, twelve look-ups, unload
@@ -69,12 +68,13 @@
 
 namespace {
 
-// Takes the flag out of the arguments; whether it was there.
+// Removes the flag from the arguments; returns whether it was present.
 bool takeFlag(std::vector<char*>& arguments, const char* flag) {
   return std::erase_if(arguments, [&](const char* each) { return std::strcmp(each, flag) == 0; }) >
          0;
 }
 
+// With `fresh`, large blocks return to the system as soon as they are freed; otherwise never.
 void setMemoryPolicy([[maybe_unused]] bool fresh) {
 #if defined(__GLIBC__)
   constexpr int kNever = std::numeric_limits<int>::max();
@@ -90,7 +90,7 @@ int main(int argc, char** argv) {
   std::vector<char*> arguments(argv, argv + argc);
   const bool asJson = takeFlag(arguments, "--json");
   setMemoryPolicy(takeFlag(arguments, "--fresh-memory"));
-  // In front, so that the caller's own flags win.
+  // First, so that the caller's own flags override them.
   char repetitions[] = "--benchmark_repetitions=7";
   char minTime[] = "--benchmark_min_time=0.05";
   arguments.insert(arguments.begin() + 1, {repetitions, minTime});

@@ -20,6 +20,7 @@ std::atomic<bool> counting = false;
 std::atomic<std::int64_t> held = 0;
 std::atomic<std::int64_t> most = 0;
 
+// Both run inside the allocator: they must not allocate or lock.
 [[maybe_unused]] void taken(std::size_t bytes) {
   if (!counting.load(std::memory_order_relaxed)) return;
   const auto added = static_cast<std::int64_t>(bytes);
@@ -38,7 +39,7 @@ std::atomic<std::int64_t> most = 0;
 
 #if defined(KAVREL_ALLOCATOR_HOOKS)
 
-// The sanitizers' own; not every compiler installs the header that declares them.
+// Functions of the sanitizers; not every compiler installs the header that declares them.
 extern "C" {
 
 int __sanitizer_install_malloc_and_free_hooks(void (*onMalloc)(const volatile void*, std::size_t),
@@ -99,8 +100,8 @@ void* calloc(std::size_t count, std::size_t size) noexcept {
   return counted(__libc_calloc(count, size));
 }
 
-// A block that moves is held twice while it is copied, unless the system only maps it elsewhere;
-// it counts once, as what the program holds.
+// A moved block may exist twice while it is copied; it counts once, since that is what the program
+// holds.
 void* realloc(void* block, std::size_t size) noexcept {
   const std::size_t before = block != nullptr ? malloc_usable_size(block) : 0;
   void* const moved = __libc_realloc(block, size);
