@@ -93,7 +93,7 @@ std::vector<double> pitchesAt(const kavrel::Voice& voice, int pitch, int range) 
   }
   const auto rate = static_cast<double>(kavrel::kSampleRate);
   std::vector<double> pitches =
-      acoustics::voiced(acoustics::pitchTrack({recorder.samples(), rate}));
+      acoustics::voicedValues(acoustics::pitchTrack({recorder.samples(), rate}));
   if (pitches.empty()) throw std::runtime_error(voice.name() + " has no pitch");
   return pitches;
 }

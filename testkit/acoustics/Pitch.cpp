@@ -108,18 +108,18 @@ std::vector<double> pitchTrack(Sound sound) {
   return track;
 }
 
-std::vector<double> voiced(const std::vector<double>& track) {
+std::vector<double> voicedValues(const std::vector<double>& track) {
   std::vector<double> values;
   std::ranges::copy_if(track, std::back_inserter(values), [](double hertz) { return hertz > 0; });
   return values;
 }
 
 double medianPitch(Sound sound) {
-  return median(voiced(pitchTrack(sound)));
+  return median(voicedValues(pitchTrack(sound)));
 }
 
 double pitchSpread(Sound sound) {
-  const std::vector<double> values = voiced(pitchTrack(sound));
+  const std::vector<double> values = voicedValues(pitchTrack(sound));
   return quantile(values, 0.95) - quantile(values, 0.05);
 }
 

@@ -19,7 +19,7 @@ constexpr double kPitchStep = 0.01;
 std::vector<double> pitchTrack(Sound sound);
 
 // The values of a track that are not 0.
-std::vector<double> voiced(const std::vector<double>& track);
+std::vector<double> voicedValues(const std::vector<double>& track);
 
 // The median of the values that are not 0; 0 if there are none.
 double medianPitch(Sound sound);

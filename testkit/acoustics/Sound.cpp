@@ -59,7 +59,7 @@ std::size_t clippedCount(Sound sound) {
   }));
 }
 
-Sound trimmed(Sound sound, int silence) {
+Sound trimSilence(Sound sound, int silence) {
   const auto heard = [silence](std::int16_t sample) { return isHeard(sample, silence); };
   const auto first = std::ranges::find_if(sound.samples, heard);
   auto last = sound.samples.end();

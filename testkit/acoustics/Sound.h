@@ -40,7 +40,7 @@ std::vector<double> envelope(Sound sound, double window);
 std::size_t clippedCount(Sound sound);
 
 // The audio without the silence at either end.
-Sound trimmed(Sound sound, int silence = kSilence);
+Sound trimSilence(Sound sound, int silence = kSilence);
 
 struct Stretch {
   double begin = 0;

@@ -9,7 +9,7 @@ bool isOneOf(char byte, const std::string& set) {
   return set.find(byte) != std::string::npos;
 }
 
-std::string lowered(const std::string& word) {
+std::string toLower(const std::string& word) {
   std::string result;
   for (char byte : word) {
     const bool upper = byte >= 'A' && byte <= 'Z';
@@ -18,7 +18,7 @@ std::string lowered(const std::string& word) {
   return result;
 }
 
-std::string stripped(const std::string& word) {
+std::string strip(const std::string& word) {
   std::string rest = word;
   while (!rest.empty() && isOneOf(rest.front(), "[];")) rest = rest.substr(1);
   while (!rest.empty() && isOneOf(rest.back(), "[];")) rest = rest.substr(0, rest.size() - 1);
@@ -48,7 +48,7 @@ std::vector<std::string> splitCommand(const std::string& command) {
 
   std::vector<std::string> words;
   for (const std::string& each : raw) {
-    const std::string rest = stripped(each);
+    const std::string rest = strip(each);
     if (!rest.empty()) words.push_back(rest);
   }
   return words;
@@ -57,7 +57,7 @@ std::vector<std::string> splitCommand(const std::string& command) {
 Kind classify(const std::vector<std::string>& words) {
   const std::string command = words.empty() ? "" : words[0];
   const std::string argument = words.size() > 1 ? words[1] : "";
-  const std::string anyCase = lowered(argument);
+  const std::string anyCase = toLower(argument);
 
   // Rationale: the arguments of "char" must be upper case; those of other commands may be any case.
   if (command == "char" && argument == "LTRL") return Kind::CharSpellout;

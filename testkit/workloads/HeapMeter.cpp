@@ -21,7 +21,7 @@ std::atomic<std::int64_t> held = 0;
 std::atomic<std::int64_t> most = 0;
 
 // Both run inside the allocator: they must not allocate or lock.
-[[maybe_unused]] void taken(std::size_t bytes) {
+[[maybe_unused]] void countAllocation(std::size_t bytes) {
   if (!counting.load(std::memory_order_relaxed)) return;
   const auto added = static_cast<std::int64_t>(bytes);
   const std::int64_t now = held.fetch_add(added, std::memory_order_relaxed) + added;
@@ -30,7 +30,7 @@ std::atomic<std::int64_t> most = 0;
   }
 }
 
-[[maybe_unused]] void given(std::size_t bytes) {
+[[maybe_unused]] void countRelease(std::size_t bytes) {
   if (!counting.load(std::memory_order_relaxed)) return;
   held.fetch_sub(static_cast<std::int64_t>(bytes), std::memory_order_relaxed);
 }
@@ -53,10 +53,10 @@ namespace {
 constexpr bool kWorks = true;
 
 void onMalloc(const volatile void* /*block*/, std::size_t size) {
-  taken(size);
+  countAllocation(size);
 }
 void onFree(const volatile void* block) {
-  if (block != nullptr) given(__sanitizer_get_allocated_size(block));
+  if (block != nullptr) countRelease(__sanitizer_get_allocated_size(block));
 }
 
 [[maybe_unused]] const int installed = __sanitizer_install_malloc_and_free_hooks(onMalloc, onFree);
@@ -83,8 +83,8 @@ namespace {
 
 constexpr bool kWorks = true;
 
-void* counted(void* block) {
-  if (block != nullptr) taken(malloc_usable_size(block));
+void* countBlock(void* block) {
+  if (block != nullptr) countAllocation(malloc_usable_size(block));
   return block;
 }
 
@@ -93,11 +93,11 @@ void* counted(void* block) {
 extern "C" {
 
 void* malloc(std::size_t size) noexcept {
-  return counted(__libc_malloc(size));
+  return countBlock(__libc_malloc(size));
 }
 
 void* calloc(std::size_t count, std::size_t size) noexcept {
-  return counted(__libc_calloc(count, size));
+  return countBlock(__libc_calloc(count, size));
 }
 
 // A moved block may exist twice while it is copied; it counts once, since that is what the program
@@ -106,27 +106,27 @@ void* realloc(void* block, std::size_t size) noexcept {
   const std::size_t before = block != nullptr ? malloc_usable_size(block) : 0;
   void* const moved = __libc_realloc(block, size);
   if (moved == nullptr && size != 0) return nullptr;
-  given(before);
-  return counted(moved);
+  countRelease(before);
+  return countBlock(moved);
 }
 
 void* memalign(std::size_t alignment, std::size_t size) noexcept {
-  return counted(__libc_memalign(alignment, size));
+  return countBlock(__libc_memalign(alignment, size));
 }
 
 void* aligned_alloc(std::size_t alignment, std::size_t size) noexcept {
-  return counted(__libc_memalign(alignment, size));
+  return countBlock(__libc_memalign(alignment, size));
 }
 
 int posix_memalign(void** block, std::size_t alignment, std::size_t size) noexcept {
-  void* const made = counted(__libc_memalign(alignment, size));
+  void* const made = countBlock(__libc_memalign(alignment, size));
   if (made == nullptr) return ENOMEM;
   *block = made;
   return 0;
 }
 
 void free(void* block) noexcept {
-  if (block != nullptr) given(malloc_usable_size(block));
+  if (block != nullptr) countRelease(malloc_usable_size(block));
   __libc_free(block);
 }
 

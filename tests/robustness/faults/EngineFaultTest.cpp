@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Channels on an engine whose calls fail, each one, once and for good.
+// Channels on an engine whose calls fail: each call in turn, once and for good.
 #include "FaultFixture.h"
 
 namespace faults {
@@ -11,7 +11,7 @@ using scripted::Op;
 
 class EngineFaults : public FaultTest, public testing::WithParamInterface<faulty::Fault> {};
 
-TEST_P(EngineFaults, AtAnyCallLeaveListedResultsAndAFreshChannelThatSpeaks) {
+TEST_P(EngineFaults, AtAnyCallGiveAllowedResultsAndLeaveAFreshChannelThatSpeaks) {
   const long blocks = engine().live().blocks;
   const int met = faulty::sweep(GetParam(), useAChannel, [&](int k) {
     SCOPED_TRACE(testing::Message() << "call " << k);
@@ -43,7 +43,7 @@ TEST_F(WaitFaults, OfAnyKindLeaveAFreshChannelThatSpeaks) {
   }
 }
 
-TEST_F(WaitFaults, DoNotHoldBackSpeechDone) {
+TEST_F(WaitFaults, DoNotDelaySpeechDone) {
   for (int result = -1; result >= KAVREL_QUEUE_FULL; --result) {
     SCOPED_TRACE(result);
     channels::Client& own = channels::newClient();
