@@ -137,6 +137,7 @@ void startDetached(void* (*routine)(void*)) {
   if (pthread_create(&thread, nullptr, routine, nullptr) == 0) pthread_detach(thread);
 }
 
+// The anchor for END to speech-done: a thread that starts a thread, with no work in either.
 void chainTwoThreads(benchmark::State& state) {
   ClockTimes times(state);
   static Moment reached;
@@ -223,6 +224,7 @@ class WordReports {
   double m_seconds = 0;
 };
 
+// Positions change between iterations, so that the cost of looking up a position is an average.
 void reportWords(benchmark::State& state) {
   ClockTimes times(state);
   constexpr int kLength = 10'000;

@@ -145,6 +145,7 @@ void registerPeaks() {
 
 }  // namespace
 
+// Hard texts run at two sizes, from which the table computes the growth.
 void registerConversions() {
   using benchmark::RegisterBenchmark;
   RegisterBenchmark("P1/preparation/16MB", prepare, false);

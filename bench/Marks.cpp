@@ -78,6 +78,7 @@ struct Row {
   double anchor = 0;  // 0: not measured
 };
 
+// Nothing if the mark's workload did not run, for example because of a filter.
 std::optional<Row> rowOf(const Mark& mark, const Collector& collector) {
   const std::vector<double> figures = collector.figures(mark);
   if (figures.empty()) return std::nullopt;
@@ -181,6 +182,8 @@ bool Collector::ReportContext(const Context& context) {
   return true;
 }
 
+// Google Benchmark calls this once per benchmark with all its repetitions and their aggregates;
+// only the repetitions count.
 void Collector::ReportRuns(const std::vector<Run>& runs) {
   for (const Run& run : runs) {
     if (run.run_type != Run::RT_Iteration) continue;

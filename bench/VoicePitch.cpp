@@ -134,6 +134,7 @@ Fit fit(std::span<const Measurement> measurements) {
   return found;
 }
 
+// Fits the medians at all settings; the spread is measured at the middle ones.
 void measure(const kavrel::Voice& voice) {
   std::vector<Measurement> measurements;
   double spread = 0;

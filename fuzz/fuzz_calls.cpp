@@ -196,6 +196,7 @@ void Sequence::writeTo(Channel& channel, std::string_view path) {
   if (url != nullptr) CFRelease(url);
 }
 
+// Calls are also made on closed channels, where the result may be noSynthFound.
 void Sequence::call(char letter, Channel& channel, std::string_view rest) {
   const auto boundary = static_cast<unsigned long>(numberIn(rest));
   const auto expect = [](long result) {
@@ -258,6 +259,7 @@ void Sequence::play(char letter, Channel& channel, std::string_view rest) {
   if (letter == 'e') port.end();
 }
 
+// S and F have no channel; every other step needs a valid one.
 void Sequence::step(std::string_view line) {
   if (line.size() < 2) return;
   std::string_view rest = line.substr(2);

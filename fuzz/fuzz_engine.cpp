@@ -52,6 +52,7 @@ std::size_t countWords(std::string_view text) {
   }
 }
 
+// Items are planned either as a break or as a mark of a call; `next` is the item that must follow.
 void checkPlan(const kavrel::Sentence& sentence) {
   kavrel::Plan plan(sentence, kavrel::defaultVoice());
   Step step;

@@ -30,6 +30,7 @@ std::uint32_t number(std::string_view text) {
 
 class BothMaps {
  public:
+  // Applies a line of the input to both maps; unknown lines are ignored.
   void apply(std::string_view line) {
     const std::string_view word = fuzz::takeWord(line);
     if (word == "build") {

@@ -76,6 +76,7 @@ class BothLists {
     m_slow.create(text, oracle::OffsetMap());
   }
 
+  // Applies a change to both lists; unknown changes and negative indices are ignored.
   void apply(std::string_view change) {
     std::string_view arguments = change.substr(1);
     const int index = change[0] == 'p' ? 0 : takeNumber(arguments);
@@ -97,6 +98,8 @@ class BothLists {
     }
   }
 
+  // Compares entries, records, converted text and origins. Origins of inserted markup are not part
+  // of the oracle's list.
   void compare() {
     fuzz::require(m_fast.size() == m_slow.size(), "same size");
     for (int i = 0; i < m_slow.size(); ++i) compareEntry(i);
@@ -179,8 +182,9 @@ class BothLists {
     }
   }
 
+  // The text of the output is not checked, only that printing does not crash.
   void print() {
-    const MutedOutput nobody;
+    const MutedOutput muted;
     m_fast.print();
     if (m_fast.size() > 0) m_fast.getTokenAt(0).print();
     OffsetMap offsets = m_fast.getOffsets();

@@ -54,6 +54,7 @@ class RandomTexts {
   }
 
  private:
+  // Plain words and single commands are the most frequent pieces.
   std::string piece() {
     constexpr std::array<std::string_view, 16> kWords = {
         "hello", "a",     "world", "x1", "42",  "AE", "1dAE", "~\nAA {D 120}",

@@ -68,6 +68,7 @@ inline std::optional<oracle::Settings> settingsOf(const json& env) {
   return settings;
 }
 
+// Reads a file of vectors; a missing file has no vectors, which VectorSuite reports.
 inline std::vector<Vector> vectorsIn(const std::string& file) {
   std::ifstream in(std::string(KAVREL_VECTORS_DIR) + "/" + file);
   std::vector<Vector> vectors;

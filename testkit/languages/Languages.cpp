@@ -74,6 +74,7 @@ constexpr auto kLanguages = std::to_array<Language>({
 constexpr auto kPunctuation =
     std::to_array<std::string_view>({".", ",", ";", "?", "!", "'", "«", "»", "¿", "¡"});
 
+// Repeats until nothing changes, since a word may be enclosed by several marks.
 std::string_view withoutPunctuation(std::string_view token) {
   bool changed = true;
   while (std::exchange(changed, false)) {

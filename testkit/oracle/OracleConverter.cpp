@@ -14,6 +14,8 @@ struct Conversion {
   OffsetMap offsets;
 };
 
+// The base text is prefix, text and closing reset. The records of prefix and reset are inserted
+// before and after those of the tokens.
 Conversion run(const std::string& text, const std::optional<Settings>& settings, Output output) {
   const std::string prefix = settings ? settingsPrefix(*settings) : "";
   OffsetMap inherited;

@@ -266,6 +266,7 @@ void insertAfter(TokenList& tokens, int index, const std::string& ssml) {
   tokens.insert(index + 1, ssmlToken(ssml, tokens.at(index).start + tokens.at(index).size));
 }
 
+// The order is fixed: it decides how elements nest.
 void runPasses(TokenList& tokens, const Settings& settings) {
   convertEmphasisTags(tokens);
   convertBinaryCommands(tokens, Kind::CharSpellout, Kind::CharNormal, "<say-as type='spell-out'>",

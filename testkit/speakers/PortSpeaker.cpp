@@ -77,6 +77,7 @@ kavrel_port_struct* Speaker::release() {
   return std::exchange(m_port, nullptr);
 }
 
+// The event is valid only during the callback, so its text is copied.
 kavrel_result_t Speaker::onCallback(kavrel_event_struct* event, kavrel_event_t type, void* user) {
   auto& speaker = *static_cast<Speaker*>(user);
   Event recorded{type, 0, 0, {}};

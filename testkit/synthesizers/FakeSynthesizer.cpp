@@ -218,6 +218,8 @@ class Implementation final : public FakeSynthesizer {
     });
   }
 
+  // Fixed-point values are copied, since the caller's variable may be temporary; all other values
+  // are recorded as pointers.
   long setInfo(SpeechChannelIdentifier identifier, OSType selector, const void* value) {
     return with(identifier, [&](ChannelRecord& record) -> long {
       switch (selector) {

@@ -36,12 +36,13 @@ std::string proseWith(std::string_view odd, std::size_t at, std::size_t bytes) {
   return text;
 }
 
+// Brackets and semicolons: the search for the ends of commands.
 std::vector<HardText> brackets() {
   return {
       {"OpeningBrackets", [](std::size_t n) { return repeated("[[", n); }},
       {"ClosingBrackets", [](std::size_t n) { return repeated("]]", n); }},
       {"EmptyCommands", [](std::size_t n) { return repeated("[[]]", n); }},
-      {"OpenBracketsAndSemicolons", [](std::size_t n) { return repeated("[[ ;", n); }},
+      {"OpeningBracketsAndSemicolons", [](std::size_t n) { return repeated("[[ ;", n); }},
       {"SemicolonsWithoutEnd", [](std::size_t n) { return repeated(";", n, "[["); }},
       {"ClosedSemicolons", [](std::size_t n) { return repeated(";", n, "[[") + "]]"; }},
       {"CommandsInOnePair", [](std::size_t n) { return repeated("rate 1;", n, "[[") + "]]"; }},
@@ -51,6 +52,7 @@ std::vector<HardText> brackets() {
   };
 }
 
+// Very many commands, and very large or invalid arguments.
 std::vector<HardText> commands() {
   return {
       {"Rates", [](std::size_t n) { return repeated("[[rate 200]]", n); }},
@@ -75,6 +77,7 @@ std::vector<HardText> commands() {
   };
 }
 
+// Phoneme, tune and skipped regions.
 std::vector<HardText> regions() {
   return {
       {"Phones", [](std::size_t n) { return repeated("~hEHl1OW ", n, "[[inpt PHON]]"); }},
@@ -99,6 +102,7 @@ std::vector<HardText> regions() {
   };
 }
 
+// Commands that are never closed: no command follows them.
 std::vector<HardText> unclosed() {
   return {
       {"UnclosedAtTheStart", [](std::size_t n) { return proseWith("[[", 0, n); }},
@@ -121,6 +125,7 @@ std::vector<HardText> unclosed() {
   };
 }
 
+// Texts with few or no commands: characters that are escaped or encoded, and long words.
 std::vector<HardText> plainTexts() {
   return {
       {"Ampersands", [](std::size_t n) { return repeated("&", n); }},

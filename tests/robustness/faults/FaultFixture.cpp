@@ -58,6 +58,7 @@ void speakAndStop(SpeechChannelIdentifier id) {
 
 }  // namespace
 
+// Does not use the fixture's open(), since opening may fail and the channel is closed here.
 void FaultTest::useAChannel() {
   Client& client = channels::newClient();
   SpeechChannelIdentifier id = 0;

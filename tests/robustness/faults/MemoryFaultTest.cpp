@@ -51,6 +51,7 @@ struct Values {
   Fixed number = 0x0001'8000;
   DelimiterInfo delimiters{};
 
+  // Returns the value for the selector, or null if it takes none.
   void* of(OSType selector) {
     switch (selector) {
       case soRate:

@@ -27,6 +27,7 @@ class Churn : public ChannelTest {
  protected:
   Churn() { engine().recordCalls(false); }
 
+  // Opens and closes idle channels; prints how much memory has grown.
   void openAndClose(int times) {
     const HeapMeter meter;
     for (int i = 1; i <= times; ++i) {

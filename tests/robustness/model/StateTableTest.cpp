@@ -59,6 +59,7 @@ class AgainstTheModel : public ChannelTest {
   }
 
  private:
+  // Rounds keep the counts small: the engine drops its records between them.
   void runRound(int steps) {
     ASSERT_TRUE(engine().reset());
     engine().recordCalls(false);
@@ -116,6 +117,7 @@ class AgainstTheModel : public ChannelTest {
     return false;
   }
 
+  // Half of the jobs end without a stop, on the engine's thread at any time.
   bool speakOn(Subject& subject) {
     const bool endsItself = draw(2) == 0;
     if (endsItself) {

@@ -125,6 +125,7 @@ long Scene::callEntryPoint(SpeechChannelIdentifier id) {
 
 // ---- The test
 
+// A close in text-done cancels the speak that called it; the speak then returns noSynthFound.
 std::string Scene::play() {
   m_threads = threadCount();
   engine().reset();
@@ -155,6 +156,7 @@ std::string Scene::play() {
   return m_faults;
 }
 
+// Opens the channels of all targets. Only m_same has all callbacks.
 void Scene::openChannels() {
   SEOpenSpeechChannel(&m_same);
   SEOpenSpeechChannel(&m_another);

@@ -59,6 +59,7 @@ void speakAndStop(int jobs, const std::string& file, std::mt19937& random) {
   }
 }
 
+// The first jobs are not measured, since they may fill caches.
 void expectNothingLeftBy(int jobs) {
   constexpr int kFirst = 50;
   constexpr std::ptrdiff_t kSlack = 32'000;
