@@ -182,8 +182,7 @@ bool Collector::ReportContext(const Context& context) {
   return true;
 }
 
-// Google Benchmark calls this once per benchmark with all its repetitions and their aggregates;
-// only the repetitions count.
+// Keeps the repetitions only; the table computes its own median instead of the aggregates.
 void Collector::ReportRuns(const std::vector<Run>& runs) {
   for (const Run& run : runs) {
     if (run.run_type != Run::RT_Iteration) continue;
