@@ -96,8 +96,8 @@ int sweep(const Fault& fault, const std::function<void()>& use,
   return -1;
 }
 
-// One row for each rule of the interface that an engine can break: one END, none after it, one
-// thread at a time, valid events.
+// Every row breaks a rule of the interface: one END per job, no events after it, one thread at a
+// time, valid events.
 std::vector<Misbehaviour> misbehaviours() {
   const auto end = [](Port port) { port.end(); };
   const auto nothing = [] {};
