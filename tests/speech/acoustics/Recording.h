@@ -23,7 +23,7 @@ struct Recording {
 
   acoustics::Sound sound() const { return {samples}; }
   // From the first sound to the last.
-  acoustics::Sound heard() const { return acoustics::trimmed(sound()); }
+  acoustics::Sound heard() const { return acoustics::trimSilence(sound()); }
 
   std::vector<kavrel::TimedEvent> events(kavrel_event_t type) const;
   // Their texts, with blanks between them.
