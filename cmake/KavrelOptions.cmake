@@ -79,6 +79,11 @@ function(kavrel_installed_runpath target folder)
   list(TRANSFORM elements REPLACE "/$" "")
   # Two elements only where the library folder has another name than `lib`.
   list(REMOVE_DUPLICATES elements)
+  # An engine of another project stays where it is.
+  if(KAVREL_ENGINE_LIBRARY)
+    cmake_path(GET KAVREL_ENGINE_LIBRARY PARENT_PATH engine_folder)
+    list(APPEND elements "${engine_folder}")
+  endif()
   set_target_properties(${target} PROPERTIES
     BUILD_WITH_INSTALL_RPATH ON
     INSTALL_RPATH "${elements}")
