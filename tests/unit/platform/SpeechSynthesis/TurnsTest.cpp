@@ -17,7 +17,7 @@ using testing::ElementsAre;
 
 class TurnsTest : public testing::Test {
  protected:
-  // Queues work that waits until the promise is kept.
+  // Queues work that blocks until the promise is kept.
   void queueWaiting() {
     m_turns->queue(m_turns, [this] {
       m_waits.set_value();
@@ -33,16 +33,16 @@ class TurnsTest : public testing::Test {
   std::shared_ptr<Turns> m_turns = std::make_shared<Turns>();
   std::promise<void> m_waits;
   std::promise<void> m_released;
-  std::vector<std::string> m_done;  // in turn
+  std::vector<std::string> m_done;  // in order
 };
 
-TEST_F(TurnsTest, DoTheWorkOnTheCallersThreadWhenNothingIsQueued) {
+TEST_F(TurnsTest, RunWorkOnTheCallersThreadWhenNothingIsQueued) {
   std::thread::id here;
   EXPECT_TRUE(m_turns->doOrQueue(m_turns, [&] { here = std::this_thread::get_id(); }));
   EXPECT_EQ(here, std::this_thread::get_id());
 }
 
-TEST_F(TurnsTest, QueueTheWorkBehindWorkThatWaits) {
+TEST_F(TurnsTest, QueueWorkAfterBlockedWork) {
   queueWaiting();
   EXPECT_FALSE(m_turns->doOrQueue(m_turns, note("one")));
   EXPECT_FALSE(m_turns->doOrQueue(m_turns, note("two")));
@@ -51,7 +51,7 @@ TEST_F(TurnsTest, QueueTheWorkBehindWorkThatWaits) {
   EXPECT_THAT(m_done, ElementsAre("waiting", "one", "two", "three"));
 }
 
-TEST_F(TurnsTest, DoTheWorkHereOnceNothingWaitsAnyMore) {
+TEST_F(TurnsTest, RunWorkOnTheCallersThreadOnceTheQueueIsEmpty) {
   queueWaiting();
   m_turns->noLongerWaits();
   std::jthread releasing([this] { m_released.set_value(); });
@@ -59,7 +59,7 @@ TEST_F(TurnsTest, DoTheWorkHereOnceNothingWaitsAnyMore) {
   EXPECT_THAT(m_done, ElementsAre("waiting", "one"));
 }
 
-TEST_F(TurnsTest, ForgetWhatHasNotBegun) {
+TEST_F(TurnsTest, DiscardWorkThatHasNotBegun) {
   queueWaiting();
   EXPECT_FALSE(m_turns->doOrQueue(m_turns, note("one")));
   m_turns->forgetQueued();
@@ -69,7 +69,7 @@ TEST_F(TurnsTest, ForgetWhatHasNotBegun) {
   EXPECT_THAT(m_done, ElementsAre("waiting", "two"));
 }
 
-TEST_F(TurnsTest, GoOnAfterAnException) {
+TEST_F(TurnsTest, ContinueAfterAnException) {
   EXPECT_THROW(m_turns->doNow([] { throw std::runtime_error("now"); }), std::runtime_error);
   queueWaiting();
   EXPECT_FALSE(m_turns->doOrQueue(m_turns, [] { throw std::runtime_error("queued"); }));
@@ -78,7 +78,7 @@ TEST_F(TurnsTest, GoOnAfterAnException) {
   EXPECT_THAT(m_done, ElementsAre("waiting", "after"));
 }
 
-TEST_F(TurnsTest, AreTakenOneAtATime) {
+TEST_F(TurnsTest, RunOneAtATime) {
   int running = 0;
   int most = 0;
   std::vector<std::jthread> threads;
