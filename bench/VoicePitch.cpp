@@ -23,8 +23,10 @@
 
 #include "acoustics/Pitch.h"
 #include "languages/Languages.h"
+#include "sample_rate.h"
 #include "synth/synthesiser.h"
 #include "synth/voice.h"
+#include "synth/voice_cache.h"
 
 namespace {
 

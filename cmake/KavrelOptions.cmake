@@ -26,6 +26,7 @@ function(kavrel_target target)
     LIBRARY_OUTPUT_DIRECTORY "${KAVREL_LIB_DIR}"
     ARCHIVE_OUTPUT_DIRECTORY "${KAVREL_LIB_DIR}"
     RUNTIME_OUTPUT_DIRECTORY "${KAVREL_BIN_DIR}")
+  # clang refuses breaches of the annotations in base/threads/ThreadAnnotations.h.
   # g++ 12 takes joined strings for overlapping ones where it inlines them (-Wrestrict).
   target_compile_options(${target} PRIVATE
     -Wall -Wextra -Wshadow -Wconversion -Wno-psabi -Werror

@@ -8,7 +8,7 @@
 
 #include "Fuzz.h"
 #include "synth/plan.h"
-#include "synth/voice.h"
+#include "synth/voice_cache.h"
 #include "text/markup.h"
 #include "text/sentence.h"
 #include "text/style.h"
@@ -19,7 +19,7 @@ namespace {
 using kavrel::Item;
 using kavrel::MarkupEvent;
 using kavrel::SentenceReader;
-using kavrel::Step;
+using kavrel::SynthCall;
 
 // How many tokens with a word in them the text has at least, read off the scanner's pieces: what
 // stands between blanks, breaks and phoneme elements.
@@ -54,24 +54,24 @@ std::size_t countWords(std::string_view text) {
 
 void checkPlan(const kavrel::Sentence& sentence) {
   kavrel::Plan plan(sentence, kavrel::defaultVoice());
-  Step step;
+  SynthCall call;
   std::size_t next = 0;
-  while (plan.next(step)) {
-    if (step.isBreak) {
-      fuzz::require(step.breakItem == next++, "breaks are planned in order");
+  while (plan.next(call)) {
+    if (call.isBreak) {
+      fuzz::require(call.breakItem == next++, "breaks are planned in order");
       continue;
     }
-    for (const std::size_t item : step.marks) {
+    for (const std::size_t item : call.marks) {
       fuzz::require(item == next++, "items are planned once and in order");
     }
-    fuzz::require(step.input.text.size() < 2000, "calls are short");
+    fuzz::require(call.input.text.size() < 2000, "calls are short");
     int last = 0;
-    for (const auto& inner : step.input.innerMarks) {
+    for (const auto& inner : call.input.innerMarks) {
       fuzz::require(inner.mark > last && inner.share >= 0 && inner.share < 1, "marks are in order");
       last = inner.mark;
     }
-    for (const auto& finish : step.input.finishes) {
-      fuzz::require(finish.speed >= 1 && finish.volume >= 0, "finishes are possible");
+    for (const auto& adjustment : call.input.adjustments) {
+      fuzz::require(adjustment.speed >= 1 && adjustment.volume >= 0, "adjustments are possible");
     }
   }
   fuzz::require(next == sentence.items.size(), "all items are planned");

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
 #
-# The table of voices; CMakeLists.txt says what the columns are.
+# The table of voices. CMakeLists.txt describes the arguments.
 
 # English, United States
 

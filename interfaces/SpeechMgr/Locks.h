@@ -1,13 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The plug-in's locks and their rules. Clang's -Wthread-safety checks the rules at compile time
-// (other compilers ignore them); assertions check more at run time if NDEBUG is not set.
+// The plug-in's own rules for locks, on top of base/threads/Mutex.h. They are checked by clang's
+// -Wthread-safety at compile time, and by assertions at run time when NDEBUG is not set.
 //
-// A member marked GUARDED_BY(lock) is used only while that lock is held. A function marked
-// REQUIRES(lock) is called only while that lock is held.
-//
-// Lock order: a channel's lock, then an OuterMutex, then a leaf lock. A thread holds at most one
-// leaf lock, for a few instructions, and never while it calls a client, the engine or the platform.
+// A base::Mutex may be held while others are called. A LeafMutex is acquired last: a thread holds
+// one at most, for a few instructions, and never while it calls a client, the engine or the
+// platform.
 #pragma once
 
 #include <atomic>
@@ -15,20 +13,7 @@
 
 #include <pthread.h>
 
-#if defined(__clang__)
-#define SPEECHMGR_THREAD_ATTRIBUTE(x) __attribute__((x))
-#else
-#define SPEECHMGR_THREAD_ATTRIBUTE(x)
-#endif
-
-#define CAPABILITY(x) SPEECHMGR_THREAD_ATTRIBUTE(capability(x))
-#define SCOPED_CAPABILITY SPEECHMGR_THREAD_ATTRIBUTE(scoped_lockable)
-#define GUARDED_BY(x) SPEECHMGR_THREAD_ATTRIBUTE(guarded_by(x))
-#define REQUIRES(...) SPEECHMGR_THREAD_ATTRIBUTE(requires_capability(__VA_ARGS__))
-#define ACQUIRE(...) SPEECHMGR_THREAD_ATTRIBUTE(acquire_capability(__VA_ARGS__))
-#define RELEASE(...) SPEECHMGR_THREAD_ATTRIBUTE(release_capability(__VA_ARGS__))
-#define EXCLUDES(...) SPEECHMGR_THREAD_ATTRIBUTE(locks_excluded(__VA_ARGS__))
-#define NO_THREAD_SAFETY_ANALYSIS SPEECHMGR_THREAD_ATTRIBUTE(no_thread_safety_analysis)
+#include "base/threads/Mutex.h"
 
 #ifdef NDEBUG
 inline void note_leaf_lock(bool /*held*/) {}
@@ -52,50 +37,24 @@ Function* outside(Function* function) {
   return function;
 }
 
-// A mutex that may be held while others are called. Constant-initialised and without a destructor,
-// so that a global one outlives the static objects of the process. The owner of one inside an
-// object calls destroy().
-class CAPABILITY("mutex") OuterMutex {
- public:
-  void lock() ACQUIRE() { pthread_mutex_lock(&m_mutex); }
-  void unlock() RELEASE() { pthread_mutex_unlock(&m_mutex); }
-  void destroy() { pthread_mutex_destroy(&m_mutex); }
-
- private:
-  pthread_mutex_t m_mutex = PTHREAD_MUTEX_INITIALIZER;
-};
-
-// The same for a leaf lock: it is taken last, and nothing outside is called while it is held.
+// A mutex under which nobody is called and nothing else is acquired. Constant-initialised.
 class CAPABILITY("leaf lock") LeafMutex {
  public:
-  void lock() ACQUIRE() {
+  // Not checked inside: the mutex stands for this object.
+  void lock() ACQUIRE() NO_THREAD_SAFETY_ANALYSIS {
     note_leaf_lock(true);
-    pthread_mutex_lock(&m_mutex);
+    m_mutex.lock();
   }
-  void unlock() RELEASE() {
-    pthread_mutex_unlock(&m_mutex);
+  void unlock() RELEASE() NO_THREAD_SAFETY_ANALYSIS {
+    m_mutex.unlock();
     note_leaf_lock(false);
   }
-  void destroy() { pthread_mutex_destroy(&m_mutex); }
 
  private:
-  pthread_mutex_t m_mutex = PTHREAD_MUTEX_INITIALIZER;
+  base::Mutex m_mutex;
 };
 
-// RAII guard: holds one of the two mutexes for a scope.
-template <typename Mutex>
-class SCOPED_CAPABILITY ScopedLock {
- public:
-  explicit ScopedLock(Mutex& mutex) ACQUIRE(mutex) : m_mutex(mutex) { m_mutex.lock(); }
-  ~ScopedLock() RELEASE() { m_mutex.unlock(); }
-  ScopedLock(const ScopedLock&) = delete;
-  ScopedLock& operator=(const ScopedLock&) = delete;
-
- private:
-  Mutex& m_mutex;
-};
-using OuterLock = ScopedLock<OuterMutex>;
-using LeafLock = ScopedLock<LeafMutex>;
+using LeafLock = base::ScopedLock<LeafMutex>;
 
 // The thread that holds a channel's recursive `mtx`, and how many times. It represents that lock in
 // the rules, since the system's mutex type cannot be annotated; ChannelLock keeps the two together.

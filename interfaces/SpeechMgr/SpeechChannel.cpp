@@ -10,7 +10,7 @@
 #include "ChannelSupport.h"
 #include "KavrelSpeechEngine.h"
 
-constinit LeafMutex channel_registry;
+NEVER_DESTROYED constinit LeafMutex channel_registry;
 
 namespace {
 
@@ -25,12 +25,12 @@ std::unordered_set<speech_channel*>& live_records() REQUIRES(channel_registry) {
 }
 
 // Held while the engine is opened, so that two threads that open the first channels open it once.
-constinit OuterMutex engine_lock;
+NEVER_DESTROYED constinit base::Mutex engine_lock;
 kavrel_engine_struct* engine GUARDED_BY(engine_lock) = nullptr;
 
 // If the engine cannot be opened, the next channel tries again.
 void open_engine(kavrel_params* params) {
-  OuterLock held(engine_lock);
+  const base::ScopedLock held(engine_lock);
   if (engine != nullptr) return;
   CHANNEL_LINE("new_channel", "Opening Kavrel Engine.\n");
   outside(kavrel_params_set_val)(params, "voice/cache-policy", kavrel_val_string("preload"));
@@ -57,7 +57,6 @@ void free_record(speech_channel* channel) NO_THREAD_SAFETY_ANALYSIS {
   delete channel->text_positions;
   mutex_destroy(&channel->mtx);
   pthread_cond_destroy(&channel->speech_finished);
-  channel->job_state.leaf.destroy();
   delete channel;
 }
 
@@ -129,7 +128,7 @@ long SetPitchDefaults(VoiceSpec* voice, SpeechMgrEnv& environment, bool force) {
 // ---- Engine and references
 
 kavrel_engine_struct* channel_engine() {
-  OuterLock held(engine_lock);
+  const base::ScopedLock held(engine_lock);
   return engine;
 }
 

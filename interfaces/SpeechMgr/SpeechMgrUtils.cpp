@@ -54,7 +54,7 @@ namespace {
 constexpr int kLastPhonemeCode = 40;
 
 // Guards the building of the maps, and then gApplePhoneCodes.
-constinit LeafMutex maps_lock;
+NEVER_DESTROYED constinit LeafMutex maps_lock;
 
 // Sets map[key] = value, but writes nothing if that is already so: other threads may be reading the
 // maps without a lock.

@@ -1,10 +1,10 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 /*
- * MacMemory: handles, blocks of memory that change their size.
+ * MacMemory: handles, memory blocks that can be resized.
  *
- * A handle points at a pointer to the block's first byte. The block may move when its size is set,
- * and at no other time, so locking does nothing here. Size is in bytes. A handle is used by one
- * thread at a time; different handles are independent.
+ * A handle points to a pointer to the first byte of the block. The block moves only when its size
+ * is set, so HLock and HUnlock have no effect. Sizes are in bytes. One thread at a time uses a
+ * handle; different handles are independent.
  */
 #ifndef MACMEMORY_H
 #define MACMEMORY_H
@@ -21,27 +21,28 @@ enum {
   nilHandleErr = -109 /* the handle is null */
 };
 
-/* A block whose bytes have any value, or are 0. The caller ends it with DisposeHandle. Null when
- * memory is out, or `byteCount` is negative. */
+/* Create a block of `byteCount` bytes; those of NewHandleClear are 0, those of NewHandle undefined.
+ * The caller releases it with DisposeHandle. Null if out of memory or if `byteCount` is negative.
+ */
 SPEECH_PLATFORM_API Handle NewHandle(Size byteCount);
 SPEECH_PLATFORM_API Handle NewHandleClear(Size byteCount);
 
-/* Releases the block and the handle; null is allowed. */
+/* Releases the block and the handle. Null is ignored. */
 SPEECH_PLATFORM_API void DisposeHandle(Handle h);
 
-/* The block's size; 0 for null. */
+/* Returns the size of the block; 0 for null. */
 SPEECH_PLATFORM_API Size GetHandleSize(Handle h);
 
-/* Changes the size; the bytes that both sizes have stay. When memory is out the block stays as it
- * is. MemError tells. */
+/* Changes the size. The bytes up to the smaller of both sizes are kept; bytes added are undefined.
+ * On failure the block is unchanged. MemError returns the result. */
 SPEECH_PLATFORM_API void SetHandleSize(Handle h, Size newSize);
 
-/* Does nothing: blocks move only when their size is set. */
+/* No effect: blocks move only when their size is set. */
 SPEECH_PLATFORM_API void HLock(Handle h);
 SPEECH_PLATFORM_API void HUnlock(Handle h);
 
-/* The result of this thread's last call of a function above: noErr, memFullErr, paramErr (a size
- * that is none) or nilHandleErr. */
+/* Returns the result of the last function above that this thread called: noErr; memFullErr;
+ * paramErr for a negative size; nilHandleErr for a null handle. */
 SPEECH_PLATFORM_API OSErr MemError(void);
 
 #ifdef __cplusplus

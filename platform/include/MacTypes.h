@@ -1,23 +1,23 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 /*
- * MacTypes: the basic types of the platform's C interfaces, and the results that all of them share.
+ * MacTypes: basic types of the platform's C interfaces, and the results that all of them use.
  *
  * Names, values and layouts are the platform's. Numbers are in the machine's byte order. A
- * four-character code is the number whose most significant byte is the first character.
+ * four-character code is a number whose most significant byte is the first character.
  */
 #ifndef MACTYPES_H
 #define MACTYPES_H
 
 #include <stdint.h>
 
-/* Marks what the shared library exports; everything else in it is hidden. */
+/* Marks the symbols that the shared library exports; all others are hidden. */
 #if defined(__GNUC__)
 #define SPEECH_PLATFORM_API __attribute__((visibility("default")))
 #else
 #define SPEECH_PLATFORM_API
 #endif
 
-/* Checks of sizes and offsets, in the form that the language at hand has. */
+/* Static assertion in C and C++, for sizes and offsets. */
 #ifdef __cplusplus
 #define SPEECH_PLATFORM_CHECK(condition, message) static_assert(condition, message)
 #else
@@ -47,17 +47,17 @@ typedef SInt32 OSStatus;
 typedef UInt32 FourCharCode;
 typedef FourCharCode OSType;
 
-/* A signed number with 16 bits before and 16 bits after the point: the value times 65536. */
+/* A signed fixed-point number with 16 bits before and 16 bits after the point: value * 65536. */
 typedef SInt32 Fixed;
 
 typedef char* Ptr;
 typedef Ptr* Handle;
 typedef unsigned long ByteCount;
 
-/* A value that a client hands over and gets back unread; as wide as a pointer. */
+/* A client's own value, which callbacks get back unchanged; as wide as a pointer. */
 typedef void* SRefCon;
 
-/* Pascal strings: the first byte is the number of characters that follow it. */
+/* Pascal strings: the first byte is the number of characters after it. */
 typedef unsigned char Str15[16];
 typedef unsigned char Str31[32];
 typedef unsigned char Str63[64];
@@ -104,8 +104,8 @@ enum {
   verEngCanada = 82
 };
 
-/* A version. `minorAndBugRev` holds the minor number in its upper and the bug fix number in its
- * lower four bits; `nonRelRev` is the number of a release that is not final. */
+/* A version. `minorAndBugRev` holds the minor number in its upper four bits and the bug fix number
+ * in its lower four bits; `nonRelRev` is the number of a prerelease. */
 typedef struct NumVersion {
   UInt8 majorRev;
   UInt8 minorAndBugRev;
@@ -118,12 +118,12 @@ enum { developStage = 0x20, alphaStage = 0x40, betaStage = 0x60, finalStage = 0x
 
 SPEECH_PLATFORM_CHECK(sizeof(NumVersion) == 4, "NumVersion is four bytes");
 
-/* Results that are not of one component alone. */
+/* Results that several components use. */
 enum {
   noErr = 0,
-  paramErr = -50,            /* an argument cannot be used */
-  memFullErr = -108,         /* memory is out */
-  invalidComponentID = -3000 /* a handle that names nothing, a disposed speech channel for one */
+  paramErr = -50,            /* an argument is invalid */
+  memFullErr = -108,         /* out of memory */
+  invalidComponentID = -3000 /* not an open handle, for example a disposed speech channel */
 };
 
 #ifdef __cplusplus

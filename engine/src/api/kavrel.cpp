@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 //
-// The C interface (kavrel.h), apart from parameter sets: checks arguments, delegates, and turns
-// what is thrown into results.
+// The C interface (kavrel.h), except parameter sets: checks arguments, delegates to the classes,
+// and turns exceptions into results. Threads, ownership and failures: see kavrel.h.
 #include "kavrel.h"
 
 #include <array>
@@ -17,8 +17,9 @@
 #include "job/event.h"
 #include "output/device.h"
 #include "synth/synthesiser.h"
-#include "synth/voice.h"
+#include "synth/voice_cache.h"
 
+// All engines are one object without data: the synthesiser is shared by the process.
 struct kavrel_engine_struct {};
 
 struct kavrel_port_struct {
@@ -27,12 +28,13 @@ struct kavrel_port_struct {
 
 namespace {
 
-// Calls `operation`; what it throws can only be memory that is out.
+// Returns the result of `operation`. An exception can only mean that the process is out of memory.
 template <typename Operation>
-kavrel_result_t guarded(Operation operation) {
+kavrel_result_t resultOf(Operation operation) {
   try {
     return operation();
   } catch (...) {
+    KAVREL_DIAG("Engine", "Out of memory.");
     return KAVREL_INTERNAL_ERROR;
   }
 }
@@ -41,9 +43,10 @@ bool isKnownEncoding(const char* encoding) {
   return encoding == nullptr || std::string_view(encoding) == "iso-8859-15";
 }
 
-const kavrel::Voice* loadVoice(const char* directory) {
+// As kavrel::loadVoice, but reports the cause as a diagnostic line.
+const kavrel::Voice* loadVoiceFrom(const char* directory) {
   if (directory == nullptr) {
-    KAVREL_DIAG("Voice", "No folder is given.");
+    KAVREL_DIAG("Voice", "The folder is null.");
     return nullptr;
   }
   std::string why;
@@ -55,6 +58,7 @@ const kavrel::Voice* loadVoice(const char* directory) {
 }  // namespace
 
 const char* kavrel_strerror(kavrel_result_t result) {
+  // Indexed by the negated result.
   static constexpr std::array<const char*, 16> kMessages{
       "success",          "unknown error", "not implemented",  "internal error",
       "bad parameter",    "bad pointer",   "object not found", "unknown encoding",
@@ -68,18 +72,19 @@ const char* kavrel_strerror(kavrel_result_t result) {
 kavrel_engine_struct* kavrel_engine_open(const kavrel_params* params) {
   static kavrel_engine_struct engine;
   std::string why;
-  const kavrel_result_t started = guarded([&] {
+  const kavrel_result_t started = resultOf([&] {
     const bool ready = !kavrel::wantsPreload(params) || kavrel::Synthesiser::shared().start(why);
     return ready ? KAVREL_SUCCESS : KAVREL_INTERNAL_ERROR;
   });
   if (started == KAVREL_SUCCESS) return &engine;
-  KAVREL_DIAG("Engine", "Cannot start: %s", why.empty() ? "memory is out" : why.c_str());
+  // Without a message it was out of memory, which resultOf() has reported.
+  if (!why.empty()) KAVREL_DIAG("Engine", "Cannot start: %s", why.c_str());
   return nullptr;
 }
 
 kavrel_port_struct* kavrel_port_open(kavrel_engine_struct* engine, const kavrel_params* params) {
   if (engine == nullptr) {
-    KAVREL_DIAG("Port", "No engine is given.");
+    KAVREL_DIAG("Port", "The engine is null.");
     return nullptr;
   }
   try {
@@ -88,7 +93,7 @@ kavrel_port_struct* kavrel_port_open(kavrel_engine_struct* engine, const kavrel_
     auto port = std::make_shared<kavrel::Port>(std::move(settings));
     return new kavrel_port_struct{std::move(port)};
   } catch (...) {
-    KAVREL_DIAG("Port", "Cannot open a port: memory is out");
+    KAVREL_DIAG("Port", "Cannot open a port: out of memory");
     return nullptr;
   }
 }
@@ -96,6 +101,8 @@ kavrel_port_struct* kavrel_port_open(kavrel_engine_struct* engine, const kavrel_
 kavrel_result_t kavrel_port_close(kavrel_port_struct* port) {
   if (port == nullptr) return KAVREL_INVALID_POINTER;
   kavrel_port_stop(port, nullptr, KAVREL_EVENT_NOW);
+  // The result does not matter: the port's thread holds a reference, which keeps the port alive
+  // until a callback that hangs, or that called this function, has returned.
   kavrel_port_wait(port, nullptr);
   delete port;
   return KAVREL_SUCCESS;
@@ -111,21 +118,22 @@ kavrel_result_t kavrel_port_set_callback(kavrel_port_struct* port, kavrel_callba
 kavrel_voice_struct* kavrel_port_set_voice_from_dir(kavrel_port_struct* port,
                                                     const char* directory) {
   if (port == nullptr) {
-    KAVREL_DIAG("Voice", "No port is given.");
+    KAVREL_DIAG("Voice", "The port is null.");
     return nullptr;
   }
   try {
-    const kavrel::Voice* const voice = loadVoice(directory);
+    const kavrel::Voice* const voice = loadVoiceFrom(directory);
     if (voice == nullptr) return nullptr;
     port->port->setVoice(*voice);
-    // Callers have nothing that they could do with it but compare it with null.
+    // The type is opaque: callers can only compare the pointer with null.
     return reinterpret_cast<kavrel_voice_struct*>(const_cast<kavrel::Voice*>(voice));
   } catch (...) {
-    KAVREL_DIAG("Voice", "Cannot load a voice: memory is out");
+    KAVREL_DIAG("Voice", "Cannot load a voice: out of memory");
     return nullptr;
   }
 }
 
+// The callback runs after the list is complete, so it may take its time and call the engine.
 int kavrel_audio_devices(kavrel_device_callback_t callback, void* user) {
   if (callback == nullptr) return KAVREL_INVALID_POINTER;
   if (!kavrel::soundOutputIsWanted()) return 0;
@@ -136,6 +144,7 @@ int kavrel_audio_devices(kavrel_device_callback_t callback, void* user) {
     }
     return static_cast<int>(devices.size());
   } catch (...) {
+    KAVREL_DIAG("Engine", "Cannot list sound devices: out of memory, or the callback has thrown.");
     return KAVREL_INTERNAL_ERROR;
   }
 }
@@ -143,35 +152,36 @@ int kavrel_audio_devices(kavrel_device_callback_t callback, void* user) {
 kavrel_result_t kavrel_port_speak_text(kavrel_port_struct* port, const char* text, size_t length,
                                        const char* encoding, kavrel_background_t* job,
                                        const kavrel_params* params) {
+  // On failure the handle is null, also if a step after storing it fails.
   if (job != nullptr) *job = nullptr;
   if (port == nullptr || job == nullptr || (text == nullptr && length > 0)) {
     return KAVREL_INVALID_POINTER;
   }
   if (!isKnownEncoding(encoding)) return KAVREL_UNKNOWN_ENCODING;
   const kavrel_result_t result =
-      guarded([&] { return port->port->speakText(std::string_view(text, length), *job, params); });
+      resultOf([&] { return port->port->speakText(std::string_view(text, length), *job, params); });
   if (result < 0) *job = nullptr;
   return result;
 }
 
 kavrel_result_t kavrel_port_pause(kavrel_port_struct* port, kavrel_background_t job,
-                                  kavrel_event_t place) {
+                                  kavrel_event_t boundary) {
   if (port == nullptr) return KAVREL_INVALID_POINTER;
-  return guarded([&] { return port->port->pause(job, kavrel::placeFor(place)); });
+  return resultOf([&] { return port->port->pause(job, kavrel::stopBoundaryFor(boundary)); });
 }
 
 kavrel_result_t kavrel_port_stop(kavrel_port_struct* port, kavrel_background_t job,
-                                 kavrel_event_t place) {
+                                 kavrel_event_t boundary) {
   if (port == nullptr) return KAVREL_SUCCESS;
-  return guarded([&] {
-    port->port->stop(job, kavrel::placeFor(place));
+  return resultOf([&] {
+    port->port->stop(job, kavrel::stopBoundaryFor(boundary));
     return KAVREL_SUCCESS;
   });
 }
 
 kavrel_result_t kavrel_port_wait(kavrel_port_struct* port, kavrel_background_t job) {
   if (port == nullptr) return KAVREL_INVALID_POINTER;
-  return guarded([&] { return port->port->wait(job); });
+  return resultOf([&] { return port->port->wait(job); });
 }
 
 kavrel_result_t kavrel_event_get_text(kavrel_event_struct* event, char** text) {

@@ -14,6 +14,7 @@ namespace {
 constexpr std::array<std::string_view, 5> kKnownKeys{
     KAVREL_KEY_CACHE_POLICY, KAVREL_KEY_AUDIO_DEVICE, KAVREL_KEY_OUTPUT_FILE,
     KAVREL_KEY_OUTPUT_FORMAT, KAVREL_KEY_EVENTS_IMMEDIATE};
+// The index of keys that the engine does not know; such a value stores its key itself.
 constexpr std::uint8_t kOtherKey = 0xFF;
 
 std::uint8_t indexOfKey(std::string_view key) {
@@ -24,8 +25,8 @@ std::uint8_t indexOfKey(std::string_view key) {
 
 }  // namespace
 
-// One value, in one block from malloc: this head, the text with its NUL (for a number: empty),
-// then, only under kOtherKey, the key with its NUL.
+// One value in one block of malloc: this header, the text with its NUL (empty for a number), then,
+// only for kOtherKey, the key with its NUL.
 struct kavrel_val {
   kavrel_val* next;
   int number;
@@ -51,6 +52,7 @@ struct kavrel_params {
 
 namespace {
 
+// Zeroed, so that the value is a number and its text is empty.
 kavrel_val* newVal(std::size_t textSize) {
   return static_cast<kavrel_val*>(std::calloc(1, sizeof(kavrel_val) + textSize));
 }
@@ -63,7 +65,8 @@ void releaseAll(kavrel_val* val) {
   }
 }
 
-// `val` with `key` stored behind its text; null, with `val` released, when memory is out.
+// Returns `val` with `key` appended after its text, possibly moved. When out of memory: releases
+// `val` and returns null.
 kavrel_val* withOwnKey(kavrel_val* val, const char* key) {
   const std::size_t textSize = std::strlen(val->isText ? val->text() : "") + 1;
   const std::size_t keySize = std::strlen(key) + 1;
@@ -95,10 +98,12 @@ const char* findText(const kavrel_params* params, std::string_view key) {
 }  // namespace
 
 kavrel_params* kavrel_params_new(const kavrel_params* base) {
+  // `end` is the link that the next copy is stored in, so that the list keeps its order.
   auto* const params = static_cast<kavrel_params*>(std::calloc(1, sizeof(kavrel_params)));
   if (params == nullptr || base == nullptr) return params;
   kavrel_val** end = &params->first;
   for (const kavrel_val* val = base->first; val != nullptr; val = val->next) {
+    // A value is one block without pointers of its own, except `next`, so it is copied as bytes.
     auto* const copy = static_cast<kavrel_val*>(std::malloc(val->size()));
     if (copy == nullptr) {
       kavrel_params_delete(params);
@@ -146,11 +151,12 @@ kavrel_result_t kavrel_params_set_val(kavrel_params* params, const char* key, ka
   value->key = indexOfKey(key);
   if (value->key == kOtherKey) value = withOwnKey(value, key);
   if (value == nullptr) return KAVREL_INTERNAL_ERROR;
-  kavrel_val** place = &params->first;
-  while (*place != nullptr && (*place)->keyName() != key) place = &(*place)->next;
-  kavrel_val* const earlier = *place;
+  // The link of the earlier value with this key, or the end of the list.
+  kavrel_val** slot = &params->first;
+  while (*slot != nullptr && (*slot)->keyName() != key) slot = &(*slot)->next;
+  kavrel_val* const earlier = *slot;
   value->next = earlier != nullptr ? earlier->next : nullptr;
-  *place = value;
+  *slot = value;
   std::free(earlier);
   return KAVREL_SUCCESS;
 }

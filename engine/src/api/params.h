@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 //
-// Parameter sets as the C interface hands them out, and the settings that a port reads from them.
+// Parameter sets of the C interface, and the settings that a port reads from them.
 //
-// Hosts may leave sets unreleased, one for every job, so a set is kept as small as it can be: a
-// list of values, each one block that holds its text and, where it is none of ours, its key.
+// A set is a singly linked list of values; a lookup is a linear search, since a set has a few
+// values at most. Hosts may leak sets, one for every job, so a set is kept small: each value is one
+// block that holds its text and, only for keys unknown to the engine, its key.
+//
+// Threads: a set is used by one thread at a time, as kavrel.h says; so is a PortSettings.
 #pragma once
 
 #include <string>
@@ -12,18 +15,20 @@
 
 namespace kavrel {
 
-// What the engine reads from a port's parameters.
+// The settings that a port reads from its parameters.
 struct PortSettings {
   std::string audioDevice;  // empty: the default one
-  std::string outputFile;   // empty: the sound output
+  std::string outputFile;   // empty: the sound device
   std::string outputFormat = "aiff";
   bool eventsImmediate = false;
 
-  // Takes over what `params` sets, leaves the rest; null sets nothing.
+  // Overwrites the settings that `params` contains, and keeps the others. Null changes nothing. A
+  // value of the wrong type is ignored.
   void apply(const kavrel_params* params);
 };
 
-// What the engine reads from an engine's parameters: true when the synthesiser is to start at once.
+// Returns true if an engine's parameters request to start the synthesiser when the engine is
+// opened.
 bool wantsPreload(const kavrel_params* params);
 
 }  // namespace kavrel

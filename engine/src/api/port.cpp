@@ -14,17 +14,20 @@
 #include "output/device.h"
 #include "output/device_sink.h"
 #include "output/file_sink.h"
-#include "synth/voice.h"
+#include "synth/voice_cache.h"
 
 namespace kavrel {
 
 namespace {
 
+// Numbers are never reused, so that the handle of an old job never names a new one.
 std::uint64_t nextNumber() {
   static std::atomic<std::uint64_t> last = 0;
   return ++last;
 }
 
+// Returns the sink that the settings select; null, with a diagnostic line, if the file cannot be
+// written. A device is opened by the sink itself, with the first audio.
 std::unique_ptr<Sink> openSink(const PortSettings& settings) {
   if (settings.outputFile.empty()) {
     if (!soundOutputIsWanted()) return std::make_unique<ClockSink>();
@@ -36,14 +39,14 @@ std::unique_ptr<Sink> openSink(const PortSettings& settings) {
   if (settings.outputFormat == "aiff") {
     sink = FileSink::open(settings.outputFile, why);
   } else {
-    why = "output format \"" + settings.outputFormat + "\" is not known";
+    why = "unknown output format \"" + settings.outputFormat + "\"";
   }
   if (sink == nullptr) KAVREL_DIAG("Port", "Cannot write: %s", why.c_str());
   return sink;
 }
 
-// Signals are the host's own affair; they reach its threads, not ours. A write beyond a limit then
-// fails like any other, too.
+// Keeps the host's signals off the engine's threads. A write beyond the file size limit then fails
+// with an error, instead of raising SIGXFSZ. Signals of faults and of the profiler stay enabled.
 void blockSignals() {
   sigset_t signals;
   sigfillset(&signals);
@@ -58,19 +61,21 @@ void blockSignals() {
 Port::Port(PortSettings settings) : m_settings(std::move(settings)), m_voice(&defaultVoice()) {}
 
 void Port::setCallback(kavrel_callback_t callback, kavrel_event_t mask, void* user) {
-  const Held held(m_lock);
+  const base::ScopedLock held(m_lock);
   m_callback = callback;
   m_mask = mask;
   m_user = user;
 }
 
 void Port::setVoice(const Voice& voice) {
-  const Held held(m_lock);
+  const base::ScopedLock held(m_lock);
   m_voice = &voice;
 }
 
 kavrel_result_t Port::speakText(std::string_view text, kavrel_background_t& handle,
                                 const kavrel_params* params) {
+  // The file is opened before the job is queued, so that the caller learns at once that it cannot
+  // be written. The handle is stored before the job can send an event.
   PortSettings settings = m_settings;
   settings.apply(params);
   Job::Request request;
@@ -79,7 +84,7 @@ kavrel_result_t Port::speakText(std::string_view text, kavrel_background_t& hand
   if (request.sink == nullptr) return KAVREL_FILE_ERROR;
   request.eventsImmediate = settings.eventsImmediate;
   {
-    const Held held(m_lock);
+    const base::ScopedLock held(m_lock);
     request.voice = m_voice;
     request.callback = m_callback;
     request.mask = m_mask;
@@ -92,8 +97,9 @@ kavrel_result_t Port::speakText(std::string_view text, kavrel_background_t& hand
   return result;
 }
 
+// The thread takes m_lock first, so it sees m_worker set. It holds a reference to the port.
 kavrel_result_t Port::enqueue(JobPointer job) {
-  const Held held(m_lock);
+  const base::ScopedLock held(m_lock);
   m_jobs.push_back(std::move(job));
   if (m_worker != std::thread::id()) return KAVREL_SUCCESS;
   try {
@@ -101,19 +107,21 @@ kavrel_result_t Port::enqueue(JobPointer job) {
     m_worker = thread.get_id();
     thread.detach();
   } catch (const std::system_error&) {
-    KAVREL_DIAG("Port", "The system refuses a thread.");
+    KAVREL_DIAG("Port", "The system refuses to start a thread.");
     m_jobs.pop_back();
     return KAVREL_INTERNAL_ERROR;
   }
   return KAVREL_SUCCESS;
 }
 
+// A job stays in the queue while it runs, so that it can be found by its handle.
 void Port::work() {
   blockSignals();
   for (;;) {
     JobPointer job;
     {
-      const Held held(m_lock);
+      const base::ScopedLock held(m_lock);
+      // Under the same lock as enqueue(), so that no job is left without a thread.
       if (m_jobs.empty()) {
         m_worker = std::thread::id();
         return;
@@ -121,7 +129,7 @@ void Port::work() {
       job = m_jobs.front();
     }
     job->run();
-    const Held held(m_lock);
+    const base::ScopedLock held(m_lock);
     m_jobs.erase(m_jobs.begin());
   }
 }
@@ -134,34 +142,36 @@ Port::JobPointer Port::find(kavrel_background_t handle) {
   return job != m_jobs.end() ? *job : nullptr;
 }
 
-kavrel_result_t Port::pause(kavrel_background_t handle, Place place) {
+kavrel_result_t Port::pause(kavrel_background_t handle, StopBoundary boundary) {
   JobPointer job;
   {
-    const Held held(m_lock);
+    const base::ScopedLock held(m_lock);
     job = find(handle);
   }
-  return job != nullptr && job->pause(place) ? KAVREL_SUCCESS : KAVREL_OBJECT_NOT_FOUND;
+  return job != nullptr && job->pause(boundary) ? KAVREL_SUCCESS : KAVREL_OBJECT_NOT_FOUND;
 }
 
-void Port::stop(kavrel_background_t handle, Place place) {
+// The jobs are stopped outside the port's lock: Job::stop may wait for the sink.
+void Port::stop(kavrel_background_t handle, StopBoundary boundary) {
   std::vector<JobPointer> jobs;
   {
-    const Held held(m_lock);
+    const base::ScopedLock held(m_lock);
     if (handle == nullptr) {
       jobs = m_jobs;
     } else if (JobPointer job = find(handle)) {
       jobs.push_back(std::move(job));
     }
   }
-  // The last one first, so that none of them begins because the one before it has ended.
-  for (auto job = jobs.rbegin(); job != jobs.rend(); ++job) (*job)->stop(place);
+  // In reverse order: otherwise a job could begin because the one before it has been stopped.
+  for (auto job = jobs.rbegin(); job != jobs.rend(); ++job) (*job)->stop(boundary);
 }
 
-// A job comes to its end only after those before it, so these are waited for, too.
+// Jobs end in order, so the jobs before it are waited for, too; the callback that hangs may be
+// theirs.
 kavrel_result_t Port::wait(kavrel_background_t handle) {
   std::vector<JobPointer> jobs;
   {
-    const Held held(m_lock);
+    const base::ScopedLock held(m_lock);
     if (m_worker == std::this_thread::get_id()) return KAVREL_ENGINE_INUSE;
     const JobPointer last = handle != nullptr ? find(handle) : nullptr;
     if (handle != nullptr && last == nullptr) return KAVREL_SUCCESS;
@@ -171,7 +181,7 @@ kavrel_result_t Port::wait(kavrel_background_t handle) {
     }
   }
   for (const JobPointer& job : jobs) {
-    if (job->wait() == Job::Waited::CallbackHangs) return KAVREL_ENGINE_INUSE;
+    if (job->wait() == Job::WaitResult::CallbackHangs) return KAVREL_ENGINE_INUSE;
   }
   return KAVREL_SUCCESS;
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 //
-// The engine library's allocator: the C library's, with zeroed blocks and no null for size 0.
+// The engine library's allocator: malloc with zeroed blocks. A size of 0 counts as 1, so that null
+// always means out of memory.
 #include <cstdlib>
 
 #include "cst.h"

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 //
-// Diagnostic lines. What a thread gathers for its next line lies in fixed buffers of that thread,
-// so that nothing here allocates but a message that is too long for the stack.
+// Diagnostic lines. Each thread stores the parts of its next line in fixed thread-local buffers.
+// Only a message that is too long for the stack buffer allocates, so that diagnostics also work
+// when memory is short. Safe on any thread; a line is one write() call.
 #include <array>
 #include <cerrno>
 #include <cstdarg>
@@ -19,13 +20,13 @@ int cst_diag_level = 0;
 
 namespace {
 
-// The parts of a line that come before its message; empty parts are left out.
+// The parts of a line before its message; empty parts are omitted.
 struct Prefix {
   std::array<char, 24> time;
-  std::array<char, 160> place;
+  std::array<char, 160> location;
   std::array<char, 24> area;
 
-  void clear() { time[0] = place[0] = area[0] = '\0'; }
+  void clear() { time[0] = location[0] = area[0] = '\0'; }
 };
 
 thread_local Prefix t_prefix{};
@@ -43,6 +44,7 @@ const char* areaName(unsigned int area) {
   }
 }
 
+// Gives up on any error but an interruption: there is no other channel to report it.
 void writeAll(const char* bytes, size_t count) {
   while (count > 0) {
     const ssize_t written = write(STDERR_FILENO, bytes, count);
@@ -53,7 +55,7 @@ void writeAll(const char* bytes, size_t count) {
   }
 }
 
-// Writes the line of `length` bytes; `buffer` has room for the line feed that it may lack.
+// Writes a line of `length` bytes. Adds the line feed if missing; `buffer` must have room for it.
 void finishLine(char* buffer, size_t length) {
   if (length == 0 || buffer[length - 1] != '\n') buffer[length++] = '\n';
   writeAll(buffer, length);
@@ -72,7 +74,7 @@ void cst_dbg_timestamp(void) {
 }
 
 void cst_dbg_ffl(const char* file, const char* function, int line) {
-  std::snprintf(t_prefix.place.data(), t_prefix.place.size(), "%s:%s:%d ",
+  std::snprintf(t_prefix.location.data(), t_prefix.location.size(), "%s:%s:%d ",
                 file != nullptr ? file : "", function != nullptr ? function : "", line);
 }
 
@@ -86,11 +88,12 @@ void cst_dbg_context(unsigned int area) {
 
 void cst_errmsg(const char* format, ...) {
   if (format == nullptr) return;
+  // Callers report an error before they read errno.
   const int savedErrno = errno;
   std::array<char, 1024> shortLine;
   const int prefixed =
       std::snprintf(shortLine.data(), shortLine.size(), "%s%s%s", t_prefix.time.data(),
-                    t_prefix.place.data(), t_prefix.area.data());
+                    t_prefix.location.data(), t_prefix.area.data());
   t_prefix.clear();
   const auto prefix = static_cast<size_t>(prefixed > 0 ? prefixed : 0);
 
@@ -98,12 +101,14 @@ void cst_errmsg(const char* format, ...) {
   va_list again;
   va_start(arguments, format);
   va_copy(again, arguments);
-  // One byte of room is kept for the line feed that a message may lack.
+  // One byte is reserved for a missing line feed.
   const size_t room = shortLine.size() - 1 - prefix;
   const int formatted = std::vsnprintf(shortLine.data() + prefix, room, format, arguments);
   va_end(arguments);
   const auto message = static_cast<size_t>(formatted > 0 ? formatted : 0);
 
+  // The line goes out in one write, so it is formatted again on the heap if the stack is too small,
+  // and truncated if there is no memory.
   if (message < room) {
     finishLine(shortLine.data(), prefix + message);
   } else if (auto* longLine = static_cast<char*>(cst_safe_alloc(prefix + message + 2))) {

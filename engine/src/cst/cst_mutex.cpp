@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 //
-// Mutexes: the system's, and an error number for a null one.
+// Thin wrappers of the system's mutex operations; a null mutex gives EINVAL.
 #include <cerrno>
 
 #include "cst.h"

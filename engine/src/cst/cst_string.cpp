@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 //
-// Strings in memory of the engine library's allocator.
+// String functions that return memory of cst_safe_alloc.
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
@@ -9,7 +9,7 @@
 
 namespace {
 
-// A new string of two pieces; null when memory is out.
+// Returns a new string of both parts; null when out of memory or if the length overflows.
 char* join(const char* first, size_t firstLength, const char* second, size_t secondLength) {
   if (secondLength > SIZE_MAX - 1 - firstLength) return nullptr;
   auto* joined = static_cast<char*>(cst_safe_alloc(firstLength + secondLength + 1));

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 //
-// Token streams: a cursor over the caller's string and one buffer for the word last read.
+// Token streams: a cursor over the caller's string, and one buffer for the last word. Short words
+// use a buffer inside the stream, so that most streams allocate only once.
 #include <array>
 #include <cstdint>
 #include <cstring>
@@ -10,7 +11,7 @@
 
 namespace {
 
-// A set of bytes, with a look-up that does not depend on its size.
+// A set of bytes as a bitmap; a lookup takes constant time.
 class ByteSet {
  public:
   explicit ByteSet(const char* bytes) {
@@ -49,7 +50,7 @@ struct cst_tokenstream {
     while (*next != '\0' && blanks.has(*next)) ++next;
   }
 
-  // The end of the word that starts at `next`, punctuation included.
+  // Returns the end of the word that starts at `next`, punctuation included.
   const char* wordEnd() const {
     if (*next == '\0') return next;
     if (symbols.has(*next)) return next + 1;
@@ -58,7 +59,8 @@ struct cst_tokenstream {
     return end;
   }
 
-  // The word as a string; null when memory is out.
+  // Returns the word as a NUL-terminated string in the stream's buffer; null when out of memory.
+  // The buffer doubles, so that a stream of long words copies each byte a constant number of times.
   const char* keep(const char* begin, const char* end) {
     const auto length = static_cast<size_t>(end - begin);
     char* buffer = shortWord.data();
@@ -80,6 +82,7 @@ struct cst_tokenstream {
 cst_tokenstream* ts_open_string(const char* string, const char* whitespace,
                                 const char* singlecharsymbols, const char* prepunctuation,
                                 const char* postpunctuation) {
+  // From the C allocator, so that a failure is a null result and not an exception.
   void* memory = cst_safe_alloc(sizeof(cst_tokenstream));
   if (memory == nullptr) return nullptr;
   return new (memory) cst_tokenstream{orDefault(string, ""),
@@ -98,6 +101,7 @@ const char* ts_get(cst_tokenstream* stream) {
   const char* begin = stream->next;
   const char* end = stream->wordEnd();
   stream->next = end;
+  // A symbol is a word even if it is punctuation too.
   const bool symbol = end - begin == 1 && stream->symbols.has(*begin);
   if (!symbol) {
     while (begin != end && stream->before.has(*begin)) ++begin;

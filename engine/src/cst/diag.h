@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 //
-// The engine's own diagnostic lines (cst.h). Written only when the host has switched the engine's
-// area on.
+// Diagnostic lines of the engine (cst.h). Written only if the host has switched the engine's area
+// on. Does not allocate for lines of up to 1 KiB; safe on any thread.
 #pragma once
 
 #include "cst.h"
 
-// Writes one line; `file` names the part of the engine, the rest is as for printf, without the line
-// feed.
+// Writes one line. `file` names the part of the engine; the other arguments are those of printf,
+// without the line feed.
 #define KAVREL_DIAG(file, format, ...)                                  \
   do {                                                                  \
     if ((cst_diag_mask & CST_DIAG_ENGINE) != 0 && cst_diag_level > 0) { \

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 //
-// An event while its callback runs.
+// The event that a callback receives. Exists only while the callback runs, on the job's thread.
 #pragma once
 
 #include <string>

@@ -8,30 +8,30 @@
 #include "cst/diag.h"
 #include "job/event.h"
 #include "job/observer.h"
-#include "synth/synthesiser.h"
+#include "sample_rate.h"
 
 namespace kavrel {
 
 namespace {
 
-// The most samples written at a time, so that a request is not kept waiting.
+// Maximum number of samples written at a time, so that a pause or stop does not wait long.
 constexpr std::uint64_t kMaxWrite = 4096;
-// How long a wait bears with a callback that does not return, counted from the end of the sound.
+// How long wait() waits for a callback that does not return, counted from the end of the audio.
 constexpr std::chrono::seconds kCallbackGrace(1);
-// The most entries that wait for their sound while more are produced. A text may have any number of
-// marks in one place; a second of speech has far fewer entries.
+// Maximum number of events that wait for their samples while more are produced. A text may have any
+// number of marks at one position; a second of speech has far fewer events.
 constexpr std::size_t kMaxWaiting = 4096;
-constexpr std::uint64_t kNoEntry = std::numeric_limits<std::uint64_t>::max();
+constexpr std::uint64_t kNoEvent = std::numeric_limits<std::uint64_t>::max();
 
 }  // namespace
 
-Place placeFor(kavrel_event_t place) {
-  if (place == KAVREL_EVENT_WORD) return Place::Word;
-  if (place == KAVREL_EVENT_SENTENCE) return Place::Sentence;
-  return Place::Now;
+StopBoundary stopBoundaryFor(kavrel_event_t boundary) {
+  if (boundary == KAVREL_EVENT_WORD) return StopBoundary::Word;
+  if (boundary == KAVREL_EVENT_SENTENCE) return StopBoundary::Sentence;
+  return StopBoundary::Now;
 }
 
-// A handle is a number, not an address, so that no job to come can have it.
+// A handle is a number, not an address, so that it is never reused.
 kavrel_background_t handleFor(std::uint64_t number) {
   // NOLINTNEXTLINE(performance-no-int-to-ptr)
   return reinterpret_cast<kavrel_background_t>(static_cast<std::uintptr_t>(number));
@@ -40,107 +40,116 @@ kavrel_background_t handleFor(std::uint64_t number) {
 Job::Job(std::uint64_t number, Request request)
     : m_number(number), m_request(std::move(request)), m_sink(*m_request.sink) {}
 
+// A job that was stopped before it began sends only END.
 void Job::run() {
-  const Held held(m_lock);
-  if (m_stopAt != Place::Now) {
+  const base::ScopedLock held(m_lock);
+  if (m_stopAt != StopBoundary::Now) {
     m_begun = true;
     const auto length = static_cast<std::uint32_t>(m_request.text.size());
     deliver({0, KAVREL_EVENT_START, 0, length, {}, false, false});
     try {
       speak();
     } catch (...) {
-      fail("memory is out");
+      fail("out of memory");
     }
   }
   finish();
 }
 
+// The job's main loop: does the work that there is, then sleeps until more is due or a request
+// comes.
 void Job::speak() {
-  // A sink that takes sound as fast as it comes is kept busy while more is produced.
+  // A sink without a lead takes audio as fast as it is produced, so production runs ahead of it.
   Pipeline producer(m_request.text, *m_request.voice, m_cancel, m_sink.lead() == 0);
-  while (m_stopAt != Place::Now && !m_failed) {
+  while (m_stopAt != StopBoundary::Now && !m_failed) {
     if (m_paused) {
       m_wake.wait(m_lock);
       continue;
     }
-    findCut();
+    findBoundary();
     if (step(producer)) continue;
     if (isDone()) {
       m_position = static_cast<std::uint32_t>(m_request.text.size());
       return;
     }
-    waitUntil(m_wake, m_lock, nextDue());
+    m_wake.waitUntil(m_lock, nextDue());
   }
 }
 
-// Whatever comes first in this order is done; what follows may depend on it.
+// Does the first kind of work that there is. The order matters: events come before a boundary at
+// their sample, and audio that is produced already is written before more is produced.
 bool Job::step(Pipeline& producer) {
-  m_timeline.forget(std::min(m_sink.heard(), m_written));
+  m_timeline.discard(std::min(m_sink.heard(), m_written));
   if (deliverDue()) return true;
-  if (isCut()) {
-    beCut();
+  if (isAtBoundary()) {
+    applyBoundary();
     return true;
   }
   return writeMore() || produceMore(producer);
 }
 
+// Events after a boundary that was found wait until it is certain that speech continues.
 bool Job::deliverDue() {
-  const Entry* const entry = m_timeline.nextEntry();
-  if (entry == nullptr) return false;
-  if (m_cut.has_value() && m_timeline.takenCount() >= m_cut->entry) return false;
-  if (!isDue(*entry)) return false;
-  deliver(Entry(m_timeline.takeEntry()));
+  const TimedEvent* const event = m_timeline.nextEvent();
+  if (event == nullptr) return false;
+  if (m_boundary.has_value() && m_timeline.takenCount() >= m_boundary->event) return false;
+  if (!isDue(*event)) return false;
+  deliver(TimedEvent(m_timeline.takeEvent()));
   return true;
 }
 
-bool Job::isDue(const Entry& entry) {
-  if (m_request.eventsImmediate) return entry.sample <= m_written;
-  if (m_sink.hasReached(entry.sample)) return true;
-  // Without any sound there is nothing to wait for, nor can more be kept than this.
+bool Job::isDue(const TimedEvent& event) {
+  if (m_request.eventsImmediate) return event.sample <= m_written;
+  if (m_sink.hasReached(event.sample)) return true;
+  // A text without audio has no samples to wait for; its events are due at its end, or when there
+  // are too many to keep.
   return m_timeline.end() == 0 && (m_allProduced || m_timeline.waitingCount() >= kMaxWaiting);
 }
 
-// Finds where a pause or stop takes hold that waits for its place.
-void Job::findCut() {
-  const std::optional<Place> place = m_stopAt.has_value() ? m_stopAt : m_pauseAt;
-  if (!place.has_value() || m_cut.has_value()) return;
-  m_cut = m_timeline.findCut(m_sink.heard(), *place == Place::Sentence);
-  if (!m_cut.has_value() && m_allProduced) m_cut = {m_timeline.end(), kNoEntry};
-  if (!m_cut.has_value() || m_cut->sample >= m_written) return;
-  m_written = m_sink.takeBack(m_cut->sample);
-  // What has been heard meanwhile has been heard.
-  m_cut->sample = std::max(m_cut->sample, m_sink.heard());
+// Finds the boundary of a pending pause or stop, and takes back the audio after it from the sink.
+void Job::findBoundary() {
+  const std::optional<StopBoundary> wanted = m_stopAt.has_value() ? m_stopAt : m_pauseAt;
+  if (!wanted.has_value() || m_boundary.has_value()) return;
+  m_boundary = m_timeline.findBoundary(m_sink.heard(), *wanted == StopBoundary::Sentence);
+  if (!m_boundary.has_value() && m_allProduced) m_boundary = {m_timeline.end(), kNoEvent};
+  if (!m_boundary.has_value() || m_boundary->sample >= m_written) return;
+  m_written = m_sink.takeBack(m_boundary->sample);
+  // More may have been heard in the meantime; that cannot be taken back.
+  m_boundary->sample = std::max(m_boundary->sample, m_sink.heard());
 }
 
-bool Job::isCut() {
-  return m_cut.has_value() && m_sink.heard() >= m_cut->sample;
+bool Job::isAtBoundary() {
+  return m_boundary.has_value() && m_sink.heard() >= m_boundary->sample;
 }
 
-void Job::beCut() {
+// The boundary has been heard: the stop or pause takes effect.
+void Job::applyBoundary() {
   m_position = m_wordEnd;
-  m_cut.reset();
+  m_boundary.reset();
   m_sink.pause();
   if (m_stopAt.has_value()) {
-    m_stopAt = Place::Now;
-    m_stopTime = Clock::now();
+    m_stopAt = StopBoundary::Now;
+    m_stopTime = base::Clock::now();
   } else {
     m_pauseAt.reset();
     m_paused = true;
   }
 }
 
-// How far the sink may be written to, as things are.
+// Returns the position up to which the sink may be written. A device gets as much as its lead; a
+// file only up to the next event, so that the event is sent before later audio is written.
 std::uint64_t Job::writeTarget() {
   std::uint64_t target = m_timeline.end();
   const std::uint64_t lead = m_sink.lead();
   if (lead > 0) {
     target = std::min(target, m_sink.heard() + lead);
-  } else if (const Entry* const entry = m_timeline.nextEntry()) {
-    target = std::min(target, std::max(entry->sample, m_written));
+  } else if (const TimedEvent* const event = m_timeline.nextEvent()) {
+    target = std::min(target, std::max(event->sample, m_written));
   }
-  return m_cut.has_value() ? std::min(target, m_cut->sample) : target;
+  return m_boundary.has_value() ? std::min(target, m_boundary->sample) : target;
 }
 
+// The lock is released while the sink writes, since that may take time.
 bool Job::writeMore() {
   const std::uint64_t target = writeTarget();
   if (target <= m_written) return false;
@@ -148,7 +157,7 @@ bool Job::writeMore() {
   const std::span<const std::int16_t> samples = m_timeline.samplesAt(m_written, limit);
   bool taken = false;
   {
-    const Released released(m_lock);
+    const base::ScopedUnlock released(m_lock);
     taken = m_sink.write(samples);
   }
   if (!taken) {
@@ -160,26 +169,28 @@ bool Job::writeMore() {
   return true;
 }
 
-// Sound that is still to be heard makes room when entries are too many.
+// If too many events are waiting, production continues when some have been sent.
 bool Job::mayProduce() {
-  return !m_allProduced && !m_cut.has_value() && m_timeline.waitingCount() < kMaxWaiting;
+  return !m_allProduced && !m_boundary.has_value() && m_timeline.waitingCount() < kMaxWaiting;
 }
 
+// Produces as far as the sink's lead; further only to find the boundary of a pending pause or stop.
 bool Job::produceMore(Pipeline& producer) {
   if (!mayProduce()) return false;
-  const bool seeksCut = m_stopAt.has_value() || m_pauseAt.has_value();
-  if (!seeksCut && m_timeline.end() >= m_sink.heard() + std::max<std::uint64_t>(m_sink.lead(), 1)) {
+  const bool seeksBoundary = m_stopAt.has_value() || m_pauseAt.has_value();
+  if (!seeksBoundary &&
+      m_timeline.end() >= m_sink.heard() + std::max<std::uint64_t>(m_sink.lead(), 1)) {
     return false;
   }
-  Piece piece;
+  SpeechSegment segment;
   Producer::Result result = Producer::Result::Failed;
   {
-    const Released released(m_lock);
-    result = producer.next(piece);
+    const base::ScopedUnlock released(m_lock);
+    result = producer.next(segment);
   }
   switch (result) {
-    case Producer::Result::Piece:
-      m_timeline.append(std::move(piece));
+    case Producer::Result::Segment:
+      m_timeline.append(std::move(segment));
       break;
     case Producer::Result::End:
       m_allProduced = true;
@@ -192,16 +203,16 @@ bool Job::produceMore(Pipeline& producer) {
 }
 
 bool Job::isDone() {
-  return m_allProduced && m_timeline.nextEntry() == nullptr && m_sink.heard() >= m_timeline.end();
+  return m_allProduced && m_timeline.nextEvent() == nullptr && m_sink.heard() >= m_timeline.end();
 }
 
-// When there is something to do again, if nothing is asked of the job before. Everything that could
-// be done now has been done.
-Clock::time_point Job::nextDue() {
-  const std::uint64_t end = m_cut.has_value() ? m_cut->sample : m_timeline.end();
+// Returns when there will be work again, unless a request comes first. Called when there is no work
+// now. More audio is written when half of the sink's lead has been heard.
+base::Clock::time_point Job::nextDue() {
+  const std::uint64_t end = m_boundary.has_value() ? m_boundary->sample : m_timeline.end();
   std::uint64_t position = end;
-  const Entry* const entry = m_timeline.nextEntry();
-  if (entry != nullptr && !m_request.eventsImmediate) position = std::min(position, entry->sample);
+  const TimedEvent* const event = m_timeline.nextEvent();
+  if (event != nullptr && !m_request.eventsImmediate) position = std::min(position, event->sample);
   const bool moreToWrite = m_written < end || mayProduce();
   const std::uint64_t margin = m_sink.lead() / 2;
   if (moreToWrite && m_written > margin) position = std::min(position, m_written - margin);
@@ -212,133 +223,139 @@ void Job::finish() {
   m_ending = true;
   m_paused = false;
   if (!finishSink() && !m_failed) fail(m_sink.error());
-  deliver({soundLength(), KAVREL_EVENT_END, m_position, 0, {}, false, false});
+  deliver({audioLength(), KAVREL_EVENT_END, m_position, 0, {}, false, false});
   m_over = true;
-  m_done.notify_all();
+  m_done.notifyAll();
 }
 
-// The job ends whatever becomes of its sound.
+// The job ends even if the sink fails or throws.
 bool Job::finishSink() {
-  const Released released(m_lock);
+  const base::ScopedUnlock released(m_lock);
   try {
     return m_sink.finish();
   } catch (...) {
+    KAVREL_DIAG("Job", "The sink has failed: out of memory.");
     return false;
   }
 }
 
 void Job::fail(const std::string& message) {
   m_failed = true;
-  KAVREL_DIAG("Job", "A job cannot go on: %s", message.c_str());
-  deliver({soundLength(), KAVREL_EVENT_ERROR, m_position, 0, message, false, false});
+  KAVREL_DIAG("Job", "The job has failed: %s", message.c_str());
+  deliver({audioLength(), KAVREL_EVENT_ERROR, m_position, 0, message, false, false});
 }
 
-// How long the job's sound is, as far as it has been spoken.
-std::uint64_t Job::soundLength() {
+// Returns the length of the job's audio, as far as it has been heard.
+std::uint64_t Job::audioLength() {
   return std::max(m_lastSample, std::min(m_sink.heard(), m_timeline.end()));
 }
 
-void Job::deliver(const Entry& entry) {
-  m_lastSample = entry.sample;
-  if (entry.type == KAVREL_EVENT_WORD) {
-    m_position = entry.start;
-    m_wordEnd = entry.start + entry.length;
+// Calls the observer, then the callback, without the lock. m_inCallback lets wait() find out that
+// they hang.
+void Job::deliver(const TimedEvent& event) {
+  m_lastSample = event.sample;
+  if (event.type == KAVREL_EVENT_WORD) {
+    m_position = event.start;
+    m_wordEnd = event.start + event.length;
   }
-  const bool wanted = m_request.callback != nullptr && (m_request.mask & entry.type) != 0;
-  const bool observed = entry.type != KAVREL_EVENT_NONE && isObserved();
+  const bool wanted = m_request.callback != nullptr && (m_request.mask & event.type) != 0;
+  const bool observed = event.type != KAVREL_EVENT_NONE && isObserved();
   if (!wanted && !observed) return;
   m_inCallback = true;
-  m_callbackBegan = Clock::now();
+  m_callbackBegan = base::Clock::now();
   {
-    const Released released(m_lock);
-    if (observed) report(entry);
-    if (wanted) call(entry);
+    const base::ScopedUnlock released(m_lock);
+    if (observed) report(event);
+    if (wanted) call(event);
   }
   m_inCallback = false;
 }
 
-void Job::report(const Entry& entry) {
-  const double time = static_cast<double>(entry.sample) / kSampleRate;
-  observe({entry.type, handleFor(m_number), entry.sample, kSampleRate, time, entry.start,
-           entry.length, entry.text.c_str()});
+void Job::report(const TimedEvent& event) {
+  const double time = static_cast<double>(event.sample) / kSampleRate;
+  observe({event.type, handleFor(m_number), event.sample, kSampleRate, time, event.start,
+           event.length, event.text.c_str()});
 }
 
-void Job::call(const Entry& entry) {
+void Job::call(const TimedEvent& event) {
   try {
-    kavrel_event_struct event{entry.text, static_cast<int>(entry.start),
-                              static_cast<int>(entry.length)};
-    m_request.callback(&event, entry.type, m_request.user);
+    kavrel_event_struct argument{event.text, static_cast<int>(event.start),
+                                 static_cast<int>(event.length)};
+    m_request.callback(&argument, event.type, m_request.user);
   } catch (...) {
-    KAVREL_DIAG("Job", "A callback has thrown.");
+    KAVREL_DIAG("Job", "A callback has thrown an exception.");
   }
 }
 
-bool Job::pause(Place place) {
-  const Held held(m_lock);
+// Each branch is one state of the job, see kavrel_port_pause.
+bool Job::pause(StopBoundary boundary) {
+  const base::ScopedLock held(m_lock);
   if (m_ending) return false;
   if (m_stopAt.has_value()) {
-    // A paused job ends where it stands, so a pause at once is what the stop was waiting for.
-    if (place == Place::Now) stopNow();
+    // A paused job stops at its current position, so this pause makes the pending stop immediate.
+    if (boundary == StopBoundary::Now) stopNow();
   } else if (m_paused) {
     m_paused = false;
     m_sink.resume();
   } else if (m_pauseAt.has_value()) {
     m_pauseAt.reset();
-    m_cut.reset();
-  } else if (place == Place::Now) {
+    m_boundary.reset();
+  } else if (boundary == StopBoundary::Now) {
     m_paused = true;
     m_sink.pause();
   } else {
-    m_pauseAt = place;
+    m_pauseAt = boundary;
   }
   changed();
   return true;
 }
 
-void Job::stop(Place place) {
-  const Held held(m_lock);
-  if (m_ending || (m_stopAt.has_value() && *m_stopAt <= place)) return;
-  if (place == Place::Now || m_paused || !m_begun) {
+// An earlier stop at a nearer boundary stays in effect.
+void Job::stop(StopBoundary boundary) {
+  const base::ScopedLock held(m_lock);
+  if (m_ending || (m_stopAt.has_value() && *m_stopAt <= boundary)) return;
+  if (boundary == StopBoundary::Now || m_paused || !m_begun) {
     stopNow();
   } else {
-    m_stopAt = place;
+    m_stopAt = boundary;
     m_pauseAt.reset();
-    m_cut.reset();
+    m_boundary.reset();
   }
   changed();
 }
 
 void Job::stopNow() {
-  m_stopAt = Place::Now;
-  m_stopTime = Clock::now();
+  m_stopAt = StopBoundary::Now;
+  m_stopTime = base::Clock::now();
   m_cancel = true;
   m_sink.pause();
 }
 
 void Job::changed() {
-  m_wake.notify_all();
-  m_done.notify_all();
+  m_wake.notifyAll();
+  m_done.notifyAll();
 }
 
-// Callbacks are many and short, so none of them wakes those who wait. Looking again after the grace
-// at the latest is soon enough: a callback that has begun meanwhile has some of its own left.
-Job::Waited Job::wait() {
-  const Held held(m_lock);
+// Callbacks are many and short, so they do not wake waiting threads. Checking again after the grace
+// period at the latest is soon enough: a callback that has begun meanwhile still has time left.
+Job::WaitResult Job::wait() {
+  const base::ScopedLock held(m_lock);
   while (!m_over) {
-    const Clock::time_point now = Clock::now();
-    const Clock::time_point limit = hangLimit();
-    if (now >= limit) return Waited::CallbackHangs;
-    waitUntil(m_done, m_lock, std::min(limit, now + kCallbackGrace));
+    const base::Clock::time_point now = base::Clock::now();
+    const base::Clock::time_point limit = hangLimit();
+    if (now >= limit) return WaitResult::CallbackHangs;
+    m_done.waitUntil(m_lock, std::min(limit, now + kCallbackGrace));
   }
-  return Waited::Over;
+  return WaitResult::Over;
 }
 
-// Until when the callback that is running may run, for those who wait; the end of time when none
-// does, or while the sound goes on by itself.
-Clock::time_point Job::hangLimit() {
-  if (!m_inCallback || (m_paused && !m_ending)) return Clock::time_point::max();
-  Clock::time_point silent = m_callbackBegan;
-  if (m_stopAt == Place::Now) {
+// Returns the time from which on the running callback counts as hanging: the grace period after the
+// audio has ended, or has run out because of the callback. The end of time if no callback is
+// running, or while the job is paused.
+base::Clock::time_point Job::hangLimit() {
+  if (!m_inCallback || (m_paused && !m_ending)) return base::Clock::time_point::max();
+  base::Clock::time_point silent = m_callbackBegan;
+  if (m_stopAt == StopBoundary::Now) {
     silent = std::max(silent, m_stopTime);
   } else if (!m_ending) {
     silent = std::max(silent, m_sink.dueAt(m_written));

@@ -5,46 +5,49 @@
 #include <memory>
 #include <utility>
 
-#include "annotations.h"
+#include "base/threads/Mutex.h"
 #include "cst/diag.h"
 
 namespace kavrel {
 
 namespace {
 
-// How many calls of observers are running on this thread, one inside the other.
+// Number of nested observer calls on this thread.
 thread_local int depth = 0;
 
-class Registry {
+class ObserverRegistry {
  public:
-  static Registry& shared() {
-    // Never destroyed: jobs may speak while the process ends.
-    static Registry& registry = *new Registry;
+  static ObserverRegistry& shared() {
+    // Never destroyed: jobs may speak while the process exits.
+    static ObserverRegistry& registry = *new ObserverRegistry;
     return registry;
   }
 
   bool isOn() const { return m_on.load(std::memory_order_acquire); }
 
+  // The new observer is allocated before the lock is taken, so that a failure changes nothing. A
+  // call from inside an observer must not wait for itself.
   void set(kavrel_observer_t observer, void* user) EXCLUDES(m_lock) {
     auto next =
         observer != nullptr ? std::make_shared<Observer>(Observer{observer, user}) : nullptr;
-    const Held held(m_lock);
+    const base::ScopedLock held(m_lock);
     const std::shared_ptr<Observer> previous = std::exchange(m_current, std::move(next));
     m_on.store(m_current != nullptr, std::memory_order_release);
     if (previous == nullptr || depth > 0) return;
     while (previous->running > 0) m_returned.wait(m_lock);
   }
 
+  // The count of running calls is what set() waits for.
   void call(const kavrel_observation& observation) EXCLUDES(m_lock) {
-    const Held held(m_lock);
+    const base::ScopedLock held(m_lock);
     const std::shared_ptr<Observer> observer = m_current;
     if (observer == nullptr) return;
     ++observer->running;
     {
-      const Released released(m_lock);
+      const base::ScopedUnlock released(m_lock);
       callOut(*observer, observation);
     }
-    if (--observer->running == 0 && observer != m_current) m_returned.notify_all();
+    if (--observer->running == 0 && observer != m_current) m_returned.notifyAll();
   }
 
  private:
@@ -59,34 +62,35 @@ class Registry {
     try {
       observer.function(&observation, observer.user);
     } catch (...) {
-      KAVREL_DIAG("Observer", "An observer has thrown.");
+      KAVREL_DIAG("Observer", "An observer has thrown an exception.");
     }
     --depth;
   }
 
   std::atomic<bool> m_on = false;
-  Mutex m_lock;
-  Condition m_returned;  // with m_lock: the last call of an observer that was replaced is over
+  base::Mutex m_lock;
+  base::Condition m_returned;  // with m_lock: the last call of a replaced observer has returned
   std::shared_ptr<Observer> m_current GUARDED_BY(m_lock);  // null: none
 };
 
 }  // namespace
 
 bool isObserved() {
-  return Registry::shared().isOn();
+  return ObserverRegistry::shared().isOn();
 }
 
 void observe(const kavrel_observation& observation) noexcept {
-  Registry::shared().call(observation);
+  ObserverRegistry::shared().call(observation);
 }
 
 }  // namespace kavrel
 
 kavrel_result_t kavrel_set_observer(kavrel_observer_t observer, void* user) {
   try {
-    kavrel::Registry::shared().set(observer, user);
+    kavrel::ObserverRegistry::shared().set(observer, user);
     return KAVREL_SUCCESS;
   } catch (...) {
+    KAVREL_DIAG("Observer", "Out of memory.");
     return KAVREL_INTERNAL_ERROR;
   }
 }

@@ -2,17 +2,18 @@
 //
 // The one observer of the process (kavrel_observer.h).
 //
-// Everything here may be called on any thread.
+// Threads: all functions may be called on any thread.
 #pragma once
 
 #include "kavrel_observer.h"
 
 namespace kavrel {
 
-// Whether there is one. Costs next to nothing.
+// Returns true if there is an observer. One atomic load.
 bool isObserved();
 
-// Calls it, if there is one; what it throws is kept here. To be called under no lock.
+// Calls the observer, if there is one. Exceptions are caught and reported as a diagnostic line. The
+// caller must hold no lock.
 void observe(const kavrel_observation& observation) noexcept;
 
 }  // namespace kavrel

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 //
-// A producer that can be ahead of whoever takes its pieces: it then produces on a thread of its
-// own, and stops when a few pieces are waiting to be taken.
+// A producer that can run ahead of its consumer: a bounded queue (a ring buffer of two outcomes)
+// between a thread of its own and the consumer.
 //
-// Used by one thread, apart from that one.
+// Threads: used by one thread, the consumer, apart from its own thread.
 #pragma once
 
 #include <array>
@@ -15,49 +15,50 @@
 #include <string_view>
 #include <thread>
 
-#include "annotations.h"
+#include "base/threads/Mutex.h"
 #include "job/producer.h"
 
 namespace kavrel {
 
 class Pipeline {
  public:
-  // As for Producer. Not `ahead`, or when the system refuses a thread: pieces are produced as they
-  // are asked for.
+  // Arguments as for Producer. If `ahead` is false, or if the system refuses a thread, segments are
+  // produced when next() is called.
   Pipeline(std::string_view text, const Voice& voice, std::atomic<bool>& cancel, bool ahead);
 
-  // Sets `cancel`, and waits for a piece that is in production.
+  // Sets `cancel`, and waits for the segment in production.
   ~Pipeline();
   Pipeline(const Pipeline&) = delete;
   Pipeline& operator=(const Pipeline&) = delete;
 
-  // As Producer::next(), what it throws included; not to be called again after the end or a
-  // failure.
-  Producer::Result next(Piece& piece) EXCLUDES(m_lock);
+  // As Producer::next(), including its exceptions. Must not be called again after the end, a
+  // failure or an exception.
+  Producer::Result next(SpeechSegment& segment) EXCLUDES(m_lock);
 
   const std::string& error() const { return m_producer.error(); }
 
  private:
+  // What one call of Producer::next() returned or threw.
   struct Outcome {
     Producer::Result result = Producer::Result::End;
-    Piece piece;
+    SpeechSegment segment;
     std::exception_ptr thrown;
   };
 
   void run() EXCLUDES(m_lock);
   Outcome produce() noexcept;
 
-  Producer m_producer;  // used by the thread, if there is one, until its last outcome
+  Producer m_producer;  // used by the thread, if there is one, until its last outcome is stored
   std::atomic<bool>& m_cancel;
 
-  Mutex m_lock;
-  Condition m_changed;  // with m_lock
-  // Not yet taken, from the m_taken'th on; more would only cost memory, for a piece is far more
-  // work to produce than to take.
+  base::Mutex m_lock;
+  base::Condition m_changed;  // with m_lock
+  // A ring buffer of the outcomes that have not been taken. Two are enough: producing a segment
+  // takes far longer than consuming it, so a longer queue would only cost memory.
   std::array<Outcome, 2> m_outcomes GUARDED_BY(m_lock);
   std::size_t m_produced GUARDED_BY(m_lock) = 0;
   std::size_t m_taken GUARDED_BY(m_lock) = 0;
-  bool m_givenUp GUARDED_BY(m_lock) = false;
+  bool m_abandoned GUARDED_BY(m_lock) = false;  // the consumer takes no more outcomes
 
   std::optional<std::thread> m_thread;
 };

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 //
-// The produced part of a job that has not been heard yet, on one count of samples from the job's
-// start. Used by one thread at a time.
+// The produced part of a job that has not been heard yet: two double-ended queues, one of audio and
+// one of events, on one sample count from the job's start. Segments are appended at the end; what
+// has been heard is dropped at the front. Used by one thread at a time.
 #pragma once
 
 #include <cstdint>
@@ -10,48 +11,52 @@
 #include <span>
 #include <vector>
 
-#include "job/piece.h"
+#include "job/segment.h"
 
 namespace kavrel {
 
 class Timeline {
  public:
-  void append(Piece&& piece);
+  // Appends a segment. Its events are clamped to its length.
+  void append(SpeechSegment&& segment);
 
-  // Where the next piece will go.
+  // The end of the produced audio, in samples: where the next segment will begin.
   std::uint64_t end() const { return m_end; }
 
-  // Samples from `position` on, at least one and at most `limit`; `position` has not been forgotten
-  // and lies in front of end(). Good until the next append or forget.
+  // Returns samples from `position` on, at least one and at most `limit`. `position` must be before
+  // end() and not discarded. Valid until the next append or discard.
   std::span<const std::int16_t> samplesAt(std::uint64_t position, std::size_t limit) const;
 
-  // The first entry that has not been taken; null when there is none.
-  const Entry* nextEntry() const;
-  // Takes it. Good until the next append or forget.
-  const Entry& takeEntry();
+  // Returns the first event that has not been taken; null if there is none.
+  const TimedEvent* nextEvent() const;
+  // Takes that event. The result is valid until the next append or discard.
+  const TimedEvent& takeEvent();
 
-  // A place where speech can be cut: at `sample`, in front of the entry with number `entry`.
-  struct Cut {
+  // A boundary where a stop or pause takes effect: at `sample`, before the event with number
+  // `event`, counted from the job's start.
+  struct Boundary {
     std::uint64_t sample = 0;
-    std::uint64_t entry = 0;
+    std::uint64_t event = 0;
   };
 
-  // How many entries have been taken, which is the number of nextEntry().
+  // The number of events taken since the job's start, which is also the number of nextEvent().
   std::uint64_t takenCount() const { return m_dropped + m_taken; }
 
-  // How many entries have not been taken.
-  std::size_t waitingCount() const { return m_entries.size() - m_taken; }
+  // The number of events that have not been taken.
+  std::size_t waitingCount() const { return m_events.size() - m_taken; }
 
-  // The first place at or after `heard` where the current word (`sentence`: sentence) is over and
-  // nothing of what follows has begun. None: it has not been produced yet.
-  std::optional<Cut> findCut(std::uint64_t heard, bool sentence) const;
+  // Returns the first boundary at or after sample `heard`: the end of the current word, or of the
+  // current sentence if `sentence` is set, before anything that follows has begun. Returns nullopt
+  // if it has not been produced yet.
+  std::optional<Boundary> findBoundary(std::uint64_t heard, bool sentence) const;
 
-  // Drops the samples in front of `position`, and the entries up to it that have been taken. All of
-  // it has been heard.
-  void forget(std::uint64_t position);
+  // Drops the samples before `position`, and the taken events up to it. All of them have been
+  // heard.
+  void discard(std::uint64_t position);
 
  private:
-  struct Stretch {
+  // The audio of one segment.
+  struct Block {
     std::uint64_t begin = 0;
     std::vector<std::int16_t> samples;
     std::uint64_t silence = 0;
@@ -59,10 +64,10 @@ class Timeline {
     std::uint64_t end() const { return begin + samples.size() + silence; }
   };
 
-  std::deque<Stretch> m_stretches;
-  std::deque<Entry> m_entries;
-  std::size_t m_taken = 0;      // how many of m_entries, from the front
-  std::uint64_t m_dropped = 0;  // how many entries there were in front of m_entries
+  std::deque<Block> m_blocks;
+  std::deque<TimedEvent> m_events;
+  std::size_t m_taken = 0;      // number of taken events at the front of m_events
+  std::uint64_t m_dropped = 0;  // number of events dropped from m_events
   std::uint64_t m_end = 0;
 };
 

@@ -9,6 +9,7 @@ namespace kavrel {
 
 namespace {
 
+// As for a device, so that jobs behave the same.
 constexpr std::uint64_t kLead = kSampleRate / 2;
 
 }  // namespace
@@ -28,12 +29,12 @@ std::uint64_t ClockSink::lead() const {
 
 std::uint64_t ClockSink::heard() {
   if (m_paused) return m_base;
-  return std::min(m_written, m_base + samplesIn(Clock::now() - m_since));
+  return std::min(m_written, m_base + samplesIn(base::Clock::now() - m_since));
 }
 
-Clock::time_point ClockSink::dueAt(std::uint64_t position) {
+base::Clock::time_point ClockSink::dueAt(std::uint64_t position) {
   if (position <= m_base) return m_since;
-  if (m_paused) return Clock::time_point::max();
+  if (m_paused) return base::Clock::time_point::max();
   return m_since + timeOf(position - m_base);
 }
 
@@ -45,10 +46,11 @@ void ClockSink::pause() {
 
 void ClockSink::resume() {
   if (!m_paused) return;
-  m_since = Clock::now();
+  m_since = base::Clock::now();
   m_paused = false;
 }
 
+// What has been heard cannot be taken back.
 std::uint64_t ClockSink::takeBack(std::uint64_t position) {
   m_written = std::clamp(position, heard(), m_written);
   return m_written;
@@ -58,11 +60,11 @@ bool ClockSink::finish() {
   return true;
 }
 
-// When all that was written has been heard, time starts again with what comes next.
+// Else the time without samples would count for the next ones.
 void ClockSink::settle() {
   if (m_paused || heard() < m_written) return;
   m_base = m_written;
-  m_since = Clock::now();
+  m_since = base::Clock::now();
 }
 
 }  // namespace kavrel

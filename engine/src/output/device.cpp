@@ -9,20 +9,21 @@
 #include <cubeb/cubeb.h>
 #include <unistd.h>
 
-#include "annotations.h"
+#include "base/threads/Clock.h"
+#include "base/threads/Mutex.h"
 #include "output/playback.h"
-#include "synth/synthesiser.h"
+#include "sample_rate.h"
 
 namespace kavrel {
 
 namespace {
 
-// How much sound the device is given ahead. With less, a machine that has much to do leaves gaps; a
-// pause is as quick with more, since the server drops what it has not played.
+// The device's buffer, in samples. A smaller one causes gaps on a busy machine; a larger one would
+// not make a pause slower, since the server drops what it has not played.
 constexpr std::uint32_t kLatency = kSampleRate / 10;
 
-// Where there is no sound server, finding that out takes some milliseconds, so those who ask within
-// this time get the same answer.
+// Without a sound server, cubeb needs some milliseconds to find that out, so the failure is
+// remembered for this time.
 constexpr std::chrono::milliseconds kRetryAfter(250);
 
 constexpr const char* kProgramName = "Kavrel";
@@ -45,13 +46,14 @@ const std::string& usualSoundDevice() {
   return name;
 }
 
-// cubeb's context, while it lives.
+// RAII owner of a cubeb context.
 class DeviceStream::Context {
  public:
-  // The one that others use, or a new one. Null when there is no sound output.
+  // Returns the context that is in use, or a new one; null if there is no sound output.
   static std::shared_ptr<Context> shared();
 
   ~Context() {
+    // In a forked child, the connection and the thread are the parent's.
     if (m_owner == ::getpid()) cubeb_destroy(m_handle);
   }
   Context(const Context&) = delete;
@@ -59,7 +61,8 @@ class DeviceStream::Context {
 
   cubeb* handle() const { return m_handle; }
 
-  // A stream has failed. The next user gets a new context, and with it a server that has come back.
+  // Called when a stream has failed. The next user gets a new context, and so can reach a sound
+  // server that has been restarted.
   void retire() { m_retired.store(true, std::memory_order_relaxed); }
 
   bool isUsable() const {
@@ -68,9 +71,9 @@ class DeviceStream::Context {
 
  private:
   struct Current {
-    Mutex lock;
+    base::Mutex lock;
     std::weak_ptr<Context> context GUARDED_BY(lock);
-    Clock::time_point retryAt GUARDED_BY(lock);
+    base::Clock::time_point retryAt GUARDED_BY(lock);
   };
 
   explicit Context(cubeb* handle) : m_handle(handle) {}
@@ -83,18 +86,18 @@ class DeviceStream::Context {
 std::shared_ptr<DeviceStream::Context> DeviceStream::Context::shared() {
   // Never destroyed, for threads that speak while the process exits.
   static Current& current = *new Current;
-  const Held held(current.lock);
+  const base::ScopedLock held(current.lock);
   if (auto context = current.context.lock(); context != nullptr && context->isUsable()) {
     return context;
   }
-  if (Clock::now() < current.retryAt) return nullptr;
+  if (base::Clock::now() < current.retryAt) return nullptr;
   cubeb* handle = nullptr;
   std::uint32_t channels = 0;
   const bool ready = cubeb_init(&handle, kProgramName, nullptr) == CUBEB_OK;
-  // A way to sound without anything behind it shows only here.
+  // A backend without a server or device passes cubeb_init and fails here.
   if (!ready || cubeb_get_max_channel_count(handle, &channels) != CUBEB_OK) {
     if (ready) cubeb_destroy(handle);
-    current.retryAt = Clock::now() + kRetryAfter;
+    current.retryAt = base::Clock::now() + kRetryAfter;
     return nullptr;
   }
   std::shared_ptr<Context> context(new Context(handle));
@@ -104,26 +107,26 @@ std::shared_ptr<DeviceStream::Context> DeviceStream::Context::shared() {
 
 namespace {
 
-// The output devices of a context.
-class Collection {
+// RAII owner of the list of output devices of a context.
+class DeviceList {
  public:
-  explicit Collection(cubeb* context) : m_context(context) {
-    m_found = cubeb_enumerate_devices(context, CUBEB_DEVICE_TYPE_OUTPUT, &m_collection) == CUBEB_OK;
+  explicit DeviceList(cubeb* context) : m_context(context) {
+    m_found = cubeb_enumerate_devices(context, CUBEB_DEVICE_TYPE_OUTPUT, &m_devices) == CUBEB_OK;
   }
-  ~Collection() {
-    if (m_found) cubeb_device_collection_destroy(m_context, &m_collection);
+  ~DeviceList() {
+    if (m_found) cubeb_device_collection_destroy(m_context, &m_devices);
   }
-  Collection(const Collection&) = delete;
-  Collection& operator=(const Collection&) = delete;
+  DeviceList(const DeviceList&) = delete;
+  DeviceList& operator=(const DeviceList&) = delete;
 
   std::span<const cubeb_device_info> devices() const {
     if (!m_found) return {};
-    return {m_collection.device, m_collection.count};
+    return {m_devices.device, m_devices.count};
   }
 
  private:
   cubeb* const m_context;
-  cubeb_device_collection m_collection{};
+  cubeb_device_collection m_devices{};
   bool m_found = false;
 };
 
@@ -131,9 +134,9 @@ bool isUsable(const cubeb_device_info& device) {
   return device.device_id != nullptr && device.state == CUBEB_DEVICE_STATE_ENABLED;
 }
 
-// Null when there is no device of that name.
-cubeb_devid findDevice(const Collection& collection, const std::string& name) {
-  for (const cubeb_device_info& device : collection.devices()) {
+// Returns null if there is no device of that name.
+cubeb_devid findDevice(const DeviceList& list, const std::string& name) {
+  for (const cubeb_device_info& device : list.devices()) {
     if (isUsable(device) && name == device.device_id) return device.devid;
   }
   return nullptr;
@@ -141,12 +144,13 @@ cubeb_devid findDevice(const Collection& collection, const std::string& name) {
 
 }  // namespace
 
+// A device without a description is described by its name.
 std::vector<SoundDevice> soundDevices() {
   const auto context = DeviceStream::Context::shared();
   if (context == nullptr) return {};
-  const Collection collection(context->handle());
+  const DeviceList list(context->handle());
   std::vector<SoundDevice> found;
-  for (const cubeb_device_info& device : collection.devices()) {
+  for (const cubeb_device_info& device : list.devices()) {
     if (!isUsable(device)) continue;
     const char* const description = device.friendly_name;
     found.push_back({device.device_id, description != nullptr ? description : device.device_id,
@@ -155,7 +159,7 @@ std::vector<SoundDevice> soundDevices() {
   return found;
 }
 
-// cubeb's stream, with what it calls back.
+// The cubeb stream and its callbacks, kept out of the header.
 struct DeviceStream::Handle {
   ~Handle() {
     if (stream == nullptr) return;
@@ -163,7 +167,7 @@ struct DeviceStream::Handle {
     cubeb_stream_destroy(stream);
   }
 
-  // On cubeb's thread, which serves all streams: nothing here may wait.
+  // Runs on cubeb's thread, which serves all streams: must not block.
   static long onData(cubeb_stream* /*stream*/, void* user, const void* /*input*/, void* output,
                      long frames) {
     auto& self = *static_cast<DeviceStream*>(user);
@@ -173,7 +177,7 @@ struct DeviceStream::Handle {
   }
 
   static void onState(cubeb_stream* /*stream*/, void* user, cubeb_state state) {
-    if (state == CUBEB_STATE_ERROR) static_cast<DeviceStream*>(user)->lose();
+    if (state == CUBEB_STATE_ERROR) static_cast<DeviceStream*>(user)->markLost();
   }
 
   cubeb_stream* stream = nullptr;
@@ -188,22 +192,23 @@ std::unique_ptr<DeviceStream> DeviceStream::open(const std::string& name, Playba
                                                  std::string& why) {
   auto context = Context::shared();
   if (context == nullptr) {
-    why = "there is no sound output";
+    why = "no sound output";
     return nullptr;
   }
-  // The device is known by a part of the collection, which has to live until the stream is open.
-  std::optional<Collection> collection;
+  // The device id points into the list, which must exist until the stream is open.
+  std::optional<DeviceList> list;
   cubeb_devid device = nullptr;
   if (!name.empty()) {
-    device = findDevice(collection.emplace(context->handle()), name);
+    device = findDevice(list.emplace(context->handle()), name);
     if (device == nullptr) {
-      why = "there is no sound device \"" + name + "\"";
+      why = "no sound device is called \"" + name + "\"";
       return nullptr;
     }
   }
   std::unique_ptr<DeviceStream> stream(new DeviceStream(std::move(context), source));
   cubeb_stream_params params{CUBEB_SAMPLE_S16NE, kSampleRate, 1, CUBEB_LAYOUT_MONO,
                              CUBEB_STREAM_PREF_NONE};
+  // Some backends refuse a buffer below their minimum.
   std::uint32_t least = 0;
   cubeb* const handle = stream->m_context->handle();
   if (cubeb_get_min_latency(handle, &params, &least) != CUBEB_OK) least = 0;
@@ -218,7 +223,8 @@ std::unique_ptr<DeviceStream> DeviceStream::open(const std::string& name, Playba
   return stream;
 }
 
-void DeviceStream::lose() {
+// Called on cubeb's thread.
+void DeviceStream::markLost() {
   m_context->retire();
   m_lost.store(true, std::memory_order_release);
 }

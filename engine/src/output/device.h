@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 //
-// Sound devices, through cubeb: which there are, and streams of samples to them.
+// Sound devices, through cubeb: the list of devices, and audio streams to them.
 //
-// cubeb's context, which has a connection and a thread of its own, is there only while somebody
-// uses it, and is shared by all who do; an idle engine has neither. It is never taken down because
-// the process exits, and not touched in a process that was forked off meanwhile.
+// A cubeb context has a connection to the sound server and a thread. It exists only while it is
+// used, and is shared by all its users; an idle engine has none. It is not destroyed at process
+// exit, and not used in a forked child.
 //
-// Threads: the functions may be called on any thread, under no lock that a Playback's user holds;
-// they may take some milliseconds, those that open things as long as the system's sound server lets
-// them wait. The objects are used by one thread at a time.
+// Threads: the functions may be called on any thread, but under no lock that a user of a Playback
+// holds. They may take some milliseconds; functions that open something take as long as the sound
+// server makes them wait. Each object is used by one thread at a time.
 #pragma once
 
 #include <atomic>
@@ -22,29 +22,28 @@ namespace kavrel {
 
 class Playback;
 
-// False when the environment says that there is to be no sound output (KAVREL_AUDIO=none), which is
-// looked at once.
+// Returns false if the environment variable KAVREL_AUDIO is "none". It is read once.
 bool soundOutputIsWanted();
 
-// The device that the environment names for those who ask for none (KAVREL_AUDIO_DEVICE), which is
-// looked at once; empty: the default one.
+// Returns the name of the device for ports that name none: the environment variable
+// KAVREL_AUDIO_DEVICE, which is read once. Empty: the system's default device.
 const std::string& usualSoundDevice();
 
 struct SoundDevice {
-  std::string name;         // what to ask for it by
+  std::string name;         // for DeviceStream::open
   std::string description;  // for people
   bool isDefault = false;
 };
 
-// The devices that can be spoken to. None: there is no sound output.
+// Returns the output devices that are enabled; an empty list if there is no sound output.
 std::vector<SoundDevice> soundDevices();
 
-// A stream of samples to a device, at kSampleRate. It plays what `source` has, and silence where
-// that has nothing.
+// A stream of samples to a device, at kSampleRate. It plays the samples of a Playback, and silence
+// while that has none.
 class DeviceStream {
  public:
-  // A stream that does not play yet, to the device `name`, or to the default one for an empty name.
-  // `source` must outlive it. Null, with a message in `why`, when there is none.
+  // Opens a stream, stopped, to the device `name`, or to the default device if `name` is empty.
+  // `source` must outlive the stream. Returns null, with a message in `why`, on failure.
   static std::unique_ptr<DeviceStream> open(const std::string& name, Playback& source,
                                             std::string& why);
 
@@ -52,17 +51,17 @@ class DeviceStream {
   DeviceStream(const DeviceStream&) = delete;
   DeviceStream& operator=(const DeviceStream&) = delete;
 
-  // Plays on from where it was stopped. False when the device does not.
+  // Starts, or continues where it was stopped. Returns false on failure.
   bool start();
 
-  // Is silent when this returns, but for what the device itself cannot take back, and stays at the
-  // frame where it is.
+  // Stops at the current frame. Nothing is heard after the return, except what the device has
+  // buffered and cannot drop.
   void stop();
 
-  // How many frames have been heard. None: not known at this moment.
+  // Returns the number of frames that have been heard; nullopt if it is unknown at this moment.
   std::optional<std::uint64_t> position();
 
-  // The device or its server has gone; nothing is heard any more.
+  // Returns true if the device or its server is gone: nothing more is heard.
   bool isLost() const { return m_lost.load(std::memory_order_acquire); }
 
  private:
@@ -72,7 +71,7 @@ class DeviceStream {
   friend std::vector<SoundDevice> soundDevices();
 
   DeviceStream(std::shared_ptr<Context> context, Playback& source);
-  void lose();
+  void markLost();
 
   const std::shared_ptr<Context> m_context;
   Playback& m_source;

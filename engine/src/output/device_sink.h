@@ -1,19 +1,20 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 //
-// A sink that is heard on a sound device.
+// A sink that plays on a sound device.
 //
-// The stream to the device is opened with the first sound and closed at the end. Where there is no
-// device, and from the moment when it is lost, the clock takes its place: the job goes on from
-// where it is, in silence and in the same time. The next job tries the device again.
+// The stream to the device is opened with the first audio and closed at the end. If there is no
+// device, or from the moment when it is lost, a ClockSink replaces it: the job continues from the
+// same sample in real time, and nothing is heard. The next job tries the device again.
 //
-// Threads: as Sink says; a lock of its own lets a pause come while the job's thread writes. It is
-// never taken by the device's thread, which calls into the Playback alone.
+// Threads: as Sink. A lock of its own allows a pause while the job's thread writes. The device's
+// thread never takes it: that thread only calls into the Playback.
 #pragma once
 
 #include <memory>
 #include <optional>
 #include <string>
 
+#include "base/threads/Mutex.h"
 #include "output/clock_sink.h"
 #include "output/device.h"
 #include "output/playback.h"
@@ -31,7 +32,7 @@ class DeviceSink final : public Sink {
   std::uint64_t lead() const override;
   std::uint64_t heard() override;
   bool hasReached(std::uint64_t position) override;
-  Clock::time_point dueAt(std::uint64_t position) override;
+  base::Clock::time_point dueAt(std::uint64_t position) override;
   void pause() override;
   void resume() override;
   std::uint64_t takeBack(std::uint64_t position) override;
@@ -41,17 +42,19 @@ class DeviceSink final : public Sink {
   void open();
   void close();
   void start() REQUIRES(m_lock);
-  void look() REQUIRES(m_lock);
-  std::uint64_t heardFrames(Clock::time_point now) REQUIRES(m_lock);
-  void watch(bool moved, Clock::time_point now) REQUIRES(m_lock);
-  void goOnInSilence() REQUIRES(m_lock);
+  // Updates the members below with the device's state.
+  void poll() REQUIRES(m_lock);
+  std::uint64_t heardFrames(base::Clock::time_point now) REQUIRES(m_lock);
+  // Replaces a device that has stopped moving.
+  void watch(bool moved, base::Clock::time_point now) REQUIRES(m_lock);
+  void continueInSilence() REQUIRES(m_lock);
 
   const std::string m_device;
-  bool m_opened = false;  // or tried to; the job's thread only
+  bool m_opened = false;  // or failed to; used by the job's thread only
 
-  Mutex m_lock;
-  // Neither is there before the first sound. The clock takes precedence, once it is there; the
-  // stream is then left for the job's thread to close.
+  base::Mutex m_lock;
+  // All empty before the first audio. Once m_clock is set, it is used instead of the stream, which
+  // is then left to the job's thread to close.
   std::unique_ptr<Playback> m_playback GUARDED_BY(m_lock);
   std::unique_ptr<DeviceStream> m_stream GUARDED_BY(m_lock);
   std::optional<ClockSink> m_clock GUARDED_BY(m_lock);
@@ -60,16 +63,16 @@ class DeviceSink final : public Sink {
   bool m_paused GUARDED_BY(m_lock) = false;
   bool m_started GUARDED_BY(m_lock) = false;
 
-  // What was found when the device was last looked at.
-  Clock::time_point m_seenAt GUARDED_BY(m_lock);
-  std::uint64_t m_reported GUARDED_BY(m_lock) = 0;  // frames, as the device says
-  std::uint64_t m_frames GUARDED_BY(m_lock) = 0;    // as they are believed
+  // The device's state at the last poll.
+  base::Clock::time_point m_polledAt GUARDED_BY(m_lock);
+  std::uint64_t m_reported GUARDED_BY(m_lock) = 0;     // frames, as reported by the device
+  std::uint64_t m_heardFrames GUARDED_BY(m_lock) = 0;  // the same, limited to plausible values
   Playback::Heard m_heard GUARDED_BY(m_lock);
-  Clock::duration m_stuck GUARDED_BY(m_lock){};  // how long it has not moved
+  base::Clock::duration m_stuck GUARDED_BY(m_lock){};  // for how long the position has not moved
 
-  // Where and when the device last began to play.
+  // Frame and time of the last start.
   std::uint64_t m_anchorFrames GUARDED_BY(m_lock) = 0;
-  Clock::time_point m_anchorTime GUARDED_BY(m_lock);
+  base::Clock::time_point m_anchorTime GUARDED_BY(m_lock);
 };
 
 }  // namespace kavrel

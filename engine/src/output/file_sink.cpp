@@ -13,24 +13,25 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "synth/synthesiser.h"
+#include "sample_rate.h"
 
 namespace kavrel {
 
 namespace {
 
+// Samples per write; what a killed process can lose at most.
 constexpr std::size_t kBlockSamples = 16384;
-constexpr std::size_t kHeadSize = 54;
+constexpr std::size_t kHeaderSize = 54;
 constexpr std::size_t kSampleSize = 2;
 
-// Fills in an AIFF file's head, number by number.
-class Head {
+// The header of an AIFF file: FORM and COMM chunks, and the start of the SSND chunk.
+class AiffHeader {
  public:
-  // `samples`: how many follow.
-  explicit Head(std::uint64_t samples) {
+  // `samples`: the number of samples after the header.
+  explicit AiffHeader(std::uint64_t samples) {
     const std::uint64_t size = samples * kSampleSize;
     name("FORM");
-    number(kHeadSize - 8 + size, 4);
+    number(kHeaderSize - 8 + size, 4);
     name("AIFF");
     name("COMM");
     number(18, 4);
@@ -44,7 +45,7 @@ class Head {
     number(0, 4);  // block size: none
   }
 
-  const std::array<std::uint8_t, kHeadSize>& bytes() const { return m_bytes; }
+  const std::array<std::uint8_t, kHeaderSize>& bytes() const { return m_bytes; }
 
  private:
   void name(const char* fourCharacters) {
@@ -57,14 +58,15 @@ class Head {
     }
   }
 
-  // A floating-point number of 80 bits.
+  // An 80-bit extended floating-point number, as AIFF requires: exponent, then mantissa with an
+  // explicit leading 1.
   void rate(std::uint32_t perSecond) {
     const int zeros = std::countl_zero(std::uint64_t{perSecond});
     number(static_cast<std::uint64_t>(16383 + 63 - zeros), 2);
     number(std::uint64_t{perSecond} << zeros, 8);
   }
 
-  std::array<std::uint8_t, kHeadSize> m_bytes{};
+  std::array<std::uint8_t, kHeaderSize> m_bytes{};
   std::size_t m_end = 0;
 };
 
@@ -87,7 +89,7 @@ bool isEmpty(int file) {
 }  // namespace
 
 std::unique_ptr<FileSink> FileSink::open(const std::string& path, std::string& why) {
-  // Without waiting: a pipe that nobody reads must not hold the caller up.
+  // O_NONBLOCK: opening a pipe without a reader would block.
   const int file =
       ::open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, 0666);
   if (file < 0) {
@@ -95,7 +97,7 @@ std::unique_ptr<FileSink> FileSink::open(const std::string& path, std::string& w
     return nullptr;
   }
   if (::lseek(file, 0, SEEK_CUR) < 0) {
-    why = path + ": is not a file";
+    why = path + ": is not seekable";
     ::close(file);
     return nullptr;
   }
@@ -110,6 +112,7 @@ FileSink::~FileSink() {
   close();
 }
 
+// Collects samples into blocks: one write per block, and one for the header.
 bool FileSink::write(std::span<const std::int16_t> samples) {
   while (!samples.empty()) {
     const std::size_t count = std::min(samples.size(), kBlockSamples - m_block.size());
@@ -123,38 +126,41 @@ bool FileSink::write(std::span<const std::int16_t> samples) {
   return true;
 }
 
-// Sound is written in front of the head that counts it. What finds no room is left out.
+// Writes the block, then the header that counts it. If only a part fits on the disk or into an AIFF
+// file, that part is kept and the call fails.
 bool FileSink::flush() {
   if (!m_begun && !begin()) return false;
   const auto room = static_cast<std::size_t>(kMaxSamples - m_samples);
   const std::size_t count = std::min(m_block.size(), room);
   const std::size_t size = count * kSampleSize;
-  const std::size_t written = put(m_block.data(), size, kHeadSize + m_samples * kSampleSize);
+  const std::size_t written = put(m_block.data(), size, kHeaderSize + m_samples * kSampleSize);
   const std::string why = written < size           ? std::strerror(errno)
                           : count < m_block.size() ? "is as large as an AIFF file can be"
                                                    : "";
   m_samples += written / kSampleSize;
   m_block.clear();
-  if (why.empty()) return writeHead() || refuse(std::strerror(errno));
-  if (written > 0) writeHead();
+  if (why.empty()) return writeHeader() || refuse(std::strerror(errno));
+  if (written > 0) writeHeader();
   return refuse(why);
 }
 
-// Cuts off what the file held before once there is a head of ours.
-bool FileSink::writeHead() {
-  const Head head(m_samples);
-  if (put(head.bytes().data(), kHeadSize, 0) < kHeadSize) return false;
+// Writes the header. The first time, truncates the old contents afterwards: not before, since there
+// may be no room for the header.
+bool FileSink::writeHeader() {
+  const AiffHeader header(m_samples);
+  if (put(header.bytes().data(), kHeaderSize, 0) < kHeaderSize) return false;
   if (std::exchange(m_begun, true) || !isRegular(m_file)) return true;
-  return ::ftruncate(m_file, static_cast<off_t>(kHeadSize + m_samples * kSampleSize)) == 0;
+  return ::ftruncate(m_file, static_cast<off_t>(kHeaderSize + m_samples * kSampleSize)) == 0;
 }
 
 // How many of the bytes could be written; errno says why there were not more.
-std::size_t FileSink::put(const void* bytes, std::size_t count, std::uint64_t place) const {
+std::size_t FileSink::put(const void* bytes, std::size_t count, std::uint64_t offset) const {
   std::size_t done = 0;
   while (done < count) {
     const ssize_t written = ::pwrite(m_file, static_cast<const char*>(bytes) + done, count - done,
-                                     static_cast<off_t>(place + done));
+                                     static_cast<off_t>(offset + done));
     if (written < 0 && errno == EINTR) continue;
+    // No progress without an error can only be a full disk.
     if (written == 0) errno = ENOSPC;
     if (written <= 0) break;
     done += static_cast<std::size_t>(written);
@@ -162,14 +168,15 @@ std::size_t FileSink::put(const void* bytes, std::size_t count, std::uint64_t pl
   return done;
 }
 
-// Devices may be shared, and some file systems cannot lock. A file that held nothing has a head in
-// front of its first sound; what another one holds may still be wanted if there is no room.
+// Locks the file. Devices may be shared, and some file systems cannot lock; both are no failure. An
+// empty file gets a header before its first audio, so that it is valid at once. A file with
+// contents does not: if there is no room for the audio, the old contents are still there.
 bool FileSink::begin() {
   if (!isRegular(m_file)) return true;
   if (::flock(m_file, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
     return refuse("is being written by another job");
   }
-  return !isEmpty(m_file) || writeHead() || refuse(std::strerror(errno));
+  return !isEmpty(m_file) || writeHeader() || refuse(std::strerror(errno));
 }
 
 bool FileSink::close() {
@@ -181,6 +188,7 @@ bool FileSink::refuse(const std::string& why) {
   return false;
 }
 
+// An error on close counts, too: some file systems report a full disk only then.
 bool FileSink::finish() {
   const bool isWritten = m_error.empty() && flush();
   if (!close() && isWritten) return refuse(std::strerror(errno));
@@ -199,8 +207,8 @@ std::uint64_t FileSink::heard() {
   return m_heard;
 }
 
-Clock::time_point FileSink::dueAt(std::uint64_t /*position*/) {
-  return Clock::time_point::min();
+base::Clock::time_point FileSink::dueAt(std::uint64_t /*position*/) {
+  return base::Clock::time_point::min();
 }
 
 void FileSink::pause() {}

@@ -2,9 +2,12 @@
 //
 // A sink that writes an AIFF file: 16 bits, big-endian, mono.
 //
-// The file can be read from its first block on, at whatever moment the process is killed: each
-// block is followed by a head that counts it in. While it is being written the file is locked
-// against other sinks, of other processes too, where the file system can do that.
+// The file is a valid AIFF file from its first block on, even if the process is killed: each block
+// is written before the header that counts it. While it is being written, the file is locked
+// against other sinks, also of other processes, if the file system supports that.
+//
+// Threads: as Sink; it has no lock of its own. It owns the file descriptor. Failures are returned
+// with a message.
 #pragma once
 
 #include <cstdint>
@@ -18,12 +21,12 @@ namespace kavrel {
 
 class FileSink final : public Sink {
  public:
-  // The most samples that an AIFF file holds, its sizes being 32-bit numbers: 27 hours.
+  // Maximum number of samples in an AIFF file, whose sizes are 32-bit numbers: 27 hours.
   static constexpr std::uint64_t kMaxSamples = 0x7FFFFFE8;
 
-  // Makes sure that the file at `path` exists and can be written. Symbolic links are followed; what
-  // one cannot go back in, as pipes and terminals, is refused. What the file holds is kept until
-  // the first block of sound, or the end. Null, with a message in `why`, when it cannot be written.
+  // Opens the file at `path`, and creates it if it does not exist. Follows symbolic links; rejects
+  // what is not seekable, such as pipes and terminals. The file keeps its contents until the first
+  // block of audio, or the end. Returns null, with a message in `why`, if it cannot be written.
   static std::unique_ptr<FileSink> open(const std::string& path, std::string& why);
 
   ~FileSink() override;
@@ -32,7 +35,7 @@ class FileSink final : public Sink {
   void advance(std::uint64_t count) override;
   std::uint64_t lead() const override;
   std::uint64_t heard() override;
-  Clock::time_point dueAt(std::uint64_t position) override;
+  base::Clock::time_point dueAt(std::uint64_t position) override;
   void pause() override;
   void resume() override;
   std::uint64_t takeBack(std::uint64_t position) override;
@@ -40,18 +43,21 @@ class FileSink final : public Sink {
 
  private:
   FileSink(int file, std::string path);
+  // These return false, with a message in m_error, on failure.
   bool begin();
   bool flush();
-  bool writeHead();
-  std::size_t put(const void* bytes, std::size_t count, std::uint64_t place) const;
+  bool writeHeader();
+  // Writes at a position of the file. Returns how many bytes were written; if fewer than `count`,
+  // errno has the cause.
+  std::size_t put(const void* bytes, std::size_t count, std::uint64_t offset) const;
   bool close();
   bool refuse(const std::string& why);
 
   const std::string m_path;
   int m_file;                          // -1: closed
-  bool m_begun = false;                // the file is no longer as it was found
-  std::vector<std::uint16_t> m_block;  // in the file's byte order; not written yet
-  std::uint64_t m_samples = 0;         // written
+  bool m_begun = false;                // the file's old contents have been replaced
+  std::vector<std::uint16_t> m_block;  // samples not yet written, in the file's byte order
+  std::uint64_t m_samples = 0;         // number of samples in the file
   std::uint64_t m_heard = 0;
 };
 

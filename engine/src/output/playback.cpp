@@ -23,6 +23,8 @@ constexpr std::uint32_t endIn(std::uint64_t state) {
 
 Playback::Playback() : m_samples(std::make_unique<std::int16_t[]>(kCapacity)) {}
 
+// The samples are stored before the new end is published (release), so that the device never reads
+// a sample that is not there yet.
 void Playback::write(std::span<const std::int16_t> samples) {
   for (const std::int16_t sample : samples) m_samples[m_written++ % kCapacity] = sample;
   std::uint64_t state = m_state.load(std::memory_order_relaxed);
@@ -32,6 +34,7 @@ void Playback::write(std::span<const std::int16_t> samples) {
   }
 }
 
+// The device may claim samples in the meantime; the compare-and-swap then fails and is tried again.
 std::uint64_t Playback::takeBack(std::uint64_t position) {
   std::uint64_t state = m_state.load(std::memory_order_relaxed);
   std::uint64_t end = 0;
@@ -45,8 +48,8 @@ std::uint64_t Playback::takeBack(std::uint64_t position) {
   return end;
 }
 
-// Samples are claimed before they are copied: from then on they cannot be taken back, and their
-// places are not written again before they have been heard.
+// Samples are claimed before they are copied: from then on they cannot be taken back. Their slots
+// in the ring buffer are not reused before they have been heard.
 std::uint32_t Playback::claim(std::uint32_t wanted) {
   std::uint64_t state = m_state.load(std::memory_order_acquire);
   std::uint32_t count = 0;
@@ -66,6 +69,7 @@ bool Playback::hasRoomForGap() const {
   return m_head.load(std::memory_order_relaxed) - m_tail.load(std::memory_order_acquire) < kMaxGaps;
 }
 
+// The silence before the first sample is not an underrun.
 void Playback::leaveGap() {
   m_inGap = false;
   const bool first = m_taken.load(std::memory_order_relaxed) == 0;
@@ -74,6 +78,7 @@ void Playback::leaveGap() {
   }
 }
 
+// Extends the current gap, or begins a new one. The release makes it visible to the listener.
 void Playback::addSilence(std::uint64_t frame, std::uint64_t count) {
   const std::uint32_t head = m_head.load(std::memory_order_relaxed);
   if (m_inGap) {
@@ -88,7 +93,8 @@ void Playback::addSilence(std::uint64_t frame, std::uint64_t count) {
 }
 
 void Playback::take(std::span<std::int16_t> out) {
-  // What follows a gap may end in the next one, which needs a place.
+  // Samples after a gap may be followed by another gap, which needs a free slot in the list.
+  // Without one, the current gap is extended instead.
   std::size_t count = 0;
   if (!m_inGap || hasRoomForGap()) {
     const auto from = static_cast<std::uint32_t>(m_taken.load(std::memory_order_relaxed));
@@ -106,6 +112,7 @@ void Playback::take(std::span<std::int16_t> out) {
   m_given += out.size();
 }
 
+// Subtracts the gaps before `frames`, and removes those that are over.
 Playback::Heard Playback::heardAt(std::uint64_t frames) {
   const std::uint64_t taken = m_taken.load(std::memory_order_acquire);
   const std::uint32_t head = m_head.load(std::memory_order_acquire);
@@ -119,7 +126,7 @@ Playback::Heard Playback::heardAt(std::uint64_t frames) {
     if (frames < begin) break;
     silent += std::min(length, frames - begin);
     if (frames <= begin + length) since = frames - begin;
-    // The last one may still grow.
+    // The last gap may still grow.
     if (frames < begin + length || index + 1 == head) break;
     m_heardGaps += length;
     tail = index + 1;

@@ -1,14 +1,16 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 //
-// The samples between a job and a sound device, and the account of which of them have been heard.
+// A lock-free ring buffer of samples between a job and a sound device, and a record of which
+// samples have been heard.
 //
-// A device never stops asking: where there are no samples it is given silence, a gap. Positions
-// count the job's samples, frames count all that the device has been given.
+// A device asks for frames all the time: if there are no samples, it gets silence, a gap. Positions
+// count the job's samples; frames count everything that the device has been given, gaps included. A
+// second ring buffer lists the gaps, so that a frame can be converted to a position.
 //
-// Threads: three sides. [job] is the job's thread, [device] the thread on which the device asks;
-// any other thread may look up what has been heard, one at a time [listener]. No side waits for
-// another, takes a lock or allocates, so that a job's thread which gets no time cannot hold up the
-// sound.
+// Threads: three sides. [job] is the job's thread, [device] the thread on which the device asks for
+// frames, [listener] any thread that asks what has been heard, one at a time. No side waits for
+// another, takes a lock or allocates, so a job's thread that gets no processor time cannot block
+// the audio of others.
 #pragma once
 
 #include <array>
@@ -21,37 +23,39 @@ namespace kavrel {
 
 class Playback {
  public:
-  // The most samples that there may be between the written and the heard.
+  // Maximum number of samples that are written but not heard.
   static constexpr std::uint32_t kCapacity = 32768;
 
   Playback();
 
-  // Puts samples behind those that are there.  [job]
+  // Appends samples. The caller must not exceed kCapacity.  [job]
   void write(std::span<const std::int16_t> samples);
 
-  // Takes back what was written from `position` on, if the device does not have it yet. The new end
-  // of what is written is the result.  [job]
+  // Takes back the samples from `position` on that the device does not have yet. Returns the new
+  // end of the written samples.  [job]
   std::uint64_t takeBack(std::uint64_t position);
 
-  // The next gap is wanted, or nobody's fault.  [any thread]
+  // The next gap is intended, and not counted by gapCount().  [any thread]
   void allowGap() { m_gapAllowed.store(true, std::memory_order_relaxed); }
 
-  // Fills `out` with the next samples, or with silence behind the last.  [device]
+  // Fills `out` with the next samples, and with silence after the last one.  [device]
   void take(std::span<std::int16_t> out);
 
   struct Heard {
-    std::uint64_t position = 0;  // samples
-    std::uint64_t silence = 0;   // frames of silence since the last of them; 0 outside of gaps
+    std::uint64_t position = 0;  // samples heard
+    std::uint64_t silence = 0;   // frames of silence heard since then; 0 outside of gaps
   };
 
-  // What has been heard when the device has played `frames`. Asked again only for the same or
-  // more.  [listener]
+  // Returns what has been heard when the device has played `frames` frames. `frames` must not
+  // decrease from call to call.  [listener]
   Heard heardAt(std::uint64_t frames);
 
-  // How many gaps between two samples there have been that were not allowed.  [any thread]
+  // The number of gaps between samples that were not allowed by allowGap(): underruns.  [any
+  // thread]
   std::uint32_t gapCount() const { return m_gapCount.load(std::memory_order_relaxed); }
 
  private:
+  // A run of silence: its first frame and its number of frames.
   struct Gap {
     std::atomic<std::uint64_t> frame = 0;
     std::atomic<std::uint64_t> length = 0;
@@ -64,23 +68,24 @@ class Playback {
   void leaveGap();
   void addSilence(std::uint64_t frame, std::uint64_t count);
 
-  std::unique_ptr<std::int16_t[]> m_samples;  // kCapacity of them, in turn
+  std::unique_ptr<std::int16_t[]> m_samples;  // the ring buffer, kCapacity samples
 
-  // Which samples the device has claimed, in the upper half, and the end of those that are written,
-  // in the lower; both modulo 2^32. In one word, so that a sample is either claimed or taken back.
+  // Upper half: the end of the samples that the device has claimed. Lower half: the end of those
+  // that are written. Both modulo 2^32. They share one word, so that a sample is either claimed or
+  // taken back, never both.
   std::atomic<std::uint64_t> m_state = 0;
   std::uint64_t m_written = 0;  // [job]
 
   std::uint64_t m_given = 0;               // frames  [device]
-  std::atomic<std::uint64_t> m_taken = 0;  // samples that the device has
+  std::atomic<std::uint64_t> m_taken = 0;  // samples copied to the device
 
-  // Gaps that may not have been heard, in order, in turn: the device adds at the head, whoever
-  // listens removes at the tail.
+  // A ring buffer of the gaps that may not have been heard: the device appends at the head, the
+  // listener removes at the tail.
   std::array<Gap, kMaxGaps> m_gaps;
   std::atomic<std::uint32_t> m_head = 0;
   std::atomic<std::uint32_t> m_tail = 0;
   bool m_inGap = false;           // [device]
-  std::uint64_t m_heardGaps = 0;  // frames of the gaps that are removed  [listener]
+  std::uint64_t m_heardGaps = 0;  // frames of the gaps that were removed  [listener]
 
   std::atomic<bool> m_gapAllowed = false;
   std::atomic<std::uint32_t> m_gapCount = 0;

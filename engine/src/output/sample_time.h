@@ -1,28 +1,28 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 //
-// Samples as time, and back.
+// Conversion between samples and time. Integer arithmetic without overflow for any length of a job.
 #pragma once
 
 #include <chrono>
 #include <cstdint>
 
-#include "annotations.h"
-#include "synth/synthesiser.h"
+#include "base/threads/Clock.h"
+#include "sample_rate.h"
 
 namespace kavrel {
 
 constexpr std::uint64_t kNanosecondsInSecond = 1'000'000'000;
 
-// How many samples are over in `time`, which is not negative.
-inline std::uint64_t samplesIn(Clock::duration time) {
+// Returns how many samples have passed in `time`, which must not be negative. Rounded down.
+inline std::uint64_t samplesIn(base::Clock::duration time) {
   const auto whole = std::chrono::floor<std::chrono::seconds>(time);
   const auto rest = static_cast<std::uint64_t>(std::chrono::nanoseconds(time - whole).count());
   return static_cast<std::uint64_t>(whole.count()) * kSampleRate +
          rest * kSampleRate / kNanosecondsInSecond;
 }
 
-// Rounded up, so that samplesIn() of the result is not less than `samples`.
-inline Clock::duration timeOf(std::uint64_t samples) {
+// Returns the time of `samples`. Rounded up, so that samplesIn() of the result is not less.
+inline base::Clock::duration timeOf(std::uint64_t samples) {
   const std::uint64_t rest = samples % kSampleRate * kNanosecondsInSecond;
   return std::chrono::seconds(samples / kSampleRate) +
          std::chrono::nanoseconds((rest + kSampleRate - 1) / kSampleRate);

@@ -1,17 +1,17 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 //
-// Where a job's sound goes.
+// A sink: where a job's audio goes (device, file or clock).
 //
-// Positions count samples from the job's start. write() and finish() are called by the job's thread
-// under no lock, since they may take time; all other functions are called under the job's lock, on
-// any thread.
+// Positions count samples from the job's start.
+// Threads: write() and finish() are called on the job's thread, under no lock, since they may take
+// time. All other functions are called under the job's lock, on any thread.
 #pragma once
 
 #include <cstdint>
 #include <span>
 #include <string>
 
-#include "annotations.h"
+#include "base/threads/Clock.h"
 
 namespace kavrel {
 
@@ -19,37 +19,38 @@ class Sink {
  public:
   virtual ~Sink() = default;
 
-  // Takes the next samples. False, with a message in error(), when they cannot be taken.
+  // Writes the next samples. Returns false, with a message in error(), on failure.
   virtual bool write(std::span<const std::int16_t> samples) = 0;
 
-  // Called when write() has returned: `count` samples more may be heard.
+  // Called after write(), under the lock: `count` more samples may be heard.
   virtual void advance(std::uint64_t count) = 0;
 
-  // How far the writing is to be ahead of the hearing. 0: what is written counts as heard, and is
-  // written no further than to the next event.
+  // How many samples should be written ahead of what is heard. 0: samples count as heard when they
+  // are written; the job then writes up to the next event only.
   virtual std::uint64_t lead() const = 0;
 
-  // How much has been heard.
+  // The number of samples that have been heard.
   virtual std::uint64_t heard() = 0;
 
-  // Whether the sound at `position` has begun to be heard. A device takes a while for the first
-  // one.
+  // Returns true if the sample at `position` is being heard or has been heard. A device needs some
+  // time until the first sample is heard, although `heard() >= 0` holds from the start.
   virtual bool hasReached(std::uint64_t position) { return heard() >= position; }
 
-  // When `position` will have been heard, if nothing intervenes; the past when it has, the end of
-  // time while paused.
-  virtual Clock::time_point dueAt(std::uint64_t position) = 0;
+  // Returns when all samples before `position` will have been heard, if nothing intervenes: a time
+  // in the past if they have been, the end of time while paused.
+  virtual base::Clock::time_point dueAt(std::uint64_t position) = 0;
 
-  // Holds the sound at the very sample, and goes on from there.
+  // Pauses at the current sample, and resumes there.
   virtual void pause() = 0;
   virtual void resume() = 0;
 
-  // Takes back what was written from `position` on, as far as the sink can; it may be written
-  // again. The new end of what is written is the result. It may lie behind `position` even if that
-  // has not been heard; a pause there then holds what is left.
+  // Takes back samples that were written from `position` on, as far as the sink can; they may then
+  // be written again. Returns the new end of the written samples, which may be after `position`
+  // even if that has not been heard; a pause then keeps the rest for later.
   virtual std::uint64_t takeBack(std::uint64_t position) = 0;
 
-  // Nothing more comes. False, with a message in error(), when what was written is not safe.
+  // Called once, after the last write(). Returns false, with a message in error(), if written
+  // samples may be lost.
   virtual bool finish() = 0;
 
   const std::string& error() const { return m_error; }

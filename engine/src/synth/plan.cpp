@@ -17,35 +17,35 @@ namespace {
 // espeak-ng loses words when one clause has more than about 700 bytes or 250 commands.
 constexpr std::size_t kMaxText = 600;
 constexpr std::size_t kMaxCommands = 200;
-// Longer items are said in parts.
+// Longer items are spoken in parts.
 constexpr std::size_t kMaxCharacters = 120;
 constexpr std::size_t kMaxSpelled = 20;
 constexpr std::size_t kMaxPhones = 60;
 
-// What the synthesiser must be asked for, and how much longer the pauses must get that it then
-// makes, so that words and pauses are as much shorter or longer than at 180 words per minute as
-// they should be. Measured over three voices; between the lines it is straight. Above, it hurries
-// words unevenly, and from 450 on misplaces its events, so the sound of the last line is made
-// faster.
-struct Rate {
+// The synthesiser's rate setting for a rate in words per minute, and the factor for the pauses that
+// it then makes, so that both words and pauses follow the rate, with 180 words per minute as 1.
+// Measured over three voices; linear interpolation between the rows. Above the last row, espeak-ng
+// speeds words up unevenly, and from 450 on misplaces its events; faster speech is therefore made
+// from the last row by TimeScale.
+struct RateRow {
   double wordsPerMinute;
   double setting;
   double pauses;
 };
-constexpr std::array<Rate, 8> kRates = {{{Plan::kMinRate, 80, 0.75},
-                                         {91.7, 90, 0.71},
-                                         {101.8, 100, 0.73},
-                                         {121, 120, 0.79},
-                                         {141.5, 140, 0.85},
-                                         {180, 180, 1},
-                                         {198, 200, 1.09},
-                                         {216, 220, 1.2}}};
+constexpr std::array<RateRow, 8> kRates = {{{Plan::kMinRate, 80, 0.75},
+                                            {91.7, 90, 0.71},
+                                            {101.8, 100, 0.73},
+                                            {121, 120, 0.79},
+                                            {141.5, 140, 0.85},
+                                            {180, 180, 1},
+                                            {198, 200, 1.09},
+                                            {216, 220, 1.2}}};
 constexpr double kFastestOwn = kRates.back().wordsPerMinute;
 
 constexpr double kEmphasisVolume = 1.5;
 constexpr int kStrongEmphasis = 4;
 constexpr int kNormalEmphasis = 1;
-// Letters by their names, without a word about which are capitals.
+// The names of letters, without saying which are capitals.
 constexpr int kSpellCharacters = 18;
 constexpr wchar_t kMinus = L'\x2212';
 
@@ -60,25 +60,27 @@ bool isControl(wchar_t c) {
   return c < 0x20 || (c >= 0x7F && c < 0xA0);
 }
 
-Rate rateFor(double wordsPerMinute) {
+// Interpolates kRates. The rate is clamped to the table.
+RateRow rateFor(double wordsPerMinute) {
   const double rate = std::clamp(wordsPerMinute, Plan::kMinRate, kFastestOwn);
-  const auto upper = std::ranges::find_if(kRates.begin() + 1, kRates.end(), [rate](const Rate& at) {
-    return rate <= at.wordsPerMinute;
-  });
-  const Rate& from = *(upper - 1);
+  const auto upper =
+      std::ranges::find_if(kRates.begin() + 1, kRates.end(),
+                           [rate](const RateRow& at) { return rate <= at.wordsPerMinute; });
+  const RateRow& from = *(upper - 1);
   const double share = (rate - from.wordsPerMinute) / (upper->wordsPerMinute - from.wordsPerMinute);
   return {rate, std::lerp(from.setting, upper->setting, share),
           std::lerp(from.pauses, upper->pauses, share)};
 }
 
-// Behind a command the synthesiser takes no notice of a hyphen; a real minus sign it reads.
+// After a command, the synthesiser ignores a hyphen, but reads a real minus sign.
 bool leadsNumber(std::wstring_view characters) {
   return characters.size() > 1 && characters[0] == L'-' &&
          (isDigit(characters[1]) || characters[1] == L'.');
 }
 
-// `characters` as the synthesiser may see them: nothing that it takes for a command or for phones;
-// digits apart when they are to be read one by one.
+// Returns `characters` in a form that is safe for the synthesiser: without control characters,
+// which begin commands, and without "[[", which begins phones. `digitsApart` puts blanks between
+// digits, so that they are read one by one.
 std::wstring plainText(std::wstring_view characters, bool digitsApart) {
   std::wstring text;
   if (leadsNumber(characters)) {
@@ -99,29 +101,31 @@ std::wstring plainText(std::wstring_view characters, bool digitsApart) {
 
 Plan::Plan(const Sentence& sentence, const Voice& voice) : m_sentence(sentence), m_voice(voice) {}
 
-bool Plan::next(Step& step) {
-  step = Step();
+// Fills the call with items until it is full, then ends it at the last comma if there is one: a
+// pause is natural there. A break is a call of its own.
+bool Plan::next(SynthCall& call) {
+  call = SynthCall();
   if (m_item >= m_sentence.items.size()) return false;
   if (m_sentence.items[m_item].kind == Item::Kind::Break) {
-    step.isBreak = true;
-    step.breakItem = m_item++;
+    call.isBreak = true;
+    call.breakItem = m_item++;
     return true;
   }
   m_text.clear();
   m_commandCount = 0;
-  m_hasManner = false;
-  m_inForce = Manner();
-  m_cut = CutPoint();
+  m_hasSettings = false;
+  m_inForce = ResolvedStyle();
+  m_split = SplitPoint();
   while (m_item < m_sentence.items.size() && m_sentence.items[m_item].kind != Item::Kind::Break &&
          !isFull()) {
-    addItem(step);
+    addItem(call);
   }
   const bool atEnd = m_item >= m_sentence.items.size();
-  const bool atComma = !atEnd && isFull() && cutAtComma(step);
-  // Emphasis would stay in force for the calls of others.
+  const bool atComma = !atEnd && isFull() && splitAtComma(call);
+  // Else emphasis would stay in force for the calls of other ports.
   if (m_inForce.emphasis) addCommand(kNormalEmphasis, L'F');
-  step.input.text = m_text;
-  step.input.endPause = atEnd ? m_sentence.ends : atComma;
+  call.input.text = m_text;
+  call.input.endPause = atEnd ? m_sentence.ends : atComma;
   return true;
 }
 
@@ -129,16 +133,17 @@ bool Plan::isFull() const {
   return m_text.size() >= kMaxText || m_commandCount >= kMaxCommands;
 }
 
-void Plan::addItem(Step& step) {
+// Marks have no style of their own. An item that is spoken in parts has its mark before the first.
+void Plan::addItem(SynthCall& call) {
   const Item& item = m_sentence.items[m_item];
-  if (item.kind != Item::Kind::Mark) adopt(step, mannerFor(item.style));
-  if (m_part == 0) addMark(step, item);
+  if (item.kind != Item::Kind::Mark) applyStyle(call, resolve(item.style));
+  if (m_part == 0) addMark(call, item);
   switch (item.kind) {
     case Item::Kind::Word:
-      addWordPart(step, item);
+      addWordPart(call, item);
       break;
     case Item::Kind::Phones:
-      addPhonesPart(step, item);
+      addPhonesPart(call, item);
       break;
     case Item::Kind::Mark:
     case Item::Kind::Break:
@@ -147,37 +152,41 @@ void Plan::addItem(Step& step) {
   }
 }
 
-void Plan::addMark(Step& step, const Item& item) {
-  step.marks.push_back(m_item);
-  const auto number = static_cast<int>(step.marks.size());
+// A command inside a word would break the word apart, so a mark there is placed afterwards.
+void Plan::addMark(SynthCall& call, const Item& item) {
+  call.marks.push_back(m_item);
+  const auto number = static_cast<int>(call.marks.size());
   if (item.kind == Item::Kind::Mark && item.share < 1) {
-    step.input.innerMarks.push_back({number, item.share});
+    call.input.innerMarks.push_back({number, item.share});
   } else {
     addCommand(number, L'M');
   }
 }
 
-void Plan::addWordPart(Step& step, const Item& item) {
+// Adds the next part of the word, and moves on to the next item after the last part.
+void Plan::addWordPart(SynthCall& call, const Item& item) {
   const std::size_t limit = item.style.spellOut ? kMaxSpelled : kMaxCharacters;
   const std::wstring_view part = std::wstring_view(item.text).substr(m_part, limit);
   const std::wstring text = plainText(part, item.style.digits);
-  step.audible = step.audible || !text.empty();
+  call.audible = call.audible || !text.empty();
   m_text += text;
   m_text += L' ';
   m_part += part.size();
   if (m_part < item.text.size()) return;
   m_part = 0;
   ++m_item;
-  noteCutPoint(step, item);
+  noteSplitPoint(call, item);
 }
 
-void Plan::addPhonesPart(Step& step, const Item& item) {
+// Phones without a sound in the voice's language give an empty notation, which the synthesiser must
+// not see.
+void Plan::addPhonesPart(SynthCall& call, const Item& item) {
   const std::size_t count = std::min(kMaxPhones, item.phones.size() - m_part);
   const std::string notation =
       synthesiserInput(std::span(item.phones).subspan(m_part, count), m_voice.language());
   if (!notation.empty()) {
-    step.audible = true;
-    step.input.hasPhones = true;
+    call.audible = true;
+    call.input.hasPhones = true;
     m_text += L"[[" + std::wstring(notation.begin(), notation.end()) + L"]] ";
   }
   m_part += count;
@@ -186,54 +195,58 @@ void Plan::addPhonesPart(Step& step, const Item& item) {
   ++m_item;
 }
 
-// A long call is best ended where the speaker takes a breath anyway, but not near its beginning.
-void Plan::noteCutPoint(const Step& step, const Item& item) {
+// A long call is best ended where a speaker breathes anyway, but not in its first third.
+void Plan::noteSplitPoint(const SynthCall& call, const Item& item) {
   constexpr std::wstring_view kBreath = L",;:";
   if (item.text.empty() || m_text.size() < kMaxText / 3) return;
   if (kBreath.find(item.text.back()) == std::wstring_view::npos) return;
-  m_cut = {m_item,
-           m_text.size(),
-           step.marks.size(),
-           step.input.finishes.size(),
-           step.input.innerMarks.size(),
-           item.style.emphasis,
-           true};
+  m_split = {m_item,
+             m_text.size(),
+             call.marks.size(),
+             call.input.adjustments.size(),
+             call.input.innerMarks.size(),
+             item.style.emphasis,
+             true};
 }
 
-bool Plan::cutAtComma(Step& step) {
-  if (!m_cut.set) return false;
-  m_item = m_cut.item;
+// Restores the state at the split point; the items after it are planned again.
+bool Plan::splitAtComma(SynthCall& call) {
+  if (!m_split.set) return false;
+  m_item = m_split.item;
   m_part = 0;
-  m_text.resize(m_cut.textSize);
-  step.marks.resize(m_cut.marks);
-  step.input.finishes.resize(m_cut.finishes);
-  step.input.innerMarks.resize(m_cut.innerMarks);
-  m_inForce.emphasis = m_cut.emphasis;
+  m_text.resize(m_split.textSize);
+  call.marks.resize(m_split.marks);
+  call.input.adjustments.resize(m_split.adjustments);
+  call.input.innerMarks.resize(m_split.innerMarks);
+  m_inForce.emphasis = m_split.emphasis;
   return true;
 }
 
-Plan::Manner Plan::mannerFor(const Style& style) const {
-  Manner manner;
-  Synthesiser::Settings& settings = manner.settings;
+// Rate is shared by the synthesiser's setting, the pauses' factor and TimeScale; volume is done by
+// SynthAudio only.
+Plan::ResolvedStyle Plan::resolve(const Style& style) const {
+  ResolvedStyle resolved;
+  Synthesiser::Settings& settings = resolved.settings;
   const double wordsPerMinute = isSet(style.rate) ? style.rate : kDefaultRate;
-  const Rate rate = rateFor(wordsPerMinute);
+  const RateRow rate = rateFor(wordsPerMinute);
   settings.rate = static_cast<int>(std::lround(rate.setting));
-  manner.pauses = rate.pauses;
-  manner.speed = std::clamp(wordsPerMinute / kFastestOwn, 1.0, kMaxRate / kFastestOwn);
+  resolved.pauses = rate.pauses;
+  resolved.speed = std::clamp(wordsPerMinute / kFastestOwn, 1.0, kMaxRate / kFastestOwn);
   if (isSet(style.range)) settings.range = m_voice.rangeFor(style.range);
-  // A wider range would raise the voice, too.
+  // A wider range also raises the median pitch, so the pitch setting must compensate for it.
   if (isSet(style.pitch) || isSet(style.range)) {
     const double pitch = isSet(style.pitch) ? style.pitch : m_voice.ownPitch();
     settings.pitch = m_voice.pitchFor(pitch, settings.range);
   }
   double volume = isSet(style.volume) ? style.volume : 100;
   if (style.emphasis) volume *= kEmphasisVolume;
-  manner.volume = static_cast<int>(std::lround(std::min(volume, kMaxVolume)));
-  manner.emphasis = style.emphasis;
-  manner.spelling = style.spellOut;
-  return manner;
+  resolved.volume = static_cast<int>(std::lround(std::min(volume, kMaxVolume)));
+  resolved.emphasis = style.emphasis;
+  resolved.spelling = style.spellOut;
+  return resolved;
 }
 
+// espeak-ng's embedded commands: \x01, a number, a letter.
 void Plan::addCommand(int number, wchar_t letter) {
   m_text += L'\x01';
   m_text += std::to_wstring(number);
@@ -242,25 +255,28 @@ void Plan::addCommand(int number, wchar_t letter) {
   ++m_commandCount;
 }
 
-void Plan::adopt(Step& step, const Manner& manner) {
-  const Synthesiser::Settings& settings = manner.settings;
-  if (!m_hasManner) step.input.settings = m_inForce.settings = settings;
-  m_hasManner = true;
-  if (manner.volume != m_inForce.volume || manner.pauses != m_inForce.pauses ||
-      manner.speed != m_inForce.speed) {
-    const int mark = step.marks.empty() ? 0 : static_cast<int>(step.marks.size()) + 1;
-    step.input.finishes.push_back({mark, manner.volume, manner.pauses, manner.speed});
+// The first item's style becomes the call's settings, which cost nothing; later changes are
+// commands, which cost a few milliseconds of silence each.
+void Plan::applyStyle(SynthCall& call, const ResolvedStyle& resolved) {
+  const Synthesiser::Settings& settings = resolved.settings;
+  if (!m_hasSettings) call.input.settings = m_inForce.settings = settings;
+  m_hasSettings = true;
+  if (resolved.volume != m_inForce.volume || resolved.pauses != m_inForce.pauses ||
+      resolved.speed != m_inForce.speed) {
+    // The adjustment begins with the mark of the item that is added next.
+    const int mark = call.marks.empty() ? 0 : static_cast<int>(call.marks.size()) + 1;
+    call.input.adjustments.push_back({mark, resolved.volume, resolved.pauses, resolved.speed});
   }
   const Synthesiser::Settings& now = m_inForce.settings;
   if (settings.rate != now.rate) addCommand(settings.rate, L'S');
   if (settings.pitch != now.pitch) addCommand(settings.pitch, L'P');
   if (settings.range != now.range) addCommand(settings.range, L'R');
-  if (manner.emphasis != m_inForce.emphasis) {
-    addCommand(manner.emphasis ? kStrongEmphasis : kNormalEmphasis, L'F');
+  if (resolved.emphasis != m_inForce.emphasis) {
+    addCommand(resolved.emphasis ? kStrongEmphasis : kNormalEmphasis, L'F');
   }
-  if (manner.spelling != m_inForce.spelling)
-    addCommand(manner.spelling ? kSpellCharacters : 0, L'Y');
-  m_inForce = manner;
+  if (resolved.spelling != m_inForce.spelling)
+    addCommand(resolved.spelling ? kSpellCharacters : 0, L'Y');
+  m_inForce = resolved;
 }
 
 }  // namespace kavrel

@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 //
-// Turns a sentence into what the synthesiser is asked for, one step at a time: calls that are short
-// enough for it, and silences.
+// Turns a sentence into calls of the synthesiser and silences, one at a time. Calls are kept short
+// enough for the synthesiser.
 //
-// The text of a call has a mark command in front of every item, so that each word's sound is known
-// exactly, and the commands for the item's style. Used by one thread at a time.
+// The text of a call has a mark command before every item, so that the first sample of each word is
+// known exactly, and the commands for the items' styles. Used by one thread at a time; may throw
+// std::bad_alloc only.
 #pragma once
 
 #include <cstddef>
@@ -18,76 +19,77 @@ namespace kavrel {
 
 class Voice;
 
-struct Step {
+// One call of the synthesiser, or a silence.
+struct SynthCall {
   Synthesiser::Input input;
-  // Mark number n (from 1) stands for the sentence's item marks[n - 1].
+  // Mark number n (from 1) is the sentence's item with index marks[n - 1].
   std::vector<std::size_t> marks;
-  // False when `input` holds nothing to be heard: its marks are due at once.
+  // False if `input` makes no sound: its marks are then reached at once, and no call is needed.
   bool audible = false;
-  // Instead of a call: silence, for the sentence's item `breakItem`.
+  // If set, this is not a call but the silence of the sentence's item `breakItem`.
   bool isBreak = false;
   std::size_t breakItem = 0;
 };
 
 class Plan {
  public:
-  // Speaking rate where the text sets none, in words per minute.
+  // Speaking rate if the text sets none, in words per minute.
   static constexpr double kDefaultRate = 180;
-  // What is slower or faster is spoken at these.
+  // Slower and faster rates are clamped to these.
   static constexpr double kMinRate = 80;
   static constexpr double kMaxRate = 600;
-  // Percent; what is louder is spoken as loud as this.
+  // Volumes are clamped to this, in percent.
   static constexpr double kMaxVolume = 300;
 
   // Both must outlive the plan.
   Plan(const Sentence& sentence, const Voice& voice);
 
-  // Fills `step` and answers true, or answers false at the end of the sentence.
-  bool next(Step& step);
+  // Fills `call` and returns true; returns false at the end of the sentence.
+  bool next(SynthCall& call);
 
  private:
-  // What an item's style comes to.
-  struct Manner {
+  // An item's style in terms of the synthesiser's settings and of SynthAudio's adjustments.
+  struct ResolvedStyle {
     Synthesiser::Settings settings;
-    int volume = 100;
-    double pauses = 1;
-    double speed = 1;
+    int volume = 100;   // percent
+    double pauses = 1;  // factor
+    double speed = 1;   // factor
     bool emphasis = false;
     bool spelling = false;
   };
-  // Where a call can end that has become too long.
-  struct CutPoint {
+  // The state at the last comma, where a call that becomes too long can be ended.
+  struct SplitPoint {
     std::size_t item = 0;
     std::size_t textSize = 0;
     std::size_t marks = 0;
-    std::size_t finishes = 0;
+    std::size_t adjustments = 0;
     std::size_t innerMarks = 0;
     bool emphasis = false;
     bool set = false;
   };
 
-  Manner mannerFor(const Style& style) const;
+  ResolvedStyle resolve(const Style& style) const;
   void addCommand(int number, wchar_t letter);
-  void adopt(Step& step, const Manner& manner);
+  void applyStyle(SynthCall& call, const ResolvedStyle& resolved);
   bool isFull() const;
-  void addItem(Step& step);
-  void addMark(Step& step, const Item& item);
-  void addWordPart(Step& step, const Item& item);
-  void addPhonesPart(Step& step, const Item& item);
-  void noteCutPoint(const Step& step, const Item& item);
-  // False when the call has no such place.
-  bool cutAtComma(Step& step);
+  void addItem(SynthCall& call);
+  void addMark(SynthCall& call, const Item& item);
+  void addWordPart(SynthCall& call, const Item& item);
+  void addPhonesPart(SynthCall& call, const Item& item);
+  void noteSplitPoint(const SynthCall& call, const Item& item);
+  // Ends the call at the split point. Returns false if there is none.
+  bool splitAtComma(SynthCall& call);
 
   const Sentence& m_sentence;
   const Voice& m_voice;
-  std::size_t m_item = 0;  // the item to go on with
-  std::size_t m_part = 0;  // how much of it earlier parts have said
+  std::size_t m_item = 0;  // index of the next item
+  std::size_t m_part = 0;  // how much of it earlier parts have spoken: characters or phones
   // The call under construction.
   std::wstring m_text;
   std::size_t m_commandCount = 0;
-  Manner m_inForce;
-  bool m_hasManner = false;  // an item has decided the call's settings
-  CutPoint m_cut;
+  ResolvedStyle m_inForce;     // after the last command
+  bool m_hasSettings = false;  // an item has decided the call's settings
+  SplitPoint m_split;
 };
 
 }  // namespace kavrel

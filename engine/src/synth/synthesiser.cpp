@@ -2,87 +2,90 @@
 #include "synth/synthesiser.h"
 
 #include <clocale>
-#include <mutex>
 
 #include <espeak-ng/speak_lib.h>
 #include <unistd.h>
 
+#include "sample_rate.h"
 #include "synth/voice.h"
 
 namespace kavrel {
 
 namespace {
 
-// Length of the blocks that come back. espeak-ng's list of events grows with it: with short blocks
-// it is too small, and events are lost without a sign.
+// Length of the blocks that espeak-ng returns. It sizes its event list by this value: with short
+// blocks the list is too small, and events are lost silently.
 constexpr int kBlockMilliseconds = 500;
 
-// What the running call gives, and who may give it up. Used by the thread whose turn it is.
-CallSound* currentSound = nullptr;
+// Where the running call stores its results, and who may cancel it. espeak-ng's callback has no
+// argument for them. Used only by the thread that holds the turn.
+SynthAudio* currentAudio = nullptr;
 const SynthesisListener* currentListener = nullptr;
 bool outOfMemory = false;
 
 void takeEvents(const espeak_EVENT* event) {
   for (; event->type != espeakEVENT_LIST_TERMINATED; ++event) {
     if (event->type == espeakEVENT_MARK) {
-      // A mark command's number comes where a name would be; there is nothing behind the pointer.
-      currentSound->addMark(event->id.number, event->sample);
+      // For a mark command, the union holds its number: the name pointer is invalid.
+      currentAudio->addMark(event->id.number, event->sample);
     } else if (event->type == espeakEVENT_PHONEME) {
+      // The name has no NUL if it fills the array.
       std::string_view name(event->id.string, sizeof(event->id.string));
-      currentSound->addPhone(name.substr(0, name.find('\0')), event->sample);
+      currentAudio->addPhone(name.substr(0, name.find('\0')), event->sample);
     }
   }
 }
 
+// Called by espeak-ng for each block; the result is espeak-ng's.
 extern "C" int onSynthesis(short* samples, int count, espeak_EVENT* events) {
-  constexpr int kGoOn = 0;
-  constexpr int kGiveUp = 1;
-  if (currentSound == nullptr) return kGoOn;
-  if (currentListener->cancelled()) return kGiveUp;
-  // Nothing may be thrown through espeak-ng, which is C.
+  constexpr int kContinue = 0;
+  constexpr int kCancel = 1;
+  if (currentAudio == nullptr) return kContinue;
+  if (currentListener->cancelled()) return kCancel;
+  // An exception must not pass through espeak-ng, which is C. call() reports it.
   try {
     if (events != nullptr) takeEvents(events);
     if (samples != nullptr && count >= 0) {
-      currentSound->addSamples({samples, static_cast<std::size_t>(count)});
+      currentAudio->addSamples({samples, static_cast<std::size_t>(count)});
     }
   } catch (...) {
     outOfMemory = true;
-    return kGiveUp;
+    return kCancel;
   }
-  return kGoOn;
+  return kContinue;
 }
 
-void giveTo(SynthesisListener& listener, const CallSound& sound) {
-  for (const CallSound::Event& event : sound.events()) {
+void deliverTo(SynthesisListener& listener, const SynthAudio& audio) {
+  for (const SynthAudio::Event& event : audio.events()) {
     if (event.mark > 0) {
       listener.onMark(event.mark, event.sample);
     } else {
       listener.onPhone(event.phone, event.sample);
     }
   }
-  if (!sound.samples().empty()) listener.onSamples(sound.samples());
+  if (!audio.samples().empty()) listener.onSamples(audio.samples());
 }
 
-// espeak-ng sets the process's character type while it starts; what was set stays set.
-class KeepCharacterType {
+// espeak-ng sets the process's LC_CTYPE while it starts; this guard restores it.
+class CharacterTypeGuard {
  public:
-  KeepCharacterType() {
+  CharacterTypeGuard() {
     if (const char* const current = std::setlocale(LC_CTYPE, nullptr)) m_saved = current;
   }
-  ~KeepCharacterType() {
+  ~CharacterTypeGuard() {
     if (!m_saved.empty()) std::setlocale(LC_CTYPE, m_saved.c_str());
   }
-  KeepCharacterType(const KeepCharacterType&) = delete;
-  KeepCharacterType& operator=(const KeepCharacterType&) = delete;
+  CharacterTypeGuard(const CharacterTypeGuard&) = delete;
+  CharacterTypeGuard& operator=(const CharacterTypeGuard&) = delete;
 
  private:
   std::string m_saved;
 };
 
-// Commands in a text stay in force after it, so everything is set before each call.
-void adopt(const Synthesiser::Settings& settings) {
+// Commands in a text stay in force after it, so every setting is made before each call.
+void applySettings(const Synthesiser::Settings& settings) {
   espeak_SetParameter(espeakRATE, settings.rate, 0);
-  // Its own volume has no exact measure; see CallSound::finish.
+  // espeak-ng's volume is not linear; SynthAudio::adjust() applies the volume instead.
   espeak_SetParameter(espeakVOLUME, 100, 0);
   espeak_SetParameter(espeakPITCH, settings.pitch, 0);
   espeak_SetParameter(espeakRANGE, settings.range, 0);
@@ -91,6 +94,7 @@ void adopt(const Synthesiser::Settings& settings) {
   espeak_SetParameter(espeakWORDGAP, 0, 0);
 }
 
+// Synchronous: returns after the last callback.
 espeak_ERROR synthesise(const std::wstring& text, unsigned flags) {
   return espeak_Synth(text.c_str(), (text.size() + 1) * sizeof(wchar_t), 0, POS_CHARACTER, 0,
                       espeakCHARS_WCHAR | flags, nullptr, nullptr);
@@ -98,16 +102,18 @@ espeak_ERROR synthesise(const std::wstring& text, unsigned flags) {
 
 }  // namespace
 
-void TicketLock::lock() {
-  const Held held(m_lock);
+// A plain mutex would let a busy thread take the turn again and again. All waiting threads wake for
+// each turn; they are as few as the ports that speak.
+void TicketLock::waitForTurn() {
+  const base::ScopedLock held(m_lock);
   const std::uint64_t ticket = m_next++;
   while (m_serving != ticket) m_changed.wait(m_lock);
 }
 
-void TicketLock::unlock() {
-  const Held held(m_lock);
+void TicketLock::endTurn() {
+  const base::ScopedLock held(m_lock);
   ++m_serving;
-  if (m_serving != m_next) m_changed.notify_all();
+  if (m_serving != m_next) m_changed.notifyAll();
 }
 
 Synthesiser& Synthesiser::shared() {
@@ -115,11 +121,12 @@ Synthesiser& Synthesiser::shared() {
   return synthesiser;
 }
 
-bool Synthesiser::startHeld(std::string& why) {
+bool Synthesiser::startInTurn(std::string& why) {
   if (m_started) return true;
-  const KeepCharacterType keep;
-  // It never plays anything in this mode, but still looks for a sound server once, here. There is
-  // no option against that, and changing PULSE_SERVER is not safe while other threads run.
+  const CharacterTypeGuard guard;
+  // Rationale: espeak-ng plays nothing in this mode, but looks for a sound server once, here. It
+  // has no option against that, and changing PULSE_SERVER is not safe while other threads run.
+  // Without DONT_EXIT, espeak-ng ends the process if its data is missing.
   const int rate =
       espeak_Initialize(AUDIO_OUTPUT_SYNCHRONOUS, kBlockMilliseconds, KAVREL_SPEECH_DATA_DIR,
                         espeakINITIALIZE_PHONEME_EVENTS | espeakINITIALIZE_DONT_EXIT);
@@ -134,83 +141,87 @@ bool Synthesiser::startHeld(std::string& why) {
 }
 
 bool Synthesiser::start(std::string& why) {
-  const std::lock_guard turn(m_turn);
-  return startHeld(why);
+  const base::ScopedLock turn(m_turn);
+  return startInTurn(why);
 }
 
+// The only sure test of a language is to select it.
 bool Synthesiser::hasVoice(const Voice& voice, std::string& why) {
-  const std::lock_guard turn(m_turn);
-  if (!startHeld(why)) return false;
-  if (!use(voice)) {
-    why = "language is not known to the synthesiser";
+  const base::ScopedLock turn(m_turn);
+  if (!startInTurn(why)) return false;
+  if (!selectVoice(voice)) {
+    why = "the synthesiser does not know the language";
     return false;
   }
-  // A variant that does not exist is passed over in silence.
+  // espeak-ng silently ignores a variant that does not exist, so look for its file.
   const char* data = nullptr;
   espeak_Info(&data);
   const std::string file = std::string(data) + "/voices/!v/" + voice.variant();
   if (!voice.variant().empty() && ::access(file.c_str(), R_OK) != 0) {
-    why = "variant is not known to the synthesiser";
+    why = "the synthesiser does not know the variant";
     return false;
   }
   return true;
 }
 
-// Setting a voice reads its files anew, so it is done only when another one is in force, or when
-// a call that was given up may have left this one unfinished.
-bool Synthesiser::use(const Voice& voice) {
+// Selecting a voice reads its files again, so it is done only if another voice is selected, or if a
+// cancelled call may have left this one in an unfinished state.
+bool Synthesiser::selectVoice(const Voice& voice) {
   const std::string name = voice.synthesiserName();
-  if (m_voiceInForce == name && !m_cutShort) return true;
-  m_voiceInForce.clear();
+  if (m_currentVoice == name && !m_lastCancelled) return true;
+  m_currentVoice.clear();
   if (espeak_SetVoiceByName(name.c_str()) != EE_OK) return false;
-  m_voiceInForce = name;
+  m_currentVoice = name;
   return true;
 }
 
-// Emphasis is the one command that no setting takes back. Texts end with it switched off, but a
-// call that was given up has not come to its end.
+// Emphasis is the one command that no setting resets. Every text ends with a command that switches
+// it off, but a cancelled call has not reached its end.
 void Synthesiser::clearEmphasis() {
-  currentSound = nullptr;
+  currentAudio = nullptr;
   synthesise(
       L"\x01"
       L"1F ",
       0);
-  m_cutShort = false;
+  m_lastCancelled = false;
 }
 
+// Only the call itself needs the turn: adjustments run in parallel for several ports.
 bool Synthesiser::speak(const Input& input, const Voice& voice, SynthesisListener& listener,
                         std::string& why) {
-  CallSound sound;
-  if (!call(input, voice, listener, sound, why)) return false;
-  sound.finish(input.finishes);
-  sound.addInnerMarks(input.innerMarks);
-  giveTo(listener, sound);
+  SynthAudio audio;
+  if (!call(input, voice, listener, audio, why)) return false;
+  audio.adjust(input.adjustments);
+  audio.addInnerMarks(input.innerMarks);
+  deliverTo(listener, audio);
   return true;
 }
 
+// Runs espeak-ng on the input. A cancelled call counts as a success.
 bool Synthesiser::call(const Input& input, const Voice& voice, const SynthesisListener& listener,
-                       CallSound& sound, std::string& why) {
-  const std::lock_guard turn(m_turn);
+                       SynthAudio& audio, std::string& why) {
+  const base::ScopedLock turn(m_turn);
+  // The wait for the turn may have been long.
   if (listener.cancelled()) return true;
-  if (!startHeld(why)) return false;
-  if (!use(voice)) {
-    why = "the voice is not known to the synthesiser";
+  if (!startInTurn(why)) return false;
+  if (!selectVoice(voice)) {
+    why = "the synthesiser does not know the voice";
     return false;
   }
-  adopt(input.settings);
-  if (m_cutShort) clearEmphasis();
-  currentSound = &sound;
+  applySettings(input.settings);
+  if (m_lastCancelled) clearEmphasis();
+  currentAudio = &audio;
   currentListener = &listener;
   outOfMemory = false;
   const espeak_ERROR result = synthesise(
       input.text, (input.hasPhones ? espeakPHONEMES : 0u) | (input.endPause ? espeakENDPAUSE : 0u));
-  currentSound = nullptr;
-  m_cutShort = outOfMemory || result != EE_OK || listener.cancelled();
+  currentAudio = nullptr;
+  m_lastCancelled = outOfMemory || result != EE_OK || listener.cancelled();
   if (outOfMemory) {
-    why = "memory is out";
+    why = "out of memory";
     return false;
   }
-  // A call that was given up is reported as a failure.
+  // espeak-ng reports a cancelled call as a failure.
   if (result != EE_OK && !listener.cancelled()) {
     why = "the synthesiser failed";
     return false;

@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 //
-// Makes sound faster without making it higher: short frames of it are laid over each other more
-// closely than they came, each taken from where it goes on best from the one before. Used by one
-// thread at a time.
+// Time-scale modification with WSOLA (waveform similarity overlap-add): makes audio faster without
+// raising its pitch. Short frames overlap more closely in the output than in the input. Each frame
+// is taken from the position, near its nominal one, where the waveform best continues the frame
+// before.
+//
+// Immutable after construction; may be used by several threads at the same time.
 #pragma once
 
 #include <cstddef>
@@ -14,36 +17,39 @@ namespace kavrel {
 
 class TimeScale {
  public:
-  // A speed that holds from a sample on; 1 is the sound's own, and the least.
-  struct Pace {
+  // From sample `begin` on, audio is `speed` times as fast. 1 is the original speed and the
+  // minimum.
+  struct SpeedChange {
     std::uint64_t begin = 0;
     double speed = 1;
   };
 
-  // `paces` are in order of their samples. In front of the first, the sound has its own speed.
-  TimeScale(std::span<const Pace> paces, std::uint64_t length);
+  // `changes` are in order of their samples; audio before the first one keeps its speed. `length`
+  // is the number of input samples.
+  TimeScale(std::span<const SpeedChange> changes, std::uint64_t length);
 
-  // True when nothing changes.
-  bool isPlain() const {
-    return m_knots.size() == 2 && m_knots.back().made == m_knots.back().sample;
+  // Returns true if the output is the input.
+  bool isIdentity() const {
+    return m_breakpoints.size() == 2 && m_breakpoints.back().output == m_breakpoints.back().input;
   }
 
-  // `samples` at their new speeds; they are as many as the constructor was told.
+  // Returns `samples` at the new speeds. They must be as many as the constructor was given.
   std::vector<std::int16_t> apply(std::span<const std::int16_t> samples) const;
 
-  // Where a sample comes to stand.
-  std::uint64_t placeOf(std::uint64_t sample) const;
+  // Returns the position in the output of an input sample.
+  std::uint64_t positionOf(std::uint64_t sample) const;
 
  private:
-  // A sample and its place in the sound that is made; between two, all goes in a straight line.
-  struct Knot {
-    double sample = 0;
-    double made = 0;
+  // A breakpoint of the piecewise linear map from input samples to output samples.
+  struct Breakpoint {
+    double input = 0;
+    double output = 0;
   };
 
-  double originOf(double made) const;
+  // The inverse of positionOf().
+  double sourceOf(double output) const;
 
-  std::vector<Knot> m_knots;
+  std::vector<Breakpoint> m_breakpoints;
 };
 
 }  // namespace kavrel

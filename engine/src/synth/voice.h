@@ -1,25 +1,24 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 //
-// Voices: what a voice folder's data file says, and the cache that owns every voice loaded.
+// A voice: the contents of its data file, and the mapping of pitch to the synthesiser's settings.
 //
-// A voice never changes once it is loaded and lives until the process ends. All functions may be
-// called on any thread.
+// Threads: a voice does not change after parse(); its const functions may be called on any thread.
 //
-// The data file is named kavrel.voice, has at most 64 KiB, and one "key = value" per line; "#"
-// begins a comment. Every key stands there once, in any order, and no other:
+// The data file is called kavrel.voice and has at most 64 KiB. Each line is "key = value"; "#"
+// begins a comment. Keys may be in any order. All keys but "variant" are required; a key that
+// occurs twice or is unknown is an error:
 //   format        1
 //   name          for people
 //   language      the synthesiser's name of the language, such as en-us
-//   variant       the synthesiser's name of a variation of it, such as f2; may be empty or left out
+//   variant       the synthesiser's name of a variant of it, such as f2; may be empty or missing
 //   pitch.offset, pitch.range, pitch.scale
-//                 how this voice's pitch follows the synthesiser's settings P and R, both 0 to 99:
-//                 median in Hz = offset + range * R + scale * 2^(P / 50)
-//   pitch.spread  how far the pitch moves, from its 5th to its 95th percentile, in Hz for each step
-//                 of R
+//                 how this voice's pitch depends on the synthesiser's settings P and R, both 0 to
+//                 99: median in Hz = offset + range * R + scale * 2^(P / 50)
+//   pitch.spread  how far the pitch moves, from its 5th to its 95th percentile, in Hz per step of R
 //   pitch.lowest, pitch.highest
-//                 the reach: the median in Hz at P = 0 and at P = 99, both with R = 50. They follow
-//                 from the constants and are there for those who read the file; a file in which
-//                 they do not follow, give or take a tenth, is damaged.
+//                 the voice's limits: the median in Hz at P = 0 and at P = 99, both with R = 50.
+//                 They follow from the constants and exist for readers of the file. A file in which
+//                 they differ from the computed values by more than a tenth is damaged.
 #pragma once
 
 #include <set>
@@ -34,23 +33,23 @@ class Voice {
   // A voice that speaks American English.
   Voice() = default;
 
-  // Reads the text of a data file. False, with a message in `why`, when it is not one; the voice is
-  // then of no use.
+  // Reads the text of a data file. Returns false, with a message in `why`, if it is invalid; the
+  // voice must not be used then.
   bool parse(std::string_view text, std::string& why);
 
   const std::string& name() const { return m_name; }
-  // Language and variant as the synthesiser takes them together.
+  // Language and variant in one name, in the synthesiser's notation.
   std::string synthesiserName() const;
   const std::string& language() const { return m_language; }
   const std::string& variant() const { return m_variant; }
 
-  // The synthesiser's pitch setting, 0 to 99, that gives a median of `hertz` at range setting
-  // `range`; the nearest one for what the voice cannot reach.
+  // Returns the synthesiser's pitch setting, 0 to 99, for a median of `hertz` at range setting
+  // `range`. Values beyond the voice's limits are clamped.
   int pitchFor(double hertz, int range) const;
-  // The median in Hz where a text sets none.
+  // The median in Hz if a text sets none.
   double ownPitch() const { return medianAt(kMiddleSetting); }
-  // The synthesiser's range setting, 0 to 99, with which the pitch moves over `hertz`, the highest
-  // and lowest twentieth left out.
+  // Returns the synthesiser's range setting, 0 to 99, with which the pitch moves over `hertz` from
+  // its 5th to its 95th percentile. Clamped.
   int rangeFor(double hertz) const;
 
  private:
@@ -60,12 +59,12 @@ class Voice {
   struct Key;
   static std::span<const Key> keys();
 
-  // False, with a message in `why`.
+  // These return false, with a message in `why`, if the line, value or file is invalid.
   bool readLine(std::string_view line, std::set<std::string_view>& seen, std::string& why);
   bool set(const Key& key, std::string_view value, std::string& why);
-  bool isSound(std::string& why) const;
+  bool isConsistent(std::string& why) const;
 
-  // In Hz, with the range setting in the middle.
+  // The median in Hz at pitch setting `pitch` and the middle range setting.
   double medianAt(int pitch) const;
 
   double m_format = 1;
@@ -80,11 +79,7 @@ class Voice {
   double m_highest = 170;
 };
 
-// The voice that a port without a voice speaks with.
-const Voice& defaultVoice();
-
-// The voice in `directory`, from the cache when its data file is as it was. Null, with a message in
-// `why`, when there is none that the synthesiser can speak with.
-const Voice* loadVoice(const std::string& directory, std::string& why);
+// Returns `text` for a message of one line: control characters are replaced with "?".
+std::string printable(std::string_view text);
 
 }  // namespace kavrel

@@ -9,6 +9,7 @@ namespace kavrel {
 
 namespace {
 
+// The eight bytes in which ISO 8859-15 differs from ISO 8859-1, whose bytes are Unicode's.
 constexpr std::array<std::pair<unsigned char, char32_t>, 8> kLatin9 = {{{0xA4, 0x20AC},
                                                                         {0xA6, 0x0160},
                                                                         {0xA8, 0x0161},
@@ -34,12 +35,14 @@ bool isNamePart(char c) {
   return isNameStart(c) || (c >= '0' && c <= '9') || c == '-' || c == '.';
 }
 
-// A character written as an entity at the start of `text`, and how many bytes it takes.
+// A character, and how many bytes it takes in the text: more than one for an entity.
 struct Entity {
   char32_t character = 0;
   std::size_t length = 0;
 };
 
+// Reads the number of a character reference, after "&#". Surrogates and numbers beyond Unicode are
+// not characters.
 std::optional<char32_t> numberedCharacter(std::string_view digits) {
   int base = 10;
   if (!digits.empty() && (digits[0] == 'x' || digits[0] == 'X')) {
@@ -54,6 +57,8 @@ std::optional<char32_t> numberedCharacter(std::string_view digits) {
   return static_cast<char32_t>(value);
 }
 
+// Reads the entity at the start of `text`; nullopt if it is not one. The search for ";" is limited,
+// so that a text full of "&" is scanned in linear time.
 std::optional<Entity> readEntity(std::string_view text) {
   static constexpr std::array<std::pair<std::string_view, char32_t>, 5> kNamed = {
       {{"lt", '<'}, {"gt", '>'}, {"amp", '&'}, {"quot", '"'}, {"apos", '\''}}};
@@ -71,7 +76,7 @@ std::optional<Entity> readEntity(std::string_view text) {
   return std::nullopt;
 }
 
-// The character at the start of `text`, which is not empty.
+// Reads the character at the start of `text`, which is not empty.
 Entity readCharacter(std::string_view text) {
   if (text[0] == '&') {
     if (const auto entity = readEntity(text)) return *entity;
@@ -90,16 +95,16 @@ std::string resolveEntities(std::string_view text) {
   return resolved;
 }
 
-// Walks over the attributes of a start tag, from behind its name on.
+// Reads the attributes of a start tag one by one, starting after the tag's name.
 class AttributeReader {
  public:
   AttributeReader(std::string_view text, std::size_t at) : m_text(text), m_at(at) {}
 
-  // True and the next attribute; false, and no step further, where none stands.
+  // Reads the next attribute. Returns false, without advancing, if there is none.
   bool next(std::string_view& name, std::string_view& value) {
     const std::size_t begin = m_at;
     skipBlanks();
-    // The first attribute stands apart from the name of the tag, and each from the one before.
+    // A blank must separate an attribute from the tag's name and from the attribute before it.
     if (m_at == begin || !readName(name)) {
       m_at = begin;
       return false;
@@ -119,7 +124,7 @@ class AttributeReader {
  private:
   char peek() const { return m_at < m_text.size() ? m_text[m_at] : '\0'; }
 
-  // The name of an attribute and the sign behind it.
+  // Reads an attribute's name and the "=" after it.
   bool readName(std::string_view& name) {
     const std::size_t begin = m_at;
     if (!isNameStart(peek())) return false;
@@ -131,27 +136,28 @@ class AttributeReader {
     return true;
   }
 
-  bool endsValue(std::size_t place) const {
-    if (place >= m_text.size()) return true;
-    const char c = m_text[place];
-    if (c == '/') return place + 1 >= m_text.size() || m_text[place + 1] == '>';
+  // Returns true if a quote before position `at` can end a value.
+  bool endsValue(std::size_t at) const {
+    if (at >= m_text.size()) return true;
+    const char c = m_text[at];
+    if (c == '/') return at + 1 >= m_text.size() || m_text[at + 1] == '>';
     return c == '>' || isBlank(c);
   }
 
-  // A view of no data when no quoted value stands here.
+  // Returns a view with a null data pointer if there is no quoted value here.
   std::string_view quotedValue() {
     const char quote = peek();
     if (quote != '"' && quote != '\'') return {};
     bool& unclosed = quote == '"' ? m_noDouble : m_noSingle;
     if (unclosed) return {};
-    for (std::size_t place = m_at + 1; place < m_text.size() && m_text[place] != '<'; ++place) {
-      if (m_text[place] != quote || !endsValue(place + 1)) continue;
-      const std::string_view value = m_text.substr(m_at + 1, place - m_at - 1);
-      m_at = place + 1;
+    for (std::size_t at = m_at + 1; at < m_text.size() && m_text[at] != '<'; ++at) {
+      if (m_text[at] != quote || !endsValue(at + 1)) continue;
+      const std::string_view value = m_text.substr(m_at + 1, at - m_at - 1);
+      m_at = at + 1;
       return value;
     }
-    // No later quote of this kind ends a value either: without this note, a tag full of open
-    // quotes would be searched to its end for each of them.
+    // No later quote of this kind ends a value either. Remembering that keeps the scan linear: else
+    // a tag full of open quotes would be searched to its end for each of them.
     unclosed = true;
     return {};
   }
@@ -186,6 +192,7 @@ unsigned char toLatin9(char32_t character) {
   return fromLatin9(byte) == character ? byte : 0;
 }
 
+// Quotes, dashes and the ellipsis have customary ASCII forms.
 void appendLatin9(std::string& text, char32_t character) {
   if (const unsigned char byte = toLatin9(character)) {
     text += static_cast<char>(byte);
@@ -212,6 +219,7 @@ std::optional<std::string> MarkupEvent::attribute(std::string_view wanted) const
   return std::nullopt;
 }
 
+// A CDATA section is three parts: its opening (Other), its characters, its closing (Other).
 MarkupEvent MarkupScanner::next() {
   if (m_at >= m_text.size()) return to(m_text.size(), MarkupEvent::Kind::End);
   if (m_at < m_dataEnd) return literal(m_at);
@@ -226,6 +234,8 @@ MarkupEvent MarkupScanner::next() {
   return event;
 }
 
+// Reads what begins with "<": each construct is recognised by its first characters, and falls back
+// to the character "<" if it is not complete.
 MarkupEvent MarkupScanner::markup() {
   static constexpr std::string_view kData = "<![CDATA[";
   const std::string_view rest = m_text.substr(m_at);
@@ -239,7 +249,7 @@ MarkupEvent MarkupScanner::markup() {
   if (rest.starts_with(kData)) {
     const auto end = findClosing("]]>", m_at + kData.size(), Closing::Data);
     if (!end) return literal(m_at);
-    // The inside is text; it begins behind this event and is closed by one of its own.
+    // The content is text, which the next calls return.
     m_dataEnd = *end;
     return to(m_at + kData.size(), MarkupEvent::Kind::Other);
   }
@@ -247,6 +257,8 @@ MarkupEvent MarkupScanner::markup() {
   return literal(m_at);
 }
 
+// A tag must be complete, up to its ">"; else its "<" is text, and what follows is scanned as text.
+// A tag contains no "<", so a failed attempt costs no more than the text up to the next one.
 MarkupEvent MarkupScanner::tag(bool endTag) {
   const std::size_t nameStart = m_at + (endTag ? 2 : 1);
   std::size_t nameEnd = nameStart;
@@ -284,6 +296,7 @@ MarkupEvent MarkupScanner::skipTo(std::string_view terminator, std::size_t from,
   return to(*found + terminator.size(), MarkupEvent::Kind::Other);
 }
 
+// A document type may have an internal subset in brackets, which may contain ">".
 MarkupEvent MarkupScanner::documentType() {
   std::size_t at = m_at + 2;
   while (at < m_text.size() && m_text[at] != '<' && m_text[at] != '>' && m_text[at] != '[') ++at;

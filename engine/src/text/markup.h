@@ -1,20 +1,22 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 //
-// Reads marked-up text, one character or tag at a time, without recursion, without memory of its
-// own, and in time that grows with the length of the text for every input.
+// Scanner for marked-up text: a pull parser that returns one character or tag at a time.
 //
-// Text is ISO 8859-15; positions count its bytes. A scanner belongs to one thread; the text that it
-// was given must outlive it and everything that it hands out.
+// It never fails: whatever begins like markup and is not valid markup is text, including the "<" or
+// "&". It uses no recursion, allocates nothing, and takes time proportional to the length of the
+// text for every input.
 //
-// What counts as markup
+// Text is ISO 8859-15; positions count its bytes. Threads: a scanner is used by one thread at a
+// time. The text must outlive the scanner and every event that it returned.
+//
+// Markup is
 //  tag         "<" or "</", a name, attributes, "/" before the end of an empty element, ">". An
-//              attribute is a name, "=" and a value, in quotes of either kind or bare. A quoted
-//              value ends at the first such quote that has a blank, ">" or "/>" behind it, so that
-//              a stray quote inside stays inside; without one, the value counts as bare. No "<"
-//              stands inside a tag.
+//              attribute is a name, "=" and a value, in single or double quotes or without quotes.
+//              A quoted value ends at the first such quote that is followed by a blank, ">" or
+//              "/>", so that a stray quote inside does not end it; without such a quote, the value
+//              counts as unquoted. A tag contains no "<".
 //  comment, CDATA section, processing instruction, document type: as in XML.
-//  entity      &lt; &gt; &amp; &quot; &apos; &#N; &#xN; up to kMaxEntityBytes.
-// Whatever begins like one of these and is none is text, "<" or "&" included: nothing is lost.
+//  entity      &lt; &gt; &amp; &quot; &apos; &#N; &#xN; of at most kMaxEntityBytes.
 #pragma once
 
 #include <array>
@@ -25,27 +27,28 @@
 
 namespace kavrel {
 
-// The Unicode character of a byte, and back; 0 for characters that have no byte.
+// ISO 8859-15 to Unicode, and back; toLatin9 returns 0 for characters that have no byte.
 char32_t fromLatin9(unsigned char byte);
 unsigned char toLatin9(char32_t character);
 
-// Appends the character as one byte, or as the plain form that is customary for it, else "?".
+// Appends `character` in ISO 8859-15: its byte, or a customary replacement (quotes, dashes, "..."),
+// else "?".
 void appendLatin9(std::string& text, char32_t character);
 
-// A piece of the text: a tag, a character, or markup that means nothing to a speaker.
+// One event of the scanner: a tag, a character, markup that is not spoken (Other), or the end.
 struct MarkupEvent {
   enum class Kind { Character, StartTag, EndTag, Other, End };
 
   Kind kind = Kind::End;
-  std::size_t start = 0;
-  std::size_t end = 0;
+  std::size_t start = 0;        // position of its first byte
+  std::size_t end = 0;          // position after its last byte
   char32_t character = 0;       // Character: entities resolved
   std::string_view name;        // StartTag, EndTag
-  std::string_view attributes;  // StartTag: what stands behind the name
-  bool empty = false;           // StartTag: there is no end tag to come
+  std::string_view attributes;  // StartTag: the text after the name
+  bool empty = false;           // StartTag: an empty element, without an end tag
 
-  // The value of the first attribute called `wanted`, entities resolved; nothing when there is
-  // none. Takes time in proportion to the tag.
+  // Returns the value of the first attribute called `wanted`, entities resolved; nullopt if there
+  // is none. Takes time proportional to the length of the tag.
   std::optional<std::string> attribute(std::string_view wanted) const;
 };
 
@@ -55,11 +58,12 @@ class MarkupScanner {
 
   explicit MarkupScanner(std::string_view text) : m_text(text) {}
 
-  // The next piece; Kind::End, again and again, at the end of the text.
+  // Returns the next event; at the end of the text Kind::End, also when called again.
   MarkupEvent next();
 
  private:
-  // Constructs that end at a fixed sequence. Once one is not found, it is looked for no more.
+  // Constructs that end at a fixed sequence. A sequence that was not found once is not searched for
+  // again: that keeps the scan linear.
   enum class Closing { Comment, Data, Instruction, Subset, Count };
 
   MarkupEvent markup();
@@ -69,11 +73,12 @@ class MarkupScanner {
   MarkupEvent documentType();
   std::optional<std::size_t> findClosing(std::string_view terminator, std::size_t from,
                                          Closing kind);
+  // Returns an event from the current position to `end`, and advances to `end`.
   MarkupEvent to(std::size_t end, MarkupEvent::Kind kind);
 
   std::string_view m_text;
   std::size_t m_at = 0;
-  std::size_t m_dataEnd = 0;  // before this place is the inside of a CDATA section
+  std::size_t m_dataEnd = 0;  // end of the CDATA section being read; 0: none
   std::array<bool, static_cast<std::size_t>(Closing::Count)> m_none{};
 };
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 //
-// The synthesiser's phone events under our names.
+// Tables that map the synthesiser's phone events to the engine's phones. Lookups are linear: the
+// tables are small compared with the work for the phone's audio.
 #include <algorithm>
 #include <array>
 
@@ -10,6 +11,7 @@ namespace kavrel {
 
 namespace {
 
+// A phone event and the phones it is reported as; `count` of them are used.
 struct EventRow {
   std::string_view event;
   std::array<std::string_view, 3> phones;
@@ -26,7 +28,7 @@ constexpr EventRow two(std::string_view event, std::string_view first, std::stri
   return {event, {first, second}, 2};
 }
 
-// English, and what is the same elsewhere.
+// English, and events that sound the same in other languages.
 constexpr auto kEvents = std::to_array<EventRow>({
     one("_", "pau"),
     one("_:", "pau"),
@@ -120,13 +122,13 @@ constexpr auto kEvents = std::to_array<EventRow>({
 });
 
 struct ForeignRow {
-  std::string_view languages;  // empty: all but English
+  std::string_view languages;  // two-letter codes; empty: all but English
   EventRow row;
 };
 
-// What differs from English, or is not there. The first row that fits holds.
+// Events that differ from English or do not exist there. The first row that matches applies.
 constexpr auto kForeignEvents = std::to_array<ForeignRow>({
-    // Signs that mean something else in these languages than in most.
+    // Names with another meaning in these languages than in most.
     {"pt", one("&", "ah")},
     {"pt", one("s#", "sh")},
     {"nl", none("!")},
@@ -161,7 +163,7 @@ constexpr auto kForeignEvents = std::to_array<ForeignRow>({
     {"", one("o/", "ao")},
     {"", one("3", "ah")},
     {"", one("3-", "ah")},
-    // Rounded vowels that are not back.
+    // Rounded front and central vowels.
     {"", one("y", "uw")},
     {"", one("y:", "uw")},
     {"", one("y-", "uw")},
@@ -174,7 +176,7 @@ constexpr auto kForeignEvents = std::to_array<ForeignRow>({
     {"", one("W2", "uh")},
     {"", one("W#", "uh")},
     {"", one("8", "uh")},
-    // The Danish catch in the voice.
+    // The Danish stød.
     {"da", one("?V", "ah")},
     {"da", one("?i", "i")},
     {"da", one("?e", "eh")},
@@ -190,7 +192,7 @@ constexpr auto kForeignEvents = std::to_array<ForeignRow>({
     {"da", one("?Y", "uh")},
     {"da", one("?W", "uh")},
     {"da", one("?W#", "uh")},
-    // Vowels through the nose.
+    // Nasal vowels.
     {"", two("A~", "aa", "n")},
     {"", two("E~", "ae", "n")},
     {"", two("W~", "ah", "n")},
@@ -202,7 +204,7 @@ constexpr auto kForeignEvents = std::to_array<ForeignRow>({
     {"", two("o~", "ow", "n")},
     {"", two("oI~", "oy", "n")},
     {"", two("u~", "uw", "n")},
-    // Vowels that glide.
+    // Diphthongs.
     {"", one("ai", "ay")},
     {"", one("AI", "ay")},
     {"", one("au", "aw")},
@@ -235,7 +237,7 @@ constexpr auto kForeignEvents = std::to_array<ForeignRow>({
     {"", two("Yy", "uh", "uw")},
     {"", two("&i", "ae", "i")},
     {"", two("&y", "ae", "uw")},
-    // Kinds of r, trilled, tapped or from the throat.
+    // Kinds of r: trilled, tapped or uvular.
     {"", one("R", "r")},
     {"", one("R2", "r")},
     {"", one("R3", "r")},
@@ -308,6 +310,8 @@ bool isKnownEvent(std::string_view event, std::string_view language) {
   return findEvent(event, language) != nullptr;
 }
 
+// An unknown name is usually a known one with a suffix, or a variant in upper case. A pause as the
+// last resort keeps the time of the event.
 std::span<const std::string_view> phonesOfEvent(std::string_view event, std::string_view language) {
   static constexpr std::array<std::string_view, 1> kPause = {"pau"};
   for (std::size_t length = event.size(); length > 0; --length) {

@@ -13,7 +13,7 @@ struct PhoneRow {
   std::string_view name;
   bool vowel;
   std::string_view stressed;    // the synthesiser's name, for stress 1
-  std::string_view unstressed;  // the same for the rest
+  std::string_view unstressed;  // the same, for all other stress
 };
 
 // In American English an unstressed "I" at the end of a word becomes "i"; "I#" does not.
@@ -34,10 +34,11 @@ constexpr auto kPhones = std::to_array<PhoneRow>({
     {".", false, "", ""},
 });
 
+// Bytes of the longest name in kPhones.
 constexpr std::size_t kLongestName = 3;
 
-// Vowels that languages lack, and the nearest that they have: the synthesiser leaves out in silence
-// what it does not know. `languages`: the first two letters of each; the first row that fits holds.
+// Vowels that languages lack, and the nearest ones that they have: the synthesiser silently omits
+// names that it does not know. `languages`: two-letter codes; the first row that matches applies.
 struct InputRow {
   std::string_view languages;
   std::string_view name;
@@ -65,6 +66,7 @@ const PhoneRow* findPhone(std::string_view name) {
   return row != kPhones.end() ? &*row : nullptr;
 }
 
+// Returns the synthesiser's name for a phone.
 std::string_view soundOf(const PhoneRow& row, int stress, std::string_view language) {
   for (const InputRow& foreign : kForeignInput) {
     if (foreign.name == row.name && isOneOf(language, foreign.languages)) return foreign.sound;
@@ -76,7 +78,8 @@ bool isBlank(char c) {
   return c == ' ' || c == '\t' || c == '\r' || c == '\n';
 }
 
-// The phone that `piece` begins with, which is taken off it; nothing when there is none.
+// Removes the phone that `piece` begins with, and returns it; nullopt if there is none. The longest
+// name wins, so that "aeb" is "ae b".
 std::optional<Phone> takePhone(std::string_view& piece) {
   for (std::size_t length = std::min(kLongestName, piece.size()); length > 0; --length) {
     const PhoneRow* row = findPhone(piece.substr(0, length));
@@ -92,11 +95,13 @@ std::optional<Phone> takePhone(std::string_view& piece) {
   return std::nullopt;
 }
 
+// Appends the phones of one piece, or none of them if a part of it is unknown.
 void readPiece(std::string_view piece, PhoneText& read) {
   const std::size_t before = read.phones.size();
   for (std::string_view rest = piece; !rest.empty();) {
     std::optional<Phone> phone = takePhone(rest);
     if (!phone) {
+      // Drop the phones of this piece, too: half a word would be worse than none.
       read.phones.resize(before);
       if (read.unknown.size() < PhoneText::kMaxUnknown) {
         read.unknown.emplace_back(piece.substr(0, 32));
@@ -109,6 +114,7 @@ void readPiece(std::string_view piece, PhoneText& read) {
 
 }  // namespace
 
+// Splits the text at blanks.
 PhoneText readPhones(std::string_view text) {
   PhoneText read;
   std::size_t at = 0;
@@ -135,6 +141,7 @@ bool isVowel(std::string_view phone) {
   return row != nullptr && row->vowel;
 }
 
+// "|" keeps two names apart that would else be read as one; "'" and "%" precede a vowel's stress.
 std::string synthesiserInput(std::span<const Phone> phones, std::string_view language) {
   std::string input;
   for (const Phone& phone : phones) {

@@ -13,6 +13,7 @@ namespace kavrel {
 
 namespace {
 
+// Texts are shorter than 2 GiB, so every position fits.
 std::uint32_t position(std::size_t bytes) {
   return static_cast<std::uint32_t>(bytes);
 }
@@ -23,7 +24,7 @@ std::string latin9(std::span<const Letter> letters) {
   return text;
 }
 
-// An item for a token's letters, spoken or not; which of them it speaks is filled in later.
+// Returns an item that reports a token's word. The letters that it speaks are filled in later.
 Item wordItem(std::span<const Letter> token) {
   std::span<const Letter> word = wordOf(token);
   if (word.empty()) word = token;
@@ -36,60 +37,63 @@ Item wordItem(std::span<const Letter> token) {
   return item;
 }
 
-// Whether letters in these styles cannot be spoken in one go.
-bool areApart(const Style& one, const Style& other) {
+// Returns true if letters in these styles cannot be spoken in one go.
+bool needSeparateItems(const Style& one, const Style& other) {
   return one.spellOut != other.spellOut || one.digits != other.digits;
 }
 
-// Whether a token that ended like this, with nothing but tags and blanks behind it, has ended a
-// sentence in front of a character (0: phones).
+// Returns true if a token that ended with `stop` ended a sentence, given the next character after
+// tags and blanks (0: phones). A certain stop ends the sentence at a blank already. It gets here
+// only if no blank follows; a lower-case letter or a digit then means that the token continues.
 bool endsBefore(Stop stop, char32_t following) {
   static constexpr std::u32string_view kGoOn = U"(,;:-";
   const bool digit = isDigit(following);
   switch (stop) {
     case Stop::None:
       return false;
-    case Stop::UnlessSmall:
-      return !digit && !isSmallLetter(following) && kGoOn.find(following) == kGoOn.npos;
+    case Stop::UnlessLowerCase:
+      return !digit && !isLowerCase(following) && kGoOn.find(following) == kGoOn.npos;
     case Stop::UnlessDigit:
       return !digit;
     case Stop::Full:
-      return !digit && !isSmallLetter(following);
+      return !digit && !isLowerCase(following);
   }
   return false;
 }
 
+// At level 2 and above only: untrusted text may have many of these.
 void reportUnknownPhones(const PhoneText& read, const MarkupEvent& tag) {
   if ((cst_diag_mask & CST_DIAG_ENGINE) == 0 || cst_diag_level <= 1) return;
   for (const std::string& piece : read.unknown) {
     cst_dbg_timestamp();
     cst_dbg_ffl("sentence", "handlePhoneme", __LINE__);
     cst_dbg_context(CST_DIAG_ENGINE);
-    cst_errmsg("no phone is called \"%s\" (element at byte %zu)\n", piece.c_str(), tag.start);
+    cst_errmsg("unknown phone \"%s\" (element at byte %zu)\n", piece.c_str(), tag.start);
   }
 }
 
 }  // namespace
 
-// The stretch behind those that can be spoken in one go with the stretch `first`.
+// Returns the index after the runs that can be spoken in one go with the run `first`.
 std::size_t SentenceReader::Token::endOfPart(std::size_t first) const {
-  std::size_t behind = first + 1;
-  while (behind < stretches.size() && !areApart(stretches[first].style, stretches[behind].style)) {
-    ++behind;
+  std::size_t end = first + 1;
+  while (end < runs.size() && !needSeparateItems(runs[first].style, runs[end].style)) {
+    ++end;
   }
-  return behind;
+  return end;
 }
 
-// How the stretches from `first` to the one in front of `behind` are spoken in one go.
-Style SentenceReader::Token::styleOf(std::size_t first, std::size_t behind) const {
+// Returns the style in which the runs from `first` up to, not including, `end` are spoken in one
+// go: that of the longest run, with emphasis if any run has it.
+Style SentenceReader::Token::styleOf(std::size_t first, std::size_t end) const {
   Style style;
   bool emphasis = false;
   std::size_t longest = 0;
-  for (std::size_t at = first; at < behind; ++at) {
-    const std::size_t length = stretches[at].end - (at > 0 ? stretches[at - 1].end : 0);
-    if (length > longest) style = stretches[at].style;
+  for (std::size_t at = first; at < end; ++at) {
+    const std::size_t length = runs[at].end - (at > 0 ? runs[at - 1].end : 0);
+    if (length > longest) style = runs[at].style;
     longest = std::max(longest, length);
-    emphasis = emphasis || stretches[at].style.emphasis;
+    emphasis = emphasis || runs[at].style.emphasis;
   }
   style.emphasis = emphasis;
   return style;
@@ -97,15 +101,17 @@ Style SentenceReader::Token::styleOf(std::size_t first, std::size_t behind) cons
 
 SentenceReader::SentenceReader(std::string_view text) : m_scanner(text) {}
 
-// Keeps the memory for the next token.
+// Keeps the capacity of the vectors for the next token.
 void SentenceReader::Token::clear() {
   letters.clear();
-  stretches.clear();
+  runs.clear();
   marks.clear();
   bytes = 0;
-  behindTag = false;
+  afterTag = false;
 }
 
+// Reads events until the piece is complete. An event that belongs to the next piece is kept and
+// handled again there.
 bool SentenceReader::next(Sentence& sentence) {
   sentence.items.clear();
   m_hasTokens = false;
@@ -113,84 +119,94 @@ bool SentenceReader::next(Sentence& sentence) {
   for (;;) {
     const MarkupEvent event = m_isHeld ? m_held : m_scanner.next();
     m_isHeld = false;
-    const Step step = handle(event, sentence);
-    if (step == Step::GoOn) continue;
-    if (step != Step::End) {
+    const ReadResult result = handle(event, sentence);
+    if (result == ReadResult::Continue) continue;
+    if (result != ReadResult::End) {
       m_held = event;
       m_isHeld = true;
     }
-    if (finish(step != Step::CutOff, sentence)) return true;
+    if (finish(result != ReadResult::SplitBefore, sentence)) return true;
     if (event.kind == MarkupEvent::Kind::End) return false;
   }
 }
 
-SentenceReader::Step SentenceReader::handle(const MarkupEvent& event, Sentence& sentence) {
+// Inside a phoneme element all characters are content, which is reported but not spoken.
+SentenceReader::ReadResult SentenceReader::handle(const MarkupEvent& event, Sentence& sentence) {
   if (event.kind == MarkupEvent::Kind::Character) {
     if (m_styles.insidePhoneme()) return handleContent(event, sentence);
     if (isBlank(event.character)) return handleBlank(event, sentence);
     return handleLetter(event, sentence);
   }
-  m_token.behindTag = true;
+  m_token.afterTag = true;
   switch (event.kind) {
     case MarkupEvent::Kind::StartTag:
       return handleStartTag(event, sentence);
     case MarkupEvent::Kind::EndTag:
       m_styles.close(event.name);
       if (!m_styles.insidePhoneme()) closePhones(sentence);
-      return Step::GoOn;
+      return ReadResult::Continue;
     case MarkupEvent::Kind::End:
       endToken(sentence);
       closePhones(sentence);
-      return Step::EndOff;
+      return ReadResult::EndBefore;
     default:
-      return Step::GoOn;
+      return ReadResult::Continue;
   }
 }
 
-SentenceReader::Step SentenceReader::handleBlank(const MarkupEvent& event, Sentence& sentence) {
+// A certain stop ends the sentence at the first blank, without look-ahead. CR LF is one line end,
+// and two line ends are an empty line.
+SentenceReader::ReadResult SentenceReader::handleBlank(const MarkupEvent& event,
+                                                       Sentence& sentence) {
   endToken(sentence);
-  m_glued = false;
+  m_adjacent = false;
   const bool newline = event.character == '\n' || event.character == '\r';
   if (newline && !(event.character == '\n' && m_afterReturn)) ++m_newlines;
   m_afterReturn = event.character == '\r';
   const bool emptyLine = m_newlines > 1 && (m_hasTokens || m_begun);
-  if (m_stop != Stop::Full && !emptyLine) return Step::GoOn;
+  if (m_stop != Stop::Full && !emptyLine) return ReadResult::Continue;
   m_stop = Stop::None;
-  return Step::End;
+  return ReadResult::End;
 }
 
-SentenceReader::Step SentenceReader::handleLetter(const MarkupEvent& event, Sentence& sentence) {
+// Before a letter is added, three things may end the token or the sentence: the token is too long;
+// a tag separates a stop from the letter; the stop of the token before is decided by this letter.
+SentenceReader::ReadResult SentenceReader::handleLetter(const MarkupEvent& event,
+                                                        Sentence& sentence) {
   const std::vector<Letter>& letters = m_token.letters;
   if (m_token.bytes > kMaxTokenBytes - (event.end - event.start)) {
     endToken(sentence);
     m_stop = Stop::None;
   }
-  if (!letters.empty() && m_token.behindTag && !isClosing(event.character) &&
+  if (!letters.empty() && m_token.afterTag && !isClosing(event.character) &&
       endsBefore(stopOf(letters), event.character)) {
     endToken(sentence);
   }
   if (letters.empty()) {
     m_newlines = 0;
     m_afterReturn = false;
-    if (stopHolds(event.character)) return Step::EndOff;
-    if (!fits(event.start + kMaxTokenBytes, sentence)) return Step::CutOff;
+    if (stopHolds(event.character)) return ReadResult::EndBefore;
+    if (!fits(event.start + kMaxTokenBytes, sentence)) return ReadResult::SplitBefore;
   }
   addLetter(event);
-  return Step::GoOn;
+  return ReadResult::Continue;
 }
 
+// A new run begins only where a tag has changed the style.
 void SentenceReader::addLetter(const MarkupEvent& event) {
   if (m_token.letters.empty() ||
-      (m_token.behindTag && m_token.stretches.back().style != m_styles.style())) {
-    m_token.stretches.push_back({0, m_styles.style()});
+      (m_token.afterTag && m_token.runs.back().style != m_styles.style())) {
+    m_token.runs.push_back({0, m_styles.style()});
   }
-  m_token.behindTag = false;
+  m_token.afterTag = false;
   m_token.letters.push_back({event.character, event.start, event.end - event.start});
-  m_token.stretches.back().end = m_token.letters.size();
+  m_token.runs.back().end = m_token.letters.size();
   m_token.bytes += event.end - event.start;
 }
 
-SentenceReader::Step SentenceReader::handleStartTag(const MarkupEvent& event, Sentence& sentence) {
+// Break and phoneme elements end a token; marks and all other tags do not.
+SentenceReader::ReadResult SentenceReader::handleStartTag(const MarkupEvent& event,
+                                                          Sentence& sentence) {
   if (event.name == "phoneme" && !m_styles.insidePhoneme()) {
     endToken(sentence);
     return handlePhoneme(event, sentence);
@@ -209,24 +225,29 @@ SentenceReader::Step SentenceReader::handleStartTag(const MarkupEvent& event, Se
     return add(std::move(item), event, sentence);
   }
   if (!event.empty) m_styles.open(event);
-  return Step::GoOn;
+  return ReadResult::Continue;
 }
 
-SentenceReader::Step SentenceReader::handleMark(Item item, const MarkupEvent& event,
-                                                Sentence& sentence) {
+// A mark inside a token is kept with the token, since the items around it depend on the whole
+// token.
+SentenceReader::ReadResult SentenceReader::handleMark(Item item, const MarkupEvent& event,
+                                                      Sentence& sentence) {
   if (m_token.marks.size() >= kMaxTokenMarks) endToken(sentence);
   if (m_token.letters.empty()) return add(std::move(item), event, sentence);
   item.start = position(event.start);
   item.length = position(event.end - event.start);
   m_token.marks.push_back({m_token.letters.size(), std::move(item)});
-  return Step::GoOn;
+  return ReadResult::Continue;
 }
 
-SentenceReader::Step SentenceReader::handlePhoneme(const MarkupEvent& event, Sentence& sentence) {
+// An element without a known phone adds no item; its content is not spoken either. The item is
+// added before the content is read, which then extends what it reports.
+SentenceReader::ReadResult SentenceReader::handlePhoneme(const MarkupEvent& event,
+                                                         Sentence& sentence) {
   PhoneText read = readPhones(event.attribute("ph").value_or(""));
   if (!read.phones.empty()) {
-    if (stopHolds(0)) return Step::EndOff;
-    if (!fits(event.end, sentence)) return Step::CutOff;
+    if (stopHolds(0)) return ReadResult::EndBefore;
+    if (!fits(event.end, sentence)) return ReadResult::SplitBefore;
     Item item;
     item.kind = Item::Kind::Phones;
     item.start = position(event.end);
@@ -238,66 +259,70 @@ SentenceReader::Step SentenceReader::handlePhoneme(const MarkupEvent& event, Sen
     m_phonesName = 0;
     m_hasWords = true;
     m_newlines = 0;
-    cover(event.end, event.end, sentence);
+    extendRange(event.end, event.end, sentence);
     sentence.items.push_back(std::move(item));
   }
   reportUnknownPhones(read, event);
   if (!event.empty) m_styles.open(event);
-  return Step::GoOn;
+  return ReadResult::Continue;
 }
 
-SentenceReader::Step SentenceReader::handleContent(const MarkupEvent& event, Sentence& sentence) {
-  if (!m_phonesOpen) return Step::GoOn;
+// Adds a character to what the phoneme item reports, without blanks at its start and end.
+SentenceReader::ReadResult SentenceReader::handleContent(const MarkupEvent& event,
+                                                         Sentence& sentence) {
+  if (!m_phonesOpen) return ReadResult::Continue;
   Item& item = sentence.items[m_phonesItem];
   if (!fits(event.end, sentence)) {
-    // The rest of the content is not spoken either; only its place is not reported.
+    // The rest of the content is not reported. Nothing is lost: it would not be spoken anyway.
     closePhones(sentence);
-    return Step::CutOff;
+    return ReadResult::SplitBefore;
   }
   const bool blank = isBlank(event.character);
-  if (!item.reported && blank) return Step::GoOn;
+  if (!item.reported && blank) return ReadResult::Continue;
   if (!item.reported) {
     item.start = position(event.start);
     item.style = m_styles.style();
   }
   item.reported = true;
   appendLatin9(item.name, blank ? U' ' : event.character);
-  if (blank) return Step::GoOn;
+  if (blank) return ReadResult::Continue;
   item.length = position(event.end) - item.start;
   m_phonesName = item.name.size();
-  cover(item.start, event.end, sentence);
-  return Step::GoOn;
+  extendRange(item.start, event.end, sentence);
+  return ReadResult::Continue;
 }
 
-// What the last token left open is decided by the character that follows it (0: phones); true when
-// the sentence has ended there.
+// Decides the stop of the last token, given the character that follows it (0: phones). Returns true
+// if the sentence ended there.
 bool SentenceReader::stopHolds(char32_t following) {
-  // The quote that closes the sentence: decided by what comes next.
-  if (m_glued && isClosing(following)) return false;
+  // A closing quote belongs to the sentence; the character after it decides.
+  if (m_adjacent && isClosing(following)) return false;
   const bool ends = endsBefore(m_stop, following);
   m_stop = Stop::None;
   return ends;
 }
 
-// Whether the piece can take in what ends at `end`. The first item always fits.
+// Returns true if the piece has room for an item that ends at `end`. The first item always fits.
 bool SentenceReader::fits(std::size_t end, const Sentence& sentence) const {
   return sentence.items.empty() || end - m_pieceStart <= kMaxSentenceBytes;
 }
 
+// Completes the token, if there is one: adds its items and notes how it ended.
 void SentenceReader::endToken(Sentence& sentence) {
   const std::vector<Letter>& letters = m_token.letters;
   if (letters.empty()) return;
-  cover(letters.front().start, letters.back().start + letters.back().length, sentence);
+  extendRange(letters.front().start, letters.back().start + letters.back().length, sentence);
   addToken(sentence);
   m_hasWords = m_hasWords || !wordOf(letters).empty();
-  // A closing quote on its own leaves the stop in front of it in force.
+  // A token of closing quotes only, without a blank before it, keeps the stop of the token before.
   const bool closing = std::ranges::all_of(letters, isClosing, &Letter::character);
-  if (!closing || !m_glued) m_stop = stopOf(letters);
-  m_glued = true;
+  if (!closing || !m_adjacent) m_stop = stopOf(letters);
+  m_adjacent = true;
   m_token.clear();
 }
 
-// Adds an item for each part of the token that is spoken in one go, and the marks.
+// Adds an item for each part of the token that is spoken in one go, and the marks between and
+// inside them. The part in which the word begins reports the word.
 void SentenceReader::addToken(Sentence& sentence) const {
   const std::span<const Letter> letters(m_token.letters);
   const std::span<const Letter> word = wordOf(letters);
@@ -305,17 +330,17 @@ void SentenceReader::addToken(Sentence& sentence) const {
       std::distance(letters.data(), word.empty() ? letters.data() + letters.size() : word.data()));
   const Item whole = wordItem(letters);
   auto mark = m_token.marks.begin();
-  std::size_t stretch = 0;
+  std::size_t run = 0;
   for (std::size_t begin = 0, end = 0; begin < letters.size(); begin = end) {
-    const std::size_t behind = m_token.endOfPart(stretch);
-    end = m_token.stretches[behind - 1].end;
+    const std::size_t runEnd = m_token.endOfPart(run);
+    end = m_token.runs[runEnd - 1].end;
     Item item = whole;
-    item.style = m_token.styleOf(stretch, behind);
+    item.style = m_token.styleOf(run, runEnd);
     for (const Letter& letter : letters.subspan(begin, end - begin)) {
       item.text += static_cast<wchar_t>(letter.character);
     }
     item.reported = begin <= wordBegin && wordBegin < end;
-    // Marks in front of the word, behind a quote for instance, are reached before it.
+    // Marks before the word, for example between a quote and the word, are reached before it.
     for (; item.reported && mark != m_token.marks.end() && mark->letter <= wordBegin; ++mark) {
       sentence.items.push_back(mark->item);
     }
@@ -325,7 +350,7 @@ void SentenceReader::addToken(Sentence& sentence) const {
       sentence.items.back().share =
           static_cast<double>(mark->letter - begin) / static_cast<double>(end - begin);
     }
-    stretch = behind;
+    run = runEnd;
   }
 }
 
@@ -335,29 +360,31 @@ void SentenceReader::closePhones(Sentence& sentence) {
   sentence.items[m_phonesItem].name.resize(m_phonesName);
 }
 
-// Takes in a tag that is an item of its own.
-SentenceReader::Step SentenceReader::add(Item item, const MarkupEvent& tag, Sentence& sentence) {
+// Adds the item of a tag that is an item of its own: a mark outside a token, or a break.
+SentenceReader::ReadResult SentenceReader::add(Item item, const MarkupEvent& tag,
+                                               Sentence& sentence) {
   if (!fits(tag.end, sentence)) {
     closePhones(sentence);
-    return Step::CutOff;
+    return ReadResult::SplitBefore;
   }
   if (sentence.items.empty()) m_pieceStart = tag.start;
   item.start = position(tag.start);
   item.length = position(tag.end - tag.start);
   item.style = m_styles.style();
   sentence.items.push_back(std::move(item));
-  return Step::GoOn;
+  return ReadResult::Continue;
 }
 
-// Notes that the tokens of the piece reach over the bytes from `start` to `end`.
-void SentenceReader::cover(std::size_t start, std::size_t end, const Sentence& sentence) {
+// Extends the range of the piece's tokens by the bytes from `start` to `end`.
+void SentenceReader::extendRange(std::size_t start, std::size_t end, const Sentence& sentence) {
   if (sentence.items.empty()) m_pieceStart = start;
   if (!m_hasTokens) m_tokensStart = start;
   m_hasTokens = true;
   m_tokensEnd = end;
 }
 
-// Fills in what holds for the whole piece. False when nothing is in it.
+// Fills in the values of the whole piece. Returns false if it has no item. `ended`: the sentence
+// ends with this piece.
 bool SentenceReader::finish(bool ended, Sentence& sentence) {
   sentence.begins = m_hasWords && !m_begun;
   sentence.ends = ended && (m_hasWords || m_begun);

@@ -18,7 +18,7 @@ std::string_view trim(std::string_view text) {
   return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
 }
 
-// The number that an attribute gives, with `unit` behind it or nothing.
+// Reads an attribute that is a number with the optional unit `unit`.
 std::optional<double> readAttribute(const MarkupEvent& tag, std::string_view attribute,
                                     std::string_view unit) {
   const auto value = tag.attribute(attribute);
@@ -29,6 +29,7 @@ std::optional<double> readAttribute(const MarkupEvent& tag, std::string_view att
   return number;
 }
 
+// Each setting is independent: an invalid one is ignored, the others apply.
 void applyProsody(const MarkupEvent& tag, Style& style) {
   if (const auto volume = readAttribute(tag, "volume", "%")) style.volume = std::max(*volume, 0.0);
   if (const auto rate = readAttribute(tag, "rate", ""); rate && *rate > 0) style.rate = *rate;
@@ -40,6 +41,7 @@ void applyProsody(const MarkupEvent& tag, Style& style) {
   }
 }
 
+// Spelling and reading digits add up over nested elements; no value switches them off.
 void applySayAs(const MarkupEvent& tag, Style& style) {
   for (const std::string_view attribute : {"type", "interpret-as"}) {
     const auto value = tag.attribute(attribute);
@@ -50,6 +52,7 @@ void applySayAs(const MarkupEvent& tag, Style& style) {
 
 }  // namespace
 
+// A start tag without a known element opens nothing; its end tag is then ignored, too.
 void StyleStack::open(const MarkupEvent& tag) {
   const auto element = elementOf(tag.name);
   if (!element) return;
@@ -71,6 +74,7 @@ void StyleStack::open(const MarkupEvent& tag) {
   }
 }
 
+// The loop ends: the count says that the element is on the stack.
 void StyleStack::close(std::string_view name) {
   const auto element = elementOf(name);
   if (!element || m_counts[static_cast<std::size_t>(*element)] == 0) return;
@@ -95,6 +99,7 @@ std::optional<StyleStack::Element> StyleStack::elementOf(std::string_view name) 
   return std::nullopt;
 }
 
+// std::from_chars accepts no "+" but accepts "inf" and "nan".
 std::optional<double> readNumber(std::string_view text, std::string_view& unit) {
   text = trim(text);
   const bool negative = text.starts_with('-');
@@ -108,6 +113,7 @@ std::optional<double> readNumber(std::string_view text, std::string_view& unit) 
   return negative ? -value : value;
 }
 
+// A break's time needs a unit.
 std::uint32_t readBreakTime(std::string_view text, std::uint32_t limit) {
   std::string_view unit;
   const auto number = readNumber(text, unit);

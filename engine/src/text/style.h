@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 //
-// How text is to be spoken, and the elements that set it. Used by one thread at a time.
+// How text is spoken, and the stack of elements that set it. Used by one thread at a time.
 #pragma once
 
 #include <array>
@@ -14,14 +14,14 @@
 
 namespace kavrel {
 
-// How a stretch of text is to be spoken. What the text does not set is left to the voice.
+// How a run of text is spoken. Values that the text does not set are the voice's own.
 struct Style {
   static constexpr double kUnset = -1;
 
   double rate = kUnset;    // words per minute
-  double volume = kUnset;  // percent of the voice's own loudness; 0 and up
-  double pitch = kUnset;   // Hz
-  double range = kUnset;   // Hz
+  double volume = kUnset;  // percent of the voice's own loudness, at least 0
+  double pitch = kUnset;   // median in Hz
+  double range = kUnset;   // of the pitch, in Hz
   bool spellOut = false;   // letter by letter
   bool digits = false;     // numbers digit by digit
   bool emphasis = false;
@@ -29,22 +29,22 @@ struct Style {
   bool operator==(const Style&) const = default;
 };
 
-// The elements that are open at a place of the text, and the style that they make.
+// The stack of open elements at a position in the text, and the style that results.
 //
 //  prosody   volume: percent; 0 is silence, a negative number counts as 0
 //            rate: words per minute, above 0
-//            pitch: Hz, above 0; range: Hz, 0 and up; "Hz" behind the number may be missing
+//            pitch: Hz, above 0; range: Hz, at least 0; the unit "Hz" is optional
 //  say-as    type or interpret-as: "spell-out" or "digits"
-//  emphasis  strength: "strong"; any other switches emphasis off
-//  phoneme
+//  emphasis  strength: "strong"; any other value switches emphasis off
+//  phoneme   no style; its content is not spoken
 //
-// A value that cannot be read leaves the setting as it is outside the element. All else that comes
-// in tags changes nothing. An end tag closes the nearest open element of its name and what is open
-// inside it; one without an open element is left out. Memory grows with the depth, and each tag
-// costs constant time, its own length and the elements it closes aside.
+// An invalid value leaves the setting as it is outside the element. All other elements and
+// attributes are ignored. An end tag closes the nearest open element of its name and all elements
+// opened inside it; an end tag without an open element is ignored. Memory grows with the depth. A
+// tag takes constant time, plus time for its own length and for the elements that it closes.
 class StyleStack {
  public:
-  // A start tag that is not empty.
+  // `tag` is a start tag that is not an empty element.
   void open(const MarkupEvent& tag);
   void close(std::string_view name);
 
@@ -53,24 +53,26 @@ class StyleStack {
 
  private:
   enum class Element : std::uint8_t { Prosody, SayAs, Emphasis, Phoneme, Count };
-  struct Open {
+  struct OpenElement {
     Element element;
-    Style outside;
+    Style outside;  // the style before the element, restored when it is closed
   };
 
   static std::optional<Element> elementOf(std::string_view name);
 
   Style m_style;
-  std::vector<Open> m_open;
-  // How many of each element are open, so that an end tag without one need not search.
+  std::vector<OpenElement> m_open;
+  // Number of open elements of each kind, so that an end tag without a start tag needs no search.
   std::array<std::size_t, static_cast<std::size_t>(Element::Count)> m_counts{};
 };
 
-// The number at the start of `text` (sign, fraction and exponent allowed, blanks around it left
-// out) and `unit`, what stands behind it; nothing when there is none that is finite.
+// Reads the number at the start of `text`: sign, fraction and exponent are allowed, blanks around
+// it are skipped, the locale has no influence. Stores the text after it in `unit`. Returns nullopt
+// if there is no finite number.
 std::optional<double> readNumber(std::string_view text, std::string_view& unit);
 
-// A break's time ("500ms", "1.5s") in milliseconds, 0 for what cannot be read, `limit` at most.
+// Reads a break's time ("500ms", "1.5s"). Returns milliseconds, at most `limit`; 0 if it is
+// invalid.
 std::uint32_t readBreakTime(std::string_view text, std::uint32_t limit);
 
 }  // namespace kavrel

@@ -12,20 +12,21 @@ namespace {
 
 using namespace std::string_view_literals;
 
-// Behind these a name or a number comes, never the end of a sentence. Small letters, last stop off.
+// A name or a number follows these, never the end of a sentence. In lower case, without the last
+// stop.
 constexpr auto kNeverEnd = std::to_array<std::string_view>(
     {"adm",  "approx", "asst", "brig", "capt", "cf",     "cmdr", "col", "cpl", "dr",  "e.g", "gen",
      "gov",  "hon",    "i.e",  "lt",   "maj",  "messrs", "mlle", "mme", "mr",  "mrs", "ms",  "mt",
      "pres", "prof",   "rep",  "rev",  "rt",   "sen",    "sgt",  "st",  "viz", "vs"});
 
-// These stand at the end of a sentence as well as inside.
+// These occur at the end of a sentence as well as inside one.
 constexpr auto kMayEnd = std::to_array<std::string_view>(
     {"al",   "apr", "assn", "aug", "ave", "blvd", "bros", "co",   "corp", "dec",
      "dept", "ed",  "eds",  "est", "etc", "feb",  "hrs",  "inc",  "jan",  "jr",
      "jul",  "jun", "ltd",  "mar", "min", "nov",  "oct",  "rd",   "sec",  "sep",
      "sept", "sq",  "sr",   "ft",  "lb",  "lbs",  "oz",   "univ", "yr",   "yrs"});
 
-// These are short forms in front of a number only.
+// These are abbreviations only before a number.
 constexpr auto kBeforeNumber = std::to_array<std::string_view>(
     {"art", "ch", "chap", "fig", "figs", "no", "nos", "nr", "p", "pp", "par", "vol", "vols"});
 
@@ -45,15 +46,16 @@ bool isStop(char32_t character) {
   return contains(U".!?\u2026"sv, character);
 }
 
-bool isCapital(char32_t character) {
+bool isUpperCase(char32_t character) {
   return (character >= 'A' && character <= 'Z') ||
          (character >= 0xC0 && character <= 0xDE && character != 0xD7);
 }
 
-// True for a sign or decimal point at `at` that is spoken with the number behind it.
+// Returns true for a sign or decimal point at `at` that is spoken with the number after it: "-5",
+// ".5", "-.5", "-$5".
 bool leadsNumber(std::span<const Letter> token, std::size_t at) {
-  const auto is = [&token](std::size_t place, std::u32string_view set) {
-    return place < token.size() && contains(set, token[place].character);
+  const auto is = [&token](std::size_t position, std::u32string_view set) {
+    return position < token.size() && contains(set, token[position].character);
   };
   static constexpr auto kDigits = U"0123456789"sv;
   if (is(at, U"."sv)) return is(at + 1, kDigits);
@@ -62,7 +64,8 @@ bool leadsNumber(std::span<const Letter> token, std::size_t at) {
   return is(at + 1, kDigits);
 }
 
-std::string smallAscii(std::span<const Letter> letters) {
+// Returns the letters in lower case for a lookup; "?" for characters outside ASCII.
+std::string lowerAscii(std::span<const Letter> letters) {
   std::string text;
   for (const Letter& letter : letters) {
     const char32_t c = letter.character;
@@ -75,7 +78,7 @@ std::string smallAscii(std::span<const Letter> letters) {
   return text;
 }
 
-// "u.s", "p.m": letters with stops between them.
+// "u.s", "p.m": single letters separated by stops.
 bool isInitials(std::string_view text) {
   if (text.size() < 3 || text.size() % 2 == 0) return false;
   for (std::size_t i = 0; i < text.size(); ++i) {
@@ -85,19 +88,19 @@ bool isInitials(std::string_view text) {
   return true;
 }
 
-// How a token ends that is `letters` and one "." (with nothing around them).
+// Returns how a token of `letters` and one "." ends.
 Stop stopOfAbbreviation(std::span<const Letter> letters) {
   static constexpr std::size_t kLongest = 8;
   if (letters.empty() || letters.size() > kLongest) return Stop::Full;
-  // "I." ends a sentence more often than it begins a name.
-  if (letters.size() == 1 && isCapital(letters[0].character) && letters[0].character != 'I') {
+  // A single capital is an initial, except "I.", which more often ends a sentence.
+  if (letters.size() == 1 && isUpperCase(letters[0].character) && letters[0].character != 'I') {
     return Stop::None;
   }
-  const std::string text = smallAscii(letters);
+  const std::string text = lowerAscii(letters);
   if (std::ranges::find(kNeverEnd, text) != kNeverEnd.end()) return Stop::None;
   if (std::ranges::find(kBeforeNumber, text) != kBeforeNumber.end()) return Stop::UnlessDigit;
   const bool mayEnd = std::ranges::find(kMayEnd, text) != kMayEnd.end();
-  return mayEnd || isInitials(text) ? Stop::UnlessSmall : Stop::Full;
+  return mayEnd || isInitials(text) ? Stop::UnlessLowerCase : Stop::Full;
 }
 
 }  // namespace
@@ -113,7 +116,7 @@ bool isDigit(char32_t character) {
   return character >= '0' && character <= '9';
 }
 
-bool isSmallLetter(char32_t character) {
+bool isLowerCase(char32_t character) {
   return (character >= 'a' && character <= 'z') ||
          (character >= 0xDF && character <= 0xFF && character != 0xF7) || character == 0x153 ||
          character == 0x161 || character == 0x17E;
@@ -133,6 +136,7 @@ std::span<const Letter> wordOf(std::span<const Letter> token) {
   return token.subspan(first, last - first);
 }
 
+// "!", "?" and more than one stop always end the sentence; a single "." depends on the word.
 Stop stopOf(std::span<const Letter> token) {
   while (!token.empty() && isClosing(token.back().character)) token = token.first(token.size() - 1);
   if (token.empty() || !isStop(token.back().character)) return Stop::None;

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 //
-// What is a word and where a sentence ends, by the characters alone. Everything here may be called
-// on any thread at the same time.
+// Words and ends of sentences, as far as the characters of one token decide them. The rules need no
+// context: text/sentence.h says who decides the rest.
+//
+// All functions are pure and may be called on any thread at the same time.
 #pragma once
 
 #include <cstddef>
@@ -10,34 +12,35 @@
 
 namespace kavrel {
 
-// A character of a token and the bytes it takes in the text.
+// A character of a token (Unicode), and the bytes that it takes in the text.
 struct Letter {
   char32_t character = 0;
   std::size_t start = 0;
   std::size_t length = 0;
 };
 
-// White space and control characters, the whole of 0x80 to 0x9F included.
+// White space and control characters, including all of 0x80 to 0x9F.
 bool isBlank(char32_t character);
 
 bool isDigit(char32_t character);
-bool isSmallLetter(char32_t character);
+bool isLowerCase(char32_t character);
 
-// Quotes and brackets that may stand behind the stop of a sentence.
+// Quotes and brackets that may follow the full stop of a sentence.
 bool isClosing(char32_t character);
 
-// The token without the punctuation around it; empty for a token of punctuation alone. A sign or a
-// decimal point in front of a number belongs to the number.
+// Returns the token without the punctuation around it; an empty span for a token of punctuation
+// only. A minus sign or a decimal point before a number belongs to the number.
 std::span<const Letter> wordOf(std::span<const Letter> token);
 
-// Whether a sentence ends with a token.
+// Whether a sentence ends after a token. The last two depend on the character that follows.
 enum class Stop : std::uint8_t {
-  None,
-  Full,
-  UnlessSmall,  // it does not when a small letter, a digit, a bracket or a comma follows ("etc.")
-  UnlessDigit,  // it does not when a digit follows ("No.")
+  None,             // no
+  Full,             // yes
+  UnlessLowerCase,  // not before a lower-case letter, a digit, a bracket or a comma ("etc.")
+  UnlessDigit,      // not before a digit ("No.")
 };
 
+// Returns how `token` ends, closing quotes and brackets skipped.
 Stop stopOf(std::span<const Letter> token);
 
 }  // namespace kavrel

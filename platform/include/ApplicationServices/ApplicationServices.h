@@ -1,7 +1,8 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 /*
- * ApplicationServices: the umbrella header of what speech software uses of the platform of that
- * name: speech synthesis, fixed-point arithmetic, text encoding conversion. C11 and C++20.
+ * ApplicationServices: umbrella header for the parts of the platform that speech software uses:
+ * speech synthesis, fixed-point arithmetic, text encoding conversion, Core Foundation and handles.
+ * C11 and C++20.
  */
 #ifndef APPLICATIONSERVICES_APPLICATIONSERVICES_H
 #define APPLICATIONSERVICES_APPLICATIONSERVICES_H

@@ -1,9 +1,9 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 /*
- * FixMath: arithmetic on Fixed, signed numbers with 16 bits after the point.
+ * FixMath: arithmetic with Fixed, signed numbers with 16 bits before and 16 bits after the point.
  *
- * No function fails. A result that Fixed cannot hold becomes its nearest value: 0x7FFFFFFF
- * (32767.99998) or -0x80000000 (-32768). All functions may be called on any thread.
+ * No function fails. A result outside the range of Fixed saturates: it becomes 0x7FFFFFFF
+ * (32767.99998) or -0x80000000 (-32768). All functions are safe to call from any thread.
  */
 #ifndef APPLICATIONSERVICES_FIXMATH_H
 #define APPLICATIONSERVICES_FIXMATH_H
@@ -14,18 +14,18 @@
 extern "C" {
 #endif
 
-/* The whole number `x` as Fixed; below -32768 or above 32767 saturates. */
+/* Returns the integer `x` as Fixed. Values below -32768 or above 32767 saturate. */
 SPEECH_PLATFORM_API Fixed Long2Fix(long x);
 
-/* The whole part of `x`, from -32768 to 32767. The fraction is dropped, toward zero: 1.75 gives 1,
- * and -1.75 gives -1. */
+/* Returns the integer part of `x`, from -32768 to 32767. The fraction is dropped, toward zero: 1.75
+ * gives 1, and -1.75 gives -1. */
 SPEECH_PLATFORM_API SInt32 Fix2Long(Fixed x);
 
-/* a times b, rounded to the nearest Fixed; what lies half-way goes away from zero. */
+/* Returns a * b, rounded to the nearest Fixed; halves round away from zero. */
 SPEECH_PLATFORM_API Fixed FixMul(Fixed a, Fixed b);
 
-/* x divided by y, rounded to the nearest Fixed; what lies half-way goes away from zero. A division
- * by zero gives the smallest Fixed when x is negative, else the largest. */
+/* Returns x / y, rounded to the nearest Fixed; halves round away from zero. Division by zero
+ * returns the smallest Fixed if x is negative, else the largest. */
 SPEECH_PLATFORM_API Fixed FixDiv(Fixed x, Fixed y);
 
 #ifdef __cplusplus

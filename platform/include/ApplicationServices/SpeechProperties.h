@@ -1,12 +1,14 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 /*
- * SpeechProperties: the part of the Speech Synthesis Manager's client interface that deals in Core
- * Foundation objects. The conventions of SpeechSynthesis.h and of CFBase.h hold.
+ * SpeechProperties: the functions of the Speech Synthesis Manager that use Core Foundation objects.
  *
- * Text of a string is converted to Mac OS Roman: a character that this lacks takes its plain form
- * (a letter without its accent, "-" for every dash, "1/2"), nothing when it has no width, one blank
- * when it has no form. Positions are those of the string, in UTF-16 units, whatever the conversion
- * made of it.
+ * The conventions of SpeechSynthesis.h (results, threads, callbacks) and of CFBase.h (ownership,
+ * null) apply.
+ *
+ * Strings are converted to Mac OS Roman before they are spoken. A character that Mac OS Roman lacks
+ * is replaced by its plain form (a letter without its accent, "-" for every dash, "1/2"), by
+ * nothing if it has no width, or else by a blank. Positions count UTF-16 units of the original
+ * string, not of the converted text.
  */
 #ifndef APPLICATIONSERVICES_SPEECHPROPERTIES_H
 #define APPLICATIONSERVICES_SPEECHPROPERTIES_H
@@ -18,39 +20,44 @@
 extern "C" {
 #endif
 
-/* ---- Properties ---------------------------------------------------------------------------- */
+/* ---- Properties */
 
-/* Read: a dictionary of state, see the keys below. */
+/* Properties of CopySpeechProperty and SetSpeechProperty. "Read": only CopySpeechProperty accepts
+ * the property; "Write": only SetSpeechProperty. */
+
+/* Read: a dictionary with the state, keys kSpeechStatus... */
 SPEECH_PLATFORM_API extern const CFStringRef kSpeechStatusProperty;
-/* Read: a dictionary of the errors since it was read before. */
+/* Read: a dictionary with the errors since the property was last read, keys kSpeechError... */
 SPEECH_PLATFORM_API extern const CFStringRef kSpeechErrorsProperty;
-/* kSpeechModeText or kSpeechModePhoneme. */
+/* A string: kSpeechModeText or kSpeechModePhoneme. */
 SPEECH_PLATFORM_API extern const CFStringRef kSpeechInputModeProperty;
-/* kSpeechModeNormal or kSpeechModeLiteral. */
+/* Strings: kSpeechModeNormal or kSpeechModeLiteral. */
 SPEECH_PLATFORM_API extern const CFStringRef kSpeechCharacterModeProperty;
 SPEECH_PLATFORM_API extern const CFStringRef kSpeechNumberModeProperty;
-/* Numbers: words per minute; note number, 60 = middle C; notes up and down; 0.0 to 1.0. */
+/* Numbers: the rate in words per minute; the base pitch as a note number, 60 = middle C; the pitch
+ * modulation in notes above and below the base; the volume from 0.0 to 1.0. */
 SPEECH_PLATFORM_API extern const CFStringRef kSpeechRateProperty;
 SPEECH_PLATFORM_API extern const CFStringRef kSpeechPitchBaseProperty;
 SPEECH_PLATFORM_API extern const CFStringRef kSpeechPitchModProperty;
 SPEECH_PLATFORM_API extern const CFStringRef kSpeechVolumeProperty;
-/* Read: a dictionary about the synthesizer. */
+/* Read: a dictionary about the synthesizer, keys kSpeechSynthesizerInfo... */
 SPEECH_PLATFORM_API extern const CFStringRef kSpeechSynthesizerInfoProperty;
-/* Read: a number, the last mark reached. */
+/* Read: a number, the four-character code of the last sync mark reached. */
 SPEECH_PLATFORM_API extern const CFStringRef kSpeechRecentSyncProperty;
-/* Read: an array of dictionaries, one for each phoneme symbol, in the order of their codes. */
+/* Read: an array of dictionaries, one per phoneme in the order of the codes, keys
+ * kSpeechPhonemeInfo... */
 SPEECH_PLATFORM_API extern const CFStringRef kSpeechPhonemeSymbolsProperty;
 /* A dictionary with kSpeechVoiceCreator and kSpeechVoiceID. */
 SPEECH_PLATFORM_API extern const CFStringRef kSpeechCurrentVoiceProperty;
 /* Write: a dictionary with kSpeechCommandPrefix and kSpeechCommandSuffix, strings of one or two
  * ASCII characters. */
 SPEECH_PLATFORM_API extern const CFStringRef kSpeechCommandDelimiterProperty;
-/* Write: all settings as at first; the value is not looked at. */
+/* Write: restores the initial settings; the value is ignored. */
 SPEECH_PLATFORM_API extern const CFStringRef kSpeechResetProperty;
-/* Write: a URL of an AIFF file to speak into; null for the sound output. */
+/* Write: the URL of an AIFF file to speak into; null for the sound device. */
 SPEECH_PLATFORM_API extern const CFStringRef kSpeechOutputToFileURLProperty;
-/* Numbers of kCFNumberLongType that hold a pointer: the reference constant, and callbacks; null
- * switches a callback off. */
+/* Write: the reference constant and the callbacks, as numbers of kCFNumberLongType that hold a
+ * pointer; null switches a callback off. */
 SPEECH_PLATFORM_API extern const CFStringRef kSpeechRefConProperty;
 SPEECH_PLATFORM_API extern const CFStringRef kSpeechTextDoneCallBack;
 SPEECH_PLATFORM_API extern const CFStringRef kSpeechSpeechDoneCallBack;
@@ -59,7 +66,7 @@ SPEECH_PLATFORM_API extern const CFStringRef kSpeechPhonemeCallBack;
 SPEECH_PLATFORM_API extern const CFStringRef kSpeechErrorCFCallBack; /* SpeechErrorCFProcPtr */
 SPEECH_PLATFORM_API extern const CFStringRef kSpeechWordCFCallBack;  /* SpeechWordCFProcPtr */
 
-/* ---- Values and keys ----------------------------------------------------------------------- */
+/* ---- Values and keys */
 
 SPEECH_PLATFORM_API extern const CFStringRef kSpeechModeText;
 SPEECH_PLATFORM_API extern const CFStringRef kSpeechModePhoneme;
@@ -67,50 +74,54 @@ SPEECH_PLATFORM_API extern const CFStringRef kSpeechModeTune;
 SPEECH_PLATFORM_API extern const CFStringRef kSpeechModeNormal;
 SPEECH_PLATFORM_API extern const CFStringRef kSpeechModeLiteral;
 
-/* Of SpeakCFString's options: a number or truth value each, false when missing. */
+/* Options of SpeakCFString: numbers or booleans. A missing option is false. */
 SPEECH_PLATFORM_API extern const CFStringRef kSpeechNoEndingProsody;
 SPEECH_PLATFORM_API extern const CFStringRef kSpeechNoSpeechInterrupt;
 SPEECH_PLATFORM_API extern const CFStringRef kSpeechPreflightThenPause;
 
-/* Of kSpeechStatusProperty: numbers. */
+/* Keys of kSpeechStatusProperty: numbers, as the fields of SpeechStatusInfo. */
 SPEECH_PLATFORM_API extern const CFStringRef kSpeechStatusOutputBusy;
 SPEECH_PLATFORM_API extern const CFStringRef kSpeechStatusOutputPaused;
 SPEECH_PLATFORM_API extern const CFStringRef kSpeechStatusNumberOfCharactersLeft;
 SPEECH_PLATFORM_API extern const CFStringRef kSpeechStatusPhonemeCode;
 
-/* Of kSpeechErrorsProperty: numbers. */
+/* Keys of kSpeechErrorsProperty: numbers, as the fields of SpeechErrorInfo. */
 SPEECH_PLATFORM_API extern const CFStringRef kSpeechErrorCount;
 SPEECH_PLATFORM_API extern const CFStringRef kSpeechErrorOldest;
 SPEECH_PLATFORM_API extern const CFStringRef kSpeechErrorOldestCharacterOffset;
 SPEECH_PLATFORM_API extern const CFStringRef kSpeechErrorNewest;
 SPEECH_PLATFORM_API extern const CFStringRef kSpeechErrorNewestCharacterOffset;
 
-/* Of kSpeechSynthesizerInfoProperty: strings of four characters, and of a version as "4.0.4". */
+/* Keys of kSpeechSynthesizerInfoProperty: strings of four characters; the version is a string such
+ * as "4.0.4". */
 SPEECH_PLATFORM_API extern const CFStringRef kSpeechSynthesizerInfoIdentifier;
 SPEECH_PLATFORM_API extern const CFStringRef kSpeechSynthesizerInfoManufacturer;
 SPEECH_PLATFORM_API extern const CFStringRef kSpeechSynthesizerInfoVersion;
 
-/* Of kSpeechPhonemeSymbolsProperty: the code (number), the symbol, a word that has the sound, and
- * where in the word it is (numbers, from and to behind). */
+/* Keys of kSpeechPhonemeSymbolsProperty: the code (number), the symbol (string), a word that
+ * contains the phoneme (string), and the range of the word's letters that stand for it (numbers:
+ * the first position from 0, and the position after the last). */
 SPEECH_PLATFORM_API extern const CFStringRef kSpeechPhonemeInfoOpcode;
 SPEECH_PLATFORM_API extern const CFStringRef kSpeechPhonemeInfoSymbol;
 SPEECH_PLATFORM_API extern const CFStringRef kSpeechPhonemeInfoExample;
 SPEECH_PLATFORM_API extern const CFStringRef kSpeechPhonemeInfoHiliteStart;
 SPEECH_PLATFORM_API extern const CFStringRef kSpeechPhonemeInfoHiliteEnd;
 
-/* Of kSpeechCurrentVoiceProperty: numbers. */
+/* Keys of kSpeechCurrentVoiceProperty: numbers. */
 SPEECH_PLATFORM_API extern const CFStringRef kSpeechVoiceCreator;
 SPEECH_PLATFORM_API extern const CFStringRef kSpeechVoiceID;
 
+/* Keys of kSpeechCommandDelimiterProperty: strings. */
 SPEECH_PLATFORM_API extern const CFStringRef kSpeechCommandPrefix;
 SPEECH_PLATFORM_API extern const CFStringRef kSpeechCommandSuffix;
 
-/* Of an error's user info: the text that was spoken (string), and where in it (number). */
+/* Keys of the user info of an error: the spoken text (string), and the position of the error in it
+ * (number). */
 SPEECH_PLATFORM_API extern const CFStringRef kSpeechErrorCallbackSpokenString;
 SPEECH_PLATFORM_API extern const CFStringRef kSpeechErrorCallbackCharacterOffset;
 
-/* Of a pronunciation dictionary: a locale (string), a date, and arrays of entries, dictionaries
- * with a spelling and phonemes (strings) each. */
+/* Keys of a pronunciation dictionary: a locale (string), a date, and two arrays of entries. An
+ * entry is a dictionary with a spelling and phonemes (strings). */
 SPEECH_PLATFORM_API extern const CFStringRef kSpeechDictionaryLocaleIdentifier;
 SPEECH_PLATFORM_API extern const CFStringRef kSpeechDictionaryModificationDate;
 SPEECH_PLATFORM_API extern const CFStringRef kSpeechDictionaryPronunciations;
@@ -118,35 +129,38 @@ SPEECH_PLATFORM_API extern const CFStringRef kSpeechDictionaryAbbreviations;
 SPEECH_PLATFORM_API extern const CFStringRef kSpeechDictionaryEntrySpelling;
 SPEECH_PLATFORM_API extern const CFStringRef kSpeechDictionaryEntryPhonemes;
 
-/* ---- Calls --------------------------------------------------------------------------------- */
+/* ---- Functions */
 
-/* SpeakBuffer for a string; null or an empty one stops the channel. `options` may be null. Word,
- * error and state positions count UTF-16 units of the string, in the callbacks of the other calls
- * too. Results: those of SpeakBuffer. */
+/* Speaks a string; see SpeakBuffer. Null or an empty string stops the channel. `options` is a
+ * dictionary of the options above; null and objects of other types count as no options. The string
+ * and the options are retained or copied as needed. Positions of words, errors and the state count
+ * UTF-16 units of the string, in every callback. No text-done is called. Results: those of
+ * SpeakBuffer; paramErr if the converted text is longer than 2147483647 bytes. */
 SPEECH_PLATFORM_API OSErr SpeakCFString(SpeechChannel chan, CFStringRef aString,
                                         CFDictionaryRef options);
 
-/* Reads a property into `*object`, which the caller releases; null after a failure. Results: noErr;
- * paramErr, `property` or `object` is null; siUnknownInfoType, the property is not known, or not
- * read; memFullErr. */
+/* Reads a property into `*object`; the caller releases it. Results: noErr; paramErr if `property`
+ * or `object` is null; siUnknownInfoType if the property is unknown or write-only. After a failure
+ * `*object` is null. */
 SPEECH_PLATFORM_API OSErr CopySpeechProperty(SpeechChannel chan, CFStringRef property,
                                              CFTypeRef* object);
 
-/* Changes a property. Results: noErr; paramErr, `property` is null, or the object is not of the
- * kind or range that the property takes; siUnknownInfoType, the property is not known, or not
- * written; those of SetSpeechInfo. */
+/* Changes a property. The object is copied or retained. Results: noErr; paramErr if `property` is
+ * null, or if the object does not have the type or range of the property; siUnknownInfoType if the
+ * property is unknown or read-only; those of SetSpeechInfo. */
 SPEECH_PLATFORM_API OSErr SetSpeechProperty(SpeechChannel chan, CFStringRef property,
                                             CFTypeRef object);
 
-/* TextToPhonemes for a string; `*phonemes` is a string that the caller releases, null after a
- * failure. Results: paramErr, an argument is null; those of TextToPhonemes. */
+/* Converts a string to phonemes; see TextToPhonemes, which also says how long it takes. The caller
+ * releases `*phonemes`. Results: those of TextToPhonemes; paramErr if an argument is null. After a
+ * failure `*phonemes` is null. */
 SPEECH_PLATFORM_API OSErr CopyPhonemesFromText(SpeechChannel chan, CFStringRef text,
                                                CFStringRef* phonemes);
 
-/* A pronunciation dictionary as an object. No synthesizer takes one on this platform, and the
- * spoken text stays as it is; only its form is looked at. Results: noErr; paramErr,
- * `speechDictionary` is null; badDictFormat, a list in it is not one, or an entry lacks its
- * spelling or phonemes. */
+/* Checks a pronunciation dictionary. No synthesizer uses it on this platform, so the spoken text
+ * does not change. Results: noErr; paramErr if `speechDictionary` is null; badDictFormat if it is
+ * not a dictionary, if one of its lists is not an array, or if an entry lacks its spelling or
+ * phonemes. */
 SPEECH_PLATFORM_API OSErr UseSpeechDictionary(SpeechChannel chan, CFDictionaryRef speechDictionary);
 
 #ifdef __cplusplus

@@ -1,34 +1,39 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 /*
- * SpeechSynthesis: the client interface of the Speech Synthesis Manager. Names, values and layouts
- * are the platform's; records are packed to 2 bytes and in the machine's byte order.
+ * SpeechSynthesis: the client interface of the Speech Synthesis Manager. C11 and C++20.
+ *
+ * Names, values and layouts are the platform's. Records are packed to 2 bytes and in the machine's
+ * byte order.
  *
  * Conventions
- *  1. Results are OSErr; 0 is success. Every function that takes a channel answers
- *     invalidComponentID for one that is not open, null included, and does nothing else.
- *  2. Every function that reaches a synthesizer may also answer memFullErr, or badInputText for any
- *     other failure inside it. No C++ exception comes out.
- *  3. What a caller passes is copied; nothing has to outlive the call. Text is Mac OS Roman. A NUL
- *     in it is a blank.
- *  4. Positions and lengths of text count bytes from the front of the caller's buffer. They never
- *     go backwards while a text is spoken, and position + length is never behind its end. Of a
- *     text that SpeakCFString speaks they count UTF-16 units of the string.
- *  5. All functions may be called on any thread. A channel may be used by several threads; calls
- *     that meet on one channel take effect one after the other.
- *  6. Callbacks run on one thread, which belongs to the Manager and to nothing else, one at a time,
- *     in the order in which things happened, and under no lock: any function may be called inside
- *     any callback. A callback that does not return holds up the callbacks of all channels, but no
- *     speech. A callback gets the client's own channel and soRefCon, and lets no exception out.
- *  7. A job is one text, from the call that speaks it to its speech-done, which comes exactly once
- *     however the job ends, unless the channel is disposed. Once a job has been stopped at once,
- *     none of its other callbacks begins any more.
- *  8. StopSpeechAt with a place in the text returns at once and leaves the waiting to a thread of
- *     the Manager. A synthesizer cannot be asked anything else meanwhile: what is called for the
- *     channel until the place is reached takes effect after it, in the order of the calls, and is
- *     answered with noErr at once; only reading a setting waits. The channel's state, the voice's
- *     description and DisposeSpeechChannel never wait.
- *  9. From exit() on no callback begins. A process made by fork() has no channels but those it
- *     opens itself.
+ *  1. Results are OSErr; 0 (noErr) is success. Every function that takes a channel returns
+ *     invalidComponentID and has no effect if the channel is null, disposed or otherwise not open.
+ *  2. Every function with a result may also return memFullErr (out of memory), or badInputText for
+ *     a failure inside the synthesizer that has no result of its own. The lists of results below do
+ *     not repeat these two and invalidComponentID. No C++ exception leaves a function.
+ *  3. Arguments are copied: no text, record or URL has to outlive the call. Text is Mac OS Roman. A
+ *     NUL inside a text is read as a blank.
+ *  4. Positions and lengths count bytes of the caller's text, from 0. For a text of SpeakCFString
+ *     they count UTF-16 units of the string. Word positions never decrease within a text, and
+ *     position + length of a word is never more than the length of the text.
+ *  5. All functions are safe to call from any thread, and from inside any callback. Several threads
+ *     may use one channel at the same time; the calls take effect one after the other.
+ *  6. Callbacks run on one thread that the Manager creates for them, one at a time, in the order of
+ *     the events, and under no lock. A callback that does not return delays the callbacks of all
+ *     channels, but no speech. A callback receives the client's channel and its soRefCon. It must
+ *     not throw: an exception that leaves a callback ends the process.
+ *  7. A job is one text, from the call that starts it to its speech-done callback. Speech-done is
+ *     called exactly once per job, however the job ends; it is not called after the channel is
+ *     disposed. After an immediate stop, no other callback of the stopped job begins.
+ *  8. StopSpeechAt with kEndOfWord or kEndOfSentence returns immediately; a thread of the Manager
+ *     waits for the boundary. Until the boundary is reached, the synthesizer accepts no other call
+ *     for the channel. Calls that change the channel return noErr and take effect after the stop,
+ *     in the order of the calls. Calls that need the synthesizer's result wait for the stop:
+ *     GetSpeechInfo (except for soStatus, soErrors, soRecentSync and soCurrentVoice),
+ * UseDictionary, TextToPhonemes, and SetSpeechInfo with a selector whose value has no known size.
+ * Voice functions and DisposeSpeechChannel do not wait for it.
+ *  9. After exit() is called, no callback begins. A process created by fork() has no channels of
+ *     its parent; it can open its own.
  */
 #ifndef APPLICATIONSERVICES_SPEECHSYNTHESIS_H
 #define APPLICATIONSERVICES_SPEECHSYNTHESIS_H
@@ -43,24 +48,26 @@
 extern "C" {
 #endif
 
-/* ---- Results ------------------------------------------------------------------------------- */
+/* ---- Results */
 
 enum {
   siUnknownInfoType = -231, /* the synthesizer does not know the selector */
-  noSynthFound = -240,      /* no synthesizer for the voice, or it cannot be loaded */
+  noSynthFound = -240,      /* no synthesizer can be loaded for the voice */
   synthOpenFailed = -241,   /* the synthesizer cannot open another channel */
   synthNotReady = -242,     /* the channel is speaking, or cannot speak */
-  bufTooSmall = -243,       /* no room for the answer */
+  bufTooSmall = -243,       /* the caller's buffer is too small; this Manager does not use it */
   voiceNotFound = -244,     /* no such voice */
   incompatibleVoice = -245, /* the voice belongs to another synthesizer than the channel's */
   badDictFormat = -246,     /* not a pronunciation dictionary */
   badInputText = -247       /* the text cannot be spoken */
 };
 
-/* ---- Selectors and values ------------------------------------------------------------------ */
+/* ---- Selectors and values */
 
-/* The kind of value stands behind each. Written means for SetSpeechInfo alone, read means for
- * GetSpeechInfo alone. A pointer to a value is read or filled during the call. */
+/* Selectors of GetSpeechInfo and SetSpeechInfo, each with the type of `speechInfo`. "read": only
+ * GetSpeechInfo accepts it; "write": only SetSpeechInfo. Values that a pointer refers to are read
+ * or filled during the call. The synthesizer of this project keeps rates and pitches as whole
+ * numbers and the volume in steps of 0.01, rounded toward zero. */
 enum {
   soStatus = 0x73746174,               /* 'stat'; read: SpeechStatusInfo * */
   soErrors = 0x6572726F,               /* 'erro'; read: SpeechErrorInfo * */
@@ -69,14 +76,14 @@ enum {
   soNumberMode = 0x6E6D6272,           /* 'nmbr'; OSType *: modeNormal, modeLiteral */
   soRate = 0x72617465,                 /* 'rate'; Fixed *: words per minute */
   soPitchBase = 0x70626173,            /* 'pbas'; Fixed *: note number, 60 = middle C */
-  soPitchMod = 0x706D6F64,             /* 'pmod'; Fixed *: notes up and down from the base */
+  soPitchMod = 0x706D6F64,             /* 'pmod'; Fixed *: notes above and below the base */
   soVolume = 0x766F6C6D,               /* 'volm'; Fixed *: 0.0 to 1.0 */
   soSynthType = 0x76657273,            /* 'vers'; read: SpeechVersionInfo * */
-  soRecentSync = 0x73796E63,           /* 'sync'; read: OSType *, the last mark reached */
-  soPhonemeSymbols = 0x70687379,       /* 'phsy'; read: PhonemeDescriptor * */
+  soRecentSync = 0x73796E63,           /* 'sync'; read: OSType *, the last sync mark reached */
+  soPhonemeSymbols = 0x70687379,       /* 'phsy'; read: PhonemeDescriptor *; see below */
   soCurrentVoice = 0x63766F78,         /* 'cvox'; VoiceSpec * */
   soCommandDelimiter = 0x646C696D,     /* 'dlim'; write: DelimiterInfo * */
-  soReset = 0x72736574,                /* 'rset'; write: null */
+  soReset = 0x72736574,                /* 'rset'; write: the value is ignored */
   soRefCon = 0x72656663,               /* 'refc'; write: the value itself */
   soTextDoneCallBack = 0x74646362,     /* 'tdcb'; write: SpeechTextDoneUPP or null */
   soSpeechDoneCallBack = 0x73646362,   /* 'sdcb'; write: SpeechDoneUPP or null */
@@ -85,13 +92,15 @@ enum {
   soPhonemeCallBack = 0x70686362,      /* 'phcb'; write: SpeechPhonemeUPP or null */
   soWordCallBack = 0x77646362,         /* 'wdcb'; write: SpeechWordUPP or null */
   soSynthExtension = 0x78746E64,       /* 'xtnd'; write: SpeechXtndData * */
-  soOutputToFileWithCFURL = 0x6F706166 /* 'opaf'; write: CFURLRef of an AIFF file, or null */
+  soOutputToFileWithCFURL = 0x6F706166 /* 'opaf'; write: CFURLRef of an AIFF file; null: device */
 };
+/* soPhonemeSymbols: the synthesizer of this project does not know it (siUnknownInfoType). Use
+ * CopySpeechProperty with kSpeechPhonemeSymbolsProperty. */
 
 /* Selectors of GetVoiceInfo. */
 enum {
   soVoiceDescription = 0x696E666F, /* 'info'; VoiceDescription * */
-  soVoiceLocale = 0x6C6F636C       /* 'locl'; VoiceLocale *; of this platform alone */
+  soVoiceLocale = 0x6C6F636C       /* 'locl'; VoiceLocale *; this implementation only */
 };
 
 /* Values of soInputMode, soCharacterMode and soNumberMode. */
@@ -105,24 +114,24 @@ enum {
 
 /* Flags of SpeakBuffer. */
 enum {
-  kNoEndingProsody = 1,   /* the text's end is not the end of a sentence */
-  kNoSpeechInterrupt = 2, /* answer synthNotReady rather than cut off what is being spoken */
-  kPreflightThenPause = 4 /* prepare the text and wait for ContinueSpeech */
+  kNoEndingProsody = 1,   /* the end of the text is not the end of a sentence */
+  kNoSpeechInterrupt = 2, /* return synthNotReady instead of interrupting speech */
+  kPreflightThenPause = 4 /* accept the text, but wait for ContinueSpeech */
 };
 
-/* Places at which speech is stopped or paused. */
+/* Boundaries at which speech is stopped or paused. */
 enum { kImmediate = 0, kEndOfWord = 1, kEndOfSentence = 2 };
 
 /* Values of VoiceDescription.gender. */
 enum { kNeuter = 0, kMale = 1, kFemale = 2 };
 
-/* ---- Records ------------------------------------------------------------------------------- */
+/* ---- Records */
 
-/* A synthesizer's own name for a channel. Never reused while the synthesizer is loaded. */
+/* A synthesizer's own identifier of a channel. Never reused while the synthesizer is loaded. */
 typedef SInt32 SpeechChannelIdentifier;
 
-/* A client's handle of a channel. It is compared, never followed, and never used again for another
- * channel. */
+/* A client's handle of a channel. It is compared, never dereferenced, and its value is never used
+ * for another channel. */
 typedef struct SpeechChannelRecord {
   long data[1];
 } SpeechChannelRecord;
@@ -130,41 +139,41 @@ typedef SpeechChannelRecord* SpeechChannel;
 
 #pragma pack(push, 2)
 
-/* Which voice: the synthesizer it belongs to, and its number there. */
+/* Identifies a voice: the synthesizer it belongs to, and its number there. */
 typedef struct VoiceSpec {
   OSType creator;
   OSType id;
 } VoiceSpec;
 
 typedef struct VoiceDescription {
-  SInt32 length; /* how many bytes of the record are filled */
+  SInt32 length; /* number of bytes of the record that are filled */
   VoiceSpec voice;
   SInt32 version;
-  Str63 name;         /* zero behind the characters, as in comment */
-  Str255 comment;     /* a sentence to show the voice with */
+  Str63 name;         /* all bytes after the characters are 0, as in comment */
+  Str255 comment;     /* a sample sentence for the voice */
   SInt16 gender;      /* kNeuter, kMale or kFemale */
   SInt16 age;         /* years */
   SInt16 script;      /* smRoman */
-  SInt16 language;    /* langEnglish and so on; -1 for one without a code here */
-  SInt16 region;      /* verUS and so on; -1 for one without a code here */
+  SInt16 language;    /* langEnglish etc.; -1: MacTypes.h has no code for it */
+  SInt16 region;      /* verUS etc.; -1: MacTypes.h has no code for it */
   SInt32 reserved[4]; /* 0 */
 } VoiceDescription;
 
+/* The state of a channel. An idle channel has 0 in all fields. */
 typedef struct SpeechStatusInfo {
-  Boolean outputBusy;
-  Boolean outputPaused;
-  SInt32 inputBytesLeft; /* from the last word's start; a pause keeps it. 32 bits everywhere */
-  SInt16 phonemeCode;
+  Boolean outputBusy;    /* speaking */
+  Boolean outputPaused;  /* paused, or a pause is pending */
+  SInt32 inputBytesLeft; /* from the start of the last word; kept while paused. Always 32 bits */
+  SInt16 phonemeCode;    /* the last phoneme */
 } SpeechStatusInfo;
 
-/* The language and the country that a voice is for. A description has numbers for some of them
- * only. */
+/* The language and country of a voice. VoiceDescription has numeric codes for only some of them. */
 typedef struct VoiceLocale {
-  char identifier[6]; /* as en_US, NUL-terminated */
+  char identifier[6]; /* such as en_US, NUL-terminated */
 } VoiceLocale;
 
-/* The errors since the record was read before: how many, the first and the last of them, and where
- * in the text they were. */
+/* The errors since soErrors was last read: their number, and the oldest and the newest with their
+ * positions in the text. */
 typedef struct SpeechErrorInfo {
   SInt16 count;
   OSErr oldest;
@@ -182,14 +191,14 @@ typedef struct SpeechVersionInfo {
 } SpeechVersionInfo;
 
 typedef struct PhonemeInfo {
-  SInt16 opcode;
-  Str15 phStr;
-  Str31 exampleStr;
-  SInt16 hiliteStart;
-  SInt16 hiliteEnd;
+  SInt16 opcode;      /* the phoneme's code */
+  Str15 phStr;        /* its symbol */
+  Str31 exampleStr;   /* a word that contains it */
+  SInt16 hiliteStart; /* the letters of exampleStr that stand for the phoneme, from 0 */
+  SInt16 hiliteEnd;   /* the position after the last of them */
 } PhonemeInfo;
 
-/* As many PhonemeInfo as `phonemeCount` says follow one another. */
+/* `phonemeCount` PhonemeInfo records follow one another. */
 typedef struct PhonemeDescriptor {
   SInt16 phonemeCount;
   PhonemeInfo thePhonemes[1];
@@ -200,6 +209,7 @@ typedef struct SpeechXtndData {
   UInt8 synthData[2];
 } SpeechXtndData;
 
+/* The delimiters of embedded commands; one of a single character has 0 as its second byte. */
 typedef struct DelimiterInfo {
   UInt8 startDelimiter[2];
   UInt8 endDelimiter[2];
@@ -225,48 +235,57 @@ SPEECH_PLATFORM_CHECK(sizeof(PhonemeDescriptor) == 56, "PhonemeDescriptor");
 SPEECH_PLATFORM_CHECK(sizeof(SpeechXtndData) == 6, "SpeechXtndData");
 SPEECH_PLATFORM_CHECK(sizeof(DelimiterInfo) == 4, "DelimiterInfo");
 
-/* ---- Callbacks ----------------------------------------------------------------------------- */
+/* ---- Callbacks */
 
-/* More text is wanted, to be spoken behind the text of SpeakBuffer as if both were one. The
- * callback sets `*nextBuf` and `*byteLen` to text that stays valid until it is called again or the
- * speech is done; null or length 0 says that there is no more. Positions count on. It is called
- * after SpeakBuffer has returned, again and again until there is no more, before the first word is
- * spoken. What then keeps the text from being spoken comes as an error, and the speech is done.
- * `*controlFlags` holds the flags of SpeakBuffer; what is written to it is not looked at. Not
- * called for texts of SpeakCFString. */
+/* All callbacks: `chan` is the client's channel, `refCon` its soRefCon. They run on the Manager's
+ * callback thread (conventions 5 and 6) and may call any function, DisposeSpeechChannel included. A
+ * change of a callback or of soRefCon applies from the next callback on. */
+
+/* Asks for more text, which is spoken after the text of SpeakBuffer as if both were one text. The
+ * callback sets `*nextBuf` and `*byteLen` to the next piece; it must stay valid until the next call
+ * of the callback or speech-done. Null or length 0 ends the text. So does a piece that would make
+ * the text longer than 2147483647 bytes; that piece is not spoken. Positions count on from piece to
+ * piece. The callback is called repeatedly until the text ends, never from inside SpeakBuffer; the
+ * first word is spoken after that. If the complete text cannot be spoken, the error callback is
+ * called, then speech-done. `*controlFlags` holds the flags of SpeakBuffer; changes to it are
+ * ignored. Not called for texts of SpeakCFString. */
 typedef void (*SpeechTextDoneProcPtr)(SpeechChannel chan, SRefCon refCon, const void** nextBuf,
                                       unsigned long* byteLen, SInt32* controlFlags);
 
-/* The speech is over, however it ended; comes once for every text that began. The channel is idle,
- * unless the client has spoken again meanwhile: the callback may speak on it or dispose it. */
+/* The job has ended, for whatever reason. Called exactly once per job. The channel is idle, unless
+ * the client has started another text meanwhile: the callback may start a text on it or dispose it.
+ */
 typedef void (*SpeechDoneProcPtr)(SpeechChannel chan, SRefCon refCon);
 
-/* A mark of the text was reached. */
+/* A sync mark was reached. `syncMessage` is the mark's four-character code. */
 typedef void (*SpeechSyncProcPtr)(SpeechChannel chan, SRefCon refCon, OSType syncMessage);
 
-/* An error was met at byte `bytePos` of the text. */
+/* An error occurred at position `bytePos` of the text. `theError` is a result. */
 typedef void (*SpeechErrorProcPtr)(SpeechChannel chan, SRefCon refCon, OSErr theError,
                                    long bytePos);
 
-/* A phoneme begins; `phonemeOpcode` is the platform's code of it. */
+/* A phoneme begins. `phonemeOpcode` is its code, the index in kSpeechPhonemeSymbolsProperty. */
 typedef void (*SpeechPhonemeProcPtr)(SpeechChannel chan, SRefCon refCon, SInt16 phonemeOpcode);
 
-/* A word begins: `wordLen` bytes of the text from byte `wordPos`. */
+/* A word begins: `wordLen` bytes of the text from position `wordPos`. A longer word is reported
+ * with length 65535. */
 typedef void (*SpeechWordProcPtr)(SpeechChannel chan, SRefCon refCon, unsigned long wordPos,
                                   UInt16 wordLen);
 
-/* An error was met. The error's domain is kCFErrorDomainOSStatus, its code the result; what else is
- * known stands under the keys kSpeechErrorCallback... (SpeechProperties.h). `theError` is the
- * Manager's; null when memory is out. */
+/* An error occurred. The error's domain is kCFErrorDomainOSStatus, and its code is the result. Its
+ * user info has the keys kSpeechErrorCallback... (SpeechProperties.h). `theError` belongs to the
+ * Manager; it is null if the Manager is out of memory. */
 typedef void (*SpeechErrorCFProcPtr)(SpeechChannel chan, SRefCon refCon, CFErrorRef theError);
 
-/* A word begins: the part `wordRange` of `aString`, in UTF-16 units. `aString` is the string that
- * is spoken, or one of the bytes that are; it is the Manager's, and null when memory is out. */
+/* A word begins: the range `wordRange` of `aString`, in UTF-16 units. `aString` is the string of
+ * SpeakCFString, or a string made from the bytes of SpeakBuffer. It belongs to the Manager; it is
+ * null if the Manager is out of memory. */
 typedef void (*SpeechWordCFProcPtr)(SpeechChannel chan, SRefCon refCon, CFStringRef aString,
                                     CFRange wordRange);
 
-/* What the selectors take. On this platform it is the function itself: New... returns what it is
- * given, Dispose... releases nothing, Invoke... calls it. */
+/* The types that the callback selectors take. Here they are the functions themselves: New...
+ * returns its argument, Dispose... has no effect, and Invoke... calls the function (null: no
+ * effect). */
 typedef SpeechTextDoneProcPtr SpeechTextDoneUPP;
 typedef SpeechDoneProcPtr SpeechDoneUPP;
 typedef SpeechSyncProcPtr SpeechSyncUPP;
@@ -300,65 +319,80 @@ SPEECH_PLATFORM_API void InvokeSpeechWordUPP(SpeechChannel chan, SRefCon refCon,
                                              unsigned long wordPos, UInt16 wordLen,
                                              SpeechWordUPP upp);
 
-/* The Manager's version. */
+/* Returns the Manager's version. */
 SPEECH_PLATFORM_API NumVersion SpeechManagerVersion(void);
 
-/* ---- Voices -------------------------------------------------------------------------------- */
+/* ---- Voices */
 
-/* Voices are NAME.SpeechVoice bundles. They are looked for once, when one is first needed: in the
- * folders that the environment variable SPEECH_VOICE_PATH names (separated by colons), then in the
- * user's folder ${XDG_DATA_HOME:-~/.local/share}/speechmanager/Voices, then in the folder that came
- * with the Manager's library. Of two voices with the same VoiceSpec the first counts. A bundle that
- * cannot be used is left out, with one line on standard error. Synthesizers are libraries, looked
- * for in the same way and loaded when a channel first needs them: SPEECH_SYNTHESIZER_PATH,
- * .../speechmanager/Synthesizers. */
+/* Where voices come from. A voice is a bundle NAME.SpeechVoice. The Manager searches for voices
+ * once per process, when a voice is first needed, in this order: the folders in the environment
+ * variable SPEECH_VOICE_PATH, separated by colons
+ *   ${XDG_DATA_HOME:-~/.local/share}/speechmanager/Voices
+ *   the folder that is installed with the Manager's library
+ *
+ * Of two voices with the same VoiceSpec the first is used. A bundle that cannot be used is skipped,
+ * with one line on standard error.
+ *
+ * A synthesizer is a shared library. The Manager loads it when a channel first needs it, and it
+ * stays loaded until the process exits. The folders are those of SPEECH_SYNTHESIZER_PATH, then
+ * ${XDG_DATA_HOME:-~/.local/share}/speechmanager/Synthesizers, then speechmanager/Synthesizers next
+ * to the Manager's library.
+ *
+ * The default voice is the first male voice of the locale en_US, else the first male voice of
+ * another English locale, else the first voice. */
 
-/* Fills `*voice`. Results: noErr; paramErr, `voice` is null. Whether there is such a voice is not
- * looked at. */
+/* Stores `creator` and `id` in `*voice`; it does not check that the voice exists. Results: noErr;
+ * paramErr if `voice` is null. */
 SPEECH_PLATFORM_API OSErr MakeVoiceSpec(OSType creator, OSType id, VoiceSpec* voice);
 
-/* The number of voices. Results: noErr; paramErr, `numVoices` is null. */
+/* Stores the number of voices in `*numVoices`, at most 32767. Results: noErr; paramErr if
+ * `numVoices` is null. */
 SPEECH_PLATFORM_API OSErr CountVoices(SInt16* numVoices);
 
-/* The voice of that index, from 1. Results: noErr; paramErr, `voice` is null; voiceNotFound, there
- * is none of that index, and `*voice` is untouched. */
+/* Stores the voice of an index, from 1 to CountVoices, in `*voice`. The order does not change while
+ * the process runs. Results: noErr; paramErr if `voice` is null; voiceNotFound if no voice has that
+ * index. After a failure `*voice` is unchanged. */
 SPEECH_PLATFORM_API OSErr GetIndVoice(SInt16 index, VoiceSpec* voice);
 
-/* Fills the first `infoLength` bytes of `*info`, at most the whole record; `length` tells how many.
- * A null `voice` is the default voice: the first male one that speaks English, else the first. With
- * a null `info` the call only tells whether there is such a voice. Name and comment are Mac OS
- * Roman. Results: noErr; paramErr, `infoLength` is negative; voiceNotFound, and `*info` is
- * untouched. */
+/* Fills the first `infoLength` bytes of `*info`, at most the whole record; the field `length` is
+ * set to their number. A null `voice` stands for the default voice. A null `info` only checks that
+ * the voice exists. Name and comment are Mac OS Roman. Results: noErr; paramErr if `infoLength` is
+ * negative; voiceNotFound. After a failure `*info` is unchanged. */
 SPEECH_PLATFORM_API OSErr GetVoiceDescription(const VoiceSpec* voice, VoiceDescription* info,
                                               long infoLength);
 
-/* Fills `*voiceInfo`, a record of the kind that the selector says, about a voice; a null `voice` is
- * the default voice. Results: noErr; paramErr, `voiceInfo` is null; voiceNotFound;
- * siUnknownInfoType. After a failure `*voiceInfo` is untouched. */
+/* Fills the record `*voiceInfo` of the selector's type for a voice. A null `voice` stands for the
+ * default voice. Results: noErr; paramErr if `voiceInfo` is null; voiceNotFound; siUnknownInfoType
+ * if the selector is unknown. After a failure `*voiceInfo` is unchanged. */
 SPEECH_PLATFORM_API OSErr GetVoiceInfo(const VoiceSpec* voice, OSType selector, void* voiceInfo);
 
-/* ---- Channels ------------------------------------------------------------------------------ */
+/* ---- Channels */
 
-/* Opens a channel with that voice, or the default voice for null.
- * Results: noErr; paramErr, `chan` is null; voiceNotFound; noSynthFound, one line on standard error
- * says why; synthOpenFailed. After a failure `*chan` is null. */
+/* Opens a channel with a voice; a null `voice` stands for the default voice. The client owns the
+ * channel and closes it with DisposeSpeechChannel. Results: noErr; paramErr if `chan` is null;
+ * voiceNotFound; noSynthFound if there is no synthesizer for the voice (one line on standard error
+ * says why); synthOpenFailed if the synthesizer cannot open a channel. After a failure `*chan` is
+ * null. */
 SPEECH_PLATFORM_API OSErr NewSpeechChannel(VoiceSpec* voice, SpeechChannel* chan);
 
-/* Stops the speech and closes the channel. May be called inside a callback of the channel,
- * speech-done above all. Speech that this stops is not reported as done. No callback of the channel
- * begins any more, and unless this is called inside one, none is running any more when it returns:
- * a client must not hold what its callbacks wait for. Results: noErr. */
+/* Stops the speech immediately and closes the channel. Speech-done is not called for the stopped
+ * job. May be called inside a callback of the same channel, in speech-done for example. No callback
+ * of the channel begins after the call. Called outside a callback of the channel, it also waits for
+ * a callback of the channel that is running: do not hold a lock that a callback waits for. Results:
+ * noErr. */
 SPEECH_PLATFORM_API OSErr DisposeSpeechChannel(SpeechChannel chan);
 
-/* Speaks `textBytes` bytes, in the background. A channel that is speaking or paused stops at once
- * and speaks the new text, or answers synthNotReady with the flag kNoSpeechInterrupt. A null or
- * empty text stops the channel and speaks nothing; no text-done is called for it. With
- * kPreflightThenPause the channel is paused before the first word until ContinueSpeech. With
- * kNoEndingProsody a last word without a sign behind it does not sound like the end of a sentence.
- * Results: noErr; paramErr, the text is longer than a position can tell (2 GiB); synthNotReady,
- * also when the stopped speech does not end within a second; badInputText. With a text-done
- * callback or kPreflightThenPause the text reaches the synthesizer later: what keeps it from being
- * spoken then comes as an error, and the speech is done. */
+/* Starts speaking `textBytes` bytes and returns; speech runs in the background. A channel that is
+ * speaking or paused stops immediately first. A null or empty text only stops the channel, and does
+ * not call text-done. Flags of `controlFlags`:
+ *   kNoEndingProsody     a last word without punctuation does not sound like the end of a sentence
+ *   kNoSpeechInterrupt   a channel that is speaking or paused keeps its text: synthNotReady
+ *   kPreflightThenPause  the channel is paused before the first word, until ContinueSpeech
+ * With a text-done callback or kPreflightThenPause, the synthesizer receives the text after this
+ * function has returned. If it then cannot speak the text, the error callback is called, then
+ * speech-done. Results: noErr; paramErr if the text is longer than 2147483647 bytes; synthNotReady,
+ * also if the stopped speech does not end within one second; badInputText if the synthesizer cannot
+ * speak the text. */
 SPEECH_PLATFORM_API OSErr SpeakBuffer(SpeechChannel chan, const void* textBuf,
                                       unsigned long textBytes, SInt32 controlFlags);
 
@@ -366,70 +400,77 @@ SPEECH_PLATFORM_API OSErr SpeakBuffer(SpeechChannel chan, const void* textBuf,
 SPEECH_PLATFORM_API OSErr SpeakText(SpeechChannel chan, const void* textBuf,
                                     unsigned long textBytes);
 
-/* Speaks a Pascal string with the default voice, on a channel of its own, which goes when the
- * speech is done. A text of an earlier call that is still spoken stops at once; null or an empty
- * string does only that. Results: those of NewSpeechChannel and SpeakBuffer. */
+/* Speaks a Pascal string of up to 255 bytes with the default voice, on a channel that the Manager
+ * opens for it and disposes when the speech is done. A text of an earlier SpeakString stops
+ * immediately. Null or an empty string only stops that text. Results: those of NewSpeechChannel and
+ * SpeakBuffer. */
 SPEECH_PLATFORM_API OSErr SpeakString(ConstStr255Param textToBeSpoken);
 
-/* Stops at once, or at the place `whereToStop` (kImmediate, kEndOfWord, kEndOfSentence). Returns at
- * once; speech-done tells when the speech has stopped. A paused channel stops where it stands.
- * Stopping an idle channel does nothing. Results: noErr; paramErr, not a place; synthNotReady, the
- * synthesizer could not stop. */
+/* StopSpeech stops immediately. StopSpeechAt stops at a boundary: kImmediate, kEndOfWord or
+ * kEndOfSentence; it does not wait for the boundary (convention 8). Speech-done is called when the
+ * speech has stopped. A paused channel stops immediately, whatever the boundary. No effect on an
+ * idle channel. Results: noErr; paramErr if `whereToStop` is not a boundary; synthNotReady if the
+ * synthesizer cannot stop. */
 SPEECH_PLATFORM_API OSErr StopSpeech(SpeechChannel chan);
 SPEECH_PLATFORM_API OSErr StopSpeechAt(SpeechChannel chan, SInt32 whereToStop);
 
-/* Pauses at that place, until ContinueSpeech, and returns at once. The channel counts as paused
- * from then on, though it speaks on to the place. Does nothing on an idle or paused channel.
- * Results: noErr; paramErr, not a place; synthNotReady, the synthesizer could not pause. */
+/* Pauses at a boundary (kImmediate, kEndOfWord, kEndOfSentence) until ContinueSpeech, and returns
+ * immediately. soStatus reports the channel as paused from then on, although it speaks up to the
+ * boundary. No effect on an idle or paused channel. Results: noErr; paramErr if `whereToPause` is
+ * not a boundary; synthNotReady if the synthesizer cannot pause. */
 SPEECH_PLATFORM_API OSErr PauseSpeechAt(SpeechChannel chan, SInt32 whereToPause);
 
-/* Goes on after a pause; else does nothing. Results: noErr; synthNotReady; badInputText, a text
- * that waited for this cannot be spoken, and is done. */
+/* Resumes a paused channel. No effect on a channel that is not paused. Results: noErr;
+ * synthNotReady if the synthesizer cannot resume; badInputText if a text of kPreflightThenPause
+ * cannot be spoken; the error callback and speech-done are called for it then. */
 SPEECH_PLATFORM_API OSErr ContinueSpeech(SpeechChannel chan);
 
-/* The number of this process's channels that are speaking or paused. */
+/* Returns the number of channels of this process that are speaking or paused, at most 32767. */
 SPEECH_PLATFORM_API SInt16 SpeechBusy(void);
 
-/* The same: the speech of other processes is not known here. */
+/* The same as SpeechBusy: the speech of other processes is unknown here. */
 SPEECH_PLATFORM_API SInt16 SpeechBusySystemWide(void);
 
-/* The phonemes that `textBytes` bytes of text are spoken with in the channel's voice and modes, as
- * text that modePhonemes speaks. Symbols of one word follow one another, words are separated by
- * blanks, "%" is a pause. Stress is not told, and of sounds that the synthesizer reports under one
- * code the symbol is always the same (IX for IH, UX for AX); one that has no code is "%". The text
- * is spoken into a file that nobody sees, so the call takes time in proportion to the text. The
- * channel is left alone, and may be speaking. `phonemeBuf` is a handle that takes the size of the
- * result; `*phonemeBytes` receives the number of bytes. Results: noErr; paramErr, an argument is
- * null; synthOpenFailed; synthNotReady; badInputText; memFullErr. */
+/* Converts `textBytes` bytes of text to phonemes, with the voice and modes of the channel. The
+ * result is text for modePhonemes: the symbols of a word follow one another, words are separated by
+ * blanks, and "%" is a pause. Stress is not included. Phonemes that the synthesizer reports under
+ * one code always have the same symbol (IX for IH, UX for AX); one without a code is "%".
+ *
+ * The text is spoken into a temporary file, so the call blocks for a time in proportion to the
+ * text. The channel itself is not used and may be speaking. `phonemeBuf` is a handle of the caller
+ * that is resized to the result; `*phonemeBytes` receives the number of bytes. Results: noErr;
+ * paramErr if an argument is null; voiceNotFound; synthOpenFailed; synthNotReady, also if the
+ * synthesizer reports nothing for 30 seconds; badInputText. After a failure both outputs are
+ * unchanged. */
 SPEECH_PLATFORM_API OSErr TextToPhonemes(SpeechChannel chan, const void* textBuf,
                                          unsigned long textBytes, Handle phonemeBuf,
                                          long* phonemeBytes);
 
-/* Hands a pronunciation dictionary, the contents of a 'dict' resource, to the synthesizer. The
- * synthesizer of this project accepts every dictionary and makes no use of it. Results: noErr;
- * paramErr, `dictionary` is null; badDictFormat, it is not a dictionary: it is shorter than its own
- * count of bytes, or not marked as one. */
+/* Passes a pronunciation dictionary, the contents of a 'dict' resource, to the synthesizer. The
+ * synthesizer of this project accepts every dictionary and ignores it. Results: noErr; paramErr if
+ * `dictionary` is null; badDictFormat if it has no 'dict' mark or is shorter than its byte count.
+ */
 SPEECH_PLATFORM_API OSErr UseDictionary(SpeechChannel chan, Handle dictionary);
 
-/* Changes a setting of the channel; speech under way keeps what it began with, but callbacks and
- * soRefCon hold from the next callback on. A selector that the synthesizer does not know is
- * accepted. Results: noErr; paramErr, the selector needs a value and `speechInfo` is null, or a
- * file URL cannot be used (its path is longer than 2047 bytes); for soCurrentVoice also
- * voiceNotFound and incompatibleVoice. */
+/* Changes a setting of the channel. A text that is being spoken keeps its settings; callbacks and
+ * soRefCon apply from the next callback on. Selectors that are read-only or unknown to the
+ * synthesizer are ignored, with noErr. Results: noErr; paramErr if the selector needs a value and
+ * `speechInfo` is null, or if a file URL has a path longer than 2047 bytes; voiceNotFound and
+ * incompatibleVoice (soCurrentVoice only). */
 SPEECH_PLATFORM_API OSErr SetSpeechInfo(SpeechChannel chan, OSType selector,
                                         const void* speechInfo);
 
-/* Reads a setting or a state. soErrors tells of what SpeakBuffer and its like answered and of what
- * came to the error callback, since it was read before. Results: noErr; paramErr, `speechInfo` is
- * null; siUnknownInfoType. */
+/* Reads a setting or the state of the channel into `*speechInfo`. soErrors counts the texts that
+ * the Manager refused with badInputText and the errors of the error callback, and reading it clears
+ * it. Results: noErr; paramErr if `speechInfo` is null; siUnknownInfoType if the selector is
+ * unknown or write-only. */
 SPEECH_PLATFORM_API OSErr GetSpeechInfo(SpeechChannel chan, OSType selector, void* speechInfo);
 
-/* soRate by another name: words per minute. Results as of SetSpeechInfo and GetSpeechInfo. */
+/* SetSpeechInfo and GetSpeechInfo with soRate: words per minute. */
 SPEECH_PLATFORM_API OSErr SetSpeechRate(SpeechChannel chan, Fixed rate);
 SPEECH_PLATFORM_API OSErr GetSpeechRate(SpeechChannel chan, Fixed* rate);
 
-/* soPitchBase by another name: a note number, 60 = middle C. Results as of SetSpeechInfo and
- * GetSpeechInfo. */
+/* SetSpeechInfo and GetSpeechInfo with soPitchBase: a note number, 60 = middle C. */
 SPEECH_PLATFORM_API OSErr SetSpeechPitch(SpeechChannel chan, Fixed pitch);
 SPEECH_PLATFORM_API OSErr GetSpeechPitch(SpeechChannel chan, Fixed* pitch);
 

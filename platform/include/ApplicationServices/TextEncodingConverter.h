@@ -1,14 +1,14 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 /*
- * TextEncodingConverter: conversion of text from one encoding to another, in pieces.
+ * TextEncodingConverter: conversion of text from one encoding to another, piece by piece.
  *
- * The one conversion on offer is Mac OS Roman to ISO 8859-15 (ISO Latin 9). Every one of the 256
- * bytes has a result, so no text fails: a character that the target has is converted exactly; any
- * other takes its customary plain form ("..." for an ellipsis, "fi" for the ligature), or one blank
- * where there is none. Byte 0xDB is read as the euro sign, which both sets have; byte 0xF0, the
- * platform's logo, is a blank.
+ * The only conversion is from Mac OS Roman to ISO 8859-15 (ISO Latin 9). Each of the 256 bytes has
+ * a result, so no text fails: a character that ISO 8859-15 contains is converted exactly; any other
+ * becomes its customary plain form ("..." for an ellipsis, "fi" for the ligature), or one blank if
+ * it has none. Byte 0xDB is the euro sign, which both encodings contain; byte 0xF0, the platform's
+ * logo, becomes a blank.
  *
- * Threads: a converter is used by one thread at a time; different converters are independent.
+ * Threads: one thread at a time uses a converter; different converters are independent.
  * Ownership: the caller owns the converter from TECCreateConverter to TECDisposeConverter, and all
  * buffers.
  */
@@ -21,7 +21,7 @@
 extern "C" {
 #endif
 
-/* A text encoding: base, variant and format in one number. */
+/* A text encoding: base, variant and format in one number; see CreateTextEncoding. */
 typedef UInt32 TextEncoding;
 typedef UInt32 TextEncodingBase;
 typedef UInt32 TextEncodingVariant;
@@ -36,55 +36,54 @@ typedef const UInt8* ConstTextPtr;
 
 /* Results. */
 enum {
-  kTextUnsupportedEncodingErr = -8738, /* no encoding is known for what was asked */
-  kTECCorruptConverterErr = -8748,     /* the converter is not one */
+  kTextUnsupportedEncodingErr = -8738, /* no known encoding for the request */
+  kTECCorruptConverterErr = -8748,     /* the converter is null */
   kTECNoConversionPathErr = -8749,     /* no conversion between these encodings */
   kTECOutputBufferFullStatus = -8785   /* not a failure: call again with room for more */
 };
 
 typedef struct OpaqueTECObjectRef* TECObjectRef;
 
-/* The encoding that a script, a language and a region are written in: Mac OS Roman for the Roman
- * script and where all three do not care. `fontName` is not looked at and may be null.
- * Results: noErr; paramErr, `encoding` is null; kTextUnsupportedEncodingErr, another script, and
- * `*encoding` is untouched. */
+/* Stores in `*encoding` the encoding for a script, a language and a region: Mac OS Roman for
+ * smRoman, and if all three have their DontCare value. `fontName` is ignored and may be null.
+ * Results: noErr; paramErr if `encoding` is null; kTextUnsupportedEncodingErr for another script.
+ * After a failure `*encoding` is unchanged. */
 SPEECH_PLATFORM_API OSStatus UpgradeScriptInfoToTextEncoding(ScriptCode script, LangCode language,
                                                              RegionCode region,
                                                              ConstStr255Param fontName,
                                                              TextEncoding* encoding);
 
-/* The number that stands for base (16 bits), variant (10 bits) and format (4 bits) together; with
- * default variant and format it equals `base`. Bits beyond these widths are cut off. */
+/* Returns the number that combines base (16 bits), variant (10 bits) and format (4 bits). With the
+ * default variant and format it equals `base`. Higher bits of the arguments are ignored. */
 SPEECH_PLATFORM_API TextEncoding CreateTextEncoding(TextEncodingBase base,
                                                     TextEncodingVariant variant,
                                                     TextEncodingFormat format);
 
-/* Makes a converter in `*object`.
- * Results: noErr; paramErr, `object` is null; kTECNoConversionPathErr; memFullErr. After a failure
- * `*object` is null. */
+/* Creates a converter in `*object`; release it with TECDisposeConverter. Results: noErr; paramErr
+ * if `object` is null; kTECNoConversionPathErr for any pair other than Mac OS Roman and ISO Latin
+ * 9; memFullErr. After a failure `*object` is null. */
 SPEECH_PLATFORM_API OSStatus TECCreateConverter(TECObjectRef* object, TextEncoding input,
                                                 TextEncoding output);
 
-/* Converts from the front of `input` (`inputLength` bytes) into `output` (`outputLength` bytes) for
- * as long as there is input and room. What replaces one character is never divided: when it does
- * not fit, the character is left in the input. `*actualInput` receives the number of bytes
- * consumed,
- * `*actualOutput` the number of bytes produced, both exact. A null buffer goes with length 0 only.
- * Results: noErr, all was consumed; kTECOutputBufferFullStatus, input is left; paramErr, a count or
- * a needed buffer is null, nothing is converted; kTECCorruptConverterErr. */
+/* Converts `input` (`inputLength` bytes) into `output` (`outputLength` bytes), from the first byte
+ * on, until the input or the room ends. The replacement of one character is never split: if it does
+ * not fit, the character stays in the input. `*actualInput` receives the number of bytes consumed,
+ * `*actualOutput` the number of bytes produced. A buffer may be null only if its length is 0.
+ * Results: noErr if all input is consumed; kTECOutputBufferFullStatus if input remains; paramErr if
+ * a count or a needed buffer is null (nothing is converted); kTECCorruptConverterErr if `object` is
+ * null. */
 SPEECH_PLATFORM_API OSStatus TECConvertText(TECObjectRef object, ConstTextPtr input,
                                             ByteCount inputLength, ByteCount* actualInput,
                                             TextPtr output, ByteCount outputLength,
                                             ByteCount* actualOutput);
 
-/* Writes what a converter still holds back: nothing, for these encodings. `*actualOutput` becomes
- * 0; `output` is not written to and may be null. Results: noErr; paramErr, `actualOutput` is null;
- * kTECCorruptConverterErr. */
+/* Writes output that the converter has kept back: none for these encodings. Sets `*actualOutput` to
+ * 0; `output` is not written and may be null. Results: noErr; paramErr if `actualOutput` is null;
+ * kTECCorruptConverterErr if `object` is null. */
 SPEECH_PLATFORM_API OSStatus TECFlushText(TECObjectRef object, TextPtr output,
                                           ByteCount outputLength, ByteCount* actualOutput);
 
-/* Releases the converter; it must not be used afterwards.
- * Results: noErr; kTECCorruptConverterErr, `object` is null. */
+/* Releases the converter. Results: noErr; kTECCorruptConverterErr if `object` is null. */
 SPEECH_PLATFORM_API OSStatus TECDisposeConverter(TECObjectRef object);
 
 #ifdef __cplusplus

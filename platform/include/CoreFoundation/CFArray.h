@@ -1,7 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 /*
- * CFArray: objects in a row. The conventions of CFBase.h hold, but a mutable array is used by one
- * thread at a time.
+ * CFArray: arrays. The conventions of CFBase.h apply; one thread at a time uses a mutable array.
  */
 #ifndef COREFOUNDATION_CFARRAY_H
 #define COREFOUNDATION_CFARRAY_H
@@ -12,8 +11,8 @@
 extern "C" {
 #endif
 
-/* What an array does with its values: with kCFTypeArrayCallBacks it holds a count of each; without
- * (null) it keeps bare pointers. There are no others. */
+/* How an array treats its values: with kCFTypeArrayCallBacks it retains them; with null it stores
+ * plain pointers. There are no other callbacks. */
 typedef struct CFArrayCallBacks {
   CFIndex version;
 } CFArrayCallBacks;
@@ -21,20 +20,22 @@ SPEECH_PLATFORM_API extern const CFArrayCallBacks kCFTypeArrayCallBacks;
 
 SPEECH_PLATFORM_API CFTypeID CFArrayGetTypeID(void);
 
-/* An array of `numValues` values. Null also when `numValues` is negative. */
+/* Creates an array of `numValues` values. Null also if `numValues` is negative. */
 SPEECH_PLATFORM_API CFArrayRef CFArrayCreate(CFAllocatorRef allocator, const void** values,
                                              CFIndex numValues, const CFArrayCallBacks* callBacks);
 
-/* An empty array that grows; `capacity` is not looked at. */
+/* Creates an empty mutable array; `capacity` is ignored. */
 SPEECH_PLATFORM_API CFMutableArrayRef CFArrayCreateMutable(CFAllocatorRef allocator,
                                                            CFIndex capacity,
                                                            const CFArrayCallBacks* callBacks);
 
+/* Appends a value. If out of memory, the array is unchanged. */
 SPEECH_PLATFORM_API void CFArrayAppendValue(CFMutableArrayRef array, const void* value);
 
+/* Returns the number of values. */
 SPEECH_PLATFORM_API CFIndex CFArrayGetCount(CFArrayRef array);
 
-/* The value of that index, from 0, which stays the array's own; null outside. */
+/* Returns the value at an index, from 0; it belongs to the array. Null if out of range. */
 SPEECH_PLATFORM_API const void* CFArrayGetValueAtIndex(CFArrayRef array, CFIndex index);
 
 #ifdef __cplusplus

@@ -1,18 +1,17 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 /*
- * CFBase: counted objects.
+ * CFBase: reference-counted objects.
  *
  * Conventions of all Core Foundation headers here
- *  1. An object lives while its count is above zero. Functions with Create or Copy in their name
- *     hand out an object that the caller owns and ends with CFRelease; what other functions hand
- *     out stays the object's own.
- *  2. Null is allowed for every object, buffer and out parameter: the answer is null, 0 or false,
- *     and nothing happens. A null result of a Create or Copy function also means that memory is
- *     out.
- *  3. Objects never change after they were made (but for those called mutable), so any thread may
- *     use one at any time; counting is atomic. Each thread that uses an object holds a count of its
- *     own or borrows from one who does.
- *  4. There are no allocators: pass null (kCFAllocatorDefault). The argument is not looked at.
+ *  1. An object exists while its reference count is above 0. Functions with Create or Copy in their
+ *     name return an object that the caller owns and releases with CFRelease. Objects that other
+ *     functions return belong to the object they come from.
+ *  2. Every object, buffer and output parameter may be null: the function then has no effect and
+ *     returns null, 0 or false. A Create or Copy function also returns null if out of memory.
+ *  3. Objects are immutable (except those called mutable), so several threads may use one at the
+ *     same time; reference counting is atomic. Each thread holds a reference of its own, or relies
+ *     on one that another thread keeps for the time.
+ *  4. There are no allocators: pass null (kCFAllocatorDefault). The argument is ignored.
  */
 #ifndef COREFOUNDATION_CFBASE_H
 #define COREFOUNDATION_CFBASE_H
@@ -20,7 +19,7 @@
 #include <MacTypes.h>
 
 #ifndef __cplusplus
-#include <stdbool.h> /* clients write true and false for a Boolean */
+#include <stdbool.h> /* so that clients can write true and false for a Boolean */
 #endif
 
 #ifdef __cplusplus
@@ -31,8 +30,8 @@ typedef long CFIndex;
 typedef unsigned long CFTypeID;
 typedef const void* CFTypeRef;
 
-/* NOLINTBEGIN(bugprone-reserved-identifier): the tags of the platform's types are part of its
- * interface; code that declares functions on them names them. */
+/* NOLINTBEGIN(bugprone-reserved-identifier): the tags are part of the platform's interface; code
+ * that declares functions on these types uses them. */
 typedef const struct __CFAllocator* CFAllocatorRef;
 typedef const struct __CFString* CFStringRef;
 typedef const struct __CFURL* CFURLRef;
@@ -60,22 +59,22 @@ static inline CFRange CFRangeMake(CFIndex location, CFIndex length) {
   return range;
 }
 
-/* Whether both are equal: objects of one type with the same value, or one and the same object. */
+/* Returns true if both are the same object, or objects of one type with equal values. */
 SPEECH_PLATFORM_API Boolean CFEqual(CFTypeRef a, CFTypeRef b);
 
-/* Adds one to the count; returns `object`. */
+/* Increments the reference count; returns `object`. */
 SPEECH_PLATFORM_API CFTypeRef CFRetain(CFTypeRef object);
 
-/* Takes one from the count; at zero the object is gone, and what it held is released. */
+/* Decrements the reference count. At 0 the object is destroyed and releases its own references. */
 SPEECH_PLATFORM_API void CFRelease(CFTypeRef object);
 
-/* The count at this moment; 0 for null. Of use to tests only, since other threads count too. */
+/* Returns the current reference count; 0 for null. For tests only: other threads may change it. */
 SPEECH_PLATFORM_API CFIndex CFGetRetainCount(CFTypeRef object);
 
-/* The number of the object's type, as CFStringGetTypeID and its like give it; 0 for null. */
+/* Returns the type of the object, as CFStringGetTypeID etc. return it; 0 for null. */
 SPEECH_PLATFORM_API CFTypeID CFGetTypeID(CFTypeRef object);
 
-/* Writes one line that describes the object to standard error; "(null)" for null. */
+/* Writes one line about the object to standard error; "(null)" for null. */
 SPEECH_PLATFORM_API void CFShow(CFTypeRef object);
 
 #ifdef __cplusplus

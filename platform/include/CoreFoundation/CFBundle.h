@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 /*
- * CFBundle: a directory that stands for one thing, a voice for example. The conventions of CFBase.h
- * hold.
+ * CFBundle: directories that represent one thing, for example a voice. The conventions of CFBase.h
+ * apply.
  */
 #ifndef COREFOUNDATION_CFBUNDLE_H
 #define COREFOUNDATION_CFBUNDLE_H
@@ -14,10 +14,11 @@ extern "C" {
 
 SPEECH_PLATFORM_API CFTypeID CFBundleGetTypeID(void);
 
-/* The bundle at `url`, which it holds a count of. Null also when there is no directory. */
+/* Creates a bundle that refers to the directory `url` and retains `url`; no file in it is read.
+ * Null also if there is no such directory. */
 SPEECH_PLATFORM_API CFBundleRef CFBundleCreate(CFAllocatorRef allocator, CFURLRef url);
 
-/* The URL the bundle was made with; the caller releases it. */
+/* Returns the URL of the bundle; the caller releases it. */
 SPEECH_PLATFORM_API CFURLRef CFBundleCopyBundleURL(CFBundleRef bundle);
 
 #ifdef __cplusplus

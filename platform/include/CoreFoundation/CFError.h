@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 /*
- * CFError: what went wrong. The conventions of CFBase.h hold.
+ * CFError: error objects. The conventions of CFBase.h apply.
  */
 #ifndef COREFOUNDATION_CFERROR_H
 #define COREFOUNDATION_CFERROR_H
@@ -11,22 +11,22 @@
 extern "C" {
 #endif
 
-/* The domain of results such as those of speech synthesis. */
+/* The domain whose codes are results (OSErr, OSStatus), for example those of speech synthesis. */
 SPEECH_PLATFORM_API extern const CFStringRef kCFErrorDomainOSStatus;
 
 SPEECH_PLATFORM_API CFTypeID CFErrorGetTypeID(void);
 
-/* An error; it holds a count of `domain`, and of `userInfo`, which may be null. */
+/* Creates an error; it retains `domain` and `userInfo`. `userInfo` may be null. */
 SPEECH_PLATFORM_API CFErrorRef CFErrorCreate(CFAllocatorRef allocator, CFStringRef domain,
                                              CFIndex code, CFDictionaryRef userInfo);
 
-/* The number of the error in its domain; 0 for null. */
+/* Returns the code of the error in its domain; 0 for null. */
 SPEECH_PLATFORM_API CFIndex CFErrorGetCode(CFErrorRef error);
 
-/* What the numbers belong to; the error's own. */
+/* Returns the domain; it belongs to the error. */
 SPEECH_PLATFORM_API CFStringRef CFErrorGetDomain(CFErrorRef error);
 
-/* What else is known; empty when nothing is. The caller releases it. */
+/* Returns the user info, an empty dictionary if there is none. The caller releases it. */
 SPEECH_PLATFORM_API CFDictionaryRef CFErrorCopyUserInfo(CFErrorRef error);
 
 #ifdef __cplusplus

@@ -1,8 +1,9 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 /*
- * CFNumber: numbers and truth values as objects. The conventions of CFBase.h hold.
+ * CFNumber: numbers and booleans as objects. The conventions of CFBase.h apply.
  *
- * A number is a whole number of 64 bits with sign or a double, by the type it was made with.
+ * A number is stored as a signed 64-bit integer or a double, according to the type it is created
+ * with.
  */
 #ifndef COREFOUNDATION_CFNUMBER_H
 #define COREFOUNDATION_CFNUMBER_H
@@ -13,7 +14,7 @@
 extern "C" {
 #endif
 
-/* What a number is made from and read as. */
+/* The C type that a number is created from or read as. */
 typedef CFIndex CFNumberType;
 enum {
   kCFNumberSInt8Type = 1,
@@ -32,7 +33,7 @@ enum {
   kCFNumberCFIndexType = 14
 };
 
-/* The truth values; they live as long as the process, counted or not. */
+/* The two booleans; they exist until the process exits, whatever their reference count. */
 SPEECH_PLATFORM_API extern const CFBooleanRef kCFBooleanTrue;
 SPEECH_PLATFORM_API extern const CFBooleanRef kCFBooleanFalse;
 
@@ -41,17 +42,21 @@ SPEECH_PLATFORM_API Boolean CFBooleanGetValue(CFBooleanRef boolean);
 
 SPEECH_PLATFORM_API CFTypeID CFNumberGetTypeID(void);
 
-/* A number of the value at `valuePtr`, which is of that type. Null also for an unknown type. */
+/* Creates a number from the value of that type at `valuePtr`. Null also if the type is unknown. */
 SPEECH_PLATFORM_API CFNumberRef CFNumberCreate(CFAllocatorRef allocator, CFNumberType type,
                                                const void* valuePtr);
 
-/* kCFNumberSInt64Type or kCFNumberFloat64Type, as the number is kept; 0 for null. */
+/* Returns the type that the number is stored as, kCFNumberSInt64Type or kCFNumberFloat64Type; 0 for
+ * null. */
 SPEECH_PLATFORM_API CFNumberType CFNumberGetType(CFNumberRef number);
 
+/* Returns true if the number is stored as a double. */
 SPEECH_PLATFORM_API Boolean CFNumberIsFloatType(CFNumberRef number);
 
-/* Writes the number, as a value of that type, to `valuePtr`. False when the type cannot hold it:
- * then a whole number is cut to its lower bits, and of a double the nearest value is written. */
+/* Stores the number at `valuePtr` as a value of that type. Returns false if the type cannot hold it
+ * exactly. Then an integer is cut to its lower bits; for an integer type, the fraction of a double
+ * is dropped, and a double out of range becomes the nearest limit (NaN: 0). Rounding to a
+ * floating-point type counts as exact. Also false, with nothing stored, if the type is unknown. */
 SPEECH_PLATFORM_API Boolean CFNumberGetValue(CFNumberRef number, CFNumberType type, void* valuePtr);
 
 #ifdef __cplusplus

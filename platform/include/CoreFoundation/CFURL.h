@@ -1,10 +1,10 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 /*
- * CFURL: locations of files. The conventions of CFBase.h hold.
+ * CFURL: locations of files. The conventions of CFBase.h apply.
  *
- * A URL here always stands for a path. A path is any bytes without NUL; nothing is decoded,
- * resolved or normalised in it, but slashes at its end are dropped. A relative path belongs to the
- * working directory of the moment when the URL was made, its base.
+ * A URL here is always a path. A path is a sequence of bytes without NUL; it is not decoded,
+ * resolved or normalised, except that slashes at its end are removed. A relative path has a base:
+ * the working directory at the time the URL is created.
  */
 #ifndef COREFOUNDATION_CFURL_H
 #define COREFOUNDATION_CFURL_H
@@ -15,33 +15,33 @@
 extern "C" {
 #endif
 
-/* The one style of paths that is known; any other makes a function fail. */
+/* The only known path style; functions fail for any other. */
 typedef CFIndex CFURLPathStyle;
 enum { kCFURLPOSIXPathStyle = 0 };
 
 SPEECH_PLATFORM_API CFTypeID CFURLGetTypeID(void);
 
-/* A URL of the `length` bytes of a path. `isDirectory` is not looked at. Null also when the path is
- * empty or holds a NUL, or when it is relative and there is no working directory. */
+/* Creates a URL from the `length` bytes of a path. `isDirectory` is ignored. Null also if the path
+ * is empty or contains a NUL, or if it is relative and there is no working directory. */
 SPEECH_PLATFORM_API CFURLRef CFURLCreateFromFileSystemRepresentation(CFAllocatorRef allocator,
                                                                      const UInt8* path,
                                                                      CFIndex length,
                                                                      Boolean isDirectory);
 
-/* The same of a string. Null also when the string has no form in the system encoding. */
+/* The same from a string. Null also if the string cannot be converted to the system encoding. */
 SPEECH_PLATFORM_API CFURLRef CFURLCreateWithFileSystemPath(CFAllocatorRef allocator,
                                                            CFStringRef path, CFURLPathStyle style,
                                                            Boolean isDirectory);
 
-/* The URL with its base put in front; `url` itself, counted once more, when its path is absolute.
- */
+/* Returns a URL whose path is absolute: the base and the path of `url`, or `url` itself, retained,
+ * if its path is absolute. The caller releases it. */
 SPEECH_PLATFORM_API CFURLRef CFURLCopyAbsoluteURL(CFURLRef url);
 
-/* The path as a string, relative when the URL is. */
+/* Returns the path as a string, relative if the URL is relative. The caller releases it. */
 SPEECH_PLATFORM_API CFStringRef CFURLCopyFileSystemPath(CFURLRef url, CFURLPathStyle style);
 
-/* Writes the path, NUL-terminated, into `buffer` of `maxBufLen` bytes; with `resolveAgainstBase`
- * the absolute one. False when it does not fit with its NUL; then nothing is written. */
+/* Writes the path and a NUL into `buffer` of `maxBufLen` bytes; with `resolveAgainstBase` the
+ * absolute path. Returns false, with nothing written, if they do not fit. */
 SPEECH_PLATFORM_API Boolean CFURLGetFileSystemRepresentation(CFURLRef url,
                                                              Boolean resolveAgainstBase,
                                                              UInt8* buffer, CFIndex maxBufLen);

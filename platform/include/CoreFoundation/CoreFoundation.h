@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 /*
- * CoreFoundation: the umbrella header of the subset that speech software needs: counted objects,
- * strings, numbers, arrays, dictionaries, errors, file URLs and bundles. C11 and C++20.
+ * CoreFoundation: umbrella header for the subset that speech software needs: reference-counted
+ * objects, strings, numbers, arrays, dictionaries, errors, file URLs and bundles. C11 and C++20.
  */
 #ifndef COREFOUNDATION_COREFOUNDATION_H
 #define COREFOUNDATION_COREFOUNDATION_H

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+//
+// CFArray: a vector of pointers that retains its values or not.
 #include <CoreFoundation/CFArray.h>
 
 #include <algorithm>
@@ -7,6 +9,7 @@
 
 #include "CFObject.h"
 
+// Only its address matters: null or not null decides whether values are retained.
 const CFArrayCallBacks kCFTypeArrayCallBacks = {0};
 
 CFTypeID CFArrayGetTypeID() {
@@ -24,6 +27,7 @@ CFArrayRef CFArrayCreate(CFAllocatorRef allocator, const void** values, CFIndex 
   } catch (const std::bad_alloc&) {
     return nullptr;
   }
+  // The second reference is for the caller; the guard releases the first.
   CFRetain(array.get());
   return array.get();
 }
@@ -38,7 +42,7 @@ void CFArrayAppendValue(CFMutableArrayRef array, const void* value) {
   try {
     array->append(value);
   } catch (const std::bad_alloc&) {
-    // Without memory the array stays as it is.
+    // The function has no result; out of memory, the array is unchanged.
   }
 }
 
@@ -57,6 +61,7 @@ __CFArray::~__CFArray() {
 }
 
 void __CFArray::append(const void* value) {
+  // First the step that can fail.
   values.push_back(value);
   if (countsValues) CFRetain(value);
 }
@@ -67,6 +72,7 @@ std::string __CFArray::description() const {
 
 bool __CFArray::equals(const CFObject& other) const {
   const auto& array = static_cast<const __CFArray&>(other);
+  // Plain pointers need not be objects, so they are compared as pointers.
   const bool asObjects = countsValues && array.countsValues;
   return std::equal(
       values.begin(), values.end(), array.values.begin(), array.values.end(),

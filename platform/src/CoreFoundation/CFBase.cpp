@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Counting, and what works on objects of every type.
+// CFBase: the functions for objects of every type. Each forwards to CFObject.
 #include <CoreFoundation/CFBase.h>
 
 #include <cstdio>
@@ -44,6 +44,7 @@ void CFShow(CFTypeRef object) {
     const std::string line = object == nullptr ? "(null)" : objectOf(object)->description();
     std::fprintf(stderr, "%s\n", line.c_str());
   } catch (const std::exception& error) {
+    // Out of memory for the line; what() allocates nothing.
     std::fprintf(stderr, "%s\n", error.what());
   }
 }

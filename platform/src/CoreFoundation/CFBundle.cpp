@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// CFBundle: a directory and nothing read from it.
+// CFBundle: a reference to a directory; no file in it is read.
 #include <CoreFoundation/CFBundle.h>
 
 #include <filesystem>
@@ -19,9 +19,11 @@ CFBundleRef CFBundleCreate(CFAllocatorRef /*allocator*/, CFURLRef url) {
     std::error_code failure;
     if (!std::filesystem::is_directory(url->absolutePath(), failure)) return nullptr;
     auto* const bundle = new __CFBundle(url);
+    // Only after the step that can fail: the bundle adopts this reference.
     url->retain();
     return bundle;
   } catch (const std::exception&) {
+    // Out of memory. Null is the documented result; a message would allocate.
     return nullptr;
   }
 }

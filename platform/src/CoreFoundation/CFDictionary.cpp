@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+//
+// CFDictionary: a vector of key-value pairs with linear search; dictionaries here are small.
 #include <CoreFoundation/CFDictionary.h>
 
 #include <algorithm>
@@ -7,6 +9,7 @@
 
 #include "CFObject.h"
 
+// Only their addresses matter: null or not null decides whether keys and values are retained.
 const CFDictionaryKeyCallBacks kCFTypeDictionaryKeyCallBacks = {0};
 const CFDictionaryValueCallBacks kCFTypeDictionaryValueCallBacks = {0};
 
@@ -22,12 +25,14 @@ CFDictionaryRef CFDictionaryCreate(CFAllocatorRef allocator, const void** keys, 
       CFDictionaryCreateMutable(allocator, 0, keyCallBacks, valueCallBacks));
   if (!dictionary) return nullptr;
   try {
+    // Of equal keys the first is kept.
     for (CFIndex at = 0; at < numValues; ++at) {
       if (dictionary.get()->find(keys[at]) == nullptr) dictionary.get()->add(keys[at], values[at]);
     }
   } catch (const std::bad_alloc&) {
     return nullptr;
   }
+  // The second reference is for the caller; the guard releases the first.
   CFRetain(dictionary.get());
   return dictionary.get();
 }
@@ -43,13 +48,13 @@ void CFDictionaryAddValue(CFMutableDictionaryRef dictionary, const void* key, co
   try {
     dictionary->add(key, value);
   } catch (const std::bad_alloc&) {
-    // Without memory the dictionary stays as it is.
+    // The function has no result; out of memory, the dictionary is unchanged.
   }
 }
 
 void CFDictionarySetValue(CFMutableDictionaryRef dictionary, const void* key, const void* value) {
-  // Counted first: the old value, or the key, may be all that holds the new one.
   if (dictionary == nullptr) return;
+  // Retain before removing: the old entry may hold the last reference to the new key or value.
   if (dictionary->countsKeys) CFRetain(key);
   if (dictionary->countsValues) CFRetain(value);
   dictionary->remove(key);
@@ -94,29 +99,32 @@ void CFDictionaryGetKeysAndValues(CFDictionaryRef dictionary, const void** keys,
 }
 
 __CFDictionary::~__CFDictionary() {
-  for (const Entry& entry : entries) {
+  for (const KeyValue& entry : entries) {
     if (countsKeys) CFRelease(entry.key);
     if (countsValues) CFRelease(entry.value);
   }
 }
 
-const __CFDictionary::Entry* __CFDictionary::find(const void* key) const {
-  const auto found = std::find_if(entries.begin(), entries.end(), [&](const Entry& entry) {
+// Retained keys are objects and compared by value, others by address.
+const __CFDictionary::KeyValue* __CFDictionary::find(const void* key) const {
+  const auto found = std::find_if(entries.begin(), entries.end(), [&](const KeyValue& entry) {
     return countsKeys ? CFEqual(entry.key, key) != 0 : entry.key == key;
   });
   return found == entries.end() ? nullptr : &*found;
 }
 
 void __CFDictionary::add(const void* key, const void* value) {
+  // First the step that can fail.
   entries.push_back({key, value});
   if (countsKeys) CFRetain(key);
   if (countsValues) CFRetain(value);
 }
 
 void __CFDictionary::remove(const void* key) {
-  const Entry* const found = find(key);
+  const KeyValue* const found = find(key);
   if (found == nullptr) return;
-  const Entry entry = *found;
+  // Erase first, then release: releasing may destroy an object that `key` belongs to.
+  const KeyValue entry = *found;
   entries.erase(entries.begin() + (found - entries.data()));
   if (countsKeys) CFRelease(entry.key);
   if (countsValues) CFRelease(entry.value);
@@ -126,12 +134,14 @@ std::string __CFDictionary::description() const {
   return "CFDictionary of " + std::to_string(entries.size());
 }
 
+// The order of the entries does not matter.
 bool __CFDictionary::equals(const CFObject& other) const {
   const auto& dictionary = static_cast<const __CFDictionary&>(other);
   if (entries.size() != dictionary.entries.size()) return false;
+  // Plain pointers need not be objects, so they are compared as pointers.
   const bool asObjects = countsValues && dictionary.countsValues;
-  return std::all_of(entries.begin(), entries.end(), [&](const Entry& entry) {
-    const Entry* const its = dictionary.find(entry.key);
+  return std::all_of(entries.begin(), entries.end(), [&](const KeyValue& entry) {
+    const KeyValue* const its = dictionary.find(entry.key);
     if (its == nullptr) return false;
     return asObjects ? CFEqual(entry.value, its->value) != 0 : entry.value == its->value;
   });

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+//
+// CFError: a domain, a code and a user info that is never null.
 #include <CoreFoundation/CFDictionary.h>
 #include <CoreFoundation/CFError.h>
 
@@ -16,6 +18,8 @@ CFTypeID CFErrorGetTypeID() {
 CFErrorRef CFErrorCreate(CFAllocatorRef allocator, CFStringRef domain, CFIndex code,
                          CFDictionaryRef userInfo) {
   if (domain == nullptr) return nullptr;
+  // An error without user info gets an empty dictionary, so that CFErrorCopyUserInfo need not
+  // create one and cannot fail.
   platform::Owned<CFDictionaryRef> info(userInfo);
   if (userInfo != nullptr) {
     CFRetain(userInfo);
@@ -27,6 +31,7 @@ CFErrorRef CFErrorCreate(CFAllocatorRef allocator, CFStringRef domain, CFIndex c
   if (!info) return nullptr;
   auto* const error = new (std::nothrow) __CFError(domain, code, info.get());
   if (error == nullptr) return nullptr;
+  // The error adopts these two references.
   CFRetain(domain);
   CFRetain(info.get());
   return error;

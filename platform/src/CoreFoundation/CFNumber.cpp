@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// CFNumber and CFBoolean.
+// CFNumber and CFBoolean: a number is a 64-bit integer or a double. Conversion to and from the
+// other C types is instantiated for each type by withType().
 #include <CoreFoundation/CFNumber.h>
 
 #include <cmath>
@@ -18,7 +19,8 @@ const CFBooleanRef kCFBooleanFalse = new __CFBoolean(false);
 
 namespace {
 
-// Calls `work` with a value of the C type that `type` names; false when there is none.
+// Calls `work` with a value of the C type that `type` stands for and returns its result. Returns
+// false for an unknown type.
 template <typename Work>
 bool withType(CFNumberType type, Work work) {
   switch (type) {
@@ -49,27 +51,32 @@ bool withType(CFNumberType type, Work work) {
   }
 }
 
-// `number` as `To`, and whether nothing is lost but what a float rounds off.
+// Converts `number` to `To`. Returns false if the value changes; rounding to a floating-point type
+// does not count as a change.
 template <typename To>
 bool convert(SInt64 number, To& to) {
   to = static_cast<To>(number);
   return std::is_floating_point_v<To> || static_cast<SInt64>(to) == number;
 }
 
+// A double out of range becomes the nearest limit: converting it directly would be undefined
+// behaviour.
 template <typename To>
 bool convert(double number, To& to) {
   if constexpr (std::is_floating_point_v<To>) {
     to = static_cast<To>(number);
     return true;
   } else {
-    // The limits as doubles; the upper one, rounded up, is itself too large for 64 bits.
+    // The limits as doubles. The largest integer of 64 bits is not a double, so the upper limit is
+    // the first value that is too large: minus the smallest.
     const auto smallest = static_cast<double>(std::numeric_limits<To>::min());
-    const double behindLargest = -smallest;
+    const double pastLargest = -smallest;
+    // Also true for NaN, which compares false with everything.
     if (!(number >= smallest)) {
       to = std::isnan(number) ? To{0} : std::numeric_limits<To>::min();
       return false;
     }
-    if (number >= behindLargest) {
+    if (number >= pastLargest) {
       to = std::numeric_limits<To>::max();
       return false;
     }
@@ -96,6 +103,7 @@ CFNumberRef CFNumberCreate(CFAllocatorRef /*allocator*/, CFNumberType type, cons
   if (valuePtr == nullptr) return nullptr;
   std::optional<__CFNumber::Value> value;
   withType(type, [&](auto typed) {
+    // memcpy: a caller's value may be unaligned.
     std::memcpy(&typed, valuePtr, sizeof typed);
     if constexpr (std::is_floating_point_v<decltype(typed)>) {
       value = static_cast<double>(typed);
@@ -129,6 +137,7 @@ std::string __CFNumber::description() const {
   return std::visit([](auto held) { return std::to_string(held); }, value);
 }
 
+// An integer and a double are equal if they have the same value as doubles.
 bool __CFNumber::equals(const CFObject& other) const {
   return std::visit([](auto a, auto b) { return static_cast<double>(a) == static_cast<double>(b); },
                     value, static_cast<const __CFNumber&>(other).value);

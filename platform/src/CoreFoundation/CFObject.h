@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// CFObject: what all Core Foundation objects have in common, and their concrete types.
+// CFObject: the common base of all Core Foundation objects, and their concrete types.
 //
-// An object is born with a count of one, is immutable, and deletes itself when its count reaches
-// zero. The pointers that clients hold point at the CFObject part, which every type has first.
+// Ownership: an object starts with a reference count of 1 and deletes itself when the count reaches
+// 0. The pointers that clients hold point to the CFObject part, which is the first part of every
+// type. Threads: counting is atomic; objects are immutable, except that arrays and dictionaries may
+// change while one thread uses them. The class names are the tags of the public typedefs.
 #pragma once
 
 #include <CoreFoundation/CFBase.h>
@@ -17,7 +19,7 @@
 
 namespace platform {
 
-// The numbers that CFGetTypeID gives.
+// The values that CFGetTypeID returns.
 enum class CFType : CFTypeID { String = 1, URL, Bundle, Number, Boolean, Array, Dictionary, Error };
 
 class CFObject {
@@ -28,21 +30,22 @@ class CFObject {
   void retain() const { m_count.fetch_add(1, std::memory_order_relaxed); }
 
   void release() const {
-    if (m_livesForEver) return;
-    // What other holders did with the object happens before its end.
+    if (m_immortal) return;
+    // acq_rel: what other owners did with the object happens before its destruction.
     if (m_count.fetch_sub(1, std::memory_order_acq_rel) == 1) delete this;
   }
 
   CFIndex count() const { return m_count.load(std::memory_order_relaxed); }
   CFType type() const { return m_type; }
 
-  // For an object that nobody else has yet: no number of releases ends it.
-  void liveForEver() { m_livesForEver = true; }
+  // Keeps the object until the process exits, whatever its count. Call it before anyone else has
+  // the object.
+  void makeImmortal() { m_immortal = true; }
 
-  // One line without its end, for CFShow.
+  // One line of text without a line feed, for CFShow.
   virtual std::string description() const = 0;
 
-  // `other` is another object of the same type.
+  // Compares values. `other` is a different object of the same type.
   virtual bool equals(const CFObject& /*other*/) const { return false; }
 
  protected:
@@ -52,10 +55,11 @@ class CFObject {
  private:
   mutable std::atomic<CFIndex> m_count{1};
   const CFType m_type;
-  bool m_livesForEver = false;
+  bool m_immortal = false;
 };
 
-// A counted reference that ends with its scope; adopts what a Create or Copy function returned.
+// RAII reference: adopts what a Create or Copy function returned and releases it at the end of the
+// scope. May be null.
 template <typename Ref>
 class Owned {
  public:
@@ -85,7 +89,7 @@ struct __CFString final : platform::CFObject {
   std::string description() const override;
   bool equals(const CFObject& other) const override;
 
-  const std::string bytes;  // in `encoding`; of a path, any bytes
+  const std::string bytes;  // in `encoding`; for a path any bytes
   const CFStringEncoding encoding;
 };
 
@@ -101,7 +105,7 @@ struct __CFURL final : platform::CFObject {
 };
 
 struct __CFBundle final : platform::CFObject {
-  // Takes over one count of `itsUrl`.
+  // Adopts one reference to `itsUrl`.
   explicit __CFBundle(CFURLRef itsUrl) : CFObject(platform::CFType::Bundle), url(itsUrl) {}
   std::string description() const override;
 
@@ -119,7 +123,7 @@ struct __CFNumber final : platform::CFObject {
 
 struct __CFBoolean final : platform::CFObject {
   explicit __CFBoolean(bool itsValue) : CFObject(platform::CFType::Boolean), value(itsValue) {
-    liveForEver();
+    makeImmortal();
   }
   std::string description() const override;
 
@@ -132,6 +136,7 @@ struct __CFArray final : platform::CFObject {
   ~__CFArray() override;
   std::string description() const override;
   bool equals(const CFObject& other) const override;
+  // Throws std::bad_alloc; the array is unchanged then.
   void append(const void* value);
 
   const bool countsValues;
@@ -139,7 +144,7 @@ struct __CFArray final : platform::CFObject {
 };
 
 struct __CFDictionary final : platform::CFObject {
-  struct Entry {
+  struct KeyValue {
     const void* key;
     const void* value;
   };
@@ -150,19 +155,20 @@ struct __CFDictionary final : platform::CFObject {
   ~__CFDictionary() override;
   std::string description() const override;
   bool equals(const CFObject& other) const override;
-  // Null: there is no such key.
-  const Entry* find(const void* key) const;
-  // `key` is not there.
+  // Null if there is no such key. Linear search.
+  const KeyValue* find(const void* key) const;
+  // `key` must not exist. Throws std::bad_alloc; the dictionary is unchanged then.
   void add(const void* key, const void* value);
+  // No effect if there is no such key.
   void remove(const void* key);
 
   const bool countsKeys;
   const bool countsValues;
-  std::vector<Entry> entries;
+  std::vector<KeyValue> entries;
 };
 
 struct __CFError final : platform::CFObject {
-  // Takes over one count of each; `itsInfo` is not null.
+  // Adopts one reference to each; `itsInfo` is not null.
   __CFError(CFStringRef itsDomain, CFIndex itsCode, CFDictionaryRef itsInfo)
       : CFObject(platform::CFType::Error), domain(itsDomain), code(itsCode), info(itsInfo) {}
   std::string description() const override;

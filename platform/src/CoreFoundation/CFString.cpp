@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// CFString: strings keep their bytes; every other form is made when it is asked for.
+// CFString: strings store their bytes; other encodings are computed on request, character by
+// character. No index is kept, so finding a UTF-16 position is a linear scan.
 #include <CoreFoundation/CFString.h>
 
 #include <algorithm>
 #include <cstring>
 #include <map>
-#include <mutex>
 #include <new>
 #include <string>
 #include <string_view>
@@ -14,11 +14,21 @@
 
 #include "CFObject.h"
 #include "Characters.h"
+#include "base/threads/Mutex.h"
 
 namespace {
 
 using platform::Character;
 using platform::Encoded;
+
+NEVER_DESTROYED constinit base::Mutex g_constantsLock;
+
+// The strings made by __CFStringMakeConstantString(). Never destroyed: they are used until the
+// process exits.
+std::map<std::string, CFStringRef>& constants() REQUIRES(g_constantsLock) {
+  static auto& strings = *new std::map<std::string, CFStringRef>;
+  return strings;
+}
 
 bool isWellFormed(std::string_view text, CFStringEncoding encoding) {
   while (!text.empty()) {
@@ -29,6 +39,7 @@ bool isWellFormed(std::string_view text, CFStringEncoding encoding) {
   return true;
 }
 
+// Null for an unknown encoding, malformed text, or if out of memory.
 CFStringRef create(std::string_view text, CFStringEncoding encoding) {
   if (!platform::isKnownEncoding(encoding) || !isWellFormed(text, encoding)) return nullptr;
   try {
@@ -38,28 +49,29 @@ CFStringRef create(std::string_view text, CFStringEncoding encoding) {
   }
 }
 
-bool holdsNul(const std::string& bytes) {
+bool containsNul(const std::string& bytes) {
   return bytes.find('\0') != std::string::npos;
 }
 
-// Writes `text` and a NUL; false when they do not fit.
-bool copyOut(std::string_view text, char* buffer, CFIndex bufferSize) {
+// Writes `text` and a NUL. Returns false if they do not fit.
+bool copyTo(std::string_view text, char* buffer, CFIndex bufferSize) {
   if (static_cast<CFIndex>(text.size()) >= bufferSize) return false;
   std::memcpy(buffer, text.data(), text.size());
   buffer[text.size()] = '\0';
   return true;
 }
 
-// Writes `text` in another encoding and a NUL; false when they do not fit, or the encoding lacks a
-// character.
-bool convertOut(std::string_view text, CFStringEncoding from, CFStringEncoding to, char* buffer,
-                CFIndex bufferSize) {
+// Writes `text` in another encoding and a NUL. Returns false if they do not fit, or if the encoding
+// lacks a character; the buffer may have been written to then.
+bool convertTo(std::string_view text, CFStringEncoding from, CFStringEncoding to, char* buffer,
+               CFIndex bufferSize) {
   CFIndex written = 0;
   while (!text.empty()) {
     const Character character = platform::readCharacter(text, from);
     if (!character.code) return false;
     const Encoded encoded = platform::encodeCharacter(*character.code, to);
     const auto length = static_cast<CFIndex>(encoded.length);
+    // ">=": one byte is kept for the NUL.
     if (length == 0 || length >= bufferSize - written) return false;
     std::memcpy(buffer + written, encoded.bytes.data(), encoded.length);
     written += length;
@@ -69,8 +81,8 @@ bool convertOut(std::string_view text, CFStringEncoding from, CFStringEncoding t
   return true;
 }
 
-// Takes characters off the front of `text`, `units` UTF-16 units of them or as many as there are
-// without dividing one; returns how many units.
+// Removes characters from the start of `text`: `units` UTF-16 units, or fewer if the text ends or
+// if a surrogate pair would be split. Returns the number of units removed.
 CFIndex skipUnits(std::string_view& text, CFStringEncoding encoding, CFIndex units) {
   CFIndex skipped = 0;
   while (!text.empty()) {
@@ -82,7 +94,7 @@ CFIndex skipUnits(std::string_view& text, CFStringEncoding encoding, CFIndex uni
   return skipped;
 }
 
-// What one character of a string becomes in CFStringGetBytes; length 0 for nothing.
+// The bytes for one character in CFStringGetBytes; length 0 if the conversion must end there.
 Encoded encodeWithLoss(Character character, CFStringEncoding encoding, UInt8 lossByte) {
   Encoded encoded{{}, 0};
   if (character.code) encoded = platform::encodeCharacter(*character.code, encoding);
@@ -112,6 +124,7 @@ CFStringRef CFStringCreateWithBytes(CFAllocatorRef /*allocator*/, const UInt8* b
   return create({reinterpret_cast<const char*>(bytes), static_cast<std::size_t>(length)}, encoding);
 }
 
+// Computed at each call by a linear scan.
 CFIndex CFStringGetLength(CFStringRef string) {
   if (string == nullptr) return 0;
   CFIndex units = 0;
@@ -123,24 +136,28 @@ CFIndex CFStringGetLength(CFStringRef string) {
   return units;
 }
 
+// Without conversion only: the result is the bytes of the string itself. With a NUL inside, a C
+// string would end too early.
 const char* CFStringGetCStringPtr(CFStringRef string, CFStringEncoding encoding) {
-  if (string == nullptr || encoding != string->encoding || holdsNul(string->bytes)) return nullptr;
+  if (string == nullptr || encoding != string->encoding || containsNul(string->bytes))
+    return nullptr;
   return string->bytes.c_str();
 }
 
 Boolean CFStringGetCString(CFStringRef string, char* buffer, CFIndex bufferSize,
                            CFStringEncoding encoding) {
   if (buffer == nullptr || bufferSize <= 0) return false;
-  if (string != nullptr && platform::isKnownEncoding(encoding) && !holdsNul(string->bytes)) {
-    const bool done = encoding == string->encoding ? copyOut(string->bytes, buffer, bufferSize)
-                                                   : convertOut(string->bytes, string->encoding,
-                                                                encoding, buffer, bufferSize);
+  if (string != nullptr && platform::isKnownEncoding(encoding) && !containsNul(string->bytes)) {
+    const bool done = encoding == string->encoding ? copyTo(string->bytes, buffer, bufferSize)
+                                                   : convertTo(string->bytes, string->encoding,
+                                                               encoding, buffer, bufferSize);
     if (done) return true;
   }
   buffer[0] = '\0';
   return false;
 }
 
+// One pass over the string from its start: characters before the range are only counted.
 CFIndex CFStringGetBytes(CFStringRef string, CFRange range, CFStringEncoding encoding,
                          UInt8 lossByte, Boolean /*isExternalRepresentation*/, UInt8* buffer,
                          CFIndex maxBufLen, CFIndex* usedBufLen) {
@@ -148,12 +165,13 @@ CFIndex CFStringGetBytes(CFStringRef string, CFRange range, CFStringEncoding enc
   if (string == nullptr || !platform::isKnownEncoding(encoding)) return 0;
   if (range.location < 0 || range.length < 0) return 0;
 
-  CFIndex at = 0;  // in units, of the character at the front of `rest`
+  CFIndex at = 0;  // position of the first character of `rest`, in units
   CFIndex converted = 0;
   CFIndex used = 0;
   for (std::string_view rest = string->bytes; !rest.empty();) {
     const Character character = platform::readCharacter(rest, string->encoding);
     if (at >= range.location) {
+      // The range ends, or splits a surrogate pair.
       if (character.units() > range.length - converted) break;
       const Encoded encoded = encodeWithLoss(character, encoding, lossByte);
       const auto length = static_cast<CFIndex>(encoded.length);
@@ -170,18 +188,18 @@ CFIndex CFStringGetBytes(CFStringRef string, CFRange range, CFStringEncoding enc
 }
 
 CFStringRef __CFStringMakeConstantString(const char* text) {
-  // Never destroyed: constants are used until the process is gone.
-  static auto* const lock = new std::mutex;
-  static auto* const constants = new std::map<std::string, CFStringRef>;
   if (text == nullptr) return nullptr;
   try {
-    const std::lock_guard held(*lock);
-    const auto [entry, isNew] = constants->try_emplace(text, nullptr);
+    const base::ScopedLock held(g_constantsLock);
+    const auto [entry, isNew] = constants().try_emplace(text, nullptr);
+    // Equal literals share one object, so a literal in a loop does not use more and more memory.
     if (!isNew) return entry->second;
+    // Literals are UTF-8 by contract. One that is not is kept as Mac OS Roman, in which every byte
+    // is a character, so that every literal gives a string.
     const bool isUtf8 = isWellFormed(text, kCFStringEncodingUTF8);
     auto* const constant =
         new __CFString(text, isUtf8 ? kCFStringEncodingUTF8 : kCFStringEncodingMacRoman);
-    constant->liveForEver();
+    constant->makeImmortal();
     entry->second = constant;
     return constant;
   } catch (const std::bad_alloc&) {
@@ -189,6 +207,7 @@ CFStringRef __CFStringMakeConstantString(const char* text) {
   }
 }
 
+// Stored as UTF-8; surrogate pairs are combined, unpaired surrogates make the text malformed.
 CFStringRef CFStringCreateWithCharacters(CFAllocatorRef /*allocator*/, const UniChar* characters,
                                          CFIndex length) {
   if (length < 0 || (characters == nullptr && length > 0)) return nullptr;
@@ -216,6 +235,7 @@ CFStringRef CFStringCreateWithSubstring(CFAllocatorRef /*allocator*/, CFStringRe
                                         CFRange range) {
   if (string == nullptr || range.location < 0 || range.length < 0) return nullptr;
   std::string_view rest = string->bytes;
+  // Fewer units than requested: the range leaves the string or splits a surrogate pair.
   const CFIndex skipped = skipUnits(rest, string->encoding, range.location);
   const std::string_view from = rest;
   const CFIndex taken = skipUnits(rest, string->encoding, range.length);
@@ -227,11 +247,12 @@ CFStringRef CFStringCreateWithSubstring(CFAllocatorRef /*allocator*/, CFStringRe
   }
 }
 
+// One pass over the string; every unit of the range that is not found keeps U+FFFD.
 void CFStringGetCharacters(CFStringRef string, CFRange range, UniChar* buffer) {
   if (string == nullptr || buffer == nullptr || range.length <= 0) return;
   constexpr UniChar kReplacement = 0xFFFD;
   std::fill_n(buffer, range.length, kReplacement);
-  CFIndex at = -range.location;  // where the next unit belongs in the buffer
+  CFIndex at = -range.location;  // index of the next unit in `buffer`; outside it: not stored
   const auto put = [&](char32_t unit) {
     if (at >= 0 && at < range.length) buffer[at] = static_cast<UniChar>(unit);
     ++at;
@@ -255,6 +276,7 @@ UniChar CFStringGetCharacterAtIndex(CFStringRef string, CFIndex index) {
   return unit;
 }
 
+// Strings in different encodings are equal if their characters are.
 bool __CFString::equals(const CFObject& other) const {
   const auto& string = static_cast<const __CFString&>(other);
   if (encoding == string.encoding) return bytes == string.bytes;
@@ -272,7 +294,7 @@ bool __CFString::equals(const CFObject& other) const {
 
 std::string __CFString::description() const {
   std::string line = bytes;
-  // One line, whatever the string holds.
+  // The result must be one line, whatever the string contains.
   std::replace_if(
       line.begin(), line.end(), [](char c) { return c == '\n' || c == '\r' || c == '\0'; }, ' ');
   return line;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// CFURL: paths as bytes, with the working directory of their making when they are relative.
+// CFURL: a path as bytes, and for a relative path the working directory at its creation.
 #include <CoreFoundation/CFURL.h>
 
 #include <cstring>
@@ -13,22 +13,26 @@
 
 namespace {
 
-// The working directory; empty when there is none.
+// Empty if there is no working directory, for example because it was removed.
 std::string workingDirectory() {
   std::error_code failure;
   const std::filesystem::path directory = std::filesystem::current_path(failure);
   return failure ? std::string() : directory.native();
 }
 
+// Keeps "/" itself.
 std::string_view withoutSlashesAtEnd(std::string_view path) {
   while (path.size() > 1 && path.back() == '/') path.remove_suffix(1);
   return path;
 }
 
+// Null if the path is empty or contains a NUL, without a working directory for a relative path, or
+// if out of memory.
 CFURLRef create(std::string_view path) {
   if (path.empty() || path.find('\0') != std::string_view::npos) return nullptr;
   try {
     std::string base;
+    // The base is recorded now: the working directory may change later.
     if (path.front() != '/') {
       base = workingDirectory();
       if (base.empty()) return nullptr;
@@ -39,6 +43,7 @@ CFURLRef create(std::string_view path) {
   }
 }
 
+// Writes `path` and a NUL. Returns false, with nothing written, if they do not fit.
 bool write(std::string_view path, UInt8* buffer, CFIndex size) {
   if (static_cast<CFIndex>(path.size()) >= size) return false;
   std::memcpy(buffer, path.data(), path.size());
@@ -61,9 +66,10 @@ CFURLRef CFURLCreateFromFileSystemRepresentation(CFAllocatorRef /*allocator*/, c
 CFURLRef CFURLCreateWithFileSystemPath(CFAllocatorRef /*allocator*/, CFStringRef path,
                                        CFURLPathStyle style, Boolean /*isDirectory*/) {
   if (path == nullptr || style != kCFURLPOSIXPathStyle) return nullptr;
+  // No conversion: a path may be malformed UTF-8, and must stay the same bytes.
   if (path->encoding == CFStringGetSystemEncoding()) return create(path->bytes);
   try {
-    // No character of the other encodings takes more than three bytes.
+    // In UTF-8, a character of the other encodings has at most three bytes.
     std::string bytes(path->bytes.size() * 3 + 1, '\0');
     if (!CFStringGetCString(path, bytes.data(), static_cast<CFIndex>(bytes.size()),
                             CFStringGetSystemEncoding())) {
@@ -117,6 +123,7 @@ std::string __CFURL::description() const {
   return absolutePath();
 }
 
+// Bytewise: no file is looked up, so different paths of one file are different URLs.
 bool __CFURL::equals(const CFObject& other) const {
   const auto& url = static_cast<const __CFURL&>(other);
   return path == url.path && base == url.base;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// FixMath: arithmetic on Fixed. Without state; the contract is in the header.
+// FixMath: arithmetic with Fixed in 64-bit integers, saturated at the end. Stateless.
 #include <ApplicationServices/FixMath.h>
 
 #include <algorithm>
@@ -17,8 +17,8 @@ Fixed saturate(std::int64_t value) {
   return static_cast<Fixed>(std::clamp(value, kSmallest, kLargest));
 }
 
-// Nearest whole number to numerator / denominator, half-way away from zero. Nothing overflows:
-// numerators have a magnitude of at most 2^62 here, denominators of 2^31.
+// Returns the integer nearest to numerator / denominator; halves round away from zero. Cannot
+// overflow: numerators have a magnitude of at most 2^62 here, denominators of 2^31.
 std::int64_t nearestQuotient(std::int64_t numerator, std::int64_t denominator) {
   const bool negative = (numerator < 0) != (denominator < 0);
   const std::int64_t dividend = numerator < 0 ? -numerator : numerator;
@@ -30,7 +30,7 @@ std::int64_t nearestQuotient(std::int64_t numerator, std::int64_t denominator) {
 }  // namespace
 
 Fixed Long2Fix(long x) {
-  // Clamped before the product, which a large value would overflow.
+  // Clamp before multiplying: the product of a large value overflows.
   return saturate(std::clamp<std::int64_t>(x, -32768, 32768) * kOne);
 }
 

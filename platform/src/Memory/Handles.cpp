@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Handles: a record that begins with the block's address, so that its own address is the handle.
+// Handles: a record whose first member is the address of the block, so that the address of the
+// record is the handle. Each thread has its own last result.
 #include <algorithm>
 #include <cstdlib>
 #include <new>
@@ -20,13 +21,14 @@ Block* blockOf(Handle handle) {
   return reinterpret_cast<Block*>(handle);
 }
 
-// Even of no bytes: every block has an address.
+// At least 1: an empty block has an address too.
 std::size_t roomFor(Size size) {
   return static_cast<std::size_t>(std::max<Size>(size, 1));
 }
 
 }  // namespace
 
+// Clears the block too: no caller reads uninitialised memory.
 Handle NewHandle(Size byteCount) {
   return NewHandleClear(byteCount);
 }
@@ -36,6 +38,7 @@ Handle NewHandleClear(Size byteCount) {
   if (byteCount < 0) return nullptr;
   auto* const data = static_cast<Ptr>(std::calloc(roomFor(byteCount), 1));
   auto* const block = new (std::nothrow) Block{data, byteCount};
+  // Either allocation may fail; the other one is undone.
   if (data == nullptr || block == nullptr) {
     std::free(data);
     delete block;
@@ -62,6 +65,7 @@ void SetHandleSize(Handle h, Size newSize) {
   if (h == nullptr || newSize < 0) return;
   auto* const data = static_cast<Ptr>(std::realloc(blockOf(h)->data, roomFor(newSize)));
   lastResult = data == nullptr ? memFullErr : noErr;
+  // realloc leaves the old block valid if it fails.
   if (data == nullptr) return;
   *blockOf(h) = {data, newSize};
 }

@@ -3,6 +3,12 @@
 // One breach of the lock rules for each value of RULE; lock_rules.sh wants every one refused.
 #include "ChannelSupport.h"
 
+struct {
+  base::Mutex lock;
+  base::Condition changed;
+  int value GUARDED_BY(lock) = 0;
+} probed;
+
 int probe(speech_channel* channel) {
 #if RULE == 0
   const ChannelLock held(channel);
@@ -22,5 +28,12 @@ int probe(speech_channel* channel) {
   return channel->text_offsets != nullptr;
 #elif RULE == 6  // the state of the job likewise
   return static_cast<int>(channel->job_state.number);
+#elif RULE == 7  // what a lock guards, while it is released
+  const base::ScopedLock held(probed.lock);
+  const base::ScopedUnlock released(probed.lock);
+  return probed.value;
+#elif RULE == 8  // a wait without the lock
+  probed.changed.wait(probed.lock);
+  return 0;
 #endif
 }

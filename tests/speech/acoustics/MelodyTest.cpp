@@ -51,7 +51,7 @@ std::vector<Stretching> stretching(const Recording& found, const Recording& plai
 // The silence in front of a word ends where the word is said to begin.
 void expectOnsetAt(const Recording& recording, const std::string& word, double tolerance) {
   const auto events = recording.events(KAVREL_EVENT_WORD);
-  const auto event = std::ranges::find(events, word, &kavrel::Entry::text);
+  const auto event = std::ranges::find(events, word, &kavrel::TimedEvent::text);
   ASSERT_NE(event, events.end());
   const double time = static_cast<double>(event->sample) / 22050;
   double nearest = 1;
@@ -154,9 +154,9 @@ TEST(Events, AreInOrderAndInsideTheSoundAtEveryRate) {
   for (const char* const rate : {"80", "200", "450", "500", "600"}) {
     const Recording found = record(test::prosody("rate='" + std::string(rate) + "'", test::kProse));
     std::uint64_t last = 0;
-    for (const kavrel::Entry& entry : found.entries) {
-      EXPECT_GE(entry.sample, last) << rate;
-      last = entry.sample;
+    for (const kavrel::TimedEvent& event : found.timedEvents) {
+      EXPECT_GE(event.sample, last) << rate;
+      last = event.sample;
     }
     EXPECT_LE(last, found.samples.size()) << rate;
     // The last word takes its time as any other.

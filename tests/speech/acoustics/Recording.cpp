@@ -11,7 +11,7 @@
 
 namespace test {
 
-using kavrel::Entry;
+using kavrel::TimedEvent;
 
 const std::string kProse =
     "The harbour was quiet that morning, and a single boat lay near the wall. Nobody had seen it "
@@ -21,37 +21,38 @@ Recording record(std::string_view text, const kavrel::Voice& voice) {
   const std::atomic<bool> never = false;
   kavrel::Producer producer(text, voice, never);
   Recording recording;
-  kavrel::Piece piece;
-  kavrel::Producer::Result result = producer.next(piece);
-  for (; result == kavrel::Producer::Result::Piece; result = producer.next(piece)) {
+  kavrel::SpeechSegment segment;
+  kavrel::Producer::Result result = producer.next(segment);
+  for (; result == kavrel::Producer::Result::Segment; result = producer.next(segment)) {
     const std::size_t start = recording.samples.size();
-    for (Entry& entry : piece.entries) {
-      entry.sample += start;
-      recording.entries.push_back(std::move(entry));
+    for (TimedEvent& event : segment.events) {
+      event.sample += start;
+      recording.timedEvents.push_back(std::move(event));
     }
-    recording.samples.insert(recording.samples.end(), piece.samples.begin(), piece.samples.end());
-    recording.samples.resize(start + piece.length());
+    recording.samples.insert(recording.samples.end(), segment.samples.begin(),
+                             segment.samples.end());
+    recording.samples.resize(start + segment.length());
   }
   EXPECT_EQ(result, kavrel::Producer::Result::End) << producer.error();
   return recording;
 }
 
-std::vector<Entry> Recording::events(kavrel_event_t type) const {
-  std::vector<Entry> found;
-  std::ranges::copy_if(entries, std::back_inserter(found),
-                       [type](const Entry& entry) { return entry.type == type; });
+std::vector<TimedEvent> Recording::events(kavrel_event_t type) const {
+  std::vector<TimedEvent> found;
+  std::ranges::copy_if(timedEvents, std::back_inserter(found),
+                       [type](const TimedEvent& event) { return event.type == type; });
   return found;
 }
 
 std::string Recording::names(kavrel_event_t type) const {
   std::string all;
-  for (const Entry& entry : events(type)) all += (all.empty() ? "" : " ") + entry.text;
+  for (const TimedEvent& event : events(type)) all += (all.empty() ? "" : " ") + event.text;
   return all;
 }
 
 acoustics::Sound Recording::from(kavrel_event_t type, std::string_view text) const {
-  const std::vector<Entry> all = events(type);
-  const auto found = std::ranges::find(all, text, &Entry::text);
+  const std::vector<TimedEvent> all = events(type);
+  const auto found = std::ranges::find(all, text, &TimedEvent::text);
   EXPECT_NE(found, all.end()) << "no event \"" << text << '"';
   if (found == all.end()) return {};
   const auto next = std::next(found);

@@ -11,20 +11,21 @@
 #include <vector>
 
 #include "acoustics/Sound.h"
-#include "job/piece.h"
+#include "job/segment.h"
 #include "synth/voice.h"
+#include "synth/voice_cache.h"
 
 namespace test {
 
 struct Recording {
   std::vector<std::int16_t> samples;
-  std::vector<kavrel::Entry> entries;  // in order; their samples count from the start
+  std::vector<kavrel::TimedEvent> timedEvents;  // in order; their samples count from the start
 
   acoustics::Sound sound() const { return {samples}; }
   // From the first sound to the last.
   acoustics::Sound heard() const { return acoustics::trimmed(sound()); }
 
-  std::vector<kavrel::Entry> events(kavrel_event_t type) const;
+  std::vector<kavrel::TimedEvent> events(kavrel_event_t type) const;
   // Their texts, with blanks between them.
   std::string names(kavrel_event_t type) const;
 

@@ -133,7 +133,7 @@ TEST(Lost, WithoutTheDeviceThatIsAskedForJobsGoByTheClock) {
   kavrel_params_delete(params);
   ASSERT_EQ(kavrel_port_wait(speaker.port(), job), KAVREL_SUCCESS);
   EXPECT_EQ(recorder.soFar().lastSound(), 0u);
-  expectOneLine(diagnostics, "there is no sound device \"missing\"");
+  expectOneLine(diagnostics, "no sound device is called \"missing\"");
 }
 
 TEST(Lost, NothingIsHeardOrSaidWhenNoSoundIsWanted) {

@@ -12,7 +12,7 @@ struct EngineWatch::Callback {
   static void observe(const kavrel_observation* event, void* user) {
     auto& watch = *static_cast<EngineWatch*>(user);
     if (event->type == KAVREL_EVENT_ERROR) {
-      const std::lock_guard held(watch.m_lock);
+      const base::ScopedLock held(watch.m_lock);
       if (!watch.m_error) watch.m_error = event->text;
     } else if (watch.m_times != nullptr) {
       observeTime(*watch.m_times, *event);
@@ -47,7 +47,7 @@ EngineWatch::~EngineWatch() {
 }
 
 void EngineWatch::check() const {
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   if (m_error) throw tool::Failure("the speech broke off: " + *m_error);
 }
 

@@ -6,10 +6,10 @@
 // than ours nothing comes from it: NoEngineWatch.cpp then stands for EngineWatch.cpp.
 #pragma once
 
-#include <mutex>
 #include <optional>
 #include <string>
 
+#include "base/threads/Mutex.h"
 #include "events/EventTimes.h"
 
 namespace say {
@@ -24,14 +24,14 @@ class EngineWatch {
   EngineWatch& operator=(const EngineWatch&) = delete;
 
   // Throws Failure with the engine's own words when a speech has broken off.
-  void check() const;
+  void check() const EXCLUDES(m_lock);
 
  private:
   struct Callback;
 
   EventTimes* const m_times;
-  mutable std::mutex m_lock;
-  std::optional<std::string> m_error;  // with m_lock: the first one
+  mutable base::Mutex m_lock;
+  std::optional<std::string> m_error GUARDED_BY(m_lock);  // the first one
 };
 
 }  // namespace say

@@ -4,16 +4,15 @@
 namespace say {
 
 void EventTimes::observe(SpeechNumber speech, Kind kind, double seconds) {
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   observed(speech).times[static_cast<std::size_t>(kind)].push_back(seconds);
 }
 
 void EventTimes::observeEnd(SpeechNumber speech, double seconds) {
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   observed(speech).end = seconds;
 }
 
-// With m_lock.
 EventTimes::Observed& EventTimes::observed(SpeechNumber speech) {
   if (m_speeches.empty() || m_speeches.back().speech != speech) {
     m_speeches.emplace_back().speech = speech;
@@ -35,7 +34,7 @@ void EventTimes::sync(std::uint32_t /*message*/) {
 
 void EventTimes::take(Kind kind) {
   m_now.reset();
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   if (m_speeches.empty()) return;
   std::deque<double>& times = m_speeches.front().times[static_cast<std::size_t>(kind)];
   if (times.empty()) return;
@@ -45,7 +44,7 @@ void EventTimes::take(Kind kind) {
 
 void EventTimes::done() {
   m_now.reset();
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   if (m_speeches.empty()) return;
   m_now = m_speeches.front().end;
   m_speeches.pop_front();

@@ -16,9 +16,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
-#include <mutex>
 #include <optional>
 
+#include "base/threads/Mutex.h"
 #include "speech/Listener.h"
 
 namespace say {
@@ -30,8 +30,8 @@ class EventTimes : public Listener {
   // Tells speeches apart.
   using SpeechNumber = std::uintptr_t;
 
-  void observe(SpeechNumber speech, Kind kind, double seconds);
-  void observeEnd(SpeechNumber speech, double seconds);
+  void observe(SpeechNumber speech, Kind kind, double seconds) EXCLUDES(m_lock);
+  void observeEnd(SpeechNumber speech, double seconds) EXCLUDES(m_lock);
 
   // The time of what listeners are being told; none when it is not known.
   std::optional<double> now() const { return m_now; }
@@ -39,7 +39,7 @@ class EventTimes : public Listener {
   void word(std::size_t position, std::size_t length) override;
   void phoneme(int code) override;
   void sync(std::uint32_t message) override;
-  void done() override;
+  void done() EXCLUDES(m_lock) override;
 
  private:
   static constexpr std::size_t kKinds = 3;
@@ -51,13 +51,13 @@ class EventTimes : public Listener {
     std::optional<double> end;
   };
 
-  Observed& observed(SpeechNumber speech);
-  void take(Kind kind);
+  Observed& observed(SpeechNumber speech) REQUIRES(m_lock);
+  void take(Kind kind) EXCLUDES(m_lock);
 
   std::optional<double> m_now;
 
-  std::mutex m_lock;
-  std::deque<Observed> m_speeches;  // with m_lock: in order, the one that is being reported first
+  base::Mutex m_lock;
+  std::deque<Observed> m_speeches GUARDED_BY(m_lock);  // the one that is being reported first
 };
 
 }  // namespace say

@@ -2,6 +2,7 @@
 #include "screen/Display.h"
 
 #include <algorithm>
+#include <chrono>
 #include <exception>
 #include <string_view>
 #include <utility>
@@ -23,7 +24,7 @@ std::string cursorUp(std::size_t rows) {
 
 Display::Display(const Output& output, const tool::SpokenText& text, Parts parts)
     : m_terminal(output), m_text(text), m_parts(std::move(parts)), m_progress(text.given().size()) {
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   draw();
 }
 
@@ -38,34 +39,34 @@ Display::~Display() {
 void Display::word(std::size_t position, std::size_t length) {
   const tool::Slice slice = m_text.origin(position, length);
   if (slice.length == 0) return;
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   m_word = {slice.position, slice.position + slice.length};
   m_progress.reach(slice.position, now());
   draw();
 }
 
 void Display::refresh() {
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   draw();
 }
 
 void Display::suspend() {
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   m_isHalted = true;
-  m_haltedAt = Clock::now();
+  m_haltedAt = base::Clock::now();
   m_terminal.release();
 }
 
 void Display::resume() {
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   m_isHalted = false;
-  m_start += Clock::now() - m_haltedAt;
+  m_start += base::Clock::now() - m_haltedAt;
   m_terminal.take();
   draw();
 }
 
 void Display::finish(bool wasInterrupted) {
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   if (std::exchange(m_isFinished, true)) return;
   if (!wasInterrupted) m_progress.complete(now());
   m_size = m_terminal.size();
@@ -130,7 +131,7 @@ std::string Display::row(const Row& row) const {
 }
 
 double Display::now() const {
-  const Clock::time_point at = m_isHalted ? m_haltedAt : Clock::now();
+  const base::Clock::time_point at = m_isHalted ? m_haltedAt : base::Clock::now();
   return std::chrono::duration<double>(at - m_start).count();
 }
 

@@ -12,12 +12,12 @@
 // Threads: all functions may be called on any thread.
 #pragma once
 
-#include <chrono>
-#include <mutex>
 #include <optional>
 #include <string>
 
 #include "SpokenText.h"
+#include "base/threads/Clock.h"
+#include "base/threads/Mutex.h"
 #include "screen/Highlight.h"
 #include "screen/Output.h"
 #include "screen/Progress.h"
@@ -41,42 +41,40 @@ class Display : public Listener {
   // Finishes as after an interruption if need be, and gives the terminal back.
   ~Display() override;
 
-  void word(std::size_t position, std::size_t length) override;
+  void word(std::size_t position, std::size_t length) EXCLUDES(m_lock) override;
 
   // Draws again: the size of the terminal, or the time, is another.
-  void refresh();
+  void refresh() EXCLUDES(m_lock);
 
   // The program is halted, and goes on.
-  void suspend();
-  void resume();
+  void suspend() EXCLUDES(m_lock);
+  void resume() EXCLUDES(m_lock);
 
   // The speech is over: what is left of the text is written, or, when it was interrupted, what is
   // left of the row. The cursor then stands below.
-  void finish(bool wasInterrupted);
+  void finish(bool wasInterrupted) EXCLUDES(m_lock);
 
  private:
-  using Clock = std::chrono::steady_clock;
-
-  void draw();
-  std::string passedRows();
-  std::string block() const;
-  std::string row(const Row& row) const;
-  double now() const;
+  void draw() REQUIRES(m_lock);
+  std::string passedRows() REQUIRES(m_lock);
+  std::string block() const REQUIRES(m_lock);
+  std::string row(const Row& row) const REQUIRES(m_lock);
+  double now() const REQUIRES(m_lock);
 
   const Terminal m_terminal;
   const tool::SpokenText& m_text;
   const Parts m_parts;
 
-  std::mutex m_lock;
-  // Below: with m_lock.
-  Terminal::Size m_size{};
-  std::size_t m_begin = 0;  // where the block's text begins
-  Stretch m_word;
-  Progress m_progress;
-  Clock::time_point m_start = Clock::now();  // later by as long as the program was halted
-  Clock::time_point m_haltedAt{};
-  bool m_isHalted = false;
-  bool m_isFinished = false;
+  base::Mutex m_lock;
+  Terminal::Size m_size GUARDED_BY(m_lock){};
+  std::size_t m_begin GUARDED_BY(m_lock) = 0;  // where the block's text begins
+  Stretch m_word GUARDED_BY(m_lock);
+  Progress m_progress GUARDED_BY(m_lock);
+  // Later by as long as the program was halted.
+  base::Clock::time_point m_start GUARDED_BY(m_lock) = base::Clock::now();
+  base::Clock::time_point m_haltedAt GUARDED_BY(m_lock){};
+  bool m_isHalted GUARDED_BY(m_lock) = false;
+  bool m_isFinished GUARDED_BY(m_lock) = false;
 };
 
 // The text as it is spoken, written where there is no terminal: up to the word being spoken.

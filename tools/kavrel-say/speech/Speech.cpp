@@ -4,6 +4,7 @@
 #include <chrono>
 
 #include "Failure.h"
+#include "base/threads/Clock.h"
 
 namespace say {
 namespace {
@@ -84,33 +85,41 @@ void Speech::start(const tool::SpokenText& text) {
 }
 
 void Speech::waitForEnd(const std::function<void()>& onTick) {
-  std::unique_lock held(m_lock);
-  const auto isOver = [this] { return m_done || m_stop; };
-  if (onTick) {
-    while (!m_changed.wait_for(held, kTick, isOver)) {
-      held.unlock();
-      try {
-        onTick();
-      } catch (...) {
-        fail();
-      }
-      held.lock();
-    }
-  }
-  m_changed.wait(held, isOver);
+  const base::ScopedLock held(m_lock);
+  if (onTick) tickUntilOver(onTick);
+  while (!isOver()) m_changed.wait(m_lock);
   if (!m_done) {
-    held.unlock();
-    StopSpeech(m_channel);
-    held.lock();
-    m_changed.wait_for(held, kEndLimit, [this] { return m_done; });
+    {
+      const base::ScopedUnlock released(m_lock);
+      StopSpeech(m_channel);
+    }
+    const base::Clock::time_point limit = base::Clock::now() + kEndLimit;
+    while (!m_done && m_changed.waitUntil(m_lock, limit)) {
+    }
   }
   if (m_error) std::rethrow_exception(m_error);
 }
 
+// Returns when the speech is over. Ticks run without the lock, since they may stop the speech.
+void Speech::tickUntilOver(const std::function<void()>& onTick) {
+  while (true) {
+    const base::Clock::time_point tick = base::Clock::now() + kTick;
+    while (!isOver() && m_changed.waitUntil(m_lock, tick)) {
+    }
+    if (isOver()) return;
+    const base::ScopedUnlock released(m_lock);
+    try {
+      onTick();
+    } catch (...) {
+      fail();
+    }
+  }
+}
+
 void Speech::stop() {
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   m_stop = true;
-  m_changed.notify_all();
+  m_changed.notifyAll();
 }
 
 void Speech::pause() {
@@ -137,16 +146,16 @@ void Speech::syncReached(SpeechChannel /*channel*/, SRefCon self, OSType message
 void Speech::speechIsDone(SpeechChannel /*channel*/, SRefCon self) {
   auto& speech = *static_cast<Speech*>(self);
   speech.report([](Listener& to) { to.done(); });
-  const std::lock_guard held(speech.m_lock);
+  const base::ScopedLock held(speech.m_lock);
   speech.m_done = true;
-  speech.m_changed.notify_all();
+  speech.m_changed.notifyAll();
 }
 
 // Nobody is told anything more after one has failed: the speech is to be stopped.
 template <typename Tell>
 void Speech::report(Tell tell) noexcept {
   {
-    const std::lock_guard held(m_lock);
+    const base::ScopedLock held(m_lock);
     if (m_error) return;
   }
   try {
@@ -158,10 +167,10 @@ void Speech::report(Tell tell) noexcept {
 
 // To be called where an exception is being handled.
 void Speech::fail() noexcept {
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   if (!m_error) m_error = std::current_exception();
   m_stop = true;
-  m_changed.notify_all();
+  m_changed.notifyAll();
 }
 
 }  // namespace say

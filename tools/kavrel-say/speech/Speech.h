@@ -8,15 +8,14 @@
 
 #include <ApplicationServices/ApplicationServices.h>
 
-#include <condition_variable>
 #include <exception>
 #include <functional>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "SpokenText.h"
+#include "base/threads/Mutex.h"
 #include "speech/Listener.h"
 
 namespace say {
@@ -43,10 +42,10 @@ class Speech {
   // Returns when the speech is over, or when it has been stopped. Throws what a listener threw; the
   // speech has then been stopped. `onTick` is called in between, a few times a second, and may
   // throw, too; it may be empty.
-  void waitForEnd(const std::function<void()>& onTick);
+  void waitForEnd(const std::function<void()>& onTick) EXCLUDES(m_lock);
 
   // Makes waitForEnd() stop the speech. May be called on any thread.
-  void stop();
+  void stop() EXCLUDES(m_lock);
 
   // The speech stands still from here on, and goes on. May be called on any thread.
   void pause();
@@ -59,18 +58,19 @@ class Speech {
   static void speechIsDone(SpeechChannel, SRefCon self);
 
   template <typename Tell>
-  void report(Tell tell) noexcept;
-  void fail() noexcept;
+  void report(Tell tell) noexcept EXCLUDES(m_lock);
+  void fail() noexcept EXCLUDES(m_lock);
+  void tickUntilOver(const std::function<void()>& onTick) REQUIRES(m_lock);
+  bool isOver() const REQUIRES(m_lock) { return m_done || m_stop; }
 
   SpeechChannel m_channel = nullptr;
   std::vector<Listener*> m_listeners;  // constant while speaking
 
-  std::mutex m_lock;
-  // Below: with m_lock.
-  std::condition_variable m_changed;  // the speech is done, or it is to be stopped
-  bool m_done = false;
-  bool m_stop = false;
-  std::exception_ptr m_error;  // what the first failure of a listener threw
+  base::Mutex m_lock;
+  base::Condition m_changed;  // with m_lock: the speech is done, or it is to be stopped
+  bool m_done GUARDED_BY(m_lock) = false;
+  bool m_stop GUARDED_BY(m_lock) = false;
+  std::exception_ptr m_error GUARDED_BY(m_lock);  // what the first failure of a listener threw
 };
 
 }  // namespace say

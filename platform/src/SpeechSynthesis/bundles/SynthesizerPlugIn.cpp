@@ -17,13 +17,13 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// What the system says about its last failure with a library.
+// The system's message about the last dlopen or dlsym that failed.
 std::string loaderMessage() {
   const char* const message = dlerror();
   return message == nullptr ? "no reason given" : message;
 }
 
-// Looks names up in one library.
+// A library that is opened at construction and never closed.
 class Library {
  public:
   explicit Library(const fs::path& file) : m_file(file.string()) {
@@ -31,13 +31,16 @@ class Library {
     if (!fs::exists(file, failure)) {
       throw PlugInError("The synthesizer " + m_file + " does not exist");
     }
-    // The absolute name: the loader looks in folders of its own for one without a slash.
+    // An absolute path: dlopen searches its own folders for a name without a slash. RTLD_NOW:
+    // missing symbols are found here, not in the middle of speech. RTLD_LOCAL: synthesizers must
+    // not use each other's symbols.
     m_handle = dlopen(fs::absolute(file, failure).c_str(), RTLD_NOW | RTLD_LOCAL);
     if (m_handle == nullptr) {
       throw PlugInError("The synthesizer " + m_file + " cannot be loaded: " + loaderMessage());
     }
   }
 
+  // Throws PlugInError if there is no such symbol.
   template <typename Function>
   void find(Function*& function, const char* name) const {
     function = reinterpret_cast<Function*>(dlsym(m_handle, name));
@@ -53,6 +56,7 @@ class Library {
 
 }  // namespace
 
+// All twelve are looked up now, so that no call can fail later for a missing one.
 SynthesizerPlugIn::SynthesizerPlugIn(const fs::path& file) {
   const Library library(file);
   library.find(m_entryPoints.openSpeechChannel, "SEOpenSpeechChannel");
@@ -77,7 +81,7 @@ OSErr SynthesizerPlugIn::useVoice(SpeechChannelIdentifier channel, const Voice& 
   const Owned bundle(CFBundleCreate(kCFAllocatorDefault, url.get()));
   if (!bundle) return voiceNotFound;
   VoiceSpec spec = voice.spec;
-  return translated(m_entryPoints.useVoice(channel, &spec, bundle.get()));
+  return toClientResult(m_entryPoints.useVoice(channel, &spec, bundle.get()));
 }
 
 }  // namespace platform

@@ -2,9 +2,8 @@
 //
 // SynthesizerPlugIn: a loaded synthesizer and its twelve entry points.
 //
-// A synthesizer leaves threads of its own behind, so it stays loaded until the process ends,
-// whatever happens to the object. Objects never change after their construction; any thread may use
-// them.
+// A synthesizer may have threads of its own, so the library stays loaded until the process exits,
+// even after the object is destroyed. Threads: objects are immutable; any thread may use them.
 #pragma once
 
 #include <ApplicationServices/SpeechSynthesis.h>
@@ -17,7 +16,7 @@
 
 namespace platform {
 
-// Why a synthesizer cannot be used: one sentence for people, without its end.
+// Why a synthesizer cannot be used: one sentence for the user, without the full stop.
 class PlugInError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
@@ -25,13 +24,14 @@ class PlugInError : public std::runtime_error {
 
 class SynthesizerPlugIn {
  public:
-  // Loads the library `file` and looks all entry points up. Throws PlugInError, which names the
-  // file and what is wrong with it: it is not there, the system refuses it, or which name it lacks.
+  // Loads the library `file` and looks up all entry points. Throws PlugInError, which names the
+  // file and says what is wrong: the file does not exist, the system cannot load it, or an entry
+  // point is missing.
   explicit SynthesizerPlugIn(const std::filesystem::path& file);
 
-  // The entry points. All answer 0 or a result of the Manager's, -240 for a channel they do not
-  // know; those that stop, pause and continue answer -1 when they cannot. C++ exceptions may come
-  // out of speakBuffer.
+  // The entry points. All return 0 or one of the Manager's results; -240 for a channel that they do
+  // not know. Stop, pause and continue return -1 if they cannot do it. speakBuffer may throw C++
+  // exceptions.
   struct EntryPoints {
     long (*openSpeechChannel)(SpeechChannelIdentifier* channel);
     long (*closeSpeechChannel)(SpeechChannelIdentifier channel);
@@ -53,8 +53,8 @@ class SynthesizerPlugIn {
   };
   const EntryPoints& call() const { return m_entryPoints; }
 
-  // Lets an open channel speak with a voice. Results: noErr; voiceNotFound, the voice's bundle is
-  // gone; those of the synthesizer.
+  // Sets the voice of an open channel. Results: noErr; voiceNotFound if the bundle of the voice no
+  // longer exists; those of the synthesizer.
   OSErr useVoice(SpeechChannelIdentifier channel, const Voice& voice) const;
 
  private:

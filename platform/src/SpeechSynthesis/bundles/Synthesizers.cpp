@@ -1,13 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
+//
+// Synthesizers: loads libraries one by one until one of them speaks the voice. What is loaded stays
+// loaded, so each library is opened at most once per process.
 #include "SpeechSynthesis/bundles/Synthesizers.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <string>
 #include <system_error>
 #include <utility>
 
-#include "SpeechSynthesis/bundles/Places.h"
+#include "SpeechSynthesis/bundles/SearchPaths.h"
+#include "SpeechSynthesis/calls/StandardError.h"
 
 namespace platform {
 namespace {
@@ -16,18 +19,14 @@ namespace fs = std::filesystem;
 
 constexpr const char* kSuffix = ".so";
 
-void report(const std::string& sentence) {
-  std::fprintf(stderr, "%s.\n", sentence.c_str());
-}
-
-// Whose voices a synthesizer speaks; 0 when it does not tell.
+// The creator of a synthesizer's voices; 0 if it does not report one.
 OSType creatorOf(const SynthesizerPlugIn& plugIn, SpeechChannelIdentifier channel) {
   SpeechVersionInfo version{};
   if (plugIn.call().getSpeechInfo(channel, soSynthType, &version) != noErr) return 0;
   return version.synthSubType;
 }
 
-std::string listed(const std::vector<fs::path>& folders) {
+std::string joinNames(const std::vector<fs::path>& folders) {
   std::string names;
   for (const fs::path& folder : folders) {
     if (!names.empty()) names += ", ";
@@ -36,7 +35,8 @@ std::string listed(const std::vector<fs::path>& folders) {
   return names;
 }
 
-std::string characters(OSType code) {
+// The four characters of a code, for a message; "?" for a character that is not printable ASCII.
+std::string printableCode(OSType code) {
   std::string text;
   for (const unsigned shift : {24U, 16U, 8U, 0U}) {
     const char character = static_cast<char>((code >> shift) & 0xFFU);
@@ -53,45 +53,54 @@ Synthesizers& Synthesizers::shared() {
 }
 
 std::vector<fs::path> Synthesizers::searchFolders() {
-  std::vector<fs::path> folders = foldersFromEnvironment("SPEECH_SYNTHESIZER_PATH");
+  std::vector<fs::path> folders = foldersInVariable("SPEECH_SYNTHESIZER_PATH");
   if (const fs::path data = userDataFolder(); !data.empty()) {
     folders.push_back(data / KAVREL_SYNTHESIZERS_SUBDIR);
   }
-  const fs::path library = libraryFolder();
+  const fs::path library = managerLibraryFolder();
   if (!library.empty()) folders.push_back(library / KAVREL_SYNTHESIZERS_SUBDIR);
   return folders;
 }
 
 OSErr Synthesizers::open(OSType creator, OpenedChannel& opened) {
-  std::unique_lock held(m_lock);
-  const SynthesizerPlugIn* const known = find(creator);
-  if (known != nullptr) {
-    held.unlock();
-    opened.plugIn = known;
-    const long result = known->call().openSpeechChannel(&opened.identifier);
-    return result == noErr ? OSErr{noErr} : OSErr{synthOpenFailed};
+  const SynthesizerPlugIn* known = nullptr;
+  {
+    const base::ScopedLock held(m_lock);
+    known = find(creator);
+    if (known == nullptr) return loadAndOpen(creator, opened);
   }
+  // Without the lock: opening a channel may take long, and a loaded synthesizer never goes away.
+  opened.plugIn = known;
+  const long result = known->call().openSpeechChannel(&opened.identifier);
+  return result == noErr ? OSErr{noErr} : OSErr{synthOpenFailed};
+}
+
+// Loads untried libraries until one of them speaks voices of `creator`. All of it under the lock,
+// so that two threads do not load the same library.
+OSErr Synthesizers::loadAndOpen(OSType creator, OpenedChannel& opened) {
   bool someFailed = false;
-  for (const fs::path& file : newFiles()) {
-    const Tried tried = tryFile(file, creator, opened);
-    if (tried == Tried::Opened) return noErr;
-    someFailed = someFailed || tried == Tried::Unusable;
+  for (const fs::path& file : listUntriedFiles()) {
+    const TryResult result = tryFile(file, creator, opened);
+    if (result == TryResult::Opened) return noErr;
+    someFailed = someFailed || result == TryResult::Unusable;
   }
-  report("There is no synthesizer for voices of \"" + characters(creator) + "\" in " +
-         listed(searchFolders()));
+  writeMessage("No synthesizer found for voices of \"" + printableCode(creator) + "\" in " +
+               joinNames(searchFolders()));
+  // The library that could not open a channel may be the right one, so the voice may work later.
   return someFailed ? OSErr{synthOpenFailed} : OSErr{noSynthFound};
 }
 
 const SynthesizerPlugIn* Synthesizers::find(OSType creator) {
+  // Linear search: a process has one or two synthesizers.
   for (const Loaded& loaded : m_loaded) {
     if (loaded.creator == creator) return loaded.plugIn.get();
   }
   return nullptr;
 }
 
-// The libraries in the folders that have not been tried, in the order of the folders, and of their
-// names in each.
-std::vector<fs::path> Synthesizers::newFiles() {
+// Returns the libraries that have not been tried, in the order of the folders, and sorted by name
+// in each folder: the system lists a folder in any order. A folder that cannot be read is empty.
+std::vector<fs::path> Synthesizers::listUntriedFiles() {
   std::vector<fs::path> files;
   for (const fs::path& folder : searchFolders()) {
     std::error_code failure;
@@ -110,33 +119,38 @@ std::vector<fs::path> Synthesizers::newFiles() {
   return files;
 }
 
-Synthesizers::Tried Synthesizers::tryFile(const fs::path& file, OSType creator,
-                                          OpenedChannel& opened) {
+// Loads one library and opens a channel, which is the only way to read the creator. The channel is
+// closed again if the creator is another one; the library is kept for later.
+Synthesizers::TryResult Synthesizers::tryFile(const fs::path& file, OSType creator,
+                                              OpenedChannel& opened) {
   std::unique_ptr<const SynthesizerPlugIn> plugIn;
   try {
     plugIn = std::make_unique<SynthesizerPlugIn>(file);
   } catch (const PlugInError& reason) {
+    // Not tried again: the message appears once per process.
     m_seen.push_back(file);
-    report(reason.what());
-    return Tried::OfOthers;
+    writeMessage(reason.what());
+    return TryResult::OfOthers;
   }
   SpeechChannelIdentifier channel = 0;
   if (plugIn->call().openSpeechChannel(&channel) != noErr) {
-    // Another time it may.
-    report("The synthesizer " + file.string() + " cannot open a channel");
-    return Tried::Unusable;
+    // Not in m_seen: it may succeed next time.
+    writeMessage("The synthesizer " + file.string() + " cannot open a channel");
+    return TryResult::Unusable;
   }
   m_seen.push_back(file);
   const OSType its = creatorOf(*plugIn, channel);
-  if (its == 0) report("The synthesizer " + file.string() + " does not say whose voices it speaks");
+  // Kept all the same, so that it is not loaded and reported again.
+  if (its == 0)
+    writeMessage("The synthesizer " + file.string() + " does not report the creator of its voices");
   const SynthesizerPlugIn* const kept = plugIn.get();
   m_loaded.push_back({its, std::move(plugIn)});
   if (its == creator) {
     opened = {kept, channel};
-    return Tried::Opened;
+    return TryResult::Opened;
   }
   kept->call().closeSpeechChannel(channel);
-  return Tried::OfOthers;
+  return TryResult::OfOthers;
 }
 
 }  // namespace platform

@@ -2,23 +2,23 @@
 //
 // Synthesizers: the synthesizers of this process, loaded when a channel first needs them.
 //
-// A synthesizer is a library NAME.so. It tells whose voices it speaks (the subtype of soSynthType)
-// through an open channel, so the libraries are loaded one after the other until one answers for
-// the voice. One that cannot be used is left out for good, with one line on standard error, and the
-// next is tried.
+// A synthesizer is a library NAME.so. Which voices it speaks is known only after a channel is open
+// (the subtype of soSynthType is the creator of its voices), so the libraries are loaded one after
+// the other until one has the creator. A library that cannot be used is skipped from then on, with
+// one line on standard error.
 //
-// Threads: all functions may be called on any thread. The lock is held while a library is loaded
-// and asked.
+// Threads: all functions are safe to call from any thread. The lock is held while a library is
+// loaded and its creator is read.
 #pragma once
 
 #include <ApplicationServices/SpeechSynthesis.h>
 
 #include <filesystem>
 #include <memory>
-#include <mutex>
 #include <vector>
 
 #include "SpeechSynthesis/bundles/SynthesizerPlugIn.h"
+#include "base/threads/Mutex.h"
 
 namespace platform {
 
@@ -30,32 +30,37 @@ struct OpenedChannel {
 
 class Synthesizers {
  public:
-  // The process's own. Never destroyed, like what it has loaded.
+  // The instance of the process. Never destroyed, like the libraries it has loaded.
   static Synthesizers& shared();
 
-  // Where synthesizers are looked for: the folders of SPEECH_SYNTHESIZER_PATH, the user's folder,
-  // and the folder that belongs to this library.
+  // The folders to search, in order: those of SPEECH_SYNTHESIZER_PATH, the user's folder, the
+  // folder next to this library.
   static std::vector<std::filesystem::path> searchFolders();
 
-  // Opens a channel in the first synthesizer that speaks voices of `creator`. Results: noErr;
-  // noSynthFound, and one line on standard error; synthOpenFailed.
-  OSErr open(OSType creator, OpenedChannel& opened);
+  // Opens a channel in the first synthesizer whose voices have `creator`; the caller closes it.
+  // Results: noErr; noSynthFound, with one line on standard error; synthOpenFailed if a synthesizer
+  // that may be the right one cannot open a channel.
+  OSErr open(OSType creator, OpenedChannel& opened) EXCLUDES(m_lock);
 
  private:
   struct Loaded {
     OSType creator;
     std::unique_ptr<const SynthesizerPlugIn> plugIn;
   };
-  enum class Tried { Opened, OfOthers, Unusable };
+  // OfOthers: not usable for this creator, now or later. Unusable: cannot open a channel at
+  // present.
+  enum class TryResult { Opened, OfOthers, Unusable };
 
-  const SynthesizerPlugIn* find(OSType creator);
-  std::vector<std::filesystem::path> newFiles();
-  Tried tryFile(const std::filesystem::path& file, OSType creator, OpenedChannel& opened);
+  const SynthesizerPlugIn* find(OSType creator) REQUIRES(m_lock);
+  OSErr loadAndOpen(OSType creator, OpenedChannel& opened) REQUIRES(m_lock);
+  std::vector<std::filesystem::path> listUntriedFiles() REQUIRES(m_lock);
+  TryResult tryFile(const std::filesystem::path& file, OSType creator, OpenedChannel& opened)
+      REQUIRES(m_lock);
 
-  std::mutex m_lock;
-  // Below: with m_lock.
-  std::vector<Loaded> m_loaded;
-  std::vector<std::filesystem::path> m_seen;  // files that need not be looked at again
+  base::Mutex m_lock;
+  std::vector<Loaded> m_loaded GUARDED_BY(m_lock);
+  // Files that have been tried.
+  std::vector<std::filesystem::path> m_seen GUARDED_BY(m_lock);
 };
 
 }  // namespace platform

@@ -1,13 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
+//
+// VoiceCatalogue: reads all bundles at construction; lookups are linear searches in the list.
 #include "SpeechSynthesis/bundles/VoiceCatalogue.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <string_view>
 #include <system_error>
 
-#include "SpeechSynthesis/bundles/Places.h"
+#include "SpeechSynthesis/bundles/SearchPaths.h"
 #include "SpeechSynthesis/bundles/VoiceDescriptionReader.h"
+#include "SpeechSynthesis/calls/StandardError.h"
 
 namespace platform {
 namespace {
@@ -20,8 +22,8 @@ bool sameVoice(const VoiceSpec& a, const VoiceSpec& b) {
   return a.creator == b.creator && a.id == b.id;
 }
 
-void reportLeftOut(const fs::path& bundle, const char* reason) {
-  std::fprintf(stderr, "Voice %s is left out: %s.\n", bundle.c_str(), reason);
+void reportSkipped(const fs::path& bundle, const std::string& reason) {
+  writeMessage("Voice " + bundle.string() + " is skipped: " + reason);
 }
 
 }  // namespace
@@ -31,21 +33,22 @@ VoiceCatalogue::VoiceCatalogue(const std::vector<fs::path>& folders) {
 }
 
 const VoiceCatalogue& VoiceCatalogue::shared() {
-  // Never destroyed: channels may still speak when static objects go.
+  // Never destroyed: channels may still speak while static objects are destroyed.
   static const auto* const catalogue = new VoiceCatalogue(searchFolders());
   return *catalogue;
 }
 
 std::vector<fs::path> VoiceCatalogue::searchFolders() {
-  std::vector<fs::path> folders = foldersFromEnvironment("SPEECH_VOICE_PATH");
+  std::vector<fs::path> folders = foldersInVariable("SPEECH_VOICE_PATH");
   if (const fs::path data = userDataFolder(); !data.empty()) {
     folders.push_back(data / KAVREL_VOICES_SUBDIR);
   }
-  const fs::path library = libraryFolder();
+  const fs::path library = managerLibraryFolder();
   if (library.empty()) return folders;
-  // Where the data folder stands to the library's folder, in the build tree and in an installation.
+  // The data folder relative to the library's folder: in the build tree, and in an installation.
   for (const char* const data : {"../share", KAVREL_DATA_FROM_LIB}) {
     fs::path folder = (library / data / KAVREL_VOICES_SUBDIR).lexically_normal();
+    // In an installation both may be the same folder; reading it twice would report every voice.
     if (std::find(folders.begin(), folders.end(), folder) == folders.end()) {
       folders.push_back(std::move(folder));
     }
@@ -60,6 +63,7 @@ const Voice* VoiceCatalogue::find(const VoiceSpec& spec) const {
 }
 
 const Voice* VoiceCatalogue::defaultVoice() const {
+  // The second prefix also matches en_US, but the first has found those already.
   for (const std::string_view locale : {"en_US", "en_"}) {
     const auto found = std::find_if(m_voices.begin(), m_voices.end(), [locale](const Voice& voice) {
       return voice.description.gender == kMale && voice.locale.starts_with(locale);
@@ -78,7 +82,8 @@ void VoiceCatalogue::addFolder(const fs::path& folder) {
       bundles.push_back(fs::absolute(entry->path(), failure));
     }
   }
-  // The system lists a folder in any order; the voices' indices must not change by themselves.
+  // The system lists a folder in any order, but the indices of voices must not vary between
+  // processes.
   std::sort(bundles.begin(), bundles.end());
   for (const fs::path& bundle : bundles) addBundle(bundle);
 }
@@ -87,16 +92,16 @@ void VoiceCatalogue::addBundle(const fs::path& bundle) {
   try {
     Voice voice = readVoice(bundle);
     if (const Voice* const earlier = find(voice.spec)) {
-      // A voice in an earlier folder is meant to stand in for this one; in the same it is a
-      // mistake.
+      // In an earlier folder it replaces this voice on purpose; in the same folder it is a mistake.
       if (earlier->bundle.parent_path() == bundle.parent_path()) {
-        reportLeftOut(bundle, ("its identifier is taken by " + earlier->bundle.string()).c_str());
+        reportSkipped(bundle,
+                      "its VoiceCreator and VoiceID are those of " + earlier->bundle.string());
       }
       return;
     }
     m_voices.push_back(std::move(voice));
-  } catch (const BrokenBundle& reason) {
-    reportLeftOut(bundle, reason.what());
+  } catch (const BundleError& reason) {
+    reportSkipped(bundle, reason.what());
   }
 }
 

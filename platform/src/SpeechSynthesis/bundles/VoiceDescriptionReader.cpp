@@ -1,4 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
+//
+// VoiceDescriptionReader: checks every value before it is stored, since bundles are untrusted:
+// anyone may put one into the user's folder. pugixml parses the property list.
 #include "SpeechSynthesis/bundles/VoiceDescriptionReader.h"
 
 #include <CoreFoundation/CFString.h>
@@ -22,15 +25,15 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// The dictionary at the root of a property list. The key of a missing or ill-typed value is named
-// in the exception.
+// The dictionary at the root of a property list. The functions throw BundleError, which names the
+// key whose value is missing or has the wrong type.
 class PropertyList {
  public:
   explicit PropertyList(const fs::path& file) {
     const pugi::xml_parse_result parsed = m_document.load_file(file.c_str());
-    if (!parsed) throw BrokenBundle("Info.plist cannot be read: " + describe(parsed));
+    if (!parsed) throw BundleError("Info.plist cannot be read: " + describe(parsed));
     m_dictionary = m_document.child("plist").child("dict");
-    if (!m_dictionary) throw BrokenBundle("Info.plist has no dictionary");
+    if (!m_dictionary) throw BundleError("Info.plist has no dictionary");
   }
 
   std::optional<std::string> optionalText(const char* key) const {
@@ -42,7 +45,7 @@ class PropertyList {
 
   std::string text(const char* key) const {
     const auto value = optionalText(key);
-    if (!value) throw BrokenBundle(missing(key));
+    if (!value) throw BundleError(missing(key));
     return *value;
   }
 
@@ -54,8 +57,9 @@ class PropertyList {
     const std::string_view digits = value.text().get();
     std::int64_t number = 0;
     const auto [end, error] = std::from_chars(digits.begin(), digits.end(), number);
+    // First: a number that does not fit in 64 bits is out of range, not malformed.
     if (error == std::errc::result_out_of_range || number < smallest || number > largest) {
-      throw BrokenBundle(std::string(key) + " is out of range");
+      throw BundleError(std::string(key) + " is out of range");
     }
     if (error != std::errc() || end != digits.end()) throw wrongType(key, "an integer");
     return number;
@@ -63,7 +67,7 @@ class PropertyList {
 
   std::int64_t number(const char* key, std::int64_t smallest, std::int64_t largest) const {
     const auto value = optionalNumber(key, smallest, largest);
-    if (!value) throw BrokenBundle(missing(key));
+    if (!value) throw BundleError(missing(key));
     return *value;
   }
 
@@ -72,17 +76,18 @@ class PropertyList {
     return std::string(result.description()) + " at byte " + std::to_string(result.offset);
   }
   static std::string missing(const char* key) { return std::string(key) + " is missing"; }
-  static BrokenBundle wrongType(const char* key, const char* type) {
-    return BrokenBundle(std::string(key) + " is not " + type);
+  static BundleError wrongType(const char* key, const char* type) {
+    return BundleError(std::string(key) + " is not " + type);
   }
 
-  // The element behind <key>; empty when there is none.
+  // The element after <key>; empty if there is no such key.
   pugi::xml_node valueOf(const char* key) const {
     for (const pugi::xml_node node : m_dictionary.children("key")) {
       if (std::string_view(node.text().get()) == key) return nextElement(node);
     }
     return {};
   }
+  // Skips text and comments between elements.
   static pugi::xml_node nextElement(pugi::xml_node node) {
     do node = node.next_sibling();
     while (node && node.type() != pugi::node_element);
@@ -93,19 +98,21 @@ class PropertyList {
   pugi::xml_node m_dictionary;
 };
 
+// Both layouts of a bundle are accepted.
 fs::path propertyListOf(const fs::path& bundle) {
   std::error_code failure;
-  for (const char* const place : {"Info.plist", "Contents/Info.plist"}) {
-    fs::path file = bundle / place;
+  for (const char* const name : {"Info.plist", "Contents/Info.plist"}) {
+    fs::path file = bundle / name;
     if (fs::is_regular_file(file, failure)) return file;
   }
-  throw BrokenBundle("there is no Info.plist in it");
+  throw BundleError("it has no Info.plist");
 }
 
+// The first character is the most significant byte.
 OSType fourCharCode(const std::string& text, const char* key) {
   const auto isAscii = [](char c) { return c >= ' ' && c <= '~'; };
   if (text.size() != 4 || !std::all_of(text.begin(), text.end(), isAscii)) {
-    throw BrokenBundle(std::string(key) + " is not four ASCII characters");
+    throw BundleError(std::string(key) + " is not four ASCII characters");
   }
   OSType code = 0;
   for (const char c : text) code = (code << 8U) | static_cast<std::uint8_t>(c);
@@ -116,7 +123,7 @@ SInt16 genderOf(const std::string& text) {
   if (text == "male") return kMale;
   if (text == "female") return kFemale;
   if (text == "neuter") return kNeuter;
-  throw BrokenBundle("VoiceGender is not male, female or neuter");
+  throw BundleError("VoiceGender is not male, female or neuter");
 }
 
 struct LocaleCodes {
@@ -125,7 +132,7 @@ struct LocaleCodes {
   SInt16 region;
 };
 
-// The platform's codes of languages and regions.
+// The platform's codes for languages and regions. Locales that are not listed have none.
 constexpr std::array<LocaleCodes, 17> kLocaleCodes = {{{"en_US", langEnglish, verUS},
                                                        {"en_GB", langEnglish, verBritain},
                                                        {"fr_FR", langFrench, verFrance},
@@ -144,15 +151,17 @@ constexpr std::array<LocaleCodes, 17> kLocaleCodes = {{{"en_US", langEnglish, ve
                                                        {"en_IE", langEnglish, verIreland},
                                                        {"en_CA", langEnglish, verEngCanada}}};
 
+// Exactly two lower-case letters, "_", two upper-case letters: what VoiceLocale has room for.
 void checkLocale(const std::string& locale) {
   const auto isLower = [](char c) { return c >= 'a' && c <= 'z'; };
   const auto isUpper = [](char c) { return c >= 'A' && c <= 'Z'; };
   if (locale.size() != 5 || !isLower(locale[0]) || !isLower(locale[1]) || locale[2] != '_' ||
       !isUpper(locale[3]) || !isUpper(locale[4])) {
-    throw BrokenBundle("VoiceLocaleIdentifier is not a locale such as en_US");
+    throw BundleError("VoiceLocaleIdentifier is not a locale such as en_US");
   }
 }
 
+// -1 for both codes if the locale is not listed.
 LocaleCodes codesOf(std::string_view locale) {
   for (const LocaleCodes& codes : kLocaleCodes) {
     if (codes.locale == locale) return codes;
@@ -160,17 +169,18 @@ LocaleCodes codesOf(std::string_view locale) {
   return {locale, -1, -1};
 }
 
-// Stores UTF-8 text as a Pascal string of Mac OS Roman; `room` counts the length byte. What is
-// behind the characters stays as it is.
+// Stores UTF-8 text as a Pascal string of Mac OS Roman. `room` includes the length byte. Bytes
+// after the characters are not changed.
 void storePascal(const std::string& text, unsigned char* destination, std::size_t room,
                  const char* key) {
   const Owned string(
       CFStringCreateWithCString(kCFAllocatorDefault, text.c_str(), kCFStringEncodingUTF8));
+  // Room for the characters and a NUL, which the length byte replaces.
   std::string converted(room, '\0');
   if (!string || !CFStringGetCString(string.get(), converted.data(), static_cast<CFIndex>(room),
                                      kCFStringEncodingMacRoman)) {
-    throw BrokenBundle(std::string(key) + " is not at most " + std::to_string(room - 1) +
-                       " characters of Mac OS Roman");
+    throw BundleError(std::string(key) + " is longer than " + std::to_string(room - 1) +
+                      " characters or not Mac OS Roman");
   }
   const std::size_t length = std::strlen(converted.c_str());
   destination[0] = static_cast<unsigned char>(length);
@@ -179,9 +189,10 @@ void storePascal(const std::string& text, unsigned char* destination, std::size_
 
 }  // namespace
 
+// The order of the checks decides which of several mistakes is reported.
 Voice readVoice(const fs::path& bundle) {
   std::error_code failure;
-  if (!fs::is_directory(bundle, failure)) throw BrokenBundle("it is not a folder");
+  if (!fs::is_directory(bundle, failure)) throw BundleError("it is not a folder");
   const PropertyList list(propertyListOf(bundle));
 
   Voice voice{};
@@ -199,7 +210,7 @@ Voice readVoice(const fs::path& bundle) {
   description.version =
       static_cast<SInt32>(list.optionalNumber("VoiceVersion", 0, kLargest).value_or(0));
   const std::string name = list.text("VoiceName");
-  if (name.empty()) throw BrokenBundle("VoiceName is empty");
+  if (name.empty()) throw BundleError("VoiceName is empty");
   storePascal(name, description.name, sizeof description.name, "VoiceName");
   storePascal(list.optionalText("VoiceDemoText").value_or(""), description.comment,
               sizeof description.comment, "VoiceDemoText");

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// VoiceDescriptionReader: a voice from the property list of its bundle (VoiceCatalogue.h says what
-// it holds). Without state.
+// VoiceDescriptionReader: reads a voice from the property list of its bundle; VoiceCatalogue.h
+// lists the keys. Stateless; safe on any thread.
 #pragma once
 
 #include <filesystem>
@@ -11,13 +11,13 @@
 
 namespace platform {
 
-// Why a bundle cannot be used, for people.
-class BrokenBundle : public std::runtime_error {
+// Why a bundle cannot be used: a phrase for the user, without the full stop.
+class BundleError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
-// The voice in the folder `bundle`. Throws BrokenBundle.
+// Reads the voice in the folder `bundle`. Throws BundleError if the bundle cannot be used.
 Voice readVoice(const std::filesystem::path& bundle);
 
 }  // namespace platform

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The helpers around callbacks, for which a callback is just a function.
+// CallbackHelpers: New..., Dispose... and Invoke... for callbacks. Here a callback is a plain
+// function, so there is nothing to create or release.
 #include <ApplicationServices/SpeechSynthesis.h>
 
 SpeechTextDoneUPP NewSpeechTextDoneUPP(SpeechTextDoneProcPtr callback) {

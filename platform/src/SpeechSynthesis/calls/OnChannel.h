@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// OnChannel: how every call of the client interface finds its channel.
+// OnChannel: runs the work of a client function on its channel.
 #pragma once
 
 #include <memory>
@@ -10,11 +10,12 @@
 
 namespace platform {
 
-// What `work` answers for the open channel `chan`, exceptions ended; invalidComponentID when there
-// is none.
+// Returns what `work` returns for the open channel `chan`, or the result for the exception it
+// throws (resultOf). Returns invalidComponentID if `chan` is not open. The channel is kept alive
+// during the call, even if another thread disposes it.
 template <typename Work>
 OSErr onChannel(SpeechChannel chan, Work work) {
-  return guarded([&]() -> OSErr {
+  return resultOf([&]() -> OSErr {
     const std::shared_ptr<Channel> channel = ChannelRegistry::shared().find(chan);
     return channel ? work(*channel) : OSErr{invalidComponentID};
   });

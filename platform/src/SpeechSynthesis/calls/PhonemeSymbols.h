@@ -1,6 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// PhonemeSymbols: the platform's phonemes. A phoneme's code is its place in the table.
+// PhonemeSymbols: the Manager's table of the platform's phonemes, with the symbols and examples
+// that clients read. The code of a phoneme is its index in the table; synthesizers report these
+// codes.
+//
+// The plug-in has a table of its own, from symbols to phones of the engine:
+// speechmgr_us_phones in interfaces/SpeechMgr/SpeechMgrUtils.cpp. Neither layer includes private
+// headers of the other, so a phoneme that is added must be added to both, at the same index.
 #pragma once
 
 #include <ApplicationServices/SpeechSynthesis.h>
@@ -12,8 +18,8 @@ namespace platform {
 
 struct PhonemeSymbol {
   std::string_view symbol;
-  std::string_view example;  // a word that has the sound
-  SInt16 hiliteStart;        // where in the word, from and to behind
+  std::string_view example;  // a word that contains the phoneme
+  SInt16 hiliteStart;        // its letters in the word: first index, and index after the last
   SInt16 hiliteEnd;
 };
 
@@ -31,7 +37,7 @@ inline constexpr std::array<PhonemeSymbol, 42> kPhonemeSymbols = {{
     {"z", "zebra", 0, 1},   {"Z", "vision", 2, 3},
 }};
 
-// Codes up to this one are pauses.
+// Codes up to this one are pauses, not phonemes.
 inline constexpr SInt16 kLastPauseCode = 1;
 
 }  // namespace platform

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Phonemes: what a text is spoken with. The text is spoken into a temporary file on a channel of
-// the synthesizer's that no client has, while its reports are collected.
+// Phonemes: converts text to phonemes. The text is spoken into a temporary file on a separate
+// channel of the synthesizer that no client knows, and the phonemes it reports are collected.
 #pragma once
 
 #include <ApplicationServices/SpeechSynthesis.h>
@@ -13,17 +13,19 @@
 
 namespace platform {
 
-// How a text is read: values of soInputMode, soCharacterMode and soNumberMode.
+// How a text is read: the values of soInputMode, soCharacterMode and soNumberMode.
 struct ReadingModes {
   OSType input = modeText;
   OSType characters = modeNormal;
   OSType numbers = modeNormal;
 };
 
-// Stores the phonemes of `text`, in Mac OS Roman without NUL, as symbols with a blank between words
-// (TextToPhonemes describes them). Waits until the text is spoken. Results: noErr; synthOpenFailed;
-// synthNotReady, also when the synthesizer reports nothing for half a minute; voiceNotFound;
-// badInputText. Exceptions of the synthesizer pass.
+// Stores the phonemes of `text` (Mac OS Roman without NULs) in `phonemes`, as symbols with a blank
+// between words; see TextToPhonemes. Blocks until the text is spoken. Safe on any thread. Results:
+// noErr; synthOpenFailed; synthNotReady, also if the synthesizer reports nothing for 30 seconds;
+// voiceNotFound; badInputText. After a failure `phonemes` is unchanged. Lets exceptions of the
+// synthesizer through; throws std::system_error if no temporary file can be created, and
+// std::bad_alloc.
 OSErr collectPhonemes(const SynthesizerPlugIn& plugIn, const Voice& voice,
                       const ReadingModes& modes, const std::string& text, std::string& phonemes);
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The constants of SpeechProperties.h. Their texts are their names, so that what is shown of a
-// dictionary explains itself.
+// PropertyKeys: the constants of SpeechProperties.h. The text of each is its own name, so that a
+// printed dictionary is readable.
 #include <ApplicationServices/SpeechProperties.h>
 
 #define SPEECH_KEY(name) const CFStringRef name = CFSTR(#name)

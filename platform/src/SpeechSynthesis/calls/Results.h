@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Results: what a client is answered for what a synthesizer answers or throws.
+// Results: the client's result for what a synthesizer returns or throws.
 #pragma once
 
 #include <ApplicationServices/SpeechSynthesis.h>
@@ -9,18 +9,19 @@
 
 namespace platform {
 
-// What a synthesizer answers as clients know it.
-inline OSErr translated(long result) {
-  constexpr long kRefused = -1;
+// Translates the result of an entry point to a result of the client interface.
+inline OSErr toClientResult(long result) {
+  constexpr long kRefused = -1;  // of stop, pause and continue
   if (result == kRefused) return synthNotReady;
-  // A synthesizer's name for "no such channel"; the channel was disposed meanwhile.
+  // The synthesizer does not know the channel: another thread has disposed it meanwhile.
   if (result == noSynthFound) return invalidComponentID;
   return static_cast<OSErr>(result);
 }
 
-// What `work` answers, or the result that stands for the exception it ended with.
+// Returns what `work` returns, or the result for the exception it throws: memFullErr for
+// std::bad_alloc, badInputText for any other. No diagnostic line: the result reports the failure.
 template <typename Work>
-OSErr guarded(Work work) {
+OSErr resultOf(Work work) {
   try {
     return work();
   } catch (const std::bad_alloc&) {

@@ -9,6 +9,7 @@ CFErrorRef createSpeechError(OSErr code, CFStringRef spoken, long position) {
   const Owned info(CFDictionaryCreateMutable(kCFAllocatorDefault, 0, &kCFTypeDictionaryKeyCallBacks,
                                              &kCFTypeDictionaryValueCallBacks));
   const Owned offset(CFNumberCreate(kCFAllocatorDefault, kCFNumberLongType, &position));
+  // Each key is optional: out of memory for one, the error is reported without it.
   if (offset) CFDictionarySetValue(info.get(), kSpeechErrorCallbackCharacterOffset, offset.get());
   if (spoken != nullptr) {
     CFDictionarySetValue(info.get(), kSpeechErrorCallbackSpokenString, spoken);

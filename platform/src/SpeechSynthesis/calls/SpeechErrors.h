@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// SpeechErrors: results as error objects.
+// SpeechErrors: converts results to error objects.
 #pragma once
 
 #include <ApplicationServices/SpeechProperties.h>
 
 namespace platform {
 
-// The error `code` at `position` of `spoken`, which may be null. The caller releases it; null when
-// memory is out.
+// Creates the error `code` at position `position` of the text `spoken`, which may be null. The
+// caller releases it. Null if out of memory.
 CFErrorRef createSpeechError(OSErr code, CFStringRef spoken, long position);
 
 }  // namespace platform

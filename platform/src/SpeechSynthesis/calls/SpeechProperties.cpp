@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The calls that deal in Core Foundation objects: properties are selectors by other names, their
-// values objects.
+// SpeechProperties: the functions that use Core Foundation objects. A property corresponds to a
+// selector of the other functions; this file converts its value to and from an object.
 #include <ApplicationServices/SpeechProperties.h>
 
 #include <array>
@@ -24,7 +24,7 @@ using platform::Owned;
 
 namespace {
 
-// How a property's value is carried.
+// The type of a property's value, which decides how it is converted.
 enum class Kind {
   Status,
   Errors,
@@ -44,10 +44,12 @@ enum class Kind {
 
 struct Property {
   CFStringRef key;
-  OSType selector;  // 0: there is none
+  OSType selector;  // 0 if none corresponds
   Kind kind;
 };
 
+// Null if the property is unknown. The table is local: the keys are constants of another file,
+// which are set at an undefined time before main().
 const Property* propertyOf(CFStringRef key) {
   static const std::array<Property, 23> table = {
       {{kSpeechStatusProperty, soStatus, Kind::Status},
@@ -84,6 +86,7 @@ struct Mode {
   OSType code;
 };
 
+// A local table, for the same reason as in propertyOf().
 const std::array<Mode, 5>& modes() {
   static const std::array<Mode, 5> table = {{{kSpeechModeText, modeText},
                                              {kSpeechModePhoneme, modePhonemes},
@@ -95,38 +98,40 @@ const std::array<Mode, 5>& modes() {
 
 // ---- Objects
 
-// An object that is being made; throws std::bad_alloc for null.
+// Adopts the result of a Create function; throws std::bad_alloc if it is null.
 template <typename Ref>
-Owned<Ref> made(Ref object) {
+Owned<Ref> ownOrThrow(Ref object) {
   if (object == nullptr) throw std::bad_alloc();
   return Owned<Ref>(object);
 }
 
-Owned<CFNumberRef> number(long value) {
-  return made(CFNumberCreate(kCFAllocatorDefault, kCFNumberLongType, &value));
+Owned<CFNumberRef> createNumber(long value) {
+  return ownOrThrow(CFNumberCreate(kCFAllocatorDefault, kCFNumberLongType, &value));
 }
 
-Owned<CFStringRef> string(std::string_view text) {
-  return made(
+// Any bytes are valid Mac OS Roman, so only lack of memory makes this fail.
+Owned<CFStringRef> createString(std::string_view text) {
+  return ownOrThrow(
       CFStringCreateWithBytes(kCFAllocatorDefault, reinterpret_cast<const UInt8*>(text.data()),
                               static_cast<CFIndex>(text.size()), kCFStringEncodingMacRoman, false));
 }
 
+// Builds a dictionary. Throws std::bad_alloc.
 class Dictionary {
  public:
   Dictionary()
-      : m_dictionary(
-            made(CFDictionaryCreateMutable(kCFAllocatorDefault, 0, &kCFTypeDictionaryKeyCallBacks,
-                                           &kCFTypeDictionaryValueCallBacks))) {}
+      : m_dictionary(ownOrThrow(CFDictionaryCreateMutable(kCFAllocatorDefault, 0,
+                                                          &kCFTypeDictionaryKeyCallBacks,
+                                                          &kCFTypeDictionaryValueCallBacks))) {}
   Dictionary& add(CFStringRef key, long value) {
-    CFDictionarySetValue(m_dictionary.get(), key, number(value).get());
+    CFDictionarySetValue(m_dictionary.get(), key, createNumber(value).get());
     return *this;
   }
   Dictionary& add(CFStringRef key, std::string_view text) {
-    CFDictionarySetValue(m_dictionary.get(), key, string(text).get());
+    CFDictionarySetValue(m_dictionary.get(), key, createString(text).get());
     return *this;
   }
-  // For the caller to release.
+  // The caller releases it.
   CFTypeRef copy() const { return CFRetain(m_dictionary.get()); }
 
  private:
@@ -141,13 +146,16 @@ std::string fourCharacters(OSType code) {
   return text;
 }
 
+// The minor and the bug fix number are four bits each.
 std::string versionText(const NumVersion& version) {
   return std::to_string(version.majorRev) + '.' + std::to_string(version.minorAndBugRev >> 4U) +
          '.' + std::to_string(version.minorAndBugRev & 0xFU);
 }
 
+// One dictionary per phoneme; the index is the code.
 CFTypeRef copySymbols() {
-  const Owned array = made(CFArrayCreateMutable(kCFAllocatorDefault, 0, &kCFTypeArrayCallBacks));
+  const Owned array =
+      ownOrThrow(CFArrayCreateMutable(kCFAllocatorDefault, 0, &kCFTypeArrayCallBacks));
   long opcode = 0;
   for (const platform::PhonemeSymbol& row : kPhonemeSymbols) {
     Dictionary info;
@@ -164,7 +172,8 @@ CFTypeRef copySymbols() {
 
 // ---- Reading
 
-// The object for what the selector holds; a result other than noErr is returned as it is.
+// Reads the value of a selector and stores it in `*object`, converted by `convert`. Returns the
+// result of reading; `*object` is unchanged if it is not noErr.
 template <typename Value, typename Convert>
 OSErr copyValue(Channel& channel, OSType selector, CFTypeRef* object, Convert convert) {
   Value value{};
@@ -196,13 +205,15 @@ CFTypeRef copyMode(OSType code) {
   for (const Mode& mode : modes()) {
     if (mode.code == code) return CFRetain(mode.name);
   }
-  return CFRetain(string(fourCharacters(code)).get());
+  // A mode without a constant becomes a string of its four characters.
+  return CFRetain(createString(fourCharacters(code)).get());
 }
 
 CFTypeRef copyFixed(Fixed fixed) {
   constexpr double kOne = 65536;
   const double value = fixed / kOne;
-  return CFRetain(made(CFNumberCreate(kCFAllocatorDefault, kCFNumberDoubleType, &value)).get());
+  return CFRetain(
+      ownOrThrow(CFNumberCreate(kCFAllocatorDefault, kCFNumberDoubleType, &value)).get());
 }
 
 CFTypeRef copySynthesizer(const SpeechVersionInfo& info) {
@@ -221,9 +232,10 @@ CFTypeRef copyVoice(const VoiceSpec& spec) {
 }
 
 CFTypeRef copySync(OSType message) {
-  return CFRetain(number(static_cast<long>(message)).get());
+  return CFRetain(createNumber(static_cast<long>(message)).get());
 }
 
+// A property that cannot be read is treated as unknown.
 OSErr copyProperty(Channel& channel, const Property& property, CFTypeRef* object) {
   const OSType selector = property.selector;
   switch (property.kind) {
@@ -255,6 +267,7 @@ bool isOfType(CFTypeRef object, CFTypeID type) {
   return object != nullptr && CFGetTypeID(object) == type;
 }
 
+// Empty if the object is not a number or does not fit.
 std::optional<long> longOf(CFTypeRef object) {
   long value = 0;
   if (!isOfType(object, CFNumberGetTypeID()) ||
@@ -264,6 +277,7 @@ std::optional<long> longOf(CFTypeRef object) {
   return value;
 }
 
+// Empty if the object is not a number or is out of the range of Fixed, NaN included.
 std::optional<Fixed> fixedOf(CFTypeRef object) {
   double value = 0;
   if (!isOfType(object, CFNumberGetTypeID())) return std::nullopt;
@@ -276,6 +290,7 @@ std::optional<Fixed> fixedOf(CFTypeRef object) {
   return static_cast<Fixed>(scaled);
 }
 
+// Empty if the object is not a mode of that selector: input has modes of its own.
 std::optional<OSType> modeOf(CFTypeRef object, OSType selector) {
   for (const Mode& mode : modes()) {
     if (CFEqual(mode.name, object) == 0) continue;
@@ -285,6 +300,7 @@ std::optional<OSType> modeOf(CFTypeRef object, OSType selector) {
   return std::nullopt;
 }
 
+// Empty unless the object is a dictionary with both numbers.
 std::optional<VoiceSpec> voiceOf(CFTypeRef object) {
   if (!isOfType(object, CFDictionaryGetTypeID())) return std::nullopt;
   const auto dictionary = static_cast<CFDictionaryRef>(object);
@@ -294,7 +310,8 @@ std::optional<VoiceSpec> voiceOf(CFTypeRef object) {
   return VoiceSpec{static_cast<OSType>(*creator), static_cast<OSType>(*id)};
 }
 
-// A delimiter of one character is that character and a NUL.
+// Reads one or two ASCII characters; the second byte of a single character is 0. Returns false for
+// anything else.
 bool readDelimiter(CFTypeRef object, UInt8 (&delimiter)[2]) {
   std::array<char, 3> text{};
   if (!isOfType(object, CFStringGetTypeID()) ||
@@ -308,6 +325,7 @@ bool readDelimiter(CFTypeRef object, UInt8 (&delimiter)[2]) {
   return true;
 }
 
+// Empty unless the object is a dictionary with two valid delimiters: a single one is never changed.
 std::optional<DelimiterInfo> delimitersOf(CFTypeRef object) {
   if (!isOfType(object, CFDictionaryGetTypeID())) return std::nullopt;
   const auto dictionary = static_cast<CFDictionaryRef>(object);
@@ -319,7 +337,7 @@ std::optional<DelimiterInfo> delimitersOf(CFTypeRef object) {
   return info;
 }
 
-// A pointer that a number holds; null for no object.
+// The pointer that a number holds; null for null. Empty if the object is not a number.
 std::optional<const void*> pointerOf(CFTypeRef object) {
   if (object == nullptr) return nullptr;
   const auto value = longOf(object);
@@ -328,6 +346,7 @@ std::optional<const void*> pointerOf(CFTypeRef object) {
   return reinterpret_cast<const void*>(static_cast<std::intptr_t>(*value));
 }
 
+// An empty value is one that could not be converted.
 template <typename Value>
 OSErr setValue(Channel& channel, OSType selector, const std::optional<Value>& value) {
   return value ? channel.setInfo(selector, &*value) : OSErr{paramErr};
@@ -338,6 +357,8 @@ Function asFunction(const void* pointer) {
   return reinterpret_cast<Function>(const_cast<void*>(pointer));
 }
 
+// The callbacks with Core Foundation arguments have no selector; the channel has functions for
+// them.
 OSErr setPointer(Channel& channel, const Property& property, CFTypeRef object) {
   const auto pointer = pointerOf(object);
   if (!pointer) return paramErr;
@@ -351,6 +372,7 @@ OSErr setPointer(Channel& channel, const Property& property, CFTypeRef object) {
   return noErr;
 }
 
+// A property that cannot be written is treated as unknown.
 OSErr setProperty(Channel& channel, const Property& property, CFTypeRef object) {
   const OSType selector = property.selector;
   switch (property.kind) {
@@ -376,7 +398,7 @@ OSErr setProperty(Channel& channel, const Property& property, CFTypeRef object) 
   }
 }
 
-// Whether an option is there and true.
+// True if the option exists and is a true boolean or a number other than 0.
 bool isSet(CFDictionaryRef options, CFStringRef key) {
   const void* const value = CFDictionaryGetValue(options, key);
   if (isOfType(value, CFBooleanGetTypeID())) {
@@ -386,6 +408,7 @@ bool isSet(CFDictionaryRef options, CFStringRef key) {
 }
 
 SInt32 flagsOf(CFDictionaryRef options) {
+  // Clients in C may pass any object here.
   if (!isOfType(options, CFDictionaryGetTypeID())) return 0;
   return (isSet(options, kSpeechNoEndingProsody) ? kNoEndingProsody : 0) |
          (isSet(options, kSpeechNoSpeechInterrupt) ? kNoSpeechInterrupt : 0) |
@@ -398,9 +421,11 @@ OSErr SpeakCFString(SpeechChannel chan, CFStringRef aString, CFDictionaryRef opt
   return onChannel(chan, [&](Channel& channel) -> OSErr {
     if (aString == nullptr) return channel.stop(kImmediate);
     CallerText text(aString);
+    // The converted text is what the synthesizer gets, so its length counts.
     if (text.bytes().size() > static_cast<std::size_t>(std::numeric_limits<SInt32>::max())) {
       return paramErr;
     }
+    // Also for a string of characters without width only.
     if (text.bytes().empty()) return channel.stop(kImmediate);
     return channel.speak(std::move(text), flagsOf(options));
   });

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// SpeechSynthesis: the client interface. Every function finds its channel, hands the call to it,
-// and ends every exception.
+// SpeechSynthesis: the functions for voices, channels and speech. Each finds its channel, forwards
+// the call, and converts exceptions to results.
 #include <ApplicationServices/SpeechSynthesis.h>
 
 #include <algorithm>
@@ -20,20 +20,21 @@ namespace {
 
 using platform::Channel;
 using platform::ChannelRegistry;
-using platform::guarded;
 using platform::onChannel;
 using platform::OpenedChannel;
+using platform::resultOf;
 using platform::Synthesizers;
 using platform::Voice;
 using platform::VoiceCatalogue;
 
-// The voice of that specification, the default voice for null; null when there is none.
+// The voice of `spec`, or the default voice for null. Null if there is no such voice.
 const Voice* voiceOf(const VoiceSpec* spec) {
   const VoiceCatalogue& catalogue = VoiceCatalogue::shared();
   return spec == nullptr ? catalogue.defaultVoice() : catalogue.find(*spec);
 }
 
-// Opens a channel in the synthesizer of a voice and makes ours of it.
+// Opens a channel in the synthesizer of a voice and registers a Channel for it. If that fails, the
+// synthesizer's channel is closed again.
 OSErr openChannel(const Voice& voice, std::shared_ptr<Channel>& made) {
   OpenedChannel opened;
   const OSErr result = Synthesizers::shared().open(voice.spec.creator, opened);
@@ -49,6 +50,7 @@ OSErr openChannel(const Voice& voice, std::shared_ptr<Channel>& made) {
   return noErr;
 }
 
+// Of several threads that close the same channel, one finds it in the registry.
 void closeChannel(SpeechChannel handle) {
   if (const auto channel = ChannelRegistry::shared().remove(handle)) channel->close();
 }
@@ -63,7 +65,8 @@ OSErr MakeVoiceSpec(OSType creator, OSType id, VoiceSpec* voice) {
 
 OSErr CountVoices(SInt16* numVoices) {
   if (numVoices == nullptr) return paramErr;
-  return guarded([&]() -> OSErr {
+  return resultOf([&]() -> OSErr {
+    // The count has 16 bits; further voices are reachable by their VoiceSpec only.
     constexpr std::size_t kMost = std::numeric_limits<SInt16>::max();
     *numVoices = static_cast<SInt16>(std::min(VoiceCatalogue::shared().voices().size(), kMost));
     return noErr;
@@ -72,7 +75,7 @@ OSErr CountVoices(SInt16* numVoices) {
 
 OSErr GetIndVoice(SInt16 index, VoiceSpec* voice) {
   if (voice == nullptr) return paramErr;
-  return guarded([&]() -> OSErr {
+  return resultOf([&]() -> OSErr {
     const auto& voices = VoiceCatalogue::shared().voices();
     if (index < 1 || static_cast<std::size_t>(index) > voices.size()) return voiceNotFound;
     *voice = voices[static_cast<std::size_t>(index) - 1].spec;
@@ -82,9 +85,10 @@ OSErr GetIndVoice(SInt16 index, VoiceSpec* voice) {
 
 OSErr GetVoiceDescription(const VoiceSpec* voice, VoiceDescription* info, long infoLength) {
   if (infoLength < 0) return paramErr;
-  return guarded([&]() -> OSErr {
+  return resultOf([&]() -> OSErr {
     const Voice* const found = voiceOf(voice);
     if (found == nullptr) return voiceNotFound;
+    // A client may only ask whether the voice exists.
     if (info == nullptr) return noErr;
     VoiceDescription description = found->description;
     const std::size_t length = std::min(static_cast<std::size_t>(infoLength), sizeof description);
@@ -96,7 +100,7 @@ OSErr GetVoiceDescription(const VoiceSpec* voice, VoiceDescription* info, long i
 
 OSErr GetVoiceInfo(const VoiceSpec* voice, OSType selector, void* voiceInfo) {
   if (voiceInfo == nullptr) return paramErr;
-  return guarded([&]() -> OSErr {
+  return resultOf([&]() -> OSErr {
     const Voice* const found = voiceOf(voice);
     if (found == nullptr) return voiceNotFound;
     switch (selector) {
@@ -104,6 +108,7 @@ OSErr GetVoiceInfo(const VoiceSpec* voice, OSType selector, void* voiceInfo) {
         std::memcpy(voiceInfo, &found->description, sizeof found->description);
         return noErr;
       case soVoiceLocale: {
+        // memcpy: a client's record may be unaligned.
         VoiceLocale locale{};
         found->locale.copy(locale.identifier, sizeof locale.identifier - 1);
         std::memcpy(voiceInfo, &locale, sizeof locale);
@@ -118,13 +123,13 @@ OSErr GetVoiceInfo(const VoiceSpec* voice, OSType selector, void* voiceInfo) {
 OSErr NewSpeechChannel(VoiceSpec* voice, SpeechChannel* chan) {
   if (chan == nullptr) return paramErr;
   *chan = nullptr;
-  return guarded([&]() -> OSErr {
+  return resultOf([&]() -> OSErr {
     const Voice* const found = voiceOf(voice);
     if (found == nullptr) return voiceNotFound;
     std::shared_ptr<Channel> channel;
     OSErr result = openChannel(*found, channel);
     if (result != noErr) return result;
-    // Closes the channel on every way out but the last.
+    // RAII guard: closes the channel unless the last step below succeeds.
     struct Opened {
       SpeechChannel handle;
       ~Opened() {
@@ -139,7 +144,7 @@ OSErr NewSpeechChannel(VoiceSpec* voice, SpeechChannel* chan) {
 }
 
 OSErr DisposeSpeechChannel(SpeechChannel chan) {
-  return guarded([&]() -> OSErr {
+  return resultOf([&]() -> OSErr {
     const auto channel = ChannelRegistry::shared().remove(chan);
     if (!channel) return invalidComponentID;
     channel->close();
@@ -147,10 +152,12 @@ OSErr DisposeSpeechChannel(SpeechChannel chan) {
   });
 }
 
+// The length is limited so that every position fits in 32 bits.
 OSErr SpeakBuffer(SpeechChannel chan, const void* textBuf, unsigned long textBytes,
                   SInt32 controlFlags) {
   return onChannel(chan, [&](Channel& channel) -> OSErr {
     if (textBytes > static_cast<unsigned long>(std::numeric_limits<SInt32>::max())) return paramErr;
+    // No text is a stop, as the interface defines it.
     if (textBuf == nullptr || textBytes == 0) return channel.stop(kImmediate);
     return channel.speak(platform::CallerText(textBuf, textBytes), controlFlags);
   });
@@ -181,8 +188,9 @@ SInt16 SpeechBusySystemWide() {
 }
 
 SInt16 SpeechBusy() {
+  // Without memory for the list of channels the count stays 0; the function has no result for it.
   SInt16 active = 0;
-  guarded([&]() -> OSErr {
+  resultOf([&]() -> OSErr {
     for (const auto& channel : ChannelRegistry::shared().all()) {
       if (channel->isActive() && active < std::numeric_limits<SInt16>::max()) ++active;
     }

@@ -1,17 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The calls of the client interface that are about texts and words rather than about one channel's
-// speech: SpeakString, phonemes, dictionaries, the version.
+// TextCalls: the functions for texts and words: SpeakString, phonemes, dictionaries, the version.
 #include <ApplicationServices/SpeechProperties.h>
 
 #include <cstring>
-#include <mutex>
 #include <string>
 #include <utility>
 
 #include "SpeechSynthesis/bundles/VoiceCatalogue.h"
 #include "SpeechSynthesis/calls/OnChannel.h"
 #include "SpeechSynthesis/calls/Phonemes.h"
+#include "base/threads/Mutex.h"
 
 using platform::CallerText;
 using platform::Channel;
@@ -21,18 +20,21 @@ namespace {
 
 // ---- SpeakString
 
-std::mutex g_stringLock;
-SpeechChannel g_stringChannel = nullptr;  // with g_stringLock: what SpeakString speaks on
+NEVER_DESTROYED constinit base::Mutex g_stringLock;
+SpeechChannel g_stringChannel GUARDED_BY(g_stringLock) = nullptr;  // what SpeakString speaks on
 
-// The channel that the last string is spoken on, which is ours no longer.
+// Returns the channel of the last string, or null, and gives its ownership to the caller: of two
+// threads only one disposes it.
 SpeechChannel takeStringChannel() {
-  const std::lock_guard held(g_stringLock);
+  const base::ScopedLock held(g_stringLock);
   return std::exchange(g_stringChannel, nullptr);
 }
 
-void stringIsSpoken(SpeechChannel channel, SRefCon /*refCon*/) {
+// Speech-done of SpeakString. Runs on the callback thread. The channel may have been taken already
+// by a SpeakString on another thread; disposing it twice has no effect.
+void finishString(SpeechChannel channel, SRefCon /*refCon*/) {
   {
-    const std::lock_guard held(g_stringLock);
+    const base::ScopedLock held(g_stringLock);
     if (g_stringChannel == channel) g_stringChannel = nullptr;
   }
   DisposeSpeechChannel(channel);
@@ -40,6 +42,8 @@ void stringIsSpoken(SpeechChannel channel, SRefCon /*refCon*/) {
 
 // ---- Phonemes
 
+// Reads the voice and the modes of the channel and speaks the text with them elsewhere. Results:
+// those of collectPhonemes.
 OSErr phonemesOf(Channel& channel, const std::string& text, std::string& phonemes) {
   VoiceSpec spec{};
   platform::ReadingModes modes;
@@ -54,29 +58,31 @@ OSErr phonemesOf(Channel& channel, const std::string& text, std::string& phoneme
 
 // ---- Dictionaries
 
-// The head of a 'dict' resource; numbers with the most significant byte first.
-constexpr std::size_t kByteCountPlace = 0;
-constexpr std::size_t kMarkPlace = 4;
+// The header of a 'dict' resource: a byte count and a mark, as big-endian numbers.
+constexpr std::size_t kByteCountOffset = 0;
+constexpr std::size_t kMarkOffset = 4;
 constexpr long kSmallestDictionary = 8;
 constexpr UInt32 kDictionaryMark = 0x64696374;  // 'dict'
 
-UInt32 numberAt(const char* bytes, std::size_t place) {
+UInt32 numberAt(const char* bytes, std::size_t offset) {
   UInt32 number = 0;
   for (std::size_t i = 0; i < sizeof number; ++i) {
-    number = (number << 8U) | static_cast<unsigned char>(bytes[place + i]);
+    number = (number << 8U) | static_cast<unsigned char>(bytes[offset + i]);
   }
   return number;
 }
 
+// Only the header is checked: the entries are for the synthesizer.
 bool isDictionary(const char* bytes, long size) {
-  return size >= kSmallestDictionary && numberAt(bytes, kMarkPlace) == kDictionaryMark &&
-         static_cast<long>(numberAt(bytes, kByteCountPlace)) <= size;
+  return size >= kSmallestDictionary && numberAt(bytes, kMarkOffset) == kDictionaryMark &&
+         static_cast<long>(numberAt(bytes, kByteCountOffset)) <= size;
 }
 
 bool isOfType(CFTypeRef object, CFTypeID type) {
   return object != nullptr && CFGetTypeID(object) == type;
 }
 
+// True for a dictionary with a spelling and phonemes.
 bool isEntry(CFTypeRef object) {
   if (!isOfType(object, CFDictionaryGetTypeID())) return false;
   const auto entry = static_cast<CFDictionaryRef>(object);
@@ -85,7 +91,7 @@ bool isEntry(CFTypeRef object) {
          isOfType(CFDictionaryGetValue(entry, kSpeechDictionaryEntryPhonemes), CFStringGetTypeID());
 }
 
-// A missing list is an empty one.
+// Null, a missing list, counts as empty.
 bool isListOfEntries(CFTypeRef object) {
   if (object == nullptr) return true;
   if (!isOfType(object, CFArrayGetTypeID())) return false;
@@ -106,6 +112,7 @@ NumVersion SpeechManagerVersion() {
   return version;
 }
 
+// The channel disposes itself in its speech-done callback, since the caller does not know it.
 OSErr SpeakString(ConstStr255Param textToBeSpoken) {
   if (SpeechChannel const earlier = takeStringChannel()) DisposeSpeechChannel(earlier);
   if (textToBeSpoken == nullptr || textToBeSpoken[0] == 0) return noErr;
@@ -113,12 +120,13 @@ OSErr SpeakString(ConstStr255Param textToBeSpoken) {
   OSErr result = NewSpeechChannel(nullptr, &channel);
   if (result != noErr) return result;
   {
-    const std::lock_guard held(g_stringLock);
+    const base::ScopedLock held(g_stringLock);
     g_stringChannel = channel;
   }
-  SetSpeechInfo(channel, soSpeechDoneCallBack, reinterpret_cast<const void*>(stringIsSpoken));
+  SetSpeechInfo(channel, soSpeechDoneCallBack, reinterpret_cast<const void*>(finishString));
   result = SpeakText(channel, textToBeSpoken + 1, textToBeSpoken[0]);
-  if (result != noErr) stringIsSpoken(channel, nullptr);
+  // No speech-done comes for a text that was not started.
+  if (result != noErr) finishString(channel, nullptr);
   return result;
 }
 
@@ -134,6 +142,7 @@ OSErr TextToPhonemes(SpeechChannel chan, const void* textBuf, unsigned long text
       const OSErr result = phonemesOf(channel, text.bytes(), phonemes);
       if (result != noErr) return result;
     }
+    // The last step that can fail; before it, nothing of the caller is changed.
     SetHandleSize(phonemeBuf, static_cast<Size>(phonemes.size()));
     if (MemError() != noErr) return MemError();
     std::memcpy(*phonemeBuf, phonemes.data(), phonemes.size());

@@ -1,4 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
+//
+// CallbackThread: one consumer of a linked list under a lock. List nodes can be made in advance, so
+// that the end of a job is reported even if memory is exhausted by then.
 #include "SpeechSynthesis/channel/CallbackThread.h"
 
 #include <atomic>
@@ -10,16 +13,18 @@
 #include <pthread.h>
 
 #include "SpeechSynthesis/channel/ManagerThread.h"
+#include "base/threads/Clock.h"
 
 namespace platform {
 namespace {
 
-// How long exit() waits for a callback that is running.
+// The longest time that exit() waits for a running callback.
 constexpr std::chrono::seconds kExitLimit{1};
 
-// Replaced in a forked child, never destroyed: the locks of the parent's may be held for ever.
+// Replaced in a forked child, since the parent's locks may have been held at the fork and would
+// never be released in the child. Never destroyed: other threads may post during exit().
 std::atomic<CallbackThread*> g_shared = nullptr;
-// The one replaced, in a child; it stays.
+// In a child: the parent's object. Kept, so that leak checkers find a pointer to it.
 [[maybe_unused]] std::atomic<CallbackThread*> g_ofParent = nullptr;
 
 }  // namespace
@@ -45,74 +50,82 @@ void CallbackThread::endAtExit() {
 }
 
 void CallbackThread::post(std::shared_ptr<ReportReceiver> receiver, const Report& report) {
-  Place place;
-  place.push_back({std::move(receiver), report});
-  post(std::move(place));
+  ReportList reports;
+  reports.push_back({std::move(receiver), report});
+  post(std::move(reports));
 }
 
-void CallbackThread::post(Place&& place) noexcept {
-  const std::lock_guard held(m_lock);
-  m_queue.splice(m_queue.end(), place);
-  startHeld();
-  m_posted.notify_one();
+// The splice moves list nodes, so it allocates nothing.
+void CallbackThread::post(ReportList&& reports) noexcept {
+  const base::ScopedLock held(m_lock);
+  m_queue.splice(m_queue.end(), reports);
+  startIfNeeded();
+  m_posted.notifyOne();
 }
 
 bool CallbackThread::start() noexcept {
-  const std::lock_guard held(m_lock);
-  return startHeld();
+  const base::ScopedLock held(m_lock);
+  return startIfNeeded();
 }
 
 bool CallbackThread::isCurrent() const {
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   return m_thread == std::this_thread::get_id();
 }
 
 void CallbackThread::waitForReportTo(const ReportReceiver& receiver) {
-  std::unique_lock held(m_lock);
+  const base::ScopedLock held(m_lock);
   if (m_thread == std::this_thread::get_id()) return;
-  m_delivered.wait(held, [&] { return m_current != &receiver; });
+  while (m_current == &receiver) m_delivered.wait(m_lock);
 }
 
-bool CallbackThread::startHeld() noexcept {
+bool CallbackThread::startIfNeeded() noexcept {
   if (m_started) return true;
   try {
     startThread([this] { run(); });
     m_started = true;
   } catch (const std::exception&) {
-    // The system has no thread to give, or no memory for one.
+    // No thread, or no memory for one. The reports stay queued and the next post tries again; a
+    // message for each attempt would flood standard error.
   }
   return m_started;
 }
 
 void CallbackThread::run() {
-  std::unique_lock held(m_lock);
+  const base::ScopedLock held(m_lock);
   m_thread = std::this_thread::get_id();
   while (!m_ended) {
-    m_posted.wait(held, [this] { return !m_queue.empty() || m_ended; });
+    while (m_queue.empty() && !m_ended) m_posted.wait(m_lock);
+    // exit() drops what is queued: callbacks of a program that exits may use destroyed objects.
     if (m_ended) break;
-    Place next;
+    ReportList next;
     next.splice(next.begin(), m_queue, m_queue.begin());
-    const Entry& entry = next.front();
-    m_current = entry.receiver.get();
-    held.unlock();
-    entry.receiver->deliver(entry.report);
-    held.lock();
+    const QueuedReport& queued = next.front();
+    m_current = queued.receiver.get();
+    {
+      const base::ScopedUnlock released(m_lock);
+      queued.receiver->deliver(queued.report);
+    }
     m_current = nullptr;
-    m_delivered.notify_all();
-    // The receiver may go with its last report; not under the lock.
-    held.unlock();
+    m_delivered.notifyAll();
+    // The report may hold the last reference to the receiver, which must not be destroyed under the
+    // lock.
+    const base::ScopedUnlock released(m_lock);
     next.clear();
-    held.lock();
   }
 }
 
+// On exit(): a callback that is running may finish, so that it does not use destroyed static
+// objects.
 void CallbackThread::end() {
-  std::unique_lock held(m_lock);
+  const base::ScopedLock held(m_lock);
   m_ended = true;
-  m_posted.notify_one();
+  m_posted.notifyOne();
   if (m_thread == std::this_thread::get_id()) return;
-  // Not for ever: the callback may wait for what the exiting thread holds.
-  m_delivered.wait_for(held, kExitLimit, [this] { return m_current == nullptr; });
+  // Bounded: the callback may wait for a lock that the exiting thread holds.
+  const base::Clock::time_point limit = base::Clock::now() + kExitLimit;
+  while (m_current != nullptr && m_delivered.waitUntil(m_lock, limit)) {
+  }
 }
 
 }  // namespace platform

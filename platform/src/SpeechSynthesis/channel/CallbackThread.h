@@ -1,88 +1,91 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// CallbackThread: the one thread on which clients are called, with the queue of what they are to be
-// told.
+// CallbackThread: the thread on which clients' callbacks run, and the queue of reports for it.
 //
-// The thread starts with the first report and stays, asleep, until the process ends; it takes no
-// signals. Reports are made one at a time, in the order in which they were posted, and under no
-// lock. From exit() on none begins. A process made by fork() has a queue and, when it needs one, a
-// thread of its own, and nothing of its parent's.
+// The thread starts with the first report and exists, asleep when idle, until the process exits. It
+// blocks all signals. Reports are delivered one at a time, in the order in which they were posted,
+// and under no lock. After exit() is called, no delivery begins. A process created by fork() gets a
+// new queue and, when needed, a new thread; it inherits no reports of its parent.
 //
-// Threads: all functions may be called on any thread, inside a report too.
+// Threads: all functions are safe to call from any thread, during a delivery too.
 #pragma once
 
 #include <ApplicationServices/SpeechSynthesis.h>
 
-#include <condition_variable>
 #include <cstdint>
 #include <list>
 #include <memory>
-#include <mutex>
 #include <thread>
+
+#include "base/threads/Mutex.h"
 
 namespace platform {
 
-// What a client is told. `job` is the channel's job that it is about.
+// An event for the client. `job` is the number of the job in the channel that it belongs to.
 struct Report {
   enum class Kind { TextDone, SpeechDone, Sync, Error, Phoneme, Word };
   Kind kind;
   std::uint64_t job;
-  long position = 0;  // of a word or an error
-  long length = 0;    // of a word
-  OSType value = 0;   // sync message
-  SInt16 code = 0;    // phoneme or error
+  long position = 0;  // of a word or an error, in the caller's units
+  long length = 0;    // of a word, in the caller's units
+  OSType value = 0;   // the sync message
+  SInt16 code = 0;    // the phoneme or the error
 };
 
+// Receives reports: a channel.
 class ReportReceiver {
  public:
   virtual ~ReportReceiver() = default;
-  // Tells the client, or drops the report. Called on the callback thread, under no lock.
+  // Calls the client, or drops the report. Called on the callback thread, under no lock.
   virtual void deliver(const Report& report) = 0;
 };
 
 class CallbackThread {
  public:
-  // The process's own.
+  // The instance of the process. Never destroyed.
   static CallbackThread& shared();
 
-  // A place for one report, made in advance: posting it cannot fail for want of memory.
-  struct Entry {
+  // A report and its receiver, which the queue keeps alive until the delivery. A ReportList of one
+  // report can be created in advance: posting its node allocates nothing and cannot fail.
+  struct QueuedReport {
     std::shared_ptr<ReportReceiver> receiver;
     Report report;
   };
-  using Place = std::list<Entry>;
+  using ReportList = std::list<QueuedReport>;
 
-  // Throws std::bad_alloc.
-  void post(std::shared_ptr<ReportReceiver> receiver, const Report& report);
-  void post(Place&& place) noexcept;
+  // Adds one report to the queue. Throws std::bad_alloc; nothing is queued then.
+  void post(std::shared_ptr<ReportReceiver> receiver, const Report& report) EXCLUDES(m_lock);
+  // Adds reports that were created in advance. Cannot fail.
+  void post(ReportList&& reports) noexcept EXCLUDES(m_lock);
 
-  // Starts the thread if it is not there. False: the system has none to give; the next post tries
-  // again.
-  bool start() noexcept;
+  // Starts the thread if it does not run. Returns false if the system cannot start one; the next
+  // post tries again.
+  bool start() noexcept EXCLUDES(m_lock);
 
-  bool isCurrent() const;
+  // True on the callback thread.
+  bool isCurrent() const EXCLUDES(m_lock);
 
-  // Returns when no report is being made to `receiver`; at once on the callback thread itself. What
-  // is queued for it is left to the receiver to drop.
-  void waitForReportTo(const ReportReceiver& receiver);
+  // Waits until no report is being delivered to `receiver`; returns immediately on the callback
+  // thread. Queued reports stay queued: the receiver drops them on delivery.
+  void waitForReportTo(const ReportReceiver& receiver) EXCLUDES(m_lock);
 
  private:
   static void makeForChild();
   static void endAtExit();
 
-  bool startHeld() noexcept;
-  void run();
-  void end();
+  bool startIfNeeded() noexcept REQUIRES(m_lock);
+  void run() EXCLUDES(m_lock);
+  void end() EXCLUDES(m_lock);
 
-  mutable std::mutex m_lock;
-  // Below: with m_lock.
-  std::condition_variable m_posted;     // the queue is not empty any more
-  std::condition_variable m_delivered;  // m_current became null
-  Place m_queue;
-  const ReportReceiver* m_current = nullptr;  // who is being told
-  std::thread::id m_thread;
-  bool m_started = false;
-  bool m_ended = false;  // the process is ending
+  mutable base::Mutex m_lock;
+  base::Condition m_posted;     // with m_lock: m_queue is not empty, or m_ended
+  base::Condition m_delivered;  // with m_lock: m_current became null
+  ReportList m_queue GUARDED_BY(m_lock);
+  // Receives the report that is being delivered.
+  const ReportReceiver* m_current GUARDED_BY(m_lock) = nullptr;
+  std::thread::id m_thread GUARDED_BY(m_lock);
+  bool m_started GUARDED_BY(m_lock) = false;
+  bool m_ended GUARDED_BY(m_lock) = false;  // the process is ending
 };
 
 }  // namespace platform

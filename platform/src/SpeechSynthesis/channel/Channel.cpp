@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The channel's life, its voice and its settings.
+// Channel, first part: opening and closing, voice, settings and state.
 #include "SpeechSynthesis/channel/Channel.h"
 
 #include <CoreFoundation/CFURL.h>
@@ -14,22 +14,23 @@
 
 #include "CoreFoundation/CFObject.h"
 #include "SpeechSynthesis/calls/Results.h"
+#include "SpeechSynthesis/calls/StandardError.h"
 #include "SpeechSynthesis/channel/Trampolines.h"
 
 namespace platform {
 namespace {
 
-// 'cpos': positions of words are to be those of the caller's own bytes. The value is a number in
-// the place of a pointer; not zero switches it on.
+// Selector 'cpos' of the synthesizer: word positions are exact positions in the caller's bytes. The
+// value is a number instead of a pointer; a value other than 0 switches it on.
 constexpr OSType kExactPositions = 0x63706F73;
 // NOLINTNEXTLINE(performance-no-int-to-ptr)
 const void* const kYes = reinterpret_cast<const void*>(std::uintptr_t{1});
 
-// The longest path that a synthesizer takes, with its NUL.
+// The longest path that a synthesizer accepts, with its NUL.
 constexpr std::size_t kLongestPath = 2048;
 
-// How many bytes SetSpeechInfo reads where the value points; 0 for a selector whose value is not
-// pointed at, or not of one size.
+// The number of bytes that SetSpeechInfo reads at its pointer; 0 for a selector whose value is not
+// read through a pointer or has no fixed size.
 std::size_t sizeOfValue(OSType selector) {
   switch (selector) {
     case soInputMode:
@@ -50,7 +51,7 @@ std::size_t sizeOfValue(OSType selector) {
   }
 }
 
-// A value of any selector that has a size.
+// Room for the value of any selector with a size: it must outlive the caller when it is queued.
 struct alignas(8) ValueCopy {
   std::array<std::byte, 8> bytes{};
 };
@@ -72,6 +73,8 @@ Channel::Channel(const SynthesizerPlugIn& plugIn, SpeechChannelIdentifier identi
     : m_plugIn(plugIn), m_identifier(identifier), m_handle(handle) {}
 
 OSErr Channel::prepare() {
+  // Text-done is missing: the Manager asks for more text itself and gives the synthesizer all of
+  // it.
   const struct {
     OSType selector;
     const void* value;
@@ -90,32 +93,38 @@ OSErr Channel::prepare() {
 
 void Channel::close() {
   {
-    const std::lock_guard held(m_lock);
-    m_isDisposed = true;
+    const base::ScopedLock held(m_lock);
+    m_disposed = true;
     m_phase = Phase::Idle;
-    // It keeps the channel.
-    m_donePlace.clear();
-    m_jobEnded.notify_all();
+    // The report holds a reference to this channel, which would never be destroyed.
+    m_doneReport.clear();
+    m_jobEnded.notifyAll();
   }
-  m_turns.forgetQueued();
-  m_turns.doOrQueue(shared_from_this(), [this] {
+  // Calls that are still queued must not run on a closed channel.
+  m_calls.dropQueued();
+  m_calls.runOrQueue(shared_from_this(), [this] {
     try {
       m_plugIn.call().closeSpeechChannel(m_identifier);
     } catch (...) {
-      // The channel is gone for its client, whatever the synthesizer makes of it.
+      // The channel is closed for the client in any case.
+      writeException("closing a channel of the synthesizer");
     }
   });
   CallbackThread::shared().waitForReportTo(*this);
 }
 
+// The synthesizer first: m_voice is what soCurrentVoice reports, so it must be a voice that was
+// accepted.
 OSErr Channel::useVoice(const Voice& voice) {
   const OSErr result = m_plugIn.useVoice(m_identifier, voice);
   if (result != noErr) return result;
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   m_voice = voice.spec;
   return noErr;
 }
 
+// Callbacks and the reference constant stay in the Manager; everything else goes to the
+// synthesizer. Values of known size are copied, so that they can be queued during a pending stop.
 OSErr Channel::setInfo(OSType selector, const void* value) {
   const std::size_t size = sizeOfValue(selector);
   if (value == nullptr && (size > 0 || selector == soSynthExtension)) return paramErr;
@@ -136,21 +145,23 @@ OSErr Channel::setInfo(OSType selector, const void* value) {
     case soOutputToFileWithCFURL:
       return setOutputFile(static_cast<CFURLRef>(value));
     case soReset:
-      return inTurnOrQueued([](Channel& channel) { return channel.set(soReset, nullptr); });
+      return runOrQueue([](Channel& channel) { return channel.set(soReset, nullptr); });
     case kExactPositions:
       return noErr;  // on for every channel
     default:
       break;
   }
+  // Of unknown size: cannot be copied, so the caller waits for a pending stop.
   if (size == 0) {
-    return inTurn([&](const auto&, auto) { return set(selector, value); });
+    return callInTurn([&](const auto&, auto) { return set(selector, value); });
   }
   ValueCopy copy;
   std::memcpy(copy.bytes.data(), value, size);
-  return inTurnOrQueued(
+  return runOrQueue(
       [selector, copy](Channel& channel) { return channel.set(selector, copy.bytes.data()); });
 }
 
+// What the Manager knows itself is returned without the call queue, so reading it never waits.
 OSErr Channel::getInfo(OSType selector, void* value) {
   if (value == nullptr) return paramErr;
   switch (selector) {
@@ -159,70 +170,70 @@ OSErr Channel::getInfo(OSType selector, void* value) {
     case soErrors:
       return readErrors(*static_cast<SpeechErrorInfo*>(value));
     case soRecentSync: {
-      const std::lock_guard held(m_lock);
+      const base::ScopedLock held(m_lock);
       std::memcpy(value, &m_recentSync, sizeof m_recentSync);
       return noErr;
     }
     case soCurrentVoice: {
-      const std::lock_guard held(m_lock);
+      const base::ScopedLock held(m_lock);
       std::memcpy(value, &m_voice, sizeof m_voice);
       return noErr;
     }
     default:
-      return inTurn([=](const SynthesizerPlugIn& plugIn, SpeechChannelIdentifier identifier) {
-        return translated(plugIn.call().getSpeechInfo(identifier, selector, value));
+      return callInTurn([=](const SynthesizerPlugIn& plugIn, SpeechChannelIdentifier identifier) {
+        return toClientResult(plugIn.call().getSpeechInfo(identifier, selector, value));
       });
   }
 }
 
 OSErr Channel::useDictionary(void* dictionary, long bytes) {
-  return inTurn([=](const SynthesizerPlugIn& plugIn, SpeechChannelIdentifier identifier) {
-    return translated(plugIn.call().useDictionary(identifier, dictionary, bytes));
+  return callInTurn([=](const SynthesizerPlugIn& plugIn, SpeechChannelIdentifier identifier) {
+    return toClientResult(plugIn.call().useDictionary(identifier, dictionary, bytes));
   });
 }
 
 void Channel::setErrorCallback(SpeechErrorCFProcPtr callback) {
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   m_callbacks.errorCF = callback;
 }
 
 void Channel::setWordCallback(SpeechWordCFProcPtr callback) {
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   m_callbacks.wordCF = callback;
 }
 
 ClientCallbacks Channel::callbacks() const {
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   return m_callbacks;
 }
 
 bool Channel::isActive() const {
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   return m_phase != Phase::Idle;
 }
 
 OSType Channel::creator() const {
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   return m_voice.creator;
 }
 
-// Does `work` in its turn; when that would have to wait for a place in the speech, the work is
-// queued, and the answer is noErr.
-OSErr Channel::inTurnOrQueued(std::function<OSErr(Channel&)> work) {
-  // Shared, since queued work outlives this call.
+// Runs `work` on the call queue and returns its result. If it must be queued because a stop waits
+// for its boundary, returns noErr immediately.
+OSErr Channel::runOrQueue(std::function<OSErr(Channel&)> work) {
+  // Shared, since queued work outlives this call; its result is not used then.
   const auto result = std::make_shared<OSErr>(OSErr{noErr});
-  m_turns.doOrQueue(shared_from_this(),
-                    [this, result, work = std::move(work)] { *result = work(*this); });
+  m_calls.runOrQueue(shared_from_this(),
+                     [this, result, work = std::move(work)] { *result = work(*this); });
   return *result;
 }
 
 OSErr Channel::readStatus(SpeechStatusInfo& status) const {
   status = {};
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   if (m_phase == Phase::Idle) return noErr;
-  status.outputPaused = m_isPaused;
-  status.outputBusy = !m_isPaused;
-  // What is left counts from the last word's start, in the caller's units.
+  status.outputPaused = m_paused;
+  status.outputBusy = !m_paused;
+  // The rest of the text from the start of the last word, in the caller's units.
   const CFRange left =
       m_text.inCallersUnits(m_wordPosition, m_text.bytes().size() - m_wordPosition);
   constexpr CFIndex kMost = std::numeric_limits<SInt32>::max();
@@ -231,20 +242,22 @@ OSErr Channel::readStatus(SpeechStatusInfo& status) const {
   return noErr;
 }
 
+// Reading clears the record.
 OSErr Channel::readErrors(SpeechErrorInfo& errors) {
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   errors = std::exchange(m_errors, {});
   return noErr;
 }
 
 OSErr Channel::set(OSType selector, const void* value) const {
-  return translated(
+  return toClientResult(
       m_plugIn.call().setSpeechInfo(m_identifier, selector, const_cast<void*>(value)));
 }
 
-// The synthesizer's callbacks are ours for as long as the channel lives.
+// The synthesizer keeps the trampolines; only the Manager's record changes. `selector` is soRefCon
+// or a callback.
 OSErr Channel::setCallback(OSType selector, const void* value) {
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   switch (selector) {
     case soRefCon:
       m_callbacks.refCon = const_cast<void*>(value);
@@ -274,19 +287,22 @@ OSErr Channel::setCallback(OSType selector, const void* value) {
 OSErr Channel::setCurrentVoice(const VoiceSpec& spec) {
   const Voice* const voice = VoiceCatalogue::shared().find(spec);
   if (voice == nullptr) return voiceNotFound;
+  // A channel belongs to one synthesizer.
   if (voice->spec.creator != creator()) return incompatibleVoice;
-  return inTurnOrQueued([voice](Channel& channel) { return channel.useVoice(*voice); });
+  return runOrQueue([voice](Channel& channel) { return channel.useVoice(*voice); });
 }
 
-// Refused here when the synthesizer could not take it: it would keep something for a path even so.
+// An unusable path is rejected here: the synthesizer would keep part of it even if it returns an
+// error.
 OSErr Channel::setOutputFile(CFURLRef url) {
   if (url != nullptr) {
     std::array<UInt8, kLongestPath> path{};
     if (!CFURLGetFileSystemRepresentation(url, true, path.data(), path.size())) return paramErr;
   }
+  // The URL must outlive a queued call.
   CFRetain(url);
   const std::shared_ptr<const void> kept(url, CFRelease);
-  return inTurnOrQueued(
+  return runOrQueue(
       [kept](Channel& channel) { return channel.set(soOutputToFileWithCFURL, kept.get()); });
 }
 

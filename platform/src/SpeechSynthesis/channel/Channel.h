@@ -2,40 +2,41 @@
 //
 // Channel: the Manager's side of one speech channel.
 //
-// A channel stands between a client and a synthesizer's channel. It keeps the client's callbacks
-// and reference constant and gives the synthesizer functions of its own in their place
-// (Trampolines.h); what the synthesizer reports goes to the callback thread. It adds what clients
-// expect and a synthesizer does not do by itself: new text takes the place of the old, more text is
-// gathered without holding anybody up, a pause waits for ContinueSpeech before there is anything to
-// pause, a stop at a place returns at once, the state can be asked for at any time.
+// A channel connects a client and a synthesizer's channel. It stores the client's callbacks and
+// reference constant and gives the synthesizer functions of its own instead (Trampolines.h); what
+// the synthesizer reports is forwarded to the callback thread. It adds what clients expect and a
+// synthesizer lacks: a new text replaces the old one, text-done callbacks do not block the caller,
+// a pause is possible before the speech starts, a stop at a boundary returns immediately, and the
+// state can be read at any time.
 //
-// A job is one text, from the call that begins it to its speech-done. It is gathered while the
-// client is asked for more text, ready while it waits for ContinueSpeech, speaking while the
-// synthesizer has it. A stop makes the channel idle; the job's speech-done follows.
+// A job is one text, from the call that starts it to its speech-done. Its phase is Gathering while
+// the client is asked for more text, Ready while it waits for ContinueSpeech, and Speaking while
+// the synthesizer has it. A stop makes the channel idle; the speech-done of the job comes later.
 //
-// Threads: all functions may be called on any thread and inside any callback. Calls of the
-// synthesizer are made in turn (Turns.h), and none while m_lock is held; no client is called under
-// any lock. Reports are posted under m_lock, so that they come in the order of what they tell.
-// Results of the synthesizer are translated; exceptions of it pass.
+// Ownership: shared; the registry holds a reference while the channel is open, queued calls and
+// reports hold one until they are done.
+// Threads: all functions are safe to call from any thread and inside any callback. Calls of the
+// synthesizer run one at a time (CallQueue.h), and never while m_lock is held; no client is called
+// under any lock. Reports are posted under m_lock, so their order is that of the events.
+// Failure: results of the synthesizer are translated (toClientResult); its exceptions pass through.
 #pragma once
 
 #include <ApplicationServices/SpeechSynthesis.h>
 
-#include <condition_variable>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <string>
 
 #include "SpeechSynthesis/bundles/SynthesizerPlugIn.h"
 #include "SpeechSynthesis/bundles/VoiceCatalogue.h"
+#include "SpeechSynthesis/channel/CallQueue.h"
 #include "SpeechSynthesis/channel/CallbackThread.h"
 #include "SpeechSynthesis/channel/CallerText.h"
-#include "SpeechSynthesis/channel/Turns.h"
+#include "base/threads/Mutex.h"
 
 namespace platform {
 
-// What the client has set; null callbacks are off.
+// The callbacks of the client. A null callback is off.
 struct ClientCallbacks {
   SpeechTextDoneProcPtr textDone = nullptr;
   SpeechDoneProcPtr speechDone = nullptr;
@@ -50,121 +51,127 @@ struct ClientCallbacks {
 
 class Channel final : public ReportReceiver, public std::enable_shared_from_this<Channel> {
  public:
-  // `plugIn` outlives the channel. `identifier` is an open channel of it, which close() ends.
+  // `plugIn` outlives the channel. `identifier` is an open channel of the plug-in; close() closes
+  // it. `handle` is the client's handle.
   Channel(const SynthesizerPlugIn& plugIn, SpeechChannelIdentifier identifier,
           SpeechChannel handle);
 
-  // Gives the synthesizer what every channel of the Manager has: its reference constant, callbacks
-  // that the Manager itself needs, exact word positions.
+  // Sets what every channel of the Manager has in the synthesizer: the reference constant, the
+  // trampolines, exact word positions. Returns the first failure of the synthesizer.
   OSErr prepare();
 
-  // Ends the synthesizer's channel; the last call on it. No report to the client begins after this,
-  // and unless it is called inside one, none is still being made.
-  void close();
+  // Closes the synthesizer's channel; the last call on this object. No delivery to the client
+  // begins after it. Outside a callback, it also waits for a delivery that is running.
+  void close() EXCLUDES(m_lock);
 
-  // noErr; voiceNotFound, the voice's bundle is gone.
-  OSErr useVoice(const Voice& voice);
+  // To be called on the call queue, or before the client has the handle. Results: noErr;
+  // voiceNotFound if the bundle of the voice no longer exists.
+  OSErr useVoice(const Voice& voice) EXCLUDES(m_lock);
 
-  // As the functions of the client interface with these names.
-  OSErr speak(CallerText text, SInt32 flags);
-  OSErr stop(SInt32 where);
-  OSErr pause(SInt32 where);
-  OSErr resume();
-  OSErr setInfo(OSType selector, const void* value);
-  OSErr getInfo(OSType selector, void* value);
-  OSErr useDictionary(void* dictionary, long bytes);
-  // The callbacks that only the calls with property names know.
-  void setErrorCallback(SpeechErrorCFProcPtr callback);
-  void setWordCallback(SpeechWordCFProcPtr callback);
-  ClientCallbacks callbacks() const;
+  // These implement the client functions of the same names, which describe them.
+  OSErr speak(CallerText text, SInt32 flags) EXCLUDES(m_lock);
+  OSErr stop(SInt32 where) EXCLUDES(m_lock);
+  OSErr pause(SInt32 where) EXCLUDES(m_lock);
+  OSErr resume() EXCLUDES(m_lock);
+  OSErr setInfo(OSType selector, const void* value) EXCLUDES(m_lock);
+  OSErr getInfo(OSType selector, void* value) EXCLUDES(m_lock);
+  OSErr useDictionary(void* dictionary, long bytes) EXCLUDES(m_lock);
+  // The callbacks that only SetSpeechProperty can set.
+  void setErrorCallback(SpeechErrorCFProcPtr callback) EXCLUDES(m_lock);
+  void setWordCallback(SpeechWordCFProcPtr callback) EXCLUDES(m_lock);
+  ClientCallbacks callbacks() const EXCLUDES(m_lock);
 
-  // Speaking or paused, or about to.
-  bool isActive() const;
+  // True if there is a job that is not stopped: gathering, ready, speaking or paused.
+  bool isActive() const EXCLUDES(m_lock);
 
-  // Does `work` with the synthesizer's channel in its turn.
+  // Runs work(plugIn, identifier) on the call queue and returns its result. Waits for a pending
+  // stop.
   template <typename Work>
-  OSErr inTurn(Work work) {
+  OSErr callInTurn(Work work) EXCLUDES(m_lock) {
     OSErr result = noErr;
-    m_turns.doNow([&] { result = work(m_plugIn, m_identifier); });
+    m_calls.runNow([&] { result = work(m_plugIn, m_identifier); });
     return result;
   }
 
   SpeechChannel handle() const { return m_handle; }
   const SynthesizerPlugIn& plugIn() const { return m_plugIn; }
-  OSType creator() const;
+  OSType creator() const EXCLUDES(m_lock);
 
-  // What the synthesizer reports; called by the trampolines.
-  void jobHasEnded();
-  void syncReached(OSType message);
-  void wordReached(unsigned long position, UInt16 length);
-  void phonemeReached(SInt16 opcode);
-  void errorMet(OSErr error, long position);
+  // Events of the synthesizer, on its threads. Called by the trampolines. Positions and lengths are
+  // in bytes of the converted text, except the position of an error, which is passed on as it is.
+  void handleJobEnd() EXCLUDES(m_lock);
+  void handleSync(OSType message) EXCLUDES(m_lock);
+  void handleWord(unsigned long position, UInt16 length) EXCLUDES(m_lock);
+  void handlePhoneme(SInt16 opcode) EXCLUDES(m_lock);
+  void handleError(OSErr error, long position) EXCLUDES(m_lock);
 
-  void deliver(const Report& report) override;
+  void deliver(const Report& report) EXCLUDES(m_lock) override;
 
  private:
   enum class Phase { Idle, Gathering, Ready, Speaking };
 
-  // Results as of speak(). All to be called in turn.
-  OSErr begin(CallerText text, SInt32 flags);
-  OSErr startSpeaking();
-  OSErr stopInTurn(SInt32 where);
-  OSErr pauseInTurn(SInt32 where);
-  OSErr resumeInTurn();
-  OSErr stopNow();
-  void stopAtPlace(SInt32 where);
-  bool waitForEndOfJob();
-  void settle();
-  OSErr acceptJob(CallerText text, SInt32 flags);
-  OSErr speakInPlugIn();
+  // To be called on the call queue only. Results: those of speak().
+  OSErr startJob(CallerText text, SInt32 flags) EXCLUDES(m_lock);
+  OSErr startSpeaking() EXCLUDES(m_lock);
+  OSErr performStop(SInt32 where) EXCLUDES(m_lock);
+  OSErr performPause(SInt32 where) EXCLUDES(m_lock);
+  OSErr performResume() EXCLUDES(m_lock);
+  OSErr stopImmediately() EXCLUDES(m_lock);
+  void stopAtBoundary(SInt32 where) EXCLUDES(m_lock);
+  bool waitForEndOfJob() EXCLUDES(m_lock);
+  void clearStalePause() EXCLUDES(m_lock);
+  OSErr acceptJob(CallerText text, SInt32 flags) EXCLUDES(m_lock);
+  OSErr speakInPlugIn() EXCLUDES(m_lock);
 
-  OSErr inTurnOrQueued(std::function<OSErr(Channel&)> work);
-  OSErr startReadyJob();
-  void reportFailure(OSErr error);
-  void reportUnbegunJob(OSErr error);
-  void gatherMore(const ClientCallbacks& callbacks, const Report& report);
-  bool gatheringIsOver(const Report& report, const void* piece, unsigned long bytes);
-  void tell(const ClientCallbacks& callbacks, const Report& report);
-  void tellWord(const ClientCallbacks& callbacks, const Report& report);
-  void tellError(const ClientCallbacks& callbacks, const Report& report);
+  OSErr runOrQueue(std::function<OSErr(Channel&)> work) EXCLUDES(m_lock);
+  OSErr startReadyJob() EXCLUDES(m_lock);
+  void reportFailure(OSErr error) EXCLUDES(m_lock);
+  void reportUnstartedJob(OSErr error) EXCLUDES(m_lock);
+  void askForMoreText(const ClientCallbacks& callbacks, const Report& report) EXCLUDES(m_lock);
+  bool appendPiece(const Report& report, const void* piece, unsigned long bytes) EXCLUDES(m_lock);
+  void callClient(const ClientCallbacks& callbacks, const Report& report) EXCLUDES(m_lock);
+  void callWordCallbacks(const ClientCallbacks& callbacks, const Report& report) EXCLUDES(m_lock);
+  void callErrorCallbacks(const ClientCallbacks& callbacks, const Report& report) EXCLUDES(m_lock);
 
   OSErr set(OSType selector, const void* value) const;
-  OSErr setCallback(OSType selector, const void* value);
-  OSErr setCurrentVoice(const VoiceSpec& spec);
-  OSErr setOutputFile(CFURLRef url);
-  OSErr readStatus(SpeechStatusInfo& status) const;
-  OSErr readErrors(SpeechErrorInfo& errors);
+  OSErr setCallback(OSType selector, const void* value) EXCLUDES(m_lock);
+  OSErr setCurrentVoice(const VoiceSpec& spec) EXCLUDES(m_lock);
+  OSErr setOutputFile(CFURLRef url) EXCLUDES(m_lock);
+  OSErr readStatus(SpeechStatusInfo& status) const EXCLUDES(m_lock);
+  OSErr readErrors(SpeechErrorInfo& errors) EXCLUDES(m_lock);
 
-  // With m_lock.
-  void post(const Report& report) noexcept;
-  bool endUnspokenJob();
-  void noteError(OSErr error, long position);
-  CallbackThread::Place takeDonePlace();
+  void post(const Report& report) noexcept REQUIRES(m_lock);
+  bool endUnspokenJob() REQUIRES(m_lock);
+  void noteError(OSErr error, long position) REQUIRES(m_lock);
+  CallbackThread::ReportList takeDoneReport() REQUIRES(m_lock);
 
   const SynthesizerPlugIn& m_plugIn;
   const SpeechChannelIdentifier m_identifier;
   const SpeechChannel m_handle;
-  Turns m_turns;
+  CallQueue m_calls;
 
-  mutable std::mutex m_lock;
-  // Below: with m_lock.
-  std::condition_variable m_jobEnded;  // m_isOwedEnd became false
-  Phase m_phase = Phase::Idle;
-  bool m_isPaused = false;          // of a job that is not idle
-  std::uint64_t m_job = 0;          // number of the last job
-  std::uint64_t m_silencedJob = 0;  // it and those before have nothing to report but their end
-  CallerText m_text;                // of the last job
-  SInt32 m_flags = 0;
-  unsigned long m_wordPosition = 0;  // of its last word, in bytes
-  SInt16 m_phonemeCode = 0;
-  bool m_isOwedEnd = false;           // the synthesizer has a job whose end has not been reported
-  bool m_isStopPending = false;       // a stop waits for its place
-  CallbackThread::Place m_donePlace;  // of the last job's speech-done, until it is posted
-  bool m_isDisposed = false;
-  ClientCallbacks m_callbacks;
-  OSType m_recentSync = 0;
-  SpeechErrorInfo m_errors{};
-  VoiceSpec m_voice{};
+  mutable base::Mutex m_lock;
+  base::Condition m_jobEnded;  // with m_lock: m_endOwed became false
+  Phase m_phase GUARDED_BY(m_lock) = Phase::Idle;
+  bool m_paused GUARDED_BY(m_lock) = false;    // the current job is paused
+  std::uint64_t m_job GUARDED_BY(m_lock) = 0;  // number of the last job
+  // Of this job and those before it, only the end is reported.
+  std::uint64_t m_silencedJob GUARDED_BY(m_lock) = 0;
+  CallerText m_text GUARDED_BY(m_lock);  // of the last job
+  SInt32 m_flags GUARDED_BY(m_lock) = 0;
+  unsigned long m_wordPosition GUARDED_BY(m_lock) =
+      0;  // start of the last word, in bytes of m_text
+  SInt16 m_phonemeCode GUARDED_BY(m_lock) = 0;
+  // The synthesizer has a job whose end has not been reported.
+  bool m_endOwed GUARDED_BY(m_lock) = false;
+  bool m_stopPending GUARDED_BY(m_lock) = false;  // a stop waits for its boundary
+  // The report of the last job's speech-done, until it is posted.
+  CallbackThread::ReportList m_doneReport GUARDED_BY(m_lock);
+  bool m_disposed GUARDED_BY(m_lock) = false;
+  ClientCallbacks m_callbacks GUARDED_BY(m_lock);
+  OSType m_recentSync GUARDED_BY(m_lock) = 0;
+  SpeechErrorInfo m_errors GUARDED_BY(m_lock){};
+  VoiceSpec m_voice GUARDED_BY(m_lock){};
 };
 
 }  // namespace platform

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The jobs of a channel: beginning, stopping, pausing.
+// Channel, second part: starting, stopping, pausing and resuming jobs.
 #include <algorithm>
 #include <chrono>
 #include <exception>
@@ -11,145 +11,162 @@
 #include "SpeechSynthesis/calls/Results.h"
 #include "SpeechSynthesis/channel/Channel.h"
 #include "SpeechSynthesis/channel/EndingProsody.h"
+#include "base/threads/Clock.h"
 
 namespace platform {
 namespace {
 
-// How long the end of a stopped job is waited for.
+// The longest wait for the end of a stopped job.
 constexpr std::chrono::seconds kEndOfJobLimit{1};
 
-bool isPlace(SInt32 where) {
+bool isStopBoundary(SInt32 where) {
   return where == kImmediate || where == kEndOfWord || where == kEndOfSentence;
 }
 
 }  // namespace
 
-// ---- What clients ask for
+// ---- Client functions
 
+// The work may be queued and then outlives this call, so what it uses is shared. If it runs on this
+// thread, its result is returned; otherwise a failure is reported as the error and the end of a
+// job.
 OSErr Channel::speak(CallerText text, SInt32 flags) {
   if ((flags & kNoSpeechInterrupt) != 0 && isActive()) return synthNotReady;
-  const auto begun = std::make_shared<CallerText>(std::move(text));
+  const auto shared = std::make_shared<CallerText>(std::move(text));
   const auto result = std::make_shared<OSErr>(OSErr{noErr});
   const std::thread::id caller = std::this_thread::get_id();
-  m_turns.doOrQueue(shared_from_this(), [this, begun, result, flags, caller] {
-    const OSErr answer = guarded([&] { return begin(std::move(*begun), flags); });
-    if (answer == noErr) return;
+  m_calls.runOrQueue(shared_from_this(), [this, shared, result, flags, caller] {
+    const OSErr outcome = resultOf([&] { return startJob(std::move(*shared), flags); });
+    if (outcome == noErr) return;
     if (std::this_thread::get_id() == caller) {
-      *result = answer;
+      *result = outcome;
     } else {
-      reportUnbegunJob(answer);
+      reportUnstartedJob(outcome);
     }
   });
+  // soErrors counts refused texts too.
   if (*result == badInputText) {
-    const std::lock_guard held(m_lock);
+    const base::ScopedLock held(m_lock);
     noteError(*result, 0);
   }
   return *result;
 }
 
 OSErr Channel::stop(SInt32 where) {
-  if (!isPlace(where)) return paramErr;
+  if (!isStopBoundary(where)) return paramErr;
   {
-    const std::lock_guard held(m_lock);
-    // Whatever still comes of the speech until the stop can be made is not reported.
-    if (m_isStopPending && where == kImmediate) m_silencedJob = m_job;
+    const base::ScopedLock held(m_lock);
+    // This stop is queued after a pending one. Until it can run, the job speaks on, but its events
+    // are not reported.
+    if (m_stopPending && where == kImmediate) m_silencedJob = m_job;
   }
-  return inTurnOrQueued([where](Channel& channel) { return channel.stopInTurn(where); });
+  return runOrQueue([where](Channel& channel) { return channel.performStop(where); });
 }
 
 OSErr Channel::pause(SInt32 where) {
-  if (!isPlace(where)) return paramErr;
-  return inTurnOrQueued([where](Channel& channel) { return channel.pauseInTurn(where); });
+  if (!isStopBoundary(where)) return paramErr;
+  return runOrQueue([where](Channel& channel) { return channel.performPause(where); });
 }
 
 OSErr Channel::resume() {
-  return inTurnOrQueued([](Channel& channel) { return channel.resumeInTurn(); });
+  return runOrQueue([](Channel& channel) { return channel.performResume(); });
 }
 
-// ---- In turn: beginning
+// ---- On the call queue: starting
 
-OSErr Channel::begin(CallerText text, SInt32 flags) {
+// Replaces the current job: stops it, waits for its end, then accepts the new text.
+OSErr Channel::startJob(CallerText text, SInt32 flags) {
   if (isActive()) {
     if ((flags & kNoSpeechInterrupt) != 0) return synthNotReady;
-    if (const OSErr result = stopInTurn(kImmediate); result != noErr) return result;
+    if (const OSErr result = performStop(kImmediate); result != noErr) return result;
   }
-  settle();
+  clearStalePause();
   if (!waitForEndOfJob()) return synthNotReady;
   return acceptJob(std::move(text), flags);
 }
 
-// A synthesizer that was asked to pause at the very end of a job may take itself for paused, with
-// nothing to go on with. Stopped, it is ready again.
-void Channel::settle() {
+// A synthesizer that is asked to pause at the very end of a job may remain in a paused state
+// without a job, and would then refuse the next text. A stop makes it idle again.
+void Channel::clearStalePause() {
   SpeechStatusInfo status{};
   if (m_plugIn.call().speechStatus(m_identifier, &status) != noErr) return;
   if (status.outputBusy == 0 && status.outputPaused == 0) return;
   {
-    const std::lock_guard held(m_lock);
-    if (m_isOwedEnd) return;
-    m_isOwedEnd = true;
+    const base::ScopedLock held(m_lock);
+    // A job is really running. Otherwise the stop below makes the synthesizer report an end.
+    if (m_endOwed) return;
+    m_endOwed = true;
   }
   if (m_plugIn.call().stopSpeechAt(m_identifier, kImmediate) == noErr) return;
-  const std::lock_guard held(m_lock);
-  m_isOwedEnd = false;
+  const base::ScopedLock held(m_lock);
+  m_endOwed = false;
 }
 
-// False when a job does not end in time.
+// Returns false if the job does not end in time.
 bool Channel::waitForEndOfJob() {
-  std::unique_lock held(m_lock);
-  return m_jobEnded.wait_for(held, kEndOfJobLimit, [this] { return !m_isOwedEnd || m_isDisposed; });
+  const base::ScopedLock held(m_lock);
+  const base::Clock::time_point limit = base::Clock::now() + kEndOfJobLimit;
+  while (m_endOwed && !m_disposed && m_jobEnded.waitUntil(m_lock, limit)) {
+  }
+  return !m_endOwed || m_disposed;
 }
 
+// Creates the job. It starts at once, unless the client must be asked for more text or has set
+// kPreflightThenPause.
 OSErr Channel::acceptJob(CallerText text, SInt32 flags) {
   {
-    const std::lock_guard held(m_lock);
-    if (m_isDisposed) return invalidComponentID;
-    // What may fail comes first.
-    CallbackThread::Place donePlace{{shared_from_this(), {Report::Kind::SpeechDone, m_job + 1}}};
+    const base::ScopedLock held(m_lock);
+    if (m_disposed) return invalidComponentID;
+    // First the steps that can fail. The report of speech-done is allocated here, so that the end
+    // of the job can always be reported.
+    CallbackThread::ReportList doneReport{
+        {shared_from_this(), {Report::Kind::SpeechDone, m_job + 1}}};
     const bool gathers = m_callbacks.textDone != nullptr && !text.isString();
     if (gathers) {
       CallbackThread::shared().post(shared_from_this(), {Report::Kind::TextDone, m_job + 1});
     }
     ++m_job;
-    m_donePlace = std::move(donePlace);
+    m_doneReport = std::move(doneReport);
     m_text = std::move(text);
     m_flags = flags;
     m_wordPosition = 0;
     m_phonemeCode = 0;
-    m_isPaused = (flags & kPreflightThenPause) != 0;
+    m_paused = (flags & kPreflightThenPause) != 0;
     m_phase = gathers ? Phase::Gathering : Phase::Ready;
-    if (gathers || m_isPaused) return noErr;
+    if (gathers || m_paused) return noErr;
   }
   const OSErr result = startSpeaking();
   if (result != noErr) {
-    const std::lock_guard held(m_lock);
-    m_donePlace.clear();
+    const base::ScopedLock held(m_lock);
+    m_doneReport.clear();
   }
   return result;
 }
 
-// Hands the job that is ready to the synthesizer. When that fails there is no job.
+// Passes a job in phase Ready to the synthesizer. No effect in any other phase, or while paused.
+// After a failure the channel is idle.
 OSErr Channel::startSpeaking() {
   {
-    const std::lock_guard held(m_lock);
-    if (m_phase != Phase::Ready || m_isPaused) return noErr;
-    // Before the call: a short job may end before the call returns.
+    const base::ScopedLock held(m_lock);
+    if (m_phase != Phase::Ready || m_paused) return noErr;
+    // Set before the call: a short job may end before the call returns.
     m_phase = Phase::Speaking;
-    m_isOwedEnd = true;
+    m_endOwed = true;
   }
-  const OSErr result = guarded([this] { return speakInPlugIn(); });
+  const OSErr result = resultOf([this] { return speakInPlugIn(); });
   if (result == noErr) return noErr;
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   m_phase = Phase::Idle;
-  m_isOwedEnd = false;
+  m_endOwed = false;
   return result;
 }
 
+// The comma of kNoEndingProsody is added only for ordinary text: in other modes it would be spoken.
 OSErr Channel::speakInPlugIn() {
   std::string text;
   SInt32 flags = 0;
   {
-    const std::lock_guard held(m_lock);
+    const base::ScopedLock held(m_lock);
     text = m_text.bytes();
     flags = m_flags;
   }
@@ -160,136 +177,144 @@ OSErr Channel::speakInPlugIn() {
     m_plugIn.call().getSpeechInfo(m_identifier, soCharacterMode, &characters);
     if (input == modeText && characters == modeNormal) text = withoutEndingProsody(text);
   }
-  return translated(m_plugIn.call().speakBuffer(m_identifier, text.data(),
-                                                static_cast<long>(text.size()), flags));
+  return toClientResult(m_plugIn.call().speakBuffer(m_identifier, text.data(),
+                                                    static_cast<long>(text.size()), flags));
 }
 
-// ---- In turn: stopping and pausing
+// ---- On the call queue: stopping and pausing
 
-OSErr Channel::stopInTurn(SInt32 where) {
+// A stop at a boundary is queued as the waiting call, so that the caller need not wait.
+OSErr Channel::performStop(SInt32 where) {
   bool atOnce = where == kImmediate;
   {
-    const std::unique_lock held(m_lock);
+    const base::ScopedLock held(m_lock);
     if (endUnspokenJob() || m_phase == Phase::Idle) return noErr;
-    // A paused job stops where it stands.
-    atOnce = atOnce || m_isPaused;
-    if (!atOnce) m_isStopPending = true;
+    // A paused job reaches no boundary, so it stops immediately.
+    atOnce = atOnce || m_paused;
+    if (!atOnce) m_stopPending = true;
   }
-  if (atOnce) return stopNow();
+  if (atOnce) return stopImmediately();
   try {
-    m_turns.queue(shared_from_this(), [this, where] { stopAtPlace(where); });
+    m_calls.queue(shared_from_this(), [this, where] { stopAtBoundary(where); });
   } catch (const std::exception&) {
-    // Without a thread the caller waits.
-    stopAtPlace(where);
+    // No thread for the wait, so the caller waits. The stop itself must not fail.
+    stopAtBoundary(where);
   }
   return noErr;
 }
 
-// Returns when the place is reached.
-void Channel::stopAtPlace(SInt32 where) {
-  guarded([&] {
-    return translated(
+// Returns when the boundary is reached. A failure has no caller to report to: the channel counts as
+// idle then, and a new text waits for the end of the old one.
+void Channel::stopAtBoundary(SInt32 where) {
+  resultOf([&] {
+    return toClientResult(
         m_plugIn.call().stopSpeechAt(m_identifier, static_cast<unsigned long>(where)));
   });
-  const std::lock_guard held(m_lock);
-  m_isStopPending = false;
+  const base::ScopedLock held(m_lock);
+  m_stopPending = false;
   if (m_phase == Phase::Speaking) m_phase = Phase::Idle;
 }
 
-OSErr Channel::stopNow() {
-  const OSErr result = translated(m_plugIn.call().stopSpeechAt(m_identifier, kImmediate));
+OSErr Channel::stopImmediately() {
+  const OSErr result = toClientResult(m_plugIn.call().stopSpeechAt(m_identifier, kImmediate));
   if (result != noErr) return result;
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   m_phase = Phase::Idle;
   m_silencedJob = m_job;
   return noErr;
 }
 
-OSErr Channel::pauseInTurn(SInt32 where) {
+OSErr Channel::performPause(SInt32 where) {
   {
-    const std::lock_guard held(m_lock);
-    // Asked to pause an idle channel, a synthesizer would take it for paused.
-    if (m_phase == Phase::Idle || m_isPaused) return noErr;
+    const base::ScopedLock held(m_lock);
+    // An idle synthesizer must not be asked: it would remain in a paused state.
+    if (m_phase == Phase::Idle || m_paused) return noErr;
+    // The synthesizer does not have the text yet; startSpeaking() checks the flag.
     if (m_phase != Phase::Speaking) {
-      m_isPaused = true;
+      m_paused = true;
       return noErr;
     }
   }
-  const OSErr result =
-      translated(m_plugIn.call().pauseSpeechAt(m_identifier, static_cast<unsigned long>(where)));
-  const std::lock_guard held(m_lock);
-  if (result == noErr && m_phase == Phase::Speaking) m_isPaused = true;
-  // A job that has ended meanwhile has nothing to pause.
+  const OSErr result = toClientResult(
+      m_plugIn.call().pauseSpeechAt(m_identifier, static_cast<unsigned long>(where)));
+  const base::ScopedLock held(m_lock);
+  if (result == noErr && m_phase == Phase::Speaking) m_paused = true;
+  // A job that has ended during the call cannot be paused; that is not a failure.
   return m_phase == Phase::Idle ? OSErr{noErr} : result;
 }
 
-OSErr Channel::resumeInTurn() {
+// A job that the synthesizer does not have yet starts here.
+OSErr Channel::performResume() {
   bool isReady = false;
   {
-    const std::lock_guard held(m_lock);
-    if (m_phase == Phase::Idle || !m_isPaused) return noErr;
+    const base::ScopedLock held(m_lock);
+    if (m_phase == Phase::Idle || !m_paused) return noErr;
     isReady = m_phase == Phase::Ready;
-    if (m_phase != Phase::Speaking) m_isPaused = false;
+    if (m_phase != Phase::Speaking) m_paused = false;
   }
   if (isReady) return startReadyJob();
-  const OSErr result = translated(m_plugIn.call().continueSpeech(m_identifier));
-  const std::lock_guard held(m_lock);
-  if (result == noErr) m_isPaused = false;
+  const OSErr result = toClientResult(m_plugIn.call().continueSpeech(m_identifier));
+  const base::ScopedLock held(m_lock);
+  if (result == noErr) m_paused = false;
   return m_phase == Phase::Idle ? OSErr{noErr} : result;
 }
 
-// Of a job that has been accepted already, a failure to begin is an error of its own, and its end.
+// The client has noErr for this job already, so a failure is reported as an error and the end of
+// the job.
 OSErr Channel::startReadyJob() {
   const OSErr result = startSpeaking();
   if (result != noErr) reportFailure(result);
   return result;
 }
 
+// Reports an error at position 0 and the end of the current job.
 void Channel::reportFailure(OSErr error) {
   Report report{Report::Kind::Error, 0};
   report.code = error;
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   noteError(error, 0);
   report.job = m_job;
   post(report);
-  CallbackThread::shared().post(takeDonePlace());
+  CallbackThread::shared().post(takeDoneReport());
 }
 
-// A text that was queued has been answered with noErr: what keeps it from being spoken is told as
-// the error and the end of a job.
-void Channel::reportUnbegunJob(OSErr error) {
+// The client has noErr for a queued text already. A failure to start it is reported as the error
+// and the end of a job, so that each accepted text has its speech-done.
+void Channel::reportUnstartedJob(OSErr error) {
   {
-    const std::lock_guard held(m_lock);
-    m_donePlace = {{shared_from_this(), {Report::Kind::SpeechDone, ++m_job}}};
+    const base::ScopedLock held(m_lock);
+    m_doneReport = {{shared_from_this(), {Report::Kind::SpeechDone, ++m_job}}};
   }
   reportFailure(error);
 }
 
 // ---- With m_lock
 
-// Ends a job that the synthesizer has not got; false when there is none.
+// Ends a job that the synthesizer does not have yet. Returns false if there is none.
 bool Channel::endUnspokenJob() {
   if (m_phase != Phase::Gathering && m_phase != Phase::Ready) return false;
   m_phase = Phase::Idle;
   m_silencedJob = m_job;
-  CallbackThread::shared().post(takeDonePlace());
+  CallbackThread::shared().post(takeDoneReport());
   return true;
 }
 
+// Updates the record of soErrors, whose counters saturate.
 void Channel::noteError(OSErr error, long position) {
-  const auto place =
+  const auto offset =
       static_cast<SInt32>(std::clamp<long>(position, 0, std::numeric_limits<SInt32>::max()));
   if (m_errors.count == 0) {
     m_errors.oldest = error;
-    m_errors.oldPos = place;
+    m_errors.oldPos = offset;
   }
   m_errors.newest = error;
-  m_errors.newPos = place;
+  m_errors.newPos = offset;
   if (m_errors.count < std::numeric_limits<SInt16>::max()) ++m_errors.count;
 }
 
-CallbackThread::Place Channel::takeDonePlace() {
-  return std::exchange(m_donePlace, {});
+// Empty if the speech-done has been posted already.
+CallbackThread::ReportList Channel::takeDoneReport() {
+  return std::exchange(m_doneReport, {});
 }
 
 }  // namespace platform

@@ -10,9 +10,10 @@ namespace platform {
 
 namespace {
 
-// Replaced in a forked child: the lock of the parent's may be held for ever.
+// Replaced in a forked child, since the parent's lock may have been held at the fork and would
+// never be released in the child.
 std::atomic<ChannelRegistry*> g_shared = nullptr;
-// The one replaced, in a child; it stays.
+// In a child: the parent's object. Kept, so that leak checkers find a pointer to it.
 [[maybe_unused]] std::atomic<ChannelRegistry*> g_ofParent = nullptr;
 
 }  // namespace
@@ -29,7 +30,8 @@ ChannelRegistry& ChannelRegistry::shared() {
 
 void ChannelRegistry::makeForChild() {
   auto* const own = new ChannelRegistry;
-  // No handle of the parent's may name a channel of the child's.
+  // A handle of the parent must not find a channel of the child, not even one that the parent
+  // created during the fork. The parent's lock is not taken: it may never be released here.
   constexpr std::uintptr_t kGap = std::uintptr_t{1} << 20U;
   own->m_lastHandle = g_shared.load()->m_lastHandle + kGap;
   g_ofParent = g_shared.load();
@@ -37,32 +39,32 @@ void ChannelRegistry::makeForChild() {
 }
 
 SpeechChannel ChannelRegistry::newHandle() {
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   m_lastHandle += alignof(SpeechChannelRecord);
-  // Never followed, by us or by clients.
+  // The value is only compared, never dereferenced.
   return reinterpret_cast<SpeechChannel>(m_lastHandle);  // NOLINT(performance-no-int-to-ptr)
 }
 
 void ChannelRegistry::add(std::shared_ptr<Channel> channel) {
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   const SpeechChannel handle = channel->handle();
   m_channels.emplace(handle, std::move(channel));
 }
 
 std::shared_ptr<Channel> ChannelRegistry::find(SpeechChannel handle) const {
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   const auto found = m_channels.find(handle);
   return found == m_channels.end() ? nullptr : found->second;
 }
 
 std::shared_ptr<Channel> ChannelRegistry::remove(SpeechChannel handle) {
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   const auto node = m_channels.extract(handle);
   return node.empty() ? nullptr : node.mapped();
 }
 
 std::vector<std::shared_ptr<Channel>> ChannelRegistry::all() const {
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   std::vector<std::shared_ptr<Channel>> channels;
   channels.reserve(m_channels.size());
   for (const auto& [handle, channel] : m_channels) channels.push_back(channel);

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// ChannelRegistry: which handles are open channels.
+// ChannelRegistry: the open channels by their handles.
 //
-// A handle is a number that is never used twice, so that a handle kept too long names nothing
-// rather than somebody else's channel. All functions may be called on any thread; the registry's
-// lock is never held while anything else is called.
+// A handle is a number that is never used twice, so a stale handle finds nothing instead of another
+// channel. Threads: all functions are safe to call from any thread; the lock of the registry is
+// never held while other code is called.
 #pragma once
 
 #include <ApplicationServices/SpeechSynthesis.h>
@@ -12,40 +12,42 @@
 #include <cstdint>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <vector>
 
 #include "SpeechSynthesis/channel/Channel.h"
+#include "base/threads/Mutex.h"
 
 namespace platform {
 
 class ChannelRegistry {
  public:
-  // Never destroyed: a synthesizer's threads may report until the process is gone. A process made
-  // by fork() has one of its own, without its parent's channels.
+  // The instance of the process. Never destroyed: a synthesizer's threads may report until the
+  // process exits. A process created by fork() gets a new one, without the channels of its parent.
   static ChannelRegistry& shared();
 
-  // A handle for a channel that is to be added.
-  SpeechChannel newHandle();
+  // Returns a new handle, for a channel that is then added.
+  SpeechChannel newHandle() EXCLUDES(m_lock);
 
-  void add(std::shared_ptr<Channel> channel);
+  // Adds a channel under its own handle. Throws std::bad_alloc.
+  void add(std::shared_ptr<Channel> channel) EXCLUDES(m_lock);
 
-  // Null: `handle` is not open.
-  std::shared_ptr<Channel> find(SpeechChannel handle) const;
+  // Null if no open channel has the handle.
+  std::shared_ptr<Channel> find(SpeechChannel handle) const EXCLUDES(m_lock);
 
-  // The channel, which is no longer found; null as of find(). Of several calls for one handle, one
-  // gets the channel.
-  std::shared_ptr<Channel> remove(SpeechChannel handle);
+  // Removes a channel and returns it; null if no open channel has the handle. If several threads
+  // remove the same handle, only one receives the channel.
+  std::shared_ptr<Channel> remove(SpeechChannel handle) EXCLUDES(m_lock);
 
-  std::vector<std::shared_ptr<Channel>> all() const;
+  // The open channels at this moment, ordered by handle. Throws std::bad_alloc.
+  std::vector<std::shared_ptr<Channel>> all() const EXCLUDES(m_lock);
 
  private:
-  static void makeForChild();
+  // Not checked: takes no lock of the parent's, which a thread that the child lacks may hold.
+  static void makeForChild() NO_THREAD_SAFETY_ANALYSIS;
 
-  mutable std::mutex m_lock;
-  // Below: with m_lock.
-  std::map<SpeechChannel, std::shared_ptr<Channel>> m_channels;
-  std::uintptr_t m_lastHandle = 0;
+  mutable base::Mutex m_lock;
+  std::map<SpeechChannel, std::shared_ptr<Channel>> m_channels GUARDED_BY(m_lock);
+  std::uintptr_t m_lastHandle GUARDED_BY(m_lock) = 0;
 };
 
 }  // namespace platform

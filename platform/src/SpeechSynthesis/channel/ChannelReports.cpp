@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// From what the synthesizer reports, on threads of its own, to the client's callbacks on ours.
+// Channel, third part: the synthesizer's events, which arrive on its threads, and the client's
+// callbacks, which run on the callback thread.
 #include <CoreFoundation/CFError.h>
 
 #include <algorithm>
@@ -16,39 +17,46 @@
 namespace platform {
 namespace {
 
-// No longer text can be told places in.
+// Positions have 32 bits, so no text may be longer.
 constexpr std::size_t kLongestText = std::numeric_limits<SInt32>::max();
 
 }  // namespace
 
 // ---- On the synthesizer's threads
 
-void Channel::jobHasEnded() {
-  const std::lock_guard held(m_lock);
-  if (!m_isOwedEnd) return;
-  m_isOwedEnd = false;
+// Events are ignored unless the synthesizer owes the end of a job (m_endOwed): a late event must
+// not be reported for the next job. Without a callback no report is created, only the state is
+// updated.
+
+void Channel::handleJobEnd() {
+  const base::ScopedLock held(m_lock);
+  if (!m_endOwed) return;
+  m_endOwed = false;
   if (m_phase == Phase::Speaking) m_phase = Phase::Idle;
-  // Posted under the lock, as every report is: whoever waits for this begins the next job.
-  CallbackThread::shared().post(takeDonePlace());
-  m_turns.noLongerWaits();
-  m_jobEnded.notify_all();
+  // Posted under the lock, before anyone is woken: a thread that waits for this starts the next
+  // job.
+  CallbackThread::shared().post(takeDoneReport());
+  m_calls.markWaitOver();
+  m_jobEnded.notifyAll();
 }
 
-void Channel::syncReached(OSType message) {
+void Channel::handleSync(OSType message) {
   Report report{Report::Kind::Sync, 0};
   report.value = message;
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
+  // Kept for soRecentSync even after the end of the job.
   m_recentSync = message;
-  if (!m_isOwedEnd || m_callbacks.sync == nullptr) return;
+  if (!m_endOwed || m_callbacks.sync == nullptr) return;
   report.job = m_job;
   post(report);
 }
 
-void Channel::wordReached(unsigned long position, UInt16 length) {
+void Channel::handleWord(unsigned long position, UInt16 length) {
   Report report{Report::Kind::Word, 0};
-  const std::lock_guard held(m_lock);
-  if (!m_isOwedEnd) return;
+  const base::ScopedLock held(m_lock);
+  if (!m_endOwed) return;
   const unsigned long end = m_text.bytes().size();
+  // Clients rely on positions that do not decrease and lie within the text.
   m_wordPosition = std::clamp(position, m_wordPosition, end);
   if (m_callbacks.word == nullptr && m_callbacks.wordCF == nullptr) return;
   const CFRange range =
@@ -59,22 +67,22 @@ void Channel::wordReached(unsigned long position, UInt16 length) {
   post(report);
 }
 
-void Channel::phonemeReached(SInt16 opcode) {
+void Channel::handlePhoneme(SInt16 opcode) {
   Report report{Report::Kind::Phoneme, 0};
   report.code = opcode;
-  const std::lock_guard held(m_lock);
-  if (!m_isOwedEnd) return;
+  const base::ScopedLock held(m_lock);
+  if (!m_endOwed) return;
   m_phonemeCode = opcode;
   if (m_callbacks.phoneme == nullptr) return;
   report.job = m_job;
   post(report);
 }
 
-void Channel::errorMet(OSErr error, long position) {
+void Channel::handleError(OSErr error, long position) {
   Report report{Report::Kind::Error, 0};
   report.code = error;
   report.position = position;
-  const std::lock_guard held(m_lock);
+  const base::ScopedLock held(m_lock);
   noteError(error, position);
   if (m_callbacks.error == nullptr && m_callbacks.errorCF == nullptr) return;
   report.job = m_job;
@@ -85,29 +93,30 @@ void Channel::post(const Report& report) noexcept {
   try {
     CallbackThread::shared().post(shared_from_this(), report);
   } catch (const std::bad_alloc&) {
-    // Without memory the client misses this one; speech-done has a place of its own.
+    // Out of memory: this report is lost. Speech-done is not, since it was allocated in advance.
   }
 }
 
 // ---- On the callback thread
 
+// Checked here, not when posting: the client may have disposed or stopped the channel meanwhile.
 void Channel::deliver(const Report& report) {
   ClientCallbacks callbacks;
   {
-    const std::lock_guard held(m_lock);
-    if (m_isDisposed) return;
+    const base::ScopedLock held(m_lock);
+    if (m_disposed) return;
     if (report.kind != Report::Kind::SpeechDone && report.job <= m_silencedJob) return;
     callbacks = m_callbacks;
   }
   if (report.kind == Report::Kind::TextDone) {
-    gatherMore(callbacks, report);
+    askForMoreText(callbacks, report);
   } else {
-    tell(callbacks, report);
+    callClient(callbacks, report);
   }
 }
 
-// An exception that leaves a client's function ends the process.
-void Channel::tell(const ClientCallbacks& callbacks, const Report& report) {
+// Not guarded: an exception that leaves a client's callback ends the process, as the contract says.
+void Channel::callClient(const ClientCallbacks& callbacks, const Report& report) {
   switch (report.kind) {
     case Report::Kind::SpeechDone:
       if (callbacks.speechDone != nullptr) callbacks.speechDone(m_handle, callbacks.refCon);
@@ -119,15 +128,17 @@ void Channel::tell(const ClientCallbacks& callbacks, const Report& report) {
       if (callbacks.phoneme != nullptr) callbacks.phoneme(m_handle, callbacks.refCon, report.code);
       return;
     case Report::Kind::Word:
-      return tellWord(callbacks, report);
+      return callWordCallbacks(callbacks, report);
     case Report::Kind::Error:
-      return tellError(callbacks, report);
+      return callErrorCallbacks(callbacks, report);
     case Report::Kind::TextDone:
       return;
   }
 }
 
-void Channel::tellWord(const ClientCallbacks& callbacks, const Report& report) {
+// The plain callback first. It may have stopped or disposed the channel, so the text for the second
+// one is read under the lock again, and retained: another job may replace it.
+void Channel::callWordCallbacks(const ClientCallbacks& callbacks, const Report& report) {
   if (callbacks.word != nullptr) {
     constexpr long kMost = std::numeric_limits<UInt16>::max();
     callbacks.word(m_handle, callbacks.refCon, static_cast<unsigned long>(report.position),
@@ -136,34 +147,35 @@ void Channel::tellWord(const ClientCallbacks& callbacks, const Report& report) {
   if (callbacks.wordCF == nullptr) return;
   Owned<CFStringRef> text;
   {
-    const std::lock_guard held(m_lock);
-    if (m_isDisposed || report.job != m_job || report.job <= m_silencedJob) return;
+    const base::ScopedLock held(m_lock);
+    if (m_disposed || report.job != m_job || report.job <= m_silencedJob) return;
     text = Owned(static_cast<CFStringRef>(CFRetain(m_text.string())));
   }
   callbacks.wordCF(m_handle, callbacks.refCon, text.get(), {report.position, report.length});
 }
 
-void Channel::tellError(const ClientCallbacks& callbacks, const Report& report) {
+// As callWordCallbacks(), but an error is reported even if its text is no longer current.
+void Channel::callErrorCallbacks(const ClientCallbacks& callbacks, const Report& report) {
   if (callbacks.error != nullptr) {
     callbacks.error(m_handle, callbacks.refCon, report.code, report.position);
   }
   if (callbacks.errorCF == nullptr) return;
   Owned<CFStringRef> text;
   {
-    const std::lock_guard held(m_lock);
-    if (m_isDisposed) return;
+    const base::ScopedLock held(m_lock);
+    if (m_disposed) return;
     if (report.job == m_job) text = Owned(static_cast<CFStringRef>(CFRetain(m_text.string())));
   }
   const Owned error(createSpeechError(report.code, text.get(), report.position));
   callbacks.errorCF(m_handle, callbacks.refCon, error.get());
 }
 
-// Asks the client for one more piece. Each is asked for by a report of its own, so that a client
-// that always has more to say leaves the others their turn.
-void Channel::gatherMore(const ClientCallbacks& callbacks, const Report& report) {
+// Asks the client for one piece of text. The next piece is a report of its own, so that a client
+// with an endless text does not block the callbacks of other channels.
+void Channel::askForMoreText(const ClientCallbacks& callbacks, const Report& report) {
   SInt32 flags = 0;
   {
-    const std::lock_guard held(m_lock);
+    const base::ScopedLock held(m_lock);
     flags = m_flags;
   }
   const void* piece = nullptr;
@@ -171,16 +183,17 @@ void Channel::gatherMore(const ClientCallbacks& callbacks, const Report& report)
   if (callbacks.textDone != nullptr) {
     callbacks.textDone(m_handle, callbacks.refCon, &piece, &bytes, &flags);
   }
-  if (!gatheringIsOver(report, piece, bytes)) return;
-  guarded([this]() -> OSErr {
-    return inTurnOrQueued([](Channel& channel) { return channel.startReadyJob(); });
+  if (!appendPiece(report, piece, bytes)) return;
+  resultOf([this]() -> OSErr {
+    return runOrQueue([](Channel& channel) { return channel.startReadyJob(); });
   });
 }
 
-// Adds the piece and asks for the next one. True when this was the last and the text is ready.
-bool Channel::gatheringIsOver(const Report& report, const void* piece, unsigned long bytes) {
-  const std::lock_guard held(m_lock);
-  // The client may have stopped the speech, or begun another, meanwhile.
+// Appends the piece and posts the request for the next one. Returns true if the text is complete;
+// the job is ready then.
+bool Channel::appendPiece(const Report& report, const void* piece, unsigned long bytes) {
+  const base::ScopedLock held(m_lock);
+  // The callback may have stopped the channel or started another text.
   if (m_phase != Phase::Gathering || report.job != m_job) return false;
   const std::size_t room = kLongestText - m_text.bytes().size();
   try {
@@ -190,7 +203,7 @@ bool Channel::gatheringIsOver(const Report& report, const void* piece, unsigned 
       return false;
     }
   } catch (const std::bad_alloc&) {
-    // Without memory for more, the text ends here.
+    // Out of memory: the text ends here.
   }
   m_phase = Phase::Ready;
   return true;

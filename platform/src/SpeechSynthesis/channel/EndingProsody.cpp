@@ -6,6 +6,7 @@
 namespace platform {
 namespace {
 
+// All bytes above ASCII count as letters: punctuation among them is rare at the end of a text.
 bool isInWord(char character) {
   const auto byte = static_cast<unsigned char>(character);
   return (byte >= '0' && byte <= '9') || (byte >= 'A' && byte <= 'Z') ||
@@ -15,6 +16,7 @@ bool isInWord(char character) {
 }  // namespace
 
 std::string withoutEndingProsody(const std::string& text) {
+  // A command that changes how text is read; the words alone, without "[[", are ordinary text.
   for (const std::string_view command : {"inpt", "char"}) {
     if (text.find(command) != std::string::npos && text.find("[[") != std::string::npos) {
       return text;

@@ -1,16 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// EndingProsody: a text whose end does not sound like the end of a sentence. Without state.
+// EndingProsody: the effect of the flag kNoEndingProsody. Stateless.
 #pragma once
 
 #include <string>
 
 namespace platform {
 
-// `text`, in Mac OS Roman, so that the voice stays up at its end: a comma goes behind a last word
-// that nothing ends. A text that ends otherwise is as it is, since its writer has said how; so is
-// one that changes how text is read (phonemes, letter by letter), where a comma would be more than
-// that. What is added lies behind every place of `text`.
+// Returns `text` (Mac OS Roman) such that its last word does not sound like the end of a sentence:
+// a comma is added if the text ends with a word. Other texts are returned unchanged: punctuation at
+// the end is the writer's choice, and in a text with commands for phonemes or for spelling a comma
+// would be spoken. Positions in `text` are not affected.
 std::string withoutEndingProsody(const std::string& text);
 
 }  // namespace platform

@@ -10,17 +10,18 @@
 namespace platform {
 namespace {
 
-// A thread starts with the signal mask of the one that starts it.
-class SignalsHeld {
+// RAII guard: blocks all signals on this thread. A new thread inherits the mask of the thread that
+// starts it, so it never runs with signals unblocked.
+class SignalBlocker {
  public:
-  SignalsHeld() {
+  SignalBlocker() {
     sigset_t all;
     sigfillset(&all);
     pthread_sigmask(SIG_SETMASK, &all, &m_before);
   }
-  ~SignalsHeld() { pthread_sigmask(SIG_SETMASK, &m_before, nullptr); }
-  SignalsHeld(const SignalsHeld&) = delete;
-  SignalsHeld& operator=(const SignalsHeld&) = delete;
+  ~SignalBlocker() { pthread_sigmask(SIG_SETMASK, &m_before, nullptr); }
+  SignalBlocker(const SignalBlocker&) = delete;
+  SignalBlocker& operator=(const SignalBlocker&) = delete;
 
  private:
   sigset_t m_before{};
@@ -29,7 +30,7 @@ class SignalsHeld {
 }  // namespace
 
 void startThread(std::function<void()> work) {
-  const SignalsHeld held;
+  const SignalBlocker held;
   std::thread(std::move(work)).detach();
 }
 

@@ -1,4 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
+//
+// Trampolines: noexcept, since a synthesizer does not expect exceptions from its callbacks. The
+// channel's handlers throw none.
 #include "SpeechSynthesis/channel/Trampolines.h"
 
 #include <memory>
@@ -8,8 +11,9 @@
 namespace platform::trampolines {
 namespace {
 
+// The reference keeps the channel alive during `work`, even if a client disposes it.
 template <typename Work>
-void onChannel(SRefCon handle, Work work) {
+void withChannel(SRefCon handle, Work work) {
   const auto channel = ChannelRegistry::shared().find(static_cast<SpeechChannel>(handle));
   if (channel) work(*channel);
 }
@@ -17,24 +21,24 @@ void onChannel(SRefCon handle, Work work) {
 }  // namespace
 
 void speechDone(SpeechChannel /*identifier*/, SRefCon handle) noexcept {
-  onChannel(handle, [](Channel& channel) { channel.jobHasEnded(); });
+  withChannel(handle, [](Channel& channel) { channel.handleJobEnd(); });
 }
 
 void sync(SpeechChannel /*identifier*/, SRefCon handle, OSType message) noexcept {
-  onChannel(handle, [=](Channel& channel) { channel.syncReached(message); });
+  withChannel(handle, [=](Channel& channel) { channel.handleSync(message); });
 }
 
 void error(SpeechChannel /*identifier*/, SRefCon handle, OSErr problem, long bytePos) noexcept {
-  onChannel(handle, [=](Channel& channel) { channel.errorMet(problem, bytePos); });
+  withChannel(handle, [=](Channel& channel) { channel.handleError(problem, bytePos); });
 }
 
 void phoneme(SpeechChannel /*identifier*/, SRefCon handle, SInt16 opcode) noexcept {
-  onChannel(handle, [=](Channel& channel) { channel.phonemeReached(opcode); });
+  withChannel(handle, [=](Channel& channel) { channel.handlePhoneme(opcode); });
 }
 
 void word(SpeechChannel /*identifier*/, SRefCon handle, unsigned long wordPos,
           UInt16 wordLen) noexcept {
-  onChannel(handle, [=](Channel& channel) { channel.wordReached(wordPos, wordLen); });
+  withChannel(handle, [=](Channel& channel) { channel.handleWord(wordPos, wordLen); });
 }
 
 }  // namespace platform::trampolines

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Trampolines: the callbacks that the Manager gives a synthesizer.
+// Trampolines: the callbacks that the Manager gives to a synthesizer.
 //
-// A synthesizer names the channel by its own identifier; the reference constant that the Manager
-// has set is the client's handle. A trampoline finds the channel by it and notes what happened, on
-// whatever thread the synthesizer calls; clients are called elsewhere (CallbackThread.h). A report
-// about a channel that is disposed is dropped.
+// A synthesizer passes its own channel identifier, and as reference constant the client's handle,
+// which the Manager has set. A trampoline finds the channel by the handle and forwards the event to
+// it. It runs on a thread of the synthesizer; the client is called on another thread
+// (CallbackThread.h). Events of a disposed channel are dropped. `identifier` is not used.
 #pragma once
 
 #include <ApplicationServices/SpeechSynthesis.h>

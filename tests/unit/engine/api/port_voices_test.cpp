@@ -119,19 +119,19 @@ TEST(VoiceFolder, IsLoadedWithoutAVariantAndWithCarriageReturns) {
 
 TEST(VoiceFolder, IsRefusedWithTheLineOrTheKeyThatIsWrong) {
   const std::vector<std::pair<std::string, std::string>> wrong = {
-      {"", "has no format"},
+      {"", "missing key format"},
       {changed("format = 1", "format = 2"), "line 2: format is out of range"},
-      {changed("format = 1\n", ""), "has no format"},
-      {changed("language = en-us\n", ""), "has no language"},
-      {changed("pitch.scale = 65.8\n", ""), "has no pitch.scale"},
-      {changed("pitch.highest = 323\n", ""), "has no pitch.highest"},
+      {changed("format = 1\n", ""), "missing key format"},
+      {changed("language = en-us\n", ""), "missing key language"},
+      {changed("pitch.scale = 65.8\n", ""), "missing key pitch.scale"},
+      {changed("pitch.highest = 323\n", ""), "missing key pitch.highest"},
       {changed("Test   # for people", ""), "name is empty"},
       {changed("Test", std::string(64, 'a')), "line 3: name is not a line of text"},
       {changed("Test", "a\x01"), "line 3: name is not a line of text"},
-      {changed("en-us", ""), "language or variant is not a name"},
-      {changed("en-us", "../en-us"), "language or variant is not a name"},
-      {changed("en-us", "xx-nowhere"), "language is not known to the synthesiser"},
-      {changed("f2", "nobody"), "variant is not known to the synthesiser"},
+      {changed("en-us", ""), "language or variant is invalid"},
+      {changed("en-us", "../en-us"), "language or variant is invalid"},
+      {changed("en-us", "xx-nowhere"), "the synthesiser does not know the language"},
+      {changed("f2", "nobody"), "the synthesiser does not know the variant"},
       {changed("65.8", "0"), "line 9: pitch.scale is out of range"},
       {changed("65.8", "1e300"), "line 9: pitch.scale is out of range"},
       {changed("65.8", "-65.8"), "line 9: pitch.scale is out of range"},
@@ -139,16 +139,16 @@ TEST(VoiceFolder, IsRefusedWithTheLineOrTheKeyThatIsWrong) {
       {changed("37.9", "37.9 Hz"), "line 7: pitch.offset is not a number"},
       {changed("0.506", "inf"), "line 8: pitch.range is not a number"},
       {changed("1.2", "0"), "line 10: pitch.spread is out of range"},
-      {changed("323", "900"), "pitch.lowest or pitch.highest is not what the other constants give"},
-      {changed("129", "30"), "pitch.lowest or pitch.highest is not what the other constants give"},
-      {kVoice + "nonsense\n", "line 13: there is no \"=\""},
-      {kVoice + "unheard.of = 1\n", "line 13: the key \"unheard.of\" is not known"},
-      {kVoice + "variant = m3\n", "line 13: variant is there twice"},
+      {changed("323", "900"), "pitch.lowest or pitch.highest does not match the other constants"},
+      {changed("129", "30"), "pitch.lowest or pitch.highest does not match the other constants"},
+      {kVoice + "nonsense\n", "line 13: missing \"=\""},
+      {kVoice + "unheard.of = 1\n", "line 13: unknown key \"unheard.of\""},
+      {kVoice + "variant = m3\n", "line 13: duplicate key variant"},
       {std::string("\x7f"
                    "ELF\x02\x01\0\0= \xFF",
                    12),
-       "line 1: the key \"?ELF????\" is not known"},
-      {std::string(100'000, '#'), "is too long for a voice"},
+       "line 1: unknown key \"?ELF????\""},
+      {std::string(100'000, '#'), "is too large for a voice"},
   };
   const Folder folder;
   for (const auto& [content, complaint] : wrong) {
@@ -171,7 +171,7 @@ TEST(VoiceFolder, IsRefusedWhereverItsFileBreaksOff) {
 TEST(VoiceFolder, IsRefusedWhenItIsNone) {
   const Folder folder;
   folder.write("file", kVoice);
-  EXPECT_THAT(refusal(""), HasSubstr("the folder has no name"));
+  EXPECT_THAT(refusal(""), HasSubstr("the folder name is empty"));
   EXPECT_THAT(refusal(folder.path()), HasSubstr("kavrel.voice: No such file or directory"));
   EXPECT_THAT(refusal(folder.path("none")), HasSubstr("No such file or directory"));
   EXPECT_THAT(refusal(folder.path("file")), HasSubstr("Not a directory"));
@@ -184,13 +184,13 @@ TEST(VoiceFolder, IsRefusedWhenItsFileIsSomethingElse) {
   const Folder folder;
   const std::string file = folder.path(kFile);
   ASSERT_EQ(mkfifo(file.c_str(), 0600), 0);
-  EXPECT_THAT(refusal(folder.path()), HasSubstr("kavrel.voice: is not a file"));
+  EXPECT_THAT(refusal(folder.path()), HasSubstr("kavrel.voice: is not a regular file"));
   fs::remove(file);
   fs::create_directory(file);
-  EXPECT_THAT(refusal(folder.path()), HasSubstr("kavrel.voice: is not a file"));
+  EXPECT_THAT(refusal(folder.path()), HasSubstr("kavrel.voice: is not a regular file"));
   fs::remove(file);
   fs::create_symlink("/dev/zero", file);
-  EXPECT_THAT(refusal(folder.path()), HasSubstr("kavrel.voice: is not a file"));
+  EXPECT_THAT(refusal(folder.path()), HasSubstr("kavrel.voice: is not a regular file"));
 }
 
 TEST(VoiceFolder, IsRefusedWhenItsFileCannotBeRead) {
@@ -208,7 +208,7 @@ TEST(VoiceFolder, IsRefusedWhenItsFileIsHuge) {
   const Folder folder;
   folder.write(kFile, kVoice);
   fs::resize_file(folder.path(kFile), std::uintmax_t{1} << 40U);
-  EXPECT_THAT(refusal(folder.path()), HasSubstr("is too long for a voice"));
+  EXPECT_THAT(refusal(folder.path()), HasSubstr("is too large for a voice"));
 }
 
 TEST(VoiceFolder, ThatIsWrongLeavesTheVoiceAsItWas) {

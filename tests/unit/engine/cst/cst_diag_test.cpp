@@ -152,6 +152,6 @@ TEST_F(Diagnostics, NameThePhonesThatNobodyKnows) {
   cst_diag_level = 0;
   const auto lines = writes();
   ASSERT_EQ(lines.size(), 1u);
-  EXPECT_TRUE(lines[0].ends_with("[engine] no phone is called \"qq\" (element at byte 5)\n"))
+  EXPECT_TRUE(lines[0].ends_with("[engine] unknown phone \"qq\" (element at byte 5)\n"))
       << lines[0];
 }

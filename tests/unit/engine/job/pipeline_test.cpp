@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Producing ahead of whoever takes the pieces.
+// Producing ahead of whoever takes the segments.
 #include "job/pipeline.h"
 
 #include <atomic>
@@ -9,12 +9,12 @@
 
 #include <gtest/gtest.h>
 
-#include "synth/voice.h"
+#include "synth/voice_cache.h"
 
-using kavrel::Entry;
-using kavrel::Piece;
 using kavrel::Pipeline;
 using kavrel::Producer;
+using kavrel::SpeechSegment;
+using kavrel::TimedEvent;
 
 namespace {
 
@@ -23,10 +23,10 @@ const std::string kText = "One. Two <mark name=\"m\"/>three. <break time=\"1s\"/
 // The kinds and texts of all that happens, to the end.
 std::vector<std::string> eventsOf(Pipeline& pipeline) {
   std::vector<std::string> events;
-  Piece piece;
-  while (pipeline.next(piece) == Producer::Result::Piece) {
-    for (const Entry& entry : piece.entries) {
-      events.push_back(std::to_string(entry.type) + entry.text);
+  SpeechSegment segment;
+  while (pipeline.next(segment) == Producer::Result::Segment) {
+    for (const TimedEvent& event : segment.events) {
+      events.push_back(std::to_string(event.type) + event.text);
     }
   }
   return events;
@@ -34,7 +34,7 @@ std::vector<std::string> eventsOf(Pipeline& pipeline) {
 
 }  // namespace
 
-TEST(Pipeline, GivesTheSamePiecesAheadAsOnDemand) {
+TEST(Pipeline, GivesTheSameSegmentsAheadAsOnDemand) {
   std::atomic<bool> cancel = false;
   Pipeline onDemand(kText, kavrel::defaultVoice(), cancel, false);
   Pipeline ahead(kText, kavrel::defaultVoice(), cancel, true);
@@ -48,9 +48,9 @@ TEST(Pipeline, IsGivenUpWhereverItStands) {
     std::atomic<bool> cancel = false;
     {
       Pipeline pipeline(kText, kavrel::defaultVoice(), cancel, true);
-      Piece piece;
+      SpeechSegment segment;
       for (int i = 0; i < taken; ++i) {
-        ASSERT_EQ(pipeline.next(piece), Producer::Result::Piece);
+        ASSERT_EQ(pipeline.next(segment), Producer::Result::Segment);
       }
     }
     EXPECT_TRUE(cancel);

@@ -9,67 +9,67 @@
 #include <gtest/gtest.h>
 
 #include "output/clock_sink.h"
-#include "synth/synthesiser.h"
+#include "sample_rate.h"
 
-using kavrel::Clock;
+using base::Clock;
 using kavrel::ClockSink;
-using kavrel::Entry;
-using kavrel::Piece;
+using kavrel::SpeechSegment;
+using kavrel::TimedEvent;
 using kavrel::Timeline;
 
 namespace {
 
-Entry wordAt(std::uint64_t sample) {
-  Entry entry;
-  entry.sample = sample;
-  entry.type = KAVREL_EVENT_WORD;
-  entry.endsWord = true;
-  return entry;
+TimedEvent wordAt(std::uint64_t sample) {
+  TimedEvent event;
+  event.sample = sample;
+  event.type = KAVREL_EVENT_WORD;
+  event.endsWord = true;
+  return event;
 }
 
-Entry sentenceEndAt(std::uint64_t sample) {
-  Entry entry;
-  entry.sample = sample;
-  entry.endsWord = true;
-  entry.endsSentence = true;
-  return entry;
+TimedEvent sentenceEndAt(std::uint64_t sample) {
+  TimedEvent event;
+  event.sample = sample;
+  event.endsWord = true;
+  event.endsSentence = true;
+  return event;
 }
 
-Piece piece(std::size_t samples, std::vector<Entry> entries = {}) {
-  Piece result;
+SpeechSegment segment(std::size_t samples, std::vector<TimedEvent> events = {}) {
+  SpeechSegment result;
   result.samples.assign(samples, 7);
-  result.entries = std::move(entries);
+  result.events = std::move(events);
   return result;
 }
 
-std::optional<std::uint64_t> cutSample(const Timeline& timeline, std::uint64_t heard,
-                                       bool sentence) {
-  const auto cut = timeline.findCut(heard, sentence);
-  return cut.has_value() ? std::optional(cut->sample) : std::nullopt;
+std::optional<std::uint64_t> boundarySample(const Timeline& timeline, std::uint64_t heard,
+                                            bool sentence) {
+  const auto boundary = timeline.findBoundary(heard, sentence);
+  return boundary.has_value() ? std::optional(boundary->sample) : std::nullopt;
 }
 
 }  // namespace
 
-TEST(Timeline, CountsSamplesFromTheFirstPiece) {
+TEST(Timeline, CountsSamplesFromTheFirstSegment) {
   Timeline timeline;
-  timeline.append(piece(100, {wordAt(10)}));
-  timeline.append(piece(50, {wordAt(20)}));
+  timeline.append(segment(100, {wordAt(10)}));
+  timeline.append(segment(50, {wordAt(20)}));
   EXPECT_EQ(timeline.end(), 150u);
-  EXPECT_EQ(timeline.takeEntry().sample, 10u);
-  EXPECT_EQ(timeline.nextEntry()->sample, 120u);
+  EXPECT_EQ(timeline.takeEvent().sample, 10u);
+  EXPECT_EQ(timeline.nextEvent()->sample, 120u);
 }
 
-TEST(Timeline, GivesSamplesUpToTheEndOfAPiece) {
+TEST(Timeline, GivesSamplesUpToTheEndOfASegment) {
   Timeline timeline;
-  timeline.append(piece(100));
-  timeline.append(piece(50));
+  timeline.append(segment(100));
+  timeline.append(segment(50));
   EXPECT_EQ(timeline.samplesAt(90, 1000).size(), 10u);
   EXPECT_EQ(timeline.samplesAt(100, 20).size(), 20u);
 }
 
 TEST(Timeline, GivesSilenceWithoutStoringIt) {
   Timeline timeline;
-  Piece silent = piece(2);
+  SpeechSegment silent = segment(2);
   silent.silence = std::uint64_t{1} << 40;
   timeline.append(std::move(silent));
   EXPECT_EQ(timeline.samplesAt(0, 10).size(), 2u);
@@ -81,36 +81,36 @@ TEST(Timeline, GivesSilenceWithoutStoringIt) {
 
 TEST(Timeline, FindsTheEndOfTheCurrentWord) {
   Timeline timeline;
-  timeline.append(piece(100, {wordAt(0), wordAt(40), sentenceEndAt(100)}));
-  timeline.takeEntry();
-  EXPECT_EQ(cutSample(timeline, 0, false), 40u);
-  EXPECT_EQ(cutSample(timeline, 39, false), 40u);
-  timeline.takeEntry();
-  EXPECT_EQ(cutSample(timeline, 40, false), 100u);
-  EXPECT_EQ(cutSample(timeline, 0, true), 100u);
+  timeline.append(segment(100, {wordAt(0), wordAt(40), sentenceEndAt(100)}));
+  timeline.takeEvent();
+  EXPECT_EQ(boundarySample(timeline, 0, false), 40u);
+  EXPECT_EQ(boundarySample(timeline, 39, false), 40u);
+  timeline.takeEvent();
+  EXPECT_EQ(boundarySample(timeline, 40, false), 100u);
+  EXPECT_EQ(boundarySample(timeline, 0, true), 100u);
 }
 
 TEST(Timeline, CutsWhereItStandsWhenNoWordHasBegun) {
   Timeline timeline;
-  timeline.append(piece(100, {wordAt(0)}));
-  EXPECT_EQ(cutSample(timeline, 0, false), 0u);
+  timeline.append(segment(100, {wordAt(0)}));
+  EXPECT_EQ(boundarySample(timeline, 0, false), 0u);
 }
 
-TEST(Timeline, KnowsNoCutThatHasNotBeenProduced) {
+TEST(Timeline, KnowsNoBoundaryThatHasNotBeenProduced) {
   Timeline timeline;
-  timeline.append(piece(100, {wordAt(0)}));
-  timeline.takeEntry();
-  EXPECT_EQ(cutSample(timeline, 10, false), std::nullopt);
+  timeline.append(segment(100, {wordAt(0)}));
+  timeline.takeEvent();
+  EXPECT_EQ(boundarySample(timeline, 10, false), std::nullopt);
 }
 
-TEST(Timeline, ForgetsOnlyWhatHasBeenHeardAndTaken) {
+TEST(Timeline, DiscardsOnlyWhatHasBeenHeardAndTaken) {
   Timeline timeline;
-  timeline.append(piece(100, {wordAt(0), wordAt(40)}));
-  timeline.append(piece(100, {wordAt(0)}));
-  timeline.takeEntry();
-  timeline.forget(150);
+  timeline.append(segment(100, {wordAt(0), wordAt(40)}));
+  timeline.append(segment(100, {wordAt(0)}));
+  timeline.takeEvent();
+  timeline.discard(150);
   EXPECT_EQ(timeline.takenCount(), 1u);
-  EXPECT_EQ(timeline.nextEntry()->sample, 40u);
+  EXPECT_EQ(timeline.nextEvent()->sample, 40u);
   EXPECT_EQ(timeline.samplesAt(150, 1000).size(), 50u);
 }
 

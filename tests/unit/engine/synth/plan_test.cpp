@@ -9,14 +9,15 @@
 
 #include <gtest/gtest.h>
 
-#include "synth/voice.h"
+#include "synth/plan.h"
+#include "synth/voice_cache.h"
 #include "text/sentence.h"
 
 using kavrel::Item;
 using kavrel::Plan;
 using kavrel::Sentence;
-using kavrel::Step;
 using kavrel::Style;
+using kavrel::SynthCall;
 
 namespace {
 
@@ -34,27 +35,28 @@ Item pause(std::uint32_t milliseconds) {
   return item;
 }
 
-std::vector<Step> planned(const std::vector<Item>& items, bool ends = true) {
+std::vector<SynthCall> planned(const std::vector<Item>& items, bool ends = true) {
   Sentence sentence;
   sentence.items = items;
   sentence.ends = ends;
   Plan plan(sentence, kavrel::defaultVoice());
-  std::vector<Step> steps;
-  Step step;
-  while (plan.next(step)) steps.push_back(step);
-  return steps;
+  std::vector<SynthCall> calls;
+  SynthCall call;
+  while (plan.next(call)) calls.push_back(call);
+  return calls;
 }
 
 // The call's text with its commands made visible.
-std::string visible(const Step& step) {
+std::string visible(const SynthCall& call) {
   std::string text;
-  for (const wchar_t c : step.input.text) text += c == 1 ? '^' : static_cast<char>(c);
+  for (const wchar_t c : call.input.text) text += c == 1 ? '^' : static_cast<char>(c);
   return text;
 }
 
-std::vector<std::size_t> allMarks(const std::vector<Step>& steps) {
+std::vector<std::size_t> allMarks(const std::vector<SynthCall>& calls) {
   std::vector<std::size_t> marks;
-  for (const Step& step : steps) marks.insert(marks.end(), step.marks.begin(), step.marks.end());
+  for (const SynthCall& call : calls)
+    marks.insert(marks.end(), call.marks.begin(), call.marks.end());
   return marks;
 }
 
@@ -67,13 +69,13 @@ Style style(void (*change)(Style&)) {
 }  // namespace
 
 TEST(SynthPlan, PutsAMarkInFrontOfEveryWord) {
-  const auto steps = planned({word(L"Hello,"), word(L"world.")});
-  ASSERT_EQ(steps.size(), 1u);
-  EXPECT_EQ(visible(steps[0]), "^1M Hello, ^2M world. ");
-  EXPECT_EQ(steps[0].marks, (std::vector<std::size_t>{0, 1}));
-  EXPECT_TRUE(steps[0].audible);
-  EXPECT_TRUE(steps[0].input.endPause);
-  EXPECT_EQ(steps[0].input.settings, (kavrel::Synthesiser::Settings{180, 50, 50}));
+  const auto calls = planned({word(L"Hello,"), word(L"world.")});
+  ASSERT_EQ(calls.size(), 1u);
+  EXPECT_EQ(visible(calls[0]), "^1M Hello, ^2M world. ");
+  EXPECT_EQ(calls[0].marks, (std::vector<std::size_t>{0, 1}));
+  EXPECT_TRUE(calls[0].audible);
+  EXPECT_TRUE(calls[0].input.endPause);
+  EXPECT_EQ(calls[0].input.settings, (kavrel::Synthesiser::Settings{180, 50, 50}));
 }
 
 TEST(SynthPlan, LeavesThePauseOutWhenTheSentenceGoesOn) {
@@ -81,44 +83,44 @@ TEST(SynthPlan, LeavesThePauseOutWhenTheSentenceGoesOn) {
 }
 
 TEST(SynthPlan, EndsACallAtABreak) {
-  const auto steps = planned({word(L"One"), pause(20), word(L"two.")});
-  ASSERT_EQ(steps.size(), 3u);
-  EXPECT_FALSE(steps[0].input.endPause);
-  EXPECT_TRUE(steps[1].isBreak);
-  EXPECT_EQ(steps[1].breakItem, 1u);
-  EXPECT_EQ(visible(steps[2]), "^1M two. ");
-  EXPECT_EQ(steps[2].marks, std::vector<std::size_t>{2});
+  const auto calls = planned({word(L"One"), pause(20), word(L"two.")});
+  ASSERT_EQ(calls.size(), 3u);
+  EXPECT_FALSE(calls[0].input.endPause);
+  EXPECT_TRUE(calls[1].isBreak);
+  EXPECT_EQ(calls[1].breakItem, 1u);
+  EXPECT_EQ(visible(calls[2]), "^1M two. ");
+  EXPECT_EQ(calls[2].marks, std::vector<std::size_t>{2});
 }
 
 TEST(SynthPlan, TakesTheFirstWordsStyleAsSettingAndLaterOnesAsCommands) {
   const Style slow = style([](Style& s) { s.rate = 80; });
   const Style high = style([](Style& s) { s.pitch = 150; });
-  const auto steps = planned({word(L"a", slow), word(L"b", high)});
-  EXPECT_EQ(steps[0].input.settings.rate, 80);
-  EXPECT_EQ(steps[0].input.settings.pitch, 50);
-  EXPECT_TRUE(visible(steps[0]).starts_with("^1M a ^180S ^")) << visible(steps[0]);
-  EXPECT_TRUE(visible(steps[0]).ends_with("P ^2M b ")) << visible(steps[0]);
+  const auto calls = planned({word(L"a", slow), word(L"b", high)});
+  EXPECT_EQ(calls[0].input.settings.rate, 80);
+  EXPECT_EQ(calls[0].input.settings.pitch, 50);
+  EXPECT_TRUE(visible(calls[0]).starts_with("^1M a ^180S ^")) << visible(calls[0]);
+  EXPECT_TRUE(visible(calls[0]).ends_with("P ^2M b ")) << visible(calls[0]);
 }
 
 TEST(SynthPlan, LeavesVolumeAndSpeedToWhatIsDoneToTheSound) {
-  using Finish = kavrel::CallSound::Finish;
+  using Adjustment = kavrel::SynthAudio::Adjustment;
   const Style quiet = style([](Style& s) { s.volume = 40; });
   const Style fast = style([](Style& s) { s.rate = 432; });
-  const auto steps = planned({word(L"a", quiet), word(L"b"), word(L"c", fast)});
-  ASSERT_EQ(steps.size(), 1u);
-  EXPECT_EQ(visible(steps[0]), "^1M a ^2M b ^220S ^3M c ");
-  EXPECT_EQ(steps[0].input.finishes,
-            (std::vector<Finish>{{0, 40, 1, 1}, {2, 100, 1, 1}, {3, 100, 1.2, 2}}));
+  const auto calls = planned({word(L"a", quiet), word(L"b"), word(L"c", fast)});
+  ASSERT_EQ(calls.size(), 1u);
+  EXPECT_EQ(visible(calls[0]), "^1M a ^2M b ^220S ^3M c ");
+  EXPECT_EQ(calls[0].input.adjustments,
+            (std::vector<Adjustment>{{0, 40, 1, 1}, {2, 100, 1, 1}, {3, 100, 1.2, 2}}));
 }
 
 TEST(SynthPlan, HasNoCommandForAMarkInsideAWord) {
   Item mark;
   mark.kind = Item::Kind::Mark;
   mark.share = 0.25;
-  const auto steps = planned({word(L"a"), mark, word(L"b")});
-  EXPECT_EQ(visible(steps[0]), "^1M a ^3M b ");
-  EXPECT_EQ(steps[0].marks, (std::vector<std::size_t>{0, 1, 2}));
-  EXPECT_EQ(steps[0].input.innerMarks, (std::vector<kavrel::CallSound::InnerMark>{{2, 0.25}}));
+  const auto calls = planned({word(L"a"), mark, word(L"b")});
+  EXPECT_EQ(visible(calls[0]), "^1M a ^3M b ");
+  EXPECT_EQ(calls[0].marks, (std::vector<std::size_t>{0, 1, 2}));
+  EXPECT_EQ(calls[0].input.innerMarks, (std::vector<kavrel::SynthAudio::InnerMark>{{2, 0.25}}));
 }
 
 TEST(SynthPlan, WritesAMinusThatTheSynthesiserReads) {
@@ -148,11 +150,11 @@ TEST(SynthPlan, KeepsRatesAndVolumesWithinWhatTheSynthesiserTakes) {
       style([](Style& s) { s.rate = 1e9, s.volume = 1e9, s.pitch = 1e9, s.range = 1e9; });
   const auto slow = planned({word(L"a", low)})[0].input;
   EXPECT_EQ(slow.settings, (kavrel::Synthesiser::Settings{80, 0, 0}));
-  EXPECT_EQ(slow.finishes[0].volume, 0);
+  EXPECT_EQ(slow.adjustments[0].volume, 0);
   const auto fast = planned({word(L"a", high)})[0].input;
   EXPECT_EQ(fast.settings, (kavrel::Synthesiser::Settings{220, 99, 99}));
-  EXPECT_EQ(fast.finishes[0].volume, 300);
-  EXPECT_NEAR(fast.finishes[0].speed, 600.0 / 216, 0.01);
+  EXPECT_EQ(fast.adjustments[0].volume, 300);
+  EXPECT_NEAR(fast.adjustments[0].speed, 600.0 / 216, 0.01);
 }
 
 TEST(SynthPlan, HasThePitchThatTheVoiceIsSaidToHave) {
@@ -166,29 +168,29 @@ TEST(SynthPlan, MovesThePitchOverTheRangeThatIsAskedFor) {
 }
 
 TEST(SynthPlan, LetsNothingInTheTextBeACommandOrPhones) {
-  const auto steps =
+  const auto calls =
       planned({word(L"\x01"
                     L"9S[[[h]]\x7F")});
-  EXPECT_EQ(visible(steps[0]), "^1M 9S[ [ [h]] ");
-  EXPECT_FALSE(steps[0].input.hasPhones);
+  EXPECT_EQ(visible(calls[0]), "^1M 9S[ [ [h]] ");
+  EXPECT_FALSE(calls[0].input.hasPhones);
 }
 
 TEST(SynthPlan, WritesPhonesInTheSynthesisersNotation) {
   Item item;
   item.kind = Item::Kind::Phones;
   item.phones = {{"k", -1}, {"ae", 1}, {"t", -1}};
-  const auto steps = planned({item});
-  EXPECT_TRUE(steps[0].input.hasPhones);
-  EXPECT_EQ(visible(steps[0]).substr(0, 6), "^1M [[");
+  const auto calls = planned({item});
+  EXPECT_TRUE(calls[0].input.hasPhones);
+  EXPECT_EQ(visible(calls[0]).substr(0, 6), "^1M [[");
 }
 
 TEST(SynthPlan, HasNothingToSayForMarksAlone) {
   Item mark;
   mark.kind = Item::Kind::Mark;
-  const auto steps = planned({mark, mark});
-  ASSERT_EQ(steps.size(), 1u);
-  EXPECT_FALSE(steps[0].audible);
-  EXPECT_EQ(steps[0].marks, (std::vector<std::size_t>{0, 1}));
+  const auto calls = planned({mark, mark});
+  ASSERT_EQ(calls.size(), 1u);
+  EXPECT_FALSE(calls[0].audible);
+  EXPECT_EQ(calls[0].marks, (std::vector<std::size_t>{0, 1}));
 }
 
 TEST(SynthPlan, CutsLongSentencesWithoutLosingAnItem) {
@@ -198,25 +200,25 @@ TEST(SynthPlan, CutsLongSentencesWithoutLosingAnItem) {
     items.push_back(word(index % 30 == 29 ? L"word," : L"word"));
     expected.push_back(index);
   }
-  const auto steps = planned(items);
-  EXPECT_EQ(allMarks(steps), expected);
-  for (const Step& step : steps) {
-    EXPECT_LT(step.input.text.size(), 750u);
-    EXPECT_LE(step.marks.size(), 250u);
+  const auto calls = planned(items);
+  EXPECT_EQ(allMarks(calls), expected);
+  for (const SynthCall& call : calls) {
+    EXPECT_LT(call.input.text.size(), 750u);
+    EXPECT_LE(call.marks.size(), 250u);
   }
-  for (auto step = steps.begin(); step + 1 < steps.end(); ++step) {
-    EXPECT_EQ(visible(*step).substr(visible(*step).size() - 6), "word, ");
+  for (auto call = calls.begin(); call + 1 < calls.end(); ++call) {
+    EXPECT_EQ(visible(*call).substr(visible(*call).size() - 6), "word, ");
   }
 }
 
 TEST(SynthPlan, CutsALongWordIntoParts) {
-  const auto steps = planned({word(std::wstring(5000, L'x')), word(L"end")});
-  EXPECT_EQ(allMarks(steps), (std::vector<std::size_t>{0, 1}));
+  const auto calls = planned({word(std::wstring(5000, L'x')), word(L"end")});
+  EXPECT_EQ(allMarks(calls), (std::vector<std::size_t>{0, 1}));
   std::size_t count = 0;
-  for (const Step& step : steps) {
-    EXPECT_LT(step.input.text.size(), 750u);
+  for (const SynthCall& call : calls) {
+    EXPECT_LT(call.input.text.size(), 750u);
     count +=
-        static_cast<std::size_t>(std::count(step.input.text.begin(), step.input.text.end(), L'x'));
+        static_cast<std::size_t>(std::count(call.input.text.begin(), call.input.text.end(), L'x'));
   }
   EXPECT_EQ(count, 5000u);
 }

@@ -8,6 +8,9 @@
 
 #include <gtest/gtest.h>
 
+#include "synth/voice.h"
+#include "synth/voice_cache.h"
+
 using kavrel::Voice;
 
 namespace {

@@ -92,7 +92,7 @@ TEST(StopOf, KnowsTitlesAndInitials) {
 
 TEST(StopOf, LeavesSomeToWhatFollows) {
   for (const char32_t* token : {U"etc.", U"etc.)", U"Inc.", U"Jr.", U"a.m.", U"U.S.", U"Jan."}) {
-    EXPECT_EQ(stop(token), Stop::UnlessSmall);
+    EXPECT_EQ(stop(token), Stop::UnlessLowerCase);
   }
   for (const char32_t* token : {U"No.", U"pp.", U"Fig.", U"vol."}) {
     EXPECT_EQ(stop(token), Stop::UnlessDigit);

@@ -11,7 +11,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "SpeechSynthesis/bundles/Places.h"
+#include "SpeechSynthesis/bundles/SearchPaths.h"
 #include "SpeechSynthesis/bundles/VoiceCatalogue.h"
 
 namespace {
@@ -61,7 +61,7 @@ class Bundles : public testing::Test {
     write(bundle + "/" + place, list + "</dict></plist>\n");
   }
 
-  // The message when Broken.SpeechVoice, the only bundle, is skipped.
+  // The message when the only bundle, Broken.SpeechVoice, is skipped.
   std::string reasonFor(const Dictionary& dictionary) {
     writeVoice("Broken.SpeechVoice", dictionary);
     testing::internal::CaptureStderr();
@@ -135,10 +135,10 @@ TEST_F(Bundles, AreSkippedWithTheNameOfAnInvalidKey) {
       {"VoiceID", "<integer>99999999999999999999</integer>", "VoiceID is out of range"},
       {"VoiceAge", "<integer>40000</integer>", "VoiceAge is out of range"},
       {"VoiceName", "<string></string>", "VoiceName is empty"},
-      {"VoiceName", "<string>" + std::string(64, 'n') + "</string>", "VoiceName is not at most 63"},
-      {"VoiceName", "<string>\xE4\xB8\x80</string>", "VoiceName is not at most 63"},
+      {"VoiceName", "<string>" + std::string(64, 'n') + "</string>", "VoiceName is longer than 63"},
+      {"VoiceName", "<string>\xE4\xB8\x80</string>", "VoiceName is longer than 63"},
       {"VoiceDemoText", "<string>" + std::string(256, 'n') + "</string>",
-       "VoiceDemoText is not at most 255"},
+       "VoiceDemoText is longer than 255"},
       {"VoiceGender", "<string>robot</string>", "VoiceGender is not male, female or neuter"},
       {"VoiceLocaleIdentifier", "<string>english</string>", "VoiceLocaleIdentifier is not"}};
   for (const auto& row : table) {
@@ -160,11 +160,11 @@ TEST_F(Bundles, AreSkippedWhenTheListIsMalformed) {
   const std::string said = testing::internal::GetCapturedStderr();
   EXPECT_EQ(catalogue.voices().size(), 1U);
   EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 5) << said;
-  EXPECT_THAT(said, HasSubstr("Cut.SpeechVoice is left out: Info.plist cannot be read"));
-  EXPECT_THAT(said, HasSubstr("Empty.SpeechVoice is left out: Info.plist cannot be read"));
-  EXPECT_THAT(said, HasSubstr("Other.SpeechVoice is left out: Info.plist has no dictionary"));
-  EXPECT_THAT(said, HasSubstr("Without.SpeechVoice is left out: there is no Info.plist in it"));
-  EXPECT_THAT(said, HasSubstr("File.SpeechVoice is left out: it is not a folder"));
+  EXPECT_THAT(said, HasSubstr("Cut.SpeechVoice is skipped: Info.plist cannot be read"));
+  EXPECT_THAT(said, HasSubstr("Empty.SpeechVoice is skipped: Info.plist cannot be read"));
+  EXPECT_THAT(said, HasSubstr("Other.SpeechVoice is skipped: Info.plist has no dictionary"));
+  EXPECT_THAT(said, HasSubstr("Without.SpeechVoice is skipped: it has no Info.plist"));
+  EXPECT_THAT(said, HasSubstr("File.SpeechVoice is skipped: it is not a folder"));
 }
 
 TEST_F(Bundles, WithOtherNamesAreIgnored) {
@@ -203,7 +203,7 @@ TEST_F(Bundles, AreReportedWhenTwoInOneFolderHaveOneIdentifier) {
   testing::internal::CaptureStderr();
   const VoiceCatalogue catalogue({m_folder});
   EXPECT_THAT(testing::internal::GetCapturedStderr(),
-              HasSubstr("B.SpeechVoice is left out: its identifier is taken by " +
+              HasSubstr("B.SpeechVoice is skipped: its VoiceCreator and VoiceID are those of " +
                         (m_folder / "A.SpeechVoice").native()));
   EXPECT_EQ(catalogue.voices().size(), 1U);
 }
@@ -242,12 +242,12 @@ TEST(VoiceCatalogue, ReadsTheVoicesOfTheProject) {
   EXPECT_EQ(pascal(catalogue.defaultVoice()->description.name), "Corin");
 }
 
-TEST(Places, ReadsFoldersOfAVariableInOrder) {
-  ASSERT_EQ(setenv("PLACES_TEST", ":/first::/second dir:", 1), 0);
-  EXPECT_EQ(platform::foldersFromEnvironment("PLACES_TEST"),
+TEST(SearchPaths, ListTheFoldersOfAVariableInOrder) {
+  ASSERT_EQ(setenv("SEARCH_PATHS_TEST", ":/first::/second dir:", 1), 0);
+  EXPECT_EQ(platform::foldersInVariable("SEARCH_PATHS_TEST"),
             (std::vector<fs::path>{"/first", "/second dir"}));
-  ASSERT_EQ(unsetenv("PLACES_TEST"), 0);
-  EXPECT_THAT(platform::foldersFromEnvironment("PLACES_TEST"), IsEmpty());
+  ASSERT_EQ(unsetenv("SEARCH_PATHS_TEST"), 0);
+  EXPECT_THAT(platform::foldersInVariable("SEARCH_PATHS_TEST"), IsEmpty());
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "SpeechSynthesis/bundles/Places.h"
+//
+// SearchPaths: folders from the dynamic linker and from environment variables.
+#include "SpeechSynthesis/bundles/SearchPaths.h"
 
 #include <cstdlib>
 #include <string_view>
@@ -9,16 +11,19 @@
 
 namespace platform {
 
-std::filesystem::path libraryFolder() {
+std::filesystem::path managerLibraryFolder() {
   Dl_info found{};
-  if (dladdr(reinterpret_cast<const void*>(&libraryFolder), &found) == 0) return {};
+  // The library that contains this function, whatever program has loaded it.
+  if (dladdr(reinterpret_cast<const void*>(&managerLibraryFolder), &found) == 0) return {};
   if (found.dli_fname == nullptr) return {};
   std::error_code failure;
+  // canonical: data folders are found relative to the real file, not to a link to it.
   const std::filesystem::path library = std::filesystem::canonical(found.dli_fname, failure);
   return failure ? std::filesystem::path() : library.parent_path();
 }
 
 std::filesystem::path userDataFolder() {
+  // A relative path would depend on the working directory, so it counts as unset.
   const auto absoluteOf = [](const char* variable) {
     const char* const value = std::getenv(variable);
     std::filesystem::path path = value == nullptr ? "" : value;
@@ -29,12 +34,13 @@ std::filesystem::path userDataFolder() {
   return home.empty() ? home : home / ".local/share";
 }
 
-std::vector<std::filesystem::path> foldersFromEnvironment(const char* variable) {
+std::vector<std::filesystem::path> foldersInVariable(const char* variable) {
   std::vector<std::filesystem::path> folders;
   const char* const value = std::getenv(variable);
   if (value == nullptr) return folders;
   for (std::string_view rest = value; !rest.empty();) {
     const std::size_t length = std::min(rest.find(':'), rest.size());
+    // An empty name would mean the working directory.
     if (length > 0) folders.emplace_back(rest.substr(0, length));
     rest.remove_prefix(std::min(length + 1, rest.size()));
   }

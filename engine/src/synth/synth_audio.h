@@ -1,0 +1,82 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+//
+// The audio of one call of the synthesiser, collected from the blocks that the synthesiser returns,
+// with the samples at which its marks and phones begin; and the adjustments that the synthesiser
+// cannot make itself: length of pauses, speed (WSOLA, see TimeScale) and volume.
+//
+// Used by one thread at a time; may throw std::bad_alloc only.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kavrel {
+
+class SynthAudio {
+ public:
+  struct Event {
+    int mark = 0;       // number of the mark, from 1; 0 for a phone
+    std::string phone;  // the synthesiser's name; empty for a mark
+    std::uint64_t sample = 0;
+  };
+
+  // A change that applies to the audio from a mark on.
+  struct Adjustment {
+    int mark = 0;       // 0: from the start
+    int volume = 100;   // percent
+    double pauses = 1;  // factor of their length
+    double speed = 1;   // factor, at least 1; applies to speech and pauses
+
+    bool operator==(const Adjustment&) const = default;
+  };
+
+  // A mark inside a word, unknown to the synthesiser. It is reached after `share` (0 to 1) of the
+  // time from the mark before it to the mark after it.
+  struct InnerMark {
+    int mark = 0;
+    double share = 0;
+
+    bool operator==(const InnerMark&) const = default;
+  };
+
+  // Called for each block, its events first, in order of time. `sample` counts from the start of
+  // the call.
+  void addMark(int number, std::int64_t sample);
+  void addPhone(std::string_view name, std::int64_t sample);
+  void addSamples(std::span<const std::int16_t> samples);
+
+  // Applies `adjustments`, which are in order of their marks, and moves the events accordingly.
+  // Samples that would be too loud are soft-clipped. Called once, after the last block.
+  void adjust(std::span<const Adjustment> adjustments);
+
+  // Adds an event for each of `marks`, which are in order. Called after adjust().
+  void addInnerMarks(std::span<const InnerMark> marks);
+
+  const std::vector<Event>& events() const { return m_events; }
+  const std::vector<std::int16_t>& samples() const { return m_samples; }
+
+ private:
+  struct Pause {
+    std::uint64_t begin = 0;
+    std::uint64_t end = 0;
+    double factor = 1;  // of its length
+  };
+
+  void add(Event event, std::int64_t sample);
+  void orderEvents();
+  std::vector<Pause> pauses(std::span<const Adjustment> adjustments) const;
+  void resizePauses(std::span<const Adjustment> adjustments);
+  void applySpeeds(std::span<const Adjustment> adjustments);
+  void applyVolumes(std::span<const Adjustment> adjustments);
+  std::uint64_t beginOf(const Adjustment& adjustment) const;
+  void amplify(std::uint64_t begin, std::uint64_t end, double from, double to);
+
+  std::vector<std::int16_t> m_samples;
+  std::vector<Event> m_events;
+};
+
+}  // namespace kavrel

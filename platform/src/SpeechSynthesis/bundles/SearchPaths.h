@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// SearchPaths: the folders in which the Manager searches for voices and synthesizers.
+//
+// The environment is read at each call; the folders need not exist. The caller must not change the
+// environment on another thread at the same time.
+#pragma once
+
+#include <filesystem>
+#include <vector>
+
+namespace platform {
+
+// The absolute folder of the Manager's own library; empty if the system cannot provide it.
+std::filesystem::path managerLibraryFolder();
+
+// The user's data folder: ${XDG_DATA_HOME:-~/.local/share}. Empty if neither XDG_DATA_HOME nor HOME
+// is an absolute path.
+std::filesystem::path userDataFolder();
+
+// The folders in an environment variable, separated by colons, in order. Empty names are skipped.
+std::vector<std::filesystem::path> foldersInVariable(const char* variable);
+
+}  // namespace platform
