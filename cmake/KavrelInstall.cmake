@@ -39,10 +39,18 @@ install(FILES
   "${PROJECT_SOURCE_DIR}/LICENSE-GPL-3.0"
   DESTINATION "${CMAKE_INSTALL_DOCDIR}")
 
+# Whom a package names for questions about it. Debian's tools read the same two variables.
+set(package_contact "Kavrel Speech developers <unset@package.invalid>")
+if(DEFINED ENV{DEBFULLNAME} AND DEFINED ENV{DEBEMAIL})
+  set(package_contact "$ENV{DEBFULLNAME} <$ENV{DEBEMAIL}>")
+endif()
+set(KAVREL_PACKAGE_CONTACT "${package_contact}" CACHE STRING
+  "Maintainer that the Debian package names: Name <address>")
+
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME kavrel-speech)
 set(CPACK_PACKAGE_VENDOR "The Kavrel Speech developers")
-set(CPACK_PACKAGE_CONTACT "The Kavrel Speech developers <kavrel-speech@example.org>")
+set(CPACK_PACKAGE_CONTACT "${KAVREL_PACKAGE_CONTACT}")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Speech Synthesis Manager with a speech engine plug-in")
 string(CONCAT CPACK_PACKAGE_DESCRIPTION
   "Speaks texts with embedded commands ([[rate 200]], [[emph +]]) aloud or to a\n"
@@ -56,4 +64,5 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION sound)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS "${KAVREL_LIB_DIR}")
+set(CPACK_PRE_BUILD_SCRIPTS "${PROJECT_SOURCE_DIR}/cmake/PackageTimes.cmake")
 include(CPack)

@@ -15,9 +15,12 @@ set(KAVREL_VOICES_DIR "${PROJECT_BINARY_DIR}/share/${KAVREL_VOICES_SUBDIR}")
 find_package(Threads REQUIRED)
 
 function(kavrel_target target)
-  target_compile_features(${target} PUBLIC cxx_std_20 c_std_11)
+  # The C standard is set as a property, since a feature would reach consumers that are C++ only.
+  target_compile_features(${target} PUBLIC cxx_std_20)
   set_target_properties(${target} PROPERTIES
     CXX_EXTENSIONS OFF
+    C_STANDARD 11
+    C_STANDARD_REQUIRED ON
     CXX_VISIBILITY_PRESET hidden
     C_VISIBILITY_PRESET hidden
     VISIBILITY_INLINES_HIDDEN ON
@@ -32,6 +35,17 @@ function(kavrel_target target)
     -Wall -Wextra -Wshadow -Wconversion -Wno-psabi -Werror
     $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>
     $<$<CXX_COMPILER_ID:Clang,AppleClang>:-Wthread-safety>)
+  if(KAVREL_COVERAGE)
+    # Counters of code that runs in several threads need atomic updates. Paths stay absolute here,
+    # so that gcov finds the sources.
+    target_compile_options(${target} PRIVATE --coverage -fprofile-update=atomic)
+    target_link_options(${target} PRIVATE --coverage)
+  else()
+    # Builds in different folders give the same files: no path of either folder is compiled in.
+    target_compile_options(${target} PRIVATE
+      "-ffile-prefix-map=${PROJECT_BINARY_DIR}/=build/"
+      "-ffile-prefix-map=${PROJECT_SOURCE_DIR}/=")
+  endif()
   if(KAVREL_SANITIZE)
     # g++ 12 takes what its sanitizers add for uses of unset values.
     target_compile_options(${target} PRIVATE -fsanitize=${KAVREL_SANITIZE}
@@ -46,4 +60,26 @@ function(kavrel_target target)
     endif()
   endif()
   target_link_libraries(${target} PUBLIC Threads::Threads)
+endfunction()
+
+# The RUNPATH of an installed program or plug-in: the library folder, seen from FOLDER, the folder
+# that the target is installed in. The build tree is laid out like the installation, so both have the
+# same RUNPATH. If they differed, CMake would patch the files during installation and, to make room
+# for that, end the RUNPATH of the built ones with an empty element, which the dynamic loader reads as
+# the current folder.
+function(kavrel_installed_runpath target folder)
+  file(RELATIVE_PATH to_installed_libs "${folder}" "${CMAKE_INSTALL_FULL_LIBDIR}")
+  get_target_property(built_folder ${target} RUNTIME_OUTPUT_DIRECTORY)
+  get_target_property(type ${target} TYPE)
+  if(NOT type STREQUAL "EXECUTABLE")
+    get_target_property(built_folder ${target} LIBRARY_OUTPUT_DIRECTORY)
+  endif()
+  file(RELATIVE_PATH to_built_libs "${built_folder}" "${KAVREL_LIB_DIR}")
+  set(elements "$ORIGIN/${to_installed_libs}" "$ORIGIN/${to_built_libs}")
+  list(TRANSFORM elements REPLACE "/$" "")
+  # Two elements only where the library folder has another name than `lib`.
+  list(REMOVE_DUPLICATES elements)
+  set_target_properties(${target} PROPERTIES
+    BUILD_WITH_INSTALL_RPATH ON
+    INSTALL_RPATH "${elements}")
 endfunction()

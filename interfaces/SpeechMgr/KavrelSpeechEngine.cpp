@@ -322,6 +322,7 @@ void get_version(SpeechVersionInfo& version) {
   version.synthManufacturer = kManufacturer;
   version.synthFlags = 0;
   version.synthVersion = {};
+  // Rationale: fixed by the plug-in's interface; it does not follow the releases of the project.
   version.synthVersion.majorRev = 4;
   version.synthVersion.minorAndBugRev = 0x04;
   version.synthVersion.stage = 0x80;  // final

@@ -259,7 +259,7 @@ inline std::vector<ConversionExample> realExamples() {
        "<prosody rate='165'><prosody volume='150'>word</emphasis> two</prosody></prosody>"},
       {"ARepeatedCommandOpensAgain", "[[rate 200]][[rate 200]]a",
        "<prosody rate='200'></prosody><prosody rate='200'>a</prosody>"},
-      {"ACommentHoldsAnything", "[[cmnt a=b # c? http://example.org/x:y]]text", "text"},
+      {"ACommentHoldsAnything", "[[cmnt a=b # c? http://x.invalid/x:y]]text", "text"},
       {"ACommentEndsAtASemicolon", "[[cmnt one; two: three]]text", "text"},
       {"ACommandBehindACommentsSemicolonCounts", "[[cmnt one; rate 300]]text",
        "<prosody rate='300'>text</prosody>"},

@@ -12,6 +12,7 @@
 namespace tool {
 namespace {
 
+// Reads until the end instead of asking for the size: the input may be a pipe or a terminal.
 std::string readAll(int file, const std::string& name) {
   constexpr std::size_t kPiece = 65536;
   std::string text;
@@ -24,7 +25,7 @@ std::string readAll(int file, const std::string& name) {
     filled += static_cast<std::size_t>(count);
     if (count == 0) break;
   }
-  text.resize(filled);
+  text.resize(filled);  // drop the room that the last read() did not fill
   return text;
 }
 
@@ -32,6 +33,7 @@ std::string readAll(int file, const std::string& name) {
 
 std::string readInput(const std::string& path) {
   if (path == "-") return readAll(STDIN_FILENO, "standard input");
+  // Closed on exec: --ssml executes another program.
   const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
   if (file < 0) throw Failure("cannot read " + path + ": " + std::strerror(errno));
   struct Closer {

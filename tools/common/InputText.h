@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// InputText: the text of a file or of standard input.
+// InputText: reads a file or standard input.
 #pragma once
 
 #include <string>
 
 namespace tool {
 
-// The whole of the file; of standard input for "-". Throws Failure.
+// Returns the contents of the file at `path`, or of standard input for "-". Blocks until the end of
+// the input. Throws Failure if it cannot be read.
 std::string readInput(const std::string& path);
 
 }  // namespace tool

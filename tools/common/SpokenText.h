@@ -2,23 +2,20 @@
 //
 // SpokenText: a text as the Manager takes it, and the way back to the bytes it came from.
 //
-// The text given is UTF-8, the Manager's is Mac OS Roman. What Mac OS Roman lacks takes its
-// customary plain form (l for a crossed l, -> for an arrow, the whole letter for one with a
-// combining accent), or a blank where there is none. Characters without width vanish. A byte that
-// is no part of well-formed UTF-8, and a NUL, are a blank.
+// The text given is UTF-8, the Manager's is Mac OS Roman. Characters that Mac OS Roman lacks take
+// their plain forms, and accents join their letters: see base/text/MacRomanEncoder.h. A byte that
+// is not part of well-formed UTF-8 is a blank.
 //
 // Threads: constant once made.
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <string>
 #include <string_view>
-#include <vector>
+
+#include "base/text/OriginText.h"
 
 namespace tool {
-
-class MacRomanEncoder;
 
 // What "[[" does in a text.
 enum class Brackets {
@@ -26,10 +23,8 @@ enum class Brackets {
   Text,     // nothing, like all characters: the second one is passed on as a "("
 };
 
-struct Slice {
-  std::size_t position;
-  std::size_t length;
-};
+// A range of bytes of the given text.
+using Slice = base::OriginText::Range;
 
 class SpokenText {
  public:
@@ -37,25 +32,25 @@ class SpokenText {
   explicit SpokenText(std::string given, Brackets brackets = Brackets::Command);
 
   const std::string& given() const { return m_given; }
-  const std::string& macRoman() const { return m_macRoman; }
+  const std::string& macRoman() const { return m_macRoman.text(); }
+  // macRoman() with the position of each byte in given().
+  const base::OriginText& converted() const { return m_macRoman; }
 
   // The bytes of the given text that `length` bytes of the Mac OS Roman text from `position` came
   // from; whole characters, and always inside the text.
-  Slice origin(std::size_t position, std::size_t length) const;
+  Slice origin(std::size_t position, std::size_t length) const {
+    return m_macRoman.sourceOf(position, length);
+  }
 
   std::string_view givenAt(Slice slice) const {
     return std::string_view(m_given).substr(slice.position, slice.length);
   }
 
  private:
-  std::size_t appendNext(MacRomanEncoder& encoder, std::size_t at);
-  void append(std::string_view plainForm, std::size_t origin);
   void disarmBrackets();
 
   std::string m_given;
-  std::string m_macRoman;
-  // For each byte of m_macRoman where its character begins in m_given, and the length of m_given.
-  std::vector<std::uint32_t> m_origins;
+  base::OriginText m_macRoman;
 };
 
 }  // namespace tool

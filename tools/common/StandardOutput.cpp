@@ -11,6 +11,7 @@
 
 namespace tool {
 
+// A write may be partial, so it is repeated until nothing is left.
 void writeOut(std::string_view text) {
   while (!text.empty()) {
     const ssize_t written = ::write(STDOUT_FILENO, text.data(), text.size());
@@ -18,8 +19,8 @@ void writeOut(std::string_view text) {
       text.remove_prefix(static_cast<std::size_t>(written));
     } else if (errno == EPIPE) {
       throw ReaderGone();
-    } else if (errno != EINTR) {
-      throw Failure(std::string("standard output: ") + std::strerror(errno));
+    } else if (errno != EINTR) {  // an interrupted write is repeated
+      throw Failure(std::string("cannot write standard output: ") + std::strerror(errno));
     }
   }
 }

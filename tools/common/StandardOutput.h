@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// StandardOutput: what the program writes for its user. The signal SIGPIPE must be ignored.
+// StandardOutput: unbuffered writing to standard output. SIGPIPE must be ignored, see runTool().
 #pragma once
 
 #include <string_view>
 
 namespace tool {
 
-// Writes the text at once, not into a buffer. Throws ReaderGone when its reader has closed the
-// other end, Failure when it cannot be written for another reason.
+// Writes all of `text` without buffering. Throws ReaderGone if the reader of the pipe has closed
+// its end, Failure if writing fails for another reason.
 void writeOut(std::string_view text);
 
 }  // namespace tool

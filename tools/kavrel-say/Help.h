@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Help: what --help writes.
+// Help: the text that --help writes. Lines are at most 79 columns.
 #pragma once
 
 namespace say {
@@ -9,35 +9,39 @@ inline constexpr const char* kHelp = R"(Speaks text, or writes the speech to a f
 
 Usage: kavrel-say [OPTION...] [--] [TEXT...]
 
-Without TEXT and -f the text is read from standard input; what is typed on a
-terminal is spoken line by line. Behind "--" everything is text.
+Without TEXT and -f, the text is read from standard input; lines typed on a
+terminal are spoken one by one. All arguments after "--" are text.
 
 Speech
-  -v, --voice VOICE          speak with this voice; ? lists them
+  -v, --voice VOICE          speak with this voice; ? lists the voices
   -r, --rate WPM             speak this many words per minute, 20 to 1000
   -f, --input-file FILE      speak this file; - is standard input
-      --plain                carry out no command that stands in the text
-  -a, --audio-device DEVICE  speak on this sound device; ? lists them
+      --plain                ignore speech commands in the text
+  -a, --audio-device DEVICE  use this sound device; ? lists the devices
 
 Files
-  -o, --output-file FILE     write the speech to this file, in the format that
-                             its name ends with, else AIFF; - is standard output
-      --file-format FORMAT   in this format, whatever its name; ? lists them
-      --data-format FORMAT   with such samples, as LEI16 or LEI16@44100;
-                             ? lists them
-      --vtt FILE             write captions to this file, as WebVTT
-      --srt FILE             write captions to this file, as SubRip
+  -o, --output-file FILE     write the speech to this file; - is standard
+                             output. The file extension selects the format
+                             (no extension: AIFF)
+      --file-format FORMAT   use this file format; ? lists the formats
+      --data-format FORMAT   use this sample format and rate, as in LEI16 or
+                             LEI16@44100; ? lists the formats
+      --vtt FILE             write captions to this file in WebVTT format
+      --srt FILE             write captions to this file in SubRip format
 
-What is shown
-  -i, --interactive[=MARKUP] write the text, the word being spoken in this
-                             markup; ? lists them
-      --progress             show a bar and the time left, on a terminal
-      --events               write what happens as JSON, an object a line
-      --positions UNIT       how events count places: bytes, characters
-      --ssml                 write what the engine is given, do not speak
-  -q, --quiet                write no notes to standard error, errors alone
+Display
+  -i, --interactive[=MARKUP] write the text and highlight the current word with
+                             this markup; ? lists the values
+      --progress             show a progress bar and the time left (needs a
+                             terminal)
+      --events               write events as JSON, one object per line
+      --positions UNIT       unit of positions in events: bytes (default),
+                             characters
+      --ssml                 write the markup that the engine receives; do not
+                             speak
+  -q, --quiet                write errors only, no notes, to standard error
 
-  -h, --help                 write this
+  -h, --help                 write this help
       --version              write the version
 
 Events
@@ -45,13 +49,13 @@ Events
                                               a word begins
   {"event":"phoneme","code":C,"time":T}         a phoneme begins
   {"event":"sync","number":N,"time":T}          [[sync N]] is reached
-  {"event":"done","time":T}                     the speech is over
+  {"event":"done","time":T}                     the speech has ended
 
-Positions and lengths count bytes of the text as it was given, or characters.
-N of a mark is the number's lower 16 bits, without sign. T is the place in the
-sound, in seconds from its beginning.
+Positions and lengths count bytes, or characters, of the input text. N of a
+sync event is the lower 16 bits of the number, unsigned. T is the time in
+seconds from the start of the audio.
 
-Exit status: 0 success, 1 failure, 2 wrong usage, 128 + N ended by signal N.
+Exit status: 0 success, 1 failure, 2 usage error, 128 + N ended by signal N.
 )";
 
 }  // namespace say

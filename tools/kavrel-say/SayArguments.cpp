@@ -15,19 +15,19 @@
 namespace say {
 namespace {
 
-// Takes the words of the text by itself: the library would take a word apart that begins and ends
-// with a bracket, as speech commands do.
+// CLI11 would split a positional word in brackets, as in "[[rate 200]]", into a list. So the words
+// of the text are taken from the unparsed arguments.
 class CommandLine : public CLI::App {
  public:
   using CLI::App::App;
 
-  // The words of the text, in order. Throws what stands there in place of an option.
+  // Returns the words of the text, in order. Throws CLI::ExtrasError for an unknown option.
   std::vector<std::string> words() const {
     std::vector<std::string> found;
     for (const auto& [kind, word] : missing_) {
       if (kind == CLI::detail::Classifier::POSITIONAL_MARK) continue;
       if (kind != CLI::detail::Classifier::NONE) {
-        throw CLI::ExtrasError("there is no option " + word, CLI::ExitCodes::ExtrasError);
+        throw CLI::ExtrasError("unknown option " + word, CLI::ExitCodes::ExtrasError);
       }
       found.push_back(word);
     }
@@ -35,7 +35,8 @@ class CommandLine : public CLI::App {
   }
 };
 
-std::string joined(const std::vector<std::string>& words) {
+// Joins the words with blanks, as echo does.
+std::string joinWords(const std::vector<std::string>& words) {
   std::string text;
   for (const std::string& word : words) {
     if (&word != &words.front()) text += ' ';
@@ -49,13 +50,15 @@ int reportUsage(const std::string& what) {
   return tool::kUsage;
 }
 
-Unit unitNamed(const std::string& name) {
-  if (name == "bytes") return Unit::Bytes;
-  if (name == "characters") return Unit::Characters;
-  throw std::invalid_argument("positions count bytes or characters, not \"" + name + "\"");
+PositionUnit parsePositionUnit(const std::string& name) {
+  if (name == "bytes") return PositionUnit::Bytes;
+  if (name == "characters") return PositionUnit::Characters;
+  throw std::invalid_argument("unknown unit \"" + name +
+                              "\" for --positions; use bytes or characters");
 }
 
-void declareOptions(CLI::App& app, Arguments& result, std::string& markup) {
+// Help.h holds the help text; the library's own would lack the events and lists.
+void declareOptions(CLI::App& app, SayArguments& result, std::string& markup) {
   app.formatter_fn([](auto&&...) { return kHelp; });
   app.set_version_flag("--version", std::string("kavrel-say " KAVREL_VERSION));
   app.add_option("-v,--voice", result.voice);
@@ -68,19 +71,21 @@ void declareOptions(CLI::App& app, Arguments& result, std::string& markup) {
   app.add_option("--data-format", result.dataFormat);
   app.add_option("--vtt", result.vttFile);
   app.add_option("--srt", result.srtFile);
+  // The value in braces is the default of an option without argument: -i is --interactive=smso. The
+  // library takes a value only after "=", so that the next word is text.
   const std::string usual = "{" + std::string(kUsualHighlight) + "}";
   app.add_flag("-i" + usual + ",--interactive" + usual, markup);
   app.add_flag("--progress", result.progress);
   app.add_flag("--events", result.events);
   app.add_option("--positions")->each([&result](const std::string& name) {
-    result.positions = unitNamed(name);
+    result.positions = parsePositionUnit(name);
   });
   app.add_flag("--ssml", result.ssml);
   app.add_flag("-q,--quiet", result.quiet);
-  app.allow_extras();
+  app.allow_extras();  // the words of the text
 }
 
-List listAskedFor(const Arguments& arguments, const std::string& markup) {
+List requestedList(const SayArguments& arguments, const std::string& markup) {
   if (arguments.voice == "?") return List::Voices;
   if (arguments.device == "?") return List::Devices;
   if (arguments.fileFormat == "?") return List::FileFormats;
@@ -89,7 +94,9 @@ List listAskedFor(const Arguments& arguments, const std::string& markup) {
   return List::None;
 }
 
-void requireOneStandardOutput(const Arguments& arguments) {
+// Throws std::invalid_argument if more than one output goes to standard output: the outputs would
+// be mixed.
+void requireOneStandardOutput(const SayArguments& arguments) {
   const auto isStandard = [](const auto& file) { return file == kStandardStream; };
   const struct {
     const char* option;
@@ -105,33 +112,39 @@ void requireOneStandardOutput(const Arguments& arguments) {
     if (!writes) continue;
     if (first != nullptr) {
       throw std::invalid_argument(std::string(first) + " and " + option +
-                                  " both write to standard output; leave one out");
+                                  " both write to standard output; use only one");
     }
     first = option;
   }
 }
 
-void requireDifferentFiles(const Arguments& arguments) {
+// Throws std::invalid_argument if two outputs have the same name. Different names of one file are
+// not detected.
+void requireDifferentFiles(const SayArguments& arguments) {
   const std::optional<std::string>* const files[] = {&arguments.outputFile, &arguments.vttFile,
                                                      &arguments.srtFile};
   for (const auto* one = std::begin(files); one != std::end(files); ++one) {
     const bool again = std::find_if(std::begin(files), one,
                                     [one](const auto* other) { return **other == **one; }) != one;
     if (**one && again) {
-      throw std::invalid_argument("two outputs cannot both be the file " + ***one);
+      throw std::invalid_argument("two outputs have the same file name: " + ***one);
     }
   }
 }
 
-void complete(Arguments& result, const std::string& markup) {
+// Checks the options against each other and derives the fields that depend on several. A requested
+// list is written whatever the other options are, so it skips the checks.
+void validate(SayArguments& result, const std::string& markup) {
   if (result.text && result.inputFile) {
-    throw std::invalid_argument("there is a TEXT and a file with one; leave out -f or TEXT");
+    throw std::invalid_argument("both TEXT and -f are given; use only one");
   }
-  result.list = listAskedFor(result, markup);
+  result.list = requestedList(result, markup);
   if (result.list != List::None) return;
+  // Only after the check for "?", which is not a name of a markup.
   if (!markup.empty()) result.interactive = highlightNamed(markup);
   if (!result.outputFile && (result.fileFormat || result.dataFormat)) {
-    throw std::invalid_argument("a format is that of a file; -o names it");
+    throw std::invalid_argument(std::string(result.fileFormat ? "--file-format" : "--data-format") +
+                                " needs -o");
   }
   if (result.outputFile) {
     result.format = audioFormatOf(*result.outputFile, result.fileFormat, result.dataFormat);
@@ -142,20 +155,22 @@ void complete(Arguments& result, const std::string& markup) {
 
 }  // namespace
 
-std::variant<Arguments, int> readArguments(int count, char** arguments) {
-  Arguments result;
+// The library throws CLI::Success for --help and --version, CLI::ParseError for wrong options; our
+// own checks throw std::invalid_argument.
+std::variant<SayArguments, int> readArguments(int count, char** arguments) {
+  SayArguments result;
   std::string markup;
   CommandLine app("Speaks text, or writes the speech to a file.", "kavrel-say");
   declareOptions(app, result, markup);
   try {
     app.parse(count, arguments);
     const std::vector<std::string> words = app.words();
-    if (!words.empty()) result.text = joined(words);
-    complete(result, markup);
+    if (!words.empty()) result.text = joinWords(words);
+    validate(result, markup);
   } catch (const CLI::Success& help) {
     return app.exit(help);
   } catch (const CLI::ParseError& error) {
-    return reportUsage(error.what() + std::string("; kavrel-say --help tells more"));
+    return reportUsage(error.what() + std::string("; see kavrel-say --help"));
   } catch (const std::invalid_argument& error) {
     return reportUsage(error.what());
   }

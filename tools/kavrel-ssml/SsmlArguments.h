@@ -1,17 +1,19 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Arguments: what the user asks for.
+// SsmlArguments: the command line of kavrel-ssml, parsed and checked.
+//
+// A plain value; constant after readArguments().
 #pragma once
 
 #include <string>
 #include <variant>
 
-#include "text/CallerText.h"
 #include "text/Conversion.h"
+#include "text/SourceText.h"
 
 namespace ssml {
 
-struct Arguments {
+struct SsmlArguments {
   ConversionOptions conversion;
   Encoding encoding = Encoding::Utf8;
   bool json = false;
@@ -21,8 +23,8 @@ struct Arguments {
   std::string file = "-";  // "-": standard input
 };
 
-// The arguments, or the exit status when the program is to end: after help, or after a message
-// about wrong usage.
-std::variant<Arguments, int> readArguments(int count, char** arguments);
+// Parses the command line. Returns the arguments, or the exit status if the program is done: help
+// or version was written to standard output, or a usage error to standard error.
+std::variant<SsmlArguments, int> readArguments(int count, char** arguments);
 
 }  // namespace ssml

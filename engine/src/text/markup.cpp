@@ -5,19 +5,12 @@
 #include <charconv>
 #include <utility>
 
+#include "base/text/Latin9.h"
+#include "base/text/Utf16.h"
+
 namespace kavrel {
 
 namespace {
-
-// The eight bytes in which ISO 8859-15 differs from ISO 8859-1, whose bytes are Unicode's.
-constexpr std::array<std::pair<unsigned char, char32_t>, 8> kLatin9 = {{{0xA4, 0x20AC},
-                                                                        {0xA6, 0x0160},
-                                                                        {0xA8, 0x0161},
-                                                                        {0xB4, 0x017D},
-                                                                        {0xB8, 0x017E},
-                                                                        {0xBC, 0x0152},
-                                                                        {0xBD, 0x0153},
-                                                                        {0xBE, 0x0178}}};
 
 bool isBlank(char c) {
   return static_cast<unsigned char>(c) <= ' ';
@@ -52,9 +45,10 @@ std::optional<char32_t> numberedCharacter(std::string_view digits) {
   unsigned long value = 0;
   const char* end = digits.data() + digits.size();
   const auto [stopped, error] = std::from_chars(digits.data(), end, value, base);
-  const bool surrogate = value >= 0xD800 && value <= 0xDFFF;
-  if (error != std::errc() || stopped != end || value > 0x10FFFF || surrogate) return std::nullopt;
-  return static_cast<char32_t>(value);
+  if (error != std::errc() || stopped != end || value > 0x10FFFF) return std::nullopt;
+  const auto character = static_cast<char32_t>(value);
+  if (!base::isScalarValue(character)) return std::nullopt;
+  return character;
 }
 
 // Reads the entity at the start of `text`; nullopt if it is not one. The search for ";" is limited,
@@ -81,7 +75,7 @@ Entity readCharacter(std::string_view text) {
   if (text[0] == '&') {
     if (const auto entity = readEntity(text)) return *entity;
   }
-  return {fromLatin9(static_cast<unsigned char>(text[0])), 1};
+  return {base::fromLatin9(static_cast<unsigned char>(text[0])), 1};
 }
 
 std::string resolveEntities(std::string_view text) {
@@ -176,26 +170,11 @@ class AttributeReader {
 
 }  // namespace
 
-char32_t fromLatin9(unsigned char byte) {
-  for (const auto& [special, character] : kLatin9) {
-    if (special == byte) return character;
-  }
-  return byte;
-}
-
-unsigned char toLatin9(char32_t character) {
-  for (const auto& [byte, special] : kLatin9) {
-    if (special == character) return byte;
-  }
-  if (character > 0xFF) return 0;
-  const auto byte = static_cast<unsigned char>(character);
-  return fromLatin9(byte) == character ? byte : 0;
-}
-
 // Quotes, dashes and the ellipsis have customary ASCII forms.
 void appendLatin9(std::string& text, char32_t character) {
-  if (const unsigned char byte = toLatin9(character)) {
-    text += static_cast<char>(byte);
+  const auto byte = base::toLatin9(character);
+  if (byte && *byte != 0) {
+    text += static_cast<char>(*byte);
   } else if (character >= 0x2018 && character <= 0x201B) {
     text += '\'';
   } else if (character >= 0x201C && character <= 0x201F) {
@@ -286,7 +265,7 @@ MarkupEvent MarkupScanner::tag(bool endTag) {
 
 MarkupEvent MarkupScanner::literal(std::size_t start) {
   MarkupEvent event = to(start + 1, MarkupEvent::Kind::Character);
-  event.character = fromLatin9(static_cast<unsigned char>(m_text[start]));
+  event.character = base::fromLatin9(static_cast<unsigned char>(m_text[start]));
   return event;
 }
 

@@ -27,10 +27,6 @@
 
 namespace kavrel {
 
-// ISO 8859-15 to Unicode, and back; toLatin9 returns 0 for characters that have no byte.
-char32_t fromLatin9(unsigned char byte);
-unsigned char toLatin9(char32_t character);
-
 // Appends `character` in ISO 8859-15: its byte, or a customary replacement (quotes, dashes, "..."),
 // else "?".
 void appendLatin9(std::string& text, char32_t character);

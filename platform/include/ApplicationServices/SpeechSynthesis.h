@@ -319,7 +319,7 @@ SPEECH_PLATFORM_API void InvokeSpeechWordUPP(SpeechChannel chan, SRefCon refCon,
                                              unsigned long wordPos, UInt16 wordLen,
                                              SpeechWordUPP upp);
 
-/* Returns the Manager's version. */
+/* Returns the version of the Manager's interface, 4.0.4 final. It is not the project's version. */
 SPEECH_PLATFORM_API NumVersion SpeechManagerVersion(void);
 
 /* ---- Voices */

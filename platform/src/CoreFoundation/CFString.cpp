@@ -14,12 +14,13 @@
 
 #include "CFObject.h"
 #include "Characters.h"
+#include "base/text/Utf16.h"
+#include "base/text/Utf8.h"
 #include "base/threads/Mutex.h"
 
 namespace {
 
 using platform::Character;
-using platform::Encoded;
 
 NEVER_DESTROYED constinit base::Mutex g_constantsLock;
 
@@ -69,11 +70,11 @@ bool convertTo(std::string_view text, CFStringEncoding from, CFStringEncoding to
   while (!text.empty()) {
     const Character character = platform::readCharacter(text, from);
     if (!character.code) return false;
-    const Encoded encoded = platform::encodeCharacter(*character.code, to);
-    const auto length = static_cast<CFIndex>(encoded.length);
+    const std::string encoded = platform::encodeCharacter(*character.code, to);
+    const auto length = static_cast<CFIndex>(encoded.size());
     // ">=": one byte is kept for the NUL.
     if (length == 0 || length >= bufferSize - written) return false;
-    std::memcpy(buffer + written, encoded.bytes.data(), encoded.length);
+    std::memcpy(buffer + written, encoded.data(), encoded.size());
     written += length;
     text.remove_prefix(character.length);
   }
@@ -94,11 +95,11 @@ CFIndex skipUnits(std::string_view& text, CFStringEncoding encoding, CFIndex uni
   return skipped;
 }
 
-// The bytes for one character in CFStringGetBytes; length 0 if the conversion must end there.
-Encoded encodeWithLoss(Character character, CFStringEncoding encoding, UInt8 lossByte) {
-  Encoded encoded{{}, 0};
+// The bytes for one character in CFStringGetBytes; empty if the conversion must end there.
+std::string encodeWithLoss(Character character, CFStringEncoding encoding, UInt8 lossByte) {
+  std::string encoded;
   if (character.code) encoded = platform::encodeCharacter(*character.code, encoding);
-  if (encoded.length == 0 && lossByte != 0) return {{lossByte}, 1};
+  if (encoded.empty() && lossByte != 0) encoded += static_cast<char>(lossByte);
   return encoded;
 }
 
@@ -173,10 +174,10 @@ CFIndex CFStringGetBytes(CFStringRef string, CFRange range, CFStringEncoding enc
     if (at >= range.location) {
       // The range ends, or splits a surrogate pair.
       if (character.units() > range.length - converted) break;
-      const Encoded encoded = encodeWithLoss(character, encoding, lossByte);
-      const auto length = static_cast<CFIndex>(encoded.length);
+      const std::string encoded = encodeWithLoss(character, encoding, lossByte);
+      const auto length = static_cast<CFIndex>(encoded.size());
       if (length == 0 || (buffer != nullptr && length > maxBufLen - used)) break;
-      if (buffer != nullptr) std::memcpy(buffer + used, encoded.bytes.data(), encoded.length);
+      if (buffer != nullptr) std::memcpy(buffer + used, encoded.data(), encoded.size());
       used += length;
       converted += character.units();
     }
@@ -215,15 +216,13 @@ CFStringRef CFStringCreateWithCharacters(CFAllocatorRef /*allocator*/, const Uni
     std::string bytes;
     for (CFIndex at = 0; at < length; ++at) {
       char32_t code = characters[at];
-      const bool isFirst = code >= 0xD800 && code < 0xDC00;
-      if (isFirst && at + 1 < length && characters[at + 1] >= 0xDC00 &&
-          characters[at + 1] < 0xE000) {
-        code = 0x10000 + ((code - 0xD800) << 10U) + (characters[++at] - 0xDC00U);
-      } else if (code >= 0xD800 && code < 0xE000) {
+      if (base::isLeadSurrogate(code) && at + 1 < length &&
+          base::isTrailSurrogate(characters[at + 1])) {
+        code = base::fromSurrogates(code, characters[++at]);
+      } else if (!base::isScalarValue(code)) {
         return nullptr;
       }
-      const Encoded encoded = platform::encodeCharacter(code, kCFStringEncodingUTF8);
-      bytes.append(reinterpret_cast<const char*>(encoded.bytes.data()), encoded.length);
+      base::appendUtf8(bytes, code);
     }
     return new __CFString(std::move(bytes), kCFStringEncodingUTF8);
   } catch (const std::bad_alloc&) {
@@ -260,9 +259,9 @@ void CFStringGetCharacters(CFStringRef string, CFRange range, UniChar* buffer) {
   for (std::string_view rest = string->bytes; !rest.empty() && at < range.length;) {
     const Character character = platform::readCharacter(rest, string->encoding);
     const char32_t code = character.code.value_or(kReplacement);
-    if (code > 0xFFFF) {
-      put(0xD800 + ((code - 0x10000) >> 10U));
-      put(0xDC00 + ((code - 0x10000) & 0x3FFU));
+    if (base::utf16Length(code) == 2) {
+      put(base::leadSurrogate(code));
+      put(base::trailSurrogate(code));
     } else {
       put(code);
     }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// TextEncodingConverter: the conversion interface over the table of Latin9.h. A converter has no
+// TextEncodingConverter: the conversion interface over the table of base/text. A converter has no
 // state between calls; the object exists so that callers own one.
 #include <ApplicationServices/TextEncodingConverter.h>
 
@@ -9,7 +9,7 @@
 #include <cstring>
 #include <new>
 
-#include "Latin9.h"
+#include "base/text/MacRomanToLatin9.h"
 
 // NOLINTNEXTLINE(bugprone-reserved-identifier): the tag is part of the platform's interface.
 struct OpaqueTECObjectRef {
@@ -53,7 +53,7 @@ Progress convert(ConstTextPtr input, ByteCount inputLength, TextPtr output,
     // A block that is not plain goes through the table whole before blocks are tried again.
     const ByteCount blockEnd = std::min<ByteCount>(inputLength, at.consumed + 32);
     while (at.consumed < blockEnd) {
-      const platform::Replacement& replacement = platform::kMacRomanToLatin9[input[at.consumed]];
+      const base::Replacement& replacement = base::kMacRomanToLatin9[input[at.consumed]];
       if (replacement.length > outputLength - at.produced) return at;
       if (replacement.length == 1) {
         output[at.produced] = static_cast<UInt8>(replacement.bytes[0]);

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// AudioFormat: the sound files that can be written, by the names that people give them.
+// AudioFormat: file formats and data formats for the output file, by name.
 //
-// A file format is the kind of file (WAVE), a data format how samples are stored in it (LEI16) and,
-// behind an "@", how many there are in a second (LEI16@44100). Names are looked for without regard
-// to capital letters. Pure functions.
+// A file format is the container (WAVE). A data format is the sample format (LEI16), optionally
+// with the sample rate after an "@" (LEI16@44100). Names are not case-sensitive. Pure functions.
 #pragma once
 
 #include <optional>
@@ -13,26 +12,27 @@
 namespace say {
 
 struct AudioFormat {
-  int code = 0;  // as libsndfile has it: file format, samples and byte order
-  int rate = 0;  // samples per second
-  std::string fileFormat;
+  int code = 0;            // libsndfile format: container, sample format and byte order
+  int rate = 0;            // samples per second
+  std::string fileFormat;  // its name, for messages
 
-  // Whether files of the Manager are in this format as they are.
+  // Whether this is the format that the Manager writes, so that no conversion is needed.
   bool isNative() const;
 };
 
-// The format of the file at `path`: of the file format given, else the one that the extension
-// stands for, else AIFF where there is no extension; with the data format given, else what is usual
-// in such a file. Throws std::invalid_argument, with what to do, for a name that is not known and
-// for data that does not go into such a file.
+// Returns the format of the output file at `path`. The container is `fileFormat`, else the one of
+// the extension, else AIFF. The samples are `dataFormat`, else the default of the container. Throws
+// std::invalid_argument, with a message for the user, for an unknown name and for samples that the
+// container does not support.
 AudioFormat audioFormatOf(const std::string& path, const std::optional<std::string>& fileFormat,
                           const std::optional<std::string>& dataFormat);
 
-// A line for each file format: name, extensions, what it is.
+// Returns one line for each file format: name, extensions, description.
 std::string fileFormatList();
 
-// A line for each data format that goes into files of a format, which is chosen as above; into any
-// file when there is neither path nor format. Throws std::invalid_argument.
+// Returns one line for each data format that the container supports, which is chosen as above; with
+// neither path nor format, for each data format that any container supports. Throws
+// std::invalid_argument for an unknown container.
 std::string dataFormatList(const std::string& path, const std::optional<std::string>& fileFormat);
 
 }  // namespace say

@@ -5,6 +5,7 @@
 
 namespace say {
 
+// Of our engine; NoEngineWatch.cpp has the version for other engines.
 std::vector<SoundDevice> soundDevices() {
   std::vector<SoundDevice> devices;
   const auto add = [](const char* name, const char* description, int isDefault, void* to) {

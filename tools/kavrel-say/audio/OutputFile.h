@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// OutputFile: makes sure that the speech really ends up in its file.
+// OutputFile: checks before and after the speech that a file can be and was written.
 //
-// The Manager writes the file, but says no more than that it could not begin; why, and whether all
-// of it was written, is found out here. The file is not kept open.
+// The Manager writes the file but reports only that it could not start. This class finds the
+// reason, and whether the file is complete. It does not keep the file open.
+//
+// Threads: used by one thread.
 #pragma once
 
 #include <string>
@@ -13,27 +15,27 @@ namespace say {
 
 class OutputFile {
  public:
-  // Makes the file if it is not there, and leaves the contents of one that is. Throws Failure when
-  // it cannot be written.
+  // Creates the file if it does not exist, else keeps its contents. Throws Failure if it cannot be
+  // written.
   explicit OutputFile(std::string path);
 
   const std::string& path() const { return m_path; }
 
-  // Removes a file that the constructor made and that nothing was written to.
+  // Removes the file if the constructor created it and it is still empty.
   void discard() const;
 
-  // Writes `contents` in place of what the file holds. Throws Failure.
+  // Replaces the contents of the file. Throws Failure.
   void write(std::string_view contents) const;
 
-  // To be called when the Manager's speech is over. Throws Failure when the file is not as long as
-  // it says.
+  // To be called when the speech has ended. Throws Failure if the file is shorter than its AIFF
+  // header says, or no AIFF file. Files that are not regular are not checked.
   void verify() const;
 
  private:
-  [[noreturn]] void refuse(int error) const;
+  [[noreturn]] void throwCannotWrite(int error) const;
 
   std::string m_path;
-  bool m_isNew;
+  bool m_isNew;  // created by this object
 };
 
 }  // namespace say

@@ -21,7 +21,7 @@ bool beginsWith(const std::string& full, const std::string& asked) {
   return !asked.empty() && strncasecmp(full.c_str(), asked.c_str(), asked.size()) == 0;
 }
 
-// The only device for which `matches` holds of name or description; null for none and for several.
+// Returns the only device whose name or description satisfies `matches`; null for none or several.
 template <typename Matches>
 const SoundDevice* only(const std::vector<SoundDevice>& devices, Matches matches) {
   const SoundDevice* found = nullptr;
@@ -40,6 +40,8 @@ bool isSoundWanted() {
   return choice == nullptr || std::strcmp(choice, "none") != 0;
 }
 
+// A complete name has priority: it may be the beginning of another one. The engine reads the choice
+// from the environment.
 void useSoundDevice(const std::string& name) {
   const std::vector<SoundDevice> devices = soundDevices();
   const SoundDevice* device =
@@ -50,12 +52,13 @@ void useSoundDevice(const std::string& name) {
   if (device == nullptr) {
     std::string names;
     for (const SoundDevice& one : devices) names += (names.empty() ? "" : ", ") + one.name;
-    throw tool::Failure("there is no one sound device \"" + name + "\"; there is " +
-                        (names.empty() ? "none" : names));
+    throw tool::Failure("no single sound device matches \"" + name +
+                        "\"; available devices: " + (names.empty() ? "none" : names));
   }
   ::setenv("KAVREL_AUDIO_DEVICE", device->name.c_str(), 1);
 }
 
+// The "# " separates name and description for the completions.
 std::string soundDeviceList() {
   std::string list;
   for (const SoundDevice& device : soundDevices()) {

@@ -1,7 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// SoundDevices: the devices that speech can be heard on. The Manager does not know of them, so this
-// looks past it, as EngineWatch does; with another engine than ours there is none.
+// SoundDevices: lists and selects the sound devices for speech.
+//
+// The Manager has no function for devices, so EngineDevices.cpp asks the engine, as EngineWatch
+// does for event times. With another engine the list is empty.
+//
+// Threads: used by one thread.
 #pragma once
 
 #include <string>
@@ -10,23 +14,23 @@
 namespace say {
 
 struct SoundDevice {
-  std::string name;         // that the engine has for it
+  std::string name;         // as the engine names it
   std::string description;  // for people
   bool isDefault;
 };
 
-// Takes some milliseconds. Empty where no sound can be heard.
+// Returns all output devices; empty if nothing can be heard. Takes some milliseconds.
 std::vector<SoundDevice> soundDevices();
 
-// Whether the user wants sound to be heard: it can be switched off with KAVREL_AUDIO=none.
+// Returns false if the user has switched sound off with KAVREL_AUDIO=none.
 bool isSoundWanted();
 
-// Lets this process speak on the device whose name or description this is, or begins with this
-// where only one does, without regard to capital letters. To be called in front of all speech.
-// Throws Failure, which names the devices there are.
+// Selects the device for this process. `name` is its name or description, or the beginning of one
+// if only one device matches; not case-sensitive. Must be called before the first speech. Throws
+// Failure, with a list of all devices, if not exactly one matches.
 void useSoundDevice(const std::string& name);
 
-// A line for each device: name, description.
+// Returns one line for each device: name, "# ", description.
 std::string soundDeviceList();
 
 }  // namespace say

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// TemporaryFile: a file without a name, which is gone with the program however that ends.
+// TemporaryFile: an unnamed file, which the system deletes when the process exits for any reason.
+//
+// Threads: constant after construction; the descriptor's offset is shared by its users.
 #pragma once
 
 #include <string>
@@ -9,16 +11,16 @@ namespace say {
 
 class TemporaryFile {
  public:
-  // On the file system of `folder` where that can be, else in the system's place for such files.
-  // Throws Failure.
+  // Creates the file on the file system of `folder` if possible, else in the system's folder for
+  // temporary files. Throws Failure.
   explicit TemporaryFile(const std::string& folder);
   ~TemporaryFile();
   TemporaryFile(const TemporaryFile&) = delete;
   TemporaryFile& operator=(const TemporaryFile&) = delete;
 
-  // Open for reading and writing as long as this object lives.
+  // Open for reading and writing while this object exists.
   int descriptor() const { return m_file; }
-  // By which this process can open the file once more.
+  // Returns a path with which this process can open the file again.
   std::string path() const;
 
  private:

@@ -1,15 +1,16 @@
 # SPDX-License-Identifier: Apache-2.0
 # shellcheck shell=bash
 #
-# Completion of kavrel-say in bash.
+# bash completion for kavrel-say.
 
+# Runs the program for one of its lists, without messages.
 _kavrel_say_names() {
   kavrel-say "$@" 2>/dev/null
 }
 
 _kavrel_say() {
   local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]} list=''
-  # An option and its argument may be joined by "=", which bash makes a word of its own.
+  # bash splits "--option=value" into three words: the option, "=" and the value.
   if [[ $word == '=' ]]; then
     word=''
   elif [[ $before == '=' ]]; then

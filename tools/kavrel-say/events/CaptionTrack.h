@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// CaptionTrack: what of a text is spoken when, for captions.
+// CaptionTrack: records the start and end time of each word, for captions.
+//
+// Threads: as for listeners.
 #pragma once
 
 #include <vector>
@@ -14,7 +16,7 @@ namespace say {
 
 class CaptionTrack : public Listener {
  public:
-  // Both outlive the track; `times` listens in front of it.
+  // Both outlive the track. `times` must be added to the Speech before the track.
   CaptionTrack(const tool::SpokenText& text, const EventTimes& times)
       : m_text(text), m_times(times) {}
 
@@ -22,7 +24,7 @@ class CaptionTrack : public Listener {
   void phoneme(int code) override;
   void done() override;
 
-  // To be called when the speech is over.
+  // Returns the words in the order of the text. To be called when the speech has ended.
   const std::vector<SpokenWord>& words() const { return m_words; }
 
  private:
@@ -31,7 +33,7 @@ class CaptionTrack : public Listener {
   const tool::SpokenText& m_text;
   const EventTimes& m_times;
   std::vector<SpokenWord> m_words;
-  bool m_isOpen = false;  // the last word has no end yet
+  bool m_isOpen = false;  // the end of the last word is not known yet
 };
 
 }  // namespace say

@@ -7,20 +7,20 @@
 #include <cstdio>
 #include <utility>
 
-#include "Utf8.h"
+#include "base/text/Utf8.h"
 #include "screen/TextLayout.h"
 
 namespace say {
 namespace {
 
-// What readers are used to: two lines of 42 cells, for seven seconds at most.
+// Common limits for subtitles: two lines of 42 cells, at most seven seconds.
 constexpr std::size_t kLine = 42;
 constexpr std::size_t kLines = 2;
 constexpr double kLongestCue = 7;
-// A cue shorter than this is shown for longer, or with the next sentence, where that can be.
+// A shorter cue is extended, or merged with the next sentence, if possible.
 constexpr double kShortestCue = 1;
 constexpr double kLongPause = 1.5;
-// Between words of a phrase there may be a little silence, too.
+// Words within a phrase may have shorter silences between them.
 constexpr double kShortestPause = 0.05;
 
 constexpr std::string_view kReplacement = "\uFFFD";
@@ -29,81 +29,87 @@ bool isBlank(char byte) {
   return static_cast<unsigned char>(byte) <= ' ' || byte == '\x7F';
 }
 
-// ---- The text that is shown --------------------------------------------------------------------
+// ---- The displayed text
 
-// A word with the punctuation around it.
-struct Piece {
+// A spoken word with the punctuation that it touches.
+struct CaptionWord {
   std::string text;
-  bool isApart;      // from the piece before, by a blank or a command
-  bool isParagraph;  // behind an empty line
+  bool isApart;      // a blank or a command separates it from the previous word
+  bool isParagraph;  // follows an empty line
   double begin;
   double end;
 };
 
-// Bytes that are no command, in the order of the text.
-std::vector<Stretch> shownStretches(std::string_view text, tool::Brackets brackets) {
+// Returns the ranges of the text outside commands, in order. A command that is not closed extends
+// to the end of the text, as in the converter.
+std::vector<TextRange> displayedRanges(std::string_view text, tool::Brackets brackets) {
   if (brackets == tool::Brackets::Text) return {{0, text.size()}};
-  std::vector<Stretch> stretches;
+  std::vector<TextRange> ranges;
   std::size_t at = 0;
   while (at < text.size()) {
     const std::size_t open = std::min(text.find("[[", at), text.size());
-    if (at < open) stretches.push_back({at, open});
+    if (at < open) ranges.push_back({at, open});
     const std::size_t close = open < text.size() ? text.find("]]", open + 2) : text.size();
     at = close >= text.size() ? text.size() : close + 2;
   }
-  return stretches;
+  return ranges;
 }
 
-// As it is shown: one blank for blanks and control characters.
-void appendShown(std::string& shown, std::string_view part) {
+// Appends text for display: each run of blanks and control characters becomes one blank.
+void appendDisplayed(std::string& displayed, std::string_view part) {
   while (!part.empty()) {
-    const std::size_t length = tool::firstCharacter(part).length;
+    const std::size_t length = base::firstCharacter(part).length;
     if (length == 0) {
-      shown += kReplacement;
+      displayed += kReplacement;
     } else if (length > 1 || !isBlank(part.front())) {
-      shown += part.substr(0, length);
-    } else if (!shown.empty() && shown.back() != ' ') {
-      shown += ' ';
+      displayed += part.substr(0, length);
+    } else if (!displayed.empty() && displayed.back() != ' ') {
+      displayed += ' ';
     }
     part.remove_prefix(std::max<std::size_t>(length, 1));
   }
 }
 
-class Pieces {
+// Splits the text between spoken words: each cut is at the first blank or command after a word, so
+// punctuation stays with the word that it touches.
+class CaptionWordBuilder {
  public:
-  Pieces(std::string_view text, const std::vector<SpokenWord>& words, tool::Brackets brackets)
-      : m_text(text), m_stretches(shownStretches(text, brackets)) {
+  CaptionWordBuilder(std::string_view text, const std::vector<SpokenWord>& words,
+                     tool::Brackets brackets)
+      : m_text(text), m_ranges(displayedRanges(text, brackets)) {
     for (std::size_t i = 0; i < words.size(); ++i) {
       const bool isLast = i + 1 == words.size();
-      add(words[i], isLast ? text.size() : words[i + 1].place.position);
+      add(words[i], isLast ? text.size() : words[i + 1].range.position);
     }
   }
 
-  std::vector<Piece> take() { return std::move(m_pieces); }
+  std::vector<CaptionWord> release() { return std::move(m_words); }
 
  private:
-  // The piece of the word, which ends somewhere in front of `nextWord`.
+  // Adds the text from the last cut up to the next one, which lies between `word` and `nextWord`.
   void add(const SpokenWord& word, std::size_t nextWord) {
-    const std::size_t wordEnd = std::max(word.place.position + word.place.length, m_cut);
+    // Words can overlap in text with unusual markup; the cut never moves back.
+    const std::size_t wordEnd = std::max(word.range.position + word.range.length, m_cut);
     const std::size_t begin = m_cut;
     const bool isApart = m_isApart;
     const bool isParagraph = m_isParagraph;
     m_cut = nextWord >= m_text.size() ? m_text.size() : cutBetween(wordEnd, nextWord);
-    std::string text = shown(begin, m_cut);
+    std::string text = displayed(begin, m_cut);
     while (text.ends_with(' ')) text.pop_back();
-    m_pieces.push_back({std::move(text), isApart, isParagraph, word.begin, word.end});
+    m_words.push_back({std::move(text), isApart, isParagraph, word.begin, word.end});
   }
 
-  // The first blank or command, else where the next word begins.
+  // Returns the position of the first blank or command in the gap, else the start of the next word.
   std::size_t cutBetween(std::size_t from, std::size_t to) {
     const std::string_view gap = m_text.substr(std::min(from, to), to > from ? to - from : 0);
     std::size_t cut = 0;
-    while (cut < gap.size() && !isBlank(gap[cut]) && isShown(from + cut)) ++cut;
+    while (cut < gap.size() && !isBlank(gap[cut]) && isDisplayed(from + cut)) ++cut;
     m_isApart = cut < gap.size();
     m_isParagraph = hasEmptyLine(gap);
     return std::min(from, to) + cut;
   }
 
+  // Whether two line feeds have only blanks between them.
   static bool hasEmptyLine(std::string_view gap) {
     std::size_t ends = 0;
     for (const char byte : gap) {
@@ -116,51 +122,54 @@ class Pieces {
     return false;
   }
 
-  // The stretch with the byte `at`, or the first behind it.
-  std::vector<Stretch>::const_iterator stretchAt(std::size_t at) const {
-    return std::upper_bound(m_stretches.begin(), m_stretches.end(), at,
-                            [](std::size_t byte, const Stretch& one) { return byte < one.end; });
+  // Returns the range that contains the byte `at`, else the next one. Binary search.
+  std::vector<TextRange>::const_iterator rangeAt(std::size_t at) const {
+    return std::upper_bound(m_ranges.begin(), m_ranges.end(), at,
+                            [](std::size_t byte, const TextRange& one) { return byte < one.end; });
   }
 
-  bool isShown(std::size_t at) const {
-    const auto stretch = stretchAt(at);
-    return stretch != m_stretches.end() && stretch->begin <= at;
+  bool isDisplayed(std::size_t at) const {
+    const auto range = rangeAt(at);
+    return range != m_ranges.end() && range->begin <= at;
   }
 
-  std::string shown(std::size_t begin, std::size_t end) const {
+  std::string displayed(std::size_t begin, std::size_t end) const {
     std::string result;
-    for (auto one = stretchAt(begin); one != m_stretches.end() && one->begin < end; ++one) {
+    for (auto one = rangeAt(begin); one != m_ranges.end() && one->begin < end; ++one) {
       const std::size_t from = std::max(begin, one->begin);
-      // A command parts what stands around it.
+      // A command separates the words around it, as a blank does.
       if (!result.empty() && result.back() != ' ') result += ' ';
-      appendShown(result, m_text.substr(from, std::min(end, one->end) - from));
+      appendDisplayed(result, m_text.substr(from, std::min(end, one->end) - from));
     }
     return result;
   }
 
   const std::string_view m_text;
-  const std::vector<Stretch> m_stretches;
-  std::vector<Piece> m_pieces;
-  std::size_t m_cut = 0;  // where the next piece begins
+  const std::vector<TextRange> m_ranges;
+  std::vector<CaptionWord> m_words;
+  std::size_t m_cut = 0;  // start of the next word's text
   bool m_isApart = false;
   bool m_isParagraph = false;
 };
 
-// ---- Cues --------------------------------------------------------------------------------------
+// ---- Cues
 
-using PieceRange = std::pair<std::size_t, std::size_t>;  // the first, and behind the last
+using WordRange =
+    std::pair<std::size_t, std::size_t>;  // indices of the first word and after the last
 
-std::string joined(const std::vector<Piece>& pieces, PieceRange range) {
+// The text of a range of words on one line.
+std::string joinWords(const std::vector<CaptionWord>& words, WordRange range) {
   std::string text;
   for (std::size_t i = range.first; i < range.second; ++i) {
-    const Piece& piece = pieces[i];
-    if (!text.empty() && piece.isApart) text += ' ';
-    text += piece.text;
+    const CaptionWord& word = words[i];
+    if (!text.empty() && word.isApart) text += ' ';
+    text += word.text;
   }
   return text;
 }
 
-std::vector<std::string> linesOf(const std::string& text, std::size_t width) {
+// Wraps as the terminal display does, so that wide characters count two cells.
+std::vector<std::string> wrapLines(const std::string& text, std::size_t width) {
   std::vector<std::string> lines;
   for (std::size_t at = 0; at < text.size();) {
     const Row row = rowAt(text, at, width);
@@ -170,24 +179,26 @@ std::vector<std::string> linesOf(const std::string& text, std::size_t width) {
   return lines;
 }
 
-// In as few lines as can be, and these about as long as each other.
-std::vector<std::string> balancedLines(const std::string& text) {
-  const std::size_t count = linesOf(text, kLine).size();
+// Wraps into the smallest number of lines and makes them about equally long: the narrowest width
+// that needs no more lines.
+std::vector<std::string> balanceLines(const std::string& text) {
+  const std::size_t count = wrapLines(text, kLine).size();
   std::size_t width = kLine;
-  while (width > 1 && linesOf(text, width - 1).size() <= count && count > 1) --width;
-  return linesOf(text, width);
+  while (width > 1 && wrapLines(text, width - 1).size() <= count && count > 1) --width;
+  return wrapLines(text, width);
 }
 
-bool fits(const std::vector<Piece>& pieces, PieceRange range) {
-  return pieces[range.second - 1].end - pieces[range.first].begin <= kLongestCue &&
-         linesOf(joined(pieces, range), kLine).size() <= kLines;
+// Whether the words are short enough for one cue, in time and in lines.
+bool fitsInCue(const std::vector<CaptionWord>& words, WordRange range) {
+  return words[range.second - 1].end - words[range.first].begin <= kLongestCue &&
+         wrapLines(joinWords(words, range), kLine).size() <= kLines;
 }
 
-// The last character but for closing quotes and brackets.
+// Returns the last character, ignoring closing quotes and brackets.
 char32_t lastSign(const std::string& text) {
   char32_t last = 0;
   for (std::size_t at = 0; at < text.size();) {
-    const tool::Utf8Character character = tool::firstCharacter(std::string_view(text).substr(at));
+    const base::Utf8Character character = base::firstCharacter(std::string_view(text).substr(at));
     constexpr std::u32string_view kClosing = U"\"')]}\u2019\u201D\u00BB\u203A";
     if (kClosing.find(character.code) == std::u32string_view::npos) last = character.code;
     at += character.length;
@@ -195,70 +206,74 @@ char32_t lastSign(const std::string& text) {
   return last;
 }
 
-bool endsWithOneOf(const Piece& piece, std::u32string_view signs) {
-  return signs.find(lastSign(piece.text)) != std::u32string_view::npos;
+bool endsWithOneOf(const CaptionWord& word, std::u32string_view signs) {
+  return signs.find(lastSign(word.text)) != std::u32string_view::npos;
 }
 
-double pauseBehind(const std::vector<Piece>& pieces, std::size_t at) {
-  return pieces[at + 1].begin - pieces[at].end;
+double pauseAfter(const std::vector<CaptionWord>& words, std::size_t at) {
+  return words[at + 1].begin - words[at].end;
 }
 
-// Behind an abbreviation there is no pause.
-bool endsSentence(const std::vector<Piece>& pieces, std::size_t at) {
-  if (at + 1 == pieces.size() || pieces[at + 1].isParagraph) return true;
-  const double pause = pauseBehind(pieces, at);
-  return pause >= kLongPause ||
-         (pause >= kShortestPause && endsWithOneOf(pieces[at], U".!?\u2026"));
+// A sentence ends at a paragraph, at a long pause, or at a full stop with a pause. The pause is
+// required because no pause follows the full stop of an abbreviation.
+bool endsSentence(const std::vector<CaptionWord>& words, std::size_t at) {
+  if (at + 1 == words.size() || words[at + 1].isParagraph) return true;
+  const double pause = pauseAfter(words, at);
+  return pause >= kLongPause || (pause >= kShortestPause && endsWithOneOf(words[at], U".!?\u2026"));
 }
 
-// Where a sentence that does not fit is cut: behind the last comma or pause in the further half of
-// what fits, else behind the last word of it.
-std::size_t cutOf(const std::vector<Piece>& pieces, PieceRange sentence) {
+// Returns the index of the word at which a sentence is cut that does not fit into one cue: after
+// the last comma or pause in the second half of the words that fit, else after the last of these
+// words. Always after the first word, so that the caller makes progress.
+std::size_t findCut(const std::vector<CaptionWord>& words, WordRange sentence) {
   std::size_t end = sentence.first + 1;
-  while (end < sentence.second && fits(pieces, {sentence.first, end + 1})) ++end;
+  while (end < sentence.second && fitsInCue(words, {sentence.first, end + 1})) ++end;
   if (end == sentence.second) return end;
   for (std::size_t at = end; at > sentence.first + (end - sentence.first + 1) / 2; --at) {
-    if (endsWithOneOf(pieces[at - 1], U",;:\u2013\u2014") ||
-        pauseBehind(pieces, at - 1) >= kShortestPause) {
+    if (endsWithOneOf(words[at - 1], U",;:\u2013\u2014") ||
+        pauseAfter(words, at - 1) >= kShortestPause) {
       return at;
     }
   }
   return end;
 }
 
-// Adds the sentence to the last cue if that is short, else as cues of its own.
-void addSentence(const std::vector<Piece>& pieces, PieceRange sentence,
-                 std::vector<PieceRange>& cues) {
+// Merges the sentence with the previous cue if that is too short to be read and both fit into one
+// cue. Otherwise adds cues for the sentence.
+void addSentence(const std::vector<CaptionWord>& words, WordRange sentence,
+                 std::vector<WordRange>& cues) {
   if (!cues.empty()) {
-    PieceRange& last = cues.back();
-    const bool isShort = pieces[last.second - 1].end - pieces[last.first].begin < kShortestCue;
-    const bool isNear = pauseBehind(pieces, last.second - 1) < kLongPause;
-    if (isShort && isNear && !pieces[sentence.first].isParagraph &&
-        fits(pieces, {last.first, sentence.second})) {
+    WordRange& last = cues.back();
+    const bool isShort = words[last.second - 1].end - words[last.first].begin < kShortestCue;
+    const bool isNear = pauseAfter(words, last.second - 1) < kLongPause;
+    if (isShort && isNear && !words[sentence.first].isParagraph &&
+        fitsInCue(words, {last.first, sentence.second})) {
       last.second = sentence.second;
       return;
     }
   }
   while (sentence.first < sentence.second) {
-    const std::size_t cut = cutOf(pieces, sentence);
+    const std::size_t cut = findCut(words, sentence);
     cues.emplace_back(sentence.first, cut);
     sentence.first = cut;
   }
 }
 
-std::vector<PieceRange> grouped(const std::vector<Piece>& pieces) {
-  std::vector<PieceRange> cues;
+// Cuts the words into sentences and these into cues.
+std::vector<WordRange> groupIntoCues(const std::vector<CaptionWord>& words) {
+  std::vector<WordRange> cues;
   std::size_t begin = 0;
-  for (std::size_t i = 0; i < pieces.size(); ++i) {
-    if (!endsSentence(pieces, i)) continue;
-    addSentence(pieces, {begin, i + 1}, cues);
+  for (std::size_t i = 0; i < words.size(); ++i) {
+    if (!endsSentence(words, i)) continue;
+    addSentence(words, {begin, i + 1}, cues);
     begin = i + 1;
   }
   return cues;
 }
 
-// ---- Files -------------------------------------------------------------------------------------
+// ---- Files
 
+// Returns hours:minutes:seconds and milliseconds; `point` is "." for WebVTT, "," for SubRip.
 std::string timeStamp(double seconds, char point) {
   const long long all = std::llround(seconds * 1000);
   std::array<char, 48> text{};
@@ -271,7 +286,8 @@ std::string timesOf(const Cue& cue, char point) {
   return timeStamp(cue.begin, point) + " --> " + timeStamp(cue.end, point) + '\n';
 }
 
-std::string escaped(const std::string& line) {
+// "<" and "&" start markup in WebVTT; ">" could complete "-->".
+std::string escapeForWebVtt(const std::string& line) {
   std::string result;
   for (const char byte : line) {
     if (byte == '&') {
@@ -291,13 +307,15 @@ std::string escaped(const std::string& line) {
 
 std::vector<Cue> cuesOf(std::string_view text, const std::vector<SpokenWord>& words,
                         tool::Brackets brackets) {
-  const std::vector<Piece> pieces = Pieces(text, words, brackets).take();
+  const std::vector<CaptionWord> captionWords = CaptionWordBuilder(text, words, brackets).release();
   std::vector<Cue> cues;
-  for (const PieceRange& range : grouped(pieces)) {
-    std::vector<std::string> lines = balancedLines(joined(pieces, range));
+  for (const WordRange& range : groupIntoCues(captionWords)) {
+    std::vector<std::string> lines = balanceLines(joinWords(captionWords, range));
     if (lines.empty()) continue;
-    cues.push_back({pieces[range.first].begin, pieces[range.second - 1].end, std::move(lines)});
+    cues.push_back(
+        {captionWords[range.first].begin, captionWords[range.second - 1].end, std::move(lines)});
   }
+  // Extend short cues, but never over the next one.
   for (std::size_t i = 0; i < cues.size(); ++i) {
     const double longer = std::max(cues[i].end, cues[i].begin + kShortestCue);
     cues[i].end = i + 1 < cues.size() ? std::min(longer, cues[i + 1].begin) : longer;
@@ -309,7 +327,7 @@ std::string webVttOf(const std::vector<Cue>& cues) {
   std::string file = "WEBVTT\n";
   for (const Cue& cue : cues) {
     file += '\n' + timesOf(cue, '.');
-    for (const std::string& line : cue.lines) file += escaped(line) + '\n';
+    for (const std::string& line : cue.lines) file += escapeForWebVtt(line) + '\n';
   }
   return file;
 }

@@ -1,9 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// EngineWatch: what only the engine knows, the times of events and why a speech broke off.
+// EngineWatch: receives the times of events and the error messages of the engine.
 //
-// This one part of the program looks past the Manager. Where the plug-in is built on another engine
-// than ours nothing comes from it: NoEngineWatch.cpp then stands for EngineWatch.cpp.
+// kavrel-say is a client of the Manager, with one exception: EngineWatch.cpp includes the engine's
+// kavrel_observer.h. The Manager's callbacks carry no time and no error text, and --events and the
+// captions need the time of each event in the audio. With another engine, NoEngineWatch.cpp takes
+// the place of EngineWatch.cpp; it reports nothing.
+//
+// Threads: the engine calls back on its own threads. The functions below are for one thread.
 #pragma once
 
 #include <optional>
@@ -16,14 +20,14 @@ namespace say {
 
 class EngineWatch {
  public:
-  // Hands times to `times`, which outlives the watch; null: nobody asks for times. One watch at a
-  // time. Throws Failure.
+  // Passes event times to `times`, which outlives the watch; null if no times are needed. The
+  // process has one observer, so only one watch may exist at a time. Throws Failure.
   explicit EngineWatch(EventTimes* times);
   ~EngineWatch();
   EngineWatch(const EngineWatch&) = delete;
   EngineWatch& operator=(const EngineWatch&) = delete;
 
-  // Throws Failure with the engine's own words when a speech has broken off.
+  // Throws Failure with the engine's message if a speech has stopped because of an error.
   void check() const EXCLUDES(m_lock);
 
  private:

@@ -3,17 +3,19 @@
 
 namespace say {
 
+// The engine reports an event here before the Manager calls back, so the time is always queued
+// first.
 void EventTimes::observe(SpeechNumber speech, Kind kind, double seconds) {
   const base::ScopedLock held(m_lock);
-  observed(speech).times[static_cast<std::size_t>(kind)].push_back(seconds);
+  recordOf(speech).times[static_cast<std::size_t>(kind)].push_back(seconds);
 }
 
 void EventTimes::observeEnd(SpeechNumber speech, double seconds) {
   const base::ScopedLock held(m_lock);
-  observed(speech).end = seconds;
+  recordOf(speech).end = seconds;
 }
 
-EventTimes::Observed& EventTimes::observed(SpeechNumber speech) {
+EventTimes::Record& EventTimes::recordOf(SpeechNumber speech) {
   if (m_speeches.empty() || m_speeches.back().speech != speech) {
     m_speeches.emplace_back().speech = speech;
   }
@@ -32,6 +34,8 @@ void EventTimes::sync(std::uint32_t /*message*/) {
   take(Kind::Sync);
 }
 
+// Takes the oldest time of that kind. Without one, now() is unknown rather than the time of an
+// earlier event.
 void EventTimes::take(Kind kind) {
   m_now.reset();
   const base::ScopedLock held(m_lock);
@@ -42,6 +46,8 @@ void EventTimes::take(Kind kind) {
   times.pop_front();
 }
 
+// Drops the speech with the times whose callbacks never came, so that they are not taken for times
+// of the next speech.
 void EventTimes::done() {
   m_now.reset();
   const base::ScopedLock held(m_lock);

@@ -1,15 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// EventTimes: when, in the sound, that takes place which the Manager reports.
+// EventTimes: the times of events in the audio, paired with the Manager's callbacks.
 //
-// The Manager's callbacks carry no time, but the engine tells the time of everything before the
-// Manager hears of it. So both are paired by their order, kind by kind, speech by speech. Callbacks
-// may come much later, and those at the end of a speech that was stopped may not come at all, but
-// each speech is over once on either side.
+// The Manager's callbacks carry no time, but the engine reports the time of each event before the
+// Manager receives it. So both are paired by order, with a queue for each kind of event and each
+// speech. Callbacks may come much later, and those at the end of a stopped speech may never come,
+// but the end of each speech is reported exactly once on both sides; it discards the rest of the
+// queues.
 //
-// It is a listener, to be added to a Speech in front of those that ask it for times, and serves the
-// only speech of the process. Threads: observe…() may be called on any thread, everything else as
-// for listeners.
+// Must be added to the Speech before the listeners that call now(). Serves one Speech at a time.
+//
+// Threads: observe() and observeEnd() are safe on any thread; the rest as for listeners.
 #pragma once
 
 #include <array>
@@ -25,15 +26,16 @@ namespace say {
 
 class EventTimes : public Listener {
  public:
-  // Seconds from the beginning of the sound. The end's is the length of the sound.
   enum class Kind : std::uint8_t { Word, Phoneme, Sync };
-  // Tells speeches apart.
+  // Identifies a speech.
   using SpeechNumber = std::uintptr_t;
 
+  // Record the time of an event and of the end of the speech. Seconds from the start of the audio;
+  // the time of the end is the length of the audio.
   void observe(SpeechNumber speech, Kind kind, double seconds) EXCLUDES(m_lock);
   void observeEnd(SpeechNumber speech, double seconds) EXCLUDES(m_lock);
 
-  // The time of what listeners are being told; none when it is not known.
+  // Returns the time of the event that is being reported to listeners; none if it is not known.
   std::optional<double> now() const { return m_now; }
 
   void word(std::size_t position, std::size_t length) override;
@@ -44,20 +46,21 @@ class EventTimes : public Listener {
  private:
   static constexpr std::size_t kKinds = 3;
 
-  // What has been observed of a speech and not been reported yet.
-  struct Observed {
+  // Times of a speech whose callbacks have not come yet.
+  struct Record {
     SpeechNumber speech = 0;
     std::array<std::deque<double>, kKinds> times;
     std::optional<double> end;
   };
 
-  Observed& observed(SpeechNumber speech) REQUIRES(m_lock);
+  Record& recordOf(SpeechNumber speech) REQUIRES(m_lock);
   void take(Kind kind) EXCLUDES(m_lock);
 
   std::optional<double> m_now;
 
   base::Mutex m_lock;
-  std::deque<Observed> m_speeches GUARDED_BY(m_lock);  // the one that is being reported first
+  // In order, the one that is being reported first.
+  std::deque<Record> m_speeches GUARDED_BY(m_lock);
 };
 
 }  // namespace say

@@ -10,8 +10,8 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-// A tenth of a millisecond tells all sounds apart.
-double rounded(double seconds) {
+// To a tenth of a millisecond, about two samples.
+double roundTime(double seconds) {
   constexpr double kSteps = 10'000;
   return std::round(seconds * kSteps) / kSteps;
 }
@@ -20,14 +20,14 @@ double rounded(double seconds) {
 
 void EventWriter::write(Json event) const {
   constexpr int kOneLine = -1;
-  if (const auto time = m_times.now()) event["time"] = rounded(*time);
-  // A text that is not UTF-8 throughout must not end the program: what is malformed is replaced.
+  if (const auto time = m_times.now()) event["time"] = roundTime(*time);
+  // Malformed UTF-8 is replaced: by default the library would throw for it.
   m_output.write(event.dump(kOneLine, ' ', false, Json::error_handler_t::replace) + '\n');
 }
 
 void EventWriter::word(std::size_t position, std::size_t length) {
   const tool::Slice slice = m_text.origin(position, length);
-  // What the Manager says on its own account is no word of the text.
+  // Text that the Manager inserted is not a word of the input.
   if (slice.length == 0) return;
   const tool::Slice counted = m_positions.of(slice);
   write({{"event", "word"},
@@ -41,6 +41,7 @@ void EventWriter::phoneme(int code) {
 }
 
 void EventWriter::sync(std::uint32_t message) {
+  // The Manager carries the number in the upper half.
   write({{"event", "sync"}, {"number", message >> 16U}});
 }
 

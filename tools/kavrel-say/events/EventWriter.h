@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// EventWriter: what happens while a text is spoken, one JSON object a line (Arguments.cpp describes
-// them for users).
+// EventWriter: writes the events of a speech as JSON, one object per line. Help.h describes them
+// for users.
 //
-// Threads: one at a time. Every function throws what Output::write() throws.
+// Threads: as for listeners. Every function throws what Output::write() throws.
 #pragma once
 
 #include <nlohmann/json_fwd.hpp>
@@ -12,14 +12,14 @@
 #include "events/EventTimes.h"
 #include "screen/Output.h"
 #include "speech/Listener.h"
-#include "speech/Positions.h"
+#include "speech/PositionCounter.h"
 
 namespace say {
 
 class EventWriter : public Listener {
  public:
-  // All outlive the writer.
-  EventWriter(const tool::SpokenText& text, Positions& positions, const EventTimes& times,
+  // All arguments outlive the writer.
+  EventWriter(const tool::SpokenText& text, PositionCounter& positions, const EventTimes& times,
               const Output& output)
       : m_text(text), m_positions(positions), m_times(times), m_output(output) {}
 
@@ -32,7 +32,7 @@ class EventWriter : public Listener {
   void write(nlohmann::ordered_json event) const;
 
   const tool::SpokenText& m_text;
-  Positions& m_positions;
+  PositionCounter& m_positions;
   const EventTimes& m_times;
   const Output& m_output;
 };

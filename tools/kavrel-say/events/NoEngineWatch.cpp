@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Stands for EngineWatch.cpp and EngineDevices.cpp where the engine is not ours.
+// NoEngineWatch: takes the place of EngineWatch.cpp and EngineDevices.cpp with another engine.
+// Reports no times, no errors and no devices.
 #include "audio/SoundDevices.h"
 #include "events/EngineWatch.h"
 

@@ -1,15 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Display: the text on a terminal while it is spoken, with the word being spoken standing out, and
-// a bar that shows how far the speech is; or one of the two.
+// Display: shows the text on a terminal while it is spoken, with the current word highlighted, or a
+// progress bar, or both.
 //
-// The rows of the text pass through a block at the lower end of what is written: the row with the
-// word, as many of the next ones as half of the screen holds, and the bar. Rows that have been
-// spoken stay above it and are not touched again. Between two writes the cursor stands at the
-// block's first cell, so that whatever the terminal does to its rows when its size changes, the
-// block is drawn anew from there.
+// The display redraws a block at the end of the output: the row with the current word, following
+// rows up to half of the screen, and the bar. Rows that have been spoken stay above the block and
+// are not changed again. Between two writes the cursor is in the first cell of the block. So the
+// block can be redrawn from there, however the terminal rewraps its rows when its size changes.
 //
-// Threads: all functions may be called on any thread.
+// Threads: all functions are safe to call on any thread.
 #pragma once
 
 #include <optional>
@@ -29,36 +28,37 @@ namespace say {
 
 class Display : public Listener {
  public:
-  // Either may be left out.
+  // What to show; either part may be absent.
   struct Parts {
     std::optional<Highlight> text;
     bool bar = false;
   };
 
-  // On `output`, which is a terminal. It and `text` outlive the display. All functions throw what
+  // `output` is a terminal. It and `text` outlive the display. All functions throw what
   // Output::write() throws.
   Display(const Output& output, const tool::SpokenText& text, Parts parts);
-  // Finishes as after an interruption if need be, and gives the terminal back.
+  // Finishes as after an interruption, unless finish() was called, and restores the terminal.
   ~Display() override;
 
   void word(std::size_t position, std::size_t length) EXCLUDES(m_lock) override;
 
-  // Draws again: the size of the terminal, or the time, is another.
+  // Redraws, for a new terminal size or a later time.
   void refresh() EXCLUDES(m_lock);
 
-  // The program is halted, and goes on.
+  // To be called before the program is suspended and after it resumes. The progress clock stands
+  // still in between; the terminal is restored for other programs.
   void suspend() EXCLUDES(m_lock);
   void resume() EXCLUDES(m_lock);
 
-  // The speech is over: what is left of the text is written, or, when it was interrupted, what is
-  // left of the row. The cursor then stands below.
+  // The speech has ended: writes the rest of the text, or, if the speech was interrupted, the rest
+  // of the row. Leaves the cursor below. Later calls do nothing.
   void finish(bool wasInterrupted) EXCLUDES(m_lock);
 
  private:
   void draw() REQUIRES(m_lock);
-  std::string passedRows() REQUIRES(m_lock);
-  std::string block() const REQUIRES(m_lock);
-  std::string row(const Row& row) const REQUIRES(m_lock);
+  std::string takeSpokenRows() REQUIRES(m_lock);
+  std::string renderBlock() const REQUIRES(m_lock);
+  std::string renderRow(const Row& row) const REQUIRES(m_lock);
   double now() const REQUIRES(m_lock);
 
   const Terminal m_terminal;
@@ -67,24 +67,24 @@ class Display : public Listener {
 
   base::Mutex m_lock;
   Terminal::Size m_size GUARDED_BY(m_lock){};
-  std::size_t m_begin GUARDED_BY(m_lock) = 0;  // where the block's text begins
-  Stretch m_word GUARDED_BY(m_lock);
+  std::size_t m_begin GUARDED_BY(m_lock) = 0;  // start of the block's text
+  TextRange m_word GUARDED_BY(m_lock);
   Progress m_progress GUARDED_BY(m_lock);
-  // Later by as long as the program was halted.
+  // Moved by the time that the program was suspended.
   base::Clock::time_point m_start GUARDED_BY(m_lock) = base::Clock::now();
-  base::Clock::time_point m_haltedAt GUARDED_BY(m_lock){};
-  bool m_isHalted GUARDED_BY(m_lock) = false;
+  base::Clock::time_point m_suspendedAt GUARDED_BY(m_lock){};
+  bool m_isSuspended GUARDED_BY(m_lock) = false;
   bool m_isFinished GUARDED_BY(m_lock) = false;
 };
 
-// The text as it is spoken, written where there is no terminal: up to the word being spoken.
+// Writes the text up to the current word, for output that is not a terminal.
 class RunningText : public Listener {
  public:
-  // Both outlive the object.
+  // Both arguments outlive the object.
   RunningText(const Output& output, const tool::SpokenText& text);
 
   void word(std::size_t position, std::size_t length) override;
-  // What is left, unless the speech was interrupted, and the end of the last line.
+  // Writes the rest of the text, unless the speech was interrupted, and ends the last line.
   void finish(bool wasInterrupted);
 
  private:

@@ -11,12 +11,12 @@ namespace {
 
 struct Capability {
   const char* name;
-  const char* parameters;  // of the sequence that selects it
+  const char* parameters;  // of the SGR escape sequence
   const char* description;
 };
 
 constexpr Capability kCapabilities[] = {
-    {"smso", "7", "reverse, which is usual"},
+    {"smso", "7", "reverse (default)"},
     {"rev", "7", "reverse"},
     {"bold", "1", "bold"},
     {"dim", "2", "faint"},
@@ -30,11 +30,12 @@ constexpr const char* kColours[] = {"black", "red",     "green", "yellow",
 
 constexpr int kLargestColour = 255;
 
-Highlight selecting(const std::string& parameters) {
+// SGR sequences: all terminals in use understand them, so no terminal database is needed.
+Highlight makeHighlight(const std::string& parameters) {
   return {"\033[" + parameters + "m", "\033[0m"};
 }
 
-// The colour's number, for the front with 30 added, for the back with 40.
+// Returns the colour's number: 30 + number selects the foreground, 40 + number the background.
 std::optional<int> colourNamed(std::string_view name) {
   for (int number = 0; number < 8; ++number) {
     if (name == kColours[number]) return number;
@@ -42,7 +43,8 @@ std::optional<int> colourNamed(std::string_view name) {
   return std::nullopt;
 }
 
-std::optional<Highlight> colours(std::string_view name) {
+// Parses "COLOUR", "COLOUR/COLOUR" and "/COLOUR". Returns nothing if it is none of these.
+std::optional<Highlight> parseColours(std::string_view name) {
   const std::size_t slash = name.find('/');
   const std::string_view front = name.substr(0, slash);
   const std::string_view back =
@@ -54,11 +56,11 @@ std::optional<Highlight> colours(std::string_view name) {
   std::string parameters;
   if (frontNumber) parameters = std::to_string(30 + *frontNumber);
   if (backNumber) parameters += (parameters.empty() ? "" : ";") + std::to_string(40 + *backNumber);
-  return selecting(parameters);
+  return makeHighlight(parameters);
 }
 
-// "setaf 3" and "setab 3"
-std::optional<Highlight> numberedColour(std::string_view name) {
+// Parses "setaf 3" (foreground) and "setab 3" (background). Returns nothing if it is neither.
+std::optional<Highlight> parseNumberedColour(std::string_view name) {
   const bool isFront = name.starts_with("setaf ");
   if (!isFront && !name.starts_with("setab ")) return std::nullopt;
   const std::string_view digits = name.substr(6);
@@ -66,20 +68,22 @@ std::optional<Highlight> numberedColour(std::string_view name) {
   const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), number);
   const bool isNumber = error == std::errc() && end == digits.data() + digits.size();
   if (!isNumber || number < 0 || number > kLargestColour) return std::nullopt;
-  return selecting((isFront ? "38;5;" : "48;5;") + std::to_string(number));
+  return makeHighlight((isFront ? "38;5;" : "48;5;") + std::to_string(number));
 }
 
 }  // namespace
 
+// Names are case-sensitive, as those of capabilities are.
 Highlight highlightNamed(const std::string& name) {
   for (const Capability& capability : kCapabilities) {
-    if (name == capability.name) return selecting(capability.parameters);
+    if (name == capability.name) return makeHighlight(capability.parameters);
   }
-  if (const auto found = colours(name)) return *found;
-  if (const auto found = numberedColour(name)) return *found;
-  throw std::invalid_argument("there is no markup \"" + name + "\"; --interactive=? lists them");
+  if (const auto found = parseColours(name)) return *found;
+  if (const auto found = parseNumberedColour(name)) return *found;
+  throw std::invalid_argument("unknown markup \"" + name + "\"; --interactive=? lists the values");
 }
 
+// Capabilities first, then the patterns for colours. Completions have fixed values.
 std::string highlightList() {
   std::string list;
   for (const Capability& capability : kCapabilities) {
@@ -88,13 +92,13 @@ std::string highlightList() {
     list += name + capability.description + '\n';
   }
   list +=
-      "setaf N         the colour of that number, 0 to 255\n"
-      "setab N         the same, behind the word\n"
+      "setaf N         foreground colour number, 0 to 255\n"
+      "setab N         background colour number, 0 to 255\n"
       "COLOUR          one of";
   for (const char* const colour : kColours) list += ' ' + std::string(colour);
   list +=
-      "\nCOLOUR/COLOUR   the word's, and behind it\n"
-      "/COLOUR         behind the word alone\n";
+      "\nCOLOUR/COLOUR   foreground and background colour\n"
+      "/COLOUR         background colour only\n";
   return list;
 }
 

@@ -1,24 +1,24 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Highlight: how the word being spoken is made to stand out on a terminal.
+// Highlight: the markup of the current word on a terminal. Pure functions.
 #pragma once
 
 #include <string>
 
 namespace say {
 
-// What is written in front of the word and behind it.
+// The escape sequences before and after the word.
 struct Highlight {
   std::string on;
   std::string off;
 };
 
-// By what a user calls it: the name of a terminal's capability (smso, bold, smul, …; setaf N and
-// setab N for a colour's number), a colour (green), or two, in front and behind (green/black).
-// Throws std::invalid_argument for anything else.
+// Returns the markup for a user's name: a terminal capability (smso, bold, smul, …; setaf N and
+// setab N for a colour number), a colour (green), or foreground and background colours
+// (green/black). Throws std::invalid_argument for anything else.
 Highlight highlightNamed(const std::string& name);
 
-// A line for each kind of name.
+// Returns one line for each kind of name.
 std::string highlightList();
 
 inline constexpr const char* kUsualHighlight = "smso";

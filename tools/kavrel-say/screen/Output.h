@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Output: an open file that is written to while speech goes on, and that must not hold the program
-// up when nobody reads what is written.
+// Output: writes to an open file while speech is in progress, without blocking the end of the
+// program when nobody reads the file.
+//
+// Threads: all functions are safe to call on any thread.
 #pragma once
 
 #include <exception>
@@ -10,34 +12,34 @@
 
 namespace say {
 
-// Told once that the program is to end; for ever after, whoever waits for it goes on.
+// An event that wakes every writer: set when the program is to end, and never reset. Uses eventfd.
 class Interruption {
  public:
-  // Throws Failure when the system has no descriptor left.
+  // Throws Failure if the system has no descriptor left.
   Interruption();
   ~Interruption();
   Interruption(const Interruption&) = delete;
   Interruption& operator=(const Interruption&) = delete;
 
-  void come() const;
-  // Readable from then on.
+  void trigger() const;
+  // Readable after trigger().
   int descriptor() const { return m_event; }
 
  private:
   int m_event;
 };
 
-// What cannot be written before the program ends.
+// Thrown when a write is abandoned because the program is to end.
 class Interrupted : public std::exception {};
 
 class Output {
  public:
-  // `file` stays the caller's and open; `interruption` outlives the output. `name` is for people.
+  // Does not close `file`. `interruption` outlives the output. `name` is for messages.
   Output(int file, std::string name, const Interruption& interruption);
 
-  // Throws ReaderGone when its reader has closed the other end, Failure when the text cannot be
-  // written for another reason, Interrupted when there has been an interruption and there is no
-  // room for the text.
+  // Writes all of `text`; blocks until there is room. Throws ReaderGone if the reader has closed
+  // the other end, Failure if writing fails for another reason, Interrupted if the interruption has
+  // been triggered and there is no room for the text.
   void write(std::string_view text) const;
 
   int file() const { return m_file; }

@@ -9,14 +9,14 @@
 namespace say {
 namespace {
 
-// In front of these the first words would be taken for the whole.
+// No estimate before these: the first words are not representative.
 constexpr double kEarlyFraction = 0.02;
 constexpr double kEarlySeconds = 0.5;
 
 constexpr std::size_t kNarrowestBar = 6;
 constexpr std::size_t kWidestBar = 50;
 
-// As 0:07, 12:30 or 1:02:03.
+// Returns 0:07, 12:30 or 1:02:03. Limited so that the number fits into the buffer.
 std::string clockTime(double seconds) {
   const long whole = std::lround(std::min(seconds, 3.0e8));
   std::array<char, 32> text{};
@@ -29,13 +29,15 @@ std::string clockTime(double seconds) {
   return text.data();
 }
 
-std::string filled(double fraction, std::size_t cells) {
+// "[###---]" with `cells` cells between the brackets.
+std::string drawBar(double fraction, std::size_t cells) {
   const auto full = static_cast<std::size_t>(fraction * static_cast<double>(cells));
   return '[' + std::string(full, '#') + std::string(cells - full, '-') + ']';
 }
 
 }  // namespace
 
+// Only forward: the bar never goes back.
 void Progress::reach(std::size_t position, double now) {
   if (m_length == 0) return;
   const double fraction = static_cast<double>(position) / static_cast<double>(m_length);
@@ -50,6 +52,8 @@ void Progress::complete(double now) {
   m_isComplete = true;
 }
 
+// Assumes that the rest takes as long for each byte as the text so far, and counts down from the
+// time of the last word.
 std::optional<double> Progress::secondsLeft(double now) const {
   if (m_isComplete) return 0;
   if (m_fraction < kEarlyFraction || m_reachedAt < kEarlySeconds) return std::nullopt;
@@ -57,6 +61,7 @@ std::optional<double> Progress::secondsLeft(double now) const {
   return std::max(leftThen - (now - m_reachedAt), 0.0);
 }
 
+// Leaves out the bar first, then the time, then the percentage.
 std::string Progress::bar(std::size_t width, double now) const {
   std::array<char, 8> percents{};
   std::snprintf(percents.data(), percents.size(), "%3d%%", static_cast<int>(m_fraction * 100));
@@ -67,12 +72,12 @@ std::string Progress::bar(std::size_t width, double now) const {
   } else if (const auto left = secondsLeft(now)) {
     time = "  " + clockTime(*left) + " left";
   }
-  // What stands around the bar: its ends and a blank.
+  // Two brackets and a blank.
   constexpr std::size_t kAround = 3;
   const std::size_t beside = percent.size() + time.size() + kAround;
   if (width >= beside + kNarrowestBar) {
     const std::size_t cells = std::min(width - beside, kWidestBar);
-    return filled(m_fraction, cells) + ' ' + percent + time;
+    return drawBar(m_fraction, cells) + ' ' + percent + time;
   }
   if (width >= percent.size() + time.size()) return percent + time;
   return width >= percent.size() ? percent : std::string();

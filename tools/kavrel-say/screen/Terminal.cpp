@@ -13,45 +13,48 @@ namespace say {
 namespace {
 
 constexpr std::string_view kHideCursor = "\033[?25l";
-constexpr std::string_view kPlainAgain = "\033[0m\033[?25h";
+constexpr std::string_view kShowCursor = "\033[0m\033[?25h";
 
-// What a signal that ends the program at once must know.
-struct Changed {
+// The state to restore. Global, because the handlers of fatal signals need it.
+struct SavedState {
   int file = -1;
   bool hasModes = false;
   termios modes{};
 };
-Changed changed;
-std::atomic<bool> isChanged = false;
+SavedState saved;
+std::atomic<bool> isSaved = false;
 
-// In the foreground alone: in the background a program is halted that changes the modes.
+// Only a foreground process may change the modes: the system stops a background process that does.
 bool mayChangeModes(int file) {
   return ::tcgetpgrp(file) == ::getpgrp();
 }
 
-// Of functions that may be called in a signal handler.
-void giveBack() {
-  if (!isChanged.exchange(false)) return;
+// Restores the terminal once. Calls only async-signal-safe functions. The result of the write is
+// ignored: a handler can do nothing about a failure.
+void restore() {
+  if (!isSaved.exchange(false)) return;
   [[maybe_unused]] const ssize_t written =
-      ::write(changed.file, kPlainAgain.data(), kPlainAgain.size());
-  if (changed.hasModes && mayChangeModes(changed.file)) {
-    ::tcsetattr(changed.file, TCSANOW, &changed.modes);
+      ::write(saved.file, kShowCursor.data(), kShowCursor.size());
+  if (saved.hasModes && mayChangeModes(saved.file)) {
+    ::tcsetattr(saved.file, TCSANOW, &saved.modes);
   }
 }
 
-void giveBackAndEnd(int signal) {
+// Handles a fatal signal.
+void restoreAndRaise(int signal) {
   const int error = errno;
-  giveBack();
+  restore();
   errno = error;
-  // Its usual effect, once this handler has returned.
+  // SA_RESETHAND has restored the default action, which takes effect when this handler returns.
   ::raise(signal);
 }
 
 constexpr std::array kFatal = {SIGABRT, SIGBUS, SIGFPE, SIGILL, SIGSEGV, SIGSYS};
 
+// Signals that a programming error raises; SignalWatch takes the others.
 void watchFatalSignals() {
   struct sigaction action {};
-  action.sa_handler = giveBackAndEnd;
+  action.sa_handler = restoreAndRaise;
   action.sa_flags = static_cast<int>(SA_RESETHAND);
   for (const int signal : kFatal) ::sigaction(signal, &action, nullptr);
 }
@@ -72,6 +75,7 @@ Terminal::~Terminal() {
   forgetFatalSignals();
 }
 
+// Some terminals report 0 by 0, in containers for example.
 Terminal::Size Terminal::size() const {
   constexpr Size kUnknown{80, 24};
   winsize size{};
@@ -81,20 +85,22 @@ Terminal::Size Terminal::size() const {
 }
 
 void Terminal::release() const {
-  giveBack();
+  restore();
 }
 
+// Saves the modes before it turns off echo. The order matters: a signal in between must find what
+// it has to restore.
 void Terminal::take() const {
-  changed.file = m_output.file();
-  changed.hasModes = mayChangeModes(changed.file) && ::tcgetattr(changed.file, &changed.modes) == 0;
-  isChanged = true;
-  if (changed.hasModes) {
-    termios quiet = changed.modes;
+  saved.file = m_output.file();
+  saved.hasModes = mayChangeModes(saved.file) && ::tcgetattr(saved.file, &saved.modes) == 0;
+  isSaved = true;
+  if (saved.hasModes) {
+    termios quiet = saved.modes;
     quiet.c_lflag &= ~static_cast<tcflag_t>(ECHO);
-    ::tcsetattr(changed.file, TCSANOW, &quiet);
+    ::tcsetattr(saved.file, TCSANOW, &quiet);
   }
   [[maybe_unused]] const ssize_t written =
-      ::write(changed.file, kHideCursor.data(), kHideCursor.size());
+      ::write(saved.file, kHideCursor.data(), kHideCursor.size());
 }
 
 }  // namespace say

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Terminal: a terminal that is drawn on, and that gets back what was changed however the program
-// ends: the cursor is shown again, keys are echoed again, and letters are plain.
+// Terminal: hides the cursor and the echo of keys while the display draws, and restores the
+// terminal however the program ends, also by a fatal signal.
 //
-// Threads: one at a time. There is at most one object of this class at a time.
+// Threads: used by one thread at a time. At most one object may exist at a time: the signal
+// handlers need its state in global variables.
 #pragma once
 
 #include <cstddef>
@@ -22,19 +23,20 @@ class Terminal {
     std::size_t rows;
   };
 
-  // `output` is a terminal, and outlives the object. Hides the cursor, and what is typed.
+  // `output` is a terminal and outlives the object. Hides the cursor and turns off echo.
   explicit Terminal(const Output& output);
+  // Restores the terminal.
   ~Terminal();
   Terminal(const Terminal&) = delete;
   Terminal& operator=(const Terminal&) = delete;
 
-  // As it is now; 80 by 24 for a terminal that does not know.
+  // Returns the current size in cells; 80 by 24 if the terminal does not report one.
   Size size() const;
 
-  // Throws as Output::write().
+  // Throws what Output::write() throws.
   void write(std::string_view text) const { m_output.write(text); }
 
-  // Gives back what was changed, and changes it again: for a program that is halted.
+  // Restores the terminal and takes it again, around the time that the program is suspended.
   void release() const;
   void take() const;
 

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Listener: who wants to know what happens while a text is spoken.
+// Listener: interface for the events of a speech.
 //
-// Threads: its functions are called one at a time, on threads of the Manager. What one of them
-// throws stops the speech; nobody is told anything more, and Speech::waitForEnd() throws it.
+// Threads: the functions are called one at a time, on threads of the Manager. An exception stops
+// the speech: no listener is called any more, and Speech::waitForEnd() throws the exception.
 #pragma once
 
 #include <cstddef>
@@ -15,12 +15,13 @@ class Listener {
  public:
   virtual ~Listener() = default;
 
-  // A word begins. Position and length count bytes of the Mac OS Roman text.
+  // A word begins. Position and length are in bytes of the Mac OS Roman text.
   virtual void word(std::size_t /*position*/, std::size_t /*length*/) {}
+  // A phoneme begins. `code` is the Manager's opcode.
   virtual void phoneme(int /*code*/) {}
-  // `message` is the number as the Manager carries it: in the upper half.
+  // A sync command is reached. `message` has the command's number in the upper half.
   virtual void sync(std::uint32_t /*message*/) {}
-  // The speech is over, however it ended.
+  // The speech has ended, for any reason. The last call.
   virtual void done() {}
 };
 

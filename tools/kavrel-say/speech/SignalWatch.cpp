@@ -7,7 +7,7 @@
 namespace say {
 namespace {
 
-// Wakes a watch's thread up so that it ends; nothing else uses it here.
+// Wakes the thread of the watch so that it exits. The program has no other use for this signal.
 constexpr int kWakeUp = SIGUSR1;
 
 bool isIgnored(int signal) {
@@ -17,7 +17,8 @@ bool isIgnored(int signal) {
 
 }  // namespace
 
-HeldSignals::HeldSignals() {
+// An ignored signal must not be blocked: sigwait() would receive it.
+BlockedSignals::BlockedSignals() {
   sigemptyset(&m_signals);
   sigaddset(&m_signals, kWakeUp);
   for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGTSTP, SIGWINCH}) {
@@ -26,13 +27,14 @@ HeldSignals::HeldSignals() {
   pthread_sigmask(SIG_BLOCK, &m_signals, &m_previousMask);
 }
 
-HeldSignals::~HeldSignals() {
+BlockedSignals::~BlockedSignals() {
   pthread_sigmask(SIG_SETMASK, &m_previousMask, nullptr);
 }
 
-SignalWatch::SignalWatch(const HeldSignals& held, Actions actions)
+SignalWatch::SignalWatch(const BlockedSignals& held, Actions actions)
     : m_actions(std::move(actions)), m_thread(&SignalWatch::run, this, held.signals()) {}
 
+// m_ending is set before the wake-up, so the thread sees it when sigwait() returns.
 SignalWatch::~SignalWatch() {
   m_ending = true;
   pthread_kill(m_thread.native_handle(), kWakeUp);
@@ -47,14 +49,17 @@ void SignalWatch::run(sigset_t signals) {
   }
 }
 
+// SIGTSTP is blocked, so its default effect never happens; SIGSTOP, which cannot be blocked, stands
+// in. raise() returns when the program is continued.
 void SignalWatch::act(int signal) {
   if (signal == SIGWINCH) {
     m_actions.resize();
   } else if (signal == SIGTSTP) {
-    m_actions.halt();
+    m_actions.suspend();
     std::raise(SIGSTOP);
-    m_actions.goOn();
+    m_actions.resume();
   } else {
+    // Only the first signal becomes the exit status.
     int none = 0;
     m_received.compare_exchange_strong(none, signal);
     ++m_count;
@@ -65,7 +70,7 @@ void SignalWatch::act(int signal) {
 void endBySignal(int signal) {
   std::signal(signal, SIG_DFL);
   std::raise(signal);
-  std::abort();
+  std::abort();  // not reached: the signal is not blocked here
 }
 
 }  // namespace say

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// SignalWatch: turns the signals that end a program (SIGINT, SIGTERM, SIGHUP, SIGQUIT), that halt
-// it (SIGTSTP), and that tell of a terminal's new size (SIGWINCH) into calls on an ordinary thread.
-// A signal that the program was started to ignore stays ignored.
+// SignalWatch: turns signals into function calls on an ordinary thread. Takes the signals that end
+// the program (SIGINT, SIGTERM, SIGHUP, SIGQUIT), suspend it (SIGTSTP) and report a new size of the
+// terminal (SIGWINCH). A signal that was ignored when the program started stays ignored.
+//
+// Threads: a watch has a thread of its own, which waits with sigwait() and calls the actions.
 #pragma once
 
 #include <atomic>
@@ -12,14 +14,14 @@
 
 namespace say {
 
-// Holds the signals back on the thread that makes it and on all that are started afterwards; they
-// wait until a watch takes them, or until this goes.
-class HeldSignals {
+// RAII guard: blocks the signals on the thread that creates it and on all threads started later.
+// They stay pending until a watch takes them or the guard is destroyed.
+class BlockedSignals {
  public:
-  HeldSignals();
-  ~HeldSignals();
-  HeldSignals(const HeldSignals&) = delete;
-  HeldSignals& operator=(const HeldSignals&) = delete;
+  BlockedSignals();
+  ~BlockedSignals();
+  BlockedSignals(const BlockedSignals&) = delete;
+  BlockedSignals& operator=(const BlockedSignals&) = delete;
 
   const sigset_t& signals() const { return m_signals; }
 
@@ -30,26 +32,26 @@ class HeldSignals {
 
 class SignalWatch {
  public:
-  // Called on a thread of the watch, one at a time, for each signal.
+  // Called on the thread of the watch, one at a time.
   struct Actions {
-    std::function<void()> end;
-    // Around the time in which the program does not run.
-    std::function<void()> halt;
-    std::function<void()> goOn;
+    std::function<void()> end;  // for each signal that ends the program
+    // Before and after the time that the program is suspended.
+    std::function<void()> suspend;
+    std::function<void()> resume;
     std::function<void()> resize;
   };
 
-  // `held` outlives the watch.
-  SignalWatch(const HeldSignals& held, Actions actions);
+  // `held` outlives the watch. Throws std::system_error if the system refuses a thread.
+  SignalWatch(const BlockedSignals& held, Actions actions);
 
-  // No call begins after this returns.
+  // Waits for an action in progress; no action starts after this returns.
   ~SignalWatch();
   SignalWatch(const SignalWatch&) = delete;
   SignalWatch& operator=(const SignalWatch&) = delete;
 
-  // The first signal that came to end the program; 0 for none.
-  int received() const { return m_received; }
-  // How many of those came.
+  // Returns the first signal that was to end the program; 0 for none. Safe on any thread.
+  int firstSignal() const { return m_received; }
+  // Returns the number of such signals. Safe on any thread.
   int count() const { return m_count; }
 
  private:
@@ -63,8 +65,7 @@ class SignalWatch {
   std::thread m_thread;
 };
 
-// Ends the program by the signal, as it would have without a watch, so that whoever started it sees
-// why it ended.
+// Ends the program by the signal, as without a watch, so that the parent process sees the reason.
 [[noreturn]] void endBySignal(int signal);
 
 }  // namespace say

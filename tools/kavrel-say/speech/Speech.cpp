@@ -9,34 +9,36 @@
 namespace say {
 namespace {
 
-// How long a speech that was stopped is waited for.
+// How long waitForEnd() waits for the end of a stopped speech.
 constexpr std::chrono::seconds kEndLimit{5};
 constexpr std::chrono::milliseconds kTick{250};
 
-std::string meaning(OSErr result) {
+// Returns the meaning of a Manager result for users; the number for an unexpected one.
+std::string meaningOf(OSErr result) {
   switch (result) {
     case memFullErr:
-      return "memory is out";
+      return "out of memory";
     case noSynthFound:
       return "the synthesizer cannot be loaded";
     case synthOpenFailed:
       return "the synthesizer cannot be opened";
     case voiceNotFound:
-      return "there is no voice";
+      return "the voice cannot be found";
     case incompatibleVoice:
       return "the voice belongs to another synthesizer";
     case synthNotReady:
-      return "the synthesizer cannot speak now";
+      return "the synthesizer is not ready";
     case badInputText:
-      return "a speech command in it has no place there, or a phoneme is not known; kavrel-ssml "
-             "shows where, and --plain carries out no command";
+      return "a speech command is not allowed at its position, or a phoneme is unknown; "
+             "kavrel-ssml "
+             "shows the position, --plain ignores all commands";
     default:
       return "error " + std::to_string(result);
   }
 }
 
 void check(OSErr result, const char* what) {
-  if (result != noErr) throw tool::Failure(what + (": " + meaning(result)));
+  if (result != noErr) throw tool::Failure(what + (": " + meaningOf(result)));
 }
 
 template <typename Function>
@@ -48,6 +50,7 @@ const void* asValue(Function* function) {
 
 Speech::Speech(std::optional<VoiceSpec> voice) {
   check(NewSpeechChannel(voice ? &*voice : nullptr, &m_channel), "cannot speak");
+  // Callbacks receive this object as their reference constant.
   SetSpeechInfo(m_channel, soRefCon, this);
   SetSpeechInfo(m_channel, soSpeechDoneCallBack, asValue(speechIsDone));
 }
@@ -57,9 +60,12 @@ Speech::~Speech() {
 }
 
 void Speech::setRate(int wordsPerMinute) {
-  check(SetSpeechRate(m_channel, wordsPerMinute * 65536), "cannot set the rate");
+  constexpr int kFixedOne = 65536;
+  check(SetSpeechRate(m_channel, wordsPerMinute * kFixedOne), "cannot set the rate");
 }
 
+// The Manager reports only that the file cannot be written; AudioTarget has found the usual reasons
+// before.
 void Speech::setOutputFile(const std::string& path) {
   const CFURLRef url =
       CFURLCreateFromFileSystemRepresentation(nullptr, reinterpret_cast<const UInt8*>(path.data()),
@@ -70,6 +76,7 @@ void Speech::setOutputFile(const std::string& path) {
   if (result != noErr) throw tool::Failure("cannot write " + path);
 }
 
+// The callbacks are set only if there is a listener: without them the Manager does less work.
 void Speech::addListener(Listener& listener) {
   m_listeners.push_back(&listener);
   SetSpeechInfo(m_channel, soWordCallBack, asValue(wordBegins));
@@ -78,12 +85,15 @@ void Speech::addListener(Listener& listener) {
 }
 
 void Speech::start(const tool::SpokenText& text) {
-  // An empty text would speak nothing and never be done.
+  // The Manager never reports the end of an empty text.
   const std::string& bytes = text.macRoman();
   const std::string_view spoken = bytes.empty() ? std::string_view(" ") : bytes;
-  check(SpeakBuffer(m_channel, spoken.data(), spoken.size(), 0), "the text cannot be spoken");
+  check(SpeakBuffer(m_channel, spoken.data(), spoken.size(), 0), "cannot speak the text");
 }
 
+// The speech is stopped here rather than in stop() or fail(): these run on signal and callback
+// threads, where a call that waits for the engine could deadlock. The wait for the end after a stop
+// is bounded, so that a stuck engine does not keep the program.
 void Speech::waitForEnd(const std::function<void()>& onTick) {
   const base::ScopedLock held(m_lock);
   if (onTick) tickUntilOver(onTick);
@@ -143,6 +153,7 @@ void Speech::syncReached(SpeechChannel /*channel*/, SRefCon self, OSType message
   static_cast<Speech*>(self)->report([=](Listener& to) { to.sync(message); });
 }
 
+// The last callback. Listeners come first: waitForEnd() must not return before they are done.
 void Speech::speechIsDone(SpeechChannel /*channel*/, SRefCon self) {
   auto& speech = *static_cast<Speech*>(self);
   speech.report([](Listener& to) { to.done(); });
@@ -151,7 +162,8 @@ void Speech::speechIsDone(SpeechChannel /*channel*/, SRefCon self) {
   speech.m_changed.notifyAll();
 }
 
-// Nobody is told anything more after one has failed: the speech is to be stopped.
+// Passes an event to the listeners. After a failure none is called: the speech is about to be
+// stopped. No exception may reach the Manager.
 template <typename Tell>
 void Speech::report(Tell tell) noexcept {
   {
@@ -165,7 +177,7 @@ void Speech::report(Tell tell) noexcept {
   }
 }
 
-// To be called where an exception is being handled.
+// Keeps the current exception for waitForEnd(). To be called inside a catch block.
 void Speech::fail() noexcept {
   const base::ScopedLock held(m_lock);
   if (!m_error) m_error = std::current_exception();

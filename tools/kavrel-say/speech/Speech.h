@@ -1,9 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Speech: one text spoken through the Manager, from the beginning to the end.
+// Speech: speaks one text with the Manager and waits for its end.
 //
-// Threads: used by one thread, but for what is tagged otherwise. The Manager calls back on threads
-// of its own.
+// Wraps one speech channel: the constructor opens it, the destructor disposes of it. All calls go
+// through the Manager's client interface; this is the only class of kavrel-say that speaks.
+// Callbacks of the Manager are passed on to listeners. The engine behind the Manager can be
+// observed as well, see EngineWatch.h.
+//
+// Threads: used by one thread; functions tagged [any] are safe on any thread. The Manager calls
+// back on threads of its own.
 #pragma once
 
 #include <ApplicationServices/ApplicationServices.h>
@@ -22,7 +27,7 @@ namespace say {
 
 class Speech {
  public:
-  // With that voice, or with the default voice. Throws Failure, as all functions do.
+  // Opens a channel with that voice, or the default voice. Throws Failure, as all functions do.
   explicit Speech(std::optional<VoiceSpec> voice);
   ~Speech();
   Speech(const Speech&) = delete;
@@ -30,24 +35,25 @@ class Speech {
 
   void setRate(int wordsPerMinute);
 
-  // Into this file instead of the sound output.
+  // Writes the speech to this AIFF file instead of the sound device.
   void setOutputFile(const std::string& path);
 
-  // `listener` is told what happens, after those added before it. It outlives the speech.
+  // Adds a listener; it is called after those added earlier. It outlives the speech. To be called
+  // before start().
   void addListener(Listener& listener);
 
-  // Begins to speak. `text` is copied.
+  // Starts to speak and returns. `text` is copied.
   void start(const tool::SpokenText& text);
 
-  // Returns when the speech is over, or when it has been stopped. Throws what a listener threw; the
-  // speech has then been stopped. `onTick` is called in between, a few times a second, and may
-  // throw, too; it may be empty.
+  // Waits until the speech has ended or has been stopped. Throws the first exception of a listener;
+  // the speech has been stopped then. Calls `onTick` four times a second, unless it is empty; an
+  // exception of `onTick` counts like one of a listener.
   void waitForEnd(const std::function<void()>& onTick) EXCLUDES(m_lock);
 
-  // Makes waitForEnd() stop the speech. May be called on any thread.
+  // Makes waitForEnd() stop the speech. Does not wait.  [any]
   void stop() EXCLUDES(m_lock);
 
-  // The speech stands still from here on, and goes on. May be called on any thread.
+  // Pauses immediately, and continues.  [any]
   void pause();
   void resume();
 
@@ -67,10 +73,10 @@ class Speech {
   std::vector<Listener*> m_listeners;  // constant while speaking
 
   base::Mutex m_lock;
-  base::Condition m_changed;  // with m_lock: the speech is done, or it is to be stopped
+  base::Condition m_changed;  // with m_lock: m_done or m_stop became true
   bool m_done GUARDED_BY(m_lock) = false;
   bool m_stop GUARDED_BY(m_lock) = false;
-  std::exception_ptr m_error GUARDED_BY(m_lock);  // what the first failure of a listener threw
+  std::exception_ptr m_error GUARDED_BY(m_lock);  // the first exception of a listener
 };
 
 }  // namespace say

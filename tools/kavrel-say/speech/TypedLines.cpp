@@ -12,10 +12,11 @@
 
 namespace say {
 
-bool TypedLines::areThere() {
+bool TypedLines::isTerminal() {
   return ::isatty(STDIN_FILENO) == 1;
 }
 
+// One read() can return a part of a line or several lines.
 std::optional<std::string> TypedLines::next() {
   std::size_t end = m_read.find('\n');
   while (end == std::string::npos) {
@@ -26,6 +27,7 @@ std::optional<std::string> TypedLines::next() {
       throw tool::Failure(std::string("cannot read standard input: ") + std::strerror(errno));
     }
     if (count == 0) {
+      // The end of the input also ends a line without line feed.
       if (m_read.empty()) return std::nullopt;
       return std::exchange(m_read, {});
     }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// TypedLines: what is typed on a terminal, a line at a time.
+// TypedLines: reads lines typed on a terminal, one at a time.
+//
+// Threads: used by one thread.
 #pragma once
 
 #include <optional>
@@ -11,14 +13,14 @@ namespace say {
 class TypedLines {
  public:
   // Whether standard input is a terminal.
-  static bool areThere();
+  static bool isTerminal();
 
-  // The next line with its line feed, which the last one may lack; nothing at the end. Throws
-  // Failure when standard input cannot be read.
+  // Waits for the next line and returns it with its line feed, which the last line may lack.
+  // Returns nothing at the end of the input. Throws Failure if standard input cannot be read.
   std::optional<std::string> next();
 
  private:
-  std::string m_read;  // what has been read and not been answered
+  std::string m_read;  // read, not yet returned
 };
 
 }  // namespace say

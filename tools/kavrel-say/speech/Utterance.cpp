@@ -12,7 +12,7 @@
 namespace say {
 namespace {
 
-std::optional<VoiceSpec> voiceFor(const Arguments& arguments) {
+std::optional<VoiceSpec> voiceFor(const SayArguments& arguments) {
   if (!arguments.voice) return std::nullopt;
   return voiceNamed(*arguments.voice);
 }
@@ -21,17 +21,19 @@ bool isTerminal(int file) {
   return ::isatty(file) == 1;
 }
 
-bool hasCaptions(const Arguments& arguments) {
+bool hasCaptions(const SayArguments& arguments) {
   return arguments.vttFile || arguments.srtFile;
 }
 
-bool asksForTimes(const Arguments& arguments) {
+// Without events and captions the engine's observer has nothing to do.
+bool needsTimes(const SayArguments& arguments) {
   return arguments.events || hasCaptions(arguments);
 }
 
-// For what nobody waits for; if it matters, it fails again where it is noticed.
+// Runs `work` and ignores its failure. Silence is right: if the terminal is really gone, the next
+// write of the main thread fails and is reported.
 template <typename Work>
-void quietly(Work work) {
+void ignoreErrors(Work work) {
   try {
     work();
   } catch (const std::exception&) {
@@ -40,17 +42,20 @@ void quietly(Work work) {
 
 }  // namespace
 
-Utterance::Utterance(const Arguments& arguments, const tool::SpokenText& text, std::size_t first)
+Utterance::Utterance(const SayArguments& arguments, const tool::SpokenText& text, std::size_t first)
     : m_arguments(arguments),
       m_text(text),
       m_positions(text.given(), arguments.positions, first),
       m_standardOutput(STDOUT_FILENO, "standard output", m_interruption),
       m_standardError(STDERR_FILENO, "standard error", m_interruption),
-      m_engine(asksForTimes(arguments) ? &m_times : nullptr),
+      m_engine(needsTimes(arguments) ? &m_times : nullptr),
       m_speech(voiceFor(arguments)) {
   if (arguments.rate) m_speech.setRate(*arguments.rate);
 }
 
+// Files are created before speaking, so that a file that cannot be written is reported early. If
+// speaking fails, files that were created for it are removed. A signal that arrives in the meantime
+// is pending until the watch exists.
 int Utterance::speak() {
   try {
     openFiles();
@@ -61,41 +66,44 @@ int Utterance::speak() {
     throw;
   }
   const SignalWatch watch(m_signals, actions());
-  follow(watch);
-  return watch.received();
+  finish(watch);
+  return watch.firstSignal();
 }
 
+// Opens every output of the command line except standard output.
 void Utterance::openFiles() {
   const auto open = [](const std::optional<std::string>& path, std::optional<OutputFile>& file) {
     if (path && *path != kStandardStream) file.emplace(*path);
   };
   if (m_arguments.outputFile) {
-    m_sound.emplace(*m_arguments.outputFile, m_arguments.format);
-    m_speech.setOutputFile(m_sound->managersPath());
+    m_audio.emplace(*m_arguments.outputFile, m_arguments.format);
+    m_speech.setOutputFile(m_audio->pathForManager());
   }
   open(m_arguments.vttFile, m_vtt);
   open(m_arguments.srtFile, m_srt);
 }
 
 void Utterance::discardFiles() const {
-  if (m_sound) m_sound->discard();
+  if (m_audio) m_audio->discard();
   if (m_vtt) m_vtt->discard();
   if (m_srt) m_srt->discard();
 }
 
+// EventTimes comes first: the others ask it for the time of the event that is being reported.
 void Utterance::addListeners() {
-  if (asksForTimes(m_arguments)) m_speech.addListener(m_times);
+  if (needsTimes(m_arguments)) m_speech.addListener(m_times);
   if (hasCaptions(m_arguments)) m_speech.addListener(m_captions.emplace(m_text, m_times));
   if (m_arguments.events) {
     m_speech.addListener(m_events.emplace(m_text, m_positions, m_times, m_standardOutput));
   }
+  // Text goes to standard output; a bar without text goes to standard error, away from events.
   const bool showsText = m_arguments.interactive.has_value();
   const Output& screen = showsText ? m_standardOutput : m_standardError;
   const bool hasScreen = isTerminal(screen.file());
-  // Lines of events would meet the bar.
+  // Events on the same terminal would overwrite the bar.
   const bool hasBar = m_arguments.progress && !(m_arguments.events && isTerminal(STDOUT_FILENO));
   if (hasScreen && (showsText || hasBar)) {
-    noteSilence();  // not into what is drawn
+    warnIfNoDevice();  // before the display, which the note would garble
     m_display.emplace(screen, m_text, Display::Parts{m_arguments.interactive, hasBar});
     m_speech.addListener(*m_display);
   } else if (showsText) {
@@ -103,73 +111,81 @@ void Utterance::addListeners() {
   }
 }
 
+// Actions run on the thread of the signal watch. Pausing comes before suspending the display, and
+// resuming after it, so that no word is spoken that is not shown.
 SignalWatch::Actions Utterance::actions() {
   return {.end =
               [this] {
-                m_interruption.come();
+                m_interruption.trigger();
                 m_speech.stop();
               },
-          .halt =
+          .suspend =
               [this] {
                 m_speech.pause();
                 if (m_display) m_display->suspend();
               },
-          .goOn =
+          .resume =
               [this] {
-                if (m_display) quietly([this] { m_display->resume(); });
+                if (m_display) ignoreErrors([this] { m_display->resume(); });
                 m_speech.resume();
               },
           .resize =
               [this] {
-                if (m_display) quietly([this] { m_display->refresh(); });
+                if (m_display) ignoreErrors([this] { m_display->refresh(); });
               }};
 }
 
-// Where nothing is drawn, while the speech goes on already: looking for devices takes time.
-void Utterance::noteSilence() const {
+// Writes a note if nothing can be heard. Called after the speech has started unless a display needs
+// it earlier, since searching for devices takes time.
+void Utterance::warnIfNoDevice() const {
   const bool isFirst = m_positions.isFirst();
   if (!isFirst || m_arguments.outputFile || m_arguments.quiet || !isSoundWanted()) return;
   if (!soundDevices().empty()) return;
-  quietly([this] {
+  ignoreErrors([this] {
     m_standardError.write(
-        "kavrel-say: there is no sound device, so nothing is heard; -o FILE writes a file\n");
+        "kavrel-say: no sound device found, nothing will be heard; use -o to write a file\n");
   });
 }
 
-// What cannot be written does not keep the rest from being completed.
-void Utterance::follow(const SignalWatch& watch) {
+// Waits for the end of the speech and completes all outputs. Each step is attempted even if an
+// earlier one failed, so that the other files are complete; the first failure is thrown at the end.
+void Utterance::finish(const SignalWatch& watch) {
   std::exception_ptr failure;
   const auto attempt = [&failure](const std::function<void()>& work) {
     try {
       work();
     } catch (const Interrupted&) {
-      // The signal is what is told.
+      // Silence is right: the exit status reports the signal.
     } catch (...) {
       if (!failure) failure = std::current_exception();
     }
   };
   attempt([&] {
-    if (!m_display) noteSilence();
+    if (!m_display) warnIfNoDevice();
+    // The bar moves with time, not only with words.
     std::function<void()> onTick;
     if (m_display && m_arguments.progress) onTick = [this] { m_display->refresh(); };
     m_speech.waitForEnd(onTick);
-    const bool wasInterrupted = watch.received() != 0;
+    const bool wasInterrupted = watch.firstSignal() != 0;
     if (m_display) m_display->finish(wasInterrupted);
     if (m_runningText) m_runningText->finish(wasInterrupted);
   });
-  // A terminal that goes away sends a signal, too; that is what is told then.
-  if (watch.received() != 0) failure = nullptr;
+  // A terminal that closes also sends a signal; that is reported rather than the failed write.
+  if (watch.firstSignal() != 0) failure = nullptr;
+  // The engine's message explains more than a failed check of the file.
   attempt([&] {
-    if (watch.received() == 0) m_engine.check();
+    if (watch.firstSignal() == 0) m_engine.check();
   });
-  if (m_sound) {
+  // After an interruption the audio so far is still written; a second signal ends that, too.
+  if (m_audio) {
     const int before = watch.count();
-    attempt([&] { m_sound->complete(m_interruption, [&] { return watch.count() > before; }); });
+    attempt([&] { m_audio->complete(m_interruption, [&] { return watch.count() > before; }); });
   }
   if (m_captions) attempt([this] { writeCaptions(); });
   if (failure) std::rethrow_exception(failure);
 }
 
+// The captions of an interrupted speech have the words up to the interruption.
 void Utterance::writeCaptions() const {
   const std::vector<Cue> cues =
       cuesOf(m_text.given(), m_captions->words(),

@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Utterance: one text spoken as the command line asks for, with all that is written and shown about
-// it.
+// Utterance: speaks one text as the command line asks, with its files, events and display.
 //
-// Threads: made and used by the main thread. While it exists the signals that SignalWatch takes are
-// held back.
+// Owns everything that one speech needs: the Speech, its listeners and its outputs.
+//
+// Threads: created and used by the main thread. The signals of SignalWatch are blocked while it
+// exists.
 #pragma once
 
 #include <functional>
@@ -12,15 +13,15 @@
 
 #include "SayArguments.h"
 #include "SpokenText.h"
+#include "audio/AudioTarget.h"
 #include "audio/OutputFile.h"
-#include "audio/SoundTarget.h"
 #include "events/CaptionTrack.h"
 #include "events/EngineWatch.h"
 #include "events/EventTimes.h"
 #include "events/EventWriter.h"
 #include "screen/Display.h"
 #include "screen/Output.h"
-#include "speech/Positions.h"
+#include "speech/PositionCounter.h"
 #include "speech/SignalWatch.h"
 #include "speech/Speech.h"
 
@@ -28,15 +29,15 @@ namespace say {
 
 class Utterance {
  public:
-  // The text begins at `first` of all that is spoken, as positions are counted. `arguments` and
-  // `text` outlive the object. Throws Failure, as all functions do.
-  Utterance(const Arguments& arguments, const tool::SpokenText& text, std::size_t first);
+  // `first` is the position of the text in all of the input, in the unit of --positions.
+  // `arguments` and `text` outlive the object. Throws Failure, as all functions do.
+  Utterance(const SayArguments& arguments, const tool::SpokenText& text, std::size_t first);
 
-  // Returns when the speech is over, and all that belongs to it written: 0, or the signal that
-  // ended it.
+  // Speaks, and waits until the speech has ended and all outputs are written. Returns 0, or the
+  // signal that ended the speech. To be called once.
   int speak();
 
-  // Where the text behind this one begins.
+  // Returns the position of the next text.
   std::size_t end() { return m_positions.end(); }
 
  private:
@@ -44,22 +45,22 @@ class Utterance {
   void discardFiles() const;
   void addListeners();
   SignalWatch::Actions actions();
-  void noteSilence() const;
-  void follow(const SignalWatch& watch);
+  void warnIfNoDevice() const;
+  void finish(const SignalWatch& watch);
   void writeCaptions() const;
 
-  const Arguments& m_arguments;
+  const SayArguments& m_arguments;
   const tool::SpokenText& m_text;
-  Positions m_positions;
-  const HeldSignals m_signals;  // in front of what starts threads
+  PositionCounter m_positions;
+  const BlockedSignals m_signals;  // before all members that start threads
   const Interruption m_interruption;
   const Output m_standardOutput;
   const Output m_standardError;
   EventTimes m_times;
   const EngineWatch m_engine;
   Speech m_speech;
-  std::optional<SoundTarget> m_sound;
-  std::optional<OutputFile> m_vtt;  // but for standard output, as m_srt
+  std::optional<AudioTarget> m_audio;
+  std::optional<OutputFile> m_vtt;  // none for standard output, like m_srt
   std::optional<OutputFile> m_srt;
   std::optional<EventWriter> m_events;
   std::optional<CaptionTrack> m_captions;

@@ -1,17 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "speech/Voices.h"
 
-#include <algorithm>
 #include <array>
 
 #include <strings.h>
 
 #include "Failure.h"
+#include "base/text/Utf8.h"
 
 namespace say {
 namespace {
 
-// A Pascal string of Mac OS Roman as UTF-8.
+// Converts a Pascal string in Mac OS Roman to UTF-8. Returns an empty string if that fails.
 std::string fromPascal(const unsigned char* pascal) {
   const CFStringRef string =
       CFStringCreateWithBytes(nullptr, pascal + 1, pascal[0], kCFStringEncodingMacRoman, false);
@@ -23,7 +23,8 @@ std::string fromPascal(const unsigned char* pascal) {
   return bytes.data();
 }
 
-NamedVoice described(const VoiceSpec& spec) {
+// A field that the Manager cannot fill stays empty.
+NamedVoice describeVoice(const VoiceSpec& spec) {
   VoiceDescription description{};
   GetVoiceDescription(&spec, &description, sizeof description);
   VoiceLocale locale{};
@@ -31,24 +32,23 @@ NamedVoice described(const VoiceSpec& spec) {
   return {spec, fromPascal(description.name), locale.identifier, fromPascal(description.comment)};
 }
 
-// Filled up with blanks to `width` characters, and to one blank at least.
+// Pads with blanks to `width` characters, at least with one blank. Counts characters, not bytes.
 std::string column(std::string text, std::size_t width) {
-  const auto isFirstByte = [](char c) { return (static_cast<unsigned char>(c) & 0xC0U) != 0x80; };
-  const auto characters =
-      static_cast<std::size_t>(std::count_if(text.begin(), text.end(), isFirstByte));
+  const std::size_t characters = base::countCharacters(text);
   text.append(characters < width ? width - characters : 1, ' ');
   return text;
 }
 
 }  // namespace
 
+// A voice can disappear between counting and reading; it is skipped then.
 std::vector<NamedVoice> allVoices() {
   SInt16 count = 0;
   CountVoices(&count);
   std::vector<NamedVoice> voices;
   for (SInt16 index = 1; index <= count; ++index) {
     VoiceSpec spec{};
-    if (GetIndVoice(index, &spec) == noErr) voices.push_back(described(spec));
+    if (GetIndVoice(index, &spec) == noErr) voices.push_back(describeVoice(spec));
   }
   return voices;
 }
@@ -59,8 +59,8 @@ VoiceSpec voiceNamed(const std::string& name) {
     if (strcasecmp(voice.name.c_str(), name.c_str()) == 0) return voice.spec;
     names += (names.empty() ? "" : ", ") + voice.name;
   }
-  throw tool::Failure("there is no voice \"" + name + "\"; there is " +
-                      (names.empty() ? "none" : names));
+  throw tool::Failure("unknown voice \"" + name +
+                      "\"; available voices: " + (names.empty() ? "none" : names));
 }
 
 std::string voiceList() {

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Voices: the Manager's voices by their names. Names and sentences are UTF-8.
+// Voices: lists the Manager's voices and finds them by name. Strings are UTF-8.
+//
+// Threads: used by one thread.
 #pragma once
 
 #include <ApplicationServices/ApplicationServices.h>
@@ -10,19 +12,23 @@
 
 namespace say {
 
+// A voice and its description for users.
 struct NamedVoice {
   VoiceSpec spec;
   std::string name;
   std::string locale;    // as en_US
-  std::string sentence;  // to show the voice with
+  std::string sentence;  // a sample for the voice
 };
 
+// Returns all voices in the order of the Manager.
 std::vector<NamedVoice> allVoices();
 
-// The voice of that name, capital letters or not. Throws Failure, which names the voices there are.
+// Returns the voice of that name; not case-sensitive. Throws Failure, with a list of all voices, if
+// there is none.
 VoiceSpec voiceNamed(const std::string& name);
 
-// One line for each voice: name, locale, "# " and the sentence, in columns that programs read.
+// Returns one line for each voice: name, locale, "# " and the sentence. Programs parse these
+// columns.
 std::string voiceList();
 
 }  // namespace say

@@ -1,10 +1,11 @@
 # SPDX-License-Identifier: Apache-2.0
 # shellcheck shell=bash
 #
-# Completion of kavrel-ssml in bash.
+# bash completion for kavrel-ssml.
 
 _kavrel_ssml() {
   local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]} list=''
+  # bash splits "--option=value" into three words: the option, "=" and the value.
   if [[ $word == '=' ]]; then
     word=''
   elif [[ $before == '=' ]]; then

@@ -17,7 +17,7 @@ namespace ssml {
 namespace {
 
 constexpr const char* kCharacters = "characters";
-constexpr const char* kDigits = "digits";  // never written
+constexpr const char* kDigits = "digits";  // internal value, never written
 
 constexpr const char* kTenDigits = "0123456789";
 
@@ -25,7 +25,7 @@ bool isDigit(char c) {
   return c >= '0' && c <= '9';
 }
 
-// A number goes on behind a point or comma between digits.
+// A point or comma between digits is part of the number.
 std::size_t endOfNumber(std::string_view text, std::size_t start) {
   std::size_t end = start;
   while (end < text.size() && isDigit(text[end])) {
@@ -37,10 +37,11 @@ std::size_t endOfNumber(std::string_view text, std::size_t start) {
   return end;
 }
 
-// The elements around a place of the converted text. An end tag ends the last element of its name,
-// whatever stands in between, since odd texts cross elements.
+// The elements that are open at a position of the converted text. An end tag closes the innermost
+// element of its name, even if other elements were opened since: in unusual texts elements overlap.
 class OpenElements {
  public:
+  // An unknown attribute opens nothing.
   void open(const MarkupPiece& tag) {
     if (tag.name == "prosody") {
       const auto known = std::find(kAttributes.begin(), kAttributes.end(), tag.attribute);
@@ -66,6 +67,8 @@ class OpenElements {
     }
   }
 
+  // The innermost value of each attribute applies. An empty value is the default and is not
+  // written.
   Style style() const {
     Style style;
     for (std::size_t i = 0; i < kAttributes.size(); ++i) {
@@ -89,19 +92,19 @@ class OpenElements {
   }
 
   std::array<std::vector<std::string>, kAttributes.size()> m_values;  // innermost last
-  std::vector<std::size_t> m_prosody;  // which attribute each prosody element sets
+  std::vector<std::size_t> m_prosody;  // attribute index of each open prosody element
   std::vector<std::string> m_sayAs;
   int m_emphasis = 0;
 };
 
-// Phoneme input being read, from the first start tag to the end tag that belongs to it. The
-// standard allows nothing but text inside.
+// The phoneme element that is being read, from its start tag to the matching end tag. The standard
+// allows only text inside, so elements inside are collected and written after it.
 struct PhonemeInput {
   int depth = 0;  // 0: none
   std::string ipa;
-  std::optional<Style> style;  // of the first symbol: the converter's prosody stands inside
-  TracedText symbols;
-  std::vector<std::string> elements;  // that stand inside and are to be written behind
+  std::optional<Style> style;  // of the first symbol: prosody tags are inside the element
+  base::OriginText symbols;
+  std::vector<std::string> elements;  // found inside, to be written after it
 };
 
 bool isControl(char c) {
@@ -109,16 +112,18 @@ bool isControl(char c) {
   return byte < ' ' && c != '\t' && c != '\n' && c != '\r';
 }
 
+// Reads the markup piece by piece and writes each piece with the style in force.
 class Rewriter {
  public:
-  explicit Rewriter(const TracedText& converted) : m_from(converted) {}
+  explicit Rewriter(const base::OriginText& converted) : m_from(converted) {}
 
-  TracedText run() {
+  base::OriginText run() {
     MarkupReader reader(m_from.text());
     for (MarkupPiece piece = reader.next(); piece.kind != MarkupPiece::Kind::End;
          piece = reader.next()) {
       take(piece);
     }
+    // Phoneme input without end tag extends to the end of the text.
     if (m_phonemes.depth > 0) endPhonemes();
     return m_writer.finish();
   }
@@ -128,26 +133,27 @@ class Rewriter {
   void open(const MarkupPiece& tag);
   void close(const MarkupPiece& tag);
   void mark(const MarkupPiece& tag);
-  void text(const TracedText& escaped);
-  void digits(const TracedText& escaped, Style style);
+  void text(const base::OriginText& escaped);
+  void digits(const base::OriginText& escaped, Style style);
   void beginPhonemes(std::string_view phones);
   void endPhonemes();
-  TracedText copied(const MarkupPiece& piece) const;
+  base::OriginText copyText(const MarkupPiece& piece) const;
 
-  const TracedText& m_from;
+  const base::OriginText& m_from;
   DocumentWriter m_writer;
   OpenElements m_elements;
   PhonemeInput m_phonemes;
-  std::string m_phonesBefore;  // of the phoneme element before
+  std::string m_phonesBefore;  // of the previous phoneme element
 };
 
+// Dispatches one piece. An escape becomes the standard one, with a single origin for all its bytes.
 void Rewriter::take(const MarkupPiece& piece) {
   switch (piece.kind) {
     case MarkupPiece::Kind::Text:
-      return text(copied(piece));
+      return text(copyText(piece));
     case MarkupPiece::Kind::Character: {
-      TracedText escaped;
-      escaped.append(piece.escape, m_from.origins()[piece.start]);
+      base::OriginText escaped;
+      escaped.append(piece.escape, m_from.originOf(piece.start));
       return text(escaped);
     }
     case MarkupPiece::Kind::Open:
@@ -159,21 +165,22 @@ void Rewriter::take(const MarkupPiece& piece) {
   }
 }
 
-// Characters that XML cannot hold are blanks.
-TracedText Rewriter::copied(const MarkupPiece& piece) const {
-  TracedText result;
+// Copies text; control characters that XML does not allow become blanks.
+base::OriginText Rewriter::copyText(const MarkupPiece& piece) const {
+  base::OriginText result;
   std::size_t done = piece.start;
   for (std::size_t i = piece.start; i < piece.end; ++i) {
     if (!isControl(m_from.text()[i])) continue;
     result.append(m_from, done, i);
-    result.append(" ", m_from.origins()[i]);
+    result.append(" ", m_from.originOf(i));
     done = i + 1;
   }
   result.append(m_from, done, piece.end);
   return result;
 }
 
-void Rewriter::text(const TracedText& escaped) {
+// Text inside phoneme input is collected; in digit mode its numbers are spelled.
+void Rewriter::text(const base::OriginText& escaped) {
   const Style style = m_elements.style();
   if (m_phonemes.depth > 0) {
     if (!m_phonemes.style) m_phonemes.style = style;
@@ -185,16 +192,16 @@ void Rewriter::text(const TracedText& escaped) {
   }
 }
 
-// Speech systems agree on no name for this mode, but on how to spell: so numbers are spelt, and the
-// words between them are plain.
-void Rewriter::digits(const TracedText& escaped, Style style) {
+// SSML has no standard name for speaking digit by digit, but "characters" is widely supported. So
+// numbers are spelled and the words between them are plain text.
+void Rewriter::digits(const base::OriginText& escaped, Style style) {
   const std::string& text = escaped.text();
   for (std::size_t at = 0; at < text.size();) {
     const std::size_t end = isDigit(text[at])
                                 ? endOfNumber(text, at)
                                 : std::min(text.find_first_of(kTenDigits, at), text.size());
     style.sayAs = isDigit(text[at]) ? kCharacters : "";
-    TracedText part;
+    base::OriginText part;
     part.append(escaped, at, end);
     m_writer.text(part, style);
     at = end;
@@ -209,6 +216,7 @@ void Rewriter::open(const MarkupPiece& tag) {
   }
 }
 
+// Phoneme elements can be nested; only the outermost end tag ends the input.
 void Rewriter::close(const MarkupPiece& tag) {
   if (tag.name != "phoneme") {
     m_elements.close(tag.name);
@@ -217,6 +225,7 @@ void Rewriter::close(const MarkupPiece& tag) {
   }
 }
 
+// Writes a break or mark; one without a valid value is dropped.
 void Rewriter::mark(const MarkupPiece& tag) {
   const bool isBreak = tag.name == "break";
   const std::string value = isBreak ? standardTime(tag.value) : standardMark(tag.value);
@@ -229,7 +238,8 @@ void Rewriter::mark(const MarkupPiece& tag) {
   }
 }
 
-// The converter begins every element with the phones of the one before it; those have been spoken.
+// The converter starts every phoneme element with the phones of the previous one. These have been
+// spoken, so they are removed.
 void Rewriter::beginPhonemes(std::string_view phones) {
   const bool continues = phones.starts_with(m_phonesBefore);
   if (m_phonemes.depth++ == 0) {
@@ -238,11 +248,12 @@ void Rewriter::beginPhonemes(std::string_view phones) {
   m_phonesBefore = phones;
 }
 
+// Writes the collected element, then the elements found inside. Input without phones is dropped.
 void Rewriter::endPhonemes() {
   const PhonemeInput input = std::exchange(m_phonemes, {});
   if (!input.ipa.empty()) {
-    // Commands inside are no part of the symbols.
-    TracedText symbols;
+    // Unknown commands can be left inside; they are not part of the symbols.
+    base::OriginText symbols;
     const std::string& text = input.symbols.text();
     for (std::size_t at = 0; at < text.size();) {
       const std::size_t command = std::min(text.find("[[", at), text.size());
@@ -260,16 +271,16 @@ void Rewriter::endPhonemes() {
 
 }  // namespace
 
-TracedText documentOf(const TracedText& converted, const std::string& language,
-                      TracedText::Position end) {
-  TracedText document;
+base::OriginText documentOf(const base::OriginText& converted, const std::string& language,
+                            base::OriginText::Position end) {
+  base::OriginText document;
   document.insert(
       "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
       "<speak version=\"1.1\" xmlns=\"http://www.w3.org/2001/10/synthesis\" xml:lang=\"" +
       language + "\">");
   document.append(Rewriter(converted).run());
   document.insert("</speak>");
-  document.settle(end);
+  document.finish(end);
   return document;
 }
 

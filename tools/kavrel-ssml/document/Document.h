@@ -1,21 +1,24 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Document: converted text as an SSML 1.1 document that any speech system can read.
+// Document: rewrites converted text as a standard SSML 1.1 document.
 //
-// The converter's markup is taken as what it says about each character: its prosody, whether it is
-// emphasised, whether it is spelt. The document is written anew from that, so it is well-formed
-// whatever the text. Elements nest as the standard wants them (prosody, emphasis, say-as), enclose
-// text, and reach over commands.
+// The converter's markup is read as the style of each character: its prosody, whether it is
+// emphasised, whether it is spelled. The document is written from these styles, so it is
+// well-formed for every text. Elements nest in the order of the standard (prosody, emphasis,
+// say-as), are never empty, and can span commands.
+//
+// Pure functions.
 #pragma once
 
 #include <string>
 
-#include "text/TracedText.h"
+#include "base/text/OriginText.h"
 
 namespace ssml {
 
-// `language` is a language tag. `end` is the length of the caller's text.
-TracedText documentOf(const TracedText& converted, const std::string& language,
-                      TracedText::Position end);
+// Returns the document with the origin of each byte. `language` is a language tag, which is not
+// checked. `end` is the length of the caller's text.
+base::OriginText documentOf(const base::OriginText& converted, const std::string& language,
+                            base::OriginText::Position end);
 
 }  // namespace ssml

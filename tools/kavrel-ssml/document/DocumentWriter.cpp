@@ -10,7 +10,8 @@ constexpr const char* kBlanks = " \t\r\n";
 
 }  // namespace
 
-std::string DocumentWriter::opening(const Style& style, int level) {
+// Empty if the style does not need an element at this level.
+std::string DocumentWriter::openingTag(const Style& style, int level) {
   switch (level) {
     case kProsody:
       return style.prosody.empty() ? "" : "<prosody" + style.prosody + ">";
@@ -21,11 +22,13 @@ std::string DocumentWriter::opening(const Style& style, int level) {
   }
 }
 
-std::string DocumentWriter::closing(int level) {
+std::string DocumentWriter::closingTag(int level) {
   return level == kProsody ? "</prosody>" : level == kEmphasis ? "</emphasis>" : "</say-as>";
 }
 
-void DocumentWriter::text(const TracedText& escaped, const Style& style) {
+// Blanks before and after the text wait in m_blanks; changeStyle() writes them between the end tags
+// and the start tags.
+void DocumentWriter::text(const base::OriginText& escaped, const Style& style) {
   const std::string& text = escaped.text();
   const std::size_t first = text.find_first_not_of(kBlanks);
   if (first == std::string::npos) {
@@ -34,55 +37,58 @@ void DocumentWriter::text(const TracedText& escaped, const Style& style) {
   }
   const std::size_t end = text.find_last_not_of(kBlanks) + 1;
   m_blanks.append(escaped, 0, first);
-  change(style);
+  changeStyle(style);
   m_out.append(escaped, first, end);
   m_blanks.append(escaped, end, text.size());
 }
 
+// Keeps the open elements that `style` shares. An open element that differs is closed, and nothing
+// is opened: the next text may need another style.
 void DocumentWriter::element(const std::string& markup, const Style& style) {
   const int common = commonLevels(m_style, style);
   Style kept;
   if (common > kProsody) kept.prosody = m_style.prosody;
   if (common > kEmphasis) kept.emphasised = m_style.emphasised;
-  change(kept);
+  changeStyle(kept);
   m_out.insert(markup);
 }
 
-void DocumentWriter::element(const std::string& open, const TracedText& escaped,
+void DocumentWriter::element(const std::string& open, const base::OriginText& escaped,
                              const std::string& close, const Style& style) {
   Style around = style;
   around.sayAs.clear();
-  change(around);
+  changeStyle(around);
   m_out.insert(open);
   m_out.append(escaped);
   m_out.insert(close);
 }
 
-TracedText DocumentWriter::finish() {
-  change(Style());
+base::OriginText DocumentWriter::finish() {
+  changeStyle(Style());
   return std::move(m_out);
 }
 
-// How many levels, from the outermost, are the same in both.
+// Returns the number of equal levels, counted from the outermost.
 int DocumentWriter::commonLevels(const Style& a, const Style& b) {
   int common = 0;
-  while (common < kLevels && opening(a, common) == opening(b, common)) ++common;
+  while (common < kLevels && openingTag(a, common) == openingTag(b, common)) ++common;
   return common;
 }
 
-// From the style so far to that one; the blanks in between stand where both agree.
-void DocumentWriter::change(const Style& style) {
+// Changes from the current style to `style`. Waiting blanks are written between the two, inside the
+// elements that both styles share.
+void DocumentWriter::changeStyle(const Style& style) {
   const int common = commonLevels(m_style, style);
   closeDownTo(common);
   m_out.append(m_blanks);
   m_blanks.clear();
-  for (int level = common; level < kLevels; ++level) m_out.insert(opening(style, level));
+  for (int level = common; level < kLevels; ++level) m_out.insert(openingTag(style, level));
   m_style = style;
 }
 
 void DocumentWriter::closeDownTo(int level) {
   for (int open = kLevels; open-- > level;) {
-    if (!opening(m_style, open).empty()) m_out.insert(closing(open));
+    if (!openingTag(m_style, open).empty()) m_out.insert(closingTag(open));
   }
 }
 

@@ -1,16 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// DocumentWriter: writes text, each stretch in its style, as well-formed SSML: elements are opened
-// and closed as the styles want it, and none is empty.
+// DocumentWriter: writes text with styles as well-formed SSML. Opens and closes elements where the
+// style changes; no element is empty.
+//
+// Threads: used by one thread.
 #pragma once
 
 #include <string>
 
-#include "text/TracedText.h"
+#include "base/text/OriginText.h"
 
 namespace ssml {
 
-// How a stretch of text is spoken.
+// The style of a range of text.
 struct Style {
   std::string prosody;  // attributes of the prosody element; empty: none
   bool emphasised = false;
@@ -21,30 +23,32 @@ struct Style {
 
 class DocumentWriter {
  public:
-  // Text with escapes. Blanks at its ends take the style that saves an element.
-  void text(const TracedText& escaped, const Style& style);
-  // An element without contents that may stand in any element but say-as. What is open beyond the
-  // style is closed; nothing is opened for it.
+  // Writes escaped text. Blanks at its ends can take the style of the neighbouring text, so that an
+  // element is not opened or closed for blanks only.
+  void text(const base::OriginText& escaped, const Style& style);
+  // Writes an element without contents (break, mark), which is not allowed inside say-as. Closes
+  // elements that are not part of `style`; opens none.
   void element(const std::string& markup, const Style& style);
-  // An element with contents, in the style, say-as aside.
-  void element(const std::string& open, const TracedText& escaped, const std::string& close,
+  // Writes an element with contents, in `style` without its say-as.
+  void element(const std::string& open, const base::OriginText& escaped, const std::string& close,
                const Style& style);
 
-  // Closes what is open, and hands out what was written.
-  TracedText finish();
+  // Closes all open elements and returns the result. The writer is empty after that.
+  base::OriginText finish();
 
  private:
+  // The nesting of elements, outermost first.
   enum Level { kProsody, kEmphasis, kSayAs, kLevels };
 
-  static std::string opening(const Style& style, int level);
-  static std::string closing(int level);
+  static std::string openingTag(const Style& style, int level);
+  static std::string closingTag(int level);
   static int commonLevels(const Style& a, const Style& b);
-  void change(const Style& style);
+  void changeStyle(const Style& style);
   void closeDownTo(int level);
 
-  TracedText m_out;
-  TracedText m_blanks;  // read, not yet written
-  Style m_style;        // in which the text so far ends
+  base::OriginText m_out;
+  base::OriginText m_blanks;  // blanks whose style is not decided yet
+  Style m_style;              // the style of the last text written
 };
 
 }  // namespace ssml

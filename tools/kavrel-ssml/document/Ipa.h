@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The engine's phones in the International Phonetic Alphabet. Pure functions.
+// Ipa: converts the engine's phones to the International Phonetic Alphabet. Pure functions.
 #pragma once
 
 #include <string>
@@ -8,8 +8,9 @@
 
 namespace ssml {
 
-// For phones as the converter writes them ("h ah0 l ow1"), separated by blanks or not. A stress
-// mark stands in front of the syllable. A pause is a blank. Names that are no phones are left out.
+// Converts phones as the converter writes them ("h ah0 l ow1"), with or without blanks between
+// them. Stress marks are written before the syllable. A pause becomes a blank. Unknown names are
+// ignored.
 std::string toIpa(std::string_view phones);
 
 }  // namespace ssml

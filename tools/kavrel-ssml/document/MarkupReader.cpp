@@ -16,7 +16,7 @@ bool isBlank(char c) {
   return c == ' ' || (c >= '\t' && c <= '\r');
 }
 
-// What a command can put into an escape.
+// The only tag that the converter can insert into an escape.
 constexpr std::string_view kInside = "</emphasis>";
 
 std::string_view nameAt(std::string_view text, std::size_t at) {
@@ -26,6 +26,7 @@ std::string_view nameAt(std::string_view text, std::size_t at) {
 
 }  // namespace
 
+// A piece from the current position to `end`, where reading continues.
 MarkupPiece MarkupReader::piece(MarkupPiece::Kind kind, std::size_t end) {
   MarkupPiece result;
   result.kind = kind;
@@ -35,12 +36,14 @@ MarkupPiece MarkupReader::piece(MarkupPiece::Kind kind, std::size_t end) {
   return result;
 }
 
+// One character as text that looks like markup but is none.
 MarkupPiece MarkupReader::literal(std::string_view escape) {
   MarkupPiece result = piece(MarkupPiece::Kind::Character, m_at + 1);
   result.escape = escape;
   return result;
 }
 
+// Reports a tag that was held back first, and skips the ";" of a split escape.
 MarkupPiece MarkupReader::next() {
   if (m_late) return *std::exchange(m_late, std::nullopt);
   if (m_at == m_skip) {
@@ -61,19 +64,20 @@ MarkupPiece MarkupReader::next() {
   }
 }
 
+// Reads an escape that is whole, or split by an end tag of emphasis; any other "&" is text.
 MarkupPiece MarkupReader::escape() {
   static constexpr std::string_view kEscapes[] = {"&lt;", "&gt;", "&amp;"};
   const std::string_view rest = m_text.substr(m_at);
   for (const std::string_view whole : kEscapes) {
     const std::string_view cut = whole.substr(0, whole.size() - 1);
     if (!rest.starts_with(cut)) continue;
-    const std::string_view behind = rest.substr(cut.size());
-    if (behind.starts_with(';')) {
+    const std::string_view after = rest.substr(cut.size());
+    if (after.starts_with(';')) {
       MarkupPiece result = piece(MarkupPiece::Kind::Character, m_at + whole.size());
       result.escape = whole;
       return result;
     }
-    if (behind.starts_with(kInside) && behind.substr(kInside.size()).starts_with(';')) {
+    if (after.starts_with(kInside) && after.substr(kInside.size()).starts_with(';')) {
       MarkupPiece result = piece(MarkupPiece::Kind::Character, m_at + cut.size());
       result.escape = whole;
       m_skip = m_at + kInside.size();
@@ -83,19 +87,22 @@ MarkupPiece MarkupReader::escape() {
   return literal("&amp;");
 }
 
+// Reads a tag with a name that the converter writes; any other "<" is text.
 MarkupPiece MarkupReader::tag() {
   const bool closes = m_text.substr(m_at).starts_with("</");
   const std::size_t nameStart = m_at + (closes ? 2 : 1);
   const std::string_view name = nameAt(m_text, nameStart);
-  const std::size_t behind = nameStart + name.size();
+  const std::size_t nameEnd = nameStart + name.size();
   if (std::find(std::begin(kNames), std::end(kNames), name) == std::end(kNames)) {
     return literal("&lt;");
   }
-  if (!closes) return openingTag(name, behind);
-  if (!m_text.substr(behind).starts_with('>')) return literal("&lt;");
-  return closingTag(name, behind + 1);
+  if (!closes) return openingTag(name, nameEnd);
+  if (!m_text.substr(nameEnd).starts_with('>')) return literal("&lt;");
+  return closingTag(name, nameEnd + 1);
 }
 
+// An end tag of emphasis inside a word is one byte too early: the rest of the character after it is
+// reported first.
 MarkupPiece MarkupReader::closingTag(std::string_view name, std::size_t end) {
   const bool insideWord = name == "emphasis" && m_at > 0 && !isBlank(m_text[m_at - 1]) &&
                           end < m_text.size() && end != m_skip && !isBlank(m_text[end]) &&
@@ -109,13 +116,15 @@ MarkupPiece MarkupReader::closingTag(std::string_view name, std::size_t end) {
   return piece(MarkupPiece::Kind::Text, next);
 }
 
-// `at` is behind the name.
+// `at` is the position after the name.
+// Accepts exactly the converter's form: <name attribute='value'> or the same with "/>".
 MarkupPiece MarkupReader::openingTag(std::string_view name, std::size_t at) {
   if (!m_text.substr(at).starts_with(' ')) return literal("&lt;");
   const std::string_view attribute = nameAt(m_text, at + 1);
   const std::size_t valueStart = at + 1 + attribute.size() + 2;
   if (!m_text.substr(at + 1 + attribute.size()).starts_with("='")) return literal("&lt;");
-  // No "<" stands in a value, so that this search is short of the next tag.
+  // A value contains no "<". Without this limit a malformed tag would make each search as long as
+  // the text.
   const std::size_t limit = std::min(m_text.find('<', valueStart), m_text.size());
   const std::string_view inside = m_text.substr(valueStart, limit - valueStart);
   const std::size_t end = std::min(inside.find("'>"), inside.find("'/>"));

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// MarkupReader: takes converted text apart into text, characters, and the tags that the converter
-// writes, which have one attribute at most.
+// MarkupReader: splits converted text into text, escaped characters and tags. The converter's tags
+// have at most one attribute.
 //
-// What begins like a tag or an escape and is none is text. In front of a command, the converter
-// ends emphasis a byte too early ("bac</emphasis>k", "&amp</emphasis>;"); it is read as if it ended
-// behind that byte.
+// Anything that begins like a tag or an escape but is malformed is text. Before a command, the
+// converter ends emphasis one byte too early ("bac</emphasis>k", "&amp</emphasis>;"); the end tag
+// is reported after that byte.
 //
-// The text must outlive the reader and what it hands out.
+// Threads: used by one thread. The text must outlive the reader and the pieces, which refer to it.
 #pragma once
 
 #include <cstddef>
@@ -16,15 +16,16 @@
 
 namespace ssml {
 
+// One part of the text.
 struct MarkupPiece {
   enum class Kind { Text, Character, Open, Empty, Close, End };
 
   Kind kind = Kind::End;
   std::size_t start = 0;  // in the text
   std::size_t end = 0;
-  std::string_view escape;     // Character: as it is to be written
+  std::string_view escape;     // Character: how to write it
   std::string_view name;       // Open, Empty, Close
-  std::string_view attribute;  // Open, Empty: its name, or nothing
+  std::string_view attribute;  // Open, Empty: its name, or empty
   std::string_view value;      // as written, escapes included
 };
 
@@ -32,7 +33,7 @@ class MarkupReader {
  public:
   explicit MarkupReader(std::string_view text) : m_text(text) {}
 
-  // Kind::End, again and again, at the end.
+  // Returns the next piece. At the end of the text, every call returns Kind::End.
   MarkupPiece next();
 
  private:
@@ -45,8 +46,8 @@ class MarkupReader {
 
   std::string_view m_text;
   std::size_t m_at = 0;
-  std::size_t m_skip = std::string_view::npos;  // the ";" of an escape that was cut in two
-  std::optional<MarkupPiece> m_late;            // an end tag that comes first in the text
+  std::size_t m_skip = std::string_view::npos;  // the ";" of an escape that a tag splits
+  std::optional<MarkupPiece> m_late;            // an end tag to report after the next piece
 };
 
 }  // namespace ssml

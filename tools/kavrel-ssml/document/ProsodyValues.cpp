@@ -15,7 +15,8 @@ namespace {
 constexpr double kNormalRate = 180.0;
 constexpr double kFullVolume = 100.0;
 
-// Two decimals at most, no exponent: standard SSML has none.
+// Writes at most two decimals and no exponent, which SSML does not allow. to_chars() ignores the
+// locale.
 std::string plainNumber(double value) {
   std::array<char, 64> buffer{};
   const auto [end, error] = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value,
@@ -28,6 +29,7 @@ std::string plainNumber(double value) {
 
 }  // namespace
 
+// SSML states volume in decibels relative to the default. 0 percent has no logarithm: "silent".
 std::string standardVolume(std::string_view percent) {
   constexpr double kLoudest = 100.0;   // dB
   constexpr double kSoftest = -100.0;  // dB
@@ -38,6 +40,7 @@ std::string standardVolume(std::string_view percent) {
   return (decibels < 0 ? "" : "+") + plainNumber(decibels) + "dB";
 }
 
+// SSML states the rate in percent of the default.
 std::string standardRate(std::string_view wordsPerMinute) {
   constexpr double kSlowest = 1.0;      // percent
   constexpr double kFastest = 10000.0;  // percent
@@ -47,6 +50,7 @@ std::string standardRate(std::string_view wordsPerMinute) {
   return plainNumber(std::clamp(value / kNormalRate * 100, kSlowest, kFastest)) + "%";
 }
 
+// Frequencies have the same unit in both notations; only the number is rewritten.
 std::string standardHertz(std::string_view hertz) {
   constexpr double kLowest = 0.01;
   constexpr double kHighest = 100000.0;
@@ -55,6 +59,7 @@ std::string standardHertz(std::string_view hertz) {
   return plainNumber(std::clamp(value, kLowest, kHighest)) + "Hz";
 }
 
+// Checked as text: the converter copies the argument of the command, which can be anything.
 std::string standardTime(std::string_view milliseconds) {
   constexpr std::string_view kUnit = "ms";
   static constexpr std::string_view kDigits = "0123456789";

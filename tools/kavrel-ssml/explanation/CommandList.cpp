@@ -6,12 +6,13 @@
 namespace ssml {
 namespace {
 
-// What the converter puts behind every text.
+// The converter appends this to every text.
 const std::string kReset = "[[rset 0]]";
 
 }  // namespace
 
-CommandList::CommandList(const CallerText& text, const ConversionOptions& options) : m_text(text) {
+// Builds the base text as the converter does and finds the commands in it.
+CommandList::CommandList(const SourceText& text, const ConversionOptions& options) : m_text(text) {
   if (options.settings) m_base = converterFor(text, options).defaultsInitStr();
   m_prefix = m_base.size();
   m_base += text.prepared() + kReset;
@@ -23,6 +24,7 @@ CommandList::CommandList(const CallerText& text, const ConversionOptions& option
   m_closed = m_commands.back().start == m_base.size() - kReset.size();
 }
 
+// The converter's class parses the command; this program has no parser of its own.
 AppleMarkupToken CommandList::tokenOf(const Command& command) const {
   AppleMarkupToken token;
   token.setTokenString(m_base.substr(command.start, command.end - command.start));
@@ -39,6 +41,7 @@ bool CommandList::isCallers(const Command& command) const {
   return command.end > m_prefix && command.start < m_prefix + m_text.prepared().size();
 }
 
+// Commands of settings come before the caller's text: position 0.
 std::size_t CommandList::callerStart(std::size_t at) const {
   return at < m_prefix ? 0 : m_text.originOf(at - m_prefix);
 }
@@ -47,7 +50,7 @@ std::size_t CommandList::callerEnd(std::size_t end) const {
   return end < m_prefix ? 0 : m_text.originEndOf(end - m_prefix);
 }
 
-std::string CommandList::shown(std::size_t start, std::size_t end) const {
+std::string CommandList::callerTextOf(std::size_t start, std::size_t end) const {
   const std::size_t from = callerStart(start);
   return m_text.shown(from, std::max(from, callerEnd(end)));
 }

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The table of explained commands.
+// CommandTable: writes explained commands as a table (tableOf() of Explanation.h).
 #include <algorithm>
 #include <array>
 #include <string_view>
 
-#include "Utf8.h"
+#include "base/text/Utf8.h"
 #include "explanation/Explanation.h"
 
 namespace ssml {
@@ -14,22 +14,16 @@ namespace {
 constexpr std::size_t kColumns = 5;
 using Row = std::array<std::string, kColumns>;
 
-// Characters.
+// Longest cells of the table, in characters.
 constexpr std::size_t kLongestCommand = 40;
 constexpr std::size_t kLongestResult = 200;
 
-std::size_t lengthOf(std::string_view utf8) {
-  return static_cast<std::size_t>(std::count_if(utf8.begin(), utf8.end(), [](char c) {
-    return (static_cast<unsigned char>(c) & 0xC0U) != 0x80;
-  }));
-}
-
-// On one line, and cut behind `limit` characters.
+// Returns the text on one line, cut after `limit` characters.
 std::string oneLine(std::string_view text, std::size_t limit) {
   std::string line;
   for (std::size_t count = 0; !text.empty(); ++count) {
     if (count == limit) return line + "...";
-    const std::size_t length = std::max<std::size_t>(tool::firstCharacter(text).length, 1);
+    const std::size_t length = base::firstCharacterLength(text);
     const bool control = static_cast<unsigned char>(text.front()) < ' ' || text.front() == '\x7F';
     line += control ? " " : text.substr(0, length);
     text.remove_prefix(length);
@@ -39,22 +33,25 @@ std::string oneLine(std::string_view text, std::size_t limit) {
 
 }  // namespace
 
+// Columns are as wide as their longest cell, counted in characters.
 std::string tableOf(const std::vector<ExplainedCommand>& commands) {
   std::vector<Row> rows = {{"BYTE", "LINE", "COMMAND", "KIND", "RESULT"}};
   for (const ExplainedCommand& command : commands) {
-    rows.push_back({std::to_string(command.place.position),
-                    std::to_string(command.place.line) + ":" + std::to_string(command.place.column),
-                    oneLine(command.text, kLongestCommand), command.kind,
-                    oneLine(command.result, kLongestResult)});
+    rows.push_back(
+        {std::to_string(command.location.position),
+         std::to_string(command.location.line) + ":" + std::to_string(command.location.column),
+         oneLine(command.text, kLongestCommand), command.kind,
+         oneLine(command.result, kLongestResult)});
   }
   std::array<std::size_t, kColumns> widths{};
   for (const Row& row : rows) {
-    for (std::size_t i = 0; i < kColumns; ++i) widths[i] = std::max(widths[i], lengthOf(row[i]));
+    for (std::size_t i = 0; i < kColumns; ++i)
+      widths[i] = std::max(widths[i], base::countCharacters(row[i]));
   }
   std::string table;
   for (const Row& row : rows) {
     for (std::size_t i = 0; i + 1 < kColumns; ++i) {
-      table += row[i] + std::string(widths[i] + 2 - lengthOf(row[i]), ' ');
+      table += row[i] + std::string(widths[i] + 2 - base::countCharacters(row[i]), ' ');
     }
     table += row.back() + "\n";
   }

@@ -1,34 +1,35 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Explanation: what becomes of every command of a text.
+// Explanation: describes the effect of each command of a text.
 //
-// What a command opens is asked of the converter's own passes; where that ends follows from the
-// commands behind it.
+// The markup that a command opens comes from the converter's own passes; where it ends follows from
+// the commands after it.
 //
-// Threads: constant once made.
+// Pure functions.
 #pragma once
 
 #include <cstddef>
 #include <string>
 #include <vector>
 
-#include "text/CallerText.h"
 #include "text/Conversion.h"
+#include "text/SourceText.h"
 
 namespace ssml {
 
+// A command and its effect.
 struct ExplainedCommand {
-  Place place;
+  SourceLocation location;
   std::size_t length;  // bytes of the caller's text
   std::string text;    // as the caller wrote it
   std::string kind;
   std::string result;
 };
 
-// All commands of the caller's text, in order. Works for texts that cannot be converted, too.
-std::vector<ExplainedCommand> explain(const CallerText& text, const ConversionOptions& options);
+// Returns all commands of the caller's text, in order, also for a text that cannot be converted.
+std::vector<ExplainedCommand> explain(const SourceText& text, const ConversionOptions& options);
 
-// A table for people, with a line for every command below a heading.
+// Returns a table with a heading and one line for each command.
 std::string tableOf(const std::vector<ExplainedCommand>& commands);
 
 }  // namespace ssml

@@ -12,17 +12,19 @@ namespace ssml {
 
 using Token = AppleMarkupToken;
 
+// Runs the passes that the text needs, each once.
 PassResults::PassResults(const CommandList& list, AppleMarkupConverter converter)
     : m_list(list), m_markup(list.commands().size()), m_emphasisEnd(list.commands().size()) {
-  std::array<bool, Token::UNKNOWN + 1> asked{};
+  std::array<bool, Token::UNKNOWN + 1> ran{};
   for (const CommandList::Command& command : list.commands()) {
-    const bool done = std::exchange(asked.at(static_cast<std::size_t>(command.type)), true);
+    // One run of a pass converts all commands of its type.
+    const bool done = std::exchange(ran.at(static_cast<std::size_t>(command.type)), true);
     const Pass pass = passOf(command.type);
-    if (!done && pass != nullptr) ask(converter, pass);
+    if (!done && pass != nullptr) runPass(converter, pass);
   }
 }
 
-// The pass that turns commands of that type into markup.
+// Returns the pass that converts commands of that type; null if there is none.
 PassResults::Pass PassResults::passOf(CommandList::Type type) {
   switch (type) {
     case Token::EMPHASIS_POSITIVE_TAG:
@@ -50,7 +52,8 @@ PassResults::Pass PassResults::passOf(CommandList::Type type) {
   }
 }
 
-// The command that ends at `end` in the base text; the number of commands when none does.
+// Returns the command that ends at `end` in the base text, else the number of commands. Binary
+// search.
 std::size_t PassResults::commandEndingAt(std::size_t end) const {
   const auto& commands = m_list.commands();
   const auto found =
@@ -60,11 +63,14 @@ std::size_t PassResults::commandEndingAt(std::size_t end) const {
   return static_cast<std::size_t>(found - commands.begin());
 }
 
-void PassResults::ask(AppleMarkupConverter& converter, Pass pass) {
+// Runs one pass and finds the tokens that it inserted: those that cover no text. A start tag
+// follows its command directly; an end tag can only be that of emphasis.
+void PassResults::runPass(AppleMarkupConverter& converter, Pass pass) {
   TokenList tokens = m_list.tokens();
   try {
     (converter.*pass)(tokens);
   } catch (const AppleSynthesisError&) {
+    // Silence is right: the conversion itself fails as well and reports the error.
     return;
   } catch (const std::out_of_range&) {
     return;

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// PassResults: the markup that the converter's own passes put behind each command.
+// PassResults: the markup that each pass of the converter inserts for each command.
 //
-// Every pass is asked on a list of its own, so what the passes do to each other's results does not
-// show.
+// Each pass runs on a list of its own, so the passes do not affect each other's results.
+//
+// Threads: constant after construction. The list must outlive the object.
 #pragma once
 
 #include <cstddef>
@@ -20,16 +21,16 @@ class PassResults {
  public:
   PassResults(const CommandList& list, AppleMarkupConverter converter);
 
-  // What the command at `index` opens; empty when nothing, or when the pass fails.
+  // Returns the markup that the command at `index` opens; empty if there is none or the pass fails.
   const std::string& markupOf(std::size_t index) const { return m_markup[index]; }
-  // Where the emphasis that it opens ends in the list's base text.
+  // Returns the end of the emphasis that the command opens, as a position in the base text.
   std::optional<std::size_t> emphasisEndOf(std::size_t index) const { return m_emphasisEnd[index]; }
 
  private:
   using Pass = void (AppleMarkupConverter::*)(TokenList&);
 
   static Pass passOf(CommandList::Type type);
-  void ask(AppleMarkupConverter& converter, Pass pass);
+  void runPass(AppleMarkupConverter& converter, Pass pass);
   std::size_t commandEndingAt(std::size_t end) const;
 
   const CommandList& m_list;

@@ -12,10 +12,11 @@ namespace {
 
 struct Word {
   std::string_view word;
-  std::array<std::string_view, 5> arguments;  // one of them must follow; none: anything may
-  std::string_view fullName;                  // what people write in its place
+  std::array<std::string_view, 5> arguments;  // allowed arguments; none: any
+  std::string_view longName;                  // what people write in its place
 };
 
+// All commands of the converter, in alphabetical order.
 constexpr auto kWords = std::to_array<Word>({
     {"char", {"LTRL", "NORM"}, "spell"},
     {"cmnt", {}, "comment"},
@@ -35,7 +36,7 @@ constexpr auto kWords = std::to_array<Word>({
     {"xtnd", {}, "extend"},
 });
 
-std::string large(std::string_view text) {
+std::string toUpper(std::string_view text) {
   std::string result(text);
   for (char& c : result) {
     if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
@@ -43,8 +44,9 @@ std::string large(std::string_view text) {
   return result;
 }
 
-// How many letters have to be added, dropped, changed or swapped with their neighbour.
-std::size_t distance(std::string_view a, std::string_view b) {
+// Optimal string alignment distance: the number of letters to insert, delete, replace or swap with
+// the next one.
+std::size_t editDistance(std::string_view a, std::string_view b) {
   std::vector<std::vector<std::size_t>> table(a.size() + 1, std::vector<std::size_t>(b.size() + 1));
   for (std::size_t i = 0; i <= a.size(); ++i) {
     for (std::size_t j = 0; j <= b.size(); ++j) {
@@ -63,26 +65,28 @@ std::size_t distance(std::string_view a, std::string_view b) {
   return table[a.size()][b.size()];
 }
 
-// Whether somebody who wrote `written` may have meant `word`. Two slips are too many when even the
-// first letter differs: "note" is no "rate".
-bool mayMean(std::string_view written, std::string_view word) {
+// Whether `written` is probably a misspelling of `word`. If the first letter differs, only one
+// error is allowed: "note" is not taken for "rate". Limited in length, since the distance takes
+// quadratic time.
+bool isProbableTypo(std::string_view written, std::string_view word) {
   constexpr std::size_t kLongest = 16;
   if (written.empty() || written.size() > kLongest) return false;
-  return distance(written, word) <= (written.front() == word.front() ? 2 : 1);
+  return editDistance(written, word) <= (written.front() == word.front() ? 2 : 1);
 }
 
-// The nearest of `words` that may be meant; empty when there is none.
+// Returns the most similar of `words`, the first of several; empty if none is similar.
 template <typename Words>
 std::string_view nearest(std::string_view written, const Words& words) {
   std::string_view best;
   for (const std::string_view word : words) {
-    if (word.empty() || !mayMean(written, word)) continue;
-    if (best.empty() || distance(written, word) < distance(written, best)) best = word;
+    if (word.empty() || !isProbableTypo(written, word)) continue;
+    if (best.empty() || editDistance(written, word) < editDistance(written, best)) best = word;
   }
   return best;
 }
 
-std::string listed(const Word& word) {
+// "LTRL or NORM", "PHON, TUNE or TEXT".
+std::string listArguments(const Word& word) {
   std::string list;
   const auto count = static_cast<std::size_t>(std::count_if(
       word.arguments.begin(), word.arguments.end(), [](auto a) { return !a.empty(); }));
@@ -93,17 +97,18 @@ std::string listed(const Word& word) {
   return list;
 }
 
-// The command word is right, so the argument is not.
+// The command word is correct, so the argument is wrong.
 std::string whyArgument(const Word& word, const std::string& written) {
-  if (written.empty()) return "argument must be " + listed(word) + ", and there is none";
-  const std::string_view meant = nearest(large(written), word.arguments);
-  return "argument must be " + (meant.empty() ? listed(word) : std::string(meant)) + ", not " +
-         written;
+  if (written.empty()) return "argument missing, must be " + listArguments(word);
+  const std::string_view meant = nearest(toUpper(written), word.arguments);
+  return "argument must be " + (meant.empty() ? listArguments(word) : std::string(meant)) +
+         ", not " + written;
 }
 
+// Returns the command that the user probably meant: by its long name, else by similarity.
 std::string_view meantCommand(const std::string& small) {
   for (const Word& word : kWords) {
-    if (small == word.fullName) return word.word;
+    if (small == word.longName) return word.word;
   }
   std::vector<std::string_view> words;
   words.reserve(kWords.size());
@@ -113,11 +118,13 @@ std::string_view meantCommand(const std::string& small) {
 
 }  // namespace
 
+// From the most certain cause to the least: wrong argument, wrong case, misspelt, unknown.
 std::string whyUnknown(const AppleMarkupToken& command) {
   std::string written;
   try {
     written = command.getTokenClass();
   } catch (const std::out_of_range&) {
+    // The converter's way to say that there is no word.
     return "no command between the brackets";
   }
   const std::string small = tolower(written);

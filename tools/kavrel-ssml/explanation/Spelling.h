@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Why a command is not recognised, and which one was probably meant. Pure functions.
+// Spelling: explains why a command is not recognised and suggests the intended one. Pure functions.
 #pragma once
 
 #include <string>
@@ -9,7 +9,8 @@
 
 namespace ssml {
 
-// For people, without full stop: "misspelt, probably slnc". The command's type is UNKNOWN.
+// Returns the reason for users, without full stop: "misspelt, probably slnc". The type of
+// `command` must be UNKNOWN.
 std::string whyUnknown(const AppleMarkupToken& command);
 
 }  // namespace ssml

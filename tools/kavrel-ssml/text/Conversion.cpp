@@ -4,19 +4,22 @@
 #include <stdexcept>
 
 #include "AppleSynthesisError.h"
-#include "Utf8.h"
+#include "base/text/Latin9.h"
+#include "base/text/Utf8.h"
 #include "text/FaultFinder.h"
 
 namespace ssml {
 namespace {
 
-TracedText utf8Of(const std::string& latin9, const PositionMap& origins) {
-  TracedText traced;
+// Converts to UTF-8 and carries the origins over, run by run. A replaced run has one origin for all
+// of its bytes.
+base::OriginText utf8Of(const std::string& latin9, const PositionMap& origins) {
+  base::OriginText traced;
   for (std::size_t run = 0; run < origins.runs().size(); ++run) {
     for (std::uint32_t at = origins.runs()[run].start; at < origins.endOfRun(run); ++at) {
       const auto byte = static_cast<unsigned char>(latin9[at]);
       const PositionMap::Run& from = origins.runs()[run];
-      traced.append(tool::toUtf8(fromLatin9(byte)),
+      traced.append(base::toUtf8(base::fromLatin9(byte)),
                     from.isCopied() ? from.origin + (at - from.start) : from.origin);
     }
   }
@@ -25,22 +28,26 @@ TracedText utf8Of(const std::string& latin9, const PositionMap& origins) {
 
 }  // namespace
 
-AppleMarkupConverter converterFor(const CallerText& text, const ConversionOptions& options) {
+// The constructor without settings inserts no commands.
+AppleMarkupConverter converterFor(const SourceText& text, const ConversionOptions& options) {
   if (!options.settings) return {text.prepared(), options.output};
   return {text.prepared(), options.output, *options.settings};
 }
 
-std::variant<TracedText, Fault> convert(const CallerText& text, const ConversionOptions& options) {
+// The converter reports errors only by type; FaultFinder locates them.
+std::variant<base::OriginText, Fault> convert(const SourceText& text,
+                                              const ConversionOptions& options) {
   try {
     AppleMarkupConverter converter = converterFor(text, options);
     const std::string converted = converter.getConvertedText();
     return utf8Of(converted, converter.getPositions().after(text.origins()));
   } catch (const AppleSynthesisError& error) {
     const FaultFinder finder(text, options);
-    return error.getErrorType() == BAD_PHONE_SEQUENCE ? finder.badPhone()
-                                                      : finder.refused("INDEX_OUT_OF_RANGE");
+    return error.getErrorType() == BAD_PHONE_SEQUENCE
+               ? finder.findBadPhone()
+               : finder.findRefusedCommand("INDEX_OUT_OF_RANGE");
   } catch (const std::out_of_range&) {
-    return FaultFinder(text, options).refused("OUT_OF_RANGE");
+    return FaultFinder(text, options).findRefusedCommand("OUT_OF_RANGE");
   }
 }
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// One conversion by the plug-in's converter, and what is wrong with a text that it refuses.
+// Conversion: runs the plug-in's converter once, and locates the fault in a text that it rejects.
+//
+// Pure functions.
 #pragma once
 
 #include <optional>
@@ -9,11 +11,12 @@
 
 #include "AppleMarkupConverter.h"
 #include "SpeechMgrEnv.h"
-#include "text/CallerText.h"
-#include "text/TracedText.h"
+#include "base/text/OriginText.h"
+#include "text/SourceText.h"
 
 namespace ssml {
 
+// The converter's options. Without settings no commands are inserted.
 struct ConversionOptions {
   AppleMarkupConverter::output_t output = AppleMarkupConverter::SSML;
   std::optional<SpeechMgrEnv> settings;
@@ -23,13 +26,15 @@ struct ConversionOptions {
 struct Fault {
   std::string kind;      // BAD_PHONE_SEQUENCE, INDEX_OUT_OF_RANGE or OUT_OF_RANGE
   std::size_t position;  // in the caller's text
-  std::string message;   // one line for people
+  std::string message;   // one line for users
 };
 
-// A converter for the text; both are to be kept while it is used.
-AppleMarkupConverter converterFor(const CallerText& text, const ConversionOptions& options);
+// Returns a converter for the text. Text and options must outlive it.
+AppleMarkupConverter converterFor(const SourceText& text, const ConversionOptions& options);
 
-// The converted text in UTF-8. The bytes of a character all came from where the character did.
-std::variant<TracedText, Fault> convert(const CallerText& text, const ConversionOptions& options);
+// Returns the converted text in UTF-8, with the origin of each byte, or the fault. All bytes of a
+// character have the same origin.
+std::variant<base::OriginText, Fault> convert(const SourceText& text,
+                                              const ConversionOptions& options);
 
 }  // namespace ssml

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// FaultFinder: what in a text the converter cannot convert.
+// FaultFinder: locates the fault in a text that the converter rejects.
 //
-// The converter only says what kind of thing is wrong; the place is found by going through the
-// commands again.
+// The converter reports only the type of the error. The position is found by checking the commands
+// again: phonemes one by one, other errors by binary search over the number of commands.
+//
+// Threads: constant after construction. Text and options must outlive the object.
 #pragma once
 
 #include "explanation/CommandList.h"
@@ -13,20 +15,21 @@ namespace ssml {
 
 class FaultFinder {
  public:
-  FaultFinder(const CallerText& text, const ConversionOptions& options);
+  FaultFinder(const SourceText& text, const ConversionOptions& options);
 
-  // The first phone symbol that there is none of, for a text refused for its phonemes.
-  Fault badPhone() const;
+  // Returns the first unknown phone symbol, for a text rejected because of its phonemes.
+  Fault findBadPhone() const;
 
-  // The first command with which the text is refused, for another reason.
-  Fault refused(const std::string& kind) const;
+  // Returns the first command up to which the text is rejected, for any other error. `kind` is
+  // passed on.
+  Fault findRefusedCommand(const std::string& kind) const;
 
  private:
-  Fault badSymbol(const CommandList::Command& input, std::size_t at) const;
+  Fault describeBadSymbol(const CommandList::Command& input, std::size_t at) const;
   std::string inputName(const CommandList::Command& input) const;
   bool isRefusedUpTo(std::size_t end) const;
 
-  const CallerText& m_text;
+  const SourceText& m_text;
   const ConversionOptions& m_options;
   CommandList m_list;
 };

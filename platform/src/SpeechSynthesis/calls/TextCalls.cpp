@@ -106,8 +106,10 @@ bool isListOfEntries(CFTypeRef object) {
 
 NumVersion SpeechManagerVersion() {
   NumVersion version{};
-  version.majorRev = KAVREL_VERSION_MAJOR;
-  version.minorAndBugRev = static_cast<UInt8>((KAVREL_VERSION_MINOR << 4U) | KAVREL_VERSION_PATCH);
+  // Rationale: not the version of the project. Clients compare this number with that of the first
+  // Manager that has a call they need, so it stays that of the interface the headers declare.
+  version.majorRev = 4;
+  version.minorAndBugRev = 0x04;
   version.stage = finalStage;
   return version;
 }

@@ -2,22 +2,21 @@
 //
 // CallerText: a text as its caller gave it, and as the synthesizer gets it.
 //
-// A synthesizer takes Mac OS Roman up to a NUL. A caller's bytes stay as they are, but for NULs,
-// which become blanks. A caller's string is converted: what Mac OS Roman lacks takes its plain form
-// (a letter without its accent, "-" for every dash), nothing for what has no width, one blank
-// where there is no form. Places in the converted text are told in the caller's units: bytes of the
-// buffer, UTF-16 units of the string.
+// A synthesizer takes Mac OS Roman up to a NUL. A caller's bytes stay as they are, except for NULs,
+// which become blanks. A caller's string is converted by base/text/MacRomanEncoder.h: characters
+// that Mac OS Roman lacks take their plain forms. Positions in the converted text are reported in
+// the caller's units: bytes of the buffer, UTF-16 units of the string.
 //
 // Threads: one at a time.
 #pragma once
 
 #include <CoreFoundation/CFString.h>
 
-#include <cstdint>
+#include <cstddef>
 #include <string>
-#include <vector>
 
 #include "CoreFoundation/CFObject.h"
+#include "base/text/OriginText.h"
 
 namespace platform {
 
@@ -30,30 +29,27 @@ class CallerText {
   explicit CallerText(CFStringRef string);
 
   // What is spoken.
-  const std::string& bytes() const { return m_bytes; }
+  const std::string& bytes() const { return m_text.text(); }
 
   bool isString() const { return m_isString; }
 
-  // More bytes behind the end; of a text of bytes only.
+  // Appends bytes; to a text of bytes only.
   void append(const void* text, unsigned long bytes);
 
-  // A part of bytes(), `position` + `length` at most its size, in the caller's units. What has no
-  // width belongs to the character in front of it.
+  // A part of bytes() in the caller's units. Characters without width belong to the character
+  // before them. Beyond the end of bytes(), every byte counts as one unit.
   CFRange inCallersUnits(unsigned long position, unsigned long length) const;
 
-  // The caller's string; of a text of bytes, one that holds them. Null when memory is out. The text
+  // The caller's string; of a text of bytes, one that holds them. Null when out of memory. The text
   // owns it.
   CFStringRef string();
 
  private:
-  CFIndex unitAt(unsigned long position) const;
+  CFIndex unitAt(std::size_t position) const;
 
-  std::string m_bytes;
+  base::OriginText m_text;  // origins are the caller's units
   bool m_isString = false;
   Owned<CFStringRef> m_string;
-  // Of a caller's string: the unit that each converted byte comes from, and the number of units.
-  std::vector<std::uint32_t> m_units;
-  CFIndex m_unitCount = 0;
 };
 
 }  // namespace platform

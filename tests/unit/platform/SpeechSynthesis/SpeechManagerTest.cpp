@@ -256,7 +256,7 @@ TEST_F(Manager, PassesOnValidDictionaries) {
   DisposeHandle(handle);
 }
 
-TEST(ManagerVersion, IsTheProjects) {
+TEST(ManagerVersion, IsThatOfTheInterface) {
   const NumVersion version = SpeechManagerVersion();
   EXPECT_EQ(version.majorRev, 4);
   EXPECT_EQ(version.minorAndBugRev, 0x04);

@@ -14,7 +14,7 @@
 #include <gtest/gtest.h>
 #include <iconv.h>
 
-#include "TextEncoding/MacRoman.h"
+#include "base/text/MacRoman.h"
 
 namespace {
 
@@ -245,18 +245,18 @@ TEST(MacRoman, NamesEveryCharacterAsTheSystemDoes) {
     ASSERT_TRUE(expected && expected->size() == 4) << byte;
     char32_t code = 0;
     for (const char c : *expected) code = (code << 8U) | static_cast<std::uint8_t>(c);
-    EXPECT_EQ(platform::macRomanToUnicode(static_cast<std::uint8_t>(byte)), code) << byte;
+    EXPECT_EQ(base::fromMacRoman(static_cast<std::uint8_t>(byte)), code) << byte;
   }
 }
 
 TEST(MacRoman, ConvertsEveryCharacterBack) {
   for (unsigned byte = 0; byte < 256; ++byte) {
     const auto original = static_cast<std::uint8_t>(byte);
-    EXPECT_EQ(platform::unicodeToMacRoman(platform::macRomanToUnicode(original)), original);
+    EXPECT_EQ(base::toMacRoman(base::fromMacRoman(original)), original);
   }
-  EXPECT_EQ(platform::unicodeToMacRoman(0x80), std::nullopt);
-  EXPECT_EQ(platform::unicodeToMacRoman(0x4E00), std::nullopt);
-  EXPECT_EQ(platform::unicodeToMacRoman(0x1F600), std::nullopt);
+  EXPECT_EQ(base::toMacRoman(0x80), std::nullopt);
+  EXPECT_EQ(base::toMacRoman(0x4E00), std::nullopt);
+  EXPECT_EQ(base::toMacRoman(0x1F600), std::nullopt);
 }
 
 }  // namespace

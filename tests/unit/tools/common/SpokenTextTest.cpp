@@ -1,27 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The text that the tools pass to the Manager, and the way back to the user's bytes.
-#include <clocale>
 #include <string>
 
 #include <gtest/gtest.h>
 
 #include "SpokenText.h"
-#include "TextEncoding/MacRoman.h"
-#include "Utf8.h"
+#include "base/text/MacRoman.h"
+#include "base/text/Utf8.h"
 
 namespace {
 
 using tool::Slice;
 using tool::SpokenText;
-
-// As in the program.
-class Locale : public testing::Environment {
- public:
-  void SetUp() override { ASSERT_NE(std::setlocale(LC_CTYPE, "C.UTF-8"), nullptr); }
-};
-[[maybe_unused]] const testing::Environment* const kLocale =
-    testing::AddGlobalTestEnvironment(new Locale);
 
 std::string macRoman(const std::string& given) {
   return SpokenText(given).macRoman();
@@ -34,8 +25,8 @@ std::string given(const SpokenText& text, std::size_t position, std::size_t leng
 
 TEST(SpokenText, HasEveryCharacterOfMacOsRomanAsItsOwnByte) {
   for (unsigned byte = 1; byte < 256; ++byte) {
-    const char32_t character = platform::macRomanToUnicode(static_cast<std::uint8_t>(byte));
-    EXPECT_EQ(macRoman(tool::toUtf8(character)), std::string(1, static_cast<char>(byte)))
+    const char32_t character = base::fromMacRoman(static_cast<std::uint8_t>(byte));
+    EXPECT_EQ(macRoman(base::toUtf8(character)), std::string(1, static_cast<char>(byte)))
         << "byte " << byte;
   }
 }

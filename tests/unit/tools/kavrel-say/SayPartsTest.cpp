@@ -14,7 +14,7 @@
 #include "screen/Highlight.h"
 #include "screen/Progress.h"
 #include "screen/TextLayout.h"
-#include "speech/Positions.h"
+#include "speech/PositionCounter.h"
 
 namespace {
 
@@ -44,7 +44,7 @@ Strings rowsOf(const std::string& text, std::size_t width) {
   for (std::size_t at = 0; at < text.size();) {
     const Row row = say::rowAt(text, at, width);
     EXPECT_GT(row.next, at);
-    rows.push_back(say::shown(text, row, width, {}, "<", ">"));
+    rows.push_back(say::renderRow(text, row, width, {}, "<", ">"));
     at = row.next;
   }
   return rows;
@@ -84,9 +84,9 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST(TextLayoutMarks, StandAroundTheWordInEveryRowOfIt) {
   const std::string text = "an abcdef";
-  EXPECT_EQ(say::shown(text, {0, 5, 5}, 9, {3, 9}, "<", ">"), "an <ab>");
-  EXPECT_EQ(say::shown(text, {5, 9, 9}, 9, {3, 9}, "<", ">"), "<cdef>");
-  EXPECT_EQ(say::shown(text, {0, 9, 9}, 9, {}, "<", ">"), "an abcdef");
+  EXPECT_EQ(say::renderRow(text, {0, 5, 5}, 9, {3, 9}, "<", ">"), "an <ab>");
+  EXPECT_EQ(say::renderRow(text, {5, 9, 9}, 9, {3, 9}, "<", ">"), "<cdef>");
+  EXPECT_EQ(say::renderRow(text, {0, 9, 9}, 9, {}, "<", ">"), "an abcdef");
 }
 
 // ---- The bar
@@ -286,8 +286,8 @@ TEST(AudioFormat, ExplainsWhatItCannotBe) {
   } cases[] = {{"a.m4a", {}, {}, ".m4a"},
                {"a", "wmv", {}, "\"wmv\""},
                {"a.wav", {}, "LEI17", "\"LEI17\""},
-               {"a.flac", {}, "LEF32", "FLAC files hold no data"},
-               {"a.aiff", {}, "LEF32", "AIFF files hold no data"},
+               {"a.flac", {}, "LEF32", "FLAC files do not support the data format"},
+               {"a.aiff", {}, "LEF32", "AIFF files do not support the data format"},
                {"a.wav", {}, "LEI16@x", "\"x\""},
                {"a.wav", {}, "LEI16@1", "\"1\""},
                {"a.opus", {}, "@44100", "8000, 12000"}};
@@ -314,16 +314,17 @@ TEST(Highlight, RefusesWhatItDoesNotKnow) {
   }
 }
 
-TEST(Positions, CountBytesOrCharactersFromTheFrontOfAllThatWasGiven) {
+TEST(PositionCounter, CountsBytesOrCharactersFromTheFrontOfAllThatWasGiven) {
   const std::string text = "\u00E9\xFF b\U0001F600c";
-  const auto of = [&](say::Unit unit, std::size_t first, tool::Slice slice) {
-    say::Positions positions(text, unit, first);
+  const auto of = [&](say::PositionUnit unit, std::size_t first, tool::Slice slice) {
+    say::PositionCounter positions(text, unit, first);
     const tool::Slice counted = positions.of(slice);
     return std::pair(counted.position, counted.length);
   };
-  EXPECT_EQ(of(say::Unit::Bytes, 10, {4, 5}), std::pair(std::size_t{14}, std::size_t{5}));
-  EXPECT_EQ(of(say::Unit::Characters, 0, {4, 5}), std::pair(std::size_t{3}, std::size_t{2}));
-  say::Positions positions(text, say::Unit::Characters, 7);
+  EXPECT_EQ(of(say::PositionUnit::Bytes, 10, {4, 5}), std::pair(std::size_t{14}, std::size_t{5}));
+  EXPECT_EQ(of(say::PositionUnit::Characters, 0, {4, 5}),
+            std::pair(std::size_t{3}, std::size_t{2}));
+  say::PositionCounter positions(text, say::PositionUnit::Characters, 7);
   EXPECT_EQ(positions.end(), 13U);
   EXPECT_EQ(positions.of({0, 2}).position, 7U);
 }

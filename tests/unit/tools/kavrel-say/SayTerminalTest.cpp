@@ -265,7 +265,7 @@ TEST_F(SayOnATerminal, EndsWhenTheTerminalGoes) {
 TEST_F(SayOnATerminal, LeavesTheTerminalAsItWasWhenTheTextIsRefused) {
   TerminalProgram say({}, {"-i", "[[inpt PHON]]qqq[[inpt TEXT]]"});
   EXPECT_EQ(say.finish().status, 1);
-  EXPECT_THAT(say.written(), HasSubstr("kavrel-say: the text cannot be spoken"));
+  EXPECT_THAT(say.written(), HasSubstr("kavrel-say: cannot speak the text"));
   expectTerminalAsBefore(say);
 }
 
@@ -299,7 +299,7 @@ TEST_F(SayOnATerminal, SpeaksALineBeforeTheNextIsTyped) {
 TEST_F(SayOnATerminal, RefusesToWriteSoundToIt) {
   TerminalProgram say({}, {"-o", "-", "hello"});
   EXPECT_EQ(say.finish().status, 1);
-  EXPECT_THAT(say.written(), HasSubstr("sound is not for a terminal"));
+  EXPECT_THAT(say.written(), HasSubstr("cannot write audio to a terminal"));
 }
 
 }  // namespace

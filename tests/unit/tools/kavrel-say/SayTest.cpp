@@ -349,7 +349,7 @@ TEST_F(Say, RefusesAnInputFileThatIsAFolder) {
 TEST_F(Say, LeavesNoFileOfATextThatIsRefused) {
   const Result result = say({"-o", m_sound, "[[inpt PHON]]qqq[[inpt TEXT]]"});
   EXPECT_EQ(result.status, kFailure);
-  EXPECT_THAT(result.err, complaint("the text cannot be spoken"));
+  EXPECT_THAT(result.err, complaint("cannot speak the text"));
   EXPECT_FALSE(std::filesystem::exists(m_sound));
 }
 
@@ -513,7 +513,7 @@ TEST_F(Say, DoesNotOverwriteItsOwnText) {
     arguments.insert(arguments.end(), output.begin(), output.end());
     const Result result = say(arguments);
     EXPECT_EQ(result.status, kFailure);
-    EXPECT_THAT(result.err, complaint("holds the text"));
+    EXPECT_THAT(result.err, complaint("is the input file"));
     EXPECT_EQ(program::contentsOf(file), "dear friend");
   }
 }

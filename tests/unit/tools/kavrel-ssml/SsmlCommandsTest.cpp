@@ -44,11 +44,11 @@ TEST(Explain, KeepsATableOfLinesForCommandsOverSeveralLines) {
 }
 
 TEST(Explain, TellsWhereSettingsEnd) {
-  EXPECT_THAT(
-      resultsOf("[[rate 200]]a [[volm 0.5]]b [[rate +20]]c [[rset 0]]d"),
-      ElementsAre("<prosody rate='200'> up to [[rate +20]] at byte 28",
-                  "<prosody volume='50'> up to [[rset 0]] at byte 42",
-                  "<prosody rate='220'> up to [[rset 0]] at byte 42", "ends all that is in force"));
+  EXPECT_THAT(resultsOf("[[rate 200]]a [[volm 0.5]]b [[rate +20]]c [[rset 0]]d"),
+              ElementsAre("<prosody rate='200'> up to [[rate +20]] at byte 28",
+                          "<prosody volume='50'> up to [[rset 0]] at byte 42",
+                          "<prosody rate='220'> up to [[rset 0]] at byte 42",
+                          "ends all settings and modes"));
 }
 
 TEST(Explain, TellsPitchAndRange) {
@@ -91,21 +91,21 @@ TEST(Explain, TellsWhatIsDroppedWithItsText) {
   EXPECT_THAT(resultsOf("a [[inpt TUNE]]x[[inpt TEXT]]b [[ctxt WSKP]]c [[rate 5]]d[[ctxt WORD]]e"),
               ElementsAre("dropped, with its data, up to [[inpt TEXT]] at byte 16",
                           "dropped: no phonemes to end",
-                          "dropped, with the text behind it, up to [[ctxt WORD]] at byte 57",
+                          "dropped, with the text after it, up to [[ctxt WORD]] at byte 57",
                           "dropped: inside the skipped text of [[ctxt WSKP]] at byte 31",
                           "ends the skipped text"));
 }
 
 TEST(Explain, TellsOfTuneDataThatStays) {
   EXPECT_THAT(resultsOf("[[inpt TUNE]]x[[rate 5]]y")[0],
-              "dropped: its data stays as text, since [[rate 5]] at byte 14 follows");
+              "dropped: its data stays as text, because [[rate 5]] at byte 14 follows");
 }
 
 TEST(Explain, TellsWhatHasNoEffect) {
   EXPECT_THAT(resultsOf("[[cmnt hi]]a[[dlim (( ))]]b[[vers 1]]c[[xtnd x]]d[[emph -]]e"),
-              ElementsAre("dropped: a comment", "dropped: the delimiters stay as they are",
+              ElementsAre("dropped: a comment", "dropped: the delimiters cannot be changed",
                           "dropped: no effect", "dropped: no effect",
-                          "dropped: emphasis ends with its word anyway"));
+                          "dropped: emphasis always ends with its word"));
 }
 
 TEST(Explain, KeepsCommandsOfOneBracketApart) {
@@ -129,7 +129,7 @@ TEST(Explain, TellsOfACommandThatIsNeverClosed) {
   ASSERT_EQ(json.at("commands").size(), 1u);
   EXPECT_EQ(json.at("commands")[0].at("text"), "[[ 3 of");
   EXPECT_THAT(json.at("commands")[0].at("result"),
-              "dropped: unknown; never closed, so it takes the rest of the text");
+              "dropped: unknown; not closed, so it extends to the end of the text");
 }
 
 TEST(Explain, TellsThatPlainTextHasNoTraceOfCommands) {
@@ -174,7 +174,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Slip{"SmallArgument", "[[char ltrl]]", "argument must be LTRL, not ltrl"},
                     Slip{"MisspeltArgument", "[[inpt PHNO]]", "argument must be PHON, not PHNO"},
                     Slip{"OtherArgument", "[[nmbr yes]]", "argument must be LTRL or NORM, not yes"},
-                    Slip{"NoArgument", "[[emph]]", "argument must be + or -, and there is none"},
+                    Slip{"NoArgument", "[[emph]]", "argument missing, must be + or -"},
                     Slip{"NoCommand", "[[]]", "no command between the brackets"},
                     Slip{"NoSuchCommand", "[[note 3]]", "unknown"},
                     Slip{"ALongWord", "[[extraordinarily long]]", "unknown"}),

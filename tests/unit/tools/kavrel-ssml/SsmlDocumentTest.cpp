@@ -15,8 +15,8 @@
 #include "conversions/ReferenceVectors.h"
 #include "document/Document.h"
 #include "document/MarkupReader.h"
-#include "text/CallerText.h"
 #include "text/Conversion.h"
+#include "text/SourceText.h"
 
 namespace {
 
@@ -227,12 +227,12 @@ TEST_P(DocumentVectors, BecomeStandardDocumentsThatKeepTheText) {
   int documents = 0;
   for (const reference::Vector& vector : vectors()) {
     SCOPED_TRACE(vector.name);
-    const ssml::CallerText text(vector.text, ssml::Encoding::MacRoman);
+    const ssml::SourceText text(vector.text, ssml::Encoding::MacRoman);
     const auto result = ssml::convert(text, optionsOf(vector));
-    if (!std::holds_alternative<ssml::TracedText>(result)) continue;
+    if (!std::holds_alternative<base::OriginText>(result)) continue;
     ++documents;
-    const auto& converted = std::get<ssml::TracedText>(result);
-    const ssml::TracedText written =
+    const auto& converted = std::get<base::OriginText>(result);
+    const base::OriginText written =
         ssml::documentOf(converted, "en", static_cast<std::uint32_t>(text.size()));
     const xml::Document document = xml::parse(written.text());
     EXPECT_EQ(document.error, "") << written.text();
@@ -295,7 +295,7 @@ TEST(Document, IsWellFormedForAnyMarkup) {
       const std::string& piece = kPieces[random() % std::size(kPieces)];
       markup += random() % 4 == 0 ? piece.substr(random() % (piece.size() + 1)) : piece;
     }
-    ssml::TracedText converted;
+    base::OriginText converted;
     converted.append(markup, 0);
     const std::string written = ssml::documentOf(converted, "en", 0).text();
     const xml::Document document = xml::parse(written);

@@ -7,16 +7,15 @@
 #include <gtest/gtest.h>
 
 #include "SpeechMgrUtils.h"
+#include "base/text/OriginText.h"
 #include "document/Ipa.h"
 #include "document/ProsodyValues.h"
-#include "text/CallerText.h"
-#include "text/TracedText.h"
+#include "text/SourceText.h"
 
 namespace {
 
-using ssml::CallerText;
 using ssml::Encoding;
-using ssml::TracedText;
+using ssml::SourceText;
 using testing::ElementsAre;
 
 TEST(Ipa, WritesPhonesTogether) {
@@ -68,34 +67,23 @@ TEST(ProsodyValues, AreInTheStandardsNotation) {
   EXPECT_EQ(ssml::standardMark("-65536"), "65535");
 }
 
-TEST(TracedText, PutsMarkupInFrontOfTheNextByte) {
-  TracedText text;
-  text.append("a", 3);
-  text.insert("<>");
-  text.append("b", 7);
-  text.insert("</>");
-  text.settle(9);
-  EXPECT_EQ(text.text(), "a<>b</>");
-  EXPECT_THAT(text.origins(), ElementsAre(3, 7, 7, 7, 9, 9, 9));
+TEST(SourceText, CountsLinesOfAllSystems) {
+  const SourceText text("a\nb\r\nc\rd", Encoding::MacRoman);
+  EXPECT_EQ(text.locationOf(2).line, 2u);
+  EXPECT_EQ(text.locationOf(5).line, 3u);
+  EXPECT_EQ(text.locationOf(7).line, 4u);
+  EXPECT_EQ(text.locationOf(7).column, 1u);
 }
 
-TEST(CallerText, CountsLinesOfAllSystems) {
-  const CallerText text("a\nb\r\nc\rd", Encoding::MacRoman);
-  EXPECT_EQ(text.placeOf(2).line, 2u);
-  EXPECT_EQ(text.placeOf(5).line, 3u);
-  EXPECT_EQ(text.placeOf(7).line, 4u);
-  EXPECT_EQ(text.placeOf(7).column, 1u);
+TEST(SourceText, CountsColumnsInCharacters) {
+  const SourceText text("\u00E9\u20ACx", Encoding::Utf8);
+  EXPECT_EQ(text.locationOf(5).column, 3u);
 }
 
-TEST(CallerText, CountsColumnsInCharacters) {
-  const CallerText text("\u00E9\u20ACx", Encoding::Utf8);
-  EXPECT_EQ(text.placeOf(5).column, 3u);
-}
-
-TEST(CallerText, ShowsTheCallersBytesInUtf8) {
-  EXPECT_EQ(CallerText("\x8E", Encoding::MacRoman).shown(0, 1), "\u00E9");
-  EXPECT_EQ(CallerText("\xA4", Encoding::Latin9).shown(0, 1), "\u20AC");
-  EXPECT_EQ(CallerText("\xFF", Encoding::Utf8).shown(0, 1), "\uFFFD");
+TEST(SourceText, ShowsTheCallersBytesInUtf8) {
+  EXPECT_EQ(SourceText("\x8E", Encoding::MacRoman).shown(0, 1), "\u00E9");
+  EXPECT_EQ(SourceText("\xA4", Encoding::Latin9).shown(0, 1), "\u20AC");
+  EXPECT_EQ(SourceText("\xFF", Encoding::Utf8).shown(0, 1), "\uFFFD");
 }
 
 }  // namespace

@@ -295,32 +295,30 @@ TEST_P(SsmlErrors, SayWhatIsWrongAndWhere) {
 INSTANTIATE_TEST_SUITE_P(
     Texts, SsmlErrors,
     testing::Values(
-        BadText{
-            "ForAPhone", "a [[inpt PHON]]hEHqOW",
-            "1:19: \"q\" begins no phone symbol, in the phoneme input that \"[[inpt PHON]]\" at "
-            "byte 2 begins (byte 18)"},
-        BadText{
-            "ForAPhoneBehindOtherRegions", "[[inpt PHON]]h[[inpt TEXT]]\n[[inpt PHON]]x",
-            "2:14: \"x\" begins no phone symbol, in the phoneme input that \"[[inpt PHON]]\" at "
-            "byte 28 begins (byte 41)"},
+        BadText{"ForAPhone", "a [[inpt PHON]]hEHqOW",
+                "1:19: unknown phone symbol \"q\" in the phoneme input started by "
+                "\"[[inpt PHON]]\" at byte 2 (byte 18)"},
+        BadText{"ForAPhoneBehindOtherRegions", "[[inpt PHON]]h[[inpt TEXT]]\n[[inpt PHON]]x",
+                "2:14: unknown phone symbol \"x\" in the phoneme input started by "
+                "\"[[inpt PHON]]\" at byte 28 (byte 41)"},
         BadText{"ForAPhoneBehindWideCharacters", "\u00E9\r\n\u00E9[[inpt PHON]]\u00E9",
-                "2:15: \"\u00E9\" begins no phone symbol, in the phoneme input that "
-                "\"[[inpt PHON]]\" at byte 6 begins (byte 19)"},
-        BadText{
-            "ForAnEscapedCharacter", "[[inpt PHON]]h<",
-            "1:15: \"<\" begins no phone symbol, in the phoneme input that \"[[inpt PHON]]\" at "
-            "byte 0 begins (byte 14)"},
+                "2:15: unknown phone symbol \"\u00E9\" in the phoneme input started by "
+                "\"[[inpt PHON]]\" at byte 6 (byte 19)"},
+        BadText{"ForAnEscapedCharacter", "[[inpt PHON]]h<",
+                "1:15: unknown phone symbol \"<\" in the phoneme input started by "
+                "\"[[inpt PHON]]\" at byte 0 (byte 14)"},
         BadText{"ForAnUnknownCommandAmongPhones", "[[inpt PHON]]h[[slcn 5]]h",
-                "1:15: \"[[slcn 5]]\" is no known command, and its \"[\" no phone symbol, in the "
-                "phoneme input that \"[[inpt PHON]]\" at byte 0 begins (byte 14)"},
-        BadText{"ForPhonemeInputThatNeverEnds", "[[inpt PHON]]h [[x",
-                "1:1: the phoneme input that \"[[inpt PHON]]\" at byte 0 begins never ends, since "
-                "a \"[[\" behind it is never closed (byte 0)"},
+                "1:15: unknown command \"[[slcn 5]]\", read as phone symbols, in the phoneme input "
+                "started by \"[[inpt PHON]]\" at byte 0 (byte 14)"},
+        BadText{
+            "ForPhonemeInputThatNeverEnds", "[[inpt PHON]]h [[x",
+            "1:1: the phoneme input started by \"[[inpt PHON]]\" at byte 0 does not end, because "
+            "a \"[[\" after it is not closed (byte 0)"},
         BadText{"ForACommandNeverClosed", "x [[rate 5",
-                "1:3: the command \"[[rate 5\" is never closed (byte 2)"},
+                "1:3: the command \"[[rate 5\" is not closed (byte 2)"},
         BadText{"ForEmphasisOfNothing", "[[emph +]]hello a[[inpt TEXT]]",
-                "1:18: the command \"[[inpt TEXT]]\" cannot be converted where it stands, at the "
-                "end of the text behind \"[[emph +]]\" at byte 0 (byte 17)"}),
+                "1:18: cannot convert the command \"[[inpt TEXT]]\" at this position, because no "
+                "text follows to end the emphasis of \"[[emph +]]\" at byte 0 (byte 17)"}),
     kName);
 
 TEST(SsmlErrorPlaces, NameTheFile) {
@@ -335,7 +333,7 @@ TEST(SsmlErrorPlaces, CountOldMacLines) {
 }
 
 TEST(SsmlErrorPlaces, TellOfPhonemesBySetting) {
-  EXPECT_THAT(ssml({"--phonemes"}, "q").err, complaint("the phoneme input that --phonemes begins"));
+  EXPECT_THAT(ssml({"--phonemes"}, "q").err, complaint("the phoneme input started by --phonemes"));
 }
 
 // ---- Usage

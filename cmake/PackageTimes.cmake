@@ -1,0 +1,10 @@
+# SPDX-License-Identifier: Apache-2.0
+#
+# Run by CPack before it packs: gives what is packed the time SOURCE_DATE_EPOCH, if that is set, so
+# that two builds of the same sources give the same package.
+if(DEFINED ENV{SOURCE_DATE_EPOCH})
+  execute_process(
+    COMMAND find "${CPACK_TEMPORARY_DIRECTORY}" -exec
+      touch --no-dereference "--date=@$ENV{SOURCE_DATE_EPOCH}" {} +
+    COMMAND_ERROR_IS_FATAL ANY)
+endif()

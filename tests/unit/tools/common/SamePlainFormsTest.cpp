@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The Manager's SpeakCFString and kavrel-say say the same for every character.
+#include <cstdint>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "SpeechSynthesis/channel/CallerText.h"
+#include "SpokenText.h"
+#include "base/text/Utf8.h"
+
+namespace {
+
+// The Manager's text for a string of `utf8`.
+std::string byManager(const std::string& utf8) {
+  const platform::Owned string(
+      CFStringCreateWithBytes(nullptr, reinterpret_cast<const UInt8*>(utf8.data()),
+                              static_cast<CFIndex>(utf8.size()), kCFStringEncodingUTF8, false));
+  return platform::CallerText(string.get()).bytes();
+}
+
+std::string byTool(const std::string& utf8) {
+  return tool::SpokenText(utf8).macRoman();
+}
+
+TEST(PlainForms, AreTheSameForStringsAndForTheTools) {
+  for (char32_t code = 1; code <= 0x2FFF; ++code) {
+    const std::string text = "a" + base::toUtf8(code) + "z";
+    const std::string spoken = byManager(text);
+    ASSERT_EQ(spoken, byTool(text)) << std::uint32_t{code};
+    // Both ends are there, so the whole text was converted.
+    ASSERT_TRUE(spoken.size() >= 2 && spoken.back() == 'z') << std::uint32_t{code};
+  }
+}
+
+TEST(PlainForms, AreTheSameForLettersWithAccents) {
+  for (const char32_t letter : std::u32string_view(U"aAeEcCnNoOyYxzi=1 \u00E4\u1EA1\u0430\u65E5")) {
+    for (char32_t mark = 0x300; mark <= 0x36F; ++mark) {
+      const std::string text = "a" + base::toUtf8(letter) + base::toUtf8(mark) + "z";
+      ASSERT_EQ(byManager(text), byTool(text))
+          << std::uint32_t{letter} << " with " << std::uint32_t{mark};
+    }
+  }
+  EXPECT_EQ(byManager("cafe\u0301"), "caf\x8E");
+  EXPECT_EQ(byTool("cafe\u0301"), "caf\x8E");
+}
+
+}  // namespace
