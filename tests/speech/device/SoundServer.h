@@ -72,7 +72,7 @@ struct Recording {
   // The total number of samples after each block, and its time.
   std::vector<std::pair<std::size_t, Clock::time_point>> blocks;
 
-  // The time at which a sample was played: that of the first block that contains it.
+  // The time at which a sample was played, given the earliest start that any block implies.
   Clock::time_point timeOf(std::size_t sample) const;
 
   // The first and the last sample that is not silent; both 0 if all are silent.

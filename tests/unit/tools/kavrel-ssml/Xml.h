@@ -12,7 +12,7 @@ namespace xml {
 struct Element {
   std::string name;
   std::map<std::string, std::string> attributes;
-  std::string parent;       // its name; empty for the outermost
+  std::string parent;       // its name; empty for the outermost element
   std::string contents;     // the text inside, including inner elements
   std::size_t start = 0;    // its position in the document's text
   bool hasPhoneme = false;  // has an inner phoneme element
