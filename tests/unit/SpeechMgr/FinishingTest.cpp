@@ -136,7 +136,7 @@ TEST_F(Finishing, TheConditionIsSignalledAfterTheCallbackHasReturned) {
   mutex_unlock(&channel->mtx);
 }
 
-// ---- What the engine may do with END
+// ---- END events of the engine
 
 TEST_F(Finishing, AnEndBeforeSpeakReturnsFinishesTheJob) {
   const SpeechChannelIdentifier id = open();
@@ -309,7 +309,7 @@ TEST_F(Finishing, AStopAndAnEndAtTheSameTimeGiveOneSpeechDone) {
   EXPECT_EQ(status(id), STATUS_IDLE);
 }
 
-// ---- What the client may do inside speech-done
+// ---- Calls inside speech-done
 
 TEST_F(Finishing, TheChannelMayBeClosedInsideSpeechDone) {
   for (int round = 0; round < 50; ++round) {
@@ -359,7 +359,7 @@ TEST_F(Finishing, EveryEntryPointMayBeCalledInsideSpeechDone) {
   EXPECT_THAT(results, Each(noErr));
 }
 
-// ---- What the client may do inside the engine's callbacks
+// ---- Calls inside the engine's callbacks
 
 TEST_F(Finishing, AStopInsideAWordCallbackReturnsAndSignalsOnce) {
   const SpeechChannelIdentifier id = open();

@@ -342,7 +342,7 @@ TEST_F(SpeakBuffer, FailedEngineAllocationsLeaveTheChannelUsable) {
   FAIL() << "one call makes 1000 allocations or more";
 }
 
-// ---- What is kept on purpose
+// ---- Intended leaks
 
 TEST_F(SpeakBuffer, KeepsOneParameterSetPerOpenAndPerJob) {
   const SpeechChannelIdentifier id = open();

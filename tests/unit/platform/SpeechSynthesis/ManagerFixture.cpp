@@ -18,7 +18,7 @@ class SearchFolders : public testing::Environment {
     ASSERT_EQ(setenv("XDG_DATA_HOME", "/nowhere", 1), 0);
   }
 };
-[[maybe_unused]] const testing::Environment* const kPlaces =
+[[maybe_unused]] const testing::Environment* const kSearchFolders =
     testing::AddGlobalTestEnvironment(new SearchFolders);
 
 Reports& reportsOf(SRefCon refCon) {

@@ -54,11 +54,11 @@ class Bundles : public testing::Test {
   }
 
   void writeVoice(const std::string& bundle, const Dictionary& dictionary,
-                  const std::string& place = "Info.plist") {
+                  const std::string& file = "Info.plist") {
     std::string list =
         "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\"><dict>\n";
     for (const auto& [key, value] : dictionary) list += "<key>" + key + "</key>" + value + "\n";
-    write(bundle + "/" + place, list + "</dict></plist>\n");
+    write(bundle + "/" + file, list + "</dict></plist>\n");
   }
 
   // The message when the only bundle, Broken.SpeechVoice, is skipped.

@@ -72,7 +72,7 @@ INSTANTIATE_TEST_SUITE_P(
                   "interpret-as=\"characters\">3.14</say-as>."},
         Rewriting{"Emphasis", "a [[emph +]]big [[emph -]]dog in",
                   "a <emphasis level=\"strong\">big dog</emphasis> in"},
-        Rewriting{"EmphasisInFrontOfACommand", "[[emph +]]a [[emph -]]d\u00E9[[sync 5]] b",
+        Rewriting{"EmphasisBeforeACommand", "[[emph +]]a [[emph -]]d\u00E9[[sync 5]] b",
                   "<emphasis level=\"strong\">a d\u00E9</emphasis><mark name=\"5\"/> b"},
         Rewriting{"EmphasisOfAnEscape", "[[emph +]]a [[emph -]]R&[[sync 5]] b",
                   "<emphasis level=\"strong\">a R&amp;</emphasis><mark name=\"5\"/> b"},

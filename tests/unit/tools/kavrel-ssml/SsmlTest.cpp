@@ -298,10 +298,10 @@ INSTANTIATE_TEST_SUITE_P(
         BadText{"ForAPhone", "a [[inpt PHON]]hEHqOW",
                 "1:19: unknown phone symbol \"q\" in the phoneme input started by "
                 "\"[[inpt PHON]]\" at byte 2 (byte 18)"},
-        BadText{"ForAPhoneBehindOtherRegions", "[[inpt PHON]]h[[inpt TEXT]]\n[[inpt PHON]]x",
+        BadText{"ForAPhoneAfterOtherRegions", "[[inpt PHON]]h[[inpt TEXT]]\n[[inpt PHON]]x",
                 "2:14: unknown phone symbol \"x\" in the phoneme input started by "
                 "\"[[inpt PHON]]\" at byte 28 (byte 41)"},
-        BadText{"ForAPhoneBehindWideCharacters", "\u00E9\r\n\u00E9[[inpt PHON]]\u00E9",
+        BadText{"ForAPhoneAfterWideCharacters", "\u00E9\r\n\u00E9[[inpt PHON]]\u00E9",
                 "2:15: unknown phone symbol \"\u00E9\" in the phoneme input started by "
                 "\"[[inpt PHON]]\" at byte 6 (byte 19)"},
         BadText{"ForAnEscapedCharacter", "[[inpt PHON]]h<",
@@ -321,18 +321,18 @@ INSTANTIATE_TEST_SUITE_P(
                 "text follows to end the emphasis of \"[[emph +]]\" at byte 0 (byte 17)"}),
     kName);
 
-TEST(SsmlErrorPlaces, NameTheFile) {
+TEST(SsmlErrorPositions, NameTheFile) {
   const Folder folder;
   const std::string file = folder.write("notes.txt", "[[inpt PHON]]q");
   EXPECT_THAT(ssml({file}).err, complaint(file + ":1:14: "));
 }
 
-TEST(SsmlErrorPlaces, CountOldMacLines) {
+TEST(SsmlErrorPositions, CountOldMacLines) {
   EXPECT_THAT(ssml({"--from", "macroman"}, "a\rb\r[[inpt PHON]]q").err,
               complaint("standard input:3:14: "));
 }
 
-TEST(SsmlErrorPlaces, ReportPhonemesBySetting) {
+TEST(SsmlErrorPositions, ReportPhonemesBySetting) {
   EXPECT_THAT(ssml({"--phonemes"}, "q").err, complaint("the phoneme input started by --phonemes"));
 }
 
