@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The anchors: well-known work on the same bytes, measured beside ours because absolute figures
-// drift with the machine.
+// The anchors: well-known operations on the same amount of data, measured in the same run because
+// absolute figures depend on the machine.
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
@@ -68,6 +68,7 @@ struct Counts {
   std::size_t characters = 0;
 };
 
+// The handlers only count: the least that any reader of SSML does.
 void parse(benchmark::State& state, const std::string& text) {
   while (state.KeepRunning()) {
     Counts counts;
@@ -95,7 +96,7 @@ void parseUtterance(benchmark::State& state) {
   parse(state, "<speak><emphasis>Hello world</emphasis> again now</speak>");
 }
 
-// How far markup has moved a position, by adding up ranges from the front.
+// Computes how far markup has moved a position, by adding up the ranges before it.
 void walkRanges(benchmark::State& state, bool random) {
   constexpr std::uint32_t kRanges = 1000;
   constexpr std::uint32_t kApart = 40;

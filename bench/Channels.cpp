@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Channels: what the plug-in costs between its client and the engine. The engine behind it is the
-// scripted one, which takes no time of its own worth mentioning; the library that this file is in
-// holds plug-in and scripted engine together and shows neither, so the program may have the real
-// ones beside them.
+// Channels: measures the plug-in's own time between its client and the engine. It runs on the
+// scripted engine, whose time is negligible. This file is part of a library that contains the
+// plug-in and the scripted engine and exports neither, so the program can also link the real ones.
 //
-// Times that span threads, or begin in the middle of a call, are taken by the clock.
+// Times that span threads, or begin inside a call, are wall-clock times.
 #include <algorithm>
 #include <atomic>
 #include <chrono>
@@ -33,8 +32,8 @@ double secondsBetween(Clock::time_point from, Clock::time_point to) {
   return std::chrono::duration<double>(to - from).count();
 }
 
-// The times of a run's iterations by the clock. Their median is the run's figure, since a thread
-// that others keep waiting now and then says nothing about the work.
+// The wall-clock times of a run's iterations. The destructor reports their median as the run's
+// figure, since single iterations are delayed by other threads.
 class ClockTimes {
  public:
   explicit ClockTimes(benchmark::State& state) : m_state(state) {}
@@ -57,7 +56,7 @@ class ClockTimes {
   std::vector<double> m_seconds;
 };
 
-// A moment that one thread notes and another one waits for; one at a time.
+// A point in time that one thread records and another one waits for; one at a time.
 class Moment {
  public:
   void note() {
@@ -65,7 +64,7 @@ class Moment {
     m_noted.store(true, std::memory_order_release);
     m_noted.notify_one();
   }
-  // Forgets it again.
+  // Waits for the time, returns it, and gets ready for the next one.
   Clock::time_point take() {
     m_noted.wait(false, std::memory_order_acquire);
     m_noted = false;
@@ -77,6 +76,7 @@ class Moment {
   std::atomic<bool> m_noted = false;
 };
 
+// An open channel on a freshly reset scripted engine, closed by the destructor.
 class OpenChannel {
  public:
   OpenChannel() {
@@ -98,7 +98,7 @@ class OpenChannel {
   bool speak(std::string text) {
     return SESpeakBuffer(m_id, text.data(), static_cast<long>(text.size()), 0) == noErr;
   }
-  // When speech-done was called.
+  // Waits for speech-done; returns the time of its call.
   Clock::time_point waitUntilDone() { return m_done.take(); }
 
  private:
@@ -137,6 +137,7 @@ void startDetached(void* (*routine)(void*)) {
   if (pthread_create(&thread, nullptr, routine, nullptr) == 0) pthread_detach(thread);
 }
 
+// The anchor for END to speech-done: a thread that starts a thread, with no work in either.
 void chainTwoThreads(benchmark::State& state) {
   ClockTimes times(state);
   static Moment reached;
@@ -167,8 +168,8 @@ void openAndClose(benchmark::State& state) {
   scripted::engine().reset();
 }
 
-// What the plug-in makes of a word event, less what the scripted engine takes to say where the word
-// stands.
+// Measures the plug-in's handling of a word event, minus the time of the scripted engine's
+// kavrel_event_get_textpos.
 class WordReports {
  public:
   explicit WordReports(speech_channel* channel) : m_channel(channel) {
@@ -181,9 +182,9 @@ class WordReports {
   WordReports(const WordReports&) = delete;
   WordReports& operator=(const WordReports&) = delete;
 
-  // Seconds for one event at that place of the channel's text.
-  double at(int place) {
-    scripted::engine().port(m_number).word(place, 5);
+  // Seconds for one event at that position of the channel's text.
+  double at(int position) {
+    scripted::engine().port(m_number).word(position, 5);
     return m_seconds;
   }
 
@@ -198,10 +199,10 @@ class WordReports {
     return secondsBetween(begun, Clock::now()) / kBatch;
   }
 
-  // Inside an event, since there is none outside.
+  // Runs inside a callback, since an event exists only there.
   static kavrel_result_t measureEvent(kavrel_event_struct* event, kavrel_event_t type, void* user) {
     auto& self = *static_cast<WordReports*>(user);
-    // The least of several rounds of each: the difference is small, and others use the machine.
+    // The minimum of several rounds each: the difference is small, and other programs disturb it.
     double all = std::numeric_limits<double>::max();
     double asking = all;
     for (int round = 0; round < kRounds; ++round) {
@@ -223,6 +224,7 @@ class WordReports {
   double m_seconds = 0;
 };
 
+// Positions change between iterations, so that the cost of looking up a position is an average.
 void reportWords(benchmark::State& state) {
   ClockTimes times(state);
   constexpr int kLength = 10'000;
@@ -237,15 +239,16 @@ void reportWords(benchmark::State& state) {
     state.SkipWithError("the channel does not speak");
   }
   WordReports reports(find_channel(channel.id()));
-  int place = 0;
+  int position = 0;
   while (state.KeepRunning()) {
-    times.add(reports.at(place));
-    place = (place + 7) % kLength;
+    times.add(reports.at(position));
+    position = (position + 7) % kLength;
   }
-  if (calls == 0) state.SkipWithError("the client hears of no word");
+  if (calls == 0) state.SkipWithError("the client receives no word callback");
 }
 
-// Runs kavrel-bench-load, so that each load is a process's first; seconds, or a negative number.
+// Runs kavrel-bench-load, so that each load is the first one of a process. Returns seconds, or a
+// negative number if the program fails.
 double loadInFreshProcess(const std::string& arguments) {
   FILE* const output = popen(("'" KAVREL_BENCH_LOAD "' " + arguments).c_str(), "r");
   if (output == nullptr) return -1;
@@ -269,7 +272,7 @@ void load(benchmark::State& state, const std::string& arguments) {
 }  // namespace
 
 void registerChannels() {
-  // Repetitions are counted, since what is measured is a small part of what an iteration takes.
+  // A fixed number of iterations, since the measured time is a small part of an iteration's time.
   const auto add = [](const char* name, std::int64_t iterations, auto workload, auto... arguments) {
     benchmark::RegisterBenchmark(name, workload, arguments...)
         ->UseManualTime()

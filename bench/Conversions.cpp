@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Preparation and conversion of texts, and the memory that a conversion holds.
+// Measures the preparation and conversion of texts, and the memory that a conversion holds.
 #include <memory>
 #include <stdexcept>
 
@@ -16,7 +16,7 @@ namespace bench {
 
 namespace {
 
-// The settings of a fresh channel with a voice whose own pitch is 43.
+// The settings of a fresh channel with a voice whose base pitch is 43.
 SpeechMgrEnv freshSettings() {
   SpeechMgrEnv settings;
   settings.pitchBase = 43;
@@ -24,8 +24,7 @@ SpeechMgrEnv freshSettings() {
   return settings;
 }
 
-// What speaking does with a prepared text, given or not given the settings: text and offsets, ready
-// for queries.
+// Does what speaking does with a prepared text: converts it and gets the offsets ready for queries.
 void convert(AppleMarkupConverter& converter) {
   const std::string converted = converter.getConvertedText();
   benchmark::DoNotOptimize(converted.data());
@@ -55,7 +54,7 @@ void prepare(benchmark::State& state, bool withPositions) {
   countBytes(state, text.size());
 }
 
-// Without settings, since their commands would be commands in the text.
+// Without settings, since they would add commands to the text.
 void convertPlain(benchmark::State& state) {
   const std::string text = workloads::prose(kLarge);
   while (state.KeepRunning()) convertWithoutSettings(text);
@@ -85,7 +84,8 @@ void convertUtterance(benchmark::State& state) {
   while (state.KeepRunning()) convertWithSettings(text);
 }
 
-// Speaks a hard text, or converts it as it stands and without settings; it may fail.
+// Prepares and converts a hard text as speaking does, or converts it unchanged and without
+// settings. The conversion may fail; that is not an error of the benchmark.
 void convertHardText(benchmark::State& state, const workloads::HardText& hard, std::size_t bytes,
                      bool spoken) {
   BuildPhoneTranslationTables();
@@ -103,7 +103,7 @@ void convertHardText(benchmark::State& state, const workloads::HardText& hard, s
   }
 }
 
-// What `work` holds at most, in bytes per byte of the text.
+// Measures the peak memory of `work`, in bytes per byte of the text.
 template <typename Work>
 void measurePeak(benchmark::State& state, const std::string& text, Work work) {
   if (!workloads::HeapMeter::works()) state.SkipWithError("memory cannot be counted here");
@@ -117,7 +117,8 @@ void measurePeak(benchmark::State& state, const std::string& text, Work work) {
   state.counters["held_per_byte"] = static_cast<double>(peak) / static_cast<double>(text.size());
 }
 
-// The conversion itself, and with the copies that a caller takes of its results.
+// Registers the conversion itself, and the conversion with the copies of its results for the
+// caller.
 void registerPeaks() {
   struct Text {
     std::string name;
@@ -144,6 +145,7 @@ void registerPeaks() {
 
 }  // namespace
 
+// Hard texts run at two sizes, from which the table computes the growth.
 void registerConversions() {
   using benchmark::RegisterBenchmark;
   RegisterBenchmark("P1/preparation/16MB", prepare, false);

@@ -1,8 +1,8 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 /*
- * kavrel-bench-load [PLUGIN]: prints the nanoseconds that a fresh process takes to load the
- * plug-in, look its twelve names up and unload it; without a plug-in, to load and unload the
- * system's libraries that the engine needs. Results: 0; 1 when something is missing.
+ * kavrel-bench-load [PLUGIN]: prints the nanoseconds that a fresh process needs to load the
+ * plug-in, look up its twelve entry points and unload it; without a plug-in, to load and unload the
+ * system libraries that the engine needs. Exit status: 0; 1 if a file or an entry point is missing.
  */
 #include <dlfcn.h>
 #include <stddef.h>

@@ -52,7 +52,8 @@ bool beats(const Mark& mark, double figure, double limit) {
   return mark.unit == Unit::MegabytesPerSecond ? figure >= limit : figure <= limit;
 }
 
-// For an iteration: processor time, unless the workload takes its own.
+// Seconds per iteration: the workload's own median if it has one; else wall-clock time for
+// workloads that measure it; else processor time.
 double secondsOf(const benchmark::BenchmarkReporter::Run& run) {
   const auto own = run.counters.find(kMedianSeconds);
   if (own != run.counters.end()) return own->second.value;
@@ -74,9 +75,10 @@ struct Row {
   double least = 0;
   double most = 0;
   std::size_t runs = 0;
-  double anchor = 0;  // 0: none was measured
+  double anchor = 0;  // 0: not measured
 };
 
+// Nothing if the mark's workload did not run, for example because of a filter.
 std::optional<Row> rowOf(const Mark& mark, const Collector& collector) {
   const std::vector<double> figures = collector.figures(mark);
   if (figures.empty()) return std::nullopt;
@@ -102,13 +104,13 @@ std::vector<Row> rowsOf(const Collector& collector) {
   return rows;
 }
 
-std::string shown(double value) {
+std::string formatFigure(double value) {
   char text[32];
   std::snprintf(text, sizeof text, "%.*f", value < 10 ? 2 : value < 100 ? 1 : 0, value);
   return text;
 }
 
-std::string limit(double value) {
+std::string formatLimit(double value) {
   char text[32];
   std::snprintf(text, sizeof text, "%g", value);
   return value == 0 ? "" : text;
@@ -180,6 +182,7 @@ bool Collector::ReportContext(const Context& context) {
   return true;
 }
 
+// Keeps the repetitions only; the table computes its own median instead of the aggregates.
 void Collector::ReportRuns(const std::vector<Run>& runs) {
   for (const Run& run : runs) {
     if (run.run_type != Run::RT_Iteration) continue;
@@ -220,7 +223,7 @@ std::vector<double> Collector::figures(const Mark& mark) const {
   } else if (mark.unit == Unit::MegabytesPerSecond) {
     for (const double bytes : counter("bytes_per_second")) figures.push_back(bytes / 1e6);
   } else {
-    // Of a batch of queries, the time for one.
+    // For a batch of queries, the time of one query.
     const std::vector<double> batch = counter("items_per_second");
     for (const double items : batch) figures.push_back(perSecond(mark.unit) / items);
     if (!batch.empty()) return figures;
@@ -236,10 +239,12 @@ void printTable(const Collector& collector) {
     const Mark& mark = row.mark;
     const std::string name = mark.workload + (mark.doubled.empty() ? "" : ", doubled");
     std::printf("%-4s %-52s %9s %-19s %-5s %6s %6s %-6s %9s %6s\n", mark.name.c_str(), name.c_str(),
-                shown(row.median).c_str(), (shown(row.least) + " - " + shown(row.most)).c_str(),
-                nameOf(mark.unit), limit(mark.must).c_str(), limit(mark.aim).c_str(),
-                verdict(mark, row.median).c_str(), row.anchor == 0 ? "" : shown(row.anchor).c_str(),
-                row.anchor == 0 ? "" : shown(row.median / row.anchor).c_str());
+                formatFigure(row.median).c_str(),
+                (formatFigure(row.least) + " - " + formatFigure(row.most)).c_str(),
+                nameOf(mark.unit), formatLimit(mark.must).c_str(), formatLimit(mark.aim).c_str(),
+                verdict(mark, row.median).c_str(),
+                row.anchor == 0 ? "" : formatFigure(row.anchor).c_str(),
+                row.anchor == 0 ? "" : formatFigure(row.median / row.anchor).c_str());
   }
 }
 

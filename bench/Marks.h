@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The marks that the workloads have to beat, and the table that holds a run's medians against them.
+// The marks (target figures) of the workloads, and the table that compares a run's medians with
+// them.
 //
 // Threads: one.
 #pragma once
@@ -14,7 +15,7 @@
 
 namespace bench {
 
-// What a figure is. Speeds beat a mark from above, the others from below.
+// The unit of a figure. A speed meets a mark if it is not below it; other figures, if not above it.
 enum class Unit {
   MegabytesPerSecond,  // a million bytes
   Milliseconds,
@@ -27,23 +28,23 @@ struct Mark {
   std::string name;      // "P1"
   std::string workload;  // the benchmark's name
   Unit unit = Unit::MegabytesPerSecond;
-  double must = 0;  // 0: nothing is asked
+  double must = 0;  // 0: no requirement
   double aim = 0;
-  std::string anchor;  // the benchmark whose figure stands beside it; may be empty
-  // A second benchmark, for Unit::Times: the figure is its time divided by the first one's.
+  std::string anchor;  // the benchmark that the figure is compared with; may be empty
+  // For Unit::Times: the figure is this benchmark's time divided by the time of `workload`.
   std::string doubled;
 };
 
-// All marks, in the order of the table, those of the anchors last.
+// All marks in the order of the table; the anchors are last.
 std::vector<Mark> allMarks();
 
-// Keeps what each benchmark of a run measured, and prints each name when it is done.
+// Collects the results of each benchmark of a run, and prints each name when it is done.
 class Collector : public benchmark::BenchmarkReporter {
  public:
   bool ReportContext(const Context& context) override;
   void ReportRuns(const std::vector<Run>& runs) override;
 
-  // The repetitions of a benchmark; empty for one that did not run. Seconds for an iteration.
+  // The repetitions of a benchmark, in seconds per iteration; empty if it did not run.
   std::vector<double> seconds(const std::string& workload) const;
   // The same in the mark's unit.
   std::vector<double> figures(const Mark& mark) const;
@@ -59,7 +60,7 @@ class Collector : public benchmark::BenchmarkReporter {
   std::vector<std::string> m_failures;
 };
 
-// The table of the marks that were measured.
+// The table of the marks that were measured, as text on standard output and as JSON.
 void printTable(const Collector& collector);
 nlohmann::ordered_json tableAsJson(const Collector& collector);
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The offset map: queries, and the derivation of its lists.
+// Measures the offset map: queries, and the derivation of its lists.
 #include <algorithm>
 #include <random>
 #include <vector>
@@ -14,7 +14,8 @@ namespace {
 
 constexpr std::uint32_t kApart = 40;
 
-// `ranges` stretches of removed command text and as many of inserted markup, apart from each other.
+// A map with `ranges` ranges of removed command text and as many of inserted markup, with gaps
+// between them.
 OffsetMap mapOf(std::uint32_t ranges) {
   OffsetMap map;
   for (std::uint32_t i = 0; i < ranges; ++i) {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Speech: the plug-in on the engine that it is built with, and the command line beside another one.
-// All times are the clock's, since the work is done by several threads and processes.
+// Speech: measures the plug-in on the real engine, and kavrel-say compared with espeak-ng's command
+// line. All times are wall-clock times, since several threads and processes do the work.
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
@@ -31,7 +31,7 @@ double secondsBetween(Clock::time_point from, Clock::time_point to) {
   return std::chrono::duration<double>(to - from).count();
 }
 
-// Counts what happens, and when it happened last.
+// Counts events and records the time of the last one.
 class Tally {
  public:
   void add() {
@@ -40,7 +40,7 @@ class Tally {
     ++m_count;
     m_changed.notify_all();
   }
-  // When it was `count`; forgets all.
+  // Waits for `count` events; returns the time of the last one and starts at 0 again.
   Clock::time_point take(int count) {
     std::unique_lock held(m_lock);
     m_changed.wait(held, [&] { return m_count >= count; });
@@ -55,7 +55,7 @@ class Tally {
   int m_count = 0;
 };
 
-// A channel that speaks, into `file` if there is one.
+// A channel that speaks to the sound output, or to `file` if it is not null.
 class SpeakingChannel {
  public:
   explicit SpeakingChannel(const char* file) {
@@ -67,7 +67,7 @@ class SpeakingChannel {
     set(soSpeechDoneCallBack, reinterpret_cast<void*>(done));
     const SpeechPhonemeProcPtr phoneme = [](SpeechChannel, SRefCon self, SInt16) {
       auto& channel = *static_cast<SpeakingChannel*>(self);
-      if (++channel.m_phonemes == kBehindSound) channel.m_sound.add();
+      if (++channel.m_phonemes == kPhonemeAfterSound) channel.m_sound.add();
     };
     set(soPhonemeCallBack, reinterpret_cast<void*>(phoneme));
     if (file != nullptr) setOutputFile(file);
@@ -82,13 +82,14 @@ class SpeakingChannel {
   }
   void stop() { SEStopSpeechAt(m_id, kImmediate); }
 
-  // When the first sound was given to the output, and when the speech was over.
+  // Wait for, and return, the time at which the first samples were passed to the output, and the
+  // time of speech-done.
   Clock::time_point waitForSound() { return m_sound.take(1); }
   Clock::time_point waitUntilDone() { return m_done.take(1); }
 
  private:
-  // The first phoneme begins with the sound, the second one is told when it has been given away.
-  static constexpr int kBehindSound = 2;
+  // The first phoneme is reported before its samples are passed on, the second one afterwards.
+  static constexpr int kPhonemeAfterSound = 2;
 
   void set(unsigned long selector, void* value) { SESetSpeechInfo(m_id, selector, value); }
 
@@ -131,7 +132,7 @@ void speakToSound(benchmark::State& state) {
   }
 }
 
-// Runs a program; seconds, or a negative number when it fails.
+// Runs a program. Returns its wall-clock time in seconds, or a negative number if it fails.
 double run(std::vector<std::string> command) {
   std::vector<char*> arguments;
   for (std::string& argument : command) arguments.push_back(argument.data());
@@ -150,7 +151,7 @@ double run(std::vector<std::string> command) {
 void renderFile(benchmark::State& state) {
   std::string folder = (std::filesystem::temp_directory_path() / "kavrel-bench-XXXXXX").string();
   if (mkdtemp(folder.data()) == nullptr) {
-    state.SkipWithError("there is no folder to write to");
+    state.SkipWithError("cannot create a temporary folder");
     return;
   }
   const std::string text = folder + "/text";
@@ -169,8 +170,8 @@ void renderFile(benchmark::State& state) {
   std::filesystem::remove_all(folder);
 }
 
-// Asks kavrel-bench-synth, which has the synthesiser to itself, for as many times as it can.
-void synthesiserAlone(benchmark::State& state) {
+// Runs kavrel-bench-synth, which measures the synthesiser in a process of its own.
+void measureSynthesiser(benchmark::State& state) {
   while (state.KeepRunning()) {
     FILE* const output = popen("'" KAVREL_BENCH_SYNTH "'", "r");
     double nanoseconds = 0;
@@ -195,7 +196,7 @@ void registerSpeech() {
   add("P12/stop-now-in-file", 20, stopNow, "/dev/null");
   add("P13/speak-to-sound/56B", 50, speakToSound);
   add("P15/file/100kB", 1, renderFile);
-  add("anchor/synthesiser/56B", 10, synthesiserAlone);
+  add("anchor/synthesiser/56B", 10, measureSynthesiser);
 }
 
 }  // namespace bench

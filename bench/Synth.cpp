@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 //
-// kavrel-bench-synth: prints the nanoseconds from a call of espeak-ng to its first block of sound,
-// the least of several. A program of its own, because the library keeps its state for the process.
+// kavrel-bench-synth: prints the nanoseconds from a call of espeak-ng to its first block of
+// samples, the minimum of several calls. A separate program, because the library's state is global
+// to the process. Exit status: 0; 1 if the library or the voice cannot be used.
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
@@ -25,7 +26,7 @@ int onSound(short* /*samples*/, int count, espeak_EVENT* /*events*/) {
   return 0;
 }
 
-// Nanoseconds.
+// The time from the call to the first samples, in nanoseconds.
 double timeToSound() {
   constexpr std::string_view kText = "Hello world again now.";
   isFirst = true;

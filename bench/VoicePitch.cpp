@@ -1,14 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 //
-// kavrel-pitch: how the pitch of the voices follows the synthesiser's settings.
+// kavrel-pitch: measures how the pitch of the voices depends on the synthesiser's settings.
 //
 //   kavrel-pitch FOLDER
 //
 // Speaks plain statements in its language with every voice in the folder, at the lowest, the middle
-// and the highest setting of pitch and of range. Prints a line for each voice: what belongs behind
-// PITCH and REACH in voices/Voices.cmake, and how far the worst of the nine medians is from the
-// formula. What the voice's own file says of its pitch does not matter. Results: 0; 1 when a voice
-// cannot be spoken with or has no pitch; 2 for wrong usage.
+// and the highest setting of pitch and of range. Fits a formula to the nine medians by weighted
+// least squares. Prints a line for each voice: the values of PITCH and REACH for
+// voices/Voices.cmake, and the largest deviation of a median from the formula. The pitch in the
+// voice's own file is ignored. Exit status: 0; 1 if a voice cannot be used or has no pitch; 2 for
+// wrong usage.
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -78,10 +79,10 @@ std::wstring statementsFor(const kavrel::Voice& voice) {
     const std::u32string characters = languages::charactersOf(known.plain);
     return {characters.begin(), characters.end()};
   }
-  throw std::runtime_error("there is no text in the language of " + voice.name());
+  throw std::runtime_error("no text in the language of " + voice.name());
 }
 
-// The pitch of each moment that has one.
+// The pitch at every step of the speech that has one.
 std::vector<double> pitchesAt(const kavrel::Voice& voice, int pitch, int range) {
   kavrel::Synthesiser::Input input;
   input.text = statementsFor(voice);
@@ -94,14 +95,15 @@ std::vector<double> pitchesAt(const kavrel::Voice& voice, int pitch, int range) 
   }
   const auto rate = static_cast<double>(kavrel::kSampleRate);
   std::vector<double> pitches =
-      acoustics::voiced(acoustics::pitchTrack({recorder.samples(), rate}));
+      acoustics::voicedValues(acoustics::pitchTrack({recorder.samples(), rate}));
   if (pitches.empty()) throw std::runtime_error(voice.name() + " has no pitch");
   return pitches;
 }
 
-// From the 5th to the 95th percentile.
+// The distance from the 5th to the 95th percentile.
 double spreadOf(std::vector<double> pitches) {
-  // Where an overtone was taken for the pitch, or the other way round, it is an octave off.
+  // Values more than this factor from the median are octave errors: an overtone was taken for the
+  // pitch, or the other way round.
   constexpr double kNear = 1.6;
   const double median = acoustics::median(pitches);
   std::erase_if(
@@ -109,7 +111,8 @@ double spreadOf(std::vector<double> pitches) {
   return acoustics::quantile(pitches, 0.95) - acoustics::quantile(pitches, 0.05);
 }
 
-// Solves the normal equations of the least squares of the relative errors.
+// Minimises the sum of the squared relative errors: builds the normal equations and solves them by
+// Gauss-Jordan elimination.
 Fit fit(std::span<const Measurement> measurements) {
   constexpr std::size_t kCount = Fit::kCount;
   std::array<std::array<double, kCount + 1>, kCount> rows{};
@@ -133,6 +136,7 @@ Fit fit(std::span<const Measurement> measurements) {
   return found;
 }
 
+// Fits the medians at all settings; the spread is measured at the middle ones.
 void measure(const kavrel::Voice& voice) {
   std::vector<Measurement> measurements;
   double spread = 0;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The workloads of kavrel-bench, registered under their names (Main.cpp lists them). Each gets its
-// texts ready outside the measured time.
+// The workloads of kavrel-bench, registered by name (see the list in KavrelBench.cpp). Each
+// prepares its texts outside of the measured time.
 #pragma once
 
 #include <cstddef>
@@ -19,17 +19,17 @@ constexpr std::size_t kLarge = 16 * kMegabyte;
 inline constexpr char kUtterance[] = "[[rate 200]]Hello [[emph +]]world[[slnc 300]] again now.";
 static_assert(sizeof kUtterance - 1 == 56);
 
-// A counter that, where a run has it, is the run's time for an iteration.
+// The counter in which a workload reports its own median time per iteration.
 inline constexpr char kMedianSeconds[] = "median_seconds";
 
 void registerAnchors();
-// In the library kavrel-bench-channels.
+// Defined in the library kavrel-bench-channels.
 __attribute__((visibility("default"))) void registerChannels();
 void registerConversions();
 void registerOffsets();
 void registerSpeech();
 
-// Counts `bytes` for each iteration, so that the run has a speed.
+// Counts `bytes` for each iteration, so that the run reports a speed.
 inline void countBytes(benchmark::State& state, std::size_t bytes) {
   state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(bytes));
 }

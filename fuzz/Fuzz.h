@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What the fuzz targets share. A target is a function that gets an input and ends the process when
-// something is wrong with what the code under test made of it.
+// Shared by the fuzz targets. A target is a function that passes an input to the code under test
+// and aborts the process if a result is wrong.
 //
-// Inputs are text, so that a file of the corpus can be read and written by people. Where a target
-// takes more than one thing, the first line says the small ones and the rest is the text.
+// Inputs are text, so that people can read and write the files of the corpus. If a target takes
+// parameters, they are in the first line and the text follows.
 #pragma once
 
 #include <cstddef>
@@ -14,7 +14,7 @@
 #include <string>
 #include <string_view>
 
-// libFuzzer's, and our replay program's, way in. Answers 0.
+// The entry point for libFuzzer and for Replay.cpp. Returns 0.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
 namespace fuzz {
@@ -23,7 +23,7 @@ inline std::string_view viewOf(const std::uint8_t* data, std::size_t size) {
   return {reinterpret_cast<const char*>(data), size};
 }
 
-// Ends the process, with a line that says what does not hold, unless it holds.
+// Unless `holds`, writes `what` to standard error and aborts the process.
 inline void require(bool holds, const char* what) {
   if (holds) return;
   std::fprintf(stderr, "does not hold: %s\n", what);
@@ -35,14 +35,14 @@ struct TwoParts {
   std::string_view rest;
 };
 
-// Splits behind the first line; without a line end everything is the rest.
+// Splits after the first line; without a line end the whole input is `rest`.
 inline TwoParts atFirstLine(std::string_view input) {
   const std::size_t end = input.find('\n');
   if (end == std::string_view::npos) return {{}, input};
   return {input.substr(0, end), input.substr(end + 1)};
 }
 
-// Takes the first word, and the blank behind it, off `words`.
+// Removes blanks and the first word from the start of `words`; returns the word, or an empty one.
 inline std::string_view takeWord(std::string_view& words) {
   while (!words.empty() && words.front() == ' ') words.remove_prefix(1);
   const std::string_view word = words.substr(0, words.find(' '));

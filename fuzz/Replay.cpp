@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Stands in for libFuzzer: puts files through the target once, each named on the way so that the
-// last name is the one that failed. Arguments: files, and folders of files; a folder that is not
-// there counts as empty. Results: 0; 1 when there was no file at all.
+// Replaces libFuzzer: passes files to the target, once each. Prints the name of each file before it
+// is run, so the last name is that of the failed file. Arguments: files and folders of files; a
+// missing folder counts as empty. Exit status: 0, or 1 if there was no file.
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
@@ -14,11 +14,11 @@
 
 namespace {
 
-std::vector<std::filesystem::path> filesIn(const std::filesystem::path& place) {
-  if (!std::filesystem::exists(place)) return {};
-  if (!std::filesystem::is_directory(place)) return {place};
+std::vector<std::filesystem::path> filesIn(const std::filesystem::path& path) {
+  if (!std::filesystem::exists(path)) return {};
+  if (!std::filesystem::is_directory(path)) return {path};
   std::vector<std::filesystem::path> files;
-  for (const auto& entry : std::filesystem::directory_iterator(place)) files.push_back(entry);
+  for (const auto& entry : std::filesystem::directory_iterator(path)) files.push_back(entry);
   std::sort(files.begin(), files.end());
   return files;
 }
@@ -27,7 +27,7 @@ void replay(const std::filesystem::path& file) {
   std::cout << file.filename().string() << std::endl;
   std::ifstream stream(file, std::ios::binary);
   const std::vector<char> bytes{std::istreambuf_iterator<char>(stream), {}};
-  // A copy of the exact size, so that a sanitizer sees reads beyond it.
+  // A buffer of the exact size, so that a sanitizer detects reads past its end.
   LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size());
 }
 
@@ -41,6 +41,6 @@ int main(int argc, char** argv) {
       ++replayed;
     }
   }
-  if (replayed == 0) std::cerr << "there was nothing to replay\n";
+  if (replayed == 0) std::cerr << "no files to replay\n";
   return replayed == 0 ? 1 : 0;
 }

@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// How a line of text says with what a text is converted, in any order:
+// Reads a line of conversion settings. The line has these words in any order:
 //
 //   plain                        plain text instead of SSML
-//   settings                     with a channel's settings, those of a fresh one
+//   settings                     with a channel's settings, at their defaults
 //   phones, spell, digits        speak phonemes, spell out, say digits
 //   v50  w200.5  b53  a43  r3    volume, words per minute, pitch base, assumed base, range
 //
-// A word of the last two lines implies "settings"; other words mean nothing.
+// A word of the last two lines implies "settings"; so does any other word, which is otherwise
+// ignored.
 #pragma once
 
 #include <algorithm>
@@ -31,7 +32,7 @@ inline double realNumber(std::string_view text) {
   return value;
 }
 
-// What fits the fixed-point numbers in which clients set it.
+// Clamped to the range of the fixed-point numbers that clients use.
 inline int wholeNumber(std::string_view text) {
   const double number = realNumber(text);
   if (number != number) return 0;

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The plug-in under any sequence of calls and engine events, on three channels: every result is one
-// that is listed, a channel that speaks comes to its end, and nothing is left behind. Input: lines,
-// each a step. A step is a letter, the number of a channel (1 to 3) and what the step takes:
+// Runs any sequence of calls and engine events on three channels of the plug-in. Checks that every
+// result is an allowed one, that every job ends, and that no lock or memory is left. Input: one
+// step per line. A step is a letter, the number of a channel (1 to 3) and the arguments:
 //
 //   o1                    open            x1                 close
-//   s1 text               speak           t1 text            speak, the text coming from text-done
-//   k1 place              stop            p1 place           pause           c1       continue
+//   s1 text               speak           t1 text            speak; text-done provides the text
+//   k1 boundary           stop            p1 boundary        pause           c1       continue
 //   v1 folder             use voice       r1                 read the state
 //   g1 code               get info        i1 code number     set info of a value
 //   f1 path               output to a file; to the device without a path
@@ -15,8 +15,8 @@
 //   S mode                what a stop does to a job (0 to 4)
 //   F operation call      the engine's operation fails at that call
 //
-// Other lines mean nothing. The sequence is on one thread; the plug-in's and the engine's threads
-// are as they come.
+// Other lines are ignored. The steps run on one thread; the plug-in and the engine use threads of
+// their own.
 #include <algorithm>
 #include <array>
 #include <atomic>
@@ -52,8 +52,8 @@ void requireSoon(Condition holds, const char* what) {
   }
 }
 
-void requireOneOf(long result, std::initializer_list<long> listed, const char* what) {
-  for (const long each : listed) {
+void requireOneOf(long result, std::initializer_list<long> allowed, const char* what) {
+  for (const long each : allowed) {
     if (result == each) return;
   }
   fuzz::require(false, what);
@@ -76,7 +76,7 @@ class Sequence {
   Sequence() {
     fuzz::require(engine().reset(), "the engine's threads end");
     engine().recordCalls(false);
-    // Jobs whose end never comes are part of the game.
+    // Some jobs never end, so the limits are short.
     engine().setWaitLimit(std::chrono::milliseconds(2));
     engine().setCallbackPatience(std::chrono::milliseconds(2));
   }
@@ -130,7 +130,7 @@ void Sequence::open(Channel& channel) {
 }
 
 void Sequence::speak(Channel& channel, const std::string& text) {
-  // Without a terminating NUL, as clients give it.
+  // Without a terminating NUL, as clients pass it.
   const std::vector<char> bytes(text.begin(), text.end());
   const int before = engine().count(scripted::Op::Speak);
   long result = synthNotReady;
@@ -143,7 +143,7 @@ void Sequence::speak(Channel& channel, const std::string& text) {
   requireOneOf(result, {noErr, noSynthFound, synthNotReady, badInputText}, "speak's result");
   if (result != noErr) return;
   fuzz::require(channel.open, "a closed channel does not speak");
-  fuzz::require(engine().count(scripted::Op::Speak) > before, "the engine was asked");
+  fuzz::require(engine().count(scripted::Op::Speak) > before, "the engine is called");
   ++channel.started;
   if (channel.port == 0 || !engine().port(channel.port).open()) channel.port = engine().ports();
 }
@@ -161,7 +161,7 @@ void Sequence::set(Channel& channel, std::string_view rest) {
   const int value = numberIn(fuzz::takeWord(rest));
   OSType code = 0;
   for (const char c : name.substr(0, 4)) code = code << 8 | static_cast<unsigned char>(c);
-  // Pointers are not for fuzzing.
+  // Pointers must be valid, so random values are no use for them.
   for (const OSType pointer :
        {soRefCon, soTextDoneCallBack, soSpeechDoneCallBack, soSyncCallBack, soErrorCallBack,
         soPhonemeCallBack, soWordCallBack, soOutputToFileWithCFURL}) {
@@ -196,8 +196,9 @@ void Sequence::writeTo(Channel& channel, std::string_view path) {
   if (url != nullptr) CFRelease(url);
 }
 
+// Calls are also made on closed channels, where the result may be noSynthFound.
 void Sequence::call(char letter, Channel& channel, std::string_view rest) {
-  const auto place = static_cast<unsigned long>(numberIn(rest));
+  const auto boundary = static_cast<unsigned long>(numberIn(rest));
   const auto expect = [](long result) {
     requireOneOf(result, {noErr, noSynthFound, -1}, "the result of a request");
   };
@@ -219,10 +220,10 @@ void Sequence::call(char letter, Channel& channel, std::string_view rest) {
       SESetSpeechInfo(channel.id, soTextDoneCallBack, pointerTo(textDone));
       return speak(channel, "and ");
     case 'k':
-      return expect(SEStopSpeechAt(channel.id, place));
+      return expect(SEStopSpeechAt(channel.id, boundary));
     case 'p':
       ++channel.paused;
-      return expect(SEPauseSpeechAt(channel.id, place));
+      return expect(SEPauseSpeechAt(channel.id, boundary));
     case 'c':
       return expect(SEContinueSpeech(channel.id));
     case 'v':
@@ -258,6 +259,7 @@ void Sequence::play(char letter, Channel& channel, std::string_view rest) {
   if (letter == 'e') port.end();
 }
 
+// S and F have no channel; every other step needs a valid one.
 void Sequence::step(std::string_view line) {
   if (line.size() < 2) return;
   std::string_view rest = line.substr(2);
@@ -279,9 +281,9 @@ void Sequence::step(std::string_view line) {
   call(line[0], m_channels[static_cast<std::size_t>(number)], rest);
 }
 
-// Whatever came before: every job is signalled once, and a channel speaks.
+// Checks what must hold after every sequence: every job is reported once, and a new channel speaks.
 void Sequence::finish() {
-  engine().answerAsUsual();
+  engine().useDefaultResults();
   engine().onStop(scripted::OnStop::EndsAtOnce);
   for (Channel& channel : m_channels) {
     if (!channel.open) continue;
@@ -297,12 +299,12 @@ void Sequence::finish() {
   speak(fresh, "Hello");
   fuzz::require(fresh.started == 1, "a fresh channel speaks");
   engine().port(engine().ports()).end();
-  requireSoon([&] { return fresh.done == 1; }, "a fresh channel comes to its end");
+  requireSoon([&] { return fresh.done == 1; }, "a fresh channel reports its end");
   fuzz::require(SECloseSpeechChannel(fresh.id) == noErr, "a fresh channel closes");
   requireSoon([] { return engine().heldLocks() == 0; }, "no lock is held");
   requireSoon([] { return engine().live().blocks == 0; }, "no block is left");
   for (const Channel& channel : m_channels) {
-    // A job that the engine refused to stop speaks on unheard.
+    // A job that the engine failed to stop continues and is not reported.
     if (!m_faulty) {
       requireSoon([&] { return channel.done >= channel.started; }, "every job is signalled");
     }
@@ -313,12 +315,12 @@ void Sequence::finish() {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  // Callbacks that come late find their channel: the last sequences are kept.
+  // Late callbacks may still use their channel, so the last sequences are kept.
   static std::array<std::unique_ptr<Sequence>, 64> kept;
   static std::size_t next = 0;
-  std::unique_ptr<Sequence>& place = kept[next++ % kept.size()];
-  place = std::make_unique<Sequence>();
-  Sequence& sequence = *place;
+  std::unique_ptr<Sequence>& slot = kept[next++ % kept.size()];
+  slot = std::make_unique<Sequence>();
+  Sequence& sequence = *slot;
   std::string_view rest = fuzz::viewOf(data, size);
   while (!rest.empty()) {
     const std::size_t end = std::min(rest.find('\n'), rest.size());

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Conversion of any text with any settings: it ends, fails only in the listed ways, and every
-// position of the result has a place in the text. Input: a line of settings (see Settings.h), and
-// the text, which may contain every byte.
+// Converts any text with any settings. Checks that the conversion terminates, that it fails only in
+// the documented ways, and that every position of the result has an origin in the text. Input: a
+// line of settings (see Settings.h), then the text, which may contain every byte.
 #include <memory>
 #include <stdexcept>
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Conversion equals the oracle's: result, kind of error, records, ranges, the offset of every
-// position and a few behind the end, and the origin of every byte. Input as for fuzz_conversion,
-// up to 2 KB, since the oracle takes its time.
+// Checks that conversion equals the oracle's: result, kind of error, records, ranges, the offset of
+// every position up to a few after the end, and the origin of every byte. Input: as for
+// fuzz_conversion, up to 2 KB, since the oracle is slow.
 #include "Settings.h"
 #include "conversions/ComparedConversion.h"
 

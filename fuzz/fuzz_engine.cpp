@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 //
-// The engine's way from a marked-up text to what the synthesiser is asked for: every item is
-// planned, once and in order, every word of the text is reported once, in order and at its place,
-// and no call is longer than the synthesiser bears. Nothing is synthesised. Input: the text.
+// Plans the synthesis of a marked-up text without synthesising it. Checks that every item is
+// planned once and in order, that every word of the text is reported once, in order and at its
+// position, and that no call exceeds the synthesiser's limit. Input: the text.
 #include <algorithm>
 #include <string>
 
@@ -21,8 +21,8 @@ using kavrel::MarkupEvent;
 using kavrel::SentenceReader;
 using kavrel::SynthCall;
 
-// How many tokens with a word in them the text has at least, read off the scanner's pieces: what
-// stands between blanks, breaks and phoneme elements.
+// The minimum number of words in the text, from the scanner's pieces: tokens between blanks, breaks
+// and phoneme elements that contain a word.
 std::size_t countWords(std::string_view text) {
   std::size_t count = 0;
   std::vector<kavrel::Letter> token;
@@ -52,6 +52,7 @@ std::size_t countWords(std::string_view text) {
   }
 }
 
+// Items are planned either as a break or as a mark of a call; `next` is the item that must follow.
 void checkPlan(const kavrel::Sentence& sentence) {
   kavrel::Plan plan(sentence, kavrel::defaultVoice());
   SynthCall call;
@@ -88,14 +89,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   while (reader.next(sentence)) {
     checkPlan(sentence);
     for (const Item& item : sentence.items) {
-      fuzz::require(std::uint64_t{item.start} + item.length <= size, "places are in the text");
+      fuzz::require(std::uint64_t{item.start} + item.length <= size, "items are in the text");
       if (item.kind != Item::Kind::Word || !item.reported) continue;
       ++words;
       fuzz::require(item.length > 0 && item.start >= reached, "words follow each other");
       reached = std::uint64_t{item.start} + item.length;
     }
   }
-  // A tag behind a full stop, or a token that is too long, makes two words of what has no blank.
+  // A tag after a full stop, or the limit of a token's length, splits a token into two words.
   fuzz::require(words >= countWords(text), "every word is reported");
   return 0;
 }

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The engine's reading of marked-up text: the scanner's pieces cover the text without a gap, and
-// the sentences speak every character that stands outside phoneme elements, in order, each item
-// at a place in the text. Input: the text.
+// Reads marked-up text as the engine does. Checks that the scanner's pieces cover the text without
+// a gap, that the sentences contain every character outside phoneme elements, in order, and that
+// every item has a position in the text. Input: the text.
 #include <string>
 
 #include "Fuzz.h"
@@ -17,7 +17,7 @@ namespace {
 using kavrel::Item;
 using kavrel::MarkupEvent;
 
-// What has to be spoken, read off the scanner's pieces.
+// The characters that must be spoken, from the scanner's pieces.
 std::wstring lettersOf(std::string_view text) {
   std::wstring letters;
   kavrel::MarkupScanner scanner(text);
@@ -64,8 +64,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                   "sentences are in the text");
     for (const Item& item : sentence.items) {
       checkItem(item, text.size());
-      // The content of a phoneme element may enclose marks, whose items follow; further parts of a
-      // word, which are not reported, have the place of the whole.
+      // Two exceptions to the order: a phoneme element may enclose marks, whose items follow it;
+      // and the later parts of a word, which are not reported, have the position of the whole word.
       if (item.kind != Item::Kind::Phones && item.reported) {
         fuzz::require(item.start >= reached, "items are in order");
         reached = item.start;

@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The offset map equals the oracle's after any series of records and queries. Input: a line each,
-// at most 200 of
+// Checks that the offset map equals the oracle's after any series of insertions and queries. Input:
+// at most 200 lines of
 //
-//   a 10 5     a record of command text at 10, 5 bytes; "A" of text that the converter put in
-//   s 10 5     markup, "S" alike; "u" and "U" of neither kind
-//   ? 12       a query
-//   build      the lists derived once more
-//   clean      an empty map
+//   a 10 5     insert command text at position 10, 5 bytes; "A": text that the converter inserted
+//   s 10 5     insert markup; "S": likewise; "u" and "U": neither kind
+//   ? 12       query position 12
+//   build      derive the lists again
+//   clean      empty the map
 //
-// Numbers count modulo 2^32.
+// Numbers are modulo 2^32.
 #include <vector>
 
 #include "Fuzz.h"
@@ -30,7 +30,8 @@ std::uint32_t number(std::string_view text) {
 
 class BothMaps {
  public:
-  void obey(std::string_view line) {
+  // Applies a line of the input to both maps; unknown lines are ignored.
+  void apply(std::string_view line) {
     const std::string_view word = fuzz::takeWord(line);
     if (word == "build") {
       m_fast.buildFinalLists();
@@ -88,7 +89,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   BothMaps maps;
   for (int lines = 0; !input.empty() && lines < kMostLines; ++lines) {
     const std::string_view line = input.substr(0, input.find('\n'));
-    maps.obey(line);
+    maps.apply(line);
     input.remove_prefix(std::min(input.size(), line.size() + 1));
   }
   maps.compare();

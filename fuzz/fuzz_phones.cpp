@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Translation of phoneme text equals the oracle's for any stretch of any text. Input: a line with
-// the first and the last place of the stretch (the whole text when it names none), and the text.
+// Checks that the translation of phoneme text equals the oracle's for any range of any text. Input:
+// a line with the first and the last position of the range (default: the whole text), then the
+// text.
 #include <charconv>
 
 #include "Fuzz.h"
@@ -21,7 +22,7 @@ oracle::Phones byProduct(const std::string& text, std::uint32_t start, std::uint
     AppleMarkupConverter converter(text, AppleMarkupConverter::SSML);
     result.phones = converter.convertPhones(text, start, end);
   } catch (const AppleSynthesisError& error) {
-    fuzz::require(error.getErrorType() == BAD_PHONE_SEQUENCE, "phones fail as phones");
+    fuzz::require(error.getErrorType() == BAD_PHONE_SEQUENCE, "the error of phones");
     result.error = oracle::Error::BadPhoneSequence;
   } catch (const std::out_of_range&) {
     result.error = oracle::Error::OutOfRange;

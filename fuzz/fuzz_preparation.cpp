@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Preparation equals the oracle's, and says where every byte came from: bytes in order, each from
-// where the one before ended or from the same bytes. Input: the text.
+// Checks that text preparation equals the oracle's, and that the origins of its bytes are in order:
+// each byte comes from the same bytes as the one before, or from bytes after those. Input: the
+// text.
 #include "Fuzz.h"
 #include "SpeechMgrUtils.h"
 #include "conversions/ComparedConversion.h"
@@ -24,7 +25,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   for (std::uint32_t p = 0; p < prepared.size(); ++p) {
     const std::uint32_t origin = origins.origin(p);
     fuzz::require(origin == start || origin >= done, "origins are in order");
-    // Only a character without any plain form may leave nothing behind.
+    // Every byte of the result has a non-empty origin.
     start = origin;
     done = origins.originEnd(p);
     fuzz::require(start < done && done <= text.size(), "origins are in the text");

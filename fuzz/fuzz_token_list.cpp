@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The token list equals the oracle's after any series of changes. Input: the changes on the first
-// line, as words, then the text:
+// Checks that the token list equals the oracle's after any series of changes. Input: a line of
+// changes, separated by blanks, then the text. A change is one of
 //
 //   i3,7,<x>     inserts the markup "<x>" at index 3, with start position 7
 //   s2,5,9,<y>   gives entry 2 the start position 5, 9 bytes to cover, and the markup "<y>"
@@ -21,24 +21,24 @@
 
 namespace {
 
-// Sends what is printed to nowhere, for a while.
-class Muted {
+// Scope guard: discards standard output and standard error.
+class MutedOutput {
  public:
-  Muted() {
+  MutedOutput() {
     std::fflush(stdout);
     const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
     for (const int stream : {STDOUT_FILENO, STDERR_FILENO}) dup2(nowhere, stream);
     close(nowhere);
   }
-  ~Muted() {
+  ~MutedOutput() {
     std::fflush(stdout);
     dup2(m_output, STDOUT_FILENO);
     dup2(m_errors, STDERR_FILENO);
     close(m_output);
     close(m_errors);
   }
-  Muted(const Muted&) = delete;
-  Muted& operator=(const Muted&) = delete;
+  MutedOutput(const MutedOutput&) = delete;
+  MutedOutput& operator=(const MutedOutput&) = delete;
 
  private:
   int m_output = dup(STDOUT_FILENO);
@@ -53,7 +53,7 @@ int takeNumber(std::string_view& arguments) {
   return number;
 }
 
-// The kind of error that `change` ends with, on either side.
+// The kind of error that `change` ends with, for the product's list or the oracle's.
 template <typename Change>
 oracle::Error errorOf(Change change) {
   try {
@@ -76,7 +76,8 @@ class BothLists {
     m_slow.create(text, oracle::OffsetMap());
   }
 
-  void obey(std::string_view change) {
+  // Applies a change to both lists; unknown changes and negative indices are ignored.
+  void apply(std::string_view change) {
     std::string_view arguments = change.substr(1);
     const int index = change[0] == 'p' ? 0 : takeNumber(arguments);
     if (index < 0) return;
@@ -97,6 +98,8 @@ class BothLists {
     }
   }
 
+  // Compares entries, records, converted text and origins. Origins of inserted markup are not part
+  // of the oracle's list.
   void compare() {
     fuzz::require(m_fast.size() == m_slow.size(), "same size");
     for (int i = 0; i < m_slow.size(); ++i) compareEntry(i);
@@ -179,8 +182,9 @@ class BothLists {
     }
   }
 
+  // The text of the output is not checked, only that printing does not crash.
   void print() {
-    const Muted nobody;
+    const MutedOutput muted;
     m_fast.print();
     if (m_fast.size() > 0) m_fast.getTokenAt(0).print();
     OffsetMap offsets = m_fast.getOffsets();
@@ -203,7 +207,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   std::string_view changes = line;
   for (std::string_view change = fuzz::takeWord(changes); !change.empty();
        change = fuzz::takeWord(changes)) {
-    lists.obey(change);
+    lists.apply(change);
   }
   lists.compare();
   return 0;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A voice's data file is read or refused with a message of one line, and a voice that was read has
-// settings within bounds for whatever is asked of it. Input: the file.
+// Checks that a voice's data file is either read or rejected with a message of one line, and that a
+// voice that was read gives settings within bounds for every request. Input: the file.
 #include <algorithm>
 #include <array>
 #include <limits>
@@ -47,7 +47,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   }
   fuzz::require(!voice.name().empty(), "a name");
   fuzz::require(voice.synthesiserName().find_first_of("/.\\") == std::string::npos,
-                "no way into another folder");
+                "no path into another folder");
   checkSettings(voice);
   return 0;
 }

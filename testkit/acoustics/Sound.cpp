@@ -59,7 +59,7 @@ std::size_t clippedCount(Sound sound) {
   }));
 }
 
-Sound trimmed(Sound sound, int silence) {
+Sound trimSilence(Sound sound, int silence) {
   const auto heard = [silence](std::int16_t sample) { return isHeard(sample, silence); };
   const auto first = std::ranges::find_if(sound.samples, heard);
   auto last = sound.samples.end();
@@ -83,8 +83,8 @@ std::vector<Stretch> silences(Sound sound, double shortest, int silence) {
 double quantile(std::vector<double> values, double share) {
   if (values.empty()) return 0;
   const double last = static_cast<double>(values.size() - 1);
-  const auto place = std::lround(std::clamp(share, 0.0, 1.0) * last);
-  const auto at = values.begin() + place;
+  const auto index = std::lround(std::clamp(share, 0.0, 1.0) * last);
+  const auto at = values.begin() + index;
   std::ranges::nth_element(values, at);
   return *at;
 }

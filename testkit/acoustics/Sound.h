@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Sound and how loud it is. Sounds are mono, 16 bits a sample.
+// Recorded audio (mono, 16-bit samples) and its level.
 //
 // All functions of this library are free of state and may be called on any thread. Times are
-// seconds from the start of the sound; levels are root mean squares in units of a sample, 0 to
+// seconds from the start of the audio; levels are root mean squares in units of a sample, 0 to
 // 32767.
 #pragma once
 
@@ -14,34 +14,33 @@
 
 namespace acoustics {
 
-// A view: whoever holds the samples keeps them as long as it is used.
+// A view of audio; the owner of the samples must keep them while the view is used.
 struct Sound {
   std::span<const std::int16_t> samples;
   double rate = 22050;  // samples per second
 
   double seconds() const { return static_cast<double>(samples.size()) / rate; }
-  std::size_t at(double time) const;  // the sample at `time`, no further than the end
+  std::size_t at(double time) const;  // index of the sample at `time`, clamped to 0 … the end
 
-  // The part between two samples, or two times; of no length where there is none.
+  // The part between two sample indices or two times, clamped to the audio; may be empty.
   Sound part(std::size_t begin, std::size_t end) const;
   Sound between(double begin, double end) const;
 };
 
-// What is quieter than this, in units of a sample, counts as silence where nothing else is said:
-// synthetic silence is no louder than rounding.
+// Default limit of silence, in units of a sample: synthetic silence contains rounding errors only.
 constexpr int kSilence = 30;
 
-// 0 for no samples.
+// The level of the whole audio; 0 for no samples.
 double level(Sound sound);
-// The level as far as it is reached by the loudest windows of 20 ms, a tenth of them left out.
+// The 90th percentile of the levels of 20 ms windows.
 double peakLevel(Sound sound);
-// The level of one window after another; the last, incomplete one is left out.
+// The levels of successive windows of `window` seconds; an incomplete last window is ignored.
 std::vector<double> envelope(Sound sound, double window);
-// How many samples are as loud as a sample can be.
+// The number of samples at the smallest or largest value.
 std::size_t clippedCount(Sound sound);
 
-// The sound without the silence at either end.
-Sound trimmed(Sound sound, int silence = kSilence);
+// The audio without the silence at either end.
+Sound trimSilence(Sound sound, int silence = kSilence);
 
 struct Stretch {
   double begin = 0;
@@ -50,10 +49,10 @@ struct Stretch {
   double length() const { return end - begin; }
 };
 
-// The silences of at least `shortest` seconds, those at both ends included.
+// The silences of at least `shortest` seconds, including those at both ends.
 std::vector<Stretch> silences(Sound sound, double shortest, int silence = kSilence);
 
-// The value that `share` (0 to 1) of `values` lie below; 0 for no values.
+// The value below which `share` (0 to 1, clamped) of `values` lie; 0 for no values.
 double quantile(std::vector<double> values, double share);
 double median(std::vector<double> values);
 

@@ -20,8 +20,9 @@ std::atomic<long> last_to_fail = kNever;
 std::atomic<bool (*)()> spared_where = nullptr;
 thread_local int t_spared = 0;
 
-// Whether this request is one that fails.
-bool runsOut() {
+// Counts this request and returns whether it must fail. Uses atomics only: a lock could allocate or
+// deadlock inside malloc.
+bool mustFail() {
   if (!counting.load(std::memory_order_relaxed) || t_spared > 0) return false;
   bool (*const isSpared)() = spared_where.load(std::memory_order_relaxed);
   if (isSpared != nullptr && isSpared()) return false;
@@ -81,13 +82,14 @@ void spareWhere(bool (*isSpared)()) {
 
 #if defined(KAVREL_SANITIZED) || !defined(__GLIBC__)
 
-// Only what C++ asks for: malloc is the sanitizer's. Every form is replaced, since the sanitizer
-// has them all.
+// Replaces operator new only, since malloc belongs to the sanitizer. Every form is replaced: the
+// sanitizer defines all of them, and a block must not be released by a form that it was not made
+// by.
 
 namespace {
 
 void* requested(std::size_t size) noexcept {
-  return runsOut() ? nullptr : std::malloc(size != 0 ? size : 1);
+  return mustFail() ? nullptr : std::malloc(size != 0 ? size : 1);
 }
 
 void* required(std::size_t size) {
@@ -132,6 +134,8 @@ void operator delete[](void* block, std::size_t /*size*/) noexcept {
 
 #else
 
+// Replaces malloc itself, which operator new uses, so requests by C libraries fail, too.
+
 // NOLINTBEGIN(bugprone-reserved-identifier)
 extern "C" {
 
@@ -155,19 +159,19 @@ void* noMemory() {
 extern "C" {
 
 void* malloc(std::size_t size) noexcept {
-  return runsOut() ? noMemory() : __libc_malloc(size);
+  return mustFail() ? noMemory() : __libc_malloc(size);
 }
 
 void* calloc(std::size_t count, std::size_t size) noexcept {
-  return runsOut() ? noMemory() : __libc_calloc(count, size);
+  return mustFail() ? noMemory() : __libc_calloc(count, size);
 }
 
 void* realloc(void* block, std::size_t size) noexcept {
-  return runsOut() ? noMemory() : __libc_realloc(block, size);
+  return mustFail() ? noMemory() : __libc_realloc(block, size);
 }
 
 void* aligned_alloc(std::size_t alignment, std::size_t size) noexcept {
-  return runsOut() ? noMemory() : __libc_memalign(alignment, size);
+  return mustFail() ? noMemory() : __libc_memalign(alignment, size);
 }
 
 }  // extern "C"

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// FailingAllocator: memory that runs out at the n-th request, once or for good. Whoever links it
-// has its requests counted: those of `operator new` and, in a build without sanitizers, those of
-// malloc too, by the program and by every library that it uses.
+// FailingAllocator: replaces the allocator of a program with one that fails at the n-th request,
+// once or for good. It counts the requests of the program and of every library that it uses: those
+// of `operator new` and, in a build without sanitizers, those of malloc, too.
 //
 //   for (long n = 1;; ++n) {
 //     allocation::Failures failures(n, allocation::Times::Once);
@@ -10,17 +10,17 @@
 //     if (failures.met() == 0) break;
 //   }
 //
-// Threads: every thread's requests count, with these exceptions: the thread that made the Failures,
-// outside of Exposed; any thread inside of Spared; any thread where the question of spareWhere says
-// so. One Failures at a time.
+// Threads: the requests of every thread count, except those of the thread that created the Failures
+// outside of Exposed, those inside of Spared, and those for which the function set by spareWhere
+// returns true. One Failures object at a time.
 #pragma once
 
 namespace allocation {
 
 enum class Times { Once, ForGood };
 
-// From the making to the end of the object, request `n` (from 1) fails, or it and every later one.
-// n = 0: none fails, all are counted.
+// While the object exists, request `n` (from 1) fails, or it and every later one. n = 0: no request
+// fails, all are counted.
 class Failures {
  public:
   Failures(long n, Times times);
@@ -28,13 +28,14 @@ class Failures {
   Failures(const Failures&) = delete;
   Failures& operator=(const Failures&) = delete;
 
+  // Requests counted since the object was created.
   long requests() const;
-  // How many have failed.
+  // Requests that have failed.
   long met() const;
 };
 
-// The thread's requests count, for a scope; for code under test on the thread of the Failures and
-// for what code that is spared calls back.
+// Scope guard: requests of this thread count. For code under test on the thread of the Failures,
+// and for callbacks from code inside of Spared.
 class Exposed {
  public:
   Exposed();
@@ -46,7 +47,7 @@ class Exposed {
   int m_before;
 };
 
-// The thread's requests neither fail nor count, for a scope; for the test's own code.
+// Scope guard: requests of this thread neither fail nor count. For the test's own code.
 class Spared {
  public:
   Spared();
@@ -55,8 +56,8 @@ class Spared {
   Spared& operator=(const Spared&) = delete;
 };
 
-// `isSpared` is asked at every request, on its thread; it must not ask for memory. Null: no
-// question.
+// Requests for which `isSpared` returns true neither fail nor count. It is called on the requesting
+// thread and must not allocate. Null: no function.
 void spareWhere(bool (*isSpared)());
 
 }  // namespace allocation

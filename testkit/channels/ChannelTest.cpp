@@ -71,7 +71,7 @@ void Client::textDone(SpeechChannel channel, SRefCon refCon, const void** next,
 
 void Client::done(SpeechChannel channel, SRefCon refCon) {
   Client& client = clientOf(refCon);
-  // What the test does in the callback comes first, so that it has happened when the test sees it.
+  // The test's action runs first, so that it is complete when waitForDone() returns.
   if (client.onDone) client.onDone(identifier(channel));
   client.note(channel, "done");
 }
@@ -106,16 +106,16 @@ Voices& voices() {
 // ---- ChannelTest
 
 int threadCount() {
-  // A sanitizer's own thread comes with the first that a program starts; that one counts until the
-  // system has let go of it, a little after it was joined.
+  // A sanitizer starts its own thread together with the program's first one, so that start happens
+  // before any count. A joined thread still counts until the kernel has removed it.
   static std::once_flag first;
   std::call_once(first, [] {
     std::filesystem::path task;
     std::thread([&] { task = "/proc/self/task/" + std::to_string(gettid()); }).join();
     EXPECT_TRUE(eventually([&] { return !std::filesystem::exists(task); }));
   });
-  // The system's own count, as the links of that folder; reading the folder would miss a thread
-  // that comes while another one goes.
+  // The link count of the folder is the kernel's own count; listing the folder could miss a thread
+  // that starts while another one exits.
   return static_cast<int>(std::filesystem::hard_link_count("/proc/self/task")) - 2;
 }
 
@@ -167,7 +167,7 @@ bool eventually(const std::function<bool()>& condition) {
 }
 
 Client& newClient() {
-  // Never released: a misbehaving plug-in may call a client after its test.
+  // Never released: a faulty plug-in may call a client after its test.
   static std::vector<std::unique_ptr<Client>>& clients = *new std::vector<std::unique_ptr<Client>>;
   clients.push_back(std::make_unique<Client>());
   return *clients.back();
@@ -180,12 +180,12 @@ ChannelTest::ChannelTest() : m_client(&newClient()), m_threadsBefore(threadCount
 
 ChannelTest::~ChannelTest() {
   scripted::engine().setDiagnostics(0, 0);
-  scripted::engine().answerAsUsual();
+  scripted::engine().useDefaultResults();
   scripted::engine().onStop(scripted::OnStop::EndsAtOnce);
   for (const SpeechChannelIdentifier id : m_open) SECloseSpeechChannel(id);
   settle();
   EXPECT_EQ(scripted::engine().heldLocks(), 0);
-  EXPECT_EQ(scripted::engine().live().blocks, 0) << "memory is left";
+  EXPECT_EQ(scripted::engine().live().blocks, 0) << "memory is not released";
   EXPECT_EQ(scripted::engine().live().values, 0);
   if (!m_violationsExpected) {
     EXPECT_THAT(scripted::engine().violations(), testing::IsEmpty());
@@ -193,7 +193,8 @@ ChannelTest::~ChannelTest() {
 }
 
 void ChannelTest::settle() {
-  EXPECT_TRUE(eventually([&] { return threadCount() <= m_threadsBefore; })) << "a thread is left";
+  EXPECT_TRUE(eventually([&] { return threadCount() <= m_threadsBefore; }))
+      << "a thread is still running";
 }
 
 SpeechChannelIdentifier ChannelTest::openBare() {
@@ -265,7 +266,7 @@ std::string ChannelTest::converted(const std::string& text) {
 
 }  // namespace channels
 
-// Stands in for the platform's own: the program's symbol is found before the library's.
+// Replaces the platform's function: the program's symbol is found before the library's.
 OSErr GetVoiceDescription(const VoiceSpec* voice, VoiceDescription* info, long infoLength) {
   channels::Voices& voices = channels::voices();
   voices.asked.emplace_back(voice ? voice->id : 0, infoLength);

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What the tests of the plug-in on the scripted engine share: a client that keeps what it was told,
-// a fixture that opens channels for it and leaves nothing behind, and the voices of a platform
-// whose voices the test makes up.
+// Shared by the tests of the plug-in on the scripted engine: a client that records its callbacks, a
+// fixture that opens channels and checks that nothing is left after the test, and a stand-in for
+// the platform's voices that the test defines.
+//
+// Threads: the fixture's functions run on the test's thread; a Client may be used on any thread.
 #pragma once
 
 #include <ApplicationServices/ApplicationServices.h>
@@ -28,8 +30,8 @@
 
 namespace channels {
 
-// The client of one test: its callbacks, and what they were given. The reference constant of the
-// channel is the client. Callbacks run on any thread.
+// The client of one test: its callbacks, and a record of their arguments. The reference constant of
+// the channel points to the client. Callbacks run on any thread.
 class Client {
  public:
   struct Event {
@@ -41,16 +43,18 @@ class Client {
   std::vector<Event> events() const;
   std::vector<std::string> texts() const;
   int count(const std::string& text) const;
-  // Whether speech-done has been called that often; waits for it, ten seconds at most.
+  // Waits up to ten seconds until speech-done has been called `times` times; returns whether it
+  // has.
   bool waitForDone(int times = 1) const;
+  // The same for any recorded text.
   bool waitFor(const std::string& text, int times) const;
 
-  // Run inside the callback, after it is noted. Set before the callbacks begin.
+  // Run inside the callback, after it is recorded (onDone: before). Set before the first callback.
   std::function<void(SpeechChannelIdentifier)> onDone;
   std::function<void(SpeechChannelIdentifier)> onWord;
   std::function<void(SpeechChannelIdentifier)> onPhoneme;
   std::function<void(SpeechChannelIdentifier)> onSync;
-  // Answers the text-done callback.
+  // Runs as the text-done callback.
   std::function<void(SpeechChannelIdentifier, const void** next, unsigned long* length,
                      SInt32* flags)>
       onTextDone;
@@ -71,14 +75,14 @@ class Client {
   std::vector<Event> m_events;
 };
 
-// A client that lives as long as the test program.
+// A new client, which exists until the program exits.
 Client& newClient();
 
-// The platform's voices as the test makes them up: gender by voice. A voice that is not here is
-// neuter. The program's own GetVoiceDescription answers from it.
+// The platform's voices as the test defines them: gender by voice. All other voices are neuter. The
+// program's own GetVoiceDescription returns them.
 struct Voices {
   std::map<OSType, SInt16> genders;            // by VoiceSpec::id
-  std::vector<std::pair<OSType, long>> asked;  // id (0 for a null voice) and size of the record
+  std::vector<std::pair<OSType, long>> asked;  // calls: id (0: null voice), size of the record
 };
 Voices& voices();
 
@@ -87,14 +91,14 @@ void* asPointer(Callback* callback) {
   return reinterpret_cast<void*>(callback);
 }
 
-// Four characters as a number.
+// A four-character code as a number.
 constexpr OSType code(const char (&text)[5]) {
   OSType value = 0;
   for (int i = 0; i < 4; ++i) value = value << 8U | static_cast<unsigned char>(text[i]);
   return value;
 }
 
-// What SESpeechStatus fills in, as plain numbers.
+// The result of SESpeechStatus, as plain numbers.
 struct Status {
   int outputBusy;
   int outputPaused;
@@ -105,11 +109,11 @@ struct Status {
 class ChannelTest : public testing::Test {
  protected:
   ChannelTest();
-  // Closes the channels that are open and waits for the plug-in's threads. Fails the test when
-  // something is left: a thread, a lock, a block; or when the plug-in used the engine wrongly.
+  // Closes the open channels and waits for the plug-in's threads. Fails the test if a thread, a
+  // held lock or a memory block is left, or if the plug-in has misused the engine.
   ~ChannelTest() override;
 
-  // Opens a channel with all callbacks of `client` but text-done.
+  // Opens a channel with all callbacks of `client` except text-done.
   SpeechChannelIdentifier open(Client& client);
   SpeechChannelIdentifier open() { return open(client()); }
   // Opens a channel without callbacks.
@@ -119,9 +123,9 @@ class ChannelTest : public testing::Test {
 
   static long speak(SpeechChannelIdentifier id, const std::string& text, long flags = 0);
   static long set(SpeechChannelIdentifier id, OSType selector, void* value);
-  // Chooses the file that the next jobs are written to; an empty path: none.
+  // Sets the output file for the next jobs; an empty path: no file.
   static long setFile(SpeechChannelIdentifier id, const std::string& path);
-  // Chooses a voice whose folder is `directory`, or one without a folder.
+  // Sets a voice with the folder `directory`; null: a voice without a folder.
   static void setVoice(SpeechChannelIdentifier id, const char* directory);
   static Status statusInfo(SpeechChannelIdentifier id);
   static channel_status_t status(SpeechChannelIdentifier id);
@@ -134,12 +138,12 @@ class ChannelTest : public testing::Test {
   }
   // Waits until no thread of the plug-in or the engine is left.
   void settle();
-  // How many channels' records have been freed since the test began: each ends its lock.
+  // Number of channel records freed since the test began: each destroys its mutex.
   static int freed() { return scripted::engine().count(scripted::Op::MutexDestroy); }
-  // What a channel with default settings gives the engine for `text`.
+  // The text that a channel with default settings passes to the engine for `text`.
   static std::string converted(const std::string& text);
 
-  // The test makes the engine's jobs end late, so the scripted engine may find fault with waits.
+  // Set by tests whose jobs end late, since the scripted engine then reports a violation.
   bool m_violationsExpected = false;
 
  private:
@@ -148,7 +152,7 @@ class ChannelTest : public testing::Test {
   std::vector<SpeechChannelIdentifier> m_open;
 };
 
-// Switches the diagnostic area on at that level for the life of the object.
+// Scope guard: enables the diagnostic areas in `mask` at `level`.
 class Diagnosing {
  public:
   Diagnosing(unsigned int mask, int level) { scripted::engine().setDiagnostics(mask, level); }
@@ -157,7 +161,7 @@ class Diagnosing {
   Diagnosing& operator=(const Diagnosing&) = delete;
 };
 
-// Holds up the first thread but the test's own that takes a channel's lock, until it is let go.
+// Blocks the first thread that locks a channel, except the test's own, until release().
 class HeldUp {
  public:
   HeldUp();
@@ -165,19 +169,19 @@ class HeldUp {
   HeldUp(const HeldUp&) = delete;
   HeldUp& operator=(const HeldUp&) = delete;
 
-  // Whether such a thread has come; waits for it, ten seconds at most.
+  // Waits up to ten seconds until a thread is blocked; returns whether one is.
   bool arrived();
   void release();
 
  private:
-  struct Shared;  // outlives the object where a thread is still inside
+  struct Shared;  // outlives the object while a thread is still inside
   const std::shared_ptr<Shared> m_shared;
 };
 
 // The number of threads of this process.
 int threadCount();
 
-// Whether `condition` becomes true; looks again and again, ten seconds at most. For what no call
+// Polls `condition` for up to ten seconds; returns whether it became true. For states that no call
 // reports.
 bool eventually(const std::function<bool()>& condition);
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Single commands as data: the words that a command splits into, the number of its kind, and what
-// the row shows.
+// Examples of single commands: the words that a command splits into, the number of its kind, and
+// what the row shows.
 #pragma once
 
 #include <ostream>
@@ -29,7 +29,7 @@ inline std::vector<CommandExample> commandExamples() {
       {"ASignEndsTheWordBeforeIt", "[[rate-2.7 ", {"rate", "-", "2.7"}, 13},
       {"EmphasisOn", "[[emph +]]", {"emph", "+"}, 4},
       {"EmphasisOff", "[[emph -]]", {"emph", "-"}, 5},
-      {"EmphasisAlone", "[[emph]]", {"emph"}, 25},
+      {"EmphasisWithoutArgument", "[[emph]]", {"emph"}, 25},
       {"ASecondPieceBeginsWithItsSemicolon", "; pbas 50]]", {"pbas", "50"}, 11},
       {"SyncInHexadecimal", "[[sync 0x1A2B]]", {"sync", "0x1A2B"}, 16},
       {"SpellingOn", "[[char LTRL]]", {"char", "LTRL"}, 0},
@@ -42,7 +42,7 @@ inline std::vector<CommandExample> commandExamples() {
       {"PhonemeInputInAnyCase", "[[inpt Phon]]", {"inpt", "Phon"}, 6},
       {"TuneInput", "[[inpt TUNE]]", {"inpt", "TUNE"}, 7},
       {"TextInput", "[[inpt TEXT]]", {"inpt", "TEXT"}, 8},
-      {"InputAlone", "[[inpt]]", {"inpt"}, 25},
+      {"InputWithoutArgument", "[[inpt]]", {"inpt"}, 25},
       {"Digits", "[[nmbr LTRL]]", {"nmbr", "LTRL"}, 9},
       {"DigitsInLowerCase", "[[nmbr ltrl]]", {"nmbr", "ltrl"}, 9},
       {"Numbers", "[[nmbr NORM]]", {"nmbr", "NORM"}, 10},
@@ -63,8 +63,8 @@ inline std::vector<CommandExample> commandExamples() {
       {"ASemicolonOnly", "[[;]]", {}, 25},
       {"Nothing", "", {}, 25},
       {"AllFourBlanks", "[[rate\t1\r2\n3]]", {"rate", "1", "2", "3"}, 13},
-      {"BracketsInsideAWordStay", "[[rate 5[[rset 0]]", {"rate", "5[[rset", "0"}, 13},
-      {"BracketsAroundAWordGo", "[[rate] ;3;]]", {"rate", "3"}, 13},
+      {"BracketsInsideAWordAreKept", "[[rate 5[[rset 0]]", {"rate", "5[[rset", "0"}, 13},
+      {"BracketsAroundAWordAreRemoved", "[[rate] ;3;]]", {"rate", "3"}, 13},
   };
 }
 

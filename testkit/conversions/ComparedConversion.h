@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The product's converter and offset map, asked in the words of the examples and of the oracle, so
-// that one line compares them.
+// Adapters that give the product's converter and offset map the interface of the oracle and of the
+// examples, so that one line compares them.
 #pragma once
 
 #include <memory>
@@ -62,7 +62,7 @@ inline std::vector<std::size_t> originsOf(const PositionMap& positions) {
   return origins;
 }
 
-// As oracle::convert, by the product.
+// Does what oracle::convert does, with the product's converter.
 inline oracle::Result convertByProduct(const std::string& text,
                                        const std::optional<oracle::Settings>& settings,
                                        oracle::Output output) {
@@ -96,7 +96,7 @@ std::vector<std::int32_t> offsetsUpTo(Map& map, std::size_t last) {
   return offsets;
 }
 
-// Everything that the product makes of a text equals what the oracle makes of it.
+// Checks that every result of the product for `text` equals the oracle's result.
 inline void expectSameAsOracle(const std::string& text,
                                const std::optional<oracle::Settings>& settings,
                                oracle::Output output) {

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Worked conversions as data: what a text becomes, and what it shows. The product's converter and
-// the oracle run the same rows. No settings means a converter without any.
+// Examples of conversions: a text, the converted text, and what the row shows. The product's
+// converter and the oracle run the same rows. A row without settings uses a converter without
+// settings.
 #pragma once
 
 #include <optional>
@@ -22,15 +23,15 @@ struct Settings {
   long pitchRange = 0;
 };
 
-// OutOfRange is the standard range error of strings.
+// OutOfRange stands for std::out_of_range.
 enum class Failure { None, IndexOutOfRange, BadPhoneSequence, OutOfRange };
 
 enum class Format { Plain, Ssml };
 
 struct ConversionExample {
-  std::string shows;  // a sentence in one CamelCase word, for the test's name
+  std::string shows;  // a sentence as one CamelCase word, for the test's name
   std::string text;
-  std::string converted;  // empty when the conversion fails
+  std::string converted;  // empty if the conversion fails
   Failure failure = Failure::None;
   std::optional<Settings> settings = std::nullopt;
   Format format = Format::Ssml;
@@ -54,15 +55,15 @@ inline ConversionExample with(const Settings& settings, const std::string& shows
   return {shows, text, converted, Failure::None, settings};
 }
 
-// The prefix, the closing reset and the two formats.
+// The settings prefix, the closing reset and the two formats.
 inline std::vector<ConversionExample> frameExamples() {
   return {
       plain("EmptyPlainTextStaysEmpty", "", ""),
       {"EmptyTextStaysEmpty", "", ""},
       {"TextWithoutCommandsIsLeftAlone", "Hello; world ]]", "Hello; world ]]"},
       plain("PlainOutputRunsNoPass", "a[[emph +]]b[[slnc 500]]c[[inpt PHON]]x", "abcx"),
-      plain("PlainOutputDropsACommandAlone", "a[[rate 200]]b", "ab"),
-      with({}, "FullVolumeIsWrittenToo", "Hello", "<prosody volume='100'>Hello</prosody>"),
+      plain("PlainOutputDropsASingleCommand", "a[[rate 200]]b", "ab"),
+      with({}, "FullVolumeIsAlsoWritten", "Hello", "<prosody volume='100'>Hello</prosody>"),
       with({.volume = 50.0, .wpm = 200.0}, "VolumeAndRateComeFromTheSettings", "Hello",
            "<prosody volume='50'></prosody>"
            "<prosody rate='200'><prosody volume='50'>Hello</prosody></prosody>"),
@@ -131,7 +132,7 @@ inline std::vector<ConversionExample> prosodyExamples() {
       {"AMissingNumberIsZero", "[[rate]]a", "<prosody rate='0'>a</prosody>"},
       {"ASignWithoutANumberChangesNothing", "[[rate +]]a", "<prosody rate='180'>a</prosody>"},
       {"ANumberInWordsIsZero", "[[rate fast]]a", "<prosody rate='0'>a</prosody>"},
-      {"InfIsNoNumber", "[[rate inf]]a[[rate nan]]b",
+      {"InfIsNotANumber", "[[rate inf]]a[[rate nan]]b",
        "<prosody rate='0'>a</prosody><prosody rate='0'>b</prosody>"},
       {"ANumberEndsAtTheFirstOtherCharacter", "[[rate 200wpm]]a",
        "<prosody rate='200'>a</prosody>"},
@@ -149,7 +150,7 @@ inline std::vector<ConversionExample> modeExamples() {
        "<say-as type='spell-out'>abc</say-as>"},
       {"SpellingEndsAtTheOffCommand", "[[char LTRL]]a[[char NORM]]b",
        "<say-as type='spell-out'>a</say-as>b"},
-      {"SpellingGoesOnBehindARepeatedOnCommand", "[[char LTRL]]a[[char LTRL]]b[[char NORM]]c",
+      {"SpellingContinuesAfterARepeatedOnCommand", "[[char LTRL]]a[[char LTRL]]b[[char NORM]]c",
        "<say-as type='spell-out'>a</say-as><say-as type='spell-out'>b</say-as>c"},
       {"ANumberModeIsCutByARate", "[[nmbr LTRL]]12[[rate 200]]34[[nmbr NORM]]56",
        "<say-as interpret-as='digits'>12</say-as>"
@@ -157,7 +158,7 @@ inline std::vector<ConversionExample> modeExamples() {
        "<prosody rate='200'>56</prosody>"},
       {"SilenceIsABreak", "[[slnc 500]]a", "<break time='500ms'/>a"},
       {"ASilenceIsCopiedAsItStands", "[[slnc 1.5e3]]a", "<break time='1.5e3ms'/>a"},
-      {"AQuoteInASilenceIsCopiedToo", "[[slnc 5'/>]]a", "<break time='5'/>ms'/>a"},
+      {"AQuoteInASilenceIsAlsoCopied", "[[slnc 5'/>]]a", "<break time='5'/>ms'/>a"},
       {"ASilenceWithoutALengthIsEmpty", "[[slnc]]a", "<break time='ms'/>a"},
       {"ASyncNumberIsShifted", "[[sync 1]]a", "<mark name='65536'/>a"},
       {"ASyncOfZeroIsZero", "[[sync 0]]a", "<mark name='0'/>a"},
@@ -185,7 +186,7 @@ inline std::vector<ConversionExample> emphasisExamples() {
        "<emphasis strength='strong'>one two <break time='5ms'/>three</emphasis> four"},
       {"EmphasisBeforeACommandLosesTheLastLetter", "[[emph +]]a [[cmnt x]]word[[cmnt y]] b",
        "<emphasis strength='strong'>a wor</emphasis>d b"},
-      {"EmphasisThatNothingFollowsVanishes", "[[cmnt x]][[emph +]]word", "word"},
+      {"EmphasisWithoutALaterCommandVanishes", "[[cmnt x]][[emph +]]word", "word"},
       {"EmphasisAtTheFrontClosesAtTheBaseTextsEnd", "[[emph +]]word",
        "<emphasis strength='stro</emphasis>ng'>word"},
       {"EmphasisOffIsNothing", "a[[emph -]]b", "ab"},
@@ -215,8 +216,8 @@ inline std::vector<ConversionExample> phonemeExamples() {
   };
 }
 
-// The closing reset is swallowed by a command that the text leaves open, so that no command follows
-// the last known one.
+// A command that the text leaves open includes the closing reset, so that no command follows the
+// last known one.
 inline std::vector<ConversionExample> noLaterCommandExamples() {
   return {
       {"AnOpenCommandSwallowsTheRest", "see note [[ 3", "see note "},
@@ -231,24 +232,24 @@ inline std::vector<ConversionExample> noLaterCommandExamples() {
       {"ASkippedContextRunsToTheEnd", "a [[ctxt WSKP]]abc [[ see", "a "},
       {"AnOpenResetIsStillAReset", "[[rate 200]]a[[ rset 0", "<prosody rate='200'>a</prosody>"},
       fails("PhonesWithoutAnEndFail", "[[inpt PHON]]AE [[ see", Failure::BadPhoneSequence),
-      fails("AnOpenRateHasNoPlaceForItsTag", "x [[rate 5", Failure::IndexOutOfRange),
-      fails("AnOpenSilenceHasNoPlaceForItsBreak", "x [[slnc 5", Failure::IndexOutOfRange),
-      fails("AnOpenSkippedContextLandsBehindTheText", "a [[ctxt WSKP ", Failure::OutOfRange),
-      // The emphasis' end stands in front of the list, so that the skipped context's token does not
-      // come behind its command.
+      fails("AnOpenRateHasNoPositionForItsTag", "x [[rate 5", Failure::IndexOutOfRange),
+      fails("AnOpenSilenceHasNoPositionForItsBreak", "x [[slnc 5", Failure::IndexOutOfRange),
+      fails("AnOpenSkippedContextLandsAfterTheText", "a [[ctxt WSKP ", Failure::OutOfRange),
+      // The end of the emphasis is first in the list, so the token of the skipped context is not
+      // inserted after its command.
       fails("ASkippedContextIsHandledOnce", "ab[[emph +]]cd[[ctxt TSKP]]", Failure::OutOfRange),
       fails("AnOpenEmphasisHasNothingToSearch", "x [[emph + ", Failure::IndexOutOfRange),
   };
 }
 
-// What clients really send.
+// Texts that clients really send.
 inline std::vector<ConversionExample> realExamples() {
   return {
       {"BlanksInsideTheBrackets", "[[ slnc 5000 ]]a", "<break time='5000ms'/>a"},
       {"ABlankBetweenSignAndNumber", "[[pbas + 17]]a", "<prosody pitch='21.8267Hz'>a</prosody>"},
-      {"NoBlankBeforeTheArgumentIsNoCommand", "[[ctxtTSKP]]a", "a"},
+      {"ACommandWithoutABlankBeforeItsArgumentIsUnknown", "[[ctxtTSKP]]a", "a"},
       {"NoArgumentToAReset", "[[rate 200]]a[[rset]]b", "<prosody rate='200'>a</prosody>b"},
-      {"LowerCaseSpellingIsNoCommand", "[[char ltrl]]a", "a"},
+      {"LowerCaseSpellingIsNotACommand", "[[char ltrl]]a", "a"},
       {"LowerCaseDigitsAreACommand", "[[nmbr ltrl]]42[[nmbr norm]]",
        "<say-as interpret-as='digits'>42</say-as>"},
       {"LowerCasePhonemesAreACommand", "[[inpt phon]]b[[inpt text]]a",
@@ -261,7 +262,7 @@ inline std::vector<ConversionExample> realExamples() {
        "<prosody rate='200'></prosody><prosody rate='200'>a</prosody>"},
       {"ACommentHoldsAnything", "[[cmnt a=b # c? http://x.invalid/x:y]]text", "text"},
       {"ACommentEndsAtASemicolon", "[[cmnt one; two: three]]text", "text"},
-      {"ACommandBehindACommentsSemicolonCounts", "[[cmnt one; rate 300]]text",
+      {"ACommandAfterACommentsSemicolonCounts", "[[cmnt one; rate 300]]text",
        "<prosody rate='300'>text</prosody>"},
       {"ACommentInsideTuneDataKeepsIt", "[[inpt TUNE]]AA {D 120}[[cmnt x]]b {D 5}[[inpt TEXT]]c",
        "AA {D 120}b {D 5}c"},

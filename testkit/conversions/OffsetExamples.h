@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Offset maps as data: what is recorded, the records and derived lists that come of it, and the
-// correction at some positions of the converted text. The product's map and the oracle's run the
-// same rows.
+// Examples of offset maps: the calls, the resulting records and derived lists, and the correction
+// at some positions of the converted text. The product's map and the oracle's run the same rows.
 #pragma once
 
 #include <cstdint>
@@ -74,7 +73,7 @@ inline std::vector<OffsetExample> offsetExamples() {
        {{5, 3, true, kApple}},
        {kFree},
        {}},
-      {"AnInsertedStretchTakesALongerOneIn",
+      {"AnInsertedStretchAbsorbsALongerOne",
        {{5, 3, true, kApple}, {5, 9, false, kApple}},
        {{5, 3, true, kApple}},
        {{5, 3, true, kApple}},
@@ -86,19 +85,19 @@ inline std::vector<OffsetExample> offsetExamples() {
        {{5, 3, true, kApple}},
        {kFree},
        {}},
-      {"ASecondStretchAtAPlaceGoesInFront",
+      {"ASecondStretchAtAPositionIsPutFirst",
        {{5, 3, false, kApple}, {5, 9, false, kApple}},
        {{5, 9, false, kApple}, {5, 3, false, kApple}},
        {{5, 9, false, kApple}, {5, 3, false, kApple}},
        {kFree, kFree},
        {}},
-      {"AnEarlierStretchGoesOneRecordTooFarForward",
+      {"AnEarlierStretchIsPutOneRecordTooEarly",
        {{10, 1, false, kApple}, {20, 1, false, kApple}, {15, 1, false, kApple}},
        {{15, 1, false, kApple}, {10, 1, false, kApple}, {20, 1, false, kApple}},
        {{15, 1, false, kApple}, {10, 1, false, kApple}, {20, 1, false, kApple}},
        {kFree, kFree, kFree},
        {}},
-      {"AStretchBeforeTheFirstGoesToTheEnd",
+      {"AStretchBeforeTheFirstIsAppended",
        {{10, 1, false, kApple}, {5, 1, false, kApple}},
        {{10, 1, false, kApple}, {5, 1, false, kApple}},
        {{10, 1, false, kApple}, {5, 1, false, kApple}},
@@ -110,13 +109,13 @@ inline std::vector<OffsetExample> offsetExamples() {
        {{10, 1, false, kApple}},
        {{10, 2, false, kSsml}},
        {}},
-      {"MarkupBehindTheLastCommandHasNoRange",
+      {"MarkupAfterTheLastCommandHasNoRange",
        {{2, 3, false, kApple}, {9, 4, false, kSsml}},
        {{2, 3, false, kApple}, {9, 4, false, kSsml}},
        {{2, 3, false, kApple}},
        {kFree},
        {}},
-      {"MarkupBehindACommandMapsToTheTextBehindIt",
+      {"MarkupAfterACommandMapsToTheTextAfterIt",
        {{4, 10, false, kApple}, {14, 5, false, kSsml}, {20, 10, true, kApple}},
        {{4, 10, false, kApple}, {14, 5, false, kSsml}, {20, 10, true, kApple}},
        {{4, 10, false, kApple}, {20, 10, true, kApple}},

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Prepared texts as data: the caller's bytes in Mac OS Roman, what becomes of them, and what the
+// Examples of text preparation: the caller's bytes in Mac OS Roman, the prepared text, and what the
 // row shows.
 #pragma once
 
@@ -23,7 +23,7 @@ inline std::ostream& operator<<(std::ostream& out, const PreparationExample& exa
 inline std::vector<PreparationExample> preparationExamples() {
   return {
       {"EmptyTextStaysEmpty", "", ""},
-      {"MarkupCharactersAreEscapedInPlace", "a<b>c&d", "a&lt;b&gt;c&amp;d"},
+      {"MarkupCharactersAreEscapedAtTheirPosition", "a<b>c&d", "a&lt;b&gt;c&amp;d"},
       {"AnEscapeIsEscapedAgain", "&amp;", "&amp;amp;"},
       {"QuotesAreNotEscaped", "\"it's\"", "\"it's\""},
       {"TheLogoIsAWord", "\xF0 and \xF0", "Apple and Apple"},
@@ -41,7 +41,8 @@ inline std::vector<PreparationExample> preparationExamples() {
        "c\xC9",
        "a-b-c..."},
       {"LigaturesBecomeLetters", "\xDEnd \xDFow", "find flow"},
-      {"LongTextComesBackWhole", std::string(10000, 'x') + "&", std::string(10000, 'x') + "&amp;"},
+      {"LongTextIsReturnedCompletely", std::string(10000, 'x') + "&",
+       std::string(10000, 'x') + "&amp;"},
   };
 }
 

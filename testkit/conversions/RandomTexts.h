@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Random texts full of commands, and random settings, from a seed.
+// Random texts with many commands, and random settings. The same seed gives the same sequence.
 #pragma once
 
 #include <array>
@@ -17,11 +17,11 @@ class RandomTexts {
  public:
   explicit RandomTexts(unsigned int seed) : m_random(seed) {}
 
-  // A text of up to `pieces` words, commands, fragments of commands and odd bytes.
+  // A text of up to `pieces` words, commands, fragments of commands and random bytes.
   std::string text(std::size_t pieces) {
     std::string result;
     const std::size_t count = below(pieces + 1);
-    // Some texts run their commands together, some never close one.
+    // How often pieces are separated by blanks differs from text to text.
     const std::size_t blanks = below(4);
     for (std::size_t i = 0; i < count; ++i) {
       result += piece();
@@ -30,6 +30,7 @@ class RandomTexts {
     return result;
   }
 
+  // Random settings; none in one of three cases.
   std::optional<oracle::Settings> settings() {
     if (below(3) == 0) return std::nullopt;
     oracle::Settings settings;
@@ -47,11 +48,13 @@ class RandomTexts {
     return settings;
   }
 
+  // A random number from 0 to `bound` - 1.
   std::size_t below(std::size_t bound) {
     return std::uniform_int_distribution<std::size_t>(0, bound - 1)(m_random);
   }
 
  private:
+  // Plain words and single commands are the most frequent pieces.
   std::string piece() {
     constexpr std::array<std::string_view, 16> kWords = {
         "hello", "a",     "world", "x1", "42",  "AE", "1dAE", "~\nAA {D 120}",

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Reads the reference conversions in vectors/: what a text becomes, with every record and offset.
-// KAVREL_VECTORS_DIR names their folder.
+// Reads the reference conversions in vectors/: texts with their converted text, records and
+// offsets. KAVREL_VECTORS_DIR is the path of that folder. Malformed files end in an exception of
+// the JSON parser.
 #pragma once
 
 #include <cstdint>
@@ -19,6 +20,8 @@ namespace reference {
 
 using nlohmann::json;
 
+// The files store bytes as the characters U+0000 to U+00FF, which UTF-8 encodes in one or two
+// bytes.
 inline std::string bytesOf(const json& latin1) {
   const std::string utf8 = latin1.get<std::string>();
   std::string bytes;
@@ -65,6 +68,7 @@ inline std::optional<oracle::Settings> settingsOf(const json& env) {
   return settings;
 }
 
+// Reads a file of vectors; a missing file has no vectors, which VectorSuite reports.
 inline std::vector<Vector> vectorsIn(const std::string& file) {
   std::ifstream in(std::string(KAVREL_VECTORS_DIR) + "/" + file);
   std::vector<Vector> vectors;
@@ -99,7 +103,7 @@ struct VectorFile {
 inline const VectorFile kPlainFile{"conversion.jsonl", 300};
 inline const VectorFile kOddFile{"conversion-odd.jsonl", 200};
 
-// A suite's parameter is the file; vectors() checks that none is missing.
+// The suite's parameter is the file; vectors() checks that the file is complete.
 class VectorSuite : public testing::TestWithParam<VectorFile> {
  protected:
   std::vector<Vector> vectors() const {

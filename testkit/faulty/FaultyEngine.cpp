@@ -37,13 +37,13 @@ constexpr Named kOperations[] = {
     {Op::Wait, "kavrel_port_wait"},
     {Op::EventText, "kavrel_event_get_text"},
     {Op::EventTextpos, "kavrel_event_get_textpos"},
-    {Op::Alloc, "cst_ and ts_ functions that take memory"},
+    {Op::Alloc, "cst_ and ts_ functions that allocate"},
     {Op::MutexLock, "mutex_lock"},
     {Op::MutexUnlock, "mutex_unlock"},
     {Op::MutexDestroy, "mutex_destroy"},
 };
 
-// Words, phones and marks, in a hurry.
+// Plays 50 words, phones and marks without a pause.
 void playSome(Port port) {
   for (int i = 0; i < 50; ++i) {
     port.word(i, 1).phoneme(i % 2 == 0 ? "ae" : "no-such-phone", i).bookmark(std::to_string(i));
@@ -89,13 +89,15 @@ int sweep(const Fault& fault, const std::function<void()>& use,
     engine().fail(fault.op, k, fault.times);
     use();
     const bool met = engine().faultsMet() > before;
-    engine().answerAsUsual();
+    engine().useDefaultResults();
     check(k);
     if (!met) return k - 1;
   }
   return -1;
 }
 
+// Every row breaks a rule of the interface: one END per job, no events after it, one thread at a
+// time, valid events.
 std::vector<Misbehaviour> misbehaviours() {
   const auto end = [](Port port) { port.end(); };
   const auto nothing = [] {};
@@ -103,9 +105,9 @@ std::vector<Misbehaviour> misbehaviours() {
   std::vector<Misbehaviour> all;
   all.push_back({"ends twice", nothing, [](Port port) { port.end().end(); }, quiet, true});
   all.push_back({"ends twice at once", nothing, endOnTwoThreads, quiet, true});
-  all.push_back({"ends before it has answered",
+  all.push_back({"ends before the call returns",
                  [] { engine().queueJob(Script().end(), When::InsideSpeak); }, quiet, quiet, true});
-  all.push_back({"ends twice before it has answered",
+  all.push_back({"ends twice before the call returns",
                  [] { engine().queueJob(Script().end().word(0, 1).end(), When::InsideSpeak); },
                  quiet, quiet, true});
   all.push_back({"never ends", [] { engine().onStop(OnStop::EndsSilently); }, quiet, quiet, false});
@@ -123,7 +125,7 @@ std::vector<Misbehaviour> misbehaviours() {
                    other.join();
                  },
                  quiet, true});
-  all.push_back({"says odd things", nothing,
+  all.push_back({"plays odd events", nothing,
                  [](Port port) {
                    for (const Event& event : oddEvents(static_cast<int>(port.text().size()))) {
                      port.play(event);
@@ -133,6 +135,7 @@ std::vector<Misbehaviour> misbehaviours() {
   return all;
 }
 
+// Numbers at and beyond the limits of the text, of 16 bits and of int; names that do not parse.
 std::vector<Event> oddEvents(int textLength) {
   constexpr int kMost = std::numeric_limits<int>::max();
   constexpr int kLeast = std::numeric_limits<int>::min();

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The faulty engine: the scripted engine, made to fail at a call or to misbehave, each in a way
-// that has a name. What it does is done through the scripted engine's interface, so tests go on
-// using that one to look at calls and to play events.
+// The faulty engine: makes the scripted engine fail at a call or misbehave; every way has a name.
+// It uses the public interface of the scripted engine, so tests still use that interface to inspect
+// calls and to play events.
 //
 // Threads: the functions run on the test's thread; misbehaviours play their events there, or on
-// threads of their own that have ended when play() returns.
+// threads of their own that have exited when the call returns.
 #pragma once
 
 #include <functional>
@@ -16,26 +16,26 @@
 
 namespace faulty {
 
-// A way to fail: an operation of the engine, at one call or from one call on.
+// A way to fail: an operation of the engine that fails at one call, or from one call on.
 struct Fault {
   scripted::Op op;
   scripted::Times times;
   std::string name() const;  // "kavrel_port_open, for good"
 };
 
-// Every operation that the plug-in uses and that can fail while it runs, both ways. The opening of
-// the engine is not among them: it happens once in a process.
+// Every operation that the plug-in uses and that can fail, in both ways. Opening the engine is not
+// included, since it happens once in a process.
 std::vector<Fault> allFaults();
 
-// Runs `use` with the fault at call 1, 2, 3 ... of its operation, until a run meets no fault, and
-// `check` after each with the engine back in order. Answers how many runs met the fault; -1 when
-// there is no end to them.
+// Runs `use` with the fault at call 1, 2, 3 ... of its operation until a run meets no fault, and
+// runs `check` after each, with the engine working again. Returns how many runs met the fault; -1
+// if every run up to a limit of 10 000 did.
 int sweep(const Fault& fault, const std::function<void()>& use,
           const std::function<void(int k)>& check);
 
-// What an engine does that no engine should. `before` runs before a job is started, `during` while
-// it should be running, on the port of the job; `after` when the channel has been stopped or its
-// end been signalled.
+// Something that an engine must not do. `before` runs before a job is started; `during` runs while
+// the job should be running, on the port of the job; `after` runs when the channel has been stopped
+// or has reported the end.
 struct Misbehaviour {
   std::string name;
   std::function<void()> before;
@@ -46,7 +46,8 @@ struct Misbehaviour {
 
 std::vector<Misbehaviour> misbehaviours();
 
-// Events that say odd things of a text of that many bytes: positions, lengths, names, texts.
+// Events with invalid or extreme positions, lengths, names and texts, for a text of that many
+// bytes.
 std::vector<scripted::Event> oddEvents(int textLength);
 
 }  // namespace faulty

@@ -19,7 +19,8 @@ namespace faulty {
 
 namespace {
 
-// Of one service. Numbers, not a lock: threads are made and memory is asked for while it is in use.
+// The state of one service. Atomics instead of a lock: pthread_create is one of the wrapped
+// functions and may be called from any context.
 struct Plan {
   std::atomic<int> calls = 0;
   std::atomic<int> failAt = 0;  // number of a call; 0: none
@@ -70,6 +71,7 @@ void failPlatform(Service service, int k, bool forGood) {
   plan.failAt = 0;
   plan.forGood = forGood;
   plan.met = 0;
+  // Set last: from here on other threads' calls may fail.
   plan.failAt = plan.calls + k;
 }
 
@@ -81,7 +83,7 @@ int liveConverters() {
   return g_converters;
 }
 
-void mendPlatform() {
+void restorePlatform() {
   for (Plan& plan : g_plans) plan.failAt = 0;
 }
 
@@ -92,25 +94,26 @@ using faulty::Service;
 
 namespace {
 
-// The function of that name behind ours.
+// The next definition of that name in the search order of the loader: the real function.
 template <typename Function>
-Function behind(const char* name) {
+Function nextDefinition(const char* name) {
   return reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
 }
 
 }  // namespace
 
-#define REAL(function) behind<decltype(&function)>(#function)
+#define REAL(function) nextDefinition<decltype(&function)>(#function)
 
 // NOLINTBEGIN(bugprone-reserved-identifier,readability-identifier-naming)
 extern "C" {
 
-// A sanitizer's own, where there is one.
+// The sanitizer's wrapper, in a build with a sanitizer; it must see every thread.
 __attribute__((weak)) int __interceptor_pthread_create(pthread_t*, const pthread_attr_t*,
                                                        void* (*)(void*), void*);
 
 int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*routine)(void*),
                    void* argument) {
+  // The scripted engine's own threads are not a subject of the test.
   if (!scripted::insideEngine() && fails(Service::ThreadCreate)) return EAGAIN;
   static const auto create = &__interceptor_pthread_create != nullptr
                                  ? &__interceptor_pthread_create

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The faulty platform: the functions of the system and of the platform that the plug-in calls, each
-// of which can be made to fail at a call. Whoever links it has them in front of the real ones,
-// which answer as long as nothing is made to fail.
+// The faulty platform: wrappers around the functions of the system and of the platform that the
+// plug-in calls. Each can be made to fail at a call; otherwise it calls the real function. In a
+// program that links it, the wrappers are found before the real functions (symbol interposition).
 //
 // Threads: every function may be called on any thread.
 #pragma once
@@ -18,12 +18,12 @@ enum class Service {
   ConverterConvert,  // TECConvertText: an error, nothing converted
   ConverterStuck,    // TECConvertText: the buffer is full, with nothing in it
   ConverterFlush,    // TECFlushText: an error
-  ConverterDispose,  // TECDisposeConverter: an error, though it is disposed of
+  ConverterDispose,  // TECDisposeConverter: an error, although the converter is disposed of
   BundleUrl,         // CFBundleCopyBundleURL: null
   AbsoluteUrl,       // CFURLCopyAbsoluteURL: null
   UrlPath,           // CFURLCopyFileSystemPath: null
   UrlBytes,          // CFURLGetFileSystemRepresentation: false
-  StringPointer,     // CFStringGetCStringPtr: null, so that the string is copied
+  StringPointer,     // CFStringGetCStringPtr: null, so the caller must copy the string
   StringCopy,        // CFStringGetCString: false
   Count
 };
@@ -32,11 +32,11 @@ const char* nameOf(Service service);
 
 // The k-th call from now on fails (k from 1), or it and every later one.
 void failPlatform(Service service, int k, bool forGood = false);
-// How many calls have failed since.
+// Number of calls that have failed since the last failPlatform() for the service.
 int platformFaults(Service service);
-// Text converters made and not disposed of.
+// Number of text converters created and not disposed of.
 int liveConverters();
 // Nothing fails from now on.
-void mendPlatform();
+void restorePlatform();
 
 }  // namespace faulty

@@ -70,10 +70,11 @@ constexpr auto kLanguages = std::to_array<Language>({
      "Ferja forlater øya om morgenen og kommer tilbake før natten. Vi bar kassene til låven."},
 });
 
-// What stands around words in these texts; in UTF-8.
+// The punctuation around words in these texts, in UTF-8.
 constexpr auto kPunctuation =
     std::to_array<std::string_view>({".", ",", ";", "?", "!", "'", "«", "»", "¿", "¡"});
 
+// Repeats until nothing changes, since a word may be enclosed by several marks.
 std::string_view withoutPunctuation(std::string_view token) {
   bool changed = true;
   while (std::exchange(changed, false)) {
@@ -91,7 +92,8 @@ std::string_view withoutPunctuation(std::string_view token) {
   return token;
 }
 
-// The character that `text` begins with, taken off it.
+// Removes the first character from `text` and returns it. Sequences of up to three bytes suffice
+// for these texts.
 char32_t takeCharacter(std::string_view& text) {
   const auto byte = [text](std::size_t i) {
     return i < text.size() ? static_cast<unsigned char>(text[i]) : 0U;
@@ -110,6 +112,7 @@ char32_t takeCharacter(std::string_view& text) {
   return character;
 }
 
+// ISO 8859-15 is ISO 8859-1 with eight other characters; the replaced ones become "?".
 char latin9Of(char32_t character) {
   static constexpr auto kMoved = std::to_array<std::pair<char32_t, unsigned char>>({{0x20AC, 0xA4},
                                                                                     {0x160, 0xA6},

@@ -1,18 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Oracle: text preparation, conversion and offset map once more, as slow and literal as they can be
-// written, for tests and fuzzers to hold the product's code against.
+// Oracle: a second implementation of text preparation, conversion and offset map, as simple and
+// literal as possible. Tests and fuzzers compare the product's results with its results.
 //
-// It shares no line, no table and no header with the product. Everything is done with values,
-// copies and scans from the front; where the described steps say "search", it searches. Nobody
-// should make it faster: a reader must see step for step what the behaviour is.
+// It shares no code, no table and no header with the product. It works with values, copies and
+// linear searches from the start. Do not make it faster: a reader must see the behaviour step by
+// step.
 //
-// Cost. conversion: quadratic in the number of commands and in the length of the text (cubic for
-// nested phoneme input, whose output is capped); offset map: quadratic in the number of records to
-// build, linear per query. A few kilobytes of text take milliseconds. It ends on every input.
+// Cost. Conversion: quadratic in the number of commands and in the length of the text (cubic for
+// nested phoneme input, whose output is limited). Offset map: quadratic in the number of records to
+// build, linear per query. A few kilobytes of text take milliseconds. It terminates on every input.
 //
 // Threads: no shared state; an object belongs to one thread at a time. No function depends on the
-// locale. Only memory exhaustion is thrown; every other failure is an Error in the result.
+// locale. Out of memory is the only exception; every other failure is an Error in the result.
 #pragma once
 
 #include <cstddef>
@@ -31,14 +31,13 @@ struct Settings {
   double volume = 100.0;     // percent
   double wpm = 180.0;        // words per minute
   long pitchBase = 0;        // MIDI note number
-  int pitchAssumedBase = 0;  // MIDI note number; left unset by the product's constructor
+  int pitchAssumedBase = 0;  // MIDI note number; the product's constructor leaves it unset
   long pitchRange = 0;       // whole units of pitch modulation
 };
 
 enum class Output { PlainText, Ssml };
 
-// OutOfRange stands for the standard range error of strings, the others for the converter's own
-// error type.
+// OutOfRange stands for std::out_of_range, the others for the converter's own error type.
 enum class Error { None, IndexOutOfRange, BadPhoneSequence, OutOfRange };
 
 // Values of Record::type.
@@ -59,11 +58,11 @@ class OffsetMap {
  public:
   void insert(std::uint32_t pos, std::int32_t amount, int type, bool insertedCode);
 
-  // Adds to the derived lists that are there; a map that has had clean() starts afresh.
+  // Appends to the existing derived lists; only clean() empties them.
   void buildFinalLists();
 
-  // What must be subtracted from a position in the converted text, modulo 2^32. Builds the derived
-  // lists first when records have come since they were built.
+  // The number to subtract from a position in the converted text, modulo 2^32. Builds the derived
+  // lists first if records have been inserted since they were built.
   std::uint32_t offset(std::uint32_t pos);
 
   void clean();
@@ -93,24 +92,25 @@ struct Result {
   std::vector<Record> appleRanges;  // derived from them
   std::vector<Record> ssmlRanges;   // derived from them
 
-  // For every byte of `converted`: where it came from in the text given to convert(), 0 … its
-  // length. A byte of inserted markup has the origin of the next byte that was copied, and the
-  // text's length when none follows. What is left of the settings prefix counts as 0, of the
-  // closing reset as the text's length.
+  // For every byte of `converted`: its position in the text passed to convert(), 0 … the length. A
+  // byte of inserted markup has the origin of the next copied byte, or the text's length if there
+  // is none. The origin of the settings prefix is 0, that of the closing reset is the text's
+  // length.
   std::vector<std::size_t> origins;
 };
 
-// No settings: no prefix is put in front of the text.
+// Converts `text`. Without settings the text has no prefix.
 Result convert(const std::string& text, const std::optional<Settings>& settings, Output output);
 
-// The map that convert() ends with, for queries; empty when it fails.
+// The offset map after convert(), for queries; empty if the conversion fails.
 OffsetMap offsetsOf(const std::string& text, const std::optional<Settings>& settings,
                     Output output);
 
-// The commands that stand for the settings.
+// The commands that express the settings.
 std::string settingsPrefix(const Settings& settings);
 
-// Mac OS Roman text with escapes, "OS 10" for "OS X", in ISO 8859-15. Reads up to the first NUL.
+// Prepares Mac OS Roman text up to the first NUL: escapes characters of markup, replaces "OS X" by
+// "OS 10", converts to ISO 8859-15.
 std::string prepare(const std::string& text);
 
 struct Phones {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The oracle's conversion: base text, passes, results.
+// The oracle's conversion: builds the base text, runs the passes, collects the results.
 #include "OraclePasses.h"
 
 namespace oracle {
@@ -14,6 +14,8 @@ struct Conversion {
   OffsetMap offsets;
 };
 
+// The base text is prefix, text and closing reset. The records of prefix and reset are inserted
+// before and after those of the tokens.
 Conversion run(const std::string& text, const std::optional<Settings>& settings, Output output) {
   const std::string prefix = settings ? settingsPrefix(*settings) : "";
   OffsetMap inherited;
@@ -31,7 +33,7 @@ Conversion run(const std::string& text, const std::optional<Settings>& settings,
   return result;
 }
 
-// Positions in the caller's text, from positions in the base text.
+// Converts positions in the base text to positions in the caller's text.
 std::vector<std::size_t> callerOrigins(const std::vector<Carried>& converted, std::size_t prefix,
                                        std::size_t length) {
   std::vector<std::size_t> origins;
@@ -63,7 +65,7 @@ std::string settingsPrefix(const Settings& settings) {
   if (rate > 0) prefix += "[[rate +" + numberText(rate) + "]]";
   if (rate < 0) prefix += "[[rate " + numberText(rate) + "]]";
 
-  // Rationale: the step is the same whatever the difference.
+  // Rationale: the step does not depend on the size of the difference.
   if (settings.pitchBase > settings.pitchAssumedBase) prefix += "[[pbas +0.0025]]";
   if (settings.pitchBase < settings.pitchAssumedBase) prefix += "[[pbas -0.0025]]";
   return prefix;

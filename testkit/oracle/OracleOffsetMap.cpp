@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The offset map, in unsigned and signed 32-bit arithmetic that wraps.
+// The oracle's offset map, in unsigned and signed 32-bit arithmetic that wraps.
 #include "Oracle.h"
 
 namespace oracle {
@@ -35,8 +35,8 @@ void OffsetMap::insert(std::uint32_t pos, std::int32_t amount, int type, bool in
     if (there.pos == added.pos) {
       slot = static_cast<int>(i);
     } else if (added.pos < there.pos) {
-      // Rationale: one place earlier than the first later record; at the very front that is -1
-      // again and the search goes on.
+      // Rationale: one slot before the first later record; for the first record that is -1 and the
+      // search continues.
       slot = static_cast<int>(i) - 1;
     }
   }
@@ -90,7 +90,7 @@ std::vector<Record> OffsetMap::gaps() const {
   list.push_back(Record{endOf(apple[apple.size() - 1]), -1});
 
   for (std::size_t k = 0; k < list.size(); ++k) {
-    // Rationale: the record that moves into the freed place is not looked at.
+    // Rationale: the record that moves into the freed slot is not examined.
     if (list[k].pos == 0 && list[k].amount == 0) {
       list.erase(list.begin() + static_cast<std::ptrdiff_t>(k));
     }
@@ -98,8 +98,8 @@ std::vector<Record> OffsetMap::gaps() const {
   return list;
 }
 
-// Where the stretch of SSML record number `record`, which belongs to Apple range `range`, starts in
-// the converted text.
+// The position in the converted text at which the SSML record number `record`, which belongs to
+// Apple range `range`, starts.
 std::uint32_t OffsetMap::convertedPosition(std::size_t record, std::size_t range,
                                            const std::vector<Record>& gapList) const {
   if (range == 0) return m_appleRanges[0].pos;
@@ -125,7 +125,7 @@ void OffsetMap::buildFinalLists() {
   for (const Record& record : m_offsets) {
     if (record.type == kAppleToken) addAppleRange(record);
   }
-  // Without an Apple range every SSML record lies behind the last one, so none gets a range.
+  // Without an Apple range every SSML record is after the last one, so none gets a range.
   if (m_appleRanges.empty()) return;
 
   const std::vector<Record> gapList = gaps();
@@ -161,7 +161,7 @@ std::uint32_t OffsetMap::offset(std::uint32_t pos) {
     correction += asUnsigned(range.amount);
   }
 
-  // Rationale: both "+ 1" belong to the arithmetic, boundary effects included.
+  // Rationale: both "+ 1" are part of the defined arithmetic, with their effects at boundaries.
   std::int32_t rest = asSigned(pos - correction + 1);
   if (!m_appleRanges.empty() && m_appleRanges[0].pos != 0) {
     rest = asSigned(asUnsigned(rest) - m_appleRanges[0].pos + 1);

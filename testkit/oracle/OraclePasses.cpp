@@ -21,7 +21,7 @@ Token ssmlToken(const std::string& ssml, int start) {
   return token;
 }
 
-// Where the last region of an on/off or prosody pass ends when no command follows.
+// Closes the last region of an on/off or prosody pass if no command follows.
 void closeAtEnd(TokenList& tokens, const std::string& closeTag) {
   tokens.insert(tokens.size() + 1, ssmlToken(closeTag, static_cast<int>(tokens.base().size())));
 }
@@ -31,6 +31,7 @@ struct WordEnd {
   int command;
 };
 
+// Skips the run of commands that begins at `index`; then finds the end of the first word after it.
 WordEnd endOfFirstWordAfter(const TokenList& tokens, int index) {
   const std::string text = tokens.base();
   int k = index;
@@ -39,8 +40,8 @@ WordEnd endOfFirstWordAfter(const TokenList& tokens, int index) {
   do {
     end = tokens.at(k).start + tokens.at(k).size;
     const int next = nextCommand(tokens, k + 1);
-    // When no command follows, `next` is the first token; it starts before `end`, so that the
-    // distance wraps to a large number and the run is over.
+    // If no command follows, `next` is the first token; it starts before `end`, so the distance
+    // wraps to a large number and the run ends.
     between = static_cast<std::uint32_t>(tokens.at(next).start) - static_cast<std::uint32_t>(end);
     k = next;
   } while (k < tokens.size() && between < 2);
@@ -51,7 +52,7 @@ WordEnd endOfFirstWordAfter(const TokenList& tokens, int index) {
     const std::size_t here = static_cast<std::size_t>(p);
     const bool blankFollows = here + 1 < text.size() && isBlank(text[here + 1]);
     if (!isBlank(text[here]) && blankFollows) return WordEnd{p + 1, k};
-    // Rationale: in front of a command the word loses its last character.
+    // Rationale: before a command the word loses its last character.
     if (text.substr(here + 1, 2) == "[[") return WordEnd{p, k};
     p = p + 1;
   }
@@ -65,7 +66,7 @@ void convertEmphasisTags(TokenList& tokens) {
       i = i + 1;
       continue;
     }
-    // Rationale: the search starts behind the token that follows, not behind the command itself.
+    // Rationale: the search starts after the next token, not after the command itself.
     const WordEnd word = endOfFirstWordAfter(tokens, i + 1);
     if (i > word.command) {
       i = i + 1;
@@ -77,6 +78,7 @@ void convertEmphasisTags(TokenList& tokens) {
   }
 }
 
+// A region ends at every command and is opened again after it, until the off command or a reset.
 void convertBinaryCommands(TokenList& tokens, Kind on, Kind off, const std::string& openTag,
                            const std::string& closeTag) {
   for (int i = 0; i < tokens.size(); i = i + 1) {
@@ -96,7 +98,7 @@ void convertBinaryCommands(TokenList& tokens, Kind on, Kind off, const std::stri
   }
 }
 
-// For every token of a kind, the markup that an argument gives, right behind it.
+// Inserts after every token of a kind the markup for its argument.
 void convertEvents(TokenList& tokens, Kind kind, std::string (*markup)(const std::string&)) {
   for (int i = 0; i < tokens.size(); i = i + 1) {
     if (tokens.at(i).kind == kind) insertAfter(tokens, i, markup(tokens.at(i).argument(0)));
@@ -112,7 +114,7 @@ std::string syncMarkup(const std::string& argument) {
   in.imbue(std::locale::classic());
   std::int32_t number = 0;
   in >> number;
-  // Rationale: the value travels in the upper half of the mark's number.
+  // Rationale: the value is in the upper half of the mark's number.
   number = static_cast<std::int32_t>(static_cast<std::uint32_t>(number) << 16);
   std::ostringstream out;
   out.imbue(std::locale::classic());
@@ -130,6 +132,7 @@ double midiToHz(double note) {
   return std::pow(1.05946309435, note - 60.0) * 261.625;
 }
 
+// As convertBinaryCommands, with a running value that relative arguments change.
 void convertProsodyTags(TokenList& tokens, Kind kind, const std::string& attribute,
                         const std::string& units, double (*convertUnits)(double),
                         double startValue) {
@@ -172,6 +175,7 @@ void convertProsodyTags(TokenList& tokens, Kind kind, const std::string& attribu
   }
 }
 
+// Extends a tune command over the text and markup up to the next command, if that command ends it.
 void ignoreTunePhonesTags(TokenList& tokens) {
   for (int i = 0; i < tokens.size(); i = i + 1) {
     if (tokens.at(i).kind != Kind::Tune) continue;
@@ -197,6 +201,7 @@ bool endsSkippedContext(Kind kind, Kind context) {
          kind == Kind::NormalContext || kind == Kind::Reset;
 }
 
+// Inserts a token without replacement that covers the skipped text.
 void ignoreContextTags(TokenList& tokens, Kind context) {
   const Kind skip = context == Kind::WordContext ? Kind::WordSkip : Kind::TextSkip;
   for (int i = 0; i < tokens.size(); i = i + 1) {
@@ -217,14 +222,14 @@ void ignoreContextTags(TokenList& tokens, Kind context) {
     ignored.ssml = "";
     ignored.hasSsml = true;
 
-    int place = 0;
-    for (int j = i; j <= beyond - 1 && place == 0; ++j) {
-      if (tokens.at(j).start > ignored.start) place = j;
+    int slot = 0;
+    for (int j = i; j <= beyond - 1 && slot == 0; ++j) {
+      if (tokens.at(j).start > ignored.start) slot = j;
     }
     const int handled = tokens.at(i).number;
-    tokens.insert(place, ignored);
-    // In a list out of order the new token can land in front of the command, which would then come
-    // round again; no pass handles the same command twice.
+    tokens.insert(slot, ignored);
+    // In an unordered list the new token can be inserted before the command. Skip the command then:
+    // no pass handles a command twice.
     if (tokens.at(i).number != handled) i = i + 1;
   }
 }
@@ -261,6 +266,7 @@ void insertAfter(TokenList& tokens, int index, const std::string& ssml) {
   tokens.insert(index + 1, ssmlToken(ssml, tokens.at(index).start + tokens.at(index).size));
 }
 
+// The order is fixed: it decides how elements nest.
 void runPasses(TokenList& tokens, const Settings& settings) {
   convertEmphasisTags(tokens);
   convertBinaryCommands(tokens, Kind::CharSpellout, Kind::CharNormal, "<say-as type='spell-out'>",

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The oracle's conversion passes over a token list. All throw Failure.
+// The oracle's conversion passes over a token list. All functions may throw Failure.
 #pragma once
 
 #include <cstddef>
@@ -10,26 +10,27 @@
 
 namespace oracle {
 
-// All phones that one text may put into its output, in bytes.
+// Limit of the phones in the output for one text, in bytes.
 constexpr std::size_t kPhonesLimit = std::size_t{16} * 1024 * 1024;
 
-// A number as a text stream in its default state writes it and reads it. What does not read as a
-// number is 0.
+// Write and read a number as a standard stream does in its default state. Text that is not a number
+// reads as 0.
 std::string numberText(double value);
 double readNumber(const std::string& text);
 
-// All passes in their fixed order.
+// Runs all passes in their fixed order.
 void runPasses(TokenList& tokens, const Settings& settings);
 
-// The last of them.
+// The last pass.
 void convertPhoneTags(TokenList& tokens);
 
-// nextCommand()'s answer when no command follows. No command can follow at index 0.
+// nextCommand() returns this if no command follows; index 0 never follows another one.
 constexpr int kNoCommand = 0;
 
-// The first index from `from` on whose kind is not Unknown.
+// The first index not less than `from` whose kind is not Unknown.
 int nextCommand(const TokenList& tokens, int from);
 
+// Insert markup before or after the token at `index`.
 void insertBefore(TokenList& tokens, int index, const std::string& ssml);
 void insertAfter(TokenList& tokens, int index, const std::string& ssml);
 

@@ -40,6 +40,7 @@ const PhoneRow* findPhone(const std::string& symbol) {
   return nullptr;
 }
 
+// Translates the symbols from `start` to `end`. A symbol that begins there may extend past `end`.
 std::string translatePhones(const std::string& text, std::uint32_t start, std::uint32_t end) {
   if (start > end) return "";
 
@@ -64,7 +65,7 @@ std::string translatePhones(const std::string& text, std::uint32_t start, std::u
       std::string phone = found->phone;
       if (found->isVowel) phone += stressNextPhone ? "1" : "0";
       phones.push_back(phone);
-      // A mark stays pending until a vowel takes it.
+      // A stress mark applies to the next vowel.
       if (found->isVowel) stressNextPhone = false;
       next = pos + length;
     }
@@ -81,7 +82,7 @@ std::string translatePhones(const std::string& text, std::uint32_t start, std::u
   return joined;
 }
 
-// Takes the commands inside every phoneme element out of the list.
+// Removes the commands inside every phoneme element from the list.
 void removeCommandsInsidePhonemes(TokenList& tokens) {
   for (int j = 0; j < tokens.size(); j = j + 1) {
     if (tokens.at(j).kind != Kind::Phonemes) continue;
@@ -99,7 +100,7 @@ void removeCommandsInsidePhonemes(TokenList& tokens) {
 }  // namespace
 
 void convertPhoneTags(TokenList& tokens) {
-  // Rationale: never cleared, so that a region's phones begin with those of the regions before it.
+  // Rationale: never cleared, so a region's phones begin with those of all earlier regions.
   std::string phonemes;
   std::size_t written = 0;
   for (int i = 0; i < tokens.size(); i = i + 1) {

@@ -20,8 +20,8 @@ struct PlainForm {
   std::string text;  // in ISO 8859-15
 };
 
-// The bytes of Mac OS Roman that ISO 8859-15 has no character for, as people type or read them; a
-// mark that nobody reads aloud is a blank. None needs an escape of its own.
+// The bytes of Mac OS Roman whose characters ISO 8859-15 lacks, with the text that people type or
+// read instead; a character that is not read aloud becomes a blank. No text needs an escape.
 const std::vector<PlainForm>& plainForms() {
   static const std::vector<PlainForm> forms = {
       {0xA0, " "},               // dagger
@@ -75,7 +75,7 @@ const std::vector<PlainForm>& plainForms() {
   return forms;
 }
 
-// ISO 8859-15 for the bytes of Mac OS Roman from 0x80 on; 0 where plainForms() has the byte.
+// ISO 8859-15 for the bytes of Mac OS Roman from 0x80 on; 0 for the bytes in plainForms().
 constexpr unsigned char kExact[128] = {
     0xC4, 0xC5, 0xC7, 0xC9, 0xD1, 0xD6, 0xDC, 0xE1,  // 80
     0xE0, 0xE2, 0xE4, 0xE3, 0xE5, 0xE7, 0xE9, 0xE8,  // 88

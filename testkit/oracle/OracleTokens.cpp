@@ -9,7 +9,7 @@ bool isOneOf(char byte, const std::string& set) {
   return set.find(byte) != std::string::npos;
 }
 
-std::string lowered(const std::string& word) {
+std::string toLower(const std::string& word) {
   std::string result;
   for (char byte : word) {
     const bool upper = byte >= 'A' && byte <= 'Z';
@@ -18,7 +18,7 @@ std::string lowered(const std::string& word) {
   return result;
 }
 
-std::string stripped(const std::string& word) {
+std::string strip(const std::string& word) {
   std::string rest = word;
   while (!rest.empty() && isOneOf(rest.front(), "[];")) rest = rest.substr(1);
   while (!rest.empty() && isOneOf(rest.back(), "[];")) rest = rest.substr(0, rest.size() - 1);
@@ -31,7 +31,7 @@ std::vector<std::string> splitCommand(const std::string& command) {
   std::vector<std::string> raw;
   std::string word;
   for (char byte : command) {
-    // A command's words end at a NUL, as a C string does.
+    // A NUL ends the words of a command, as it ends a C string.
     if (byte == '\0') break;
     if (isOneOf(byte, " \t\r\n")) {
       raw.push_back(word);
@@ -48,7 +48,7 @@ std::vector<std::string> splitCommand(const std::string& command) {
 
   std::vector<std::string> words;
   for (const std::string& each : raw) {
-    const std::string rest = stripped(each);
+    const std::string rest = strip(each);
     if (!rest.empty()) words.push_back(rest);
   }
   return words;
@@ -57,9 +57,9 @@ std::vector<std::string> splitCommand(const std::string& command) {
 Kind classify(const std::vector<std::string>& words) {
   const std::string command = words.empty() ? "" : words[0];
   const std::string argument = words.size() > 1 ? words[1] : "";
-  const std::string anyCase = lowered(argument);
+  const std::string anyCase = toLower(argument);
 
-  // Rationale: the arguments of "char" must be upper case, those of the others may be any case.
+  // Rationale: the arguments of "char" must be upper case; those of other commands may be any case.
   if (command == "char" && argument == "LTRL") return Kind::CharSpellout;
   if (command == "char" && argument == "NORM") return Kind::CharNormal;
   if (command == "cmnt") return Kind::Comment;
@@ -92,6 +92,7 @@ std::string Token::argument(std::size_t index) const {
   return index + 1 < words.size() ? words[index + 1] : "";
 }
 
+// Splits the text at "[[", at ";" inside a command, and at "]]".
 void TokenList::create(const std::string& text, const OffsetMap& inherited) {
   m_base = text;
   m_inherited = inherited;
@@ -106,7 +107,7 @@ void TokenList::create(const std::string& text, const OffsetMap& inherited) {
       std::string piece;
       if (semicolon == std::string::npos || end <= semicolon) {
         last = true;
-        // A command that nobody closes takes the rest of the text.
+        // A command that is never closed extends to the end of the text.
         piece = end == std::string::npos ? m_base.substr(pos) : m_base.substr(pos, end - pos + 2);
       } else {
         piece = m_base.substr(pos, semicolon - pos);
@@ -146,6 +147,8 @@ void TokenList::remove(int index) {
   m_tokens.erase(m_tokens.begin() + index);
 }
 
+// The list must stay ordered by start position as far as the neighbours show; an index that is too
+// small for the token's position is raised.
 void TokenList::insert(int index, const Token& token) {
   int before = 0;
   for (const Token& each : m_tokens) {
@@ -157,8 +160,8 @@ void TokenList::insert(int index, const Token& token) {
   if (index != 0 && !appends && token.start < at(index - 1).start) {
     throw Failure{Error::IndexOutOfRange};
   }
-  // Rationale: appending takes the index one past the size, since the passes put their tokens in
-  // front of existing ones only.
+  // Rationale: appending needs the index size() + 1, since the passes insert their tokens only
+  // before existing ones.
   if (appends) {
     m_tokens.push_back(token);
     return;
@@ -167,6 +170,7 @@ void TokenList::insert(int index, const Token& token) {
   m_tokens.insert(m_tokens.begin() + index, token);
 }
 
+// Replaces from the last token to the first, so that earlier positions stay valid.
 std::vector<Carried> TokenList::converted() const {
   std::vector<Carried> text;
   for (std::size_t i = 0; i < m_base.size(); ++i) {
@@ -175,7 +179,7 @@ std::vector<Carried> TokenList::converted() const {
 
   for (int i = size() - 1; i >= 0; --i) {
     const Token token = at(i);
-    // A negative start or size is a huge one for the string, as everywhere in the standard library.
+    // A negative start or size becomes a huge one for the string, as in the standard library.
     const std::size_t start = static_cast<std::size_t>(token.start);
     std::size_t count = static_cast<std::size_t>(token.size);
     if (start > text.size()) throw Failure{Error::OutOfRange};

@@ -2,8 +2,8 @@
 //
 // The oracle's tokens and token list: plain values, copied in and out.
 //
-// Failures inside the oracle travel as the exception Failure; convert() and convertPhones() turn it
-// into their result.
+// Failures inside the oracle are exceptions of type Failure; convert() and convertPhones() catch
+// them and return an Error.
 #pragma once
 
 #include <cstdint>
@@ -48,11 +48,11 @@ enum class Kind : int {
   Unknown = 25
 };
 
-// The words of one command: "+" and "-" are words of their own, "[", ";" and "]" are stripped from
-// both ends of a word, and a word of which nothing is left is dropped.
+// The words of one command: "+" and "-" are separate words; "[", ";" and "]" are stripped from both
+// ends of a word; a word that is then empty is dropped.
 std::vector<std::string> splitCommand(const std::string& command);
 
-// Of the words of one command.
+// The kind of a command, from its words.
 Kind classify(const std::vector<std::string>& words);
 
 struct Token {
@@ -61,19 +61,19 @@ struct Token {
   int size = 0;  // bytes of the base text that the token covers
   Kind kind = Kind::Unknown;
 
-  // What replaces it.
+  // The replacement.
   std::string ssml;
   bool hasSsml = false;
 
-  int start = -1;   // in the base text
-  int number = -1;  // of the command in the text, from 0
+  int start = -1;   // position in the base text
+  int number = -1;  // index of the command in the text, from 0
 
-  // Argument number `index`, from 0; empty when there is none.
+  // Argument number `index`, from 0; empty if the command has fewer.
   std::string argument(std::size_t index) const;
 };
 
-// A byte of the converted text with the position in the base text it was copied from, or -1 when it
-// belongs to inserted markup.
+// A byte of the converted text with its position in the base text, or -1 for a byte of inserted
+// markup.
 struct Carried {
   char byte;
   std::int64_t origin;
@@ -81,6 +81,7 @@ struct Carried {
 
 class TokenList {
  public:
+  // Reads all commands of `text`, the base text. `inherited` holds records made before.
   void create(const std::string& text, const OffsetMap& inherited);
 
   int size() const { return static_cast<int>(m_tokens.size()); }
@@ -91,10 +92,10 @@ class TokenList {
   void replace(int index, const Token& token);
   void remove(int index);
 
-  // An index one past the size appends; one equal to the size is refused.
+  // An index of size() + 1 appends; an index of size() is rejected.
   void insert(int index, const Token& token);
 
-  // Throws Failure{OutOfRange} when an entry starts behind the end of the text.
+  // Throws Failure{OutOfRange} if an entry starts after the end of the text.
   std::vector<Carried> converted() const;
 
   OffsetMap offsets() const;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Stopping and pausing at places, in a file and where there is sound output: on a device, or
-// against the clock, as the program that this is part of is set up.
+// Tests of stopping and pausing at word and sentence boundaries, with output to a file and to
+// sound: a device or the clock, depending on the program that these tests are compiled into.
 #include <array>
 #include <string>
 #include <vector>
@@ -21,10 +21,10 @@ namespace {
 using Texts = std::vector<std::string>;
 
 constexpr const char* kText = "One two three. Four five.";
-// The same words, somewhat faster: tests against the clock take as long as the speech does.
+// The same words, faster: tests with sound output take as long as the speech.
 constexpr const char* kFast = "<prosody rate=\"220\">One two three. Four five.</prosody>";
 
-class PortPlaces : public testing::TestWithParam<bool> {
+class PortBoundaries : public testing::TestWithParam<bool> {
  protected:
   std::string output() const { return GetParam() ? m_folder.path("out.aiff") : std::string(); }
   static const char* text() { return GetParam() ? kText : kFast; }
@@ -39,7 +39,8 @@ void atWord(Speaker& speaker, const std::string& word, std::function<void()> act
   };
 }
 
-// Lets time pass in which another port could speak a text: whatever goes on goes on meanwhile.
+// Takes the time that another port needs for three texts: a paused job that continues by mistake
+// sends events meanwhile.
 void letOthersWork(const Folder& folder) {
   Speaker other(folder.path("other.aiff"));
   for (int job = 0; job < 3; ++job) other.speakAll(test::kProse);
@@ -47,12 +48,12 @@ void letOthersWork(const Folder& folder) {
 
 }  // namespace
 
-INSTANTIATE_TEST_SUITE_P(Output, PortPlaces, testing::Bool(),
+INSTANTIATE_TEST_SUITE_P(Output, PortBoundaries, testing::Bool(),
                          [](const testing::TestParamInfo<bool>& output) {
                            return output.param ? "File" : KAVREL_SOUND_OUTPUT;
                          });
 
-TEST_P(PortPlaces, StopAtOnceSendsNothingButEnd) {
+TEST_P(PortBoundaries, StopAtOnceSendsNothingButEnd) {
   Speaker speaker(output());
   atWord(speaker, "two", [&] { kavrel_port_stop(speaker.port(), nullptr, KAVREL_EVENT_NOW); });
   const std::vector<Event> events = speaker.speakAll(text());
@@ -63,7 +64,7 @@ TEST_P(PortPlaces, StopAtOnceSendsNothingButEnd) {
   EXPECT_EQ(last.start, events[events.size() - 2].start);
 }
 
-TEST_P(PortPlaces, StopAtAWordSpeaksTheCurrentWordAndNoMore) {
+TEST_P(PortBoundaries, StopAtAWordSpeaksTheCurrentWordAndNoMore) {
   Speaker speaker(output());
   atWord(speaker, "two", [&] { kavrel_port_stop(speaker.port(), nullptr, KAVREL_EVENT_WORD); });
   const std::vector<Event> events = speaker.speakAll(text());
@@ -75,7 +76,7 @@ TEST_P(PortPlaces, StopAtAWordSpeaksTheCurrentWordAndNoMore) {
   EXPECT_EQ(events.back(), (Event{KAVREL_EVENT_END, word.start + word.length, 0, ""}));
 }
 
-TEST_P(PortPlaces, StopAtASentenceSpeaksTheCurrentSentenceAndNoMore) {
+TEST_P(PortBoundaries, StopAtASentenceSpeaksTheCurrentSentenceAndNoMore) {
   Speaker speaker(output());
   atWord(speaker, "two", [&] { kavrel_port_stop(speaker.port(), nullptr, KAVREL_EVENT_SENTENCE); });
   const std::vector<Event> events = speaker.speakAll(text());
@@ -84,7 +85,7 @@ TEST_P(PortPlaces, StopAtASentenceSpeaksTheCurrentSentenceAndNoMore) {
   EXPECT_EQ(ofType(events, KAVREL_EVENT_END).size(), 1u);
 }
 
-TEST_P(PortPlaces, StopAtTheLastWordSpeaksToTheEnd) {
+TEST_P(PortBoundaries, StopAtTheLastWordSpeaksToTheEnd) {
   Speaker speaker(output());
   atWord(speaker, "five", [&] { kavrel_port_stop(speaker.port(), nullptr, KAVREL_EVENT_WORD); });
   const std::vector<Event> events = speaker.speakAll(text());
@@ -92,7 +93,7 @@ TEST_P(PortPlaces, StopAtTheLastWordSpeaksToTheEnd) {
   EXPECT_EQ(ofType(events, KAVREL_EVENT_END).size(), 1u);
 }
 
-TEST_P(PortPlaces, StopAtOnceOvertakesAStopAtASentence) {
+TEST_P(PortBoundaries, StopAtOnceOverridesAPendingStop) {
   Speaker speaker(output());
   atWord(speaker, "two", [&] {
     kavrel_port_stop(speaker.port(), nullptr, KAVREL_EVENT_SENTENCE);
@@ -102,7 +103,7 @@ TEST_P(PortPlaces, StopAtOnceOvertakesAStopAtASentence) {
   EXPECT_EQ(texts(ofType(speaker.speakAll(text()), KAVREL_EVENT_WORD)), (Texts{"One", "two"}));
 }
 
-TEST_P(PortPlaces, PauseHoldsTheJobUntilItIsResumed) {
+TEST_P(PortBoundaries, PauseHoldsTheJobUntilItIsResumed) {
   Speaker speaker(output());
   atWord(speaker, "two", [&] {
     EXPECT_EQ(kavrel_port_pause(speaker.port(), nullptr, KAVREL_EVENT_NOW), KAVREL_SUCCESS);
@@ -118,7 +119,7 @@ TEST_P(PortPlaces, PauseHoldsTheJobUntilItIsResumed) {
   EXPECT_EQ(speaker.events(), straight.speakAll(text()));
 }
 
-TEST_P(PortPlaces, PauseAtAWordHoldsBeforeTheNextWord) {
+TEST_P(PortBoundaries, PauseAtAWordHoldsBeforeTheNextWord) {
   Speaker speaker(output());
   atWord(speaker, "two", [&] { kavrel_port_pause(speaker.port(), nullptr, KAVREL_EVENT_WORD); });
   ASSERT_EQ(speaker.speak(text()), KAVREL_SUCCESS);
@@ -132,7 +133,7 @@ TEST_P(PortPlaces, PauseAtAWordHoldsBeforeTheNextWord) {
   EXPECT_EQ(speaker.events(), straight.speakAll(text()));
 }
 
-TEST_P(PortPlaces, PauseAtASentenceHoldsBeforeTheNextSentence) {
+TEST_P(PortBoundaries, PauseAtASentenceHoldsBeforeTheNextSentence) {
   Speaker speaker(output(), KAVREL_EVENT_WORD | KAVREL_EVENT_SENTENCE | KAVREL_EVENT_END);
   atWord(speaker, "three",
          [&] { kavrel_port_pause(speaker.port(), nullptr, KAVREL_EVENT_SENTENCE); });
@@ -146,7 +147,7 @@ TEST_P(PortPlaces, PauseAtASentenceHoldsBeforeTheNextSentence) {
   EXPECT_EQ(speaker.events(KAVREL_EVENT_END).size(), 1u);
 }
 
-TEST_P(PortPlaces, PauseThatWaitsForItsPlaceIsCalledOffByTheNext) {
+TEST_P(PortBoundaries, PendingPauseIsCancelledByTheNext) {
   Speaker speaker(output(), KAVREL_EVENT_WORD);
   atWord(speaker, "two", [&] {
     kavrel_port_pause(speaker.port(), nullptr, KAVREL_EVENT_SENTENCE);
@@ -155,7 +156,7 @@ TEST_P(PortPlaces, PauseThatWaitsForItsPlaceIsCalledOffByTheNext) {
   EXPECT_EQ(speaker.speakAll(text()).size(), 5u);
 }
 
-TEST_P(PortPlaces, PauseBeforeTheFirstSampleHoldsEverything) {
+TEST_P(PortBoundaries, PauseBeforeTheFirstSampleHoldsEverything) {
   Speaker speaker(output());
   speaker.onEvent = [&](const Event& event) {
     if (event.type != KAVREL_EVENT_START) return;
@@ -170,7 +171,7 @@ TEST_P(PortPlaces, PauseBeforeTheFirstSampleHoldsEverything) {
   EXPECT_EQ(speaker.events(KAVREL_EVENT_WORD).size(), 5u);
 }
 
-TEST_P(PortPlaces, PauseInTheLastWordHoldsTheEnd) {
+TEST_P(PortBoundaries, PauseInTheLastWordHoldsTheEnd) {
   Speaker speaker(output(), KAVREL_EVENT_WORD | KAVREL_EVENT_END);
   atWord(speaker, "five", [&] { kavrel_port_pause(speaker.port(), nullptr, KAVREL_EVENT_WORD); });
   ASSERT_EQ(speaker.speak(text()), KAVREL_SUCCESS);
@@ -182,7 +183,7 @@ TEST_P(PortPlaces, PauseInTheLastWordHoldsTheEnd) {
   EXPECT_EQ(speaker.events(KAVREL_EVENT_END).size(), 1u);
 }
 
-TEST_P(PortPlaces, StopEndsAPausedJobWhereItStands) {
+TEST_P(PortBoundaries, StopEndsAPausedJobAtItsPosition) {
   Speaker speaker(output(), KAVREL_EVENT_WORD | KAVREL_EVENT_END);
   atWord(speaker, "two", [&] { kavrel_port_pause(speaker.port(), nullptr, KAVREL_EVENT_NOW); });
   ASSERT_EQ(speaker.speak(text()), KAVREL_SUCCESS);
@@ -192,13 +193,13 @@ TEST_P(PortPlaces, StopEndsAPausedJobWhereItStands) {
   EXPECT_EQ(texts(speaker.events(KAVREL_EVENT_WORD)), (Texts{"One", "two"}));
 }
 
-// Each state that a job can be stopped in, by what is asked of it before; and each place.
-TEST_P(PortPlaces, EndComesOnceWhereverAJobIsStopped) {
+// Every state in which a job can be stopped, with every boundary.
+TEST_P(PortBoundaries, EndIsSentOnceWhereverAJobIsStopped) {
   constexpr kavrel_event_t kNotPaused = KAVREL_EVENT_NONE;
-  constexpr std::array kPlaces{KAVREL_EVENT_NOW, KAVREL_EVENT_WORD, KAVREL_EVENT_SENTENCE};
+  constexpr std::array kBoundaries{KAVREL_EVENT_NOW, KAVREL_EVENT_WORD, KAVREL_EVENT_SENTENCE};
   for (const kavrel_event_t pause :
        {kNotPaused, KAVREL_EVENT_NOW, KAVREL_EVENT_WORD, KAVREL_EVENT_SENTENCE}) {
-    for (const kavrel_event_t stop : kPlaces) {
+    for (const kavrel_event_t stop : kBoundaries) {
       SCOPED_TRACE(testing::Message() << "pause " << pause << ", stop " << stop);
       Speaker speaker(output(), KAVREL_EVENT_WORD | KAVREL_EVENT_END);
       atWord(speaker, "One", [&] {
@@ -206,7 +207,7 @@ TEST_P(PortPlaces, EndComesOnceWhereverAJobIsStopped) {
         kavrel_port_stop(speaker.port(), nullptr, stop);
       });
       const Texts words = texts(speaker.speakAll(text()));
-      // A stop overtakes a pause that waits, and ends a paused job where it stands.
+      // A stop overrides a pending pause, and ends a paused job at its position.
       const bool atOnce = stop == KAVREL_EVENT_NOW || pause == KAVREL_EVENT_NOW;
       const bool wholeSentence = !atOnce && stop == KAVREL_EVENT_SENTENCE;
       EXPECT_EQ(words, wholeSentence ? (Texts{"One", "two", "three", ""}) : (Texts{"One", ""}));
@@ -217,7 +218,7 @@ TEST_P(PortPlaces, EndComesOnceWhereverAJobIsStopped) {
   }
 }
 
-TEST_P(PortPlaces, EventsAtOnceComeInTheSameOrder) {
+TEST_P(PortBoundaries, ImmediateEventsHaveTheSameOrder) {
   Speaker speaker(output());
   kavrel_params* const params = kavrel_params_new(nullptr);
   kavrel_params_set_val(params, KAVREL_KEY_EVENTS_IMMEDIATE, kavrel_val_int(1));
@@ -232,7 +233,7 @@ TEST_P(PortPlaces, EventsAtOnceComeInTheSameOrder) {
   EXPECT_EQ(speaker.events(), straight.speakAll(spoken));
 }
 
-TEST(PortPlacesInFiles, StopAtAWordEndsTheFileBeforeTheNextWord) {
+TEST(PortBoundariesInFiles, StopAtAWordEndsTheFileBeforeTheNextWord) {
   const Folder folder;
   Speaker whole(folder.path("whole.aiff"), KAVREL_EVENT_WORD);
   whole.speakAll("One two three.");
@@ -245,7 +246,7 @@ TEST(PortPlacesInFiles, StopAtAWordEndsTheFileBeforeTheNextWord) {
   EXPECT_LT(cutSize, wholeSize * 2 / 3);
 }
 
-TEST(PortPlacesInFiles, APauseLeavesNoTraceInTheFile) {
+TEST(PortBoundariesInFiles, APauseLeavesNoTraceInTheFile) {
   const Folder folder;
   Speaker straight(folder.path("straight.aiff"));
   straight.speakAll(kText);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Jobs of one port one after the other, of several ports at once; handles, waits and closing.
+// Tests of the job queue of a port and of several ports at once: order, handles, waits, closing.
 #include <atomic>
 #include <chrono>
 #include <cstdlib>
@@ -37,7 +37,7 @@ TEST(PortQueue, StartsAJobWhenTheOneBeforeHasEnded) {
   EXPECT_EQ(texts(speaker.events(KAVREL_EVENT_WORD)), (std::vector<std::string>{"One", "Two"}));
 }
 
-TEST(PortQueue, TakesAJobThatACallbackStarts) {
+TEST(PortQueue, AcceptsAJobThatACallbackStarts) {
   const Folder folder;
   Speaker speaker(folder.path("out.aiff"), KAVREL_EVENT_END);
   kavrel_background_t next = nullptr;
@@ -74,7 +74,7 @@ TEST(PortQueue, SendsEndToAJobThatIsStoppedBeforeItBegins) {
   EXPECT_EQ(events[2], (Event{KAVREL_EVENT_END, 0, 0, ""}));
 }
 
-TEST(PortQueue, AnswersForAJobThatIsOver) {
+TEST(PortQueue, ReturnsAtOnceForAJobThatIsOver) {
   const Folder folder;
   Speaker speaker(folder.path("out.aiff"));
   speaker.speakAll("One.");
@@ -109,16 +109,16 @@ TEST(PortQueue, StopsAllJobsForANullHandle) {
   EXPECT_LT(speaker.events(KAVREL_EVENT_WORD).size(), 10u);
 }
 
-TEST(PortQueue, AnswersAWaitInTheOwnCallbackAtOnce) {
+TEST(PortQueue, ReturnsAtOnceFromAWaitInItsOwnCallback) {
   const Folder folder;
   Speaker speaker(folder.path("out.aiff"), KAVREL_EVENT_WORD | KAVREL_EVENT_END);
-  std::vector<kavrel_result_t> answers;
+  std::vector<kavrel_result_t> results;
   speaker.onEvent = [&](const Event&) {
-    answers.push_back(kavrel_port_wait(speaker.port(), nullptr));
-    answers.push_back(kavrel_port_wait(speaker.port(), speaker.job()));
+    results.push_back(kavrel_port_wait(speaker.port(), nullptr));
+    results.push_back(kavrel_port_wait(speaker.port(), speaker.job()));
   };
   speaker.speakAll("One.");
-  EXPECT_EQ(answers, std::vector<kavrel_result_t>(4, KAVREL_ENGINE_INUSE));
+  EXPECT_EQ(results, std::vector<kavrel_result_t>(4, KAVREL_ENGINE_INUSE));
 }
 
 TEST(PortQueue, WaitsForAnotherPortInACallback) {
@@ -148,9 +148,9 @@ TEST(PortQueue, GivesUpAWaitForACallbackThatHangs) {
   EXPECT_EQ(kavrel_port_wait(speaker.port(), speaker.job()), KAVREL_SUCCESS);
 }
 
-TEST(PortQueue, ClosesFromTheOwnCallbackAndStillSendsEnd) {
+TEST(PortQueue, ClosesFromItsOwnCallbackAndStillSendsEnd) {
   const Folder folder;
-  // The callback of END is the last to use them.
+  // The callback of END is the last one to use these objects.
   std::promise<void> ended;
   Speaker speaker(folder.path("out.aiff"), KAVREL_EVENT_WORD | KAVREL_EVENT_END);
   speaker.onEvent = [&](const Event& event) {
@@ -173,7 +173,7 @@ TEST(PortQueue, ClosesWhileAJobSpeaks) {
   EXPECT_EQ(speaker.events(KAVREL_EVENT_END).size(), 1u);
 }
 
-TEST(PortQueue, LeavesNoThreadBehindAfterTwoHundredJobs) {
+TEST(PortQueue, LeavesNoThreadAfterTwoHundredJobs) {
   const std::size_t threads = test::threadsWithSynthesiser();
   const Folder folder;
   Speaker speaker(folder.path("out.aiff"), KAVREL_EVENT_END);
@@ -202,7 +202,7 @@ TEST(PortQueue, SpeaksOnTwoPortsAtOnceAsOnOne) {
   }
 }
 
-TEST(PortQueue, SpeaksOnBehindMoreMarksThanItKeeps) {
+TEST(PortQueue, SpeaksOnAfterMoreMarksThanItKeeps) {
   std::string marks;
   for (int i = 0; i < 10'000; ++i) marks += "<mark name=\"m\"/>";
   Speaker speaker;

@@ -23,7 +23,8 @@
 namespace program {
 namespace {
 
-// A descriptor to read the text from.
+// A descriptor from which `text` can be read. A file instead of a pipe, since a program that does
+// not read its input would otherwise block the test.
 int fileWith(const std::string& text) {
   const int file = memfd_create("input", MFD_CLOEXEC);
   if (file < 0 || write(file, text.data(), text.size()) != static_cast<ssize_t>(text.size()) ||
@@ -44,6 +45,7 @@ struct Pipe {
   }
 };
 
+// Runs in the child after fork. The program is killed if the test's process dies.
 [[noreturn]] void becomeProgram(const std::string& program,
                                 const std::vector<std::string>& arguments, int in, int out,
                                 int err) {
@@ -112,6 +114,7 @@ void Running::closeItsOutput() {
   close(std::exchange(m_out, -1));
 }
 
+// Reads both outputs at the same time: the program blocks if one pipe is full.
 Result Running::finish() {
   while (m_out >= 0 || m_err >= 0) {
     pollfd files[] = {{m_out, POLLIN, 0}, {m_err, POLLIN, 0}};
@@ -126,7 +129,7 @@ Result Running::finish() {
   return m_result;
 }
 
-// False, and the file closed, at its end.
+// Appends some bytes to `text`; at the end of the file closes it and returns false.
 bool Running::readSome(int& file, std::string& text) {
   char bytes[4096];
   const ssize_t count = read(file, bytes, sizeof bytes);
@@ -180,7 +183,7 @@ double secondsIn(const std::string& path) {
   if (number(4) + 8 != bytes.size()) return -1;
   const std::size_t common = bytes.find("COMM");
   if (common == std::string::npos) return -1;
-  // The rate is a number with 15 bits of exponent and 64 bits of mantissa.
+  // The rate is an 80-bit extended float: 15 bits of exponent, 64 bits of mantissa.
   const std::size_t rate = common + 16;
   const int exponent = static_cast<int>(number(rate) >> 16U & 0x7FFFU) - 16383;
   const double mantissa = number(rate + 2) / std::exp2(31);

@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Program: kavrel-say, or another program, run as a user runs it, with everything that it wrote. A
-// program that does not end dies with the test, which the test's own limit ends.
+// Program: runs kavrel-say or another program as a user does and collects its output. A program
+// that hangs is killed together with the test when the test's time limit is reached.
+//
+// Threads: an object belongs to one thread at a time. Functions throw std::runtime_error if the
+// system provides no file, pipe or process.
 #pragma once
 
 #include <string>
@@ -14,7 +17,7 @@ namespace program {
 
 struct Result {
   int status = -1;  // the exit status
-  int signal = 0;   // what ended it instead; 0 for none
+  int signal = 0;   // the signal that ended the process; 0: none
   std::string out;
   std::string err;
 };
@@ -26,27 +29,27 @@ Result say(const std::vector<std::string>& arguments, const std::string& input =
 Result run(const std::string& program, const std::vector<std::string>& arguments,
            const std::string& input = {});
 
-// A program still running.
+// A running program. The destructor kills it if finish() was not called.
 class Running {
  public:
-  // kavrel-say. `standardOutput` is a descriptor that the program writes to, or -1 for one of our
-  // own.
+  // Starts kavrel-say. `standardOutput` is the descriptor for its standard output, or -1 for a pipe
+  // that this object reads.
   explicit Running(const std::vector<std::string>& arguments, const std::string& input = {},
                    int standardOutput = -1);
-  // The program at that path.
+  // Starts the program at that path.
   Running(const std::string& program, const std::vector<std::string>& arguments,
           const std::string& input, int standardOutput);
   ~Running();
   Running(const Running&) = delete;
   Running& operator=(const Running&) = delete;
 
-  // Returns when the program has written that much text; what it has written.
+  // Reads standard output until it contains `text` or ends; returns all output so far.
   std::string readUntil(const std::string& text);
 
   void sendSignal(int signal) const;
   void closeItsOutput();
 
-  // Reads on until the program ends.
+  // Reads the rest of the output and waits until the process exits.
   Result finish();
 
  private:
@@ -58,10 +61,10 @@ class Running {
   Result m_result;
 };
 
-// The events among the lines of `out`; every line must be one.
+// The events in `out`, one JSON object per line; throws for any other line.
 std::vector<nlohmann::json> eventsOf(const std::string& out);
 
-// The values under `key` of the events of that kind.
+// The values under `key` of the events of kind `kind`.
 template <typename Value>
 std::vector<Value> valuesOf(const std::vector<nlohmann::json>& events, const char* kind,
                             const char* key) {
@@ -72,7 +75,7 @@ std::vector<Value> valuesOf(const std::vector<nlohmann::json>& events, const cha
   return values;
 }
 
-// A folder for one test, gone after it.
+// A temporary folder, removed by the destructor.
 class Folder {
  public:
   Folder();
@@ -89,8 +92,8 @@ class Folder {
 
 std::string contentsOf(const std::string& path);
 
-// Seconds of sound in an AIFF file as its head says; below 0 for a file that is none, or whose
-// length is not what its head says.
+// Duration of an AIFF file in seconds, from its header; negative for a file that is not AIFF or
+// whose size does not match its header.
 double secondsIn(const std::string& path);
 
 }  // namespace program

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The recorder, the player, and the control interface over them.
+// The recorder of calls, the player of events, and the control interface (ScriptedEngine.h).
 
 #include "ScriptedEngine.h"
 
@@ -16,9 +16,11 @@ namespace {
 // Ports whose callbacks are running on this thread, innermost last.
 thread_local std::vector<const PortState*> t_callbacks;
 
-// How many calls of the engine's functions are running on this thread, one inside the other.
+// Nesting depth of the engine's functions on this thread.
 thread_local int t_engineCalls = 0;
 
+// Whether failAnyCall() applies: operations that report no failure are excluded, and so are the
+// mutexes, whose failure is a case of its own (see Engine::fail).
 bool canFail(Op op) {
   switch (op) {
     case Op::ParamsDelete:
@@ -38,8 +40,8 @@ bool waitUpTo(State& state, Lock& held, std::chrono::milliseconds limit, Predica
   return state.m_changed.wait_for(held, limit, done);
 }
 
-Answers& answersOf(State& state, Op op) {
-  return state.m_answers[static_cast<std::size_t>(op)];
+Behaviour& behaviourOf(State& state, Op op) {
+  return state.m_behaviours[static_cast<std::size_t>(op)];
 }
 
 }  // namespace
@@ -80,23 +82,25 @@ State& State::get() {
 
 // ---- Calls
 
+// Faults come first, then queued results, then the permanent result; useDefaultResults() clears
+// all.
 Verdict State::decide(Op op) {
-  Answers& answers = answersOf(*this, op);
-  ++answers.calls;
+  Behaviour& behaviour = behaviourOf(*this, op);
+  ++behaviour.calls;
   const auto hit = [](int call, int at, Times times) {
     return at != 0 && (call == at || (call > at && times == Times::ForGood));
   };
   const bool any = canFail(op) && hit(++m_callsThatCanFail, m_failAnyAt, m_failAnyTimes);
-  if (any || hit(answers.calls, answers.failAt, answers.failTimes)) {
+  if (any || hit(behaviour.calls, behaviour.failAt, behaviour.failTimes)) {
     ++m_faultsMet;
     return {false, KAVREL_INTERNAL_ERROR};
   }
-  if (!answers.next.empty()) {
-    const kavrel_result_t result = answers.next.front();
-    answers.next.pop_front();
+  if (!behaviour.next.empty()) {
+    const kavrel_result_t result = behaviour.next.front();
+    behaviour.next.pop_front();
     return {false, result};
   }
-  if (answers.always) return {false, *answers.always};
+  if (behaviour.always) return {false, *behaviour.always};
   return {};
 }
 
@@ -108,9 +112,10 @@ Verdict State::begin(Call call, std::size_t* entry) {
     call.thread = std::this_thread::get_id();
     m_calls.push_back(std::move(call));
   }
+  // Decide before the action runs, so that an action that calls fail() affects later calls only.
   const Verdict verdict = decide(op);
   m_called.notify_all();
-  if (const std::function<void()> action = answersOf(*this, op).during) {
+  if (const std::function<void()> action = behaviourOf(*this, op).during) {
     held.unlock();
     const CallingOut callingOut;
     action();
@@ -121,7 +126,7 @@ Verdict State::begin(Call call, std::size_t* entry) {
 Verdict State::beginService(Op op, const std::function<std::string()>& describe) {
   {
     const Lock held(m_lock);
-    if (!m_recordServices && !answersOf(*this, op).during) {
+    if (!m_recordServices && !behaviourOf(*this, op).during) {
       m_called.notify_all();
       return decide(op);
     }
@@ -132,6 +137,7 @@ Verdict State::beginService(Op op, const std::function<std::string()>& describe)
 
 void State::finish(std::size_t entry, const std::string& result) {
   const Lock held(m_lock);
+  // The log may have been emptied, or recording switched off, since the call began.
   if (entry < m_firstEntry || entry - m_firstEntry >= m_calls.size()) return;
   m_calls[entry - m_firstEntry].text += " = " + result;
 }
@@ -212,7 +218,8 @@ void State::playScript(const std::shared_ptr<PortState>& port, const std::shared
   }
 }
 
-// With the lock held; let go where the callback is called.
+// [locked] The lock is released around the callback. A job counts as over only when the callback of
+// its END has returned, as in the real engine.
 void State::play(const std::shared_ptr<PortState>& port, const std::shared_ptr<Job>& job,
                  const Event& event, Lock& held) {
   const InEngine scope;
@@ -221,8 +228,10 @@ void State::play(const std::shared_ptr<PortState>& port, const std::shared_ptr<J
   const Callback callback = job ? job->callback : port->callback;
   if (isEnd && job) {
     job->ending = true;
+    // An END without a position reports the end of the text.
     if (event.start == 0) played.event.start = static_cast<int>(job->text.size());
   }
+  // A word event without text gets the word from the job's text, if the range lies inside it.
   if (event.type == KAVREL_EVENT_WORD && event.text.empty() && job && event.start >= 0 &&
       event.length >= 0 && static_cast<std::size_t>(event.start) <= job->text.size()) {
     played.event.text = job->text.substr(static_cast<std::size_t>(event.start),
@@ -247,6 +256,7 @@ void State::play(const std::shared_ptr<PortState>& port, const std::shared_ptr<J
 
 void State::post(const std::shared_ptr<PortState>& port, std::function<void()> task) {
   port->tasks.push_back(std::move(task));
+  // The thread exits when it has no more tasks, so that tests can wait for zero threads.
   if (port->threadRunning) return;
   port->threadRunning = true;
   ++m_threads;
@@ -268,6 +278,7 @@ void State::runThread(std::shared_ptr<PortState> port) {
   m_changed.notify_all();
 }
 
+// `stopped` is set before END is played, so that a script on another thread stops first.
 void State::endJob(const std::shared_ptr<PortState>& port, const std::shared_ptr<Job>& job,
                    OnStop mode, Lock& held) {
   if (job->over || job->ending) return;
@@ -296,6 +307,9 @@ void State::endJob(const std::shared_ptr<PortState>& port, const std::shared_ptr
   }
 }
 
+// Two limits apply: m_waitLimit until a job begins to end, and m_callbackPatience for a callback
+// that does not return afterwards. Waiting inside a callback of the same port would deadlock and is
+// refused.
 kavrel_result_t State::waitFor(const std::shared_ptr<PortState>& port,
                                const std::vector<std::shared_ptr<Job>>& jobs, Lock& held) {
   if (std::find(t_callbacks.begin(), t_callbacks.end(), port.get()) != t_callbacks.end()) {
@@ -328,7 +342,7 @@ kavrel_result_t State::waitFor(const std::shared_ptr<PortState>& port,
 
 namespace {
 
-// Calls `read` with the port, under the lock.
+// Returns the result of `read` for the port, called under the lock.
 template <class Read>
 auto readPort(int number, Read read) {
   State& state = State::get();
@@ -407,6 +421,7 @@ Engine& engine() {
   return theEngine;
 }
 
+// Does not replace the State object: threads of the code under test may hold references to it.
 bool Engine::reset() {
   State& state = State::get();
   Lock held(state.m_lock);
@@ -416,7 +431,7 @@ bool Engine::reset() {
   state.m_calls.clear();
   state.m_recordCalls = true;
   state.m_recordServices = false;
-  state.m_answers = {};
+  state.m_behaviours = {};
   state.m_callsThatCanFail = state.m_failAnyAt = state.m_faultsMet = 0;
   state.m_diagnostics.clear();
   state.m_unfinishedDiagnostics.clear();
@@ -462,14 +477,14 @@ std::vector<std::string> Engine::calls(Op op) const {
 int Engine::count(Op op) const {
   State& state = State::get();
   const Lock held(state.m_lock);
-  return answersOf(state, op).calls;
+  return behaviourOf(state, op).calls;
 }
 
 bool Engine::waitForCall(Op op, int times) const {
   State& state = State::get();
   Lock held(state.m_lock);
   return state.m_called.wait_for(held, std::chrono::seconds(10),
-                                 [&] { return answersOf(state, op).calls >= times; });
+                                 [&] { return behaviourOf(state, op).calls >= times; });
 }
 
 void Engine::recordCalls(bool on) {
@@ -491,8 +506,8 @@ void Engine::forgetCalls() {
   state.m_calls.clear();
 }
 
-// Not looked at by the thread sanitizer: the code under test reads the two without a lock, which is
-// theirs and the interface's business.
+// Excluded from the thread sanitizer: the interface defines the two variables without a lock, and
+// the code under test reads them at any time.
 __attribute__((no_sanitize("thread"))) void Engine::setDiagnostics(unsigned int mask, int level) {
   cst_diag_mask = mask;
   cst_diag_level = level;
@@ -548,6 +563,7 @@ void Engine::forgetKept() {
   state.m_forgotten.parameterSets += static_cast<long>(state.m_params.size());
   state.m_params.clear();
   std::erase_if(state.m_jobs, [](const auto& entry) { return entry.second->over; });
+  // A port with a running job, thread or callback is still needed.
   std::erase_if(state.m_ports, [&](const auto& entry) {
     PortState& port = *entry.second;
     std::erase_if(port.jobs, [](const auto& job) { return job->over; });
@@ -566,9 +582,9 @@ long Engine::heldLocks() const {
 void Engine::fail(Op op, int k, Times times) {
   State& state = State::get();
   const Lock held(state.m_lock);
-  Answers& answers = answersOf(state, op);
-  answers.failAt = answers.calls + k;
-  answers.failTimes = times;
+  Behaviour& behaviour = behaviourOf(state, op);
+  behaviour.failAt = behaviour.calls + k;
+  behaviour.failTimes = times;
 }
 
 void Engine::failAnyCall(int k, Times times) {
@@ -584,33 +600,33 @@ int Engine::faultsMet() const {
   return state.m_faultsMet;
 }
 
-void Engine::answer(Op op, kavrel_result_t result) {
+void Engine::setResult(Op op, kavrel_result_t result) {
   State& state = State::get();
   const Lock held(state.m_lock);
-  answersOf(state, op).always = result;
+  behaviourOf(state, op).always = result;
 }
 
-void Engine::answerNext(Op op, kavrel_result_t result) {
+void Engine::queueResult(Op op, kavrel_result_t result) {
   State& state = State::get();
   const Lock held(state.m_lock);
-  answersOf(state, op).next.push_back(result);
+  behaviourOf(state, op).next.push_back(result);
 }
 
-void Engine::answerAsUsual() {
+void Engine::useDefaultResults() {
   State& state = State::get();
   const Lock held(state.m_lock);
   state.m_failAnyAt = 0;
-  for (Answers& answers : state.m_answers) {
-    answers.failAt = 0;
-    answers.next.clear();
-    answers.always.reset();
+  for (Behaviour& behaviour : state.m_behaviours) {
+    behaviour.failAt = 0;
+    behaviour.next.clear();
+    behaviour.always.reset();
   }
 }
 
 void Engine::during(Op op, std::function<void()> action) {
   State& state = State::get();
   const Lock held(state.m_lock);
-  answersOf(state, op).during = std::move(action);
+  behaviourOf(state, op).during = std::move(action);
 }
 
 void Engine::queueJob(Script script, When when) {

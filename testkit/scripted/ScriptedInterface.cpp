@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// kavrel.h as the scripted engine answers it.
+// The functions of kavrel.h, implemented on the scripted engine's state. Each function records its
+// call, then either returns what the test has set or does its usual work.
 
 #include <cstdio>
 #include <utility>
 
 #include "ScriptedState.h"
 
-// A value is known by its number; the set takes its text over.
+// A value is identified by its number; kavrel_params_set_val moves its text into the set.
 struct kavrel_val;
 
 namespace scripted {
@@ -22,8 +23,8 @@ std::string resultText(kavrel_result_t result) {
   return std::to_string(static_cast<int>(result));
 }
 
-std::string placeName(kavrel_event_t place) {
-  switch (place) {
+std::string boundaryName(kavrel_event_t boundary) {
+  switch (boundary) {
     case KAVREL_EVENT_NOW:
       return "NOW";
     case KAVREL_EVENT_WORD:
@@ -31,15 +32,15 @@ std::string placeName(kavrel_event_t place) {
     case KAVREL_EVENT_SENTENCE:
       return "SENTENCE";
     default:
-      return std::to_string(place);
+      return std::to_string(boundary);
   }
 }
 
-// A call that is being made: written down at the start, its answer at the end.
-class Entry {
+// A call in progress: the constructor records the call, finish() its result.
+class RecordedCall {
  public:
-  explicit Entry(Op op, std::string text, std::string argument = {}, const void* port = nullptr,
-                 const void* job = nullptr) {
+  explicit RecordedCall(Op op, std::string text, std::string argument = {},
+                        const void* port = nullptr, const void* job = nullptr) {
     Call call;
     call.op = op;
     call.text = std::move(text);
@@ -52,16 +53,18 @@ class Entry {
     m_verdict = State::get().begin(std::move(call), &m_entry);
   }
 
+  // Whether the call does its usual work; otherwise it must only call finish().
   bool usual() const { return m_verdict.usual; }
 
-  kavrel_result_t answer(kavrel_result_t result) {
+  // Records and returns the result: the one that the test has set, or else `result`.
+  kavrel_result_t finish(kavrel_result_t result) {
     if (!usual()) result = m_verdict.result;
     State::get().finish(m_entry, resultText(result));
     return result;
   }
 
   template <class T>
-  T* answer(T* object, const std::string& name) {
+  T* finish(T* object, const std::string& name) {
     State::get().finish(m_entry, object ? name : "null");
     return object;
   }
@@ -71,7 +74,7 @@ class Entry {
   std::size_t m_entry = 0;
 };
 
-// The names of handles, for the texts of calls.
+// Builds the text of a call; the names of handles are read under the lock.
 template <class Make>
 std::string describe(Make make) {
   const Lock held(State::get().m_lock);
@@ -101,7 +104,7 @@ kavrel_val* newValue(std::string text) {
   return handle<kavrel_val*>(Kind::Value, id);
 }
 
-// The jobs that `job` names: itself, or all that run on the port.
+// The running jobs that `job` selects: itself, or all jobs of the port if it is null.
 std::vector<std::shared_ptr<Job>> runningJobs(State& state, PortState& port,
                                               kavrel_background_t job) {
   std::vector<std::shared_ptr<Job>> running;
@@ -117,7 +120,7 @@ std::vector<std::shared_ptr<Job>> runningJobs(State& state, PortState& port,
   return running;
 }
 
-// Plays the job's script, if there is one: here, or on the port's thread.
+// Plays the job's script, if it has one, on this thread or on the port's thread.
 void startScript(State& state, const std::shared_ptr<PortState>& port,
                  const std::shared_ptr<Job>& job) {
   std::pair<Script, When> script;
@@ -155,9 +158,9 @@ const char* kavrel_strerror(kavrel_result_t result) {
       "engine in use", "network error", "bad key",         "queue full"};
   const int index = -static_cast<int>(result);
   const bool known = index >= 0 && index < static_cast<int>(std::size(kMessages));
-  Entry entry(Op::Strerror, "kavrel_strerror(" + resultText(result) + ')');
+  RecordedCall call(Op::Strerror, "kavrel_strerror(" + resultText(result) + ')');
   const char* message = known ? kMessages[index] : "unknown error";
-  return entry.answer(message, quoted(message));
+  return call.finish(message, quoted(message));
 }
 
 // ---- Parameters
@@ -165,9 +168,10 @@ const char* kavrel_strerror(kavrel_result_t result) {
 kavrel_params* kavrel_params_new(const kavrel_params* base) {
   const InEngine scope;
   State& state = State::get();
-  Entry entry(Op::ParamsNew,
-              describe([&](State& s) { return "kavrel_params_new(" + s.paramsName(base) + ')'; }));
-  if (!entry.usual()) return entry.answer<kavrel_params>(nullptr, "");
+  RecordedCall call(Op::ParamsNew, describe([&](State& s) {
+                      return "kavrel_params_new(" + s.paramsName(base) + ')';
+                    }));
+  if (!call.usual()) return call.finish<kavrel_params>(nullptr, "");
   int id = 0;
   {
     const Lock held(state.m_lock);
@@ -175,15 +179,15 @@ kavrel_params* kavrel_params_new(const kavrel_params* base) {
     const auto found = state.m_params.find(idOf(Kind::Params, base));
     state.m_params[id] = found == state.m_params.end() ? Parameters() : found->second;
   }
-  return entry.answer(handle<kavrel_params*>(Kind::Params, id), "parameters");
+  return call.finish(handle<kavrel_params*>(Kind::Params, id), "parameters");
 }
 
 void kavrel_params_delete(kavrel_params* params) {
   const InEngine scope;
   State& state = State::get();
-  Entry entry(Op::ParamsDelete, describe([&](State& s) {
-                return "kavrel_params_delete(" + s.paramsName(params) + ')';
-              }));
+  RecordedCall call(Op::ParamsDelete, describe([&](State& s) {
+                      return "kavrel_params_delete(" + s.paramsName(params) + ')';
+                    }));
   const Lock held(state.m_lock);
   if (params && state.m_params.erase(idOf(Kind::Params, params)) == 0) {
     state.violation("kavrel_params_delete of an unknown set");
@@ -192,16 +196,17 @@ void kavrel_params_delete(kavrel_params* params) {
 
 kavrel_val* kavrel_val_string(const char* string) {
   const InEngine scope;
-  Entry entry(Op::ValString, "kavrel_val_string(" + quoted(string) + ')', string ? string : "");
-  if (!entry.usual() || !string) return entry.answer<kavrel_val>(nullptr, "");
-  return entry.answer(newValue(string), "value");
+  RecordedCall call(Op::ValString, "kavrel_val_string(" + quoted(string) + ')',
+                    string ? string : "");
+  if (!call.usual() || !string) return call.finish<kavrel_val>(nullptr, "");
+  return call.finish(newValue(string), "value");
 }
 
 kavrel_val* kavrel_val_int(int value) {
   const InEngine scope;
-  Entry entry(Op::ValInt, "kavrel_val_int(" + std::to_string(value) + ')');
-  if (!entry.usual()) return entry.answer<kavrel_val>(nullptr, "");
-  return entry.answer(newValue(std::to_string(value)), "value");
+  RecordedCall call(Op::ValInt, "kavrel_val_int(" + std::to_string(value) + ')');
+  if (!call.usual()) return call.finish<kavrel_val>(nullptr, "");
+  return call.finish(newValue(std::to_string(value)), "value");
 }
 
 kavrel_result_t kavrel_params_set_val(kavrel_params* params, const char* key, kavrel_val* value) {
@@ -219,10 +224,11 @@ kavrel_result_t kavrel_params_set_val(kavrel_params* params, const char* key, ka
       state.m_values.erase(found);
     }
   }
-  Entry entry(Op::ParamsSetVal, "kavrel_params_set_val(" + quoted(key) + ", " + text + ')', text);
-  if (!entry.usual()) return entry.answer(KAVREL_SUCCESS);
-  if (!params || !key || !value) return entry.answer(KAVREL_INVALID_POINTER);
-  if (!*key) return entry.answer(KAVREL_INVALID_KEY);
+  RecordedCall call(Op::ParamsSetVal, "kavrel_params_set_val(" + quoted(key) + ", " + text + ')',
+                    text);
+  if (!call.usual()) return call.finish(KAVREL_SUCCESS);
+  if (!params || !key || !value) return call.finish(KAVREL_INVALID_POINTER);
+  if (!*key) return call.finish(KAVREL_INVALID_KEY);
   {
     const Lock held(state.m_lock);
     const auto found = state.m_params.find(idOf(Kind::Params, params));
@@ -232,7 +238,7 @@ kavrel_result_t kavrel_params_set_val(kavrel_params* params, const char* key, ka
       found->second[key] = text;
     }
   }
-  return entry.answer(KAVREL_SUCCESS);
+  return call.finish(KAVREL_SUCCESS);
 }
 
 // ---- Engine and ports
@@ -240,26 +246,26 @@ kavrel_result_t kavrel_params_set_val(kavrel_params* params, const char* key, ka
 kavrel_engine_struct* kavrel_engine_open(const kavrel_params* params) {
   const InEngine scope;
   State& state = State::get();
-  Entry entry(Op::EngineOpen, describe([&](State& s) {
-                return "kavrel_engine_open(" + s.paramsName(params) + ')';
-              }));
-  if (!entry.usual()) return entry.answer<kavrel_engine_struct>(nullptr, "");
+  RecordedCall call(Op::EngineOpen, describe([&](State& s) {
+                      return "kavrel_engine_open(" + s.paramsName(params) + ')';
+                    }));
+  if (!call.usual()) return call.finish<kavrel_engine_struct>(nullptr, "");
   int id = 0;
   {
     const Lock held(state.m_lock);
     id = ++state.m_engines;
   }
-  return entry.answer(handle<kavrel_engine_struct*>(Kind::Engine, id), "engine");
+  return call.finish(handle<kavrel_engine_struct*>(Kind::Engine, id), "engine");
 }
 
 kavrel_port_struct* kavrel_port_open(kavrel_engine_struct* engine, const kavrel_params* params) {
   const InEngine scope;
   State& state = State::get();
-  Entry entry(Op::PortOpen, describe([&](State& s) {
-                return std::string("kavrel_port_open(") + (engine ? "engine" : "null") + ", " +
-                       s.paramsName(params) + ')';
-              }));
-  if (!entry.usual() || !engine) return entry.answer<kavrel_port_struct>(nullptr, "");
+  RecordedCall call(Op::PortOpen, describe([&](State& s) {
+                      return std::string("kavrel_port_open(") + (engine ? "engine" : "null") +
+                             ", " + s.paramsName(params) + ')';
+                    }));
+  if (!call.usual() || !engine) return call.finish<kavrel_port_struct>(nullptr, "");
   const auto port = std::make_shared<PortState>();
   std::string name;
   {
@@ -271,27 +277,27 @@ kavrel_port_struct* kavrel_port_open(kavrel_engine_struct* engine, const kavrel_
     state.m_ports[port->id] = port;
     name = state.portName(handle<kavrel_port_struct*>(Kind::Port, port->id));
   }
-  return entry.answer(handle<kavrel_port_struct*>(Kind::Port, port->id), name);
+  return call.finish(handle<kavrel_port_struct*>(Kind::Port, port->id), name);
 }
 
 kavrel_result_t kavrel_port_close(kavrel_port_struct* port) {
   const InEngine scope;
   State& state = State::get();
-  Entry entry(Op::PortClose, portCall("kavrel_port_close", port, ""), "", port);
-  if (!entry.usual()) return entry.answer(KAVREL_SUCCESS);
+  RecordedCall call(Op::PortClose, portCall("kavrel_port_close", port, ""), "", port);
+  if (!call.usual()) return call.finish(KAVREL_SUCCESS);
   {
     Lock held(state.m_lock);
     const auto found = state.findPort(port);
     if (!found) {
       held.unlock();
-      return entry.answer(KAVREL_INVALID_POINTER);
+      return call.finish(KAVREL_INVALID_POINTER);
     }
     found->open = false;
     const auto jobs = runningJobs(state, *found, nullptr);
     for (const auto& job : jobs) state.endJob(found, job, OnStop::EndsAtOnce, held);
     state.waitFor(found, jobs, held);
   }
-  return entry.answer(KAVREL_SUCCESS);
+  return call.finish(KAVREL_SUCCESS);
 }
 
 kavrel_result_t kavrel_port_set_callback(kavrel_port_struct* port, kavrel_callback_t callback,
@@ -301,8 +307,8 @@ kavrel_result_t kavrel_port_set_callback(kavrel_port_struct* port, kavrel_callba
   char rest[48];
   std::snprintf(rest, sizeof rest, ", %s, 0x%X, %s", callback ? "callback" : "null", mask,
                 user ? "user" : "null");
-  Entry entry(Op::SetCallback, portCall("kavrel_port_set_callback", port, rest), "", port);
-  if (!entry.usual()) return entry.answer(KAVREL_SUCCESS);
+  RecordedCall call(Op::SetCallback, portCall("kavrel_port_set_callback", port, rest), "", port);
+  if (!call.usual()) return call.finish(KAVREL_SUCCESS);
   bool known = false;
   {
     const Lock held(state.m_lock);
@@ -311,44 +317,46 @@ kavrel_result_t kavrel_port_set_callback(kavrel_port_struct* port, kavrel_callba
       known = true;
     }
   }
-  return entry.answer(known ? KAVREL_SUCCESS : KAVREL_INVALID_POINTER);
+  return call.finish(known ? KAVREL_SUCCESS : KAVREL_INVALID_POINTER);
 }
 
 kavrel_voice_struct* kavrel_port_set_voice_from_dir(kavrel_port_struct* port,
                                                     const char* directory) {
   const InEngine scope;
   State& state = State::get();
-  Entry entry(Op::SetVoice,
-              portCall("kavrel_port_set_voice_from_dir", port, ", " + quoted(directory)),
-              directory ? directory : "", port);
+  RecordedCall call(Op::SetVoice,
+                    portCall("kavrel_port_set_voice_from_dir", port, ", " + quoted(directory)),
+                    directory ? directory : "", port);
   kavrel_voice_struct* voice = nullptr;
-  if (entry.usual() && directory) {
+  if (call.usual() && directory) {
     const Lock held(state.m_lock);
     if (const auto found = state.findPort(port)) {
       found->voice = directory;
       voice = handle<kavrel_voice_struct*>(Kind::Voice, ++state.m_lastId);
     }
   }
-  return entry.answer(voice, "voice");
+  return call.finish(voice, "voice");
 }
 
 // ---- Jobs
 
+// The job is registered before its script runs, so that callbacks inside the call find it.
 kavrel_result_t kavrel_port_speak_text(kavrel_port_struct* port, const char* text, size_t length,
                                        const char* encoding, kavrel_background_t* job,
                                        const kavrel_params* params) {
   const InEngine scope;
   State& state = State::get();
   const std::string spoken = text ? std::string(text, length) : std::string();
-  Entry entry(Op::Speak,
-              portCall("kavrel_port_speak_text", port,
-                       ", " + (text ? quoted(spoken) : "null") + ", " + std::to_string(length) +
-                           ", " + quoted(encoding) + ", " + (job ? "job" : "null") + ", " +
-                           describe([&](State& s) { return s.paramsName(params); })),
-              spoken, port);
+  RecordedCall call(
+      Op::Speak,
+      portCall("kavrel_port_speak_text", port,
+               ", " + (text ? quoted(spoken) : "null") + ", " + std::to_string(length) + ", " +
+                   quoted(encoding) + ", " + (job ? "job" : "null") + ", " +
+                   describe([&](State& s) { return s.paramsName(params); })),
+      spoken, port);
   if (job) *job = nullptr;
-  if (!entry.usual()) return entry.answer(KAVREL_SUCCESS);
-  if (!port || !job || (!text && length > 0)) return entry.answer(KAVREL_INVALID_POINTER);
+  if (!call.usual()) return call.finish(KAVREL_SUCCESS);
+  if (!port || !job || (!text && length > 0)) return call.finish(KAVREL_INVALID_POINTER);
   std::shared_ptr<PortState> found;
   const auto started = std::make_shared<Job>();
   {
@@ -359,25 +367,26 @@ kavrel_result_t kavrel_port_speak_text(kavrel_port_struct* port, const char* tex
       started->port = found->id;
       started->text = spoken;
       started->callback = found->callback;
-      // Earlier jobs that are over are found by their handles.
+      // Jobs that are over are still found by their handles in m_jobs.
       std::erase_if(found->jobs, [](const auto& earlier) { return earlier->over; });
       found->jobs.push_back(started);
       state.m_jobs[started->id] = started;
       *job = handle<kavrel_background_t>(Kind::Job, started->id);
     }
   }
-  if (!found) return entry.answer(KAVREL_INVALID_POINTER);
+  if (!found) return call.finish(KAVREL_INVALID_POINTER);
   startScript(state, found, started);
-  return entry.answer(KAVREL_SUCCESS);
+  return call.finish(KAVREL_SUCCESS);
 }
 
 kavrel_result_t kavrel_port_pause(kavrel_port_struct* port, kavrel_background_t job,
-                                  kavrel_event_t place) {
+                                  kavrel_event_t boundary) {
   const InEngine scope;
   State& state = State::get();
-  Entry entry(Op::Pause, jobCall("kavrel_port_pause", port, job, ", " + placeName(place)), "", port,
-              job);
-  if (!entry.usual()) return entry.answer(KAVREL_SUCCESS);
+  RecordedCall call(Op::Pause,
+                    jobCall("kavrel_port_pause", port, job, ", " + boundaryName(boundary)), "",
+                    port, job);
+  if (!call.usual()) return call.finish(KAVREL_SUCCESS);
   kavrel_result_t result = KAVREL_INVALID_POINTER;
   {
     const Lock held(state.m_lock);
@@ -387,16 +396,16 @@ kavrel_result_t kavrel_port_pause(kavrel_port_struct* port, kavrel_background_t 
       if (!jobs.empty()) jobs.front()->paused = !jobs.front()->paused;
     }
   }
-  return entry.answer(result);
+  return call.finish(result);
 }
 
 kavrel_result_t kavrel_port_stop(kavrel_port_struct* port, kavrel_background_t job,
-                                 kavrel_event_t place) {
+                                 kavrel_event_t boundary) {
   const InEngine scope;
   State& state = State::get();
-  Entry entry(Op::Stop, jobCall("kavrel_port_stop", port, job, ", " + placeName(place)), "", port,
-              job);
-  if (!entry.usual()) return entry.answer(KAVREL_SUCCESS);
+  RecordedCall call(Op::Stop, jobCall("kavrel_port_stop", port, job, ", " + boundaryName(boundary)),
+                    "", port, job);
+  if (!call.usual()) return call.finish(KAVREL_SUCCESS);
   {
     Lock held(state.m_lock);
     if (const auto found = state.findPort(port)) {
@@ -405,14 +414,14 @@ kavrel_result_t kavrel_port_stop(kavrel_port_struct* port, kavrel_background_t j
       }
     }
   }
-  return entry.answer(KAVREL_SUCCESS);
+  return call.finish(KAVREL_SUCCESS);
 }
 
 kavrel_result_t kavrel_port_wait(kavrel_port_struct* port, kavrel_background_t job) {
   const InEngine scope;
   State& state = State::get();
-  Entry entry(Op::Wait, jobCall("kavrel_port_wait", port, job), "", port, job);
-  if (!entry.usual()) return entry.answer(KAVREL_SUCCESS);
+  RecordedCall call(Op::Wait, jobCall("kavrel_port_wait", port, job), "", port, job);
+  if (!call.usual()) return call.finish(KAVREL_SUCCESS);
   kavrel_result_t result = KAVREL_INVALID_POINTER;
   {
     Lock held(state.m_lock);
@@ -420,30 +429,31 @@ kavrel_result_t kavrel_port_wait(kavrel_port_struct* port, kavrel_background_t j
       result = state.waitFor(found, runningJobs(state, *found, job), held);
     }
   }
-  return entry.answer(result);
+  return call.finish(result);
 }
 
 // ---- Events
 
 kavrel_result_t kavrel_event_get_text(kavrel_event_struct* event, char** text) {
   const InEngine scope;
-  Entry entry(Op::EventText, "kavrel_event_get_text(" +
-                                 std::string(event ? quoted(event->event.text) : "null") + ')');
+  RecordedCall call(
+      Op::EventText,
+      "kavrel_event_get_text(" + std::string(event ? quoted(event->event.text) : "null") + ')');
   if (text) *text = nullptr;
-  if (!entry.usual()) return entry.answer(KAVREL_SUCCESS);
-  if (!event || !text) return entry.answer(KAVREL_INVALID_POINTER);
+  if (!call.usual()) return call.finish(KAVREL_SUCCESS);
+  if (!event || !text) return call.finish(KAVREL_INVALID_POINTER);
   *text = event->event.nullText ? nullptr : event->event.text.data();
-  return entry.answer(KAVREL_SUCCESS);
+  return call.finish(KAVREL_SUCCESS);
 }
 
 kavrel_result_t kavrel_event_get_textpos(kavrel_event_struct* event, int* start, int* length) {
   const InEngine scope;
-  Entry entry(Op::EventTextpos, std::string("kavrel_event_get_textpos(") +
-                                    (event ? "event" : "null") + (start ? ", start" : ", null") +
-                                    (length ? ", length)" : ", null)"));
-  if (!entry.usual()) return entry.answer(KAVREL_SUCCESS);
-  if (!event) return entry.answer(KAVREL_INVALID_POINTER);
+  RecordedCall call(Op::EventTextpos,
+                    std::string("kavrel_event_get_textpos(") + (event ? "event" : "null") +
+                        (start ? ", start" : ", null") + (length ? ", length)" : ", null)"));
+  if (!call.usual()) return call.finish(KAVREL_SUCCESS);
+  if (!event) return call.finish(KAVREL_INVALID_POINTER);
   if (start) *start = event->event.start;
   if (length) *length = event->event.length;
-  return entry.answer(KAVREL_SUCCESS);
+  return call.finish(KAVREL_SUCCESS);
 }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The counting and recording half of cst.h: allocator, mutexes, diagnostics. Strings and token
-// streams are the engine's own, over this allocator.
+// The functions of cst.h that the scripted engine counts and records: allocator, mutexes,
+// diagnostics. Strings and token streams are the engine's own code, on this allocator.
 
 #include <cerrno>
 #include <cstdarg>
@@ -25,18 +25,18 @@ namespace {
 constexpr std::uint64_t kLive = 0x6B61767265CA11ED;
 constexpr std::uint64_t kReleased = 0xDEADB10CDEADB10C;
 
-// Stands in front of every block that the allocator gives out.
+// Precedes every block of the allocator.
 struct alignas(std::max_align_t) Header {
   std::uint64_t mark;
   std::size_t size;
-  int epoch;  // the reset that the block belongs to
+  int epoch;  // the number of resets at the allocation
 };
 
 Header* headerOf(void* memory) {
   return static_cast<Header*>(memory) - 1;
 }
 
-// Notes a violation for what is no live block.
+// Returns whether `memory` is an allocated block; records a violation if not.
 bool isLive(void* memory, const char* function) {
   if (headerOf(memory)->mark == kLive) return true;
   State& state = State::get();
@@ -45,6 +45,7 @@ bool isLive(void* memory, const char* function) {
   return false;
 }
 
+// Blocks from before a reset are not counted: their owner may free them at any time.
 void countBlock(Header* header, int change) {
   State& state = State::get();
   const Lock held(state.m_lock);
@@ -98,8 +99,8 @@ void cst_free(void* memory) {
 
 namespace {
 
-// The locks that a thread has taken since the engine was reset. A thread that was late then lets go
-// of locks that nobody counts any more.
+// The locks that a thread holds and has taken since the last reset. A lock taken before the reset
+// is not counted when it is released.
 struct LocksOfThread {
   int epoch = 0;
   int count = 0;
@@ -154,7 +155,8 @@ int mutex_destroy(pthread_mutex_t* mutex) {
 
 namespace {
 
-// Adds to the line that this thread is writing.
+// Adds to the diagnostic line that this thread is writing. The calls for one line come from one
+// thread; cst_errmsg completes it.
 template <class Change>
 void note(const char* call, Change change) {
   State& state = State::get();
@@ -189,7 +191,7 @@ void cst_errmsg(const char* format, ...) {
   const InEngine scope;
   std::va_list arguments;
   va_start(arguments, format);
-  // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): va_start is not seen as what it is.
+  // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): the analyzer does not recognise va_start.
   const int length = std::vsnprintf(nullptr, 0, format, arguments);
   va_end(arguments);
   std::string text(length > 0 ? static_cast<std::size_t>(length) : 0, '\0');

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The scripted engine's insides, shared by its source files.
+// The scripted engine's internal state, shared by its source files.
 //
-// Threads: one lock guards the whole state; it is never held while calling out. Functions tagged
-// [locked] are called with the lock held. The state is never destroyed, so that threads that are
-// still running when the process ends find it.
+// Threads: one lock guards the whole state; it is never held while a callback or an action of the
+// test runs. Functions tagged [locked] must be called with the lock held. The state is never
+// destroyed: threads may still be running when the process exits.
 #pragma once
 
 #include <array>
@@ -18,7 +18,7 @@
 
 #include "ScriptedEngine.h"
 
-// An event; lives on the stack of the thread that plays it.
+// An event, on the stack of the thread that plays it.
 struct kavrel_event_struct {
   scripted::Event event;
 };
@@ -27,9 +27,9 @@ namespace scripted {
 
 using Lock = std::unique_lock<std::mutex>;
 
-// Handles are numbers, not addresses: none is ever used again, and a stale one is told from a live
-// one. Objects are counted through the whole process; a port or job is called by its number less
-// the last one before reset().
+// Handles encode a kind and a number instead of an address. No handle is reused, so a stale one is
+// always recognised. Identifiers count through the whole process; the number of a port or job that
+// tests see is its identifier minus the last one before reset().
 enum class Kind : std::uintptr_t { Engine = 1, Port, Job, Params, Value, Voice };
 
 template <class T>
@@ -39,7 +39,7 @@ T handle(Kind kind, int id) {
                              static_cast<std::uintptr_t>(id) << 4U);
 }
 
-// 0 when `object` is no handle of that kind.
+// Returns the identifier, or 0 if `object` is not a handle of that kind.
 inline int idOf(Kind kind, const void* object) {
   const auto bits = reinterpret_cast<std::uintptr_t>(object);
   return bits >> 32U == static_cast<std::uintptr_t>(kind)
@@ -59,10 +59,10 @@ struct Job {
   int id = 0;
   int port = 0;
   std::string text;
-  Callback callback;  // the port's, when the job was started
+  Callback callback;  // the port's, at the start of the job
   bool ending = false;
   bool over = false;
-  bool stopped = false;  // its script plays no further
+  bool stopped = false;  // the rest of its script is not played
   bool paused = false;
 };
 
@@ -78,8 +78,8 @@ struct PortState {
   bool threadRunning = false;
 };
 
-// How calls of one operation are answered.
-struct Answers {
+// How the calls of one operation behave, as set by the test.
+struct Behaviour {
   int calls = 0;
   int failAt = 0;  // number of a call; 0: none
   Times failTimes = Times::Once;
@@ -88,13 +88,14 @@ struct Answers {
   std::function<void()> during;
 };
 
-// What a call is to do: its default, or to answer `result` (a null pointer, where it has one).
+// What a call must do: its usual work, or only return `result` (null for functions that return a
+// pointer).
 struct Verdict {
   bool usual = true;
   kavrel_result_t result = KAVREL_SUCCESS;
 };
 
-// This thread runs code of the engine, for a scope; see insideEngine().
+// Scope guard: this thread runs code of the engine; see insideEngine().
 class InEngine {
  public:
   InEngine();
@@ -103,7 +104,7 @@ class InEngine {
   InEngine& operator=(const InEngine&) = delete;
 };
 
-// The engine calls out, for a scope.
+// Scope guard: the engine runs a callback or an action of the test.
 class CallingOut {
  public:
   CallingOut();
@@ -120,16 +121,16 @@ class State {
   static State& get();
 
   // ---- Calls
-  // Writes the call down, runs the test's action, and decides. `entry` receives what finish()
-  // needs.
+  // Records the call, runs the test's action, and returns what the call must do. `entry` receives
+  // the argument for finish().
   Verdict begin(Call call, std::size_t* entry);
-  // As begin(), for services: `describe` is called only when services are recorded.
+  // As begin(), for services: `describe` is called only if services are recorded.
   Verdict beginService(Op op, const std::function<std::string()>& describe);
-  // Completes the call's text with what it answered.
+  // Appends the result to the call's text.
   void finish(std::size_t entry, const std::string& result);
 
   // ---- Objects, all [locked]
-  // Null, after noting a violation, for a handle that names nothing; null for null.
+  // Returns null for null, and null after recording a violation for an unknown or closed port.
   std::shared_ptr<PortState> findPort(const kavrel_port_struct* port);
   std::shared_ptr<Job> findJob(const void* job) const;
   std::shared_ptr<PortState> portByNumber(int number) const;  // throws std::logic_error
@@ -141,32 +142,32 @@ class State {
   int portNumber(const void* port) const;
   int jobNumber(const void* job) const;
 
-  // ---- Events: not locked
-  // Plays `event` to the callback that the job, or without one the port, has. On this thread.
+  // ---- Events, without the lock unless tagged
+  // Plays `event` on this thread to the callback of the job, or of the port if `job` is null.
   void play(const std::shared_ptr<PortState>& port, const std::shared_ptr<Job>& job,
             const Event& event);
-  // Plays the events one after the other, until the job is stopped.
+  // Plays the events in order, until the job is stopped.
   void playScript(const std::shared_ptr<PortState>& port, const std::shared_ptr<Job>& job,
                   const std::vector<Event>& events);
   // Runs `task` on the port's thread.  [locked]
   void post(const std::shared_ptr<PortState>& port, std::function<void()> task);
-  // Ends the job as the mode says. `held` is released where it calls out.
+  // Ends the job as the mode says. `held` is released during callbacks.  [locked]
   void endJob(const std::shared_ptr<PortState>& port, const std::shared_ptr<Job>& job, OnStop mode,
               Lock& held);
-  // Waits until `jobs` are over.
+  // Waits until `jobs` are over; returns the result of kavrel_port_wait.  [locked]
   kavrel_result_t waitFor(const std::shared_ptr<PortState>& port,
                           const std::vector<std::shared_ptr<Job>>& jobs, Lock& held);
 
   std::mutex m_lock;
-  std::condition_variable m_changed;  // with m_lock: a job, a callback or a thread
+  std::condition_variable m_changed;  // with m_lock: a job, a callback or a thread has changed
   std::condition_variable m_called;   // with m_lock: a call was made
 
-  // Of the recorder.
+  // The recorder.
   std::vector<Call> m_calls;
   std::size_t m_firstEntry = 0;  // entry number of m_calls[0]
   bool m_recordCalls = true;
   bool m_recordServices = false;
-  std::array<Answers, static_cast<std::size_t>(Op::Count)> m_answers;
+  std::array<Behaviour, static_cast<std::size_t>(Op::Count)> m_behaviours;
   int m_callsThatCanFail = 0;
   int m_failAnyAt = 0;
   Times m_failAnyTimes = Times::Once;
@@ -175,20 +176,20 @@ class State {
   std::map<std::thread::id, Diagnostic> m_unfinishedDiagnostics;
   std::vector<std::string> m_violations;
   long m_heldLocks = 0;
-  int m_epoch = 0;  // number of resets; blocks know theirs
+  int m_epoch = 0;  // number of resets; each block stores the number at its allocation
   long m_blocks = 0;
 
-  // Of the engine. Identifiers run on through resets.
+  // The engine. Identifiers continue through resets.
   int m_lastId = 0;
   int m_engines = 0;
-  int m_firstPort = 0;  // identifiers up to these are from before the reset
+  int m_firstPort = 0;  // identifiers up to these two are from before the reset
   int m_firstJob = 0;
   int m_lastPort = 0;
   int m_lastJob = 0;
   std::map<int, std::shared_ptr<PortState>> m_ports;
   std::map<int, std::shared_ptr<Job>> m_jobs;
   std::map<int, Parameters> m_params;
-  Live m_forgotten;  // what live() counts of objects that forgetKept has let go
+  Live m_forgotten;  // objects that forgetKept() has dropped and live() still counts
   std::map<int, std::string> m_values;
   std::deque<std::pair<Script, When>> m_queuedScripts;
   std::optional<std::pair<Script, When>> m_everyScript;
@@ -205,7 +206,7 @@ class State {
   void runThread(std::shared_ptr<PortState> port);
 };
 
-// "…" in quotes, cut at 60 bytes; "null" for null.
+// The text in quotes, cut at 60 bytes with "…" at the cut; "null" for null.
 std::string quoted(const char* text);
 std::string quoted(const std::string& text);
 

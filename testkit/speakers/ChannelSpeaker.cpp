@@ -143,6 +143,7 @@ void Speaker::textDone(SpeechChannel, SRefCon refCon, const void** next, unsigne
 
 void Speaker::speechDone(SpeechChannel, SRefCon refCon) {
   Speaker& self = speakerOf(refCon);
+  // The test's action runs first, so that it is complete when waitForDone() returns.
   if (self.onDone) self.onDone();
   const std::lock_guard held(self.m_lock);
   ++self.m_done;

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A client of the plug-in on the real engine: one channel, everything that it reports, files that
-// it writes.
+// A client of the plug-in on the real engine: one channel, a record of its callbacks, and access to
+// the audio files that it writes.
 //
-// Threads: reports come on the plug-in's threads; the accessors may be called on any.
+// Threads: callbacks run on the plug-in's threads; the accessors may be called on any thread.
 #pragma once
 
 #include <ApplicationServices/ApplicationServices.h>
@@ -24,7 +24,8 @@ struct Word {
   bool operator==(const Word&) const = default;
 };
 
-// A folder that goes with the object.
+// A temporary folder, removed by the destructor. The constructor throws std::runtime_error if there
+// is no folder.
 class TemporaryFolder {
  public:
   TemporaryFolder();
@@ -38,7 +39,7 @@ class TemporaryFolder {
 class Speaker {
  public:
   Speaker();
-  // Closes the channel, unless that has been done.
+  // Closes the channel if it is still open.
   ~Speaker();
   Speaker(const Speaker&) = delete;
   Speaker& operator=(const Speaker&) = delete;
@@ -46,16 +47,19 @@ class Speaker {
   SpeechChannelIdentifier id() const { return m_id; }
   long close();
 
-  // A voice of the source tree, by name.
+  // Selects a voice of the source tree by name.
   void useVoice(const std::string& name);
   // Words per minute.
   void setRate(int rate);
   void writeTo(const std::filesystem::path& file);
+  // Makes word callbacks report positions in the caller's text.
   void reportTruePositions();
 
+  // Speaks `text`; the text-done callback then provides the pieces in `more`.
   long speak(std::string_view text, const std::vector<std::string>& more = {});
 
-  // Waits for the `count`-th speech-done since the channel was opened; false after a minute.
+  // Waits up to a minute for the `count`-th speech-done since the channel was opened; returns false
+  // if it does not come. waitForWords() does the same for word callbacks.
   bool waitForDone(std::size_t count = 1);
   bool waitForWords(std::size_t count);
 
@@ -88,7 +92,7 @@ class Speaker {
   std::vector<int> m_syncs;
 };
 
-// What an AIFF file holds.
+// The audio of an AIFF file.
 struct Sound {
   int sampleRate = 0;
   std::vector<short> samples;
@@ -98,6 +102,7 @@ struct Sound {
   double loudness() const;
 };
 
+// Reads an AIFF file; throws std::runtime_error if that is impossible.
 Sound soundIn(const std::filesystem::path& file);
 
 }  // namespace speech

@@ -77,6 +77,7 @@ kavrel_port_struct* Speaker::release() {
   return std::exchange(m_port, nullptr);
 }
 
+// The event is valid only during the callback, so its text is copied.
 kavrel_result_t Speaker::onCallback(kavrel_event_struct* event, kavrel_event_t type, void* user) {
   auto& speaker = *static_cast<Speaker*>(user);
   Event recorded{type, 0, 0, {}};
@@ -130,6 +131,7 @@ std::size_t threadCount() {
 }  // namespace
 
 std::size_t threadsWithSynthesiser() {
+  // Loading the synthesiser starts its thread, so that the count is the same in every test.
   kavrel_params* const params = kavrel_params_new(nullptr);
   kavrel_params_set_val(params, KAVREL_KEY_CACHE_POLICY, kavrel_val_string("preload"));
   EXPECT_NE(kavrel_engine_open(params), nullptr);

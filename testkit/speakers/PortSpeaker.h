@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What the tests of ports share: a port with a recording callback, and files to speak into.
+// Shared by the tests of ports: a port with a callback that records events, and temporary folders.
+//
+// Threads: events arrive on the job's thread; the accessors may be called on any thread.
 #pragma once
 
 #include <condition_variable>
@@ -25,7 +27,7 @@ struct Event {
   bool operator==(const Event&) const = default;
 };
 
-// A folder of this test's own, removed at the end.
+// A temporary folder, removed by the destructor.
 class Folder {
  public:
   Folder();
@@ -41,10 +43,10 @@ class Folder {
   std::filesystem::path m_path;
 };
 
-// A port, and what its callback has been given. Closes the port at the end.
+// A port and the events that its callback has received. The destructor closes the port.
 class Speaker {
  public:
-  // An empty `file`: the sound output.
+  // An empty `file` means the sound output.
   explicit Speaker(const std::string& file = {}, kavrel_event_t mask = KAVREL_EVENT_ALL);
   ~Speaker();
   Speaker(const Speaker&) = delete;
@@ -53,21 +55,22 @@ class Speaker {
   kavrel_port_struct* port() const { return m_port; }
   kavrel_background_t job() const { return m_job; }
 
-  // Called with every event, on the job's thread, after it has been recorded. Set it before the
+  // Called for every event on the job's thread, after the event is recorded. Set it before the
   // first job.
   std::function<void(const Event&)> onEvent;
 
   kavrel_result_t speak(std::string_view text);
-  // Speaks, waits for the end, and returns what has been recorded since the test began.
+  // Speaks, waits for the end, and returns all events recorded so far.
   std::vector<Event> speakAll(std::string_view text);
 
-  // Blocks until as many events of `type` have been recorded; the test's time limit bounds it.
+  // Blocks until `count` events of `type` have been recorded; only the test's time limit ends a
+  // wait for events that do not come.
   void waitFor(kavrel_event_t type, std::size_t count = 1);
 
   std::vector<Event> events() const;
   std::vector<Event> events(kavrel_event_t type) const;
 
-  // The port now belongs to the test.
+  // Returns the port and gives up its ownership.
   kavrel_port_struct* release();
 
  private:
@@ -83,14 +86,15 @@ class Speaker {
 std::vector<Event> ofType(const std::vector<Event>& events, kavrel_event_t type);
 std::vector<std::string> texts(const std::vector<Event>& events);
 
-// The samples of an AIFF file; fails the test when it is none.
+// The samples of an AIFF file; fails the test if the file is not one.
 std::vector<std::int16_t> readSamples(const std::string& file);
 
-// How many threads this process has while nothing is spoken; the synthesiser keeps one of its own.
+// The number of threads of this process while nothing is spoken, including the synthesiser's own
+// thread, which exists from its first use on.
 std::size_t threadsWithSynthesiser();
 
-// Waits until the process has no more than `count` threads: an ended job's thread may still be on
-// its way out. False when it has more after ten seconds.
+// Waits until the process has at most `count` threads, since the thread of an ended job may still
+// be exiting. Returns false if it has more after ten seconds.
 bool threadsFallTo(std::size_t count);
 
 // A text of several sentences.

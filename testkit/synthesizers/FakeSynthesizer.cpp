@@ -37,7 +37,7 @@ class Implementation final : public FakeSynthesizer {
 
   void reset() override {
     holdEndsOfJobs(false);
-    holdStopsAtPlaces(false);
+    holdStopsAtBoundaries(false);
     const std::lock_guard held(m_lock);
     m_refusesToOpen = false;
     m_outcome = SpeakOutcome::Speaks;
@@ -59,7 +59,7 @@ class Implementation final : public FakeSynthesizer {
     m_changed.notify_all();
   }
 
-  void holdStopsAtPlaces(bool holds) override {
+  void holdStopsAtBoundaries(bool holds) override {
     const std::lock_guard held(m_lock);
     m_holdsStops = holds;
     m_changed.notify_all();
@@ -69,7 +69,7 @@ class Implementation final : public FakeSynthesizer {
     std::unique_lock held(m_lock);
     m_changed.wait(held, [this] {
       return std::any_of(m_channels.begin(), m_channels.end(),
-                         [](const auto& entry) { return entry.second.answersNothing; });
+                         [](const auto& entry) { return entry.second.blocked; });
     });
   }
 
@@ -120,7 +120,7 @@ class Implementation final : public FakeSynthesizer {
     }
   }
 
-  // The entry points.
+  // ---- Entry points
 
   long open(SpeechChannelIdentifier* identifier) {
     const std::lock_guard held(m_lock);
@@ -132,7 +132,7 @@ class Implementation final : public FakeSynthesizer {
 
   long close(SpeechChannelIdentifier identifier) {
     std::unique_lock held(m_lock);
-    waitUntilItAnswers(held, identifier);
+    waitUntilUnblocked(held, identifier);
     return m_channels.erase(identifier) == 1 ? long{noErr} : long{noSynthFound};
   }
 
@@ -143,16 +143,17 @@ class Implementation final : public FakeSynthesizer {
     });
   }
 
+  // A held stop waits outside of with(), so that other channels still work.
   long stop(SpeechChannelIdentifier identifier, unsigned long where) {
     const long found = with(identifier, [&](ChannelRecord& record) -> long {
       record.stops.push_back(where);
-      record.answersNothing = where != kImmediate && m_holdsStops;
+      record.blocked = where != kImmediate && m_holdsStops;
       m_changed.notify_all();
       return noErr;
     });
     std::unique_lock held(m_lock);
     if (where != kImmediate) m_changed.wait(held, [this] { return !m_holdsStops; });
-    if (found == noErr) m_channels[identifier].answersNothing = false;
+    if (found == noErr) m_channels[identifier].blocked = false;
     endJob(identifier);
     m_changed.notify_all();
     return found;
@@ -161,7 +162,8 @@ class Implementation final : public FakeSynthesizer {
   long pause(SpeechChannelIdentifier identifier, unsigned long where) {
     return with(identifier, [&](ChannelRecord& record) -> long {
       record.pauses.push_back(where);
-      // Rationale: even when idle, since synthesizers do so; the Manager keeps it from clients.
+      // Rationale: sets Paused even when idle, as synthesizers do; the Manager hides it from
+      // clients.
       record.status = Status::Paused;
       return noErr;
     });
@@ -174,6 +176,8 @@ class Implementation final : public FakeSynthesizer {
     });
   }
 
+  // The text-done callback runs before the job starts and under no lock, so that it may call the
+  // Manager.
   long speak(SpeechChannelIdentifier identifier, const char* text, long bytes, long flags) {
     std::string all(text, static_cast<std::size_t>(bytes));
     const auto more = targetOf<SpeechTextDoneProcPtr>(identifier, soTextDoneCallBack);
@@ -183,7 +187,8 @@ class Implementation final : public FakeSynthesizer {
       unsigned long pieceBytes = 0;
       more.function(asChannel(identifier), more.refCon, &piece, &pieceBytes, &pieceFlags);
       if (piece == nullptr) break;
-      all += static_cast<const char*>(piece);  // up to its NUL, whatever the count says
+      // Up to the NUL; the count is ignored.
+      all += static_cast<const char*>(piece);
     }
     return with(identifier, [&](ChannelRecord& record) -> long {
       if (record.status != Status::Idle) return synthNotReady;
@@ -213,6 +218,8 @@ class Implementation final : public FakeSynthesizer {
     });
   }
 
+  // Fixed-point values are copied, since the caller's variable may be temporary; all other values
+  // are recorded as pointers.
   long setInfo(SpeechChannelIdentifier identifier, OSType selector, const void* value) {
     return with(identifier, [&](ChannelRecord& record) -> long {
       switch (selector) {
@@ -253,22 +260,25 @@ class Implementation final : public FakeSynthesizer {
   }
 
  private:
-  void waitUntilItAnswers(std::unique_lock<std::mutex>& held, SpeechChannelIdentifier identifier) {
+  void waitUntilUnblocked(std::unique_lock<std::mutex>& held, SpeechChannelIdentifier identifier) {
     m_changed.wait(held, [&] {
       const auto found = m_channels.find(identifier);
-      return found == m_channels.end() || !found->second.answersNothing;
+      return found == m_channels.end() || !found->second.blocked;
     });
   }
 
+  // Returns the result of `work` for the channel, called under the lock; noSynthFound for an
+  // unknown channel.
   template <typename Work>
   long with(SpeechChannelIdentifier identifier, Work work) {
     std::unique_lock held(m_lock);
-    waitUntilItAnswers(held, identifier);
+    waitUntilUnblocked(held, identifier);
     const auto found = m_channels.find(identifier);
     return found == m_channels.end() ? long{noSynthFound} : work(found->second);
   }
 
-  // What a synthesizer's own threads call, a held stop or not.
+  // The client's callback. Does not wait for a held stop, since the synthesizer's own threads use
+  // it.
   template <typename Function>
   Target<Function> targetOf(SpeechChannelIdentifier identifier, OSType selector) {
     const std::lock_guard held(m_lock);
@@ -279,7 +289,7 @@ class Implementation final : public FakeSynthesizer {
             const_cast<void*>(pointers[soRefCon])};
   }
 
-  // With m_lock: a job, if there is one, ends on a thread of its own.
+  // With m_lock: ends the job, if there is one, on a new thread.
   void endJob(SpeechChannelIdentifier identifier) {
     const auto found = m_channels.find(identifier);
     if (found == m_channels.end()) return;
@@ -289,6 +299,8 @@ class Implementation final : public FakeSynthesizer {
     m_threads.emplace_back([this, identifier] { signalDone(identifier); });
   }
 
+  // Runs on a thread of the synthesizer. The channel is idle before the callback, so that the
+  // client may speak again inside it.
   void signalDone(SpeechChannelIdentifier identifier) {
     {
       std::unique_lock held(m_lock);
@@ -302,8 +314,8 @@ class Implementation final : public FakeSynthesizer {
   }
 
   std::mutex m_lock;
-  // Below: with m_lock.
-  std::condition_variable m_changed;  // what is held, or a channel's answersNothing
+  // With m_lock:
+  std::condition_variable m_changed;  // a hold, or `blocked` of a channel, has changed
   std::map<SpeechChannelIdentifier, ChannelRecord> m_channels;
   std::vector<std::thread> m_threads;
   SpeechChannelIdentifier m_lastIdentifier = 0;

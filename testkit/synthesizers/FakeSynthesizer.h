@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// FakeSynthesizer: a synthesizer plug-in that makes no sound and does what a test tells it.
+// FakeSynthesizer: a silent synthesizer plug-in that a test controls, for tests of the Manager.
 //
-// It is loaded by the Manager like any other; a test reaches it with fakeSynthesizer(), by its name
-// in the same library. It keeps to the duties of a synthesizer: text is refused while a channel is
-// not idle, a stopped or finished channel becomes idle on a thread of the synthesizer's own, and
-// then reports speech-done there, under no lock.
+// The Manager loads it like any other plug-in; the test finds it through the function
+// fakeSynthesizer() of the same library. It follows the rules for synthesizers: it refuses text
+// while a channel is not idle; a stopped or finished channel becomes idle on a thread of the
+// synthesizer and then reports speech-done there, under no lock.
 //
-// Threads: all functions may be called on any thread. Callbacks that a test makes it send run on
-// the test's thread, speech-done apart.
+// Threads: all functions may be called on any thread. Callbacks sent by a test run on the test's
+// thread, except speech-done.
 #pragma once
 
 #include <ApplicationServices/SpeechSynthesis.h>
@@ -21,19 +21,19 @@ namespace fake {
 
 enum class Status { Idle, Busy, Paused, Closing };
 
-// What a channel was told; a copy of the moment.
+// The calls that a channel has received and its state; a snapshot.
 struct ChannelRecord {
   Status status = Status::Idle;
   std::string text;                        // of the last job, text-done pieces included
   long flags = 0;                          // of the last job
   std::map<OSType, const void*> pointers;  // by selector: the value itself
-  std::map<OSType, Fixed> numbers;         // by selector: what rate, pitch, volume and modes hold
+  std::map<OSType, Fixed> numbers;         // by selector: rate, pitch, volume and modes
   VoiceSpec voice{};
   std::string voicePath;
-  std::vector<unsigned long> stops;  // places, in order
+  std::vector<unsigned long> stops;  // boundaries, in order of the calls
   std::vector<unsigned long> pauses;
   std::string dictionary;
-  bool answersNothing = false;  // a stop is held
+  bool blocked = false;  // a held stop blocks all other calls
 };
 
 enum class SpeakOutcome { Speaks, RunsOutOfMemory, Throws, RefusesText };
@@ -42,32 +42,32 @@ class FakeSynthesizer {
  public:
   virtual ~FakeSynthesizer() = default;
 
-  // Forgets what was set with the functions below; channels stay.
+  // Resets all settings made with the functions below; channels stay.
   virtual void reset() = 0;
   virtual void refuseToOpen(bool refuses) = 0;
   virtual void setSpeakOutcome(SpeakOutcome outcome) = 0;
-  // Stopped and finished jobs stay in Closing until released again.
+  // true: stopped and finished jobs stay in Closing until false is set.
   virtual void holdEndsOfJobs(bool holds) = 0;
-  // A stop at the end of a word or sentence does not return until released again, and the channel
-  // answers no other call meanwhile.
-  virtual void holdStopsAtPlaces(bool holds) = 0;
-  // Waits until a stop is held.
+  // true: a stop at the end of a word or sentence does not return until false is set; meanwhile all
+  // other calls of the channel block.
+  virtual void holdStopsAtBoundaries(bool holds) = 0;
+  // Waits until a stop is held; only the test's time limit ends the wait.
   virtual void waitForHeldStop() = 0;
 
-  // Open channels by their identifiers.
+  // Open channels by identifier.
   virtual std::map<SpeechChannelIdentifier, ChannelRecord> channels() = 0;
 
-  // An idle channel takes itself for paused.
+  // Sets the state of a channel to Paused, whatever it is.
   virtual void confuse(SpeechChannelIdentifier channel) = 0;
 
-  // The job runs out by itself.
+  // Ends the job as if its text had been spoken.
   virtual void finish(SpeechChannelIdentifier channel) = 0;
   // Sends the callback, if the channel has one.
   virtual void sendWord(SpeechChannelIdentifier channel, unsigned long position, UInt16 length) = 0;
   virtual void sendSync(SpeechChannelIdentifier channel, OSType message) = 0;
   virtual void sendPhoneme(SpeechChannelIdentifier channel, SInt16 opcode) = 0;
   virtual void sendError(SpeechChannelIdentifier channel, OSErr error, long position) = 0;
-  // Waits until no thread of the synthesizer is left.
+  // Waits until all threads of the synthesizer have exited, except the calling one.
   virtual void join() = 0;
 };
 

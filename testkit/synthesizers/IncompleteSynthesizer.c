@@ -1,6 +1,7 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 /*
- * A synthesizer without the entry point SEUseVoice. Nothing in it is ever called.
+ * A synthesizer plug-in without the entry point SEUseVoice, which the Manager must refuse to load.
+ * None of its functions is ever called.
  */
 #define ENTRY_POINT(name)                                 \
   __attribute__((visibility("default"))) long name(void); \

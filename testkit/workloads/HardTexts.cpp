@@ -12,7 +12,7 @@ namespace {
 
 using Ending = HardText::Ending;
 
-// `piece` over and over, whole, behind `start`.
+// `start`, then whole repetitions of `piece` until they have `bytes` bytes.
 std::string repeated(std::string_view piece, std::size_t bytes, std::string_view start = "") {
   std::string text(start);
   text.reserve(start.size() + bytes + piece.size());
@@ -29,19 +29,20 @@ std::string allBytes() {
   return text;
 }
 
-// A text that converts whatever stands in front, with `odd` at its `at` eighth.
+// Prose with `odd` inserted after `at` eighths of the text.
 std::string proseWith(std::string_view odd, std::size_t at, std::size_t bytes) {
   std::string text = prose(bytes);
   text.insert(bytes / 8 * at, odd);
   return text;
 }
 
+// Brackets and semicolons: the search for the ends of commands.
 std::vector<HardText> brackets() {
   return {
-      {"OpenBrackets", [](std::size_t n) { return repeated("[[", n); }},
-      {"CloseBrackets", [](std::size_t n) { return repeated("]]", n); }},
+      {"OpeningBrackets", [](std::size_t n) { return repeated("[[", n); }},
+      {"ClosingBrackets", [](std::size_t n) { return repeated("]]", n); }},
       {"EmptyCommands", [](std::size_t n) { return repeated("[[]]", n); }},
-      {"OpenBracketsAndSemicolons", [](std::size_t n) { return repeated("[[ ;", n); }},
+      {"OpeningBracketsAndSemicolons", [](std::size_t n) { return repeated("[[ ;", n); }},
       {"SemicolonsWithoutEnd", [](std::size_t n) { return repeated(";", n, "[["); }},
       {"ClosedSemicolons", [](std::size_t n) { return repeated(";", n, "[[") + "]]"; }},
       {"CommandsInOnePair", [](std::size_t n) { return repeated("rate 1;", n, "[[") + "]]"; }},
@@ -51,6 +52,7 @@ std::vector<HardText> brackets() {
   };
 }
 
+// Very many commands, and very large or invalid arguments.
 std::vector<HardText> commands() {
   return {
       {"Rates", [](std::size_t n) { return repeated("[[rate 200]]", n); }},
@@ -75,10 +77,11 @@ std::vector<HardText> commands() {
   };
 }
 
+// Phoneme, tune and skipped regions.
 std::vector<HardText> regions() {
   return {
       {"Phones", [](std::size_t n) { return repeated("~hEHl1OW ", n, "[[inpt PHON]]"); }},
-      {"PhonesThatNobodyKnows", [](std::size_t n) { return repeated("Q", n, "[[inpt PHON]]"); },
+      {"UnknownPhones", [](std::size_t n) { return repeated("Q", n, "[[inpt PHON]]"); },
        Ending::BadPhoneSequence, Ending::BadPhoneSequence},
       {"PhonesFullOfCommands",
        [](std::size_t n) { return repeated("AE[[rate 1]]", n, "[[inpt PHON]]"); }},
@@ -99,17 +102,17 @@ std::vector<HardText> regions() {
   };
 }
 
+// Commands that are never closed: no command follows them.
 std::vector<HardText> unclosed() {
   return {
       {"UnclosedAtTheStart", [](std::size_t n) { return proseWith("[[", 0, n); }},
       {"UnclosedInTheMiddle", [](std::size_t n) { return proseWith("see note [[ 3", 4, n); }},
       {"UnclosedAtTheEnd", [](std::size_t n) { return prose(n) + "[["; }},
-      {"UnclosedBehindACommand", [](std::size_t n) { return proseWith("[[rate 5]][[", 4, n); }},
+      {"UnclosedAfterACommand", [](std::size_t n) { return proseWith("[[rate 5]][[", 4, n); }},
       {"UnclosedRate", [](std::size_t n) { return proseWith("x [[rate 5", 4, n); },
        Ending::IndexOutOfRange, Ending::IndexOutOfRange},
-      {"UnclosedBehindEmphases",
-       [](std::size_t n) { return repeated("[[emph +]]w ", n) + "[[ 3"; }},
-      {"UnclosedBehindRates", [](std::size_t n) { return repeated("[[rate +1]]x ", n) + "[["; }},
+      {"UnclosedAfterEmphases", [](std::size_t n) { return repeated("[[emph +]]w ", n) + "[[ 3"; }},
+      {"UnclosedAfterRates", [](std::size_t n) { return repeated("[[rate +1]]x ", n) + "[["; }},
       {"UnclosedInPhones",
        [](std::size_t n) { return repeated("AE", n, "[[inpt PHON]]") + "[[ 3"; },
        Ending::BadPhoneSequence, Ending::BadPhoneSequence},
@@ -122,6 +125,7 @@ std::vector<HardText> unclosed() {
   };
 }
 
+// Texts with few or no commands: characters that are escaped or encoded, and long words.
 std::vector<HardText> plainTexts() {
   return {
       {"Ampersands", [](std::size_t n) { return repeated("&", n); }},

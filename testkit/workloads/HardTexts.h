@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Texts that are hard to convert: each makes some straightforward way of preparing, reading or
-// converting text slow, large or endless.
+// Texts that are hard to convert. Each one makes some naive way of preparing, reading or converting
+// text slow, memory-hungry or endless.
 //
-// Every function is pure.
+// All functions are free of state and may be called on any thread.
 #pragma once
 
 #include <cstddef>
@@ -18,15 +18,17 @@ struct HardText {
 
   std::string name;                        // one CamelCase word
   std::string (*make)(std::size_t bytes);  // about that many bytes
-  // How the conversion of the text as it stands ends, at any size of 1 KB and more; and that of the
-  // prepared text with the commands for a channel's settings in front.
+  // The result of converting the text unchanged, at any size of 1 KB and more; and of converting
+  // the prepared text after the commands for a channel's settings.
   Ending converted = Ending::Converts;
   Ending spoken = Ending::Converts;
-  // Phones are carried over from region to region, so that the output grows with the square or the
-  // cube of the text up to a limit; nothing is promised about time and memory below that limit.
+  // Phones are carried over from region to region, so the output grows with the square or the cube
+  // of the text up to a limit; time and memory below that limit are not bounded by the text's
+  // length.
   bool carriesPhones = false;
 };
 
+// All texts, in a fixed order.
 const std::vector<HardText>& hardTexts();
 
 std::ostream& operator<<(std::ostream& out, const HardText& text);

@@ -20,7 +20,8 @@ std::atomic<bool> counting = false;
 std::atomic<std::int64_t> held = 0;
 std::atomic<std::int64_t> most = 0;
 
-[[maybe_unused]] void taken(std::size_t bytes) {
+// Both run inside the allocator: they must not allocate or lock.
+[[maybe_unused]] void countAllocation(std::size_t bytes) {
   if (!counting.load(std::memory_order_relaxed)) return;
   const auto added = static_cast<std::int64_t>(bytes);
   const std::int64_t now = held.fetch_add(added, std::memory_order_relaxed) + added;
@@ -29,7 +30,7 @@ std::atomic<std::int64_t> most = 0;
   }
 }
 
-[[maybe_unused]] void given(std::size_t bytes) {
+[[maybe_unused]] void countRelease(std::size_t bytes) {
   if (!counting.load(std::memory_order_relaxed)) return;
   held.fetch_sub(static_cast<std::int64_t>(bytes), std::memory_order_relaxed);
 }
@@ -38,7 +39,7 @@ std::atomic<std::int64_t> most = 0;
 
 #if defined(KAVREL_ALLOCATOR_HOOKS)
 
-// The sanitizers' own; not every compiler installs the header that declares them.
+// Functions of the sanitizers; not every compiler installs the header that declares them.
 extern "C" {
 
 int __sanitizer_install_malloc_and_free_hooks(void (*onMalloc)(const volatile void*, std::size_t),
@@ -52,10 +53,10 @@ namespace {
 constexpr bool kWorks = true;
 
 void onMalloc(const volatile void* /*block*/, std::size_t size) {
-  taken(size);
+  countAllocation(size);
 }
 void onFree(const volatile void* block) {
-  if (block != nullptr) given(__sanitizer_get_allocated_size(block));
+  if (block != nullptr) countRelease(__sanitizer_get_allocated_size(block));
 }
 
 [[maybe_unused]] const int installed = __sanitizer_install_malloc_and_free_hooks(onMalloc, onFree);
@@ -82,8 +83,8 @@ namespace {
 
 constexpr bool kWorks = true;
 
-void* counted(void* block) {
-  if (block != nullptr) taken(malloc_usable_size(block));
+void* countBlock(void* block) {
+  if (block != nullptr) countAllocation(malloc_usable_size(block));
   return block;
 }
 
@@ -92,40 +93,40 @@ void* counted(void* block) {
 extern "C" {
 
 void* malloc(std::size_t size) noexcept {
-  return counted(__libc_malloc(size));
+  return countBlock(__libc_malloc(size));
 }
 
 void* calloc(std::size_t count, std::size_t size) noexcept {
-  return counted(__libc_calloc(count, size));
+  return countBlock(__libc_calloc(count, size));
 }
 
-// A block that moves is held twice while it is copied, unless the system only maps it elsewhere;
-// it counts once, as what the program holds.
+// A moved block may exist twice while it is copied; it counts once, since that is what the program
+// holds.
 void* realloc(void* block, std::size_t size) noexcept {
   const std::size_t before = block != nullptr ? malloc_usable_size(block) : 0;
   void* const moved = __libc_realloc(block, size);
   if (moved == nullptr && size != 0) return nullptr;
-  given(before);
-  return counted(moved);
+  countRelease(before);
+  return countBlock(moved);
 }
 
 void* memalign(std::size_t alignment, std::size_t size) noexcept {
-  return counted(__libc_memalign(alignment, size));
+  return countBlock(__libc_memalign(alignment, size));
 }
 
 void* aligned_alloc(std::size_t alignment, std::size_t size) noexcept {
-  return counted(__libc_memalign(alignment, size));
+  return countBlock(__libc_memalign(alignment, size));
 }
 
 int posix_memalign(void** block, std::size_t alignment, std::size_t size) noexcept {
-  void* const made = counted(__libc_memalign(alignment, size));
+  void* const made = countBlock(__libc_memalign(alignment, size));
   if (made == nullptr) return ENOMEM;
   *block = made;
   return 0;
 }
 
 void free(void* block) noexcept {
-  if (block != nullptr) given(malloc_usable_size(block));
+  if (block != nullptr) countRelease(malloc_usable_size(block));
   __libc_free(block);
 }
 

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// HeapMeter: how much memory a piece of work holds at most, and how much it leaves.
+// HeapMeter: measures the peak memory of a piece of work, and how much it leaves allocated.
 //
-// It counts the blocks of the whole process, those of `operator new` and of malloc alike, by taking
-// the place of glibc's malloc or, under a sanitizer, through that one's hooks. Counts are bytes as
-// the allocator rounds them, so they repeat exactly in a single thread, up to that rounding.
+// It counts the blocks of the whole process, from `operator new` and malloc: it replaces glibc's
+// malloc or, in a sanitizer build, uses the sanitizer's hooks. Counts are in bytes as rounded by
+// the allocator; in a single thread they are reproducible up to that rounding.
 //
 // Threads: measured work may use several. One meter at a time.
 #pragma once
@@ -15,19 +15,19 @@ namespace workloads {
 
 class HeapMeter {
  public:
-  // Counts from here on; what is held already does not count.
+  // Starts counting at 0; blocks that are already allocated do not count.
   HeapMeter();
-  // Counting ends.
+  // Stops counting.
   ~HeapMeter();
   HeapMeter(const HeapMeter&) = delete;
   HeapMeter& operator=(const HeapMeter&) = delete;
 
-  // The most bytes held at one moment since the meter was made.
+  // The maximum of bytes held at one time since the meter was created.
   std::size_t peak() const;
-  // What was taken and not given back since the meter was made; negative when more was given back.
+  // Bytes allocated minus bytes freed since the meter was created; may be negative.
   std::ptrdiff_t growth() const;
 
-  // False where there is no way to count; peak() and growth() are 0 then.
+  // False on platforms without a way to count; peak() and growth() then return 0.
   static bool works();
 };
 

@@ -30,12 +30,13 @@ constexpr std::array<std::string_view, 18> kCommands = {
     "[[nmbr LTRL]]", "[[emph -]]",    "[[nmbr NORM]]", "[[pbas 46]]",  "[[cmnt aside]]",
     "[[volm +0.1]]", "[[ctxt WORD]]", "[[rset 0]]"};
 
-// Deals out words, with stops, capitals and line ends where sentences have them.
+// Appends words one by one, with the full stops, capitals and line ends of sentences. In about one
+// of 24 cases the word comes from `odd`.
 class Writer {
  public:
   explicit Writer(std::span<const std::string_view> odd) : m_odd(odd) {}
 
-  // Appends a word and what stands between it and the next one.
+  // Appends a word and the punctuation and blank after it.
   void addWord(std::string& text) {
     const bool odd = !m_odd.empty() && below(24) == 0;
     const std::size_t start = text.size();
@@ -55,7 +56,7 @@ class Writer {
   std::size_t below(std::size_t bound) { return m_random() % bound; }
 
   std::span<const std::string_view> m_odd;
-  std::mt19937 m_random;  // with its default seed: the same words everywhere
+  std::mt19937 m_random;  // default seed: the same words on every platform
   bool m_atStart = true;
 };
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Channels on an engine whose calls fail, each one, once and for good.
+// Channels on an engine whose calls fail: each call in turn, once and for good.
 #include "FaultFixture.h"
 
 namespace faults {
@@ -11,7 +11,7 @@ using scripted::Op;
 
 class EngineFaults : public FaultTest, public testing::WithParamInterface<faulty::Fault> {};
 
-TEST_P(EngineFaults, AtAnyCallLeaveListedResultsAndAFreshChannelThatSpeaks) {
+TEST_P(EngineFaults, AtAnyCallGiveAllowedResultsAndLeaveAFreshChannelThatSpeaks) {
   const long blocks = engine().live().blocks;
   const int met = faulty::sweep(GetParam(), useAChannel, [&](int k) {
     SCOPED_TRACE(testing::Message() << "call " << k);
@@ -36,24 +36,24 @@ class WaitFaults : public FaultTest {};
 TEST_F(WaitFaults, OfAnyKindLeaveAFreshChannelThatSpeaks) {
   for (int result = -1; result >= KAVREL_QUEUE_FULL; --result) {
     SCOPED_TRACE(result);
-    engine().answer(Op::Wait, static_cast<kavrel_result_t>(result));
+    engine().setResult(Op::Wait, static_cast<kavrel_result_t>(result));
     useAChannel();
-    engine().answerAsUsual();
+    engine().useDefaultResults();
     expectAFreshChannelSpeaks();
   }
 }
 
-TEST_F(WaitFaults, DoNotHoldBackSpeechDone) {
+TEST_F(WaitFaults, DoNotDelaySpeechDone) {
   for (int result = -1; result >= KAVREL_QUEUE_FULL; --result) {
     SCOPED_TRACE(result);
     channels::Client& own = channels::newClient();
     const SpeechChannelIdentifier id = open(own);
-    engine().answer(Op::Wait, static_cast<kavrel_result_t>(result));
+    engine().setResult(Op::Wait, static_cast<kavrel_result_t>(result));
     ASSERT_EQ(speak(id, "Hello"), noErr);
     lastPort().end();
     EXPECT_TRUE(own.waitForDone());
     EXPECT_TRUE(becomesIdle(id));
-    engine().answerAsUsual();
+    engine().useDefaultResults();
     EXPECT_EQ(close(id), noErr);
     EXPECT_EQ(own.count("done"), 1);
   }

@@ -10,11 +10,11 @@ using channels::eventually;
 using scripted::engine;
 
 FaultTest::FaultTest() {
-  faulty::mendPlatform();
+  faulty::restorePlatform();
 }
 
 FaultTest::~FaultTest() {
-  faulty::mendPlatform();
+  faulty::restorePlatform();
 }
 
 scripted::Port FaultTest::lastPort() {
@@ -27,13 +27,13 @@ bool FaultTest::becomesIdle(SpeechChannelIdentifier id) {
 
 namespace {
 
-void expectOneOf(long result, const std::vector<long>& listed, const char* call) {
-  EXPECT_THAT(listed, testing::Contains(result)) << call;
+void expectOneOf(long result, const std::vector<long>& allowed, const char* call) {
+  EXPECT_THAT(allowed, testing::Contains(result)) << call;
 }
 
-// Whether a job has been started. Memory that runs out in the conversion may leave SESpeakBuffer as
-// an exception, and no other entry point.
-bool started(SpeechChannelIdentifier id) {
+// Speaks a text; returns whether a job has been started. Out of memory during the conversion may be
+// thrown from SESpeakBuffer; no other entry point throws.
+bool startJob(SpeechChannelIdentifier id) {
   std::string text =
       "a [[rate 200]] b [[sync 3; volm 0.5]]c [[cmnt " + std::string(200, 'x') + "]]";
   try {
@@ -46,18 +46,19 @@ bool started(SpeechChannelIdentifier id) {
 }
 
 void speakAndStop(SpeechChannelIdentifier id) {
-  const bool speaking = started(id);
+  const bool speaking = startJob(id);
   const auto port = [] { return engine().port(engine().ports()); };
   if (speaking) port().word(0, 1).phoneme("ae", 0).bookmark("1");
   expectOneOf(SEPauseSpeechAt(id, kImmediate), {noErr, -1}, "SEPauseSpeechAt");
   expectOneOf(SEContinueSpeech(id), {noErr, -1}, "SEContinueSpeech");
   expectOneOf(SEStopSpeechAt(id, kEndOfWord), {noErr, -1}, "SEStopSpeechAt");
-  // A stop that the engine refused leaves the job to its end.
+  // If the engine refused the stop, the job is still running.
   if (speaking) port().end();
 }
 
 }  // namespace
 
+// Does not use the fixture's open(), since opening may fail and the channel is closed here.
 void FaultTest::useAChannel() {
   Client& client = channels::newClient();
   SpeechChannelIdentifier id = 0;
@@ -78,7 +79,7 @@ void FaultTest::useAChannel() {
               {noErr, paramErr}, "SESetSpeechInfo");
   speakAndStop(id);
   EXPECT_TRUE(becomesIdle(id));
-  closeWhole(id);
+  closeAndWait(id);
   CFRelease(bundle);
   CFRelease(folder);
 }
@@ -94,20 +95,20 @@ void FaultTest::expectAFreshChannelSpeaks() {
   lastPort().word(0, 5).end();
   ASSERT_TRUE(own.waitForDone());
   EXPECT_EQ(own.count("word 0 5"), 1);
-  closeWhole(id);
+  closeAndWait(id);
 }
 
-void FaultTest::closeWhole(SpeechChannelIdentifier id) {
+void FaultTest::closeAndWait(SpeechChannelIdentifier id) {
   const int freed = engine().count(scripted::Op::MutexDestroy);
   EXPECT_EQ(SECloseSpeechChannel(id), noErr);
   EXPECT_TRUE(eventually([&] { return engine().count(scripted::Op::MutexDestroy) > freed; }))
-      << "the record is kept";
+      << "the channel's record is not freed";
 }
 
 void FaultTest::expectNothingIsLeft(long blocksBefore) {
   EXPECT_TRUE(eventually([] { return engine().heldLocks() == 0; })) << "a lock is held";
   EXPECT_TRUE(eventually([&] { return engine().live().blocks == blocksBefore; }))
-      << "memory is left: " << engine().live().blocks - blocksBefore << " blocks";
+      << "memory is not released: " << engine().live().blocks - blocksBefore << " blocks";
 }
 
 }  // namespace faults

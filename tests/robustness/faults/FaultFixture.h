@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What the tests of faults share: a client's whole life with a channel, of which every result has
-// to be one that is listed, and what must hold after any fault.
+// Shared by the fault tests: the complete use of a channel by a client, with a check that every
+// result is an allowed one, and the checks that must hold after any fault.
 #pragma once
 
 #include "FaultyEngine.h"
@@ -15,19 +15,19 @@ class FaultTest : public channels::ChannelTest {
   FaultTest();
   ~FaultTest() override;
 
-  // Opens a channel, gives it a client and a voice, speaks, pauses, continues and stops on it, once
-  // to the device and once to a file, and closes it, with whatever fails.
+  // Opens a channel, sets a client and a voice, then speaks, pauses, continues and stops, once with
+  // output to the device and once to a file, and closes the channel. Any call may fail.
   static void useAChannel();
 
-  // A fresh channel speaks a job from beginning to end.
+  // Checks that a fresh channel speaks a job from beginning to end.
   static void expectAFreshChannelSpeaks();
-  // No lock is held, and no block that was not held before.
+  // Checks that no lock is held and that as many blocks are allocated as before.
   static void expectNothingIsLeft(long blocksBefore);
 
-  // Closes the channel, and waits until its record is freed.
-  static void closeWhole(SpeechChannelIdentifier id);
+  // Closes the channel and waits until its record is freed.
+  static void closeAndWait(SpeechChannelIdentifier id);
 
-  // Whether the channel neither speaks nor is paused nor finishes a job; waits for it.
+  // Waits up to ten seconds until the channel is idle; returns whether it is.
   static bool becomesIdle(SpeechChannelIdentifier id);
 
   // The port that was opened last.

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Channels when memory runs out: at every request in turn, once and for good. A program of its own,
-// since it takes the place of the allocator.
+// Channels when the process is out of memory: at every request in turn, once and for good. A
+// separate program, since it replaces the allocator.
 #include "FaultFixture.h"
 #include "allocation/FailingAllocator.h"
 
@@ -16,7 +16,7 @@ using channels::asPointer;
 using channels::Client;
 using scripted::engine;
 
-// The client's own memory never runs out.
+// The client's callbacks, exempt from the failures.
 void done(SpeechChannel channel, SRefCon refCon) {
   const Spared spared;
   Client::done(channel, refCon);
@@ -44,13 +44,14 @@ void textDone(SpeechChannel, SRefCon, const void** next, unsigned long*, SInt32*
   *next = g_pieces < 2 ? kPieces[g_pieces++] : nullptr;
 }
 
-// Every selector with a value that it takes.
+// A valid value for every selector.
 struct Values {
   OSType mode = channels::code("LTRL");
   OSType input = channels::code("TEXT");
   Fixed number = 0x0001'8000;
   DelimiterInfo delimiters{};
 
+  // Returns the value for the selector, or null if it takes none.
   void* of(OSType selector) {
     switch (selector) {
       case soRate:
@@ -96,14 +97,15 @@ class MemoryFaults : public FaultTest, public testing::WithParamInterface<Times>
   MemoryFaults() {
     allocation::spareWhere(scripted::insideEngine);
     engine().recordCalls(false);
-    // The platform's voices are the test's own; they ask for no more memory.
+    // The record of the voices belongs to the test and must not allocate.
     channels::voices().asked.reserve(100'000);
-    // Without a thread a job is finished on the engine's, which a stop may have to give up.
+    // If no thread starts, the job is finished on the engine's thread, and a stop may time out
+    // there.
     engine().setCallbackPatience(std::chrono::milliseconds(20));
   }
   ~MemoryFaults() override { allocation::spareWhere(nullptr); }
 
-  // Calls an entry point with memory that may run out. Nothing but SESpeakBuffer throws.
+  // Calls an entry point whose allocations may fail. It must not throw; only SESpeakBuffer may.
   template <typename Call>
   static long exposed(Call call) {
     try {
@@ -111,16 +113,16 @@ class MemoryFaults : public FaultTest, public testing::WithParamInterface<Times>
       return call();
     } catch (...) {
       const Spared scope;
-      ADD_FAILURE() << "an exception leaves an entry point";
+      ADD_FAILURE() << "an entry point throws an exception";
       return 1;
     }
   }
 
-  static void expectResult(long result, std::initializer_list<long> listed, const char* call) {
-    EXPECT_THAT(std::vector<long>(listed), testing::Contains(result)) << call;
+  static void expectResult(long result, std::initializer_list<long> allowed, const char* call) {
+    EXPECT_THAT(std::vector<long>(allowed), testing::Contains(result)) << call;
   }
 
-  // What a run is made of, made while memory is there.
+  // The objects that a run needs, created while memory is available.
   struct Scene {
     Client& client = channels::newClient();
     CFURLRef url = CFURLCreateFromFileSystemRepresentation(
@@ -144,7 +146,8 @@ class MemoryFaults : public FaultTest, public testing::WithParamInterface<Times>
     Scene& operator=(const Scene&) = delete;
   };
 
-  // A client's life with a channel; the channel, which is open, or 0.
+  // Opens a channel and uses it as a client does; returns the open channel, or 0 if it did not
+  // open.
   static SpeechChannelIdentifier use(Scene& scene, bool exact);
   static bool speakOn(SpeechChannelIdentifier id, Scene& scene);
   void expectSpeaks(SpeechChannelIdentifier id, Scene& scene);
@@ -199,7 +202,7 @@ SpeechChannelIdentifier MemoryFaults::use(Scene& scene, bool exact) {
   expectResult(exposed([&] { return SEContinueSpeech(id); }), {noErr, -1}, "continue");
   expectResult(exposed([&] { return SEStopSpeechAt(id, kImmediate); }), {noErr, -1}, "stop");
   EXPECT_TRUE(becomesIdle(id));
-  // This one ends by itself.
+  // This job ends without a stop.
   if (speakOn(id, scene)) {
     const Exposed scope;
     lastPort().word(0, 1).end();
@@ -208,7 +211,7 @@ SpeechChannelIdentifier MemoryFaults::use(Scene& scene, bool exact) {
   return id;
 }
 
-// With memory again, the channel that ran out of it speaks.
+// Checks that a channel whose allocations failed speaks again when memory is available.
 void MemoryFaults::expectSpeaks(SpeechChannelIdentifier id, Scene& scene) {
   set(id, soOutputToFileWithCFURL, nullptr);
   set(id, soTextDoneCallBack, nullptr);
@@ -217,10 +220,10 @@ void MemoryFaults::expectSpeaks(SpeechChannelIdentifier id, Scene& scene) {
   ASSERT_EQ(speak(id, scene.text), noErr);
   lastPort().end();
   ASSERT_TRUE(scene.client.waitForDone(done + 1));
-  closeWhole(id);
+  closeAndWait(id);
 }
 
-// Runs `run` with every request failing in turn, and `check` after each with memory again.
+// Runs `run` with every request failing in turn, and `check` after each, with memory available.
 void MemoryFaults::sweep(const std::function<void()>& run, const std::function<void()>& check) {
   long n = 1;
   for (bool met = true; met && !HasFailure(); ++n) {
@@ -249,11 +252,11 @@ void MemoryFaults::useEverywhere(bool exact) {
         });
 }
 
-TEST_P(MemoryFaults, AtAnyRequestLeaveListedResultsAndAChannelThatSpeaks) {
+TEST_P(MemoryFaults, AtAnyRequestGiveAllowedResultsAndLeaveAChannelThatSpeaks) {
   useEverywhere(false);
 }
 
-TEST_P(MemoryFaults, AtAnyRequestDoSoWherePositionsAreExact) {
+TEST_P(MemoryFaults, AtAnyRequestDoTheSameWithExactPositions) {
   useEverywhere(true);
 }
 

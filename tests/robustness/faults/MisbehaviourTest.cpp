@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Channels on an engine that does what none should: ends that come twice, early, late or never,
-// events on two threads and after the end, and events that say odd things.
+// Channels on an engine that breaks its rules: END is sent twice, early, late or never; events are
+// sent on two threads or after the end; events have invalid positions, names or texts.
 #include "FaultFixture.h"
 
 namespace faulty {
 
-// For the test framework.
+// How GoogleTest prints the parameter.
 static void PrintTo(const Misbehaviour& engine, std::ostream* out) {
   *out << engine.name;
 }
@@ -26,7 +26,7 @@ class Misbehaving : public FaultTest, public testing::WithParamInterface<faulty:
   Misbehaving() { m_violationsExpected = true; }
 };
 
-TEST_P(Misbehaving, TheChannelSignalsEachJobOnceAndSpeaksOn) {
+TEST_P(Misbehaving, TheChannelSignalsEachJobOnceAndStillSpeaks) {
   const faulty::Misbehaviour& engines = GetParam();
   constexpr int kJobs = 5;
   Client& own = channels::newClient();
@@ -49,7 +49,7 @@ TEST_P(Misbehaving, TheChannelSignalsEachJobOnceAndSpeaksOn) {
   expectAFreshChannelSpeaks();
 }
 
-TEST_P(Misbehaving, AChannelMayBeClosedInTheMidstOfIt) {
+TEST_P(Misbehaving, AChannelMayBeClosedMeanwhile) {
   const faulty::Misbehaviour& engines = GetParam();
   Client& own = channels::newClient();
   const SpeechChannelIdentifier id = open(own);
@@ -58,9 +58,9 @@ TEST_P(Misbehaving, AChannelMayBeClosedInTheMidstOfIt) {
   const Port port = lastPort();
   engines.during(port);
   EXPECT_EQ(close(id), noErr);
-  // A job that was over before may be signalled while the channel is being closed.
+  // If the job was over before, its speech-done may be called while the channel is being closed.
   ASSERT_TRUE(own.waitForDone());
-  // Nobody is there any more to hear it.
+  // Events after the close must not reach the client.
   engines.after(port);
   const std::size_t heard = own.events().size();
   for (const scripted::Event& event : faulty::oddEvents(10)) Port(port).play(event);
@@ -79,8 +79,8 @@ INSTANTIATE_TEST_SUITE_P(Every, Misbehaving, testing::ValuesIn(faulty::misbehavi
 
 class OddEvents : public FaultTest {};
 
-// Word lengths keep their low 16 bits; positions are what the offset arithmetic makes of them.
-TEST_F(OddEvents, ReachTheClientAsTheLetterSays) {
+// Word lengths keep their low 16 bits; positions are the results of the offset arithmetic.
+TEST_F(OddEvents, ReachTheClientUnchangedExceptForTheirRange) {
   const SpeechChannelIdentifier id = open();
   ASSERT_EQ(speak(id, "Hello"), noErr);
   lastPort().word(0, 65'535).word(0, 65'536).word(0, 70'000);
@@ -91,8 +91,8 @@ TEST_F(OddEvents, ReachTheClientAsTheLetterSays) {
                                    "sync -1", "sync 2147483647", "phoneme 0"));
 }
 
-// With exact positions nothing leaves the caller's buffer.
-TEST_F(OddEvents, StayInsideTheCallersBufferWherePositionsAreExact) {
+// With exact positions every reported range is inside the caller's buffer.
+TEST_F(OddEvents, StayInsideTheCallersBufferIfPositionsAreExact) {
   const std::string text = "OS X & [[emph +]]more [[cmnt no]] <b>";
   const SpeechChannelIdentifier id = open();
   set(id, kCallerPositions, &client());

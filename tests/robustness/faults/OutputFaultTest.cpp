@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The real engine where its surroundings fail: files that cannot be written, a disk that is full,
-// voices that are none.
+// The real engine when its environment fails: files that cannot be written, a full disk, invalid
+// voices.
 #include <csignal>
 #include <filesystem>
 #include <fstream>
@@ -29,12 +29,12 @@ std::string prose(std::size_t bytes) {
 
 class OutputFaults : public testing::Test {
  protected:
-  // Speaks into the file, which may fail: refused, or begun and ended.
+  // Speaks to the file, which may fail: the job is either refused, or started and ended.
   void speakInto(const fs::path& file, const std::string& text) {
     m_speaker.writeTo(file);
     const long result = m_speaker.speak(text);
     if (result == noErr) {
-      EXPECT_TRUE(m_speaker.waitForDone(++m_done)) << file << " has no end";
+      EXPECT_TRUE(m_speaker.waitForDone(++m_done)) << file << ": the job does not end";
     } else {
       EXPECT_EQ(result, synthNotReady) << file;
     }
@@ -54,7 +54,7 @@ class OutputFaults : public testing::Test {
 };
 
 TEST_F(OutputFaults, OfFilesThatCannotBeWrittenLeaveAChannelThatSpeaks) {
-  std::ofstream(m_folder / "file") << "no folder";
+  std::ofstream(m_folder / "file") << "not a folder";
   for (const fs::path& file :
        {m_folder / "missing/sound.aiff", m_folder / "file/sound.aiff", m_folder / "",
         fs::path("/proc/no-such-file.aiff"), m_folder / std::string(300, 'n')}) {
@@ -65,7 +65,7 @@ TEST_F(OutputFaults, OfFilesThatCannotBeWrittenLeaveAChannelThatSpeaks) {
 }
 
 TEST_F(OutputFaults, OfAFullDiskLeaveAChannelThatSpeaks) {
-  if (!fs::exists("/dev/full")) GTEST_SKIP() << "there is no disk that is always full";
+  if (!fs::exists("/dev/full")) GTEST_SKIP() << "the system has no /dev/full";
   speakInto("/dev/full", prose(5'000));
   expectSpeaks();
 }
@@ -85,7 +85,7 @@ TEST_F(OutputFaults, OfADiskThatBecomesFullLeaveAChannelThatSpeaks) {
 
 class VoiceFaults : public OutputFaults {
  protected:
-  // A bundle with that file in place of a voice's own.
+  // Creates a bundle with that file instead of a voice's data; an empty `file`: without a file.
   fs::path bundle(const std::string& name, const std::string& file, const std::string& contents) {
     const fs::path path = m_folder / (name + ".SpeechVoice");
     fs::create_directory(path);
@@ -107,8 +107,8 @@ class VoiceFaults : public OutputFaults {
   }
 };
 
-// Rationale: a voice is accepted as it is; the next job finds out, and is refused or does with what
-// the voice says.
+// Rationale: an invalid voice is accepted; the next job detects it, and is either refused or spoken
+// with the valid part of the voice.
 TEST_F(VoiceFaults, OfMalformedBundlesLeaveAChannelThatSpeaks) {
   const std::string noise(100'000, '\xFF');
   for (const fs::path& path :

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Channels on a platform that fails: threads that do not start, a text converter that gives up, and
-// objects that have no path.
+// Channels on a platform that fails: threads that do not start, a text converter that fails, and
+// objects without a path.
 #include "FaultFixture.h"
 
 namespace faults {
@@ -23,9 +23,9 @@ std::vector<Service> allServices() {
 
 class PlatformFaults : public FaultTest, public testing::WithParamInterface<Service> {};
 
-TEST_P(PlatformFaults, AtAnyCallLeaveListedResultsAndAFreshChannelThatSpeaks) {
+TEST_P(PlatformFaults, AtAnyCallGiveAllowedResultsAndLeaveAFreshChannelThatSpeaks) {
   const long blocks = engine().live().blocks;
-  // Without a thread a job is finished on the engine's, which a stop may have to give up.
+  // If no thread starts, the job is finished on the engine's thread, and a stop may time out there.
   engine().setCallbackPatience(std::chrono::milliseconds(20));
   for (const bool forGood : {false, true}) {
     for (int k = 1;; ++k) {
@@ -34,7 +34,7 @@ TEST_P(PlatformFaults, AtAnyCallLeaveListedResultsAndAFreshChannelThatSpeaks) {
       faulty::failPlatform(GetParam(), k, forGood);
       useAChannel();
       const int met = faulty::platformFaults(GetParam());
-      faulty::mendPlatform();
+      faulty::restorePlatform();
       expectAFreshChannelSpeaks();
       expectNothingIsLeft(blocks);
       if (met == 0) break;
@@ -56,7 +56,7 @@ INSTANTIATE_TEST_SUITE_P(Every, PlatformFaults, testing::ValuesIn(allServices())
 
 class ThreadFaults : public FaultTest {
  protected:
-  // Refuses as many threads, from now on.
+  // Makes the next thread fail to start; with more than one, all later threads.
   static void refuse(int threads) { faulty::failPlatform(Service::ThreadCreate, 1, threads > 1); }
   static int refused() { return faulty::platformFaults(Service::ThreadCreate); }
 };
@@ -71,7 +71,7 @@ TEST_F(ThreadFaults, OfFinishingLeaveAJobThatIsSignalledOnce) {
     lastPort().end();
     ASSERT_TRUE(own.waitForDone());
     EXPECT_EQ(refused(), threads);
-    faulty::mendPlatform();
+    faulty::restorePlatform();
     EXPECT_EQ(status(id), STATUS_IDLE);
     EXPECT_EQ(speak(id, "Hello"), noErr);
     EXPECT_EQ(own.count("done"), 1);
@@ -110,7 +110,7 @@ TEST_F(ThreadFaults, OfSignallingLeaveACloseThatSignalsOnce) {
   EXPECT_EQ(client().count("done"), 1);
 }
 
-TEST_F(ThreadFaults, ForGoodLeaveAHundredJobsSignalledOnceEach) {
+TEST_F(ThreadFaults, ForGoodStillSignalEachOfAHundredJobsOnce) {
   constexpr int kJobs = 100;
   const SpeechChannelIdentifier id = open();
   engine().recordCalls(false);
@@ -132,8 +132,8 @@ TEST_F(ThreadFaults, ForGoodLeaveAHundredJobsSignalledOnceEach) {
 
 class ConverterFaults : public FaultTest {};
 
-// Rationale: a text that cannot be converted is spoken as it was given, not even escaped.
-TEST_F(ConverterFaults, LeaveTheTextAsItWasGiven) {
+// Rationale: a text that cannot be converted is spoken unchanged, without escapes.
+TEST_F(ConverterFaults, LeaveTheTextUnconverted) {
   const std::string text = "caf\x8E & <b>";
   for (const Service service :
        {Service::EncodingOfSystem, Service::ConverterCreate, Service::ConverterConvert,
@@ -148,8 +148,8 @@ TEST_F(ConverterFaults, LeaveTheTextAsItWasGiven) {
   }
 }
 
-// A text of many buffers fails at any of them.
-TEST_F(ConverterFaults, AtAnyPassLeaveTheTextAsItWasGiven) {
+// A long text is converted in several buffers; the failure of any of them has the same effect.
+TEST_F(ConverterFaults, AtAnyBufferLeaveTheTextUnconverted) {
   const std::string text = "&" + std::string(20'000, 'a');
   for (int k = 1;; ++k) {
     SCOPED_TRACE(k);
@@ -181,7 +181,7 @@ class PathFaults : public FaultTest {
   const CFURLRef m_folder;
 };
 
-TEST_F(PathFaults, OfTheOutputFileAreAnsweredAndOutputToTheDeviceCanBeAskedForAgain) {
+TEST_F(PathFaults, OfTheOutputFileAreReportedAndOutputToTheDeviceStaysPossible) {
   const SpeechChannelIdentifier id = open();
   faulty::failPlatform(Service::UrlBytes, 1);
   EXPECT_EQ(set(id, soOutputToFileWithCFURL, asValue()), paramErr);
@@ -192,8 +192,8 @@ TEST_F(PathFaults, OfTheOutputFileAreAnsweredAndOutputToTheDeviceCanBeAskedForAg
               testing::Not(testing::Contains(testing::Key("audio/output-file"))));
 }
 
-// Rationale: the voice is accepted; only the next job finds out that it has no folder.
-TEST_F(PathFaults, OfAVoiceLeaveTheNextJobRefusedUntilThereIsAnotherVoice) {
+// Rationale: the voice is accepted; only the next job detects that it has no folder.
+TEST_F(PathFaults, OfAVoiceMakeJobsFailUntilAnotherVoiceIsSet) {
   const CFBundleRef bundle = CFBundleCreate(nullptr, m_folder);
   VoiceSpec voice{channels::code("BRVD"), 1};
   for (const Service service : {Service::BundleUrl, Service::AbsoluteUrl, Service::UrlPath}) {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Jobs that follow each other out of speech-done: each callback has a stack of its own and the
-// number of threads stays what it is, however long the chain.
+// Chains of jobs, each started inside the speech-done of the one before: stack depth and number of
+// threads do not grow with the length of the chain.
 
 #include <algorithm>
 #include <atomic>
@@ -20,7 +20,7 @@ using scripted::engine;
 using scripted::Script;
 using scripted::When;
 
-// How deep in its thread's stack the caller is, in bytes.
+// The depth of the caller in its thread's stack, in bytes.
 std::size_t stackDepth() {
   pthread_attr_t attributes;
   pthread_getattr_np(pthread_self(), &attributes);
@@ -34,7 +34,7 @@ std::size_t stackDepth() {
 
 class Chain : public ChannelTest {
  protected:
-  // Speaks `jobs` jobs, each but the first out of the speech-done of the one before.
+  // Speaks `jobs` jobs; every job after the first is started in the speech-done of the one before.
   void speakChain(int jobs, When when) {
     engine().everyJob(Script().word(22, 5).end(), when);
     engine().recordCalls(false);
@@ -47,14 +47,15 @@ class Chain : public ChannelTest {
       if (job < jobs && speak(channel, "again") != noErr) ++m_refused;
     };
     ASSERT_EQ(speak(id, "Hello"), noErr);
-    // However slow the machine: the whole test has a limit.
+    // No limit here, since the machine may be slow; the test as a whole has one.
     while (m_jobs < jobs && m_refused == 0)
       std::this_thread::sleep_for(std::chrono::milliseconds(1));
     settle();
     EXPECT_EQ(m_refused, 0);
     EXPECT_EQ(client().count("done"), jobs);
     EXPECT_LT(m_deepest, 64u * 1024);
-    // The test's, the port's, and for two jobs the finishing and the signalling thread.
+    // The threads of the test and the port, and the finishing and signalling threads of two jobs,
+    // with a margin.
     EXPECT_LE(m_mostThreads, m_threadsAtStart + 8);
   }
 
@@ -69,7 +70,7 @@ TEST_F(Chain, OfJobsNeedsNoMoreStackAndThreadsThanOne) {
   speakChain(2'000, When::OnEngineThread);
 }
 
-// END comes inside SESpeakBuffer, which is called inside speech-done.
+// END is sent inside SESpeakBuffer, which is called inside speech-done.
 TEST_F(Chain, OfJobsThatEndBeforeSpeakReturnsDoesNotNest) {
   speakChain(1'000, When::InsideSpeak);
 }

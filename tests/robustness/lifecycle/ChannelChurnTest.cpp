@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The same again, very often: what comes goes, and memory stays what it was.
+// Channels are opened, used and closed very often: threads and records do not accumulate, and
+// memory does not grow.
 
 #include <atomic>
 #include <cstdio>
@@ -19,13 +20,14 @@ using scripted::When;
 using workloads::HeapMeter;
 
 constexpr long kMostGrowth = 1'000'000;
-// The engine's own record of what is kept goes this often.
+// The engine's own records of kept objects are dropped after so many channels.
 constexpr int kBatch = 1'000;
 
 class Churn : public ChannelTest {
  protected:
   Churn() { engine().recordCalls(false); }
 
+  // Opens and closes idle channels; prints how much memory has grown.
   void openAndClose(int times) {
     const HeapMeter meter;
     for (int i = 1; i <= times; ++i) {
@@ -35,15 +37,15 @@ class Churn : public ChannelTest {
       if (i % kBatch == 0) engine().forgetKept();
     }
     std::printf("%d opens and closes, growth %td bytes\n", times, meter.growth());
-    EXPECT_GT(meter.peak(), 0u) << "nothing is counted";
+    EXPECT_GT(meter.peak(), 0u) << "the meter counts nothing";
     EXPECT_LT(meter.growth(), kMostGrowth);
     EXPECT_EQ(freed(), times);
     EXPECT_EQ(engine().live().parameterSets, times);
     EXPECT_EQ(engine().live().ports, 0);
   }
 
-  // Stops after a random number of events: before the first, between two, after END, or when the
-  // channel is idle again.
+  // Stops after a random number of events: before the first one, between two, after END, or when
+  // the channel is idle again. The seed is printed.
   void speakAndStop(int times) {
     const unsigned int seed = std::random_device()();
     std::printf("seed %u\n", seed);
@@ -59,7 +61,7 @@ class Churn : public ChannelTest {
       m_counts.events = 0;
       ASSERT_EQ(speak(id, "Hello"), noErr);
       const int moment = static_cast<int>(random() % 6);
-      // A job that has ended counts as all its events.
+      // A job that has ended sends no more events, so do not wait for them.
       while (m_counts.events < moment && m_counts.signals < job) std::this_thread::yield();
       ASSERT_EQ(SEStopSpeechAt(id, random() % 3), noErr);
       m_counts.waitFor(job);
@@ -73,8 +75,8 @@ class Churn : public ChannelTest {
     EXPECT_EQ(engine().live().ports, 1);
   }
 
-  // A voice and an output file for every job, both changed before the next; every third to the
-  // sound device.
+  // Sets a new voice and a new output file before every job; every third job is spoken to the
+  // device.
   void changeBeforeEveryJob(int times) {
     engine().everyJob(Script().end(), When::OnEngineThread);
     const SpeechChannelIdentifier id = openBare();
@@ -100,7 +102,7 @@ class Churn : public ChannelTest {
     EXPECT_EQ(m_counts.signals, times);
     EXPECT_EQ(engine().count(Op::SetVoice), times);
     EXPECT_EQ(engine().ports(), times);
-    // The last one, where it was not for a file.
+    // Only the port of the last job, if it was spoken to the device.
     EXPECT_EQ(engine().live().ports, times % 3 == 0 ? 1 : 0);
   }
 

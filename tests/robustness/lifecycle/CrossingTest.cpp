@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A stop on one thread against a client callback on the engine's thread that calls into the same
-// channel: both are over in time, and nothing is lost.
+// A stop on one thread while a client callback on the engine's thread calls into the same channel:
+// both return in time, and every job is signalled once.
 
 #include <chrono>
 
@@ -19,8 +19,8 @@ using Clock = std::chrono::steady_clock;
 
 class Crossing : public ChannelTest {
  protected:
-  // Speaks; in the word callback waits until `ending`, on this thread, has called the engine's stop
-  // with the channel's lock held, and then calls `inside`.
+  // Speaks and calls `ending` on this thread. The word callback waits until `ending` has called the
+  // engine's stop, with the channel's lock held, and then calls `inside`.
   void cross(SpeechChannelIdentifier id, const std::function<long(SpeechChannelIdentifier)>& ending,
              const std::function<void(SpeechChannelIdentifier)>& inside) {
     const int stops = engine().count(Op::Stop);
@@ -46,7 +46,7 @@ class Crossing : public ChannelTest {
   static long stop(SpeechChannelIdentifier id) { return SEStopSpeechAt(id, kImmediate); }
 };
 
-TEST_F(Crossing, AStopAndACallBackIntoItsChannelAreOverWithinTwoSeconds) {
+TEST_F(Crossing, AStopAndACallBackIntoItsChannelFinishWithinTwoSeconds) {
   const auto begin = Clock::now();
   cross(open(), stop, [](auto channel) {
     SpeechStatusInfo info{};
@@ -55,7 +55,7 @@ TEST_F(Crossing, AStopAndACallBackIntoItsChannelAreOverWithinTwoSeconds) {
   EXPECT_LT(Clock::now() - begin, std::chrono::seconds(2));
 }
 
-TEST_F(Crossing, EveryEntryPointMayBeWhatTheCallbackWaitsIn) {
+TEST_F(Crossing, TheCallbackMayWaitInEveryEntryPoint) {
   engine().setCallbackPatience(std::chrono::milliseconds(20));
   Fixed rate = Long2Fix(200);
   const std::vector<std::function<void(SpeechChannelIdentifier)>> calls = {
@@ -75,10 +75,10 @@ TEST_F(Crossing, EveryEntryPointMayBeWhatTheCallbackWaitsIn) {
   }
 }
 
-TEST_F(Crossing, ASpeakInTheCallbackWaitsForTheStopAndIsHeardOfOnce) {
+TEST_F(Crossing, ASpeakInTheCallbackWaitsForTheStopAndIsSignalledOnce) {
   engine().setCallbackPatience(std::chrono::milliseconds(20));
   const SpeechChannelIdentifier id = open();
-  // The speak finds the channel closing, or idle already.
+  // The channel is closing, or already idle, when the callback speaks.
   long spoken = -1;
   std::atomic<bool> stopped = false;
   client().onWord = [&](auto channel) {
@@ -103,7 +103,7 @@ TEST_F(Crossing, ASpeakInTheCallbackWaitsForTheStopAndIsHeardOfOnce) {
   EXPECT_EQ(client().count("done"), expected);
 }
 
-TEST_F(Crossing, AStopInTheCallbackAgainstAStopSignalsOnce) {
+TEST_F(Crossing, AStopInTheCallbackDuringAStopSignalsOnce) {
   engine().setCallbackPatience(std::chrono::milliseconds(20));
   const SpeechChannelIdentifier id = open();
   for (int round = 0; round < 5; ++round) {
@@ -111,7 +111,7 @@ TEST_F(Crossing, AStopInTheCallbackAgainstAStopSignalsOnce) {
   }
 }
 
-TEST_F(Crossing, ACloseAgainstACallbackThatCallsIntoTheChannelIsOver) {
+TEST_F(Crossing, ACloseDuringACallbackThatCallsIntoTheChannelFinishes) {
   engine().setCallbackPatience(std::chrono::milliseconds(20));
   cross(
       open(), [&](auto id) { return close(id); },
@@ -122,7 +122,7 @@ TEST_F(Crossing, ACloseAgainstACallbackThatCallsIntoTheChannelIsOver) {
   EXPECT_EQ(freed(), 1);
 }
 
-TEST_F(Crossing, ACloseInTheCallbackAgainstAStopIsOver) {
+TEST_F(Crossing, ACloseInTheCallbackDuringAStopFinishes) {
   engine().setCallbackPatience(std::chrono::milliseconds(20));
   const SpeechChannelIdentifier id = open();
   cross(id, stop, [&](auto channel) { EXPECT_EQ(SECloseSpeechChannel(channel), noErr); });

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What is kept on purpose, counted by kind: the engine, a parameter set for every open and for
-// every job, and the ports of closed channels. Nothing else stays.
+// Objects that are kept on purpose, counted by kind: the engine, a parameter set for every open and
+// for every job, and the ports of closed channels. Everything else is released.
 
 #include <string>
 
@@ -26,7 +26,7 @@ class Kept : public ChannelTest {
     ASSERT_TRUE(client().waitForDone(before + 1));
   }
 
-  // All threads and channels gone: what is left is kept for good.
+  // Checks the kept objects, after all channels are closed and all threads have exited.
   void expectKept(long sets, long ports) {
     settle();
     const Live live = engine().live();
@@ -86,9 +86,9 @@ TEST_F(Kept, OfTextsThatAreRefusedNothing) {
   expectKept(1, 0);
 }
 
-// Rounds of a whole life with all that a channel can be given; the heap is where it was after each.
+// Each round uses all features of a channel; the heap does not grow from round to round.
 TEST_F(Kept, NothingElseIsHeldAfterAnyNumberOfRounds) {
-  if (!workloads::HeapMeter::works()) GTEST_SKIP() << "there is no way to count";
+  if (!workloads::HeapMeter::works()) GTEST_SKIP() << "memory cannot be counted here";
   engine().everyJob(Script().word(22, 5).phoneme("ae", 22).bookmark("1").end(),
                     When::OnEngineThread);
   engine().recordCalls(false);
@@ -108,7 +108,7 @@ TEST_F(Kept, NothingElseIsHeldAfterAnyNumberOfRounds) {
   for (int warm = 0; warm < 20; ++warm) round();
   const workloads::HeapMeter meter;
   for (int measured = 0; measured < 100; ++measured) round();
-  EXPECT_GT(meter.peak(), 0u) << "nothing is counted";
+  EXPECT_GT(meter.peak(), 0u) << "the meter counts nothing";
   EXPECT_LT(meter.growth(), 4096);
 }
 

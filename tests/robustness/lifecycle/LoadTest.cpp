@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Many channels at once, from many threads: every job is signalled once, with its channel idle, and
-// no thread is left.
+// Many channels at once, used by many threads: every job is signalled once, with its channel idle,
+// and all threads exit.
 
 #include <atomic>
 #include <barrier>
@@ -18,7 +18,7 @@ using scripted::Script;
 using scripted::When;
 using Clock = std::chrono::steady_clock;
 
-// A channel and its client, which counts only.
+// A channel and its client, which only counts.
 struct Speaker {
   SpeechChannelIdentifier id = 0;
   std::atomic<int> signals = 0;
@@ -53,7 +53,8 @@ class Load : public ChannelTest {
     }
   }
 
-  // `channels` channels that speak `jobs` jobs each, an equal share of them from every thread.
+  // Opens `channels` channels that speak `jobs` jobs each; every thread uses an equal share of
+  // them.
   void speakAll(int channels, int jobs, int threads) {
     engine().everyJob(Script().word(22, 5).phoneme("ae", 22).end(), When::OnEngineThread);
     openSpeakers(channels);
@@ -113,7 +114,7 @@ TEST_F(Load, AThousandOpenChannelsSpeakSideBySide) {
   for (const Speaker& speaker : m_speakers) ASSERT_EQ(speak(speaker.id, "Hello"), noErr);
   for (int port = 1; port <= 1000; ++port) {
     engine().port(port).end();
-    // Two threads for each would be many at once.
+    // One after the other: each end needs two threads, which are too many for all channels at once.
     m_speakers[static_cast<std::size_t>(port - 1)].waitFor(1);
   }
   settle();

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The life of a channel's record: whoever lets go last frees it, and nobody frees it twice. A
-// record ends by the end of its lock, which the scripted engine counts.
+// The lifetime of a channel's record: the last user frees it, and it is freed only once. Freeing a
+// record destroys its mutex, which the scripted engine counts.
 
 #include <chrono>
 
@@ -25,7 +25,7 @@ TEST_F(Record, IsFreedByTheCloseOfAnIdleChannel) {
   EXPECT_EQ(freed(), 1);
 }
 
-TEST_F(Record, IsFreedByTheCloseOfASpeakingChannelOnceItsThreadsAreGone) {
+TEST_F(Record, IsFreedByTheCloseOfASpeakingChannelAfterItsThreadsHaveExited) {
   const SpeechChannelIdentifier id = open();
   ASSERT_EQ(speak(id, "Hello"), noErr);
   close(id);
@@ -36,7 +36,7 @@ TEST_F(Record, IsFreedByTheCloseOfASpeakingChannelOnceItsThreadsAreGone) {
 TEST_F(Record, IsKeptByAJobThatTheEngineWillNotStopUntilItsEnd) {
   const SpeechChannelIdentifier id = open();
   ASSERT_EQ(speak(id, "Hello"), noErr);
-  engine().answer(Op::Stop, KAVREL_INTERNAL_ERROR);
+  engine().setResult(Op::Stop, KAVREL_INTERNAL_ERROR);
   testing::internal::CaptureStderr();
   close(id);
   testing::internal::GetCapturedStderr();
@@ -48,7 +48,7 @@ TEST_F(Record, IsKeptByAJobThatTheEngineWillNotStopUntilItsEnd) {
   EXPECT_EQ(client().count("done"), 0);
 }
 
-TEST_F(Record, IsKeptByAJobWhoseEndComesAfterTheCloseUntilItsEnd) {
+TEST_F(Record, IsKeptByAJobThatEndsAfterTheCloseUntilItsEnd) {
   m_violationsExpected = true;
   engine().onStop(OnStop::TestEnds);
   engine().setWaitLimit(std::chrono::milliseconds(1));
@@ -63,7 +63,7 @@ TEST_F(Record, IsKeptByAJobWhoseEndComesAfterTheCloseUntilItsEnd) {
   EXPECT_EQ(client().count("done"), 1);
 }
 
-TEST_F(Record, OfAJobWhoseEndComesTwiceIsFreedOnce) {
+TEST_F(Record, OfAJobThatEndsTwiceIsFreedOnce) {
   const SpeechChannelIdentifier id = open();
   ASSERT_EQ(speak(id, "Hello"), noErr);
   engine().port(1).end().end();
@@ -139,7 +139,7 @@ TEST_F(Record, IsKeptByAnEntryPointInProgress) {
   EXPECT_EQ(freed(), 1);
 }
 
-// The close holds the lock twice then, so the thread that would make the channel idle cannot.
+// The lock is held twice during this close, so the thread that makes the channel idle must wait.
 TEST_F(Record, OfAChannelPausedAndClosedInsideTextDoneIsFreed) {
   const SpeechChannelIdentifier id = open();
   client().onTextDone = [&](auto channel, const void** next, unsigned long*, SInt32*) {
@@ -171,13 +171,13 @@ TEST_F(Record, ClosedASecondTimeWhileItIsBeingClosedIsUnknownAtOnce) {
   EXPECT_EQ(client().count("done"), 1);
 }
 
-// A channel that is paused while its job is being finished is one that a stop finishes again.
-TEST_F(Record, SignalledOnceMoreLeavesTheNextJobAlone) {
+// If a channel is paused while its job is being finished, a stop finishes the job again.
+TEST_F(Record, SignalledOnceMoreDoesNotAffectTheNextJob) {
   const SpeechChannelIdentifier id = open();
   ASSERT_EQ(speak(id, "first"), noErr);
   HeldUp late;
   {
-    // Neither of the two threads that signal can have the lock meanwhile.
+    // Neither of the two signalling threads can take the lock here.
     const ChannelLock held(find_channel(id));
     SEStopSpeechAt(id, kImmediate);
     SEPauseSpeechAt(id, kImmediate);

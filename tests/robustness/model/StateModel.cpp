@@ -6,7 +6,7 @@
 
 namespace model {
 
-// Keeps the states for which `allows` answers true, as it leaves them.
+// Applies `allows` to every state; keeps the changed states for which it returns true.
 template <typename Step>
 bool StateModel::step(Step allows) {
   letThreadsRun();
@@ -18,6 +18,7 @@ bool StateModel::step(Step allows) {
   return !m_states.empty();
 }
 
+// A breadth-first search of the states that are reachable by steps of the threads.
 void StateModel::letThreadsRun() {
   std::deque<State> open(m_states.begin(), m_states.end());
   const auto reach = [&](const State& state) {
@@ -54,38 +55,38 @@ void StateModel::finish(State& state) {
   ++state.signalling;
 }
 
-bool StateModel::speak(long answer, bool endsItself) {
-  if (answer == noErr) ++m_jobs;
+bool StateModel::speak(long result, bool endsItself) {
+  if (result == noErr) ++m_jobs;
   return step([&](State& state) {
-    if (state.status != STATUS_IDLE) return answer == synthNotReady;
+    if (state.status != STATUS_IDLE) return result == synthNotReady;
     state.status = STATUS_BUSY;
     state.running = true;
     state.endsItself = endsItself;
     state.unfinished = true;
-    return answer == noErr;
+    return result == noErr;
   });
 }
 
-bool StateModel::pause(long answer) {
+bool StateModel::pause(long result) {
   return step([&](State& state) {
-    if (state.status == STATUS_PAUSED) return answer == noErr;
+    if (state.status == STATUS_PAUSED) return result == noErr;
     state.status = STATUS_PAUSED;
-    return answer == (state.running ? 0 : -1);
+    return result == (state.running ? 0 : -1);
   });
 }
 
-bool StateModel::unpause(long answer) {
+bool StateModel::unpause(long result) {
   return step([&](State& state) {
-    if (state.status != STATUS_PAUSED) return answer == noErr;
+    if (state.status != STATUS_PAUSED) return result == noErr;
     state.status = STATUS_BUSY;
-    return answer == (state.running ? 0 : -1);
+    return result == (state.running ? 0 : -1);
   });
 }
 
-bool StateModel::stop(long answer) {
+bool StateModel::stop(long result) {
   return step([&](State& state) {
     if (state.status == STATUS_BUSY || state.status == STATUS_PAUSED) finish(state);
-    return answer == noErr;
+    return result == noErr;
   });
 }
 

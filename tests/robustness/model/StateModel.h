@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The state table of a channel, small enough to be seen to be right, and blind to what it cannot
-// know: worker threads run when they like, so the model keeps every state that the channel may be
-// in and drops those that an answer rules out. None left means that the channel left the table.
+// A model of a channel's state table: a nondeterministic state machine. The test cannot know when
+// worker threads run, so the model keeps the set of all states that the channel may be in, and
+// drops those that contradict a result. An empty set means that the channel has violated the table.
+//
+// Threads: one.
 #pragma once
 
 #include <compare>
@@ -15,12 +17,12 @@ namespace model {
 
 struct State {
   channel_status_t status = STATUS_IDLE;
-  bool running = false;     // the engine speaks the job
-  bool endsItself = false;  // and may end it at any moment
-  bool unfinished = false;  // the channel has a job that nobody has finished
-  bool ended = false;       // its finishing thread is on its way
-  int signalling = 0;       // signalling threads on their way
-  int signalled = 0;        // those that have made the channel idle, since it was opened
+  bool running = false;     // the engine is speaking the job
+  bool endsItself = false;  // the engine may end the job at any time
+  bool unfinished = false;  // the channel has a job that is not finished
+  bool ended = false;       // the job's finishing thread has been started
+  int signalling = 0;       // number of signalling threads in progress
+  int signalled = 0;        // number of signalling threads that have made the channel idle
 
   auto operator<=>(const State&) const = default;
 };
@@ -29,26 +31,26 @@ class StateModel {
  public:
   StateModel() : m_states{State()} {}
 
-  // The calls, with what they answered; false when no state of the table allows that answer.
-  bool speak(long answer, bool endsItself);
-  bool pause(long answer);
-  bool unpause(long answer);
-  bool stop(long answer);
+  // The calls with their results. Each returns false if no state of the table allows the result.
+  bool speak(long result, bool endsItself);
+  bool pause(long result);
+  bool unpause(long result);
+  bool stop(long result);
   bool status(bool busy, bool paused);
-  // END of the job that the engine speaks, or once more of one that has ended.
+  // END of the job that the engine is speaking, or a second END of one that has ended.
   bool end();
-  // All threads are gone, and speech-done has been called that often.
+  // All threads have exited, and speech-done has been called `signalled` times.
   bool settled(int signalled);
 
-  // Adds what the threads on their way may make of the states. Every other function begins with it,
-  // closed() aside.
+  // Adds all states that the threads in progress may lead to. Every other function except closed()
+  // begins with it.
   void letThreadsRun();
 
-  // How many speech-done calls a close leaves behind: for every job one, and for each pause of a
-  // channel without a job that a stop has ended, one more at most.
+  // Whether `signalled` speech-done calls are possible after a close: one for every job, and at
+  // most one more for each pause of a channel without a job that a stop has ended.
   bool closed(int signalled) const;
 
-  // One of the states, for messages.
+  // One of the states as text, for messages.
   std::string text() const;
 
  private:

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Channels against the model of their state table: steps in random order on four channels at a
-// time, every answer held against the model. The seed is printed; KAVREL_SEED repeats a run.
+// Channels compared with the model of their state table: random steps on four channels at a time;
+// every result is checked with the model. The seed is printed; KAVREL_SEED repeats a run.
 
 #include <algorithm>
 #include <array>
@@ -31,11 +31,11 @@ unsigned int chosenSeed() {
                           : std::random_device()();
 }
 
-// A channel, its model, and how often speech-done has been called.
+// A channel, its model, and the number of its speech-done calls.
 struct Subject {
   SpeechChannelIdentifier id = 0;
   int port = 0;             // number of its port; 0: none yet
-  bool endsItself = false;  // its last job
+  bool endsItself = false;  // the last job ends without a stop
   StateModel model;
   std::deque<std::string> history;
   std::atomic<int> signalled = 0;
@@ -47,7 +47,7 @@ class AgainstTheModel : public ChannelTest {
  protected:
   static constexpr int kStepsInARound = 5'000;
 
-  // In rounds, after each of which every record, block and parameter set is accounted for.
+  // Runs the steps in rounds; after each one it checks the records, blocks and parameter sets.
   void run(int steps) {
     const unsigned int seed = chosenSeed();
     std::printf("seed %u\n", seed);
@@ -59,6 +59,7 @@ class AgainstTheModel : public ChannelTest {
   }
 
  private:
+  // Rounds keep the counts small: the engine drops its records between them.
   void runRound(int steps) {
     ASSERT_TRUE(engine().reset());
     engine().recordCalls(false);
@@ -84,19 +85,19 @@ class AgainstTheModel : public ChannelTest {
       case Step::Speak:
         return speakOn(at);
       case Step::Pause: {
-        const long answer = SEPauseSpeechAt(at.id, draw(4));
-        return check(at, at.model.pause(answer), "pause", answer);
+        const long result = SEPauseSpeechAt(at.id, draw(4));
+        return check(at, at.model.pause(result), "pause", result);
       }
       case Step::Continue: {
-        const long answer = SEContinueSpeech(at.id);
-        return check(at, at.model.unpause(answer), "continue", answer);
+        const long result = SEContinueSpeech(at.id);
+        return check(at, at.model.unpause(result), "continue", result);
       }
       case Step::Stop: {
-        const long answer = SEStopSpeechAt(at.id, draw(4));
-        return check(at, at.model.stop(answer), "stop", answer);
+        const long result = SEStopSpeechAt(at.id, draw(4));
+        return check(at, at.model.stop(result), "stop", result);
       }
       case Step::End:
-        // An END that comes twice is one of its own time; the engine's thread may be late.
+        // A second END while the engine's thread may still send the first is not in the model.
         if (at.port == 0 || at.endsItself) return true;
         engine().port(at.port).end();
         return check(at, at.model.end(), "END", 0);
@@ -116,6 +117,7 @@ class AgainstTheModel : public ChannelTest {
     return false;
   }
 
+  // Half of the jobs end without a stop, on the engine's thread at any time.
   bool speakOn(Subject& subject) {
     const bool endsItself = draw(2) == 0;
     if (endsItself) {
@@ -123,14 +125,14 @@ class AgainstTheModel : public ChannelTest {
     } else {
       engine().everyJob(Script(), When::InsideSpeak);
     }
-    const long answer = speak(subject.id, "Hello");
-    if (answer == noErr) {
+    const long result = speak(subject.id, "Hello");
+    if (result == noErr) {
       ++m_jobs;
       subject.endsItself = endsItself;
       if (subject.port == 0) subject.port = engine().ports();
     }
-    return check(subject, subject.model.speak(answer, endsItself),
-                 endsItself ? "speak to the end" : "speak", answer);
+    return check(subject, subject.model.speak(result, endsItself),
+                 endsItself ? "speak to the end" : "speak", result);
   }
 
   bool settleAll() {
@@ -143,15 +145,15 @@ class AgainstTheModel : public ChannelTest {
 
   bool closeIt(Subject& subject) {
     subject.model.letThreadsRun();
-    const long answer = SECloseSpeechChannel(subject.id);
-    if (!quiet() || answer != noErr) return check(subject, false, "close", answer);
+    const long result = SECloseSpeechChannel(subject.id);
+    if (!quiet() || result != noErr) return check(subject, false, "close", result);
     const int signalled = subject.signalled;
     return check(subject, subject.model.closed(signalled), "closed, signalled", signalled);
   }
 
-  // Writes down what was done and what it left.
-  bool check(Subject& subject, bool allowed, const char* what, long answer) {
-    subject.history.push_back(std::string(what) + ' ' + std::to_string(answer) + ": " +
+  // Records the step and the model's state after it; if not allowed, collects the history.
+  bool check(Subject& subject, bool allowed, const char* what, long result) {
+    subject.history.push_back(std::string(what) + ' ' + std::to_string(result) + ": " +
                               subject.model.text());
     if (subject.history.size() > 20) subject.history.pop_front();
     if (allowed) return true;
@@ -172,7 +174,8 @@ class AgainstTheModel : public ChannelTest {
     ++static_cast<Subject*>(refCon)->signalled;
   }
 
-  // Whether no thread of the plug-in or the engine is left; waits for it, ten seconds at most.
+  // Waits up to ten seconds until all threads of the plug-in and the engine have exited; returns
+  // whether they have.
   bool quiet() const {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
     while (threadCount() > m_threadsAtStart) {
@@ -186,24 +189,24 @@ class AgainstTheModel : public ChannelTest {
 
   const int m_threadsAtStart = threadCount();
   std::mt19937 m_random;
-  // Of 40 steps, in the order of Step.
+  // Frequencies out of 40 steps, in the order of Step.
   std::discrete_distribution<int> m_nextStep{10, 5, 5, 5, 7, 5, 2, 1};
   std::array<std::unique_ptr<Subject>, 4> m_subjects;
   std::vector<std::unique_ptr<Subject>> m_gone;
-  std::string m_wrong;  // the steps that led to a state outside the table
+  std::string m_wrong;  // the last steps before a violation of the table
   int m_jobs = 0;
   int m_opened = 0;
   int m_allJobs = 0;
   int m_allOpened = 0;
 };
 
-TEST_F(AgainstTheModel, RandomStepsAreAnsweredAsTheStateTableSays) {
+TEST_F(AgainstTheModel, RandomStepsReturnWhatTheStateTableSays) {
   run(50'000);
 }
 
 class Full : public AgainstTheModel {};
 
-TEST_F(Full, AMillionRandomStepsAreAnsweredAsTheStateTableSays) {
+TEST_F(Full, AMillionRandomStepsReturnWhatTheStateTableSays) {
   run(1'000'000);
 }
 

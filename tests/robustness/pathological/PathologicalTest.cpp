@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The plug-in on texts that are hard to convert. Each test runs in a process of its own.
+// The plug-in with texts that are hard to convert. Each test runs in a separate process.
 #include <ApplicationServices/ApplicationServices.h>
 
 #include <functional>
@@ -30,10 +30,10 @@ using Ending = HardText::Ending;
 constexpr std::size_t kBytes = std::size_t{1} << 20;
 constexpr std::size_t kMostHeld = 64;  // times the length of the text
 
-// A sanitizer's frames are large.
+// Stack frames are larger in sanitizer builds.
 constexpr std::size_t kStack = std::size_t{KAVREL_SANITIZED ? 1024 : 128} * 1024;
 
-// Prefix commands of every kind.
+// Settings that add prefix commands of every kind.
 SpeechMgrEnv someSettings() {
   SpeechMgrEnv settings;
   settings.volume = 50;
@@ -72,10 +72,10 @@ Ending endingOf(const std::function<void()>& conversion) {
 
 struct Outcome {
   Ending ending = Ending::Converts;
-  std::size_t held = 0;  // the most memory, in bytes
+  std::size_t held = 0;  // peak memory in bytes
 };
 
-Outcome measured(const std::function<void()>& conversion) {
+Outcome measure(const std::function<void()>& conversion) {
   Outcome outcome;
   onSmallStack([&] {
     const workloads::HeapMeter meter;
@@ -85,12 +85,12 @@ Outcome measured(const std::function<void()>& conversion) {
   return outcome;
 }
 
-// Prepares and converts a text with the settings, as speaking it does. What is measured is the
-// conversion: base text, list, converted text and records, without the copies that callers take.
+// Prepares and converts a text with the settings, as speaking does. Measures the conversion only:
+// base text, list, converted text and records, without the copies for callers.
 Outcome speak(std::string text, const SpeechMgrEnv& settings) {
   AppleMarkupConverter converter(PreprocessText(reinterpret_cast<unsigned char*>(text.data())),
                                  AppleMarkupConverter::SSML, settings);
-  const Outcome outcome = measured([&] { converter.convert(); });
+  const Outcome outcome = measure([&] { converter.convert(); });
   if (outcome.ending == Ending::Converts) {
     onSmallStack([&] {
       const std::unique_ptr<OffsetMap> offsets(converter.getOffsets());
@@ -101,9 +101,9 @@ Outcome speak(std::string text, const SpeechMgrEnv& settings) {
   return outcome;
 }
 
-// Converts a text as it stands, and looks at positions all over the result.
+// Converts a text unchanged, and checks positions throughout the result.
 Ending convert(const std::string& text, AppleMarkupConverter::output_t output) {
-  return measured([&] {
+  return measure([&] {
            AppleMarkupConverter converter(text, output);
            const auto length = static_cast<std::uint32_t>(converter.getConvertedText().size());
            const std::unique_ptr<OffsetMap> offsets(converter.getOffsets());
@@ -141,7 +141,7 @@ class HardTexts : public testing::TestWithParam<HardText> {
   static void SetUpTestSuite() { BuildPhoneTranslationTables(); }
 };
 
-// Preparation stops at a NUL, so that a text may lose what makes it fail.
+// Preparation stops at a NUL, so a text may lose the part that makes its conversion fail.
 TEST_P(HardTexts, AreSpokenOnASmallStackWithinTheirMemory) {
   const std::string text = GetParam().make(kBytes);
   const Outcome outcome = speak(text, SpeechMgrEnv());
@@ -159,13 +159,13 @@ TEST_P(HardTexts, AreSpokenWithSettingsOfEveryKind) {
   RecordProperty("held", std::to_string(outcome.held / text.size()) + " times the text");
 }
 
-TEST_P(HardTexts, ConvertAsTheyStandOnASmallStack) {
+TEST_P(HardTexts, ConvertUnchangedOnASmallStack) {
   const std::string text = GetParam().make(kBytes);
   EXPECT_EQ(convert(text, AppleMarkupConverter::SSML), GetParam().converted);
   EXPECT_EQ(convert(text, AppleMarkupConverter::PLAINTEXT), Ending::Converts);
 }
 
-// Without those that fail at the limit for phones, which a short text does not reach.
+// Without the texts that fail at the limit of phones, which a short text does not reach.
 std::vector<HardText> textsWithoutCarriedPhones() {
   std::vector<HardText> texts = workloads::hardTexts();
   std::erase_if(texts, [](const HardText& text) { return text.carriesPhones; });
@@ -174,8 +174,7 @@ std::vector<HardText> textsWithoutCarriedPhones() {
 
 class ShortHardTexts : public HardTexts {};
 
-// The endings in the list are those of the described behaviour, not the product's own. The phones
-// that so short a text gathers are few.
+// Checks that the endings in HardTexts.cpp are those of the oracle, not only of the product.
 TEST_P(ShortHardTexts, EndAsTheOracleSays) {
   const std::string text = GetParam().make(1024);
   const auto ending = [](const std::string& given,
@@ -192,7 +191,7 @@ INSTANTIATE_TEST_SUITE_P(All, HardTexts, testing::ValuesIn(workloads::hardTexts(
 INSTANTIATE_TEST_SUITE_P(All, ShortHardTexts, testing::ValuesIn(textsWithoutCarriedPhones()),
                          nameOf);
 
-// Hands out one byte a call, as often as it was told.
+// Provides one byte per call of the text-done callback, `left` times.
 struct Pieces {
   std::size_t left = kBytes;
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Every entry point inside every callback, on every kind of channel: each cell of the table in a
-// process of its own that has five seconds.
+// Calls every entry point inside every callback, on every kind of channel. Each cell of the table
+// runs in a separate process with a limit of five seconds.
 
 #include <array>
 #include <csignal>
@@ -25,9 +25,9 @@ constexpr unsigned int kSeconds = 5;
 constexpr const char* kCellOption = "--cell";
 
 constexpr std::array kCallbacks = {"TextDone", "SpeechDone", "Sync", "Error", "Phoneme", "Word"};
-constexpr std::array kEntries = {"Open",  "Close",    "Status",         "Stop",
-                                 "Pause", "Continue", "TextToPhonemes", "UseDictionary",
-                                 "Speak", "GetInfo",  "SetInfo",        "UseVoice"};
+constexpr std::array kEntryPoints = {"Open",  "Close",    "Status",         "Stop",
+                                     "Pause", "Continue", "TextToPhonemes", "UseDictionary",
+                                     "Speak", "GetInfo",  "SetInfo",        "UseVoice"};
 constexpr std::array kTargets = {"the same channel", "another channel", "a closed channel",
                                  "an unknown channel"};
 
@@ -40,7 +40,7 @@ std::string readToTheEnd(int file) {
   return text;
 }
 
-// Plays the cell of that row and column here, and says what was wrong.
+// Plays the cell of that row and column in this process, and prints its faults.
 int playHere(const char* row, const char* target) {
   alarm(kSeconds);
   const auto which = static_cast<Target>(std::atoi(target));
@@ -48,8 +48,9 @@ int playHere(const char* row, const char* target) {
   return 0;
 }
 
-// Plays the cell in a child; what was wrong with it, or with the child. The child is this program
-// anew: a sanitizer does not take to a process that is copied.
+// Plays the cell in a child process; returns the faults of the cell or of the child. The child
+// executes this program again instead of only forking, since sanitizers do not support a forked
+// process with threads.
 std::string playApart(int row, Target target) {
   std::string program = "/proc/self/exe";
   std::string option = kCellOption;
@@ -58,7 +59,7 @@ std::string playApart(int row, Target target) {
   std::array<char*, 5> arguments = {program.data(), option.data(), number.data(), column.data(),
                                     nullptr};
   std::array<int, 2> ends{};
-  if (pipe2(ends.data(), O_CLOEXEC) != 0) return "there is no pipe";
+  if (pipe2(ends.data(), O_CLOEXEC) != 0) return "cannot create a pipe";
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);
   posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
@@ -67,7 +68,7 @@ std::string playApart(int row, Target target) {
       posix_spawn(&child, program.c_str(), &actions, nullptr, arguments.data(), environ);
   posix_spawn_file_actions_destroy(&actions);
   close(ends[1]);
-  if (failed != 0) return "there is no process";
+  if (failed != 0) return "cannot start a process";
   std::string faults = readToTheEnd(ends[0]);
   close(ends[0]);
   int status = 0;
@@ -83,12 +84,12 @@ std::string playApart(int row, Target target) {
 
 std::string nameOf(const Row& row) {
   return std::string(kCallbacks[static_cast<std::size_t>(row.callback)]) + "Calls" +
-         kEntries[static_cast<std::size_t>(row.entry)];
+         kEntryPoints[static_cast<std::size_t>(row.entry)];
 }
 
 class Reentry : public testing::TestWithParam<int> {};
 
-TEST_P(Reentry, AnswersAsTheTableSays) {
+TEST_P(Reentry, ReturnsWhatTheTableSays) {
   for (const Target target : {Target::Same, Target::Another, Target::Closed, Target::Unknown}) {
     EXPECT_EQ(playApart(GetParam(), target), "") << kTargets[static_cast<std::size_t>(target)];
   }
@@ -97,12 +98,12 @@ TEST_P(Reentry, AnswersAsTheTableSays) {
 INSTANTIATE_TEST_SUITE_P(Inside, Reentry, testing::Range(0, static_cast<int>(std::size(kTable))),
                          [](const auto& row) { return nameOf(kTable[row.param]); });
 
-// The table has every callback with every entry point, in the order of both.
-TEST(ReentryTable, IsWhole) {
+// The table has a row for every callback with every entry point, in the order of both enumerations.
+TEST(ReentryTable, IsComplete) {
   std::size_t index = 0;
   for (const Row& row : kTable) {
-    EXPECT_EQ(static_cast<std::size_t>(row.callback), index / kEntries.size());
-    EXPECT_EQ(static_cast<std::size_t>(row.entry), index % kEntries.size());
+    EXPECT_EQ(static_cast<std::size_t>(row.callback), index / kEntryPoints.size());
+    EXPECT_EQ(static_cast<std::size_t>(row.entry), index % kEntryPoints.size());
     ++index;
   }
 }

@@ -25,8 +25,8 @@ SpeechChannelIdentifier identifier(SpeechChannel channel) {
   return static_cast<SpeechChannelIdentifier>(reinterpret_cast<std::intptr_t>(channel));
 }
 
-// Of a call that names a channel.
-long answerOf(bool channelIsOpen) {
+// The expected result of a call for a channel.
+long resultOf(bool channelIsOpen) {
   return channelIsOpen ? long{noErr} : long{noSynthFound};
 }
 
@@ -83,47 +83,49 @@ void Scene::word(SpeechChannel /*channel*/, SRefCon refCon, unsigned long /*posi
   sceneOf(refCon).reached(Callback::Word);
 }
 
+// Only the first callback of the kind makes the call: later ones would find another state.
 void Scene::reached(Callback callback) {
   if (callback != m_row.callback || m_called.exchange(true)) return;
-  m_answer = callEntry(target());
-  m_answered = true;
+  m_result = callEntryPoint(target());
+  m_returned = true;
 }
 
-long Scene::callEntry(SpeechChannelIdentifier id) {
+long Scene::callEntryPoint(SpeechChannelIdentifier id) {
   SpeechStatusInfo status{};
   Fixed rate = Long2Fix(200);
   switch (m_row.entry) {
-    case Entry::Open:
+    case EntryPoint::Open:
       m_opened = id;
       return SEOpenSpeechChannel(&m_opened);
-    case Entry::Close:
+    case EntryPoint::Close:
       return SECloseSpeechChannel(id);
-    case Entry::Status:
+    case EntryPoint::Status:
       return SESpeechStatus(id, &status);
-    case Entry::Stop:
+    case EntryPoint::Stop:
       return SEStopSpeechAt(id, kImmediate);
-    case Entry::Pause:
+    case EntryPoint::Pause:
       return SEPauseSpeechAt(id, kImmediate);
-    case Entry::Continue:
+    case EntryPoint::Continue:
       return SEContinueSpeech(id);
-    case Entry::TextToPhonemes:
+    case EntryPoint::TextToPhonemes:
       return SETextToPhonemes(id, nullptr, 0, nullptr, nullptr);
-    case Entry::UseDictionary:
+    case EntryPoint::UseDictionary:
       return SEUseDictionary(id, nullptr, 0);
-    case Entry::Speak:
+    case EntryPoint::Speak:
       return speak(id);
-    case Entry::GetInfo:
+    case EntryPoint::GetInfo:
       return SEGetSpeechInfo(id, soRate, &rate);
-    case Entry::SetInfo:
+    case EntryPoint::SetInfo:
       return SESetSpeechInfo(id, soRate, &rate);
-    case Entry::UseVoice:
+    case EntryPoint::UseVoice:
       return useVoice(id);
   }
   return kNever;
 }
 
-// ---- The play
+// ---- The test
 
+// A close in text-done cancels the speak that called it; the speak then returns noSynthFound.
 std::string Scene::play() {
   m_threads = threadCount();
   engine().reset();
@@ -132,28 +134,29 @@ std::string Scene::play() {
   openChannels();
 
   const bool givenUp = closes(Target::Same) && m_row.callback == Callback::TextDone;
-  expect(speak(m_same) == answerOf(!givenUp), "the speak around the callback");
+  expect(speak(m_same) == resultOf(!givenUp), "the speak around the callback");
   const int signals = m_target == Target::Same ? m_row.signals : 1;
-  expect(eventually([&] { return m_signals == signals; }), "speech-done comes");
+  expect(eventually([&] { return m_signals == signals; }), "speech-done is called");
   const bool another =
-      m_row.entry == Entry::Speak && expectedAnswer() == noErr && m_target == Target::Another;
+      m_row.entry == EntryPoint::Speak && expectedResult() == noErr && m_target == Target::Another;
   expect(eventually([&] { return m_signalsAnother == (another ? 1 : 0); }),
-         "speech-done comes on the other channel");
-  expect(threadsEnd(), "the threads end");
+         "speech-done is called for the other channel");
+  expect(threadsEnd(), "the threads exit");
 
-  expect(m_answered == (expectedAnswer() != kNever), "the callback comes, or never does");
-  expect(m_answer == expectedAnswer(),
-         "answer " + std::to_string(m_answer) + " instead of " + std::to_string(expectedAnswer()));
-  expect(m_signals == signals, "speech-done comes once a job");
+  expect(m_returned == (expectedResult() != kNever), "the callback is called, or never");
+  expect(m_result == expectedResult(),
+         "result " + std::to_string(m_result) + " instead of " + std::to_string(expectedResult()));
+  expect(m_signals == signals, "speech-done is called once per job");
   if (!closes(Target::Same)) speakAgain();
   closeChannels();
-  expect(threadsEnd(), "the threads end after the close");
-  expect(engine().heldLocks() == 0, "a lock is held");
-  expect(engine().live().blocks == 0, "memory is left");
+  expect(threadsEnd(), "the threads exit after the close");
+  expect(engine().heldLocks() == 0, "no lock is held");
+  expect(engine().live().blocks == 0, "all memory is released");
   for (const std::string& violation : engine().violations()) expect(false, violation);
   return m_faults;
 }
 
+// Opens the channels of all targets. Only m_same has all callbacks.
 void Scene::openChannels() {
   SEOpenSpeechChannel(&m_same);
   SEOpenSpeechChannel(&m_another);
@@ -170,13 +173,13 @@ void Scene::openChannels() {
   SESetSpeechInfo(m_same, soWordCallBack, asPointer(word));
 }
 
-// Whatever the call has done to the channel, a stop makes it one that speaks.
+// After a stop the channel must speak again, whatever the call has done to it.
 void Scene::speakAgain() {
   expect(SEStopSpeechAt(m_same, kImmediate) == noErr, "a stop afterwards");
-  expect(threadsEnd(), "the threads end after the stop");
+  expect(threadsEnd(), "the threads exit after the stop");
   const int before = m_signals;
   expect(speak(m_same) == noErr, "the channel speaks again");
-  expect(eventually([&] { return m_signals > before; }), "and says so");
+  expect(eventually([&] { return m_signals > before; }), "speech-done is called again");
 }
 
 bool Scene::threadsEnd() const {
@@ -184,13 +187,13 @@ bool Scene::threadsEnd() const {
 }
 
 void Scene::closeChannels() {
-  expect(SECloseSpeechChannel(m_same) == answerOf(!closes(Target::Same)), "the close");
-  expect(SECloseSpeechChannel(m_another) == answerOf(!closes(Target::Another)),
+  expect(SECloseSpeechChannel(m_same) == resultOf(!closes(Target::Same)), "the close");
+  expect(SECloseSpeechChannel(m_another) == resultOf(!closes(Target::Another)),
          "the close of the other channel");
   if (m_opened != 0) expect(SECloseSpeechChannel(m_opened) == noErr, "the close of a new channel");
 }
 
-// ---- What the table says
+// ---- Expectations
 
 SpeechChannelIdentifier Scene::target() const {
   switch (m_target) {
@@ -206,7 +209,7 @@ SpeechChannelIdentifier Scene::target() const {
   return 0;
 }
 
-long Scene::expectedAnswer() const {
+long Scene::expectedResult() const {
   switch (m_target) {
     case Target::Same:
       return m_row.same;
@@ -221,11 +224,11 @@ long Scene::expectedAnswer() const {
 }
 
 bool Scene::closes(Target target) const {
-  return m_row.entry == Entry::Close && m_target == target && expectedAnswer() == noErr;
+  return m_row.entry == EntryPoint::Close && m_target == target && expectedResult() == noErr;
 }
 
 void Scene::expect(bool holds, const std::string& what) {
-  if (!holds) m_faults += "not as it has to be: " + what + '\n';
+  if (!holds) m_faults += "does not hold: " + what + '\n';
 }
 
 }  // namespace reentry

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Long texts and many jobs: memory does not grow with them but for the texts' copies, and nobody
-// hears where texts are cut. Names that begin with Full take long.
+// Long texts and many jobs: memory does not grow with them, except for the copies of the texts, and
+// the cuts between parts of a text are inaudible. Tests whose names begin with Full take long.
 #include <algorithm>
 #include <array>
 #include <cstdlib>
@@ -30,8 +30,8 @@ std::string repeated(std::string_view piece, std::size_t size) {
   return text;
 }
 
-// The most that is held while `text` is spoken, its one copy in the job not counted.
-std::size_t heldFor(const std::string& text) {
+// Peak memory in bytes while `text` is spoken, without the job's copy of the text.
+std::size_t peakFor(const std::string& text) {
   Speaker speaker("/dev/null", KAVREL_EVENT_NONE);
   speaker.speakAll("One.");
   const workloads::HeapMeter meter;
@@ -44,21 +44,22 @@ std::size_t openFiles() {
   return static_cast<std::size_t>(std::distance(begin(files), end(files)));
 }
 
-// Jobs into one file, each of them stopped somewhere.
+// Speaks jobs to one file and stops each after a random number of words.
 void speakAndStop(int jobs, const std::string& file, std::mt19937& random) {
-  constexpr std::array<kavrel_event_t, 3> kPlaces = {KAVREL_EVENT_NOW, KAVREL_EVENT_WORD,
-                                                     KAVREL_EVENT_SENTENCE};
+  constexpr std::array<kavrel_event_t, 3> kBoundaries = {KAVREL_EVENT_NOW, KAVREL_EVENT_WORD,
+                                                         KAVREL_EVENT_SENTENCE};
   constexpr std::size_t kWords = 30;
   for (int job = 0; job < jobs; ++job) {
     Speaker speaker(file);
     ASSERT_EQ(speaker.speak(kProse), KAVREL_SUCCESS);
     speaker.waitFor(KAVREL_EVENT_WORD, random() % kWords);
-    kavrel_port_stop(speaker.port(), speaker.job(), kPlaces[random() % kPlaces.size()]);
+    kavrel_port_stop(speaker.port(), speaker.job(), kBoundaries[random() % kBoundaries.size()]);
     ASSERT_EQ(kavrel_port_wait(speaker.port(), speaker.job()), KAVREL_SUCCESS);
     ASSERT_EQ(speaker.events(KAVREL_EVENT_END).size(), 1u);
   }
 }
 
+// The first jobs are not measured, since they may fill caches.
 void expectNothingLeftBy(int jobs) {
   constexpr int kFirst = 50;
   constexpr std::ptrdiff_t kSlack = 32'000;
@@ -76,7 +77,7 @@ void expectNothingLeftBy(int jobs) {
   testing::Test::RecordProperty("growth", std::to_string(meter.growth()));
 }
 
-// Samples in the longest stretch inside the sound that nobody hears.
+// The longest silence inside the audio, in samples.
 std::size_t longestSilence(const std::vector<std::int16_t>& samples) {
   constexpr int kInaudible = 100;
   const auto isHeard = [](int sample) { return std::abs(sample) > kInaudible; };
@@ -102,14 +103,14 @@ TEST(LongText, IsSpokenInMemoryThatDoesNotGrowWithIt) {
        {"<prosody rate=\"300\"> </prosody><break time=\"1ms\"/>\n",
         "                                        \n", "<emphasis>   </emphasis>    \n\n",
         "<mark name=\"1\"/>", "<mark name=\"1\"/>\n<mark name=\"2\"/> \n"}) {
-    const std::size_t few = heldFor(repeated(piece, kShort));
-    EXPECT_LE(heldFor(repeated(piece, kLong)), few + kSlack) << piece;
+    const std::size_t few = peakFor(repeated(piece, kShort));
+    EXPECT_LE(peakFor(repeated(piece, kLong)), few + kSlack) << piece;
   }
 }
 
-TEST(LongText, IsCutWhereNobodyHearsIt) {
+TEST(LongText, IsCutInaudibly) {
   const Folder folder;
-  // Words that run into each other, so that a gap is heard.
+  // Words that run into each other, so that a gap would be heard.
   Speaker(folder.path("one.aiff")).speakAll("We know many an able man in one arena.");
   Speaker(folder.path("many.aiff"))
       .speakAll(repeated("we know many an able man in one arena ", 5000));
@@ -119,18 +120,18 @@ TEST(LongText, IsCutWhereNobodyHearsIt) {
   EXPECT_LE(cut, usual + kHardlyHeard) << "usual: " << usual;
 }
 
-TEST(LongText, OfMarksBehindAWordIsSpokenInMemoryThatDoesNotGrowWithIt) {
+TEST(LongText, OfMarksAfterAWordIsSpokenInMemoryThatDoesNotGrowWithIt) {
   if (!workloads::HeapMeter::works()) GTEST_SKIP() << "memory cannot be counted here";
   constexpr std::size_t kSlack = 200'000;
-  const std::size_t few = heldFor("one " + repeated("<mark name=\"1\"/>", 500'000) + " two");
-  EXPECT_LE(heldFor("one " + repeated("<mark name=\"1\"/>", 1'000'000) + " two"), few + kSlack);
+  const std::size_t few = peakFor("one " + repeated("<mark name=\"1\"/>", 500'000) + " two");
+  EXPECT_LE(peakFor("one " + repeated("<mark name=\"1\"/>", 1'000'000) + " two"), few + kSlack);
 }
 
-TEST(ManyJobs, LeaveNothingBehindWhereverTheyAreStopped) {
+TEST(ManyJobs, LeaveNothingOpenWhereverTheyAreStopped) {
   expectNothingLeftBy(200);
 }
 
-TEST(FullManyJobs, LeaveNothingBehindWhereverTheyAreStopped) {
+TEST(FullManyJobs, LeaveNothingOpenWhereverTheyAreStopped) {
   expectNothingLeftBy(1000);
 }
 
@@ -138,15 +139,15 @@ TEST(FullLongText, OfTenMegabytesIsSpokenInTheMemoryOfOne) {
   if (!workloads::HeapMeter::works()) GTEST_SKIP() << "memory cannot be counted here";
   constexpr std::size_t kSlack = 200'000;
   const std::string piece = "It rains. " + repeated("<mark name=\"1\"/>", 6000);
-  const std::size_t few = heldFor(repeated(piece, 1'000'000));
-  const std::size_t many = heldFor(repeated(piece, 10'000'000));
+  const std::size_t few = peakFor(repeated(piece, 1'000'000));
+  const std::size_t many = peakFor(repeated(piece, 10'000'000));
   EXPECT_LE(many, few + kSlack);
   RecordProperty("few", std::to_string(few));
   RecordProperty("many", std::to_string(many));
 }
 
-TEST(FullLongText, EndsWithAnErrorWhereAFileCanHoldNoMore) {
-  // Together longer than the 27 hours of an AIFF file.
+TEST(FullLongText, EndsWithAnErrorIfTheFileIsFull) {
+  // Together longer than the 27 hours that an AIFF file can hold.
   Speaker speaker("/dev/null", KAVREL_EVENT_ERROR | KAVREL_EVENT_END);
   const auto events = speaker.speakAll(repeated("<break time=\"600s\"/>", 20 * 170));
   ASSERT_EQ(events.size(), 2u);

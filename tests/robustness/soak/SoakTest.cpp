@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Many jobs on the real engine: channels that speak side by side, each one job after the other,
-// into files.
+// Many jobs on the real engine: several channels at the same time, each with one job after the
+// other, with output to files.
 #include <chrono>
 #include <filesystem>
 #include <string>
@@ -33,7 +33,7 @@ long threads() {
   return std::distance(begin(tasks), end(tasks));
 }
 
-// What went wrong on one channel; empty when nothing did.
+// Returns the first failure of one channel; empty if there is none.
 std::string speakJobs(int channel, int jobs, const TemporaryFolder& folder) {
   Speaker speaker;
   for (int job = 1; job <= jobs; ++job) {
@@ -43,7 +43,7 @@ std::string speakJobs(int channel, int jobs, const TemporaryFolder& folder) {
     speaker.setRate(180 + 10 * ((channel + job) % 8));
     speaker.writeTo(folder / name);
     if (speaker.speak(text) != noErr) return name + " is refused";
-    if (!speaker.waitForDone(static_cast<std::size_t>(job))) return name + " has no end";
+    if (!speaker.waitForDone(static_cast<std::size_t>(job))) return name + " does not end";
     if (speaker.doneCount() != static_cast<std::size_t>(job)) return name + " ends twice";
     const double seconds = speech::soundIn(folder / name).seconds();
     if (!text.empty() && (seconds < 0.3 || seconds > 20)) return name + " has a strange length";
@@ -55,7 +55,7 @@ std::string speakJobs(int channel, int jobs, const TemporaryFolder& folder) {
 void soak(int jobs) {
   const TemporaryFolder folder;
   {
-    // The engine's own threads come with the first job.
+    // The first job starts the engine's own threads.
     Speaker first;
     first.writeTo(folder / "first.aiff");
     ASSERT_EQ(first.speak("One."), noErr);
@@ -75,7 +75,7 @@ void soak(int jobs) {
   while (threads() > threadsBefore && std::chrono::steady_clock::now() < deadline) {
     std::this_thread::yield();
   }
-  EXPECT_LE(threads(), threadsBefore) << "a thread is left";
+  EXPECT_LE(threads(), threadsBefore) << "a thread is still running";
 }
 
 TEST(Soak, FourChannelsSpeakFiftyJobsEachIntoFiles) {

@@ -35,7 +35,7 @@ std::vector<Sound> sentences(const Recording& recording) {
   for (std::size_t at = 0; at < events.size(); ++at) {
     const std::size_t end =
         at + 1 < events.size() ? events[at + 1].sample : recording.samples.size();
-    found.push_back(acoustics::trimmed(recording.sound().part(events[at].sample, end)));
+    found.push_back(acoustics::trimSilence(recording.sound().part(events[at].sample, end)));
   }
   return found;
 }

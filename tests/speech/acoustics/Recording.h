@@ -22,7 +22,7 @@ struct Recording {
 
   acoustics::Sound sound() const { return {samples}; }
   // From the first audible sample to the last.
-  acoustics::Sound heard() const { return acoustics::trimmed(sound()); }
+  acoustics::Sound heard() const { return acoustics::trimSilence(sound()); }
 
   std::vector<kavrel::TimedEvent> events(kavrel_event_t type) const;
   // The texts of these events, separated by blanks.

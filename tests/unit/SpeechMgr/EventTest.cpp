@@ -234,8 +234,8 @@ TEST_F(Events, EventsWithoutATextOrAPositionDoNoHarm) {
   engine().port(1).event(nameless);
   nameless.type = KAVREL_EVENT_PHONEME;
   engine().port(1).event(nameless);
-  engine().answer(Op::EventText, KAVREL_WRONG_EVENT);
-  engine().answer(Op::EventTextpos, KAVREL_WRONG_EVENT);
+  engine().setResult(Op::EventText, KAVREL_WRONG_EVENT);
+  engine().setResult(Op::EventTextpos, KAVREL_WRONG_EVENT);
   engine().port(1).word(3, 2).phoneme("ae", 3).bookmark("3");
   EXPECT_EQ(client().events().size(), 5u);
 }

@@ -112,7 +112,7 @@ TEST_F(Finishing, TheFinishingThreadWaitsForTheEnginesPort) {
 TEST_F(Finishing, AFailedWaitDoesNotKeepTheJobFromFinishing) {
   const SpeechChannelIdentifier id = open();
   ASSERT_EQ(speak(id, "Hello"), noErr);
-  engine().answer(Op::Wait, KAVREL_INTERNAL_ERROR);
+  engine().setResult(Op::Wait, KAVREL_INTERNAL_ERROR);
   engine().port(1).end();
   EXPECT_TRUE(client().waitForDone());
 }

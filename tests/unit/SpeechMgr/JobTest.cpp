@@ -236,14 +236,14 @@ TEST_F(Jobs, AFailedWaitBeforeTheJobDoesNotKeepItFromStarting) {
   const SpeechChannelIdentifier id = open();
   ASSERT_EQ(speak(id, "one"), noErr);
   finish(id, 1, 1);
-  engine().answerNext(Op::Wait, KAVREL_INTERNAL_ERROR);
+  engine().queueResult(Op::Wait, KAVREL_INTERNAL_ERROR);
   EXPECT_EQ(speak(id, "two"), noErr);
 }
 
 TEST_F(Jobs, PositiveResultsOfTheEngineAreSuccess) {
   const SpeechChannelIdentifier id = open();
   ASSERT_EQ(speak(id, "one"), noErr);
-  engine().answerNext(Op::Pause, static_cast<kavrel_result_t>(7));
+  engine().queueResult(Op::Pause, static_cast<kavrel_result_t>(7));
   EXPECT_EQ(SEPauseSpeechAt(id, kImmediate), noErr);
 }
 
@@ -261,7 +261,7 @@ TEST_F(Jobs, WaitingReturnsFailureWhenTheEngineDoes) {
   const SpeechChannelIdentifier id = open();
   ASSERT_EQ(speak(id, "one"), noErr);
   finish(id, 1, 1);
-  engine().answerNext(Op::Wait, KAVREL_INTERRUPTED);
+  engine().queueResult(Op::Wait, KAVREL_INTERRUPTED);
   speech_channel* const channel = find_channel(id);
   const ChannelLock held(channel);
   EXPECT_EQ(channel_wait(channel), -1);
@@ -345,10 +345,10 @@ TEST_F(Jobs, AClosingChannelIsMarkedPausedUntilItIsSignalled) {
 TEST_F(Jobs, ARefusedPauseIsReportedAndTheChannelCountsAsPaused) {
   const SpeechChannelIdentifier id = open();
   ASSERT_EQ(speak(id, "one"), noErr);
-  engine().answerNext(Op::Pause, KAVREL_INTERNAL_ERROR);
+  engine().queueResult(Op::Pause, KAVREL_INTERNAL_ERROR);
   EXPECT_EQ(SEPauseSpeechAt(id, kImmediate), -1);
   EXPECT_EQ(status(id), STATUS_PAUSED);
-  engine().answerNext(Op::Pause, KAVREL_INTERNAL_ERROR);
+  engine().queueResult(Op::Pause, KAVREL_INTERNAL_ERROR);
   EXPECT_EQ(SEContinueSpeech(id), -1);
   EXPECT_EQ(status(id), STATUS_BUSY);
 }
@@ -406,7 +406,7 @@ TEST_F(Jobs, AStopWhileTheChannelIsClosingDoesNotCallTheEngine) {
 TEST_F(Jobs, ARefusedStopIsReportedOnStandardErrorAndLeavesTheJob) {
   const SpeechChannelIdentifier id = open();
   ASSERT_EQ(speak(id, "one"), noErr);
-  engine().answerNext(Op::Stop, KAVREL_FILE_ERROR);
+  engine().queueResult(Op::Stop, KAVREL_FILE_ERROR);
   testing::internal::CaptureStderr();
   EXPECT_EQ(SEStopSpeechAt(id, kImmediate), -1);
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "Stopping channel failed (file error)\n");

@@ -180,7 +180,7 @@ TEST_F(Registry, ClosingReleasesVoiceFileAndText) {
 TEST_F(Registry, AChannelThatTheEngineDoesNotStopIsStillClosed) {
   const SpeechChannelIdentifier id = open();
   ASSERT_EQ(speak(id, "Hello"), noErr);
-  engine().answer(Op::Stop, KAVREL_INTERNAL_ERROR);
+  engine().setResult(Op::Stop, KAVREL_INTERNAL_ERROR);
   testing::internal::CaptureStderr();
   EXPECT_EQ(close(id), noErr);
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "Stopping channel failed (internal error)\n");

@@ -25,7 +25,7 @@ TEST_F(Faults, MemoryErrorsOfTheConversionLeaveTheChannelIdleAndEmpty) {
   const SpeechChannelIdentifier id = open();
   engine().fail(Op::Alloc, 1, Times::ForGood);
   EXPECT_THROW(speak(id, "a [[rate 200]] b"), std::bad_alloc);
-  engine().answerAsUsual();
+  engine().useDefaultResults();
   EXPECT_EQ(engine().heldLocks(), 0);
   EXPECT_EQ(status(id), STATUS_IDLE);
   EXPECT_EQ(read(id, [](const speech_channel& c) { return c.text; }), nullptr);

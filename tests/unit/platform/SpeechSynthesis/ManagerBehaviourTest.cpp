@@ -277,7 +277,7 @@ TEST_F(ManagerBehaviour, ErrorsAndRecentSyncFillTheirRecords) {
 TEST_F(ManagerBehaviour, AStopAtABoundaryReturnsAtOnce) {
   installAll();
   ASSERT_EQ(speak("one two three"), noErr);
-  synthesizer().holdStopsAtPlaces(true);
+  synthesizer().holdStopsAtBoundaries(true);
   EXPECT_EQ(StopSpeechAt(m_channel, kEndOfSentence), noErr);
   synthesizer().waitForHeldStop();
   EXPECT_EQ(SpeechBusy(), 1);
@@ -285,7 +285,7 @@ TEST_F(ManagerBehaviour, AStopAtABoundaryReturnsAtOnce) {
   synthesizer().sendWord(m_identifier, 4, 3);
   ASSERT_TRUE(m_reports.wait(1));
   EXPECT_EQ(status(), "busy, 9 left");
-  synthesizer().holdStopsAtPlaces(false);
+  synthesizer().holdStopsAtBoundaries(false);
   ASSERT_TRUE(m_reports.wait(2));
   EXPECT_THAT(m_reports.lines(), ElementsAre("word 4+3", "done"));
   EXPECT_EQ(SpeechBusy(), 0);
@@ -294,12 +294,12 @@ TEST_F(ManagerBehaviour, AStopAtABoundaryReturnsAtOnce) {
 TEST_F(ManagerBehaviour, AStopAtOnceSilencesAJobWithAPendingStop) {
   installAll();
   ASSERT_EQ(speak("one two three"), noErr);
-  synthesizer().holdStopsAtPlaces(true);
+  synthesizer().holdStopsAtBoundaries(true);
   EXPECT_EQ(StopSpeechAt(m_channel, kEndOfSentence), noErr);
   synthesizer().waitForHeldStop();
   EXPECT_EQ(StopSpeech(m_channel), noErr);
   synthesizer().sendWord(m_identifier, 4, 3);
-  synthesizer().holdStopsAtPlaces(false);
+  synthesizer().holdStopsAtBoundaries(false);
   ASSERT_TRUE(m_reports.wait(1));
   letCallbacksPass();
   EXPECT_THAT(m_reports.lines(), ElementsAre("done"));

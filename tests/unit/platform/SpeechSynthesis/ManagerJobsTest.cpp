@@ -352,7 +352,7 @@ TEST_F(Manager, AppendsACommaForNoEndingProsody) {
 TEST_F(Manager, KeepsTheOrderOfCallsAfterAPendingStop) {
   installAll();
   ASSERT_EQ(speak("one two"), noErr);
-  synthesizer().holdStopsAtPlaces(true);
+  synthesizer().holdStopsAtBoundaries(true);
   ASSERT_EQ(StopSpeechAt(m_channel, kEndOfSentence), noErr);
   synthesizer().waitForHeldStop();
   EXPECT_EQ(SetSpeechRate(m_channel, Long2Fix(210)), noErr);
@@ -363,7 +363,7 @@ TEST_F(Manager, KeepsTheOrderOfCallsAfterAPendingStop) {
   EXPECT_FALSE(record().numbers.contains(soRate));
   EXPECT_EQ(record().text, "one two");
 
-  synthesizer().holdStopsAtPlaces(false);
+  synthesizer().holdStopsAtBoundaries(false);
   Fixed rate = 0;
   EXPECT_EQ(GetSpeechRate(m_channel, &rate), noErr);  // waits for all calls before it
   EXPECT_EQ(rate, Long2Fix(210));
@@ -375,12 +375,12 @@ TEST_F(Manager, KeepsTheOrderOfCallsAfterAPendingStop) {
 TEST_F(Manager, ReportsTheEndOfATextThatCouldNotBeSpokenAfterAPendingStop) {
   installAll();
   ASSERT_EQ(speak("one two"), noErr);
-  synthesizer().holdStopsAtPlaces(true);
+  synthesizer().holdStopsAtBoundaries(true);
   ASSERT_EQ(StopSpeechAt(m_channel, kEndOfWord), noErr);
   synthesizer().waitForHeldStop();
   synthesizer().setSpeakOutcome(SpeakOutcome::RefusesText);
   EXPECT_EQ(speak("next"), noErr);
-  synthesizer().holdStopsAtPlaces(false);
+  synthesizer().holdStopsAtBoundaries(false);
   ASSERT_TRUE(m_reports.wait(3));
   EXPECT_THAT(m_reports.lines(), ElementsAre("done", "error -247 at 0", "done"));
 }
@@ -388,13 +388,13 @@ TEST_F(Manager, ReportsTheEndOfATextThatCouldNotBeSpokenAfterAPendingStop) {
 TEST_F(Manager, IsDisposedAtOnceAfterAPendingStop) {
   installAll();
   ASSERT_EQ(speak("one two"), noErr);
-  synthesizer().holdStopsAtPlaces(true);
+  synthesizer().holdStopsAtBoundaries(true);
   ASSERT_EQ(StopSpeechAt(m_channel, kEndOfWord), noErr);
   synthesizer().waitForHeldStop();
   EXPECT_EQ(DisposeSpeechChannel(m_channel), noErr);
   m_channel = nullptr;
   EXPECT_EQ(synthesizer().channels().size(), 1U);
-  synthesizer().holdStopsAtPlaces(false);
+  synthesizer().holdStopsAtBoundaries(false);
   while (!synthesizer().channels().empty()) std::this_thread::yield();
   EXPECT_THAT(m_reports.lines(), IsEmpty());
 }

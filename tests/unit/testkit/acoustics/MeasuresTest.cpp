@@ -78,7 +78,7 @@ TEST(Pitch, IsNotFoundInNoiseOrSilence) {
   EXPECT_EQ(acoustics::medianPitch({silent(0.5)}), 0);
   EXPECT_EQ(acoustics::medianPitch({{}}), 0);
   const auto track = acoustics::pitchTrack({noise(0.5)});
-  EXPECT_LT(acoustics::voiced(track).size(), track.size() / 10);
+  EXPECT_LT(acoustics::voicedValues(track).size(), track.size() / 10);
 }
 
 TEST(Sound, HasTheLevelOfItsSamples) {
@@ -104,8 +104,8 @@ TEST(Sound, ShowsInItsEnvelopeWhereItIsLouder) {
 TEST(Sound, IsTrimmedToItsAudiblePart) {
   const Samples voice = buzz(110, 110, 0.5);
   const Samples sound = joined({silent(0.2), voice, silent(0.1)});
-  EXPECT_NEAR(acoustics::trimmed({sound}).seconds(), 0.5, 0.001);
-  EXPECT_EQ(acoustics::trimmed({silent(0.2)}).samples.size(), 0u);
+  EXPECT_NEAR(acoustics::trimSilence({sound}).seconds(), 0.5, 0.001);
+  EXPECT_EQ(acoustics::trimSilence({silent(0.2)}).samples.size(), 0u);
 }
 
 TEST(Sound, ReturnsItsSilences) {

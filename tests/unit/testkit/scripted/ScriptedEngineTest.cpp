@@ -340,14 +340,14 @@ TEST_F(ScriptedEngine, FailsTheCallsOfAnyOperationByTheirNumber) {
 
 TEST_F(ScriptedEngine, ReturnsResultsThatTheTestSets) {
   kavrel_port_struct* port = openPort();
-  engine().answerNext(Op::Wait, KAVREL_QUEUE_FULL);
-  engine().answerNext(Op::Wait, KAVREL_INTERRUPTED);
-  engine().answer(Op::Wait, KAVREL_NETWORK_ERROR);
+  engine().queueResult(Op::Wait, KAVREL_QUEUE_FULL);
+  engine().queueResult(Op::Wait, KAVREL_INTERRUPTED);
+  engine().setResult(Op::Wait, KAVREL_NETWORK_ERROR);
   EXPECT_EQ(kavrel_port_wait(port, nullptr), KAVREL_QUEUE_FULL);
   EXPECT_EQ(kavrel_port_wait(port, nullptr), KAVREL_INTERRUPTED);
   EXPECT_EQ(kavrel_port_wait(port, nullptr), KAVREL_NETWORK_ERROR);
   EXPECT_EQ(kavrel_port_wait(port, nullptr), KAVREL_NETWORK_ERROR);
-  engine().answerAsUsual();
+  engine().useDefaultResults();
   EXPECT_EQ(kavrel_port_wait(port, nullptr), KAVREL_SUCCESS);
 }
 
