@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The plug-in as a host has it: loaded from its file, reached by its names alone.
+// LoadedPlugIn: the plug-in as a host uses it, loaded from its file and called only through its
+// exported names.
 //
 // Threads: one; the entry points have their own rules.
 #pragma once
@@ -41,7 +42,7 @@ class LoadedPlugIn {
   long (*stop)(SpeechChannelIdentifier, unsigned long) = nullptr;
   long (*speak)(SpeechChannelIdentifier, char*, long, long) = nullptr;
   long (*set)(SpeechChannelIdentifier, unsigned long, void*) = nullptr;
-  // The platform's, which the plug-in brings along.
+  // Functions of the platform library, which the plug-in loads.
   decltype(&CFURLCreateFromFileSystemRepresentation) makeUrl = nullptr;
   decltype(&CFRelease) release = nullptr;
 

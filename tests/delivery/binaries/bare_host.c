@@ -1,8 +1,8 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 /*
- * A host that knows nothing of us: loads the plug-in named on its command line as a plain C program
- * would, and calls every entry point with null and unknown arguments, of channels that are open,
- * were open, and never were.
+ * A host without the project's headers: loads the plug-in named on its command line as a plain C
+ * program would, and calls every entry point with null and unknown arguments, for channels that are
+ * open, were closed, or never existed.
  */
 #include <dlfcn.h>
 #include <sched.h>
@@ -16,11 +16,11 @@ static int failures = 0;
 
 static void expect(const char* what, long actual, long expected) {
   if (actual == expected) return;
-  fprintf(stderr, "%s answers %ld, not %ld\n", what, actual, expected);
+  fprintf(stderr, "%s returns %ld, not %ld\n", what, actual, expected);
   failures++;
 }
 
-/* Four characters as a number. */
+/* Converts four characters to a number. */
 static unsigned long code(const char* text) {
   unsigned long value = 0;
   for (int i = 0; i < 4; ++i) value = value << 8 | (unsigned char)text[i];
@@ -70,7 +70,7 @@ static void call_with_null_arguments(const struct entry_points* se, int channel)
   expect("SETextToPhonemes", se->phonemes(channel, NULL, -1, NULL, NULL), noErr);
   expect("SEUseDictionary", se->dictionary(channel, NULL, -1), noErr);
   expect("SEUseVoice without voice and bundle", se->voice(channel, NULL, NULL), noErr);
-  expect("SEGetSpeechInfo without a place", se->get(channel, 0, NULL), paramErr);
+  expect("SEGetSpeechInfo without a pointer", se->get(channel, 0, NULL), paramErr);
   expect("SESetSpeechInfo of an unknown selector", se->set(channel, 0, NULL), noErr);
   static const char* const callbacks[] = {"tdcb", "sdcb", "sycb", "ercb", "phcb",
                                           "wdcb", "refc", "opaf", "cpos", "rset"};
@@ -79,7 +79,7 @@ static void call_with_null_arguments(const struct entry_points* se, int channel)
   }
 }
 
-/* A channel that speaks nothing goes through its states all the same. */
+/* A channel that speaks an empty text still changes its states. */
 static void call_without_text(const struct entry_points* se, int channel) {
   const unsigned long nowhere = 99;
   expect("SEStopSpeechAt of nothing", se->stop(channel, nowhere), noErr);
@@ -89,7 +89,7 @@ static void call_without_text(const struct entry_points* se, int channel) {
   expect("SESpeakBuffer while paused", se->speak(channel, NULL, 0, -1), synthNotReady);
   expect("SEContinueSpeech", se->resume(channel), -1);
   expect("SEStopSpeechAt", se->stop(channel, nowhere), noErr);
-  /* The end of what was stopped is told on a thread of its own. */
+  /* The end of the stopped job is reported on its own thread. */
   long spoken = synthNotReady;
   for (time_t begun = time(NULL); spoken == synthNotReady && time(NULL) - begun < 20;) {
     spoken = se->speak(channel, NULL, 4, 0);
@@ -102,7 +102,7 @@ static void call_without_text(const struct entry_points* se, int channel) {
 int main(int argc, char** argv) {
   void* plugin = argc == 2 ? dlopen(argv[1], RTLD_NOW | RTLD_LOCAL) : NULL;
   if (plugin == NULL) {
-    fprintf(stderr, "cannot load the plug-in: %s\n", argc == 2 ? dlerror() : "none is named");
+    fprintf(stderr, "cannot load the plug-in: %s\n", argc == 2 ? dlerror() : "no file is given");
     return 1;
   }
   const struct entry_points se = {

@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 #
 # Compares the names that LIBRARY exports (as NM lists them) with the functions and constants that
-# the headers in the folder HEADERS mark as exported. Fails with the names that are on one side only.
+# the headers in the folder HEADERS mark as exported. Fails with the names that only one side has.
 
 execute_process(
   COMMAND "${NM}" -D --defined-only -f posix "${LIBRARY}"
@@ -13,7 +13,8 @@ set(declared "")
 file(GLOB_RECURSE headers "${HEADERS}/*.h")
 foreach(header IN LISTS headers)
   file(READ "${header}" text)
-  # A function ends at its "(", a constant at its semicolon, which would divide a list.
+  # A function's name ends at its "(", a constant's at its semicolon, which would separate list
+  # elements.
   string(REPLACE ";" "(" text "${text}")
   string(REGEX MATCHALL "\nSPEECH_PLATFORM_API [A-Za-z0-9_ *\n]+\\(" heads "${text}")
   foreach(head IN LISTS heads)

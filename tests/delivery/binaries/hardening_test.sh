@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: Apache-2.0
 #
-# hardening_test.sh LIBRARY...: everything is bound at load and read-only after that, and no stack is
-# executable.
+# hardening_test.sh LIBRARY...: each library is bound at load time and read-only afterwards, and has
+# no executable stack.
 set -euo pipefail
 
 for library in "$@"; do

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// life_host SCENARIO PLUGIN [ARGUMENT]: a host that loads, uses, unloads and ends in the ways that
-// hosts do. One process is one scenario; each is bounded by an alarm. Exit status: 0, or 1 with a
-// line that says what does not hold.
+// life_host SCENARIO PLUGIN [ARGUMENT]: a host that loads, uses and unloads the plug-in and exits
+// in the ways that hosts do. Each process runs one scenario, limited by an alarm. Exit status: 0,
+// or 1 with one line that names the condition that failed.
 #include <atomic>
 #include <clocale>
 #include <cmath>
@@ -34,7 +34,7 @@ constexpr unsigned kPatience = 120;  // seconds
 
 void require(bool holds, const std::string& what) {
   if (holds) return;
-  std::fprintf(stderr, "does not hold: %s\n", what.c_str());
+  std::fprintf(stderr, "failed: %s\n", what.c_str());
   std::_Exit(1);
 }
 
@@ -46,7 +46,7 @@ std::string prose(std::size_t bytes) {
   return text;
 }
 
-// A channel and what its client was told.
+// A channel and the events that its client received.
 class Channel {
  public:
   explicit Channel(const LoadedPlugIn& plugIn) : m_plugIn(plugIn) {
@@ -98,7 +98,7 @@ class Channel {
 class TemporaryFolder {
  public:
   TemporaryFolder() : m_path((fs::temp_directory_path() / "life-XXXXXX").string()) {
-    require(mkdtemp(m_path.data()) != nullptr, "there is a place for files");
+    require(mkdtemp(m_path.data()) != nullptr, "a temporary folder is created");
   }
   ~TemporaryFolder() {
     std::error_code ignored;
@@ -112,12 +112,12 @@ class TemporaryFolder {
   std::string m_path;
 };
 
-// What a file of AIFF holds, roughly: its header counts as sound.
+// Approximate measures of an AIFF file: its header counts as audio.
 struct Sound {
   double length = 0;
   double loudness = 0;
 
-  // Two renderings of a text are never the same to the bit.
+  // Two renderings of a text never have identical samples.
   bool isAlike(const Sound& other) const {
     return std::abs(length - other.length) < 0.03 * length &&
            std::abs(loudness - other.loudness) < 0.1 * loudness;
@@ -170,8 +170,8 @@ struct Footprint {
   }
 };
 
-// ARGUMENT: the libraries that the plug-in needs, with ":" between them. They have their own ways
-// and are loaded before.
+// ARGUMENT: the libraries that the plug-in needs, separated by ":". They are loaded first, since
+// loading them may take memory.
 void load(const char* plugIn, const std::string& libraries) {
   constexpr long kConstantsAndEmptyMaps = 4096;
   for (std::size_t at = 0; at < libraries.size();) {
@@ -198,7 +198,7 @@ void loadAgain(const char* plugIn, const std::string& /*argument*/) {
     const LoadedPlugIn loaded(plugIn);
     SpeechChannelIdentifier unused = 0;
     require(loaded.close(unused) != noErr, "nothing is open");
-    // The first load keeps what the system needs for it.
+    // The system keeps some memory for the first load.
     if (!before) before = Footprint::now();
   }
   const Footprint after = Footprint::now();
@@ -209,7 +209,7 @@ void loadAgain(const char* plugIn, const std::string& /*argument*/) {
   require(kept <= kNoise, "loading again keeps " + std::to_string(kept) + " bytes");
 }
 
-// The plug-in's and the engine's threads run on in what was unloaded.
+// The threads of the plug-in and of the engine continue to run in the unloaded libraries.
 void unloadWhileSpeaking(const char* plugIn, const std::string& /*argument*/) {
   const TemporaryFolder folder;
   auto loaded = std::make_unique<LoadedPlugIn>(plugIn);
@@ -219,14 +219,14 @@ void unloadWhileSpeaking(const char* plugIn, const std::string& /*argument*/) {
   channel.waitForWord();
   loaded.reset();
   channel.waitForDone();
-  require(fs::file_size(folder / "sound.aiff") > 100'000, "the sound is written to its end");
+  require(fs::file_size(folder / "sound.aiff") > 100'000, "the audio is written to its end");
 }
 
 // ---- The end of the process
 
 // ARGUMENT: when and how, see kEnds.
 void endWhileSpeaking(const char* plugIn, const std::string& end) {
-  // Neither is destroyed: the process ends under them.
+  // Neither is destroyed: the process exits while they exist.
   auto& loaded = *new LoadedPlugIn(plugIn);
   auto& channel = *new Channel(loaded);
   const TemporaryFolder& folder = *new TemporaryFolder;
@@ -282,7 +282,7 @@ void forkWhileSpeaking(const char* plugIn, const std::string& /*argument*/) {
     const pid_t child = fork();
     if (child == 0) {
       alarm(kPatience);
-      // The child has none of the threads; it may leave either way.
+      // The child has none of the parent's threads; it may exit either way.
       if (byReturn) std::exit(0);
       std::_Exit(0);
     }
@@ -293,7 +293,7 @@ void forkWhileSpeaking(const char* plugIn, const std::string& /*argument*/) {
   channel.waitForDone();
   channel.close();
   require(soundIn(folder / "sound.aiff").isAlike(alone),
-          "the parent speaks as if nothing had been");
+          "forking does not affect the speech of the parent");
 }
 
 // ---- Surroundings
@@ -303,7 +303,7 @@ void speakWithComma(const char* plugIn, const std::string& locale) {
   const LoadedPlugIn loaded(plugIn);
   const std::string text = "[[volm 0.25; rate 140.5]]One two three four [[volm +0.5]] five.";
   const Sound before = speakToFile(loaded, text);
-  require(std::setlocale(LC_ALL, locale.c_str()) != nullptr, "the locale is there");
+  require(std::setlocale(LC_ALL, locale.c_str()) != nullptr, "the locale is installed");
   require(*std::localeconv()->decimal_point == ',', "its decimal point is a comma");
   require(speakToFile(loaded, text).isAlike(before), "numbers are read as before");
   require(*std::localeconv()->decimal_point == ',', "the locale stays");
@@ -314,7 +314,7 @@ struct Work {
   std::string text;
 };
 
-// All threads but the first have 256 KB, and the calls come from one of them.
+// All threads except the first have 256 KB, and one of them makes the calls.
 void speakOnSmallStacks(const char* plugIn, const std::string& /*argument*/) {
   constexpr std::size_t kStack = 256 * 1024;
   pthread_attr_t attributes;

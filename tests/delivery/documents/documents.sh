@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: Apache-2.0
 #
-# Whether man pages and completions are sound, and speak of every option that --help does:
-# documents.sh ROOT BIN, where BIN holds the programs. Needs mandoc, zsh and fish.
+# Checks that man pages and completions are valid and contain every option of --help: documents.sh
+# ROOT BIN, where BIN holds the programs. Needs mandoc, zsh and fish.
 set -uo pipefail
 
 root=$1
@@ -33,17 +33,17 @@ for program in kavrel-say kavrel-ssml; do
     grep -qE -- "-l $name( |\$)" "$root/tools/$program/completions/$program.fish" ||
       fail "$program.fish lacks $option"
   done < <(options_of "$program")
-  ((count >= 12)) || fail "the help of $program names $count options alone"
+  ((count >= 12)) || fail "the help of $program names only $count options"
 done
 
 # ---- Man pages
 
-mandoc -T lint -W warning "$root"/tools/*/*.1 || fail 'a man page is not sound'
+mandoc -T lint -W warning "$root"/tools/*/*.1 || fail 'a man page has errors'
 
 # ---- Completions
 
-# What bash completes the words with.
-completed() {
+# Prints bash's completions of the words.
+complete_in_bash() {
   bash --norc -c '
     source "$1/tools/$2/completions/$2.bash"
     COMP_WORDS=("${@:2}")
@@ -56,26 +56,26 @@ expect() {
   [[ $1 == "$2" ]] || fail "expected \"$1\", not \"$2\""
 }
 
-expect Maren "$(completed kavrel-say -v Mar)"
-expect --voice "$(completed kavrel-say --vo)"
-expect WAVE "$(completed kavrel-say --file-format = WA)"
-expect characters "$(completed kavrel-say --positions ch)"
-expect "$root/README.md" "$(completed kavrel-say -f "$root/READ")"
-expect --pitch-base "$(completed kavrel-ssml --pi)"
-expect macroman "$(completed kavrel-ssml --from mac)"
+expect Maren "$(complete_in_bash kavrel-say -v Mar)"
+expect --voice "$(complete_in_bash kavrel-say --vo)"
+expect WAVE "$(complete_in_bash kavrel-say --file-format = WA)"
+expect characters "$(complete_in_bash kavrel-say --positions ch)"
+expect "$root/README.md" "$(complete_in_bash kavrel-say -f "$root/READ")"
+expect --pitch-base "$(complete_in_bash kavrel-ssml --pi)"
+expect macroman "$(complete_in_bash kavrel-ssml --from mac)"
 
 for file in "$root"/tools/*/completions/_*; do
-  zsh -f -n "$file" || fail "$file is not zsh"
+  zsh -f -n "$file" || fail "$file is not valid zsh"
 done
 
-# The first column of what fish completes the line with.
-fished() {
+# Prints the first column of fish's completions of the line.
+complete_in_fish() {
   fish --no-config -c "source '$root/tools/$1/completions/$1.fish'; complete -C'$1 $2'" | cut -f 1
 }
 
-expect Maren "$(fished kavrel-say '-v Mar')"
-expect --voice "$(fished kavrel-say --vo)"
-expect WAVE "$(fished kavrel-say '--file-format WA')"
-expect macroman "$(fished kavrel-ssml '--from mac')"
+expect Maren "$(complete_in_fish kavrel-say '-v Mar')"
+expect --voice "$(complete_in_fish kavrel-say --vo)"
+expect WAVE "$(complete_in_fish kavrel-say '--file-format WA')"
+expect macroman "$(complete_in_fish kavrel-ssml '--from mac')"
 
 if ((failures > 0)); then exit 1; fi

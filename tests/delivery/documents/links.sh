@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: Apache-2.0
 #
-# Whether the documents name files that exist: links.sh ROOT
+# Checks that the files named in the documents exist: links.sh ROOT
 #
 # Checks in every tracked *.md file, outside of fenced blocks:
 #   - relative links and images: the file exists, and a heading for the part after "#";
@@ -52,13 +52,13 @@ check_link() {
     file=$root/$(dirname "$document")/$file
   fi
   if [[ ! -e $file ]]; then
-    fail "$document: there is no file for the link \"$link\""
+    fail "$document: no file exists for the link \"$link\""
     return
   fi
   [[ $anchor ]] || return 0
   [[ ${headings[$file]-} ]] || headings[$file]=$(anchors "$file")
   if [[ $'\n'${headings[$file]}$'\n' != *$'\n'"$anchor"$'\n'* ]]; then
-    fail "$document: there is no heading for the link \"$link\""
+    fail "$document: no heading exists for the link \"$link\""
   fi
 }
 
@@ -70,7 +70,7 @@ check_span() {
   # Only folders of the project: "and/or" and "build/release" are not paths of the tree.
   [[ $span == [!/]*/* && ${folders[${span%%/*}]-} ]] || return 0
   paths=$((paths + 1))
-  [[ -e $root/$span ]] || fail "$document: there is no \"$span\""
+  [[ -e $root/$span ]] || fail "$document: \"$span\" does not exist"
 }
 
 declare -A headings=() folders=()
@@ -90,6 +90,6 @@ while IFS= read -r document; do
 done <<<"$documents"
 
 echo "$links links, $paths paths"
-# A tree in which nothing is found to check is not the project.
+# A tree without links or paths is not the project.
 ((links > 0 && paths > 0)) || fail 'no link or no path was found'
 ((failures == 0))

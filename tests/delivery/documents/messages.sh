@@ -1,8 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: Apache-2.0
 #
-# Whether docs/messages.md lists every message with which the command line tools fail:
-# messages.sh ROOT
+# Checks that docs/messages.md lists every error message of the command line tools: messages.sh ROOT
 #
 # Finds the string literals in statements that throw Failure or std::invalid_argument, or that call a
 # function that does. A message is put together from several literals and variables; each literal of

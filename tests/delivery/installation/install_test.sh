@@ -2,7 +2,8 @@
 # SPDX-License-Identifier: Apache-2.0
 #
 # Tests an installation: install_test.sh WHAT BUILD FOLDER. `install` installs the build tree BUILD
-# under FOLDER/prefix; the others use that. Voices and plug-ins come from the installation alone.
+# under FOLDER/prefix; the other tests use that. Only the voices and plug-ins of the installation
+# are used.
 set -euo pipefail
 
 here=$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")
@@ -18,15 +19,15 @@ fail() {
   exit 1
 }
 
-# A readable sound file of at least `$2` bytes.
+# Checks that $1 is a readable audio file of at least $2 bytes.
 check_sound() {
   [[ -s $1 && $(head -c 4 "$1") == FORM && $(stat -c %s "$1") -ge $2 ]] ||
-    fail "$1 is not the sound file that it should be"
+    fail "$1 is not an audio file of at least $2 bytes"
 }
 
 flags() { PKG_CONFIG_PATH="$1/lib/pkgconfig" pkg-config "${@:2}" speechmanager; }
 
-# Builds the client with the compiler command given, and has it speak.
+# Builds the client with the given compiler command and lets it speak.
 build_and_run() {
   local -a libraries
   read -ra libraries <<<"$(flags "$prefix" --cflags --libs)"
@@ -46,7 +47,7 @@ case $what in
   install)
     rm -rf "$prefix"
     cmake --install "$build" --prefix "$prefix" >"$folder/install.log"
-    if grep -rIlF "$build" "$prefix"; then fail 'These files name the build folder.'; fi
+    if grep -rIlF "$build" "$prefix"; then fail 'The files above name the build folder.'; fi
     ;;
   c) build_and_run cc -std=c11 ;;
   cxx) build_and_run c++ -std=c++20 -x c++ ;;
@@ -81,7 +82,7 @@ case $what in
     (cd "$build" && cpack -G DEB -B "$folder/package" >"$folder/package.log")
     package=$(echo "$folder"/package/*.deb)
     dpkg-deb --info "$package" | tee "$folder/package.info"
-    grep -q '^ Depends:.*libespeak-ng1' "$folder/package.info" || fail 'The package forgets its libraries.'
+    grep -q '^ Depends:.*libespeak-ng1' "$folder/package.info" || fail 'The package lacks its dependencies.'
     dpkg-deb -x "$package" "$folder/package/root"
     for page in kavrel-say kavrel-ssml; do
       [[ -e $folder/package/root/usr/share/man/man1/$page.1 ]] || fail "The package has no page $page(1)."

@@ -1,14 +1,14 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: Apache-2.0
 #
-# release_test.sh ROOT FOLDER: scripts/release makes the same bytes from the same commit in two
-# folders, and makes nothing from a tree with changes. Builds the project twice.
+# release_test.sh ROOT FOLDER: scripts/release produces identical files from the same commit in two
+# folders, and rejects a tree with changes. Builds the project twice.
 set -euo pipefail
 
 here=$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")
 root=$1
 folder=$2/release
-# Objects of a compiler cache may come from other folders.
+# A compiler cache may contain objects from other folders.
 export CCACHE_DISABLE=1
 unset SOURCE_DATE_EPOCH KAVREL_PACKAGE_CONTACT
 
@@ -17,7 +17,7 @@ fail() {
   exit 1
 }
 
-# A repository of the tree as it is now, with a commit that is the same every time.
+# Creates a repository of the current tree, with a commit that is always the same.
 new_repository() {
   mkdir -p "$1"
   tar -C "$root" --exclude=./build --exclude=./.git -c . | tar -x -C "$1"
@@ -36,14 +36,14 @@ new_repository "$two"
 
 touch "$one/not committed"
 if "$one/scripts/release" "$folder/refused" 2>"$folder/refused.log"; then
-  fail 'A tree with changes is released.'
+  fail 'A tree with changes was released.'
 fi
-grep -q 'not committed' "$folder/refused.log" || fail 'The refusal does not name the change.'
-[[ ! -e $folder/refused ]] || fail 'A refused release leaves files.'
+grep -q 'not committed' "$folder/refused.log" || fail 'The error message does not name the change.'
+[[ ! -e $folder/refused ]] || fail 'A rejected release leaves files.'
 rm "$one/not committed"
 
 "$one/scripts/release" "$folder/first"
-# The second build has another time, another folder for temporary files and another umask.
+# The second build uses another time, another folder for temporary files and another umask.
 sleep 1
 mkdir "$folder/tmp"
 (umask 077 && TMPDIR=$folder/tmp "$two/scripts/release" "$folder/second")
@@ -55,6 +55,6 @@ for kind in tar.gz deb spdx.json; do
 done
 python3 "$here/check_sbom.py" "$folder"/first/*.spdx.json "$one"
 
-# No time in the package is that of the build.
+# No file in the package has the time of the build.
 package=("$folder"/first/*.deb)
 if TZ=UTC dpkg-deb -c "${package[0]}" | grep -v ' 2026-01-02 '; then fail 'The package has other times.'; fi

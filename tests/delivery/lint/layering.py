@@ -92,8 +92,8 @@ def layer_of(path):
 
 
 def find(name, folder, tracked):
-    for place in [folder] + SEARCH:
-        path = f"{place}/{name}" if place else name
+    for root in [folder] + SEARCH:
+        path = f"{root}/{name}" if root else name
         path = str(pathlib.PurePosixPath(path))
         if path in tracked:
             return path

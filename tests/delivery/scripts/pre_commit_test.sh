@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: Apache-2.0
 #
-# pre_commit_test.sh ROOT: scripts/pre-commit stops a commit for what is staged, and for nothing else.
+# pre_commit_test.sh ROOT: scripts/pre-commit rejects a commit for errors in staged files, and for
+# nothing else.
 set -uo pipefail
 
 root=$1
@@ -20,7 +21,8 @@ commit() {
     commit -q -m 'A change' 2>"$work/.git/err"
 }
 
-# stops WHAT MESSAGE: the commit of what is staged fails with the message. Nothing stays staged.
+# stops WHAT MESSAGE: the commit of the staged files fails with MESSAGE. Afterwards nothing is
+# staged.
 stops() {
   if commit || ! grep -qF -- "$2" .git/err; then
     echo "FAILED: a commit with $1: $(<.git/err)"
@@ -31,7 +33,7 @@ stops() {
 
 passes() {
   commit && return
-  echo "FAILED: a commit with $1 is stopped: $(<.git/err)"
+  echo "FAILED: a commit with $1 is rejected: $(<.git/err)"
   failures=$((failures + 1))
   git reset -q --hard
 }
@@ -53,13 +55,13 @@ printf 'int one();\n' >bad.cpp
 git add bad.cpp
 stops 'a source without a licence' 'bad.cpp: has no SPDX'
 
-# The script's text, with its variable.
+# The text of a script, including its variable.
 # shellcheck disable=SC2016
 printf '#!/bin/sh\n# %s\necho $1\n' "$spdx" >bad
 git add bad
 stops 'a careless script' 'bad: shellcheck objects'
 
-# Only what is staged counts.
+# Only staged changes count.
 printf '// %s\nint two();\n' "$spdx" >good.cpp
 git add good.cpp
 printf 'int   two' >good.cpp

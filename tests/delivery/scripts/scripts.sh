@@ -3,9 +3,9 @@
 #
 # Tests of ./say and ./check: scripts.sh ROOT
 #
-# They run in a copy of the scripts, on a path where the programs that install, configure, build and
-# test are ours: each writes down how it was called, and does what the case at hand wants.
-# Variables in single quotes are a stand-in's; each case runs in a shell of its own.
+# Each test runs a copy of the scripts with a PATH on which the programs that install, configure,
+# build and test are stand-ins: each records its call, then behaves as the test case requires.
+# Variables in single quotes belong to a stand-in; each case runs in its own shell.
 # shellcheck disable=SC2016,SC2030,SC2031
 set -uo pipefail
 
@@ -14,9 +14,9 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 failures=0
 
-# ---- The stage
+# ---- The stand-ins
 
-# A program of that name with that script behind writing down its arguments.
+# Creates the stand-in $1: it records its arguments, then runs the script on standard input.
 program() {
   {
     echo '#!/bin/bash'
@@ -26,7 +26,7 @@ program() {
   chmod +x "$stage/bin/$1"
 }
 
-# A tree in which nothing has been built, on a machine that has every package.
+# Creates a tree without a build, on a machine with every package.
 new_stage() {
   stage=$(mktemp -d "$work/stage XXXX")
   tree="$stage/tree"
@@ -47,7 +47,8 @@ echo 'much build output'
 END
 }
 
-# A ctest whose report counts tests, failures and skipped ones, and that exits with a status.
+# Creates a ctest whose report has the given counts of tests, failures and skipped tests, and whose
+# exit status is $4.
 ctest_reporting() {
   program ctest <<END
 while [ "\$1" != --output-junit ]; do shift; done
@@ -68,7 +69,7 @@ exit $4
 END
 }
 
-# Runs a script of the tree; sets out, err and status. The lists of calls starts anew.
+# Runs a script of the tree. Sets out, err and status, and clears the list of calls first.
 run() {
   : >"$CALLS"
   PATH="$stage/bin:$PATH" "$tree/$1" "${@:2}" >"$stage/out" 2>"$stage/err" </dev/null
@@ -91,9 +92,9 @@ not_called() { ! called "$1"; }
 is() { [[ $1 == "$2" ]]; }
 contains() { [[ $1 == *"$2"* ]]; }
 
-# ---- The cases
+# ---- The test cases
 
-say_builds_and_hands_over_its_arguments() {
+say_builds_and_passes_its_arguments() {
   run say -v Maren 'two words' ''
   expect 'succeeds' is "$status" 0
   expect 'standard output is the program'"'"'s' is "$out" "spoken in $PWD: -v Maren two words "
@@ -125,7 +126,7 @@ say_does_little_the_second_time() {
   expect 'does not configure' not_called '^cmake'
 }
 
-say_looks_again_when_the_packages_change() {
+say_checks_again_when_the_packages_change() {
   run say x
   echo 'another-package speak' >>"$tree/scripts/packages.txt"
   run say x
@@ -161,7 +162,7 @@ say_installs_what_was_removed_but_not_purged() {
   expect 'installs it' called '^apt-get .*install .* ninja-build$'
 }
 
-say_fetches_the_lists_when_they_do_not_do() {
+say_fetches_the_lists_when_they_are_outdated() {
   program dpkg-query <<<'case "$*" in *ninja-build) exit 1 ;; *) echo installed ;; esac'
   program apt-get <<'END'
 case "$*" in
@@ -224,14 +225,14 @@ check_fails_without_tests() {
   expect 'closes with a failure' is "${out##*$'\n'}" '0 passed, 1 failed'
 }
 
-check_fails_when_the_tests_break_off() {
+check_fails_when_the_tests_are_aborted() {
   program ctest <<<'exit 70'
   run check
   expect 'fails' is "$status" 1
   expect 'closes with a failure' is "${out##*$'\n'}" '0 passed, 1 failed'
 }
 
-check_does_not_take_an_old_report_for_a_new_one() {
+check_does_not_use_an_old_report() {
   ctest_reporting 7 0 0 0
   run check
   program ctest <<<'exit 70'
@@ -261,7 +262,8 @@ check_fails_when_the_build_fails() {
 
 for current in $(compgen -A function | grep -E '^(say|check)_'); do
   new_stage
-  # In a shell of its own for its folder and variables; its failures come back as its status.
+  # A subshell isolates the folder and variables of a case; its exit status is the number of
+  # failures.
   (
     failures=0
     "$current"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 //
-// Emphasis, spelling, breaks, marks and phonemes, as they are heard.
+// Emphasis, spelling, breaks, marks and phonemes, measured in the audio.
 #include <algorithm>
 #include <string>
 #include <vector>
@@ -26,7 +26,7 @@ std::string phones(const std::string& text) {
   return all;
 }
 
-// How long the speech gets by `tags` in front of "two".
+// The length of the speech with `tags` before "two".
 double lengthened(const std::string& tags) {
   return record("One " + tags + "two.").sound().seconds() -
          record("One <break/>two.").sound().seconds();
@@ -60,7 +60,7 @@ TEST(Emphasis, IsStrongOrNone) {
               0.05);
 }
 
-TEST(SpellOut, SaysTheNamesOfTheLetters) {
+TEST(SpellOut, SpeaksTheNamesOfTheLetters) {
   EXPECT_EQ(phones(spelt("cat")), "s i ey t i");
   EXPECT_EQ(phones("cat"), "k ae t");
   EXPECT_EQ(phones(spelt("NASA")), "eh n ey eh s ey");
@@ -68,7 +68,7 @@ TEST(SpellOut, SaysTheNamesOfTheLetters) {
   EXPECT_EQ(words(spelt("cat dog") + " end"), "cat dog end");
 }
 
-TEST(SpellOut, HoldsInsideItsElementOnly) {
+TEST(SpellOut, AppliesInsideItsElementOnly) {
   EXPECT_EQ(phones("cat " + spelt("cat") + " cat"), "k ae t pau pau s i ey t i k ae t");
 }
 
@@ -78,14 +78,14 @@ TEST(SpellOut, TakesAsLongAsItsLetters) {
   EXPECT_GT(eight, 4 * one);
 }
 
-TEST(Digits, AreSaidOneByOne) {
+TEST(Digits, AreSpokenOneByOne) {
   EXPECT_EQ(phones(digits("1984")), phones("1 9 8 4"));
   EXPECT_NE(phones("1984"), phones("1 9 8 4"));
   EXPECT_EQ(phones(digits("cat")), phones("cat"));
   EXPECT_EQ(words("Call " + digits("5551212") + ", now"), "Call 5551212 now");
 }
 
-TEST(Digits, HoldInsideTheirElementOnly) {
+TEST(Digits, ApplyInsideTheirElementOnly) {
   EXPECT_EQ(phones("19 " + digits("19") + " 19"), phones("19 1 9 19"));
 }
 
@@ -93,7 +93,7 @@ TEST(Numbers, KeepTheirSignInsideASentence) {
   EXPECT_NE(phones("at -5 degrees").find(phones("minus")), std::string::npos);
 }
 
-TEST(Break, LastsAsLongAsItSays) {
+TEST(Break, LastsForItsTime) {
   EXPECT_NEAR(lengthened("<break time='500ms'/>"), 0.5, 0.005);
   EXPECT_NEAR(lengthened("<break time='10ms'/>"), 0.01, 0.005);
   EXPECT_NEAR(lengthened("<break time='1.5s'/>"), 1.5, 0.005);
@@ -108,7 +108,7 @@ TEST(Break, AddsToTheNext) {
               0.005);
 }
 
-TEST(Break, StandsAtTheBeginningAndTheEnd) {
+TEST(Break, MayBeAtTheBeginningAndTheEnd) {
   const double plain = record("One.").sound().seconds();
   EXPECT_NEAR(record("<break time='400ms'/>One.").sound().seconds(), plain + 0.4, 0.01);
   EXPECT_NEAR(record("One.<break time='400ms'/>").sound().seconds(),
@@ -133,7 +133,7 @@ TEST(Break, IsNotChangedByTheRate) {
   EXPECT_NEAR(length("<break time='500ms'/>") - length("<break/>"), 0.5, 0.005);
 }
 
-TEST(Mark, IsReportedOnceAtItsPlace) {
+TEST(Mark, IsReportedOnceAtItsPosition) {
   const Recording found = record(
       "<mark name='1'/>One <mark name='2'/><mark name='3'/>two.<mark name='4'/> "
       "<emphasis strength='strong'><mark name='5'/>Three</emphasis> four<mark name='6'/>");
@@ -146,12 +146,12 @@ TEST(Mark, IsReportedOnceAtItsPlace) {
   EXPECT_EQ(marks[2].sample, spoken[1].sample);
   EXPECT_GT(marks[3].sample, spoken[1].sample);
   EXPECT_LE(marks[3].sample, spoken[2].sample);
-  // Switching emphasis on takes a moment.
+  // Switching emphasis on takes some samples.
   EXPECT_NEAR(static_cast<double>(marks[4].sample), static_cast<double>(spoken[2].sample), 441);
   EXPECT_GT(marks[5].sample, spoken[3].sample);
 }
 
-TEST(Mark, InsideAWordComesWhileTheWordIsSpoken) {
+TEST(Mark, InsideAWordIsReportedWhileTheWordIsSpoken) {
   const Recording found = record("Some extra<mark name='1'/>ordinary boat.");
   EXPECT_EQ(found.names(KAVREL_EVENT_WORD), "Some extraordinary boat");
   const auto spoken = found.events(KAVREL_EVENT_WORD);
@@ -167,7 +167,7 @@ TEST(Phoneme, SpeaksItsPhonesInsteadOfItsText) {
   EXPECT_NE(found.names(KAVREL_EVENT_PHONEME).find("h eh l ow"), std::string::npos);
 }
 
-TEST(Phoneme, HasTheSettingsThatOpenInside) {
+TEST(Phoneme, AppliesSettingsThatOpenInside) {
   const auto spoken = [](const std::string& open, const std::string& close) {
     return record("<phoneme ph='h eh0 l ow1'>" + open + "hEHl1OW" + close + "</phoneme>");
   };
@@ -179,7 +179,7 @@ TEST(Phoneme, HasTheSettingsThatOpenInside) {
   EXPECT_EQ(slow.events(KAVREL_EVENT_WORD).size(), 1u);
 }
 
-TEST(Phoneme, LeavesOutPhonesThatItDoesNotKnow) {
+TEST(Phoneme, SkipsUnknownPhones) {
   EXPECT_EQ(phones("<phoneme ph='h qq eh0 l q1 ow1'>x</phoneme>"),
             phones("<phoneme ph='h eh0 l ow1'>x</phoneme>"));
 }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 //
-// Texts that nobody writes are spoken, too, in time that grows with their length: the time limit of
-// the test ends what does not.
+// Pathological texts are spoken, in time linear in their length: the time limit of the test stops
+// anything slower.
 #include <string>
 
 #include <gtest/gtest.h>
@@ -27,7 +27,7 @@ TEST(HardText, OfOneLongWordIsSpokenToItsEnd) {
   EXPECT_EQ(found.events(KAVREL_EVENT_WORD).back().text, "end");
 }
 
-TEST(HardText, OfPunctuationAloneHasNoWord) {
+TEST(HardText, OfPunctuationHasNoWord) {
   const Recording found = record(repeated("?!,;:-()\"' ", 300));
   EXPECT_EQ(found.events(KAVREL_EVENT_WORD).size(), 0u);
 }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 //
-// What stands inside a sentence leaves it one sentence: marks are not heard, changes of settings
-// are heard where they hold, and words come when they are heard.
+// Markup inside a sentence does not split it: marks are inaudible, changed settings apply where
+// they are set, and word events are reported when the words are heard.
 #include <algorithm>
 #include <cmath>
 #include <string>
@@ -21,8 +21,8 @@ namespace {
 const std::string kPlain =
     "The harbour was quiet that morning, and a single boat lay near the wall.";
 
-// How far the pitch of one sound is from that of another at the same time, as a share of it, the
-// furthest tenth left out.
+// The difference between the pitches of two sounds at the same time, as a ratio, ignoring the
+// largest tenth.
 double pitchDifference(const Sound& one, const Sound& other) {
   const auto first = acoustics::pitchTrack(one);
   const auto second = acoustics::pitchTrack(other);
@@ -34,7 +34,7 @@ double pitchDifference(const Sound& one, const Sound& other) {
   return acoustics::quantile(differences, 0.9);
 }
 
-// Words and their lengths against the plain sentence's.
+// Words and the ratio of their lengths to those in the plain sentence.
 struct Stretching {
   std::string word;
   double factor = 0;
@@ -48,7 +48,7 @@ std::vector<Stretching> stretching(const Recording& found, const Recording& plai
   return all;
 }
 
-// The silence in front of a word ends where the word is said to begin.
+// Checks that the silence before a word ends at the word's event.
 void expectOnsetAt(const Recording& recording, const std::string& word, double tolerance) {
   const auto events = recording.events(KAVREL_EVENT_WORD);
   const auto event = std::ranges::find(events, word, &kavrel::TimedEvent::text);
@@ -88,7 +88,7 @@ TEST(Melody, IsNotChangedByTagsThatSetNothing) {
   EXPECT_LT(pitchDifference(found.heard(), plain.heard()), 0.05);
 }
 
-TEST(Melody, GoesOnThroughAChangeOfVolume) {
+TEST(Melody, ContinuesThroughAChangeOfVolume) {
   const Recording plain = record(kPlain);
   const Recording found = record(
       "The harbour was <prosody volume='50'>quiet that</prosody> morning, and a single boat lay "
@@ -97,7 +97,7 @@ TEST(Melody, GoesOnThroughAChangeOfVolume) {
   EXPECT_LT(pitchDifference(found.heard(), plain.heard()), 0.05);
 }
 
-TEST(Melody, GoesOnThroughAChangeOfPitch) {
+TEST(Melody, ContinuesThroughAChangeOfPitch) {
   const Recording plain = record(kPlain);
   const Recording found = record(
       "The harbour was quiet that <prosody pitch='140Hz'>morning, and a single boat</prosody> lay "
@@ -112,7 +112,7 @@ TEST(Melody, GoesOnThroughAChangeOfPitch) {
             1.2 * acoustics::medianPitch(plain.word("single")));
 }
 
-TEST(Melody, GoesOnThroughAChangeOfRate) {
+TEST(Melody, ContinuesThroughAChangeOfRate) {
   const Recording plain = record(kPlain);
   for (const double rate : {100.0, 250.0, 400.0, 600.0}) {
     SCOPED_TRACE(rate);
@@ -128,7 +128,7 @@ TEST(Melody, GoesOnThroughAChangeOfRate) {
   }
 }
 
-TEST(Melody, GoesOnThroughEmphasis) {
+TEST(Melody, ContinuesThroughEmphasis) {
   const Recording plain = record(kPlain);
   const Recording found = record(
       "The harbour was quiet that morning, and a single <emphasis strength='strong'>boat"
@@ -138,7 +138,7 @@ TEST(Melody, GoesOnThroughEmphasis) {
             acoustics::silences(plain.heard(), 0.1).size());
 }
 
-TEST(Words, ComeWhenTheyAreHeardAtEveryRate) {
+TEST(Words, AreReportedWhenTheyAreHeardAtEveryRate) {
   for (const char* const rate : {"90", "180", "300", "450", "500", "600"}) {
     SCOPED_TRACE(rate);
     const Recording found =
@@ -150,7 +150,7 @@ TEST(Words, ComeWhenTheyAreHeardAtEveryRate) {
   }
 }
 
-TEST(Events, AreInOrderAndInsideTheSoundAtEveryRate) {
+TEST(Events, AreInOrderAndInsideTheAudioAtEveryRate) {
   for (const char* const rate : {"80", "200", "450", "500", "600"}) {
     const Recording found = record(test::prosody("rate='" + std::string(rate) + "'", test::kProse));
     std::uint64_t last = 0;
@@ -159,12 +159,12 @@ TEST(Events, AreInOrderAndInsideTheSoundAtEveryRate) {
       last = event.sample;
     }
     EXPECT_LE(last, found.samples.size()) << rate;
-    // The last word takes its time as any other.
+    // The last word has a duration as any other.
     EXPECT_GT(found.word("night").seconds(), 0.05) << rate;
   }
 }
 
-TEST(Words, AreNotTornByTagsInside) {
+TEST(Words, AreNotSplitByTagsInside) {
   const Recording plain = record("The brown fox jumps.");
   const Recording found = record("The brown <emphasis strength='none'>fo</emphasis>x jumps.");
   EXPECT_EQ(found.names(KAVREL_EVENT_WORD), "The brown fox jumps");

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 //
-// Volume, rate, pitch and range, as they are heard: alone, nested, and over when their element is.
+// Volume, rate, pitch and range, measured in the audio: alone, nested, and after the end of their
+// element.
 #include <cmath>
 #include <string>
 #include <vector>
@@ -27,7 +28,7 @@ std::string attribute(const char* name, double value, const char* unit = "") {
   return std::string(name) + "='" + std::to_string(value) + unit + "'";
 }
 
-// The sounds of the sentences, without the silence at their ends.
+// The audio of each sentence, without the silence at its ends.
 std::vector<Sound> sentences(const Recording& recording) {
   std::vector<Sound> found;
   const auto events = recording.events(KAVREL_EVENT_SENTENCE);
@@ -39,13 +40,13 @@ std::vector<Sound> sentences(const Recording& recording) {
   return found;
 }
 
-// The same sentence five times: outside, in one element, in one more inside that, and out again.
+// The same sentence five times: outside, in one element, in a nested element, and outside again.
 std::string nested(const std::string& outer, const std::string& inner) {
   return kSentence + " <prosody " + outer + ">" + kSentence + " <prosody " + inner + ">" +
          kSentence + "</prosody> " + kSentence + "</prosody> " + kSentence;
 }
 
-// What `measure` finds in each of them, as a ratio to the first.
+// The result of `measure` for each sentence, as a ratio to the first.
 template <typename Measure>
 std::vector<double> ratios(const std::string& text, Measure measure) {
   const Recording recording = record(text);
@@ -69,7 +70,7 @@ double seconds(const Sound& sound) {
 
 }  // namespace
 
-TEST(Volume, IsThatPercentageOfTheLevel) {
+TEST(Volume, IsAPercentageOfTheLevel) {
   const double plain = level(record(kSentence).heard());
   for (const double percent : {5.0, 10.0, 25.0, 50.0, 75.0, 100.0, 125.0, 150.0, 200.0}) {
     const Recording found = record(prosody(attribute("volume", percent), kSentence));
@@ -77,7 +78,7 @@ TEST(Volume, IsThatPercentageOfTheLevel) {
   }
 }
 
-TEST(Volume, OfNothingIsSilenceThatLastsAsLong) {
+TEST(Volume, OfZeroIsSilenceOfTheSameLength) {
   for (const char* const nothing : {"volume='0'", "volume='-20'"}) {
     const Recording found = record(prosody(nothing, kSentence));
     EXPECT_EQ(level(found.sound()), 0);
@@ -86,7 +87,7 @@ TEST(Volume, OfNothingIsSilenceThatLastsAsLong) {
   }
 }
 
-TEST(Volume, ThatIsTooHighIsBentAndNotCutOff) {
+TEST(Volume, ThatIsTooHighIsLimitedAndNotClipped) {
   const Recording loudest = record(prosody("volume='300'", kSentence));
   EXPECT_GT(level(loudest.heard()), 2.3 * level(record(kSentence).heard()));
   EXPECT_LT(acoustics::clippedCount(loudest.sound()), loudest.samples.size() / 1000);
@@ -94,11 +95,11 @@ TEST(Volume, ThatIsTooHighIsBentAndNotCutOff) {
   EXPECT_NEAR(level(beyond.heard()) / level(loudest.heard()), 1, 0.05);
 }
 
-TEST(Volume, HoldsInsideItsElementOnly) {
+TEST(Volume, AppliesInsideItsElementOnly) {
   expectRatios(ratios(nested("volume='50'", "volume='20'"), level), {1, 0.5, 0.2, 0.5, 1}, 0.1);
 }
 
-TEST(Volume, OfOneWordLeavesItsNeighboursAlone) {
+TEST(Volume, OfOneWordDoesNotAffectItsNeighbours) {
   const Recording plain = record("A single green boat lay there.");
   const Recording found = record("A single <prosody volume='25'>green</prosody> boat lay there.");
   for (const char* const word : {"single", "boat", "lay", "there"}) {
@@ -115,7 +116,7 @@ TEST(Rate, IsInWordsPerMinute) {
   }
 }
 
-TEST(Rate, ChangesPausesAsItChangesWords) {
+TEST(Rate, ChangesPausesAndWordsAlike) {
   const std::string text = "Stop. Who? Me, you, him; and her! So. Be it.";
   const double plain = seconds(record(text).heard());
   for (const double rate : {90.0, 135.0, 270.0, 360.0}) {
@@ -124,7 +125,7 @@ TEST(Rate, ChangesPausesAsItChangesWords) {
   }
 }
 
-TEST(Rate, BeyondTheLimitsIsTheNearest) {
+TEST(Rate, IsClampedToItsLimits) {
   const auto length = [](const char* attributes) {
     return seconds(record(prosody(attributes, kSentence)).heard());
   };
@@ -132,7 +133,7 @@ TEST(Rate, BeyondTheLimitsIsTheNearest) {
   EXPECT_NEAR(length("rate='1e300'"), length("rate='600'"), 0.03);
 }
 
-TEST(Rate, ThatIsNoneChangesNothing) {
+TEST(Rate, ThatIsInvalidIsIgnored) {
   const double plain = seconds(record(kSentence).heard());
   for (const char* const none : {"rate='0'", "rate='-100'", "rate='nan'", "rate='inf'",
                                  "rate='1e999'", "rate=''", "rate='fast'", "rate='200%'"}) {
@@ -140,7 +141,7 @@ TEST(Rate, ThatIsNoneChangesNothing) {
   }
 }
 
-TEST(Rate, LeavesPitchAndVolumeAlone) {
+TEST(Rate, DoesNotAffectPitchAndVolume) {
   const Recording plain = record(kProse);
   for (const char* const rate : {"rate='100'", "rate='300'", "rate='400'"}) {
     const Recording found = record(prosody(rate, kProse));
@@ -149,18 +150,18 @@ TEST(Rate, LeavesPitchAndVolumeAlone) {
   }
 }
 
-TEST(Rate, HoldsInsideItsElementOnly) {
+TEST(Rate, AppliesInsideItsElementOnly) {
   expectRatios(ratios(nested("rate='120'", "rate='360'"), seconds), {1, 1.5, 0.5, 1.5, 1}, 0.1);
 }
 
-TEST(Pitch, IsInHertzWithinTheVoicesReach) {
+TEST(Pitch, IsInHertzWithinTheVoicesRange) {
   for (const double hertz : {75.0, 90.0, 110.0, 130.0, 150.0, 165.0}) {
     const Recording found = record(prosody(attribute("pitch", hertz, "Hz"), kProse));
     EXPECT_NEAR(medianPitch(found.heard()), hertz, 0.05 * hertz);
   }
 }
 
-TEST(Pitch, BeyondTheVoicesReachIsTheNearest) {
+TEST(Pitch, IsClampedToTheVoicesRange) {
   const auto pitch = [](const char* attributes) {
     return medianPitch(record(prosody(attributes, kSentence)).heard());
   };
@@ -168,7 +169,7 @@ TEST(Pitch, BeyondTheVoicesReachIsTheNearest) {
   EXPECT_NEAR(pitch("pitch='0.001Hz'") / pitch("pitch='50Hz'"), 1, 0.06);
 }
 
-TEST(Pitch, ThatIsNoneChangesNothing) {
+TEST(Pitch, ThatIsInvalidIsIgnored) {
   const double plain = medianPitch(record(kSentence).heard());
   for (const char* const none :
        {"pitch='0Hz'", "pitch='-100Hz'", "pitch='high'", "pitch='nanHz'"}) {
@@ -176,7 +177,7 @@ TEST(Pitch, ThatIsNoneChangesNothing) {
   }
 }
 
-TEST(Pitch, HoldsInsideItsElementOnly) {
+TEST(Pitch, AppliesInsideItsElementOnly) {
   const auto found = ratios(nested("pitch='130Hz'", "pitch='80Hz'"), medianPitch);
   const double own = medianPitch(record(kSentence).heard());
   expectRatios(found, {1, found[1], found[2], found[1], 1}, 0.05);
@@ -193,14 +194,14 @@ TEST(Range, InHertzIsHowFarThePitchMoves) {
   EXPECT_GT(spread(1000), spread(30));
 }
 
-TEST(Range, LeavesThePitchWhereItIs) {
+TEST(Range, DoesNotAffectThePitch) {
   const double own = medianPitch(record(kProse).heard());
   for (const char* const range : {"range='0Hz'", "range='15Hz'", "range='45Hz'"}) {
     EXPECT_NEAR(medianPitch(record(prosody(range, kProse)).heard()) / own, 1, 0.05) << range;
   }
 }
 
-TEST(Range, HoldsInsideItsElementOnly) {
+TEST(Range, AppliesInsideItsElementOnly) {
   const auto found = ratios(nested("range='0Hz'", "range='45Hz'"), pitchSpread);
   ASSERT_EQ(found.size(), 5u);
   EXPECT_LT(found[1], 0.3);
@@ -209,7 +210,7 @@ TEST(Range, HoldsInsideItsElementOnly) {
   EXPECT_NEAR(found[4], 1, 0.15);
 }
 
-TEST(Settings, OfAllKindsHoldTogether) {
+TEST(Settings, OfAllKindsApplyTogether) {
   const Recording plain = record(kSentence);
   const Recording found = record(
       "<prosody range='10Hz'><prosody pitch='140Hz'><prosody rate='120'><prosody volume='40'>" +
@@ -217,7 +218,7 @@ TEST(Settings, OfAllKindsHoldTogether) {
   EXPECT_NEAR(medianPitch(found.heard()), 140, 7);
   EXPECT_NEAR(seconds(found.heard()) / seconds(plain.heard()), 1.5, 0.15);
   EXPECT_LT(pitchSpread(found.heard()), 20);
-  // A higher voice is louder by itself.
+  // A higher voice is louder at the same volume.
   EXPECT_NEAR(level(found.heard()) / level(plain.heard()), 0.4 * 1.15, 0.06);
 }
 

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 //
-// What the tests that listen share: a text spoken into memory, with the samples at which its words,
-// phones and marks come. It is made by the engine's producer, as for a port, without a port's
-// threads.
+// Recording: a text spoken into memory, with the sample positions of its words, phones and marks.
+// The engine's producer makes it, as for a port but without a port's threads.
 #pragma once
 
 #include <cstdint>
@@ -22,15 +21,15 @@ struct Recording {
   std::vector<kavrel::TimedEvent> timedEvents;  // in order; their samples count from the start
 
   acoustics::Sound sound() const { return {samples}; }
-  // From the first sound to the last.
+  // From the first audible sample to the last.
   acoustics::Sound heard() const { return acoustics::trimSilence(sound()); }
 
   std::vector<kavrel::TimedEvent> events(kavrel_event_t type) const;
-  // Their texts, with blanks between them.
+  // The texts of these events, separated by blanks.
   std::string names(kavrel_event_t type) const;
 
   // From the sample of the first event of `type` with this text to the next event of that type, or
-  // the end. Fails the test, and is of no length, when there is none.
+  // the end. Without such an event, fails the test and returns an empty sound.
   acoustics::Sound from(kavrel_event_t type, std::string_view text) const;
   acoustics::Sound word(std::string_view text) const { return from(KAVREL_EVENT_WORD, text); }
 };
@@ -40,7 +39,7 @@ Recording record(std::string_view text, const kavrel::Voice& voice = kavrel::def
 // `text` inside an element with these attributes.
 std::string prosody(std::string_view attributes, std::string_view text);
 
-// Sentences of all kinds of sounds, about seven seconds of them.
+// Sentences with all kinds of speech sounds, about seven seconds long.
 extern const std::string kProse;
 
 }  // namespace test

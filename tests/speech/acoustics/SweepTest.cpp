@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 //
-// Every rate in steps of ten, over texts of several kinds.
+// All rates in steps of ten, for texts of several kinds.
 #include <string>
 
 #include <gtest/gtest.h>
@@ -12,7 +12,7 @@ using test::record;
 
 class EveryRate : public testing::TestWithParam<const char*> {};
 
-TEST_P(EveryRate, IsKeptWithinATenth) {
+TEST_P(EveryRate, IsAccurateWithinATenth) {
   const std::string text = GetParam();
   const double plain = record(text).heard().seconds();
   for (int rate = 90; rate <= 600; rate += 10) {

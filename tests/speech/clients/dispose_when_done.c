@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 /*
- * Makes a channel for every utterance and disposes it in its speech-done, where the next one is
- * made too: a chain without a main loop. Speaks into the file that its argument names.
+ * Creates a channel for every utterance and disposes it in its speech-done callback, which also
+ * creates the next: a chain without a main loop. Speaks into the file named by its argument.
  */
 #include <ApplicationServices/ApplicationServices.h>
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Shows a text as a reader program does, with the word being spoken between brackets: strings,
-// properties and ranges instead of bytes. Speaks into the file that its argument names.
+// Shows a text as a reading program does, with the spoken word in brackets, using strings,
+// properties and ranges instead of bytes. Speaks into the file named by its argument.
 #include <ApplicationServices/ApplicationServices.h>
 
 #include <condition_variable>

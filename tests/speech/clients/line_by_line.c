@@ -1,8 +1,8 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 /*
- * Reads lines and speaks them: politely, each when the one before is over, as a reader would, and
- * then impatiently, each at once, on the channel that is still busy with the one before. Speaks
- * into the file that its argument names.
+ * Reads lines and speaks them: first politely, each after the previous one has ended, then
+ * impatiently, each at once, on the channel that is still speaking the previous one. Speaks into
+ * the file named by its argument.
  */
 #include <ApplicationServices/ApplicationServices.h>
 

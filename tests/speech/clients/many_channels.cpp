@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A program with many voices at once: channels on several threads, each with its own file, spoken
-// on again and again. Every text is done exactly once, on one thread for all of them. The files
-// stand beside the one that its argument names.
+// Many voices at once: channels on several threads, each with its own file, reused again and again.
+// Every text is done exactly once, on one thread for all of them. The files are in the folder of
+// the file named by the argument.
 #include <ApplicationServices/ApplicationServices.h>
 
 #include <atomic>

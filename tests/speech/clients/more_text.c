@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 /*
- * Hands out a text piece by piece with a text-done callback, and shows each word as it is spoken:
- * the positions run on over all pieces. Speaks into the file that its argument names.
+ * Supplies a text piece by piece with a text-done callback, and shows each word as it is spoken:
+ * the positions count through all pieces. Speaks into the file named by its argument.
  */
 #include <ApplicationServices/ApplicationServices.h>
 
@@ -25,7 +25,7 @@ static void check(OSErr result, const char* what) {
   exit(1);
 }
 
-/* The buffer is one and the same: a piece has been taken when the next is asked for. */
+/* All pieces share one buffer: a piece has been copied when the next is requested. */
 static void onTextDone(SpeechChannel chan, SRefCon refCon, const void** nextBuf,
                        unsigned long* byteLen, SInt32* controlFlags) {
   const unsigned long left = sizeof kText - 1 - g_given;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The panel with "Speak", "Pause", "Continue" and "Stop" that every speaking program has, pressed
-// in every order. Speaks in real time, into the void when there is no sound device.
+// The usual panel of speaking programs, with "Speak", "Pause", "Continue" and "Stop", pressed in
+// every order. Speaks in real time, in silence without a sound device.
 #include <ApplicationServices/ApplicationServices.h>
 
 #include <condition_variable>
@@ -39,7 +39,7 @@ class Panel {
     check(PauseSpeechAt(m_channel, where), "pause");
     show("pause");
   }
-  void goOn() {
+  void resume() {
     check(ContinueSpeech(m_channel), "continue");
     show("continue");
   }
@@ -68,7 +68,7 @@ class Panel {
     check(SetSpeechInfo(m_channel, selector, reinterpret_cast<void*>(function)), "callback");
   }
 
-  // What the buttons look like.
+  // The state of the buttons.
   void show(const char* pressed) const {
     SpeechStatusInfo status{};
     check(GetSpeechInfo(m_channel, soStatus, &status), "status");
@@ -103,21 +103,21 @@ int main() {
   const std::string text =
       "These are a few words in a sentence. This is another one, and it is there to be stopped.";
   Panel panel;
-  panel.pause(kImmediate);  // with nothing to pause
-  panel.goOn();
+  panel.pause(kImmediate);  // nothing to pause
+  panel.resume();
   panel.stop(kImmediate);
 
   panel.speak(text);
   panel.waitForWords(2);
   panel.pause(kEndOfWord);
   panel.pause(kImmediate);
-  panel.goOn();
+  panel.resume();
   panel.waitForWords(3);
   panel.stop(kEndOfWord);
   panel.waitForEnd();
 
   panel.speak(text, kPreflightThenPause);
-  panel.goOn();
+  panel.resume();
   panel.waitForWords(1);
   panel.pause(kImmediate);
   panel.stop(kEndOfSentence);

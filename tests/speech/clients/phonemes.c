@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 /*
- * Shows what words are spoken with, and speaks just that: what comes out of TextToPhonemes goes
- * into SpeakText. Speaks into the file that its argument names.
+ * Shows the phonemes of words and speaks them: the output of TextToPhonemes is the input of
+ * SpeakText. Speaks into the file named by its argument.
  */
 #include <ApplicationServices/ApplicationServices.h>
 
@@ -29,7 +29,7 @@ static void onDone(SpeechChannel chan, SRefCon refCon) {
   pthread_mutex_unlock(&g_lock);
 }
 
-/* Words stand between blanks; a pause is no word. */
+/* Words are separated by blanks; a pause is not a word. */
 static int countWords(const char* phonemes, long bytes) {
   int words = 0;
   long i;

@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 /*
- * Walks through the voices, and lets each say a sentence with all callbacks installed. Speaks into
- * the file that its argument names.
+ * Lets each voice speak a sentence with all callbacks installed. Speaks into the file named by its
+ * argument.
  */
 #include <ApplicationServices/ApplicationServices.h>
 
@@ -54,7 +54,7 @@ static void onPhoneme(SpeechChannel chan, SRefCon refCon, SInt16 opcode) {
 static void onSync(SpeechChannel chan, SRefCon refCon, OSType message) {
   Walker* walker = (Walker*)refCon;
   OSType last = 0;
-  /* Any call may be made in here. */
+  /* Any call is allowed here. */
   check(GetSpeechInfo(chan, soRecentSync, &last), "recent sync");
   pthread_mutex_lock(&walker->lock);
   if (last == message) walker->syncs++;
@@ -80,7 +80,7 @@ static void onDone(SpeechChannel chan, SRefCon refCon) {
   pthread_mutex_unlock(&walker->lock);
 }
 
-/* 1 when the voice said all of it and told so. */
+/* Returns 1 if the voice spoke all of the text and reported it. */
 static int letSpeak(VoiceSpec* voice, const char* file) {
   Walker walker;
   SpeechChannel chan = NULL;

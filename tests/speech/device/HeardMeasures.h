@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// How exact a measurement is, and what the engine has to say meanwhile.
+// The accuracy of a measurement, and the engine's diagnostic lines during it.
 #pragma once
 
 #include <atomic>
@@ -13,19 +13,19 @@
 
 namespace test {
 
-// Silence of this length is the end of what there is to hear, if no pause was asked for.
+// Silence of this length ends a recording, unless a pause was requested.
 constexpr std::chrono::milliseconds kQuiet(300);
 
-// What the device renders ahead and the recorder gathers, in milliseconds: no time of a recording
-// is more exact.
+// The device renders ahead and the recorder reads in blocks, by this many milliseconds: times in a
+// recording are no more accurate.
 constexpr double kResolution = 20;
 
 inline double inMilliseconds(Clock::duration time) {
   return std::chrono::duration<double, std::milli>(time).count();
 }
 
-// How late a thread of this process gets its turn at worst, in milliseconds, while the object
-// lives: what the machine adds to all times that are measured here.
+// Measures the worst delay in scheduling a thread of this process, in milliseconds, during the
+// lifetime of the object: the machine's contribution to all measured times.
 class Lateness {
  public:
   Lateness() : m_thread([this] { run(); }) {}
@@ -43,7 +43,7 @@ class Lateness {
   std::thread m_thread;
 };
 
-// Gathers what is written to standard error, with the engine's diagnostic lines switched on.
+// Collects what is written to standard error, with the engine's diagnostic lines enabled.
 class Diagnostics {
  public:
   Diagnostics();

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What is heard of a text is what a file of it holds, and events come with their sound.
+// The audio heard for a text equals a file of it, and events are reported with their audio.
 #include <algorithm>
 #include <atomic>
 #include <map>
@@ -17,7 +17,7 @@ using std::chrono::milliseconds;
 namespace {
 
 constexpr const char* kText = "One two three. Four five, six! Seven?";
-void wordSpoken(Speaker& speaker, const std::string& word, std::function<void()> action) {
+void actAtWord(Speaker& speaker, const std::string& word, std::function<void()> action) {
   speaker.onEvent = [word, action](const Event& event) {
     if (event.type == KAVREL_EVENT_WORD && event.text == word) action();
   };
@@ -38,7 +38,7 @@ std::vector<std::string> namesOfDevices() {
 
 }  // namespace
 
-TEST(Heard, IsToTheSampleWhatAFileHolds) {
+TEST(Heard, EqualsAFileToTheSample) {
   const SoundServer server;
   const Reference reference = referenceFor(kText);
   Recorder recorder;
@@ -48,7 +48,7 @@ TEST(Heard, IsToTheSampleWhatAFileHolds) {
   EXPECT_EQ(found.same, reference.samples.size());
 }
 
-TEST(Heard, EventsComeWithTheirSound) {
+TEST(Heard, EventsAreReportedWithTheirAudio) {
   const SoundServer server;
   const Reference reference = referenceFor(kText);
   const Lateness lateness;
@@ -58,17 +58,17 @@ TEST(Heard, EventsComeWithTheirSound) {
   speaker.speakAll(kText);
   const Recording heard = recorder.whenSilentFor(kQuiet);
   const Comparison found = compare(heard, reference);
-  ASSERT_EQ(found.places.size(), reference.samples.size());
+  ASSERT_EQ(found.positions.size(), reference.samples.size());
   const std::vector<TimedEvent> events = observer.events();
   ASSERT_EQ(events.size(), reference.events.size());
   std::vector<double> late;
   for (const TimedEvent& event : events) {
     if (event.type == KAVREL_EVENT_START || event.type == KAVREL_EVENT_END) continue;
-    // The last one lies behind the last sample.
-    const auto due =
-        heard.timeOf(found.places.at(std::min<std::size_t>(event.sample, found.places.size() - 1)));
+    // The position of the last event is after the last sample.
+    const auto due = heard.timeOf(
+        found.positions.at(std::min<std::size_t>(event.sample, found.positions.size() - 1)));
     late.push_back(inMilliseconds(event.when - due));
-    // The engine's thread and the recorder's each wait for their turn.
+    // The engine's thread and the recorder's thread are each scheduled with a delay.
     EXPECT_NEAR(late.back(), 0, 30 + kResolution + 2 * lateness.worst())
         << event.type << ' ' << event.text << " at " << event.sample;
   }
@@ -85,7 +85,7 @@ TEST(Heard, StopAtOnceIsSilence) {
   Speaker speaker;
   Clock::time_point asked;
   Clock::time_point answered;
-  wordSpoken(speaker, "three", [&] {
+  actAtWord(speaker, "three", [&] {
     asked = Clock::now();
     kavrel_port_stop(speaker.port(), nullptr, KAVREL_EVENT_NOW);
     answered = Clock::now();
@@ -95,7 +95,7 @@ TEST(Heard, StopAtOnceIsSilence) {
   EXPECT_LT(inMilliseconds(heard.timeOf(heard.lastSound()) - asked),
             20 + kResolution + lateness.worst());
   EXPECT_LT(inMilliseconds(answered - asked), 20 + lateness.worst());
-  // What was said to have been spoken was heard, and hardly more.
+  // The samples that were reported as spoken were heard, and hardly more.
   const Comparison found = compare(heard, reference);
   const auto spoken = static_cast<double>(observer.events().back().sample);
   const double allowed = (20 + kResolution + lateness.worst()) * kRate / 1000;
@@ -108,7 +108,7 @@ TEST(Heard, PauseLosesAndRepeatsNothing) {
   Recorder recorder;
   Speaker speaker;
   std::atomic<bool> paused = false;
-  wordSpoken(speaker, "two", [&] {
+  actAtWord(speaker, "two", [&] {
     kavrel_port_pause(speaker.port(), nullptr, KAVREL_EVENT_NOW);
     paused = true;
   });
@@ -126,16 +126,16 @@ TEST(Heard, PauseLosesAndRepeatsNothing) {
 // In milliseconds.
 constexpr double kServersShare = 200;
 
-struct PlaceCase {
+struct BoundaryCase {
   const char* name;
-  kavrel_event_t place;
-  const char* during;  // asked for in this word
+  kavrel_event_t boundary;
+  const char* during;  // requested in this word
   const char* next;    // the first word that must not be heard
 };
 
-class HeardUpTo : public testing::TestWithParam<PlaceCase> {
+class HeardUpTo : public testing::TestWithParam<BoundaryCase> {
  protected:
-  // All that sounds in front of the next word was heard, and nothing else.
+  // Checks that all audio before the next word was heard, and nothing else.
   void expectWholeWords(std::size_t end) {
     const std::vector<std::int16_t>& samples = m_reference.samples;
     const auto next = static_cast<std::ptrdiff_t>(m_reference.sampleOf(GetParam().next));
@@ -153,24 +153,24 @@ class HeardUpTo : public testing::TestWithParam<PlaceCase> {
 };
 
 INSTANTIATE_TEST_SUITE_P(
-    Places, HeardUpTo,
-    testing::Values(PlaceCase{"Word", KAVREL_EVENT_WORD, "two", "three"},
-                    PlaceCase{"LastWordOfASentence", KAVREL_EVENT_WORD, "three", "Four"},
-                    PlaceCase{"Sentence", KAVREL_EVENT_SENTENCE, "two", "Four"},
-                    PlaceCase{"LaterSentence", KAVREL_EVENT_SENTENCE, "Four", "Seven"}),
-    [](const testing::TestParamInfo<PlaceCase>& row) { return row.param.name; });
+    Boundaries, HeardUpTo,
+    testing::Values(BoundaryCase{"Word", KAVREL_EVENT_WORD, "two", "three"},
+                    BoundaryCase{"LastWordOfASentence", KAVREL_EVENT_WORD, "three", "Four"},
+                    BoundaryCase{"Sentence", KAVREL_EVENT_SENTENCE, "two", "Four"},
+                    BoundaryCase{"LaterSentence", KAVREL_EVENT_SENTENCE, "Four", "Seven"}),
+    [](const testing::TestParamInfo<BoundaryCase>& row) { return row.param.name; });
 
 TEST_P(HeardUpTo, AStopThere) {
-  wordSpoken(m_speaker, GetParam().during,
-             [&] { kavrel_port_stop(m_speaker.port(), nullptr, GetParam().place); });
+  actAtWord(m_speaker, GetParam().during,
+            [&] { kavrel_port_stop(m_speaker.port(), nullptr, GetParam().boundary); });
   m_speaker.speakAll(kText);
   const Comparison found = compare(m_recorder.whenSilentFor(kQuiet), m_reference);
   expectWholeWords(found.same);
 }
 
 TEST_P(HeardUpTo, APauseThereAndThenTheRest) {
-  wordSpoken(m_speaker, GetParam().during,
-             [&] { kavrel_port_pause(m_speaker.port(), nullptr, GetParam().place); });
+  actAtWord(m_speaker, GetParam().during,
+            [&] { kavrel_port_pause(m_speaker.port(), nullptr, GetParam().boundary); });
   ASSERT_EQ(m_speaker.speak(kText), KAVREL_SUCCESS);
   m_recorder.whenSilentFor(milliseconds(1000));
   ASSERT_EQ(kavrel_port_pause(m_speaker.port(), nullptr, KAVREL_EVENT_NOW), KAVREL_SUCCESS);
@@ -180,7 +180,7 @@ TEST_P(HeardUpTo, APauseThereAndThenTheRest) {
   EXPECT_EQ(found.same, m_reference.samples.size());
 }
 
-TEST(Heard, OnTheDeviceThatIsChosen) {
+TEST(Heard, OnTheSelectedDevice) {
   const SoundServer server;
   EXPECT_EQ(namesOfDevices(), (std::vector<std::string>{"*" + std::string(kDevice), kOtherDevice}));
   Recorder recorder;
@@ -197,9 +197,8 @@ TEST(Heard, OnTheDeviceThatIsChosen) {
   EXPECT_EQ(recorder.soFar().lastSound(), 0u);
 }
 
-// A gap in a port's sound would make all its later events come later than its earlier ones. Gaps
-// that the engine leaves are told in a diagnostic line, so none is allowed; a machine that has
-// too much to do makes the server leave some, too.
+// A gap in a port's audio delays all its later events. The engine reports its own gaps in a
+// diagnostic line, so none is allowed; an overloaded machine makes the server leave gaps, too.
 TEST(Heard, ThirtyTwoPortsAtOnceWithoutAGap) {
   const SoundServer server;
   const Recorder recorder;  // makes the device render often

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Without a device, and when it is lost: the job goes on in silence, the next one tries again. What
-// happens around the end of a process.
+// Jobs without a device, and jobs whose device is lost: the job continues in silence, the next one
+// tries the device again. Also exit and fork of a speaking process.
 #include <algorithm>
 #include <cstdlib>
 #include <functional>
@@ -32,14 +32,14 @@ void expectOneLine(const Diagnostics& diagnostics, const std::string& message) {
   EXPECT_NE(lines[0].find(message), std::string::npos) << lines[0];
 }
 
-// True when what the speaker says now is heard.
+// Whether the speaker's next speech is heard.
 bool isHeard(Speaker& speaker) {
   Recorder recorder;
   speaker.speakAll("One.");
   return recorder.whenSilentFor(kQuiet).lastSound() > 0;
 }
 
-// Runs `action` in a child process that ends as a program does; its exit status.
+// Runs `action` in a child process that exits normally; returns its exit status.
 int exitStatusOf(const std::function<void()>& action) {
   const pid_t child = fork();
   if (child == 0) {
@@ -54,7 +54,7 @@ int exitStatusOf(const std::function<void()>& action) {
 
 }  // namespace
 
-TEST(Lost, AServerThatIsKilledLeavesTheJobToTheClock) {
+TEST(Lost, AJobWhoseServerIsKilledContinuesInRealTime) {
   SoundServer server;
   const Diagnostics diagnostics;
   const Observer observer;
@@ -69,7 +69,7 @@ TEST(Lost, AServerThatIsKilledLeavesTheJobToTheClock) {
   expectOneLine(diagnostics, "lost");
 }
 
-TEST(Lost, AServerThatIsKilledInAPauseLeavesTheRestToTheClock) {
+TEST(Lost, AJobWhoseServerIsKilledInAPauseContinuesInRealTime) {
   SoundServer server;
   const Diagnostics diagnostics;
   Speaker speaker;
@@ -100,7 +100,7 @@ TEST(Lost, AStopEndsAJobWhoseServerIsKilled) {
   EXPECT_EQ(texts(events), (std::vector<std::string>{"One", "two", ""}));
 }
 
-TEST(Lost, AServerThatComesBackIsUsedByTheNextJob) {
+TEST(Lost, ARestartedServerIsUsedByTheNextJob) {
   SoundServer server;
   Speaker speaker;
   EXPECT_TRUE(isHeard(speaker));
@@ -110,7 +110,7 @@ TEST(Lost, AServerThatComesBackIsUsedByTheNextJob) {
   EXPECT_TRUE(isHeard(speaker));
 }
 
-TEST(Lost, WithoutAServerJobsGoByTheClock) {
+TEST(Lost, JobsWithoutAServerRunInRealTime) {
   SoundServer server{SoundServer::Stopped()};
   const Diagnostics diagnostics;
   EXPECT_EQ(kavrel_audio_devices([](const char*, const char*, int, void*) {}, nullptr), 0);
@@ -120,7 +120,7 @@ TEST(Lost, WithoutAServerJobsGoByTheClock) {
   expectOneLine(diagnostics, "no sound output");
 }
 
-TEST(Lost, WithoutTheDeviceThatIsAskedForJobsGoByTheClock) {
+TEST(Lost, JobsWithoutTheSelectedDeviceRunInRealTime) {
   const SoundServer server;
   Recorder recorder;
   const Diagnostics diagnostics;
@@ -136,7 +136,7 @@ TEST(Lost, WithoutTheDeviceThatIsAskedForJobsGoByTheClock) {
   expectOneLine(diagnostics, "no sound device is called \"missing\"");
 }
 
-TEST(Lost, NothingIsHeardOrSaidWhenNoSoundIsWanted) {
+TEST(Lost, NothingIsHeardOrReportedWhenOutputIsDisabled) {
   const SoundServer server;
   setenv("KAVREL_AUDIO", "none", 1);
   Recorder recorder;

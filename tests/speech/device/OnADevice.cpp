@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Lets the tests of ports run with a sound device: starts a server for them.
+// Runs the tests of ports with a sound device: starts a server for them.
 #include <gtest/gtest.h>
 
 #include "SoundServer.h"

@@ -15,7 +15,7 @@ namespace test {
 
 namespace {
 
-// In the child process, whose only result are the files.
+// Runs in the child process, whose only results are the files.
 void speakInto(const Folder& folder, std::string_view text) {
   const Observer observer;
   Speaker speaker(folder.path("reference.aiff"));
@@ -86,18 +86,18 @@ Comparison compare(const Recording& heard, const Reference& reference) {
   const auto first =
       std::find_if(expected.begin(), expected.end(), [](int sample) { return sample != 0; });
   Comparison result;
-  // The silence that the reference begins with is a part of the recording's.
+  // The silence at the start of the reference is a part of the recording's silence.
   const auto lead = static_cast<std::size_t>(first - expected.begin());
   EXPECT_GE(heard.firstSound(), lead);
   while (result.same < lead) {
-    result.places.push_back(heard.firstSound() + result.same - lead);
+    result.positions.push_back(heard.firstSound() + result.same - lead);
     ++result.same;
   }
   std::size_t added = 0;  // silence, here
   const std::size_t end = heard.lastSound() + 1;
   for (std::size_t at = heard.firstSound(); at < end && result.same < expected.size(); ++at) {
     if (heard.samples[at] == expected[result.same]) {
-      result.places.push_back(at);
+      result.positions.push_back(at);
       ++result.same;
       added = 0;
     } else if (heard.samples[at] == 0) {
@@ -109,9 +109,9 @@ Comparison compare(const Recording& heard, const Reference& reference) {
       return result;
     }
   }
-  // The silence at the end of the recording goes for that of the reference.
+  // The silence at the end of the recording stands for that of the reference.
   while (result.same < expected.size() && expected[result.same] == 0) {
-    result.places.push_back(result.places.back() + 1);
+    result.positions.push_back(result.positions.back() + 1);
     ++result.same;
   }
   return result;

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What a text sounds like, and how what was heard compares with it.
+// References: the audio of a text, and its comparison with what was heard.
 //
-// The synthesiser says the same, to the sample, whenever it is the first that it says in a process.
-// So a reference is made in a child process, before the test's own process speaks.
+// The synthesiser produces identical samples for the first speech of each process. So a reference
+// is made in a child process, before the test's own process speaks.
 #pragma once
 
 #include <cstdint>
@@ -19,7 +19,7 @@ struct TimedEvent {
   kavrel_event_t type = KAVREL_EVENT_NONE;
   std::uint64_t sample = 0;
   std::string text;
-  // When it came, and of which job. Not in references.
+  // When it was reported, and by which job. Not set in references.
   Clock::time_point when;
   const void* job = nullptr;
 };
@@ -28,13 +28,13 @@ struct Reference {
   std::vector<std::int16_t> samples;
   std::vector<TimedEvent> events;
 
-  // Where the word begins; fails the test when there is none.
+  // The sample where the word begins. Fails the test if there is no such word.
   std::uint64_t sampleOf(const std::string& word) const;
 };
 
 Reference referenceFor(std::string_view text);
 
-// Collects the events of all jobs of this process while it lives.
+// Collects the events of all jobs of this process during its lifetime.
 class Observer {
  public:
   Observer();
@@ -49,18 +49,18 @@ class Observer {
   std::vector<TimedEvent> m_events;
 };
 
-// What was heard, laid beside its reference. Nothing of the reference is left out or said twice, as
-// far as it is the same, but silence may come in between: pauses, and what a server adds that gets
-// no time from the machine.
+// The comparison of a recording with its reference. Up to `same`, no sample of the reference is
+// missing or repeated, but silence may be inserted: pauses, and gaps of a server that is not
+// scheduled in time.
 struct Comparison {
-  // For each sample of the reference that was heard, the sample of the recording.
-  std::vector<std::size_t> places;
-  std::size_t same = 0;     // how much of the reference was heard, from its start
-  std::size_t pauseAt = 0;  // where in it the longest silence was added
-  std::size_t pause = 0;    // how long that is; the silence at the end does not count
+  // For each sample of the reference that was heard, the position in the recording.
+  std::vector<std::size_t> positions;
+  std::size_t same = 0;     // samples of the reference that were heard, from its start
+  std::size_t pauseAt = 0;  // position in it of the longest inserted silence
+  std::size_t pause = 0;    // its length; silence at the end does not count
 };
 
-// Of a recording that begins in silence.
+// The recording must begin with silence.
 Comparison compare(const Recording& heard, const Reference& reference);
 
 }  // namespace test

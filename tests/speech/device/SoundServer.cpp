@@ -22,7 +22,7 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 
-// How long a child may take to be of use; far more than it needs.
+// The time limit for a child to start; ample for any machine.
 constexpr seconds kPatience(30);
 
 std::chrono::nanoseconds durationOf(std::size_t samples) {
@@ -63,14 +63,14 @@ SoundServer::SoundServer() : SoundServer(Stopped()) {
 SoundServer::SoundServer(Stopped) {
   unsetenv("KAVREL_AUDIO");
   setenv("PULSE_SERVER", ("unix:" + m_folder.path("socket")).c_str(), 1);
-  // Where the server keeps what it needs; root has none of its own.
+  // The server's runtime folder; root has none.
   setenv("XDG_RUNTIME_DIR", m_folder.path().c_str(), 1);
   setenv("HOME", m_folder.path().c_str(), 1);
 }
 
 void SoundServer::launch() {
   const auto device = [](const char* name) {
-    // Without norewinds the device stalls, and reports positions ahead of what it has played.
+    // Without norewinds the device stalls and reports positions ahead of what it has played.
     return std::string(
                "module-null-sink norewinds=1 format=s16le channels=1 rate=22050 sink_name=") +
            name;
@@ -143,7 +143,7 @@ Recorder::~Recorder() {
 
 void Recorder::run() {
   std::array<std::int16_t, 4096> block;
-  std::size_t odd = 0;  // bytes of a sample whose rest is still to come
+  std::size_t odd = 0;  // bytes of an incomplete sample
   for (;;) {
     auto* const bytes = reinterpret_cast<char*>(block.data());
     const ssize_t count = read(m_pipe, bytes + odd, sizeof(block) - odd);
@@ -167,7 +167,7 @@ Recording Recorder::whenSilentFor(milliseconds time) {
   EXPECT_TRUE(m_more.wait_for(held, kPatience, [&] {
     const std::size_t quiet = m_recording.samples.size() - m_recording.lastSound();
     return quiet > enough && m_recording.samples.size() > from + enough;
-  })) << "The sound does not end.";
+  })) << "The audio does not end.";
   return m_recording;
 }
 

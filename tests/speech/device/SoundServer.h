@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A sound server of the test's own, with two devices that play into nothing, and a recorder of what
-// one of them plays. Both run in child processes that end with the test, however it ends.
+// A private sound server with two null devices, and a recorder of one of them. Both run in child
+// processes that end with the test, however it ends.
 //
-// The devices have the engine's own format, so that what is heard is, to the sample, what was
-// played.
+// The devices use the engine's sample format, so that the recording equals the played samples.
 #pragma once
 
 #include <chrono>
@@ -29,16 +28,16 @@ constexpr int kRate = 22050;
 constexpr const char* kDevice = "nowhere";  // the default one
 constexpr const char* kOtherDevice = "elsewhere";
 
-// A program that runs until the object goes, or until it is killed.
+// A child process that runs until the object is destroyed or kill() is called.
 class Child {
  public:
-  // `output`: the descriptor that becomes its standard output; -1 leaves ours.
+  // `output`: the descriptor for its standard output; -1 inherits ours.
   explicit Child(const std::vector<std::string>& command, int output = -1);
   ~Child() { kill(); }
   Child(const Child&) = delete;
   Child& operator=(const Child&) = delete;
 
-  // As by kill -9; returns when it is gone.
+  // Sends SIGKILL and waits for the process.
   void kill();
   bool isRunning();
 
@@ -46,13 +45,13 @@ class Child {
   pid_t m_process = -1;
 };
 
-// While it lives, the engine of this process finds this server and no other.
+// During its lifetime, the engine of this process finds only this server.
 class SoundServer {
  public:
-  // Fails the test when the server does not start; it is needed (scripts/packages.txt).
+  // Fails the test if the server does not start; the package is required (scripts/packages.txt).
   SoundServer();
 
-  // Without a server running at first.
+  // Starts no server yet.
   struct Stopped {};
   explicit SoundServer(Stopped);
 
@@ -67,21 +66,21 @@ class SoundServer {
   std::unique_ptr<Child> m_child;
 };
 
-// What has been heard: samples, and when which of them were.
+// A recording: samples, and the times at which they were recorded.
 struct Recording {
   std::vector<std::int16_t> samples;
-  // How many samples there were, and when, block by block.
+  // The total number of samples after each block, and its time.
   std::vector<std::pair<std::size_t, Clock::time_point>> blocks;
 
-  // When a sample was played; no block came earlier, measured by its last sample.
+  // The time at which a sample was played, given the earliest start that any block implies.
   Clock::time_point timeOf(std::size_t sample) const;
 
-  // The first and the last sample that is not silent; both 0 for none.
+  // The first and the last sample that is not silent; both 0 if all are silent.
   std::size_t firstSound() const;
   std::size_t lastSound() const;
 };
 
-// Records a device from the moment it is made.
+// Records a device from construction on.
 class Recorder {
  public:
   explicit Recorder(const std::string& device = kDevice);
@@ -89,7 +88,7 @@ class Recorder {
   Recorder(const Recorder&) = delete;
   Recorder& operator=(const Recorder&) = delete;
 
-  // What there is when it has been silent for so long.
+  // Waits for this much silence and returns the recording.
   Recording whenSilentFor(std::chrono::milliseconds time);
   Recording soFar() const;
 

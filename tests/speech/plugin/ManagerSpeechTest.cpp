@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The Manager with the real plug-in and the real engine, as a client has them: what the behaviour
-// tests show with a synthesizer of their own holds with this one, too.
+// The Manager with the real plug-in and the real engine: behaviour that the unit tests check with
+// their own synthesizer also holds here.
 #include <ApplicationServices/ApplicationServices.h>
 
 #include <algorithm>
@@ -26,7 +26,7 @@ using speech::TemporaryFolder;
 using speech::Word;
 using testing::ElementsAre;
 
-// A channel of the Manager's and what it reports.
+// A channel of the Manager and the events that it reports.
 class Client {
  public:
   Client() {
@@ -109,9 +109,9 @@ class ManagerSpeech : public testing::Test {
   TemporaryFolder folder;
 };
 
-TEST_F(ManagerSpeech, TellsPlacesOfTheCallersBufferWhateverIsInIt) {
+TEST_F(ManagerSpeech, ReportsRangesOfTheCallersBufferWhateverItsText) {
   Client client;
-  client.writeTo(folder / "places.aiff");
+  client.writeTo(folder / "ranges.aiff");
   const std::string text =
       std::string("one\0two ", 8) + "[[rate 300]]<b>&amp;\xD2six\xD3 OS X\x01 \xF0 end";
   ASSERT_EQ(client.speak(text), noErr);
@@ -122,12 +122,12 @@ TEST_F(ManagerSpeech, TellsPlacesOfTheCallersBufferWhateverIsInIt) {
   EXPECT_THAT(spoken, testing::IsSupersetOf({"two", "OS"}));
 }
 
-TEST_F(ManagerSpeech, TellsNoPlaceOutsideOrBackwardsForAnyBytes) {
+TEST_F(ManagerSpeech, ReportsOrderedRangesInsideTheBufferForAnyBytes) {
   for (unsigned seed = 1; seed <= 20; ++seed) {
     std::string text;
     for (unsigned state = seed; text.size() < 300;) {
       state = state * 1664525U + 1013904223U;
-      // Every byte there is, and words between.
+      // All byte values, with words between them.
       text += state % 3 == 0 ? static_cast<char>(state >> 24U) : "word [[x]] "[(state >> 8U) % 11];
     }
     Client client;
@@ -147,7 +147,7 @@ TEST_F(ManagerSpeech, TellsNoPlaceOutsideOrBackwardsForAnyBytes) {
   }
 }
 
-TEST_F(ManagerSpeech, StopsAtTheEndOfTheSentenceWithoutHoldingTheCallerUp) {
+TEST_F(ManagerSpeech, StopsAtTheEndOfTheSentenceWithoutBlockingTheCaller) {
   Client client;
   const Fixed rate = Long2Fix(400);
   ASSERT_EQ(SetSpeechInfo(client.channel(), soRate, &rate), noErr);
@@ -155,7 +155,7 @@ TEST_F(ManagerSpeech, StopsAtTheEndOfTheSentenceWithoutHoldingTheCallerUp) {
   ASSERT_TRUE(client.waitForWords(1));
   ASSERT_EQ(StopSpeechAt(client.channel(), kEndOfSentence), noErr);
   EXPECT_EQ(client.status().outputBusy, 1);
-  // The order is kept: this one comes when the sentence is over.
+  // Calls keep their order: this speech starts after the end of the sentence.
   ASSERT_EQ(client.speak("Ten."), noErr);
   ASSERT_TRUE(client.waitForEnds(2));
   EXPECT_EQ(client.words().size(), 7U);
@@ -170,7 +170,7 @@ TEST_F(ManagerSpeech, KeepsTheBytesLeftWhilePaused) {
   ASSERT_EQ(PauseSpeechAt(client.channel(), kImmediate), noErr);
   const SpeechStatusInfo paused = client.status();
   EXPECT_EQ(paused.outputPaused, 1);
-  // The record's fields are not aligned as a reference wants them.
+  // The fields of the record are not aligned, so no reference may be bound to them.
   const SInt32 bytesLeft = paused.inputBytesLeft;
   EXPECT_GT(bytesLeft, 0);
   EXPECT_LE(bytesLeft, static_cast<SInt32>(text.size()) - 4);
@@ -206,7 +206,7 @@ TEST_F(ManagerSpeech, SoundsDifferentWithoutEndingProsodyAndHasTheSameWords) {
   EXPECT_NE(ended.samples, kept.samples);
 }
 
-TEST_F(ManagerSpeech, TellsPhonemesThatAreSpokenTheSame) {
+TEST_F(ManagerSpeech, ReturnsPhonemesThatAreSpokenTheSame) {
   Client client;
   Handle handle = NewHandle(0);
   long bytes = 0;
@@ -214,7 +214,7 @@ TEST_F(ManagerSpeech, TellsPhonemesThatAreSpokenTheSame) {
   ASSERT_EQ(TextToPhonemes(client.channel(), text.data(), text.size(), handle, &bytes), noErr);
   const std::string phonemes(*handle, static_cast<std::size_t>(bytes));
   EXPECT_EQ(std::count(phonemes.begin(), phonemes.end(), ' '), 2) << phonemes;
-  // Once more, of what came out, while the channel is speaking.
+  // Again, with the result as input, while the channel is speaking.
   OSType mode = modePhonemes;
   ASSERT_EQ(SetSpeechInfo(client.channel(), soInputMode, &mode), noErr);
   ASSERT_EQ(client.speak(phonemes), noErr);
@@ -222,7 +222,7 @@ TEST_F(ManagerSpeech, TellsPhonemesThatAreSpokenTheSame) {
             noErr);
   std::string again(*handle, static_cast<std::size_t>(bytes));
   std::string expected = phonemes;
-  // Whether phonemes are told in words is the engine's affair.
+  // Whether phonemes are reported per word depends on the engine.
   std::erase(again, ' ');
   std::erase(expected, ' ');
   EXPECT_EQ(again, expected);
@@ -233,7 +233,7 @@ TEST_F(ManagerSpeech, TellsPhonemesThatAreSpokenTheSame) {
   DisposeHandle(handle);
 }
 
-TEST_F(ManagerSpeech, LeavesNoFileBehindAfterTellingPhonemes) {
+TEST_F(ManagerSpeech, LeavesNoFileAfterReturningPhonemes) {
   const std::filesystem::path temporary = folder / "temporary";
   std::filesystem::create_directory(temporary);
   ASSERT_EQ(setenv("TMPDIR", temporary.c_str(), 1), 0);
@@ -248,7 +248,7 @@ TEST_F(ManagerSpeech, LeavesNoFileBehindAfterTellingPhonemes) {
   unsetenv("TMPDIR");
 }
 
-TEST_F(ManagerSpeech, GoesOnAfterATextThatCannotBeSpoken) {
+TEST_F(ManagerSpeech, SpeaksAgainAfterATextThatCannotBeSpoken) {
   Client client;
   client.writeTo(folder / "after.aiff");
   EXPECT_EQ(client.speak("[[inpt PHON]]QQ[[inpt TEXT]]"), badInputText);
@@ -261,7 +261,7 @@ TEST_F(ManagerSpeech, GoesOnAfterATextThatCannotBeSpoken) {
   EXPECT_TRUE(client.waitForEnds(1));
 }
 
-TEST_F(ManagerSpeech, LeavesNothingOfASpeechThatIsDisposedInTheMiddle) {
+TEST_F(ManagerSpeech, LeaksNothingWhenDisposedDuringSpeech) {
   for (int round = 0; round < 20; ++round) {
     Client client;
     client.writeTo(folder / "disposed.aiff");

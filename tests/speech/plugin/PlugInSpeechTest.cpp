@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Text in, speech out: the plug-in through its entry points, on the real engine.
+// The plug-in through its entry points, with the real engine.
 #include <cctype>
 #include <future>
 #include <sstream>
@@ -22,7 +22,8 @@ using speech::TemporaryFolder;
 using speech::Word;
 using testing::ElementsAre;
 
-// The words of a text as a reader counts them: runs of letters, digits, and what stands inside.
+// The words of a text as a reader counts them: runs of letters and digits, with the characters
+// inside them.
 std::vector<std::string> plainWords(const std::string& text) {
   std::istringstream in(text);
   std::vector<std::string> words;
@@ -57,7 +58,7 @@ class Speech : public testing::Test {
   TemporaryFolder folder;
 };
 
-TEST_F(Speech, GoesIntoAnAudibleFileWithItsWordsInPlace) {
+TEST_F(Speech, IsWrittenToAnAudibleFileWithCorrectWordPositions) {
   Speaker speaker;
   speaker.reportTruePositions();
   speaker.writeTo(folder / "hello.aiff");
@@ -73,7 +74,7 @@ TEST_F(Speech, GoesIntoAnAudibleFileWithItsWordsInPlace) {
   EXPECT_GT(sound.loudness(), 300);
 }
 
-TEST_F(Speech, OfLongProseReportsEveryWordOnceAtItsPlace) {
+TEST_F(Speech, OfLongProseReportsEveryWordOnceAtItsPosition) {
   Speaker speaker;
   speaker.reportTruePositions();
   speaker.writeTo(folder / "prose.aiff");
@@ -90,11 +91,11 @@ TEST_F(Speech, OfLongProseReportsEveryWordOnceAtItsPlace) {
   }
 }
 
-TEST_F(Speech, KeepsExactPlacesWherePreparationChangesLengths) {
+TEST_F(Speech, KeepsExactPositionsWherePreparationChangesLengths) {
   Speaker speaker;
   speaker.reportTruePositions();
   speaker.writeTo(folder / "odd.aiff");
-  // Mac OS Roman: curly quotes, an ellipsis, accents, the logo.
+  // Mac OS Roman: curly quotes, an ellipsis, accents, the Apple logo.
   const std::string text =
       "Q&A <b>bold</b> on OS X: \xD2smart\xD3 quotes\xC9 caf\x8E, "
       "[[rate 200]]\xDEne \xF0 end";
@@ -113,7 +114,7 @@ TEST_F(Speech, ReportsSyncMarksInOrder) {
   EXPECT_THAT(speaker.syncs(), ElementsAre(1 << 16, 2 << 16, 3 << 16));
 }
 
-TEST_F(Speech, OfTwoChannelsAtOnceIsWhatEachIsAlone) {
+TEST_F(Speech, OfTwoChannelsAtOnceEqualsEachAlone) {
   const std::string text = prose(3000);
   struct Part {
     std::string voice;
@@ -154,7 +155,7 @@ TEST_F(Speech, GathersTextDonePiecesIntoOneJob) {
   EXPECT_EQ(speaker.doneCount(), 1u);
 }
 
-TEST_F(Speech, OfNothingEndsLikeAnyOther) {
+TEST_F(Speech, OfAnEmptyTextEndsLikeAnyOther) {
   Speaker speaker;
   speaker.writeTo(folder / "empty.aiff");
   ASSERT_EQ(SESpeakBuffer(speaker.id(), nullptr, 0, 0), noErr);
@@ -163,7 +164,7 @@ TEST_F(Speech, OfNothingEndsLikeAnyOther) {
   EXPECT_NO_THROW(soundIn(folder / "empty.aiff"));
 }
 
-TEST_F(Speech, ReadsNoByteBehindTheBuffer) {
+TEST_F(Speech, ReadsNoByteAfterTheBuffer) {
   const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
   void* pages = mmap(nullptr, 2 * page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
   ASSERT_NE(pages, MAP_FAILED);
@@ -191,7 +192,7 @@ TEST_F(Speech, OfAMegabyteInOneCallStartsAndStops) {
   EXPECT_GT(soundIn(folder / "megabyte.aiff").seconds(), 1.0);
 }
 
-// ---- Places to stop and pause, with a file and against the clock
+// ---- Boundaries of stops and pauses, with a file and in real time
 
 enum class Output { File, Clock };
 
@@ -217,31 +218,31 @@ TEST_P(SpeechTo, StopsAtOnce) {
 }
 
 TEST_P(SpeechTo, StopsAtTheEndOfAWordAndOfASentence) {
-  for (const unsigned long place : {kEndOfWord, kEndOfSentence}) {
+  for (const unsigned long boundary : {kEndOfWord, kEndOfSentence}) {
     Speaker speaker;
     direct(speaker);
     const std::string text = "One two three four five six seven eight. " + prose(50'000);
     ASSERT_EQ(speaker.speak(text), noErr);
     ASSERT_TRUE(speaker.waitForWords(1));
-    EXPECT_EQ(SEStopSpeechAt(speaker.id(), place), noErr);
+    EXPECT_EQ(SEStopSpeechAt(speaker.id(), boundary), noErr);
     ASSERT_TRUE(speaker.waitForDone());
     const std::size_t heard = speaker.words().size();
     if (GetParam() == Output::Clock) {
-      // The clock is in the first word, so the places are these.
-      EXPECT_EQ(heard, place == kEndOfWord ? 1u : 8u);
+      // In real time the speech is still in the first word, so the boundaries are known.
+      EXPECT_EQ(heard, boundary == kEndOfWord ? 1u : 8u);
     } else {
       EXPECT_LT(heard, plainWords(text).size());
     }
   }
 }
 
-TEST_P(SpeechTo, PausesAndGoesOnWithoutLosingAWord) {
+TEST_P(SpeechTo, PausesAndContinuesWithoutLosingAWord) {
   Speaker speaker;
   direct(speaker);
   speaker.setRate(400);
   std::promise<long> paused;
   bool first = true;
-  // Paused on the engine's own thread, the job cannot be over before.
+  // A pause on the engine's own thread cannot come after the end of the job.
   speaker.onWord = [&](const Word&) {
     if (std::exchange(first, false)) paused.set_value(SEPauseSpeechAt(speaker.id(), kImmediate));
   };
@@ -267,7 +268,7 @@ TEST_P(SpeechTo, StopsWhilePaused) {
   EXPECT_TRUE(speaker.waitForDone());
 }
 
-TEST_P(SpeechTo, RefusesMoreTextWhileItSpeaks) {
+TEST_P(SpeechTo, RejectsMoreTextWhileItSpeaks) {
   Speaker speaker;
   direct(speaker);
   ASSERT_EQ(speaker.speak(prose(100'000)), noErr);
@@ -297,7 +298,7 @@ TEST_F(Speech, CanBeStartedAgainInsideSpeechDone) {
   EXPECT_EQ(speaker.words().size(), 5u);
 }
 
-TEST_F(Speech, LetsItsChannelBeClosedInsideSpeechDone) {
+TEST_F(Speech, AllowsClosingItsChannelInsideSpeechDone) {
   Speaker speaker;
   speaker.writeTo(folder / "close.aiff");
   long result = -1;
@@ -316,13 +317,13 @@ TEST_F(Speech, CanBeStoppedInsideAWordCallback) {
   ASSERT_TRUE(speaker.waitForDone());
   EXPECT_EQ(speaker.words().size(), 1u);
   speaker.onWord = nullptr;
-  // The stopped job's end may still be on its way.
+  // The end of the stopped job may not have been reported yet.
   while (speaker.speak("once more") == synthNotReady) usleep(1000);
   ASSERT_TRUE(speaker.waitForDone(2));
   EXPECT_EQ(speaker.words().size(), 3u);
 }
 
-TEST_F(Speech, IsRefusedForAFileThatCannotBeWrittenAndWorksAfterwards) {
+TEST_F(Speech, IsRejectedForAFileThatCannotBeWrittenAndWorksAfterwards) {
   Speaker speaker;
   speaker.writeTo(folder / "missing/out.aiff");
   EXPECT_EQ(speaker.speak("hello"), synthNotReady);
@@ -331,7 +332,7 @@ TEST_F(Speech, IsRefusedForAFileThatCannotBeWrittenAndWorksAfterwards) {
   EXPECT_TRUE(speaker.waitForDone());
 }
 
-TEST_F(Speech, IsRefusedWithAVoiceThatIsNotThere) {
+TEST_F(Speech, IsRejectedWithAMissingVoice) {
   Speaker speaker;
   speaker.writeTo(folder / "out.aiff");
   speaker.useVoice("Nobody");
@@ -341,7 +342,7 @@ TEST_F(Speech, IsRefusedWithAVoiceThatIsNotThere) {
   EXPECT_TRUE(speaker.waitForDone());
 }
 
-TEST_F(Speech, WithPhonemesThatAreNoneIsRefused) {
+TEST_F(Speech, IsRejectedWithInvalidPhonemes) {
   Speaker speaker;
   EXPECT_EQ(speaker.speak("[[inpt PHON]]QQ[[inpt TEXT]]"), badInputText);
 }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The project's voices, as a client of the Manager finds them.
+// The project's voices, as listed by the Manager.
 #include <ApplicationServices/ApplicationServices.h>
 
 #include <map>
@@ -76,12 +76,12 @@ TEST(ProjectVoices, HaveTheCodesOfTheirLanguageAndRegion) {
   }
 }
 
-TEST(ProjectVoices, HaveNumbersThatTheirRegionAndGenderGive) {
+TEST(ProjectVoices, HaveNumbersDerivedFromTheirRegionAndGender) {
   for (const Found& voice : allVoices()) {
     const VoiceDescription& description = voice.description;
-    const int place = description.gender == kMale ? 1 : description.gender == kFemale ? 2 : 3;
+    const int digit = description.gender == kMale ? 1 : description.gender == kFemale ? 2 : 3;
     EXPECT_EQ(OSType{description.voice.id},
-              static_cast<OSType>(100 + 10 * description.region + place))
+              static_cast<OSType>(100 + 10 * description.region + digit))
         << textOf(description.name);
     EXPECT_EQ(OSType{description.voice.creator}, 0x4B56524CU);
   }
@@ -105,10 +105,10 @@ TEST(ProjectVoices, HaveSentencesInMacOSRoman) {
     EXPECT_EQ(textOf(voice.description.comment).substr(0, 18), "Stell die Sch\x9Fssel");
     return;
   }
-  ADD_FAILURE() << "there is no Roswitha";
+  ADD_FAILURE() << "the voice Roswitha is missing";
 }
 
-TEST(ProjectVoices, AreSpokenByAnAmericanManWithoutAChoice) {
+TEST(ProjectVoices, DefaultToAnAmericanMan) {
   VoiceDescription description{};
   ASSERT_EQ(GetVoiceDescription(nullptr, &description, sizeof description), noErr);
   EXPECT_EQ(textOf(description.name), "Corin");

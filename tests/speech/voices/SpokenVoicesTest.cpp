@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What is heard of each voice, through the whole stack: kavrel-say, the Manager, the plug-in, the
-// engine.
+// The speech of each voice, through all layers: kavrel-say, the Manager, the plug-in, the engine.
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
@@ -67,12 +66,12 @@ std::vector<std::int16_t> samplesOf(const std::string& path) {
   return samples;
 }
 
-// The reach in Hz that the voice's own file states.
+// The pitch range in Hz that the voice's file states.
 struct Reach {
   double lowest = 0;
   double highest = 0;
 
-  // The pitch at that share of the way, in octaves, from the lowest to the highest.
+  // The pitch at this fraction of the range, measured in octaves.
   double at(double share) const { return lowest * std::pow(highest / lowest, share); }
 };
 
@@ -86,8 +85,8 @@ Reach reachOf(const std::string& name) {
   return reach;
 }
 
-// The median pitch of `text` as it is spoken after a command for a pitch of `hertz`.
-double medianWhenAsked(const ListedVoice& voice, double hertz, const std::string& text) {
+// The median pitch of `text` spoken after a command for a pitch of `hertz`.
+double medianPitchFor(const ListedVoice& voice, double hertz, const std::string& text) {
   const Folder folder;
   const std::string sound = folder.file("sound.aiff");
   const double note = 69 + 12 * std::log2(hertz / 440);
@@ -100,27 +99,27 @@ double medianWhenAsked(const ListedVoice& voice, double hertz, const std::string
 
 }  // namespace
 
-TEST(EachVoice, SpeaksAtThePitchAskedFor) {
+TEST(EachVoice, SpeaksAtTheRequestedPitch) {
   for (const ListedVoice& voice : listedVoices()) {
     const Reach reach = reachOf(voice.name);
     ASSERT_GT(reach.highest, 2 * reach.lowest) << voice.name;
     const std::string text(languageOf(voice).plain);
     for (const double share : {0.1, 0.5, 0.9}) {
       const double hertz = reach.at(share);
-      EXPECT_NEAR(medianWhenAsked(voice, hertz, text), hertz, 0.05 * hertz) << voice.name;
+      EXPECT_NEAR(medianPitchFor(voice, hertz, text), hertz, 0.05 * hertz) << voice.name;
     }
   }
 }
 
-// A sentence has a melody of its own, so its median is less certain.
-TEST(EachVoice, SpeaksAnySentenceNearThePitchAskedFor) {
+// A sentence has its own melody, so its median pitch is less certain.
+TEST(EachVoice, SpeaksAnySentenceNearTheRequestedPitch) {
   for (const ListedVoice& voice : listedVoices()) {
     const double hertz = reachOf(voice.name).at(0.4);
-    EXPECT_NEAR(medianWhenAsked(voice, hertz, voice.sentence), hertz, 0.1 * hertz) << voice.name;
+    EXPECT_NEAR(medianPitchFor(voice, hertz, voice.sentence), hertz, 0.1 * hertz) << voice.name;
   }
 }
 
-TEST(EachVoice, ReportsEachWordOfItsLanguageOnceAtItsPlace) {
+TEST(EachVoice, ReportsEachWordOfItsLanguageOnceAtItsPosition) {
   const Folder folder;
   for (const ListedVoice& voice : listedVoices()) {
     const std::string text(languageOf(voice).text);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The product's converter and offset map against the oracle, on random input. The seeds are fixed;
-// KAVREL_TEST_SEED tries another range.
+// Compares the product's converter and offset map with the oracle on random input. The seeds are
+// fixed; KAVREL_TEST_SEED selects another range.
 #include <cstdlib>
 
 #include "SpeechMgrUtils.h"
@@ -29,8 +29,8 @@ TEST(RandomConversions, EqualTheOracleInTextErrorRecordsRangesOffsetsAndOrigins)
   }
 }
 
-// Command texts without any plain text between them lead to lists out of order.
-TEST(RandomConversions, EqualTheOracleWhereCommandsRunTogether) {
+// Commands with no plain text between them produce lists that are not in order.
+TEST(RandomConversions, EqualTheOracleForAdjacentCommands) {
   constexpr std::array<std::string_view, 10> kCommands = {"[[emph +]]",    "[[rate 1]]",
                                                           "[[ctxt WSKP]]", "[[ctxt TSKP]]",
                                                           "[[ctxt WSKP",   "[[inpt TUNE]]",

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The product's converter against the reference conversions and the worked examples.
+// Compares the product's converter with the reference conversions and the worked examples.
 #include "SpeechMgrUtils.h"
 #include "conversions/CommandExamples.h"
 #include "conversions/ComparedConversion.h"

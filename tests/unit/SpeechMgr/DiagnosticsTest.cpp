@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The diagnostic lines of the entry points and channels: their words, their order, their gate, and
-// the four calls that each one is.
+// The diagnostic lines of the entry points and channels: their text, their order, the level above
+// which they are written, and the four calls that make up each line.
 
 #include <algorithm>
 #include <array>
@@ -24,10 +24,10 @@ constexpr int kAll = 9;
 
 class Lines : public ChannelTest {
  protected:
-  // The line about opening the engine comes once in a process; the tests of the first load have it.
+  // The line about opening the engine is written once per process; FirstLoadTest.cpp tests it.
   void SetUp() override { openBare(); }
 
-  // The lines of the channels' area that `action` writes on this thread at `level`.
+  // The lines in the channels' area that `action` writes on this thread at `level`.
   static std::vector<std::string> linesOf(const std::function<void()>& action, int level = kAll) {
     engine().forgetDiagnostics();
     {
@@ -43,8 +43,8 @@ class Lines : public ChannelTest {
 
   static std::string with(const char* format, SpeechChannelIdentifier id) {
     std::string text = format;
-    const std::size_t place = text.find("%d");
-    if (place != std::string::npos) text.replace(place, 2, std::to_string(id));
+    const std::size_t at = text.find("%d");
+    if (at != std::string::npos) text.replace(at, 2, std::to_string(id));
     return text;
   }
 
@@ -75,7 +75,7 @@ TEST_F(Lines, OfClosing) {
                   with("Stop Requested for Channel: %d.\n", id), "Speech Channel Deleted.\n"));
 }
 
-TEST_F(Lines, OfClosingAChannelThatIsGone) {
+TEST_F(Lines, OfClosingAClosedChannel) {
   const SpeechChannelIdentifier id = openBare();
   close(id);
   EXPECT_THAT(linesOf([&] { SECloseSpeechChannel(id); }), ElementsAre(searching(id)));
@@ -120,7 +120,7 @@ TEST_F(Lines, OfStoppingPausingAndContinuing) {
                           with("Job Finished on Channel: %d.\n", id)));
 }
 
-TEST_F(Lines, OfPlacesThatAreNone) {
+TEST_F(Lines, OfInvalidBoundaries) {
   const SpeechChannelIdentifier id = open();
   EXPECT_EQ(linesOf([&] { SEStopSpeechAt(id, static_cast<unsigned long>(-1)); }).front(),
             with("Stop Channel ID: %d, whereToStop: -1\n", id));
@@ -305,7 +305,7 @@ TEST_F(Lines, OfChoosingAVoice) {
   CFRelease(url);
 }
 
-TEST_F(Lines, OfChoosingNoVoiceAndNoBundle) {
+TEST_F(Lines, OfChoosingANullVoiceAndBundle) {
   const SpeechChannelIdentifier id = open();
   testing::internal::CaptureStderr();
   const auto lines = linesOf([&] { SEUseVoice(id, nullptr, nullptr); });
@@ -327,7 +327,7 @@ TEST_F(Lines, TheBundleIsNotShownBelowTheLevel) {
   CFRelease(url);
 }
 
-TEST_F(Lines, OfUnknownChannelsAreWrittenBeforeTheSearch) {
+TEST_F(Lines, OfUnknownChannelsPrecedeTheSearch) {
   const SpeechChannelIdentifier id = openBare();
   close(id);
   Fixed value = 0;
@@ -354,13 +354,12 @@ TEST_F(Lines, OfUnknownChannelsAreWrittenBeforeTheSearch) {
 
 // ---- The gate
 
-// Every line with the level above which it is written, and the function that it names where that is
-// laid down.
+// Every line, the level above which it is written, and the function that it names if that is fixed.
 struct Gate {
   const char* start;
   int above;
   const char* file;
-  const char* function;  // null: not laid down
+  const char* function;  // null: not fixed
 };
 
 const std::vector<Gate>& gates() {
@@ -415,7 +414,7 @@ const std::vector<Gate>& gates() {
 
 class LineGates : public Lines {
  protected:
-  // Everything that writes a line, once.
+  // Calls everything that writes a line, once each.
   std::vector<Diagnostic> everything(unsigned int mask, int level) {
     engine().forgetDiagnostics();
     engine().setDiagnostics(mask, level);
@@ -440,7 +439,7 @@ class LineGates : public Lines {
     SEStopSpeechAt(id, kImmediate);
     EXPECT_TRUE(own.waitForDone());
     close(id);
-    // Threads that finish a job write lines until they are gone.
+    // Finishing threads write lines until they exit.
     EXPECT_TRUE(eventually([&] { return threadCount() <= m_threads; }));
     engine().setDiagnostics(0, 0);
     return engine().diagnostics();
@@ -448,7 +447,7 @@ class LineGates : public Lines {
 
   static std::vector<Diagnostic> gated(const std::vector<Diagnostic>& lines) {
     std::vector<Diagnostic> result;
-    // Those without the gate are single calls.
+    // Lines without a gate are written with a single call.
     std::copy_if(lines.begin(), lines.end(), std::back_inserter(result),
                  [](const Diagnostic& line) { return line.calls.size() > 1; });
     return result;
@@ -474,7 +473,7 @@ TEST_F(LineGates, EveryLineIsWrittenAboveItsLevelAndNotAtIt) {
   }
 }
 
-TEST_F(LineGates, NoLineIsWrittenThatIsNotListed) {
+TEST_F(LineGates, OnlyListedLinesAreWritten) {
   for (const Diagnostic& line : gated(everything(kChannels, kAll))) {
     EXPECT_TRUE(std::any_of(gates().begin(), gates().end(), [&](const Gate& gate) {
       return startsWith(line, gate.start);
@@ -511,7 +510,7 @@ TEST_F(LineGates, EveryLineIsFourCallsInOrderWithFileFunctionAndArea) {
   }
 }
 
-TEST_F(LineGates, EveryLineEndsInALineFeedButTheOneOfTheVoice) {
+TEST_F(LineGates, EveryLineExceptTheVoiceLineEndsInALineFeed) {
   for (const Diagnostic& line : gated(everything(kChannels, kAll))) {
     if (!startsWith(line, "Use voice ")) {
       EXPECT_EQ(line.text.back(), '\n') << line.text;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The entry points' common frame: identifiers, result codes, the status record, the lock.
+// What all entry points have in common: identifiers, result codes, the status record, the lock.
 
 #include <array>
 
@@ -16,13 +16,13 @@ using testing::IsEmpty;
 
 class EntryPoints : public ChannelTest {};
 
-TEST_F(EntryPoints, OpeningWithoutAPlaceForTheIdentifierUsesUpNone) {
+TEST_F(EntryPoints, OpeningWithoutAnIdentifierPointerUsesNoIdentifier) {
   const SpeechChannelIdentifier before = openBare();
   EXPECT_EQ(SEOpenSpeechChannel(nullptr), paramErr);
   EXPECT_EQ(openBare(), before + 1);
 }
 
-TEST_F(EntryPoints, IdentifiersAreNeverUsedAgain) {
+TEST_F(EntryPoints, IdentifiersAreNeverReused) {
   const SpeechChannelIdentifier first = openBare();
   const SpeechChannelIdentifier second = openBare();
   EXPECT_EQ(second, first + 1);
@@ -31,7 +31,7 @@ TEST_F(EntryPoints, IdentifiersAreNeverUsedAgain) {
   EXPECT_EQ(openBare(), second + 1);
 }
 
-TEST_F(EntryPoints, AClosedChannelIsGone) {
+TEST_F(EntryPoints, AClosedChannelIsUnknown) {
   const SpeechChannelIdentifier id = openBare();
   EXPECT_EQ(close(id), noErr);
   EXPECT_EQ(close(id), noSynthFound);
@@ -40,7 +40,7 @@ TEST_F(EntryPoints, AClosedChannelIsGone) {
 
 // ---- Result codes
 
-// Every entry point that names a channel, with arguments that are in order.
+// Every entry point that takes a channel, with valid arguments.
 struct EntryPoint {
   const char* name;
   std::function<long(SpeechChannelIdentifier)> call;
@@ -66,7 +66,7 @@ std::vector<EntryPoint> entryPoints() {
   };
 }
 
-TEST_F(EntryPoints, AnIdentifierThatNamesNoChannelIsRefusedByAll) {
+TEST_F(EntryPoints, UnknownIdentifiersAreRejectedByAll) {
   const SpeechChannelIdentifier closed = openBare();
   close(closed);
   engine().forgetCalls();
@@ -79,8 +79,8 @@ TEST_F(EntryPoints, AnIdentifierThatNamesNoChannelIsRefusedByAll) {
   EXPECT_THAT(engine().calls(), IsEmpty());
 }
 
-// What each entry point answers in each state of the channel.
-TEST_F(EntryPoints, AnswerByTheStateOfTheChannel) {
+// What each entry point returns in each state of the channel.
+TEST_F(EntryPoints, ReturnResultsForTheStateOfTheChannel) {
   constexpr long kRefused = -1;  // the engine has nothing to pause
   struct Row {
     const char* name;
@@ -115,7 +115,7 @@ TEST_F(EntryPoints, AnswerByTheStateOfTheChannel) {
     ASSERT_EQ(SEPauseSpeechAt(paused, kImmediate), noErr);
     EXPECT_EQ(calls[i].call(paused), row.paused);
 
-    // Closing lasts until the lock is free for the signalling thread; this thread keeps it.
+    // Closing waits until the signalling thread gets the lock, which this thread holds.
     const SpeechChannelIdentifier closing = open();
     ASSERT_EQ(speak(closing, "Hello"), noErr);
     speech_channel* const channel = find_channel(closing);
@@ -127,7 +127,7 @@ TEST_F(EntryPoints, AnswerByTheStateOfTheChannel) {
   }
 }
 
-TEST_F(EntryPoints, NullArgumentsAreAnsweredWithoutACrash) {
+TEST_F(EntryPoints, NullArgumentsReturnResultsWithoutACrash) {
   const SpeechChannelIdentifier id = openBare();
   char text[] = "Hello";
   struct Row {
@@ -154,8 +154,9 @@ TEST_F(EntryPoints, NullArgumentsAreAnsweredWithoutACrash) {
   for (const Row& row : rows) EXPECT_EQ(row.result, row.expected) << row.name;
 }
 
-TEST_F(EntryPoints, AChannelThatCannotBeCreatedAnswersOpenFailedOrOpens) {
-  // The record does not come from the engine's allocator, so the engine's shortage is not its own.
+TEST_F(EntryPoints, AChannelThatCannotBeCreatedReturnsOpenFailedOrOpens) {
+  // The record is not allocated with the engine's allocator, so failures of that allocator do not
+  // affect it.
   SpeechChannelIdentifier id = 0;
   engine().fail(Op::ParamsNew, 1);
   EXPECT_EQ(SEOpenSpeechChannel(&id), noErr);
@@ -164,7 +165,7 @@ TEST_F(EntryPoints, AChannelThatCannotBeCreatedAnswersOpenFailedOrOpens) {
 
 // ---- Status
 
-TEST_F(EntryPoints, AnIdleChannelReportsNothingGoingOn) {
+TEST_F(EntryPoints, AnIdleChannelReportsNoActivity) {
   const Status info = statusInfo(open());
   EXPECT_EQ(info.outputBusy, 0);
   EXPECT_EQ(info.outputPaused, 0);
@@ -196,7 +197,7 @@ TEST_F(EntryPoints, APausedChannelReportsNeitherBytesNorPhoneme) {
   EXPECT_EQ(info.phonemeCode, 0);
 }
 
-TEST_F(EntryPoints, AClosingChannelReportsNothingGoingOn) {
+TEST_F(EntryPoints, AClosingChannelReportsNoActivity) {
   const SpeechChannelIdentifier id = open();
   ASSERT_EQ(speak(id, "Hello"), noErr);
   speech_channel* const channel = find_channel(id);
@@ -210,7 +211,7 @@ TEST_F(EntryPoints, AClosingChannelReportsNothingGoingOn) {
   EXPECT_EQ(info.phonemeCode, 0);
 }
 
-TEST_F(EntryPoints, AfterAJobThePositionAndThePhonemeStartAfresh) {
+TEST_F(EntryPoints, AfterAJobThePositionAndThePhonemeAreReset) {
   const SpeechChannelIdentifier id = open();
   ASSERT_EQ(speak(id, "Hello"), noErr);
   engine().port(1).phoneme("ae", 7).end();
@@ -220,7 +221,7 @@ TEST_F(EntryPoints, AfterAJobThePositionAndThePhonemeStartAfresh) {
   EXPECT_EQ(statusInfo(id).inputBytesLeft, static_cast<int>(converted("Hello").size()));
 }
 
-TEST_F(EntryPoints, ANullStatusRecordIsRefusedAfterTheLockWasTakenAndReleased) {
+TEST_F(EntryPoints, ANullStatusRecordIsRejectedAfterTheLockIsTakenAndReleased) {
   const SpeechChannelIdentifier id = open();
   const int locked = engine().count(Op::MutexLock);
   const int unlocked = engine().count(Op::MutexUnlock);
@@ -233,20 +234,20 @@ TEST_F(EntryPoints, TheStatusWaitsForTheLockOfTheChannel) {
   const SpeechChannelIdentifier id = open();
   speech_channel* const channel = find_channel(id);
   mutex_lock(&channel->mtx);
-  std::atomic<bool> answered = false;
+  std::atomic<bool> returned = false;
   const int locks = engine().count(Op::MutexLock);
   std::thread other([&] {
     statusInfo(id);
-    answered = true;
+    returned = true;
   });
   ASSERT_TRUE(engine().waitForCall(Op::MutexLock, locks + 1));
-  EXPECT_FALSE(answered);
+  EXPECT_FALSE(returned);
   mutex_unlock(&channel->mtx);
   other.join();
-  EXPECT_TRUE(answered);
+  EXPECT_TRUE(returned);
 }
 
-TEST_F(EntryPoints, TextToPhonemesAndDictionariesTakeNoLockAndTouchNothing) {
+TEST_F(EntryPoints, TextToPhonemesAndDictionariesTakeNoLockAndChangeNothing) {
   const SpeechChannelIdentifier id = open();
   const int locks = engine().count(Op::MutexLock);
   char text[] = "Hello";
@@ -261,12 +262,12 @@ TEST_F(EntryPoints, TextToPhonemesAndDictionariesTakeNoLockAndTouchNothing) {
   EXPECT_EQ(engine().count(Op::MutexLock), locks);
 }
 
-// ---- Places
+// ---- Boundaries
 
-TEST_F(EntryPoints, PlacesAreTheEnginesEventTypes) {
+TEST_F(EntryPoints, BoundariesAreTheEnginesEventTypes) {
   struct Row {
     unsigned long where;
-    const char* place;
+    const char* boundary;
   };
   for (const Row& row :
        {Row{kImmediate, "NOW"}, Row{kEndOfWord, "WORD"}, Row{kEndOfSentence, "SENTENCE"},
@@ -278,15 +279,15 @@ TEST_F(EntryPoints, PlacesAreTheEnginesEventTypes) {
     engine().forgetCalls();
     EXPECT_EQ(SEPauseSpeechAt(id, row.where), noErr);
     EXPECT_THAT(engine().calls(Op::Pause),
-                ElementsAre(testing::EndsWith(std::string(", ") + row.place + ") = 0")));
+                ElementsAre(testing::EndsWith(std::string(", ") + row.boundary + ") = 0")));
     EXPECT_EQ(SEStopSpeechAt(id, row.where), noErr);
     EXPECT_THAT(engine().calls(Op::Stop),
-                ElementsAre(testing::EndsWith(std::string(", ") + row.place + ") = 0")));
+                ElementsAre(testing::EndsWith(std::string(", ") + row.boundary + ") = 0")));
     EXPECT_TRUE(own.waitForDone());
   }
 }
 
-TEST_F(EntryPoints, ContinuingResumesAtOnceWhateverThePlaceOfThePause) {
+TEST_F(EntryPoints, ContinuingResumesAtOnceWhateverTheBoundaryOfThePause) {
   const SpeechChannelIdentifier id = open();
   ASSERT_EQ(speak(id, "Hello"), noErr);
   ASSERT_EQ(SEPauseSpeechAt(id, kEndOfSentence), noErr);

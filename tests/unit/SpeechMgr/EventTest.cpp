@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// From engine events to client callbacks.
+// How engine events become client callbacks.
 
 #include <cstdio>
 #include <memory>
@@ -28,23 +28,23 @@ class Events : public ChannelTest {
     return id;
   }
 
-  // Where `word` stands in what the engine was given.
-  static int placeOf(const std::string& word) {
+  // The position of `word` in the text that the engine received.
+  static int positionOf(const std::string& word) {
     return static_cast<int>(engine().port(1).text().find(word));
   }
 };
 
 // ---- Words
 
-TEST_F(Events, AWordIsReportedAtItsPlaceInTheCallersText) {
+TEST_F(Events, AWordIsReportedAtItsPositionInTheCallersText) {
   openSpeaking("Hello world");
-  engine().port(1).word(placeOf("world"), 5);
+  engine().port(1).word(positionOf("world"), 5);
   EXPECT_THAT(client().texts(), ElementsAre("word 6 5"));
 }
 
 TEST_F(Events, AWordAtConvertedPosition57WithAShiftOf40IsReportedAt17) {
   const SpeechChannelIdentifier id = open();
-  // 22 bytes of an open tag and 18 more of markup stand before the word.
+  // 22 bytes of a start tag and 18 more bytes of markup precede the word.
   speech_channel* const channel = find_channel(id);
   ASSERT_EQ(speak(id, std::string(100, 'x')), noErr);
   mutex_lock(&channel->mtx);
@@ -59,7 +59,7 @@ TEST_F(Events, AWordAtConvertedPosition57WithAShiftOf40IsReportedAt17) {
   EXPECT_THAT(client().texts(), ElementsAre("word 17 5"));
 }
 
-TEST_F(Events, EveryPositionIsReportedLessItsShift) {
+TEST_F(Events, EveryPositionIsReportedMinusItsShift) {
   const std::string text = "one [[rate 200]] two & three [[emph +]] four [[volm 0.5]] five";
   openSpeaking(text);
   std::string copy = text;
@@ -68,15 +68,15 @@ TEST_F(Events, EveryPositionIsReportedLessItsShift) {
   const std::unique_ptr<OffsetMap> offsets(converter.getOffsets());
   std::vector<std::string> expected;
   const int length = static_cast<int>(engine().port(1).text().size());
-  for (int place = 0; place <= length; ++place) {
-    const auto shift = static_cast<int>(offsets->offset(static_cast<unsigned int>(place)));
-    expected.push_back("word " + std::to_string(place - shift) + " 1");
-    engine().port(1).word(place, 1);
+  for (int at = 0; at <= length; ++at) {
+    const auto shift = static_cast<int>(offsets->offset(static_cast<unsigned int>(at)));
+    expected.push_back("word " + std::to_string(at - shift) + " 1");
+    engine().port(1).word(at, 1);
   }
   EXPECT_EQ(client().texts(), expected);
 }
 
-TEST_F(Events, AWordWithoutACallbackDoesNothingAtAll) {
+TEST_F(Events, AWordWithoutACallbackDoesNothing) {
   const SpeechChannelIdentifier id = openSpeaking("Hello");
   set(id, soWordCallBack, nullptr);
   {
@@ -94,19 +94,19 @@ TEST_F(Events, ALongWordIsReportedWithTheLow16BitsOfItsLength) {
     int length;
     const char* reported;
   };
-  const int place = placeOf("Hello");
+  const int at = positionOf("Hello");
   for (const Row& row : {Row{65535, "word 0 65535"}, Row{65536, "word 0 0"},
                          Row{70000, "word 0 4464"}, Row{0, "word 0 0"}, Row{-1, "word 0 65535"}}) {
-    engine().port(1).word(place, row.length);
+    engine().port(1).word(at, row.length);
     EXPECT_EQ(client().texts().back(), row.reported);
   }
 }
 
 TEST_F(Events, OddPositionsDoNoHarm) {
   openSpeaking("Hello");
-  for (const int place : {-1, 0, 1'000'000, INT32_MAX, INT32_MIN}) {
-    engine().port(1).word(place, 1);
-    engine().port(1).phoneme("ae", place);
+  for (const int at : {-1, 0, 1'000'000, INT32_MAX, INT32_MIN}) {
+    engine().port(1).word(at, 1);
+    engine().port(1).phoneme("ae", at);
   }
   EXPECT_EQ(client().count("phoneme 2"), 5);
 }
@@ -141,7 +141,7 @@ TEST_F(Events, PhonesAreReportedAsApplesCodes) {
   }
 }
 
-TEST_F(Events, AnUnknownPhoneIsInTheMapFromThenOn) {
+TEST_F(Events, AnUnknownPhoneIsAddedToTheMap) {
   openSpeaking("Hello");
   engine().port(1).phoneme("qq", 0);
   ASSERT_TRUE(gApplePhoneCodes.contains("qq"));
@@ -150,7 +150,7 @@ TEST_F(Events, AnUnknownPhoneIsInTheMapFromThenOn) {
   EXPECT_TRUE(gApplePhoneCodes.contains("qq"));
 }
 
-TEST_F(Events, APhoneWithoutACallbackStillMovesTheStatus) {
+TEST_F(Events, APhoneWithoutACallbackStillUpdatesTheStatus) {
   const SpeechChannelIdentifier id = openSpeaking("Hello");
   set(id, soPhonemeCallBack, nullptr);
   engine().port(1).phoneme("z", 9);
@@ -159,7 +159,7 @@ TEST_F(Events, APhoneWithoutACallbackStillMovesTheStatus) {
   EXPECT_EQ(read(id, [](const speech_channel& c) { return c.curr_pos; }), 9);
 }
 
-TEST_F(Events, TheStatusIsMovedBeforeTheClientIsCalled) {
+TEST_F(Events, TheStatusIsUpdatedBeforeTheClientIsCalled) {
   const SpeechChannelIdentifier id = openSpeaking("Hello");
   Status info{};
   client().onPhoneme = [&](auto channel) { info = statusInfo(channel); };
@@ -198,7 +198,7 @@ TEST_F(Events, ABookmarkWithoutACallbackIsSkipped) {
   EXPECT_THAT(client().texts(), IsEmpty());
 }
 
-TEST_F(Events, AnAppleSyncMarkComesBackAsItsNumber) {
+TEST_F(Events, AnAppleSyncMarkIsReportedAsItsNumber) {
   openSpeaking("a [[sync 42]] b");
   const std::string text = engine().port(1).text();
   const std::size_t name = text.find("<mark name='") + 12;
@@ -206,9 +206,9 @@ TEST_F(Events, AnAppleSyncMarkComesBackAsItsNumber) {
   EXPECT_THAT(client().texts().back(), testing::StartsWith("sync "));
 }
 
-// ---- The rest
+// ---- Other events
 
-TEST_F(Events, OtherTypesAreSubscribedToOrNotAndAreIgnored) {
+TEST_F(Events, OtherTypesAreIgnoredWhetherSubscribedToOrNot) {
   const SpeechChannelIdentifier id = openSpeaking("Hello");
   EXPECT_EQ(engine().port(1).mask(), 0x564u);
   engine().port(1).sentence(0, 5).error("no");
@@ -220,7 +220,7 @@ TEST_F(Events, OtherTypesAreSubscribedToOrNotAndAreIgnored) {
   EXPECT_THAT(engine().calls(), IsEmpty());
 }
 
-TEST_F(Events, ACallbackForNoChannelAnswersSuccess) {
+TEST_F(Events, ACallbackForNoChannelReturnsSuccess) {
   for (const kavrel_event_t type :
        {KAVREL_EVENT_WORD, KAVREL_EVENT_PHONEME, KAVREL_EVENT_BOOKMARK, KAVREL_EVENT_END}) {
     EXPECT_EQ(channel_stream_callback(nullptr, type, nullptr), KAVREL_SUCCESS);
@@ -264,13 +264,13 @@ TEST_F(Events, TheCallbackTakesNoLockOfTheChannel) {
   speech_channel* const channel = find_channel(id);
   mutex_lock(&channel->mtx);
   std::thread other([] { engine().port(1).word(0, 1).phoneme("ae", 0).bookmark("1").end(); });
-  other.join();  // would hang
+  other.join();  // hangs if the callback takes the lock
   EXPECT_EQ(client().events().size(), 3u);
   mutex_unlock(&channel->mtx);
   EXPECT_TRUE(client().waitForDone());
 }
 
-TEST_F(Events, OfTwoChannelsReachTheirOwnClients) {
+TEST_F(Events, OfTwoChannelsReachEachChannelsClient) {
   Client& one = newClient();
   Client& two = newClient();
   ASSERT_EQ(speak(open(one), "Hello"), noErr);
@@ -296,7 +296,7 @@ TEST_F(Events, TwoThreadsMayPlayEventsOfOneChannel) {
   EXPECT_EQ(client().events().size(), 3000u);
 }
 
-TEST_F(Events, ACallbackChangedDuringAJobHoldsFromTheNextEventOn) {
+TEST_F(Events, ACallbackChangedDuringAJobAppliesFromTheNextEvent) {
   const SpeechChannelIdentifier id = openSpeaking("Hello");
   engine().port(1).bookmark("1");
   Client& other = newClient();
@@ -306,11 +306,11 @@ TEST_F(Events, ACallbackChangedDuringAJobHoldsFromTheNextEventOn) {
   EXPECT_THAT(other.texts(), ElementsAre("sync 2"));
 }
 
-// ---- The true places of words
+// ---- Exact positions of words
 
 class CallerPositions : public Events {
  protected:
-  // Speaks `text` with the selector on.
+  // Speaks `text` with exact positions enabled.
   void speakExactly(const std::string& text) {
     const SpeechChannelIdentifier id = open();
     EXPECT_EQ(set(id, kCallerPositions, &m_anything), noErr);
@@ -320,7 +320,7 @@ class CallerPositions : public Events {
   int m_anything = 0;
 };
 
-TEST_F(CallerPositions, EveryWordIsReportedWhereItStandsInTheCallersBuffer) {
+TEST_F(CallerPositions, EveryWordIsReportedAtItsPositionInTheCallersBuffer) {
   for (const std::string text :
        {"Hello world", "fish & chips", "<a> b", "OS X runs", "a OS X b OS X c",
         "one [[rate 200]] two [[volm +0.1]] three", "say [[emph +]] this [[emph -]] word",
@@ -334,10 +334,10 @@ TEST_F(CallerPositions, EveryWordIsReportedWhereItStandsInTheCallersBuffer) {
     const scripted::Port port = engine().port(engine().ports());
     for (const std::string word : {"Hello", "world", "chips", "runs", "one", "two", "three", "this",
                                    "word", "first", "logo", "ellipsis", "end"}) {
-      const std::size_t place = port.text().find(word);
+      const std::size_t at = port.text().find(word);
       const std::size_t origin = text.find(word);
-      if (place == std::string::npos || origin == std::string::npos) continue;
-      engine().port(engine().ports()).word(static_cast<int>(place), static_cast<int>(word.size()));
+      if (at == std::string::npos || origin == std::string::npos) continue;
+      engine().port(engine().ports()).word(static_cast<int>(at), static_cast<int>(word.size()));
       EXPECT_EQ(own.texts().back(),
                 "word " + std::to_string(origin) + ' ' + std::to_string(word.size()));
     }
@@ -347,9 +347,9 @@ TEST_F(CallerPositions, EveryWordIsReportedWhereItStandsInTheCallersBuffer) {
 
 TEST_F(CallerPositions, AWordThatPreparationMadeLongerHasTheCallersLength) {
   speakExactly("fish & chips OS X");
-  engine().port(1).word(placeOf("&amp;"), 5);
+  engine().port(1).word(positionOf("&amp;"), 5);
   EXPECT_EQ(client().texts().back(), "word 5 1");
-  engine().port(1).word(placeOf("OS 10"), 5);
+  engine().port(1).word(positionOf("OS 10"), 5);
   EXPECT_EQ(client().texts().back(), "word 13 4");
 }
 
@@ -357,14 +357,14 @@ TEST_F(CallerPositions, NeverLeaveTheBuffer) {
   const std::string text = "one & [[rate 200]] two OS X [[inpt TUNE]] x";
   speakExactly(text);
   const int end = static_cast<int>(engine().port(1).text().size());
-  for (int place = -1; place <= end + 1; ++place) {
+  for (int at = -1; at <= end + 1; ++at) {
     for (const int length : {-1, 0, 1, 5, 1000, INT32_MAX}) {
-      engine().port(1).word(place, length);
+      engine().port(1).word(at, length);
       int position = -1;
       int size = -1;
       ASSERT_EQ(std::sscanf(client().texts().back().c_str(), "word %d %d", &position, &size), 2);
       EXPECT_GE(position, 0);
-      EXPECT_LE(position + size, static_cast<int>(text.size())) << place << ' ' << length;
+      EXPECT_LE(position + size, static_cast<int>(text.size())) << at << ' ' << length;
     }
   }
 }
@@ -373,18 +373,18 @@ TEST_F(CallerPositions, AreOffUntilTheSelectorIsSetAndAfterItIsCleared) {
   const std::string text = "fish & chips";
   const SpeechChannelIdentifier id = open();
   ASSERT_EQ(speak(id, text), noErr);
-  const int place = placeOf("chips");
-  engine().port(1).word(place, 5).end();
+  const int at = positionOf("chips");
+  engine().port(1).word(at, 5).end();
   ASSERT_TRUE(client().waitForDone(1));
   EXPECT_EQ(client().texts().front(), "word 11 5");
   set(id, kCallerPositions, &m_anything);
   ASSERT_EQ(speak(id, text), noErr);
-  engine().port(1).word(place, 5).end();
+  engine().port(1).word(at, 5).end();
   ASSERT_TRUE(client().waitForDone(2));
   EXPECT_EQ(client().count("word 7 5"), 1);
   set(id, kCallerPositions, nullptr);
   ASSERT_EQ(speak(id, text), noErr);
-  engine().port(1).word(place, 5);
+  engine().port(1).word(at, 5);
   EXPECT_EQ(client().texts().back(), "word 11 5");
 }
 

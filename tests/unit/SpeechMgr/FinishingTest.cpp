@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The end of a job: exactly one speech-done, on a thread of its own, with the channel idle;
-// whatever the engine does with its END, and whatever the client does inside the callback.
+// The end of a job: exactly one speech-done, on its own thread, with the channel idle, however the
+// engine reports END and whatever the client does inside the callback.
 
 #include <atomic>
 #include <chrono>
@@ -54,7 +54,7 @@ TEST_F(Finishing, TheChannelIsIdleWhenSpeechDoneRuns) {
 TEST_F(Finishing, SpeechDoneRunsNeitherOnTheEnginesThreadNorOnAClients) {
   const SpeechChannelIdentifier id = open();
   ASSERT_EQ(speak(id, "Hello"), noErr);
-  // The engine's thread lives on until speech-done, so that no other gets its number.
+  // The engine's thread runs until speech-done, so that no other thread can get its identifier.
   std::thread engineThread([this] {
     engine().port(1).end();
     EXPECT_TRUE(client().waitForDone());
@@ -67,7 +67,7 @@ TEST_F(Finishing, SpeechDoneRunsNeitherOnTheEnginesThreadNorOnAClients) {
   EXPECT_NE(client().events()[1].thread, std::this_thread::get_id());
 }
 
-TEST_F(Finishing, WithoutACallbackTheChannelBecomesIdleAllTheSame) {
+TEST_F(Finishing, WithoutACallbackTheChannelStillBecomesIdle) {
   const SpeechChannelIdentifier id = openBare();
   ASSERT_EQ(speak(id, "Hello"), noErr);
   engine().port(1).end();
@@ -109,7 +109,7 @@ TEST_F(Finishing, TheFinishingThreadWaitsForTheEnginesPort) {
   EXPECT_NE(engine().log()[0].thread, std::this_thread::get_id());
 }
 
-TEST_F(Finishing, AWaitThatFailsDoesNotKeepTheJobFromFinishing) {
+TEST_F(Finishing, AFailedWaitDoesNotKeepTheJobFromFinishing) {
   const SpeechChannelIdentifier id = open();
   ASSERT_EQ(speak(id, "Hello"), noErr);
   engine().setResult(Op::Wait, KAVREL_INTERNAL_ERROR);
@@ -136,7 +136,7 @@ TEST_F(Finishing, TheConditionIsSignalledAfterTheCallbackHasReturned) {
   mutex_unlock(&channel->mtx);
 }
 
-// ---- What the engine may do with END
+// ---- END events of the engine
 
 TEST_F(Finishing, AnEndBeforeSpeakReturnsFinishesTheJob) {
   const SpeechChannelIdentifier id = open();
@@ -171,7 +171,7 @@ TEST_F(Finishing, ASecondEndIsNotASecondSpeechDone) {
   EXPECT_EQ(status(id), STATUS_IDLE);
 }
 
-TEST_F(Finishing, AStoppedJobIsSignalledOnceHoweverItsEndComes) {
+TEST_F(Finishing, AStoppedJobIsSignalledOnceHoweverItEnds) {
   for (const OnStop mode :
        {OnStop::EndsAtOnce, OnStop::EndsBeforeReturn, OnStop::EndsTwice, OnStop::EndsSilently}) {
     SCOPED_TRACE(static_cast<int>(mode));
@@ -190,7 +190,7 @@ TEST_F(Finishing, AStoppedJobIsSignalledOnceHoweverItsEndComes) {
   }
 }
 
-TEST_F(Finishing, AnEndThatComesAfterTheStopLeavesTheNextJobAlone) {
+TEST_F(Finishing, AnEndAfterTheStopDoesNotAffectTheNextJob) {
   const SpeechChannelIdentifier id = open();
   engine().onStop(OnStop::TestEnds);
   engine().setWaitLimit(std::chrono::milliseconds(1));
@@ -211,7 +211,7 @@ TEST_F(Finishing, AnEndThatComesAfterTheStopLeavesTheNextJobAlone) {
   EXPECT_EQ(client().count("done"), 2);
 }
 
-TEST_F(Finishing, AJobWhoseEndNeverComesIsFinishedByAStopAndTheChannelSpeaksOn) {
+TEST_F(Finishing, AJobWithoutAnEndIsFinishedByAStopAndTheChannelSpeaksAgain) {
   const SpeechChannelIdentifier id = open();
   engine().onStop(OnStop::EndsSilently);
   for (int job = 1; job <= 5; ++job) {
@@ -227,10 +227,10 @@ TEST_F(Finishing, AJobWhoseEndNeverComesIsFinishedByAStopAndTheChannelSpeaksOn) 
   EXPECT_EQ(client().count("done"), 6);
 }
 
-// A finishing thread that comes to run when its job is finished by a stop.
+// A finishing thread that runs only after a stop has finished its job.
 class LateFinishing : public Finishing {
  protected:
-  // Speaks, plays END, stops; the finishing thread of that END is held up.
+  // Speaks, plays END and stops while the finishing thread of that END is held up.
   void finishWithoutTheThread(HeldUp& thread) {
     ASSERT_EQ(speak(m_id, "first"), noErr);
     engine().port(1).end();
@@ -242,7 +242,7 @@ class LateFinishing : public Finishing {
   const SpeechChannelIdentifier m_id = open();
 };
 
-TEST_F(LateFinishing, LeavesTheNextJobAlone) {
+TEST_F(LateFinishing, DoesNotAffectTheNextJob) {
   HeldUp thread;
   finishWithoutTheThread(thread);
   ASSERT_EQ(speak(m_id, "second"), noErr);
@@ -255,7 +255,7 @@ TEST_F(LateFinishing, LeavesTheNextJobAlone) {
   ASSERT_TRUE(client().waitForDone(2));
 }
 
-TEST_F(LateFinishing, LeavesAnIdleChannelAlone) {
+TEST_F(LateFinishing, DoesNotAffectAnIdleChannel) {
   HeldUp thread;
   finishWithoutTheThread(thread);
   thread.release();
@@ -265,7 +265,7 @@ TEST_F(LateFinishing, LeavesAnIdleChannelAlone) {
 }
 
 // Pausing marks an idle channel paused, and continuing busy, though it has no job.
-TEST_F(LateFinishing, LeavesAChannelAloneThatWasPausedWhileIdle) {
+TEST_F(LateFinishing, DoesNotAffectAChannelPausedWhileIdle) {
   HeldUp thread;
   finishWithoutTheThread(thread);
   SEPauseSpeechAt(m_id, kImmediate);
@@ -275,7 +275,7 @@ TEST_F(LateFinishing, LeavesAChannelAloneThatWasPausedWhileIdle) {
   EXPECT_EQ(client().count("done"), 1);
 }
 
-TEST_F(LateFinishing, LeavesAChannelAloneThatWasPausedAndContinuedWhileIdle) {
+TEST_F(LateFinishing, DoesNotAffectAChannelPausedAndContinuedWhileIdle) {
   HeldUp thread;
   finishWithoutTheThread(thread);
   SEPauseSpeechAt(m_id, kImmediate);
@@ -286,7 +286,7 @@ TEST_F(LateFinishing, LeavesAChannelAloneThatWasPausedAndContinuedWhileIdle) {
   EXPECT_EQ(client().count("done"), 1);
 }
 
-TEST_F(LateFinishing, LeavesAClosedChannelAlone) {
+TEST_F(LateFinishing, DoesNotAffectAClosedChannel) {
   HeldUp thread;
   finishWithoutTheThread(thread);
   EXPECT_EQ(close(m_id), noErr);
@@ -309,7 +309,7 @@ TEST_F(Finishing, AStopAndAnEndAtTheSameTimeGiveOneSpeechDone) {
   EXPECT_EQ(status(id), STATUS_IDLE);
 }
 
-// ---- What the client may do inside speech-done
+// ---- Calls inside speech-done
 
 TEST_F(Finishing, TheChannelMayBeClosedInsideSpeechDone) {
   for (int round = 0; round < 50; ++round) {
@@ -359,7 +359,7 @@ TEST_F(Finishing, EveryEntryPointMayBeCalledInsideSpeechDone) {
   EXPECT_THAT(results, Each(noErr));
 }
 
-// ---- What the client may do inside the engine's callbacks
+// ---- Calls inside the engine's callbacks
 
 TEST_F(Finishing, AStopInsideAWordCallbackReturnsAndSignalsOnce) {
   const SpeechChannelIdentifier id = open();
@@ -386,7 +386,7 @@ TEST_F(Finishing, ACloseInsideAWordCallbackReturnsAndSignalsOnce) {
   EXPECT_EQ(find_channel(id), nullptr);
 }
 
-TEST_F(Finishing, ASpeakInsideAWordCallbackIsRefused) {
+TEST_F(Finishing, ASpeakInsideAWordCallbackIsRejected) {
   const SpeechChannelIdentifier id = open();
   long result = noErr;
   client().onWord = [&](auto channel) { result = speak(channel, "again"); };
@@ -396,7 +396,7 @@ TEST_F(Finishing, ASpeakInsideAWordCallbackIsRefused) {
   ASSERT_TRUE(client().waitForDone());
 }
 
-TEST_F(Finishing, AStopDoesNotWaitForEverForACallbackThatDoesNotReturn) {
+TEST_F(Finishing, AStopDoesNotWaitForeverForACallbackThatDoesNotReturn) {
   const SpeechChannelIdentifier id = open();
   engine().setCallbackPatience(std::chrono::milliseconds(1));
   engine().onStop(OnStop::EndsAtOnce);
@@ -428,12 +428,12 @@ TEST_F(Finishing, AStopDoesNotWaitForEverForACallbackThatDoesNotReturn) {
 }
 
 // A client that calls into its channel from the engine's thread waits for a stop that holds the
-// lock and waits for that very callback.
+// lock and waits for that callback.
 TEST_F(Finishing, ACallbackThatWaitsForTheLockOfAStopIsNotADeadlock) {
   const SpeechChannelIdentifier id = open();
   engine().setCallbackPatience(std::chrono::milliseconds(20));
   client().onWord = [&](auto channel) {
-    // The stop has begun, and holds the lock.
+    // The stop has begun and holds the lock.
     engine().waitForCall(Op::Stop);
     SpeechStatusInfo info{};
     SESpeechStatus(channel, &info);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What is true only once in a process: the state right after loading, the first channel, the
-// opening of the engine. Every test here runs in a process of its own.
+// What can be tested only once per process: the state after loading, the first channel, the opening
+// of the engine. Every test runs in its own process.
 
 #include <cstdio>
 
@@ -18,15 +18,15 @@ using scripted::engine;
 using scripted::Op;
 using testing::ElementsAre;
 
-// Runs `body` in a child of this process, which has touched nothing of the plug-in, and fails the
-// test when it fails, crashes or takes longer than ten seconds.
-void inAFreshProcess(const std::function<void()>& body) {
+// Runs `body` in a child of this process, which has not used the plug-in, and fails the test if the
+// child fails, crashes or takes longer than ten seconds.
+void runInFreshProcess(const std::function<void()>& body) {
   const pid_t child = fork();
   ASSERT_GE(child, 0);
   if (child == 0) {
     alarm(10);
     body();
-    // Output of failed expectations; no destructor of the parent's objects.
+    // Print failed expectations, but run no destructor of the parent's objects.
     std::fflush(nullptr);
     _exit(testing::Test::HasFailure() ? 1 : 0);
   }
@@ -43,7 +43,7 @@ SpeechChannelIdentifier opened() {
 }
 
 TEST(FirstLoad, LoadingBuildsTheConstantsAndEmptyMapsOnly) {
-  inAFreshProcess([] {
+  runInFreshProcess([] {
     EXPECT_EQ(kAssumedMalePitch, 43);
     EXPECT_EQ(kAssumedFemalePitch, 53);
     EXPECT_TRUE(gBrevoldPhones.empty());
@@ -55,7 +55,7 @@ TEST(FirstLoad, LoadingBuildsTheConstantsAndEmptyMapsOnly) {
 }
 
 TEST(FirstLoad, ChannelsAreNumberedFromOne) {
-  inAFreshProcess([] {
+  runInFreshProcess([] {
     EXPECT_EQ(SEOpenSpeechChannel(nullptr), paramErr);
     EXPECT_EQ(opened(), 1);
     EXPECT_EQ(opened(), 2);
@@ -65,7 +65,7 @@ TEST(FirstLoad, ChannelsAreNumberedFromOne) {
 }
 
 TEST(FirstLoad, TheFirstOpenBuildsTheTables) {
-  inAFreshProcess([] {
+  runInFreshProcess([] {
     opened();
     EXPECT_EQ(gBrevoldPhones.size(), 56u);
     EXPECT_EQ(gApplePhoneCodes.size(), 38u);
@@ -75,8 +75,8 @@ TEST(FirstLoad, TheFirstOpenBuildsTheTables) {
   });
 }
 
-TEST(FirstLoad, TheFirstChannelOpensTheEngineAndNoOtherDoes) {
-  inAFreshProcess([] {
+TEST(FirstLoad, OnlyTheFirstChannelOpensTheEngine) {
+  runInFreshProcess([] {
     const Diagnosing on(0x800, 9);
     opened();
     EXPECT_THAT(engine().messages(),
@@ -100,7 +100,7 @@ TEST(FirstLoad, TheFirstChannelOpensTheEngineAndNoOtherDoes) {
 
 TEST(FirstLoad, TheLineAboutTheEngineIsGatedLikeTheOthers) {
   for (const int level : {3, 4}) {
-    inAFreshProcess([level] {
+    runInFreshProcess([level] {
       const Diagnosing on(0x800, level);
       opened();
       const std::vector<scripted::Diagnostic> lines = engine().diagnostics();
@@ -115,7 +115,7 @@ TEST(FirstLoad, TheLineAboutTheEngineIsGatedLikeTheOthers) {
 }
 
 TEST(FirstLoad, TheEngineOutlivesTheLastChannel) {
-  inAFreshProcess([] {
+  runInFreshProcess([] {
     SECloseSpeechChannel(opened());
     SECloseSpeechChannel(opened());
     EXPECT_EQ(engine().count(Op::EngineOpen), 1);
@@ -123,7 +123,7 @@ TEST(FirstLoad, TheEngineOutlivesTheLastChannel) {
 }
 
 TEST(FirstLoad, AnEngineThatCannotBeOpenedIsTriedAgainByTheNextChannel) {
-  inAFreshProcess([] {
+  runInFreshProcess([] {
     engine().fail(Op::EngineOpen, 1);
     const SpeechChannelIdentifier first = opened();
     char text[] = "Hello";
@@ -137,7 +137,7 @@ TEST(FirstLoad, AnEngineThatCannotBeOpenedIsTriedAgainByTheNextChannel) {
 }
 
 TEST(FirstLoad, TwoFirstChannelsOnTwoThreadsOpenTheEngineOnce) {
-  inAFreshProcess([] {
+  runInFreshProcess([] {
     std::vector<std::thread> threads;
     for (int i = 0; i < 4; ++i) threads.emplace_back([] { opened(); });
     for (std::thread& thread : threads) thread.join();
@@ -145,8 +145,8 @@ TEST(FirstLoad, TwoFirstChannelsOnTwoThreadsOpenTheEngineOnce) {
   });
 }
 
-TEST(FirstLoad, EveryEntryPointRefusesChannelsBeforeTheFirstIsOpen) {
-  inAFreshProcess([] {
+TEST(FirstLoad, EveryEntryPointRejectsChannelsBeforeTheFirstIsOpen) {
+  runInFreshProcess([] {
     SpeechStatusInfo info{};
     char text[] = "Hello";
     EXPECT_EQ(SECloseSpeechChannel(1), noSynthFound);

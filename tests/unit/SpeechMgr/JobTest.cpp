@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Jobs: what channel_speak asks of the engine, the state table transition by transition, output to
-// files, voices, and failures.
+// Jobs: the engine calls of channel_speak, each transition of the state table, output to files,
+// voices, failures.
 
 #include "channels/ChannelTest.h"
 
@@ -155,7 +155,7 @@ TEST_F(Jobs, OfTwoVoicesChosenBetweenJobsTheSecondIsLoaded) {
               ElementsAre("kavrel_port_set_voice_from_dir(port 1, \"/voices/Bob\") = voice"));
 }
 
-// A file job has a port of its own, and the voice was loaded into the one before.
+// A file job has its own port, and the voice was loaded into the port before it.
 TEST_F(Jobs, AVoiceThatIsNotNewIsNotLoadedIntoANewPort) {
   const SpeechChannelIdentifier id = open();
   setVoice(id, "/voices/Ava");
@@ -168,7 +168,7 @@ TEST_F(Jobs, AVoiceThatIsNotNewIsNotLoadedIntoANewPort) {
 
 // ---- Failures
 
-// A job that cannot start at any of three places leaves a channel that can be used again.
+// A job that cannot start, for any of three reasons, leaves a channel that can be used again.
 TEST_F(Jobs, ABufferThatCannotBeSpokenLeavesTheChannelIdleAndEmpty) {
   for (const Op op : {Op::PortOpen, Op::SetVoice, Op::Speak}) {
     SCOPED_TRACE(static_cast<int>(op));
@@ -220,7 +220,7 @@ TEST_F(Jobs, AVoiceWithoutAFolderKeepsTheJobFromStarting) {
   EXPECT_EQ(speak(id, "Hello"), synthNotReady);
 }
 
-// The layer below the entry point leaves it to its caller what becomes of the channel.
+// The layer below the entry point leaves the state of the channel to its caller.
 TEST_F(Jobs, AFailedStartLeavesStatusAndTextToTheCaller) {
   const SpeechChannelIdentifier id = open();
   speech_channel* const channel = find_channel(id);
@@ -232,7 +232,7 @@ TEST_F(Jobs, AFailedStartLeavesStatusAndTextToTheCaller) {
   EXPECT_STREQ(channel->text, "Hello");
 }
 
-TEST_F(Jobs, AWaitThatFailsBeforeTheJobDoesNotKeepItFromStarting) {
+TEST_F(Jobs, AFailedWaitBeforeTheJobDoesNotKeepItFromStarting) {
   const SpeechChannelIdentifier id = open();
   ASSERT_EQ(speak(id, "one"), noErr);
   finish(id, 1, 1);
@@ -240,7 +240,7 @@ TEST_F(Jobs, AWaitThatFailsBeforeTheJobDoesNotKeepItFromStarting) {
   EXPECT_EQ(speak(id, "two"), noErr);
 }
 
-TEST_F(Jobs, PositiveAnswersOfTheEngineAreSuccess) {
+TEST_F(Jobs, PositiveResultsOfTheEngineAreSuccess) {
   const SpeechChannelIdentifier id = open();
   ASSERT_EQ(speak(id, "one"), noErr);
   engine().queueResult(Op::Pause, static_cast<kavrel_result_t>(7));
@@ -249,7 +249,7 @@ TEST_F(Jobs, PositiveAnswersOfTheEngineAreSuccess) {
 
 // ---- Waiting
 
-TEST_F(Jobs, WaitingOnAChannelThatNeverSpokeAsksNothing) {
+TEST_F(Jobs, WaitingOnAChannelThatNeverSpokeDoesNotCallTheEngine) {
   speech_channel* const channel = find_channel(open());
   engine().forgetCalls();
   const ChannelLock held(channel);
@@ -257,7 +257,7 @@ TEST_F(Jobs, WaitingOnAChannelThatNeverSpokeAsksNothing) {
   EXPECT_THAT(engine().calls(), IsEmpty());
 }
 
-TEST_F(Jobs, WaitingAnswersFailureWhenTheEngineDoes) {
+TEST_F(Jobs, WaitingReturnsFailureWhenTheEngineDoes) {
   const SpeechChannelIdentifier id = open();
   ASSERT_EQ(speak(id, "one"), noErr);
   finish(id, 1, 1);
@@ -270,7 +270,7 @@ TEST_F(Jobs, WaitingAnswersFailureWhenTheEngineDoes) {
 
 // ---- The state table
 
-TEST_F(Jobs, PlaceCodesNameEngineEvents) {
+TEST_F(Jobs, BoundaryCodesNameEngineEvents) {
   EXPECT_EQ(get_kavrel_event(1), KAVREL_EVENT_WORD);
   EXPECT_EQ(get_kavrel_event(2), KAVREL_EVENT_SENTENCE);
   for (const long other : {0L, -1L, 3L, 1000L, -1000L}) {
@@ -299,7 +299,7 @@ TEST_F(Jobs, BusyToPausedAndBack) {
   EXPECT_FALSE(engine().port(1).paused());
 }
 
-TEST_F(Jobs, ASecondPauseAsksTheEngineNothing) {
+TEST_F(Jobs, ASecondPauseDoesNotCallTheEngine) {
   const SpeechChannelIdentifier id = open();
   ASSERT_EQ(speak(id, "one"), noErr);
   EXPECT_EQ(SEPauseSpeechAt(id, kImmediate), noErr);
@@ -308,7 +308,7 @@ TEST_F(Jobs, ASecondPauseAsksTheEngineNothing) {
   EXPECT_EQ(status(id), STATUS_PAUSED);
 }
 
-TEST_F(Jobs, ContinuingAChannelThatIsNotPausedAsksTheEngineNothing) {
+TEST_F(Jobs, ContinuingAChannelThatIsNotPausedDoesNotCallTheEngine) {
   const SpeechChannelIdentifier id = open();
   EXPECT_EQ(SEContinueSpeech(id), noErr);
   EXPECT_EQ(status(id), STATUS_IDLE);
@@ -318,7 +318,7 @@ TEST_F(Jobs, ContinuingAChannelThatIsNotPausedAsksTheEngineNothing) {
   EXPECT_EQ(engine().count(Op::Pause), 0);
 }
 
-TEST_F(Jobs, AnIdleChannelIsMarkedPausedAndTheEngineIsAsked) {
+TEST_F(Jobs, PausingAnIdleChannelMarksItPausedAndCallsTheEngine) {
   const SpeechChannelIdentifier id = open();
   EXPECT_EQ(SEPauseSpeechAt(id, kImmediate), -1);
   EXPECT_EQ(status(id), STATUS_PAUSED);
@@ -382,7 +382,7 @@ TEST_F(Jobs, BusyAndPausedToIdleByAStop) {
   }
 }
 
-TEST_F(Jobs, AStopOnAnIdleChannelAsksTheEngineNothing) {
+TEST_F(Jobs, AStopOnAnIdleChannelDoesNotCallTheEngine) {
   const SpeechChannelIdentifier id = open();
   engine().forgetCalls();
   EXPECT_EQ(SEStopSpeechAt(id, kImmediate), noErr);
@@ -390,7 +390,7 @@ TEST_F(Jobs, AStopOnAnIdleChannelAsksTheEngineNothing) {
   EXPECT_EQ(status(id), STATUS_IDLE);
 }
 
-TEST_F(Jobs, AStopWhileTheChannelIsClosingAsksTheEngineNothing) {
+TEST_F(Jobs, AStopWhileTheChannelIsClosingDoesNotCallTheEngine) {
   const SpeechChannelIdentifier id = open();
   ASSERT_EQ(speak(id, "one"), noErr);
   speech_channel* const channel = find_channel(id);
@@ -403,7 +403,7 @@ TEST_F(Jobs, AStopWhileTheChannelIsClosingAsksTheEngineNothing) {
   EXPECT_EQ(client().count("done"), 1);
 }
 
-TEST_F(Jobs, ARefusedStopSaysSoOnStandardErrorAndLeavesTheJob) {
+TEST_F(Jobs, ARefusedStopIsReportedOnStandardErrorAndLeavesTheJob) {
   const SpeechChannelIdentifier id = open();
   ASSERT_EQ(speak(id, "one"), noErr);
   engine().queueResult(Op::Stop, KAVREL_FILE_ERROR);
@@ -415,7 +415,7 @@ TEST_F(Jobs, ARefusedStopSaysSoOnStandardErrorAndLeavesTheJob) {
   EXPECT_TRUE(engine().port(1).running());
 }
 
-TEST_F(Jobs, AStopAsksTheEngineAndWaitsForTheJob) {
+TEST_F(Jobs, AStopCallsTheEngineAndWaitsForTheJob) {
   const SpeechChannelIdentifier id = open();
   ASSERT_EQ(speak(id, "one"), noErr);
   engine().forgetCalls();

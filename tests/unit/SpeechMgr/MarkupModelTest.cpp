@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The classes of the markup model by themselves: tokens, token list, offset map, positions,
-// numbers, errors.
+// Unit tests of the markup model: tokens, token list, offset map, position map, numbers, errors.
 #include <clocale>
 #include <limits>
 #include <random>
@@ -21,7 +20,7 @@ namespace {
 
 using testing::ElementsAre;
 
-// Runs `action` and answers what it writes to standard output.
+// Runs `action` and returns what it writes to standard output.
 template <typename Action>
 std::string outputOf(Action action) {
   testing::internal::CaptureStdout();
@@ -34,7 +33,7 @@ template <typename Action>
 void expectIndexError(Action action) {
   try {
     action();
-    ADD_FAILURE() << "nothing was thrown";
+    ADD_FAILURE() << "no exception was thrown";
   } catch (const AppleSynthesisError& error) {
     EXPECT_EQ(error.getErrorType(), INDEX_OUT_OF_RANGE);
   }
@@ -61,13 +60,13 @@ TEST(AppleMarkupToken, ThrowsARangeErrorForTheWordOfACommandWithoutWords) {
   EXPECT_EQ(token.getTokenType(), AppleMarkupToken::UNKNOWN);
   try {
     token.getTokenClass();
-    ADD_FAILURE() << "nothing was thrown";
+    ADD_FAILURE() << "no exception was thrown";
   } catch (const std::out_of_range& error) {
     EXPECT_STREQ(error.what(), "vector::_M_range_check");
   }
 }
 
-TEST(AppleMarkupToken, AnswersNoArgumentBeyondTheLastOrBeforeTheFirst) {
+TEST(AppleMarkupToken, ReturnsNoArgumentOutOfRange) {
   const AppleMarkupToken token = tokenOf("[[rate -20]]");
   EXPECT_EQ(token.getTokenArg(1), "20");
   EXPECT_EQ(token.getTokenArg(2), "");
@@ -76,7 +75,7 @@ TEST(AppleMarkupToken, AnswersNoArgumentBeyondTheLastOrBeforeTheFirst) {
   EXPECT_EQ(token.getTokenArg(std::numeric_limits<int>::max() - 1), "");
 }
 
-TEST(AppleMarkupToken, KeepsNothingOfTheCommandBefore) {
+TEST(AppleMarkupToken, KeepsNothingOfThePreviousCommand) {
   AppleMarkupToken token = tokenOf("[[rate 200]]");
   token.setTokenStringSize(99);
   token.setTokenString("[[emph]]");
@@ -126,7 +125,7 @@ TEST(AppleMarkupToken, PrintsALabelForEveryKind) {
   }
 }
 
-TEST(AppleMarkupToken, LowersLettersOnly) {
+TEST(AppleMarkupToken, ConvertsOnlyLettersToLowerCase) {
   EXPECT_EQ(tolower(std::string("PhOn-1\xC9")), "phon-1\xC9");
   EXPECT_EQ(tolower(std::string()), "");
 }
@@ -142,14 +141,14 @@ TEST(SSMLMarkupToken, IsSetEvenToNothing) {
   EXPECT_EQ(outputOf([&] { token.print(); }), "SSML Token: \"\" \n");
 }
 
-TEST(SpeechMarkupToken, HasNoPlaceNoCommandAndNoMarkupAtFirst) {
+TEST(SpeechMarkupToken, HasNoPositionCommandOrMarkupAtFirst) {
   const SpeechMarkupToken token;
   EXPECT_EQ(token.getStartPos(), -1);
   EXPECT_EQ(token.getAppleMarkupToken().getTokenType(), AppleMarkupToken::UNKNOWN);
   EXPECT_FALSE(token.getSSMLMarkupToken().isInitialized());
 }
 
-TEST(SpeechMarkupToken, IsNotChangedThroughACopy) {
+TEST(SpeechMarkupToken, IsNotChangedByChangingACopy) {
   SpeechMarkupToken token;
   AppleMarkupToken command = tokenOf("[[rate 200]]");
   token.initAppleMarkupToken(command);
@@ -163,7 +162,7 @@ TEST(SpeechMarkupToken, IsNotChangedThroughACopy) {
   EXPECT_FALSE(token.getSSMLMarkupToken().isInitialized());
 }
 
-TEST(SpeechMarkupToken, PrintsItsPlaceAndBothHalves) {
+TEST(SpeechMarkupToken, PrintsItsPositionAndBothHalves) {
   SpeechMarkupToken token;
   token.setStartPos(7);
   EXPECT_EQ(outputOf([&] { token.print(); }),
@@ -173,14 +172,14 @@ TEST(SpeechMarkupToken, PrintsItsPlaceAndBothHalves) {
 
 // ---- TokenList
 
-struct Place {
+struct Range {
   int start;
   int size;
-  bool operator==(const Place&) const = default;
+  bool operator==(const Range&) const = default;
 };
 
-std::ostream& operator<<(std::ostream& out, const Place& place) {
-  return out << place.start << "+" << place.size;
+std::ostream& operator<<(std::ostream& out, const Range& range) {
+  return out << range.start << "+" << range.size;
 }
 
 TokenList listOf(const std::string& text) {
@@ -189,13 +188,13 @@ TokenList listOf(const std::string& text) {
   return list;
 }
 
-std::vector<Place> placesIn(const TokenList& list) {
-  std::vector<Place> places;
+std::vector<Range> rangesOf(const TokenList& list) {
+  std::vector<Range> ranges;
   for (int i = 0; i < list.size(); ++i) {
     const SpeechMarkupToken token = list.getTokenAt(static_cast<unsigned int>(i));
-    places.push_back({token.getStartPos(), token.getAppleMarkupToken().getTokenStringSize()});
+    ranges.push_back({token.getStartPos(), token.getAppleMarkupToken().getTokenStringSize()});
   }
-  return places;
+  return ranges;
 }
 
 SpeechMarkupToken insertion(int start, const std::string& text) {
@@ -227,13 +226,13 @@ TEST(TokenList, OfATextWithoutCommandsIsEmptyAndChangesNothing) {
 
 TEST(TokenList, RemovesACommandAndRecordsIt) {
   const TokenList list = listOf("a[[rate 200]]b");
-  EXPECT_THAT(placesIn(list), ElementsAre(Place{1, 12}));
+  EXPECT_THAT(rangesOf(list), ElementsAre(Range{1, 12}));
   EXPECT_EQ(list.getConvertedString(), "ab");
   EXPECT_THAT(list.getOffsets().records(),
               ElementsAre(OffsetMap::Offset{1, 12, false, OffsetMap::APPLE_TOKEN}));
 }
 
-TEST(TokenList, PutsMarkupInACommandsPlaceAndRecordsTheMarkup) {
+TEST(TokenList, ReplacesACommandWithMarkupAndRecordsTheMarkup) {
   TokenList list = listOf("a[[rate 200]]b");
   setMarkup(list, 0, "X");
   EXPECT_EQ(list.getConvertedString(), "aXb");
@@ -243,28 +242,28 @@ TEST(TokenList, PutsMarkupInACommandsPlaceAndRecordsTheMarkup) {
 
 TEST(TokenList, CutsSeveralCommandsAtTheirSemicolons) {
   const TokenList list = listOf("[[rate 200; pbas 50]]");
-  EXPECT_THAT(placesIn(list), ElementsAre(Place{0, 10}, Place{10, 11}));
+  EXPECT_THAT(rangesOf(list), ElementsAre(Range{0, 10}, Range{10, 11}));
   EXPECT_EQ(list.getTokenAt(0).getAppleMarkupToken().getTokenString(), "[[rate 200");
   EXPECT_EQ(list.getTokenAt(1).getAppleMarkupToken().getTokenString(), "; pbas 50]]");
   EXPECT_EQ(list.getTokenAt(1).getAppleMarkupToken().getTokenArg(0), "50");
 }
 
 TEST(TokenList, FindsEveryCommand) {
-  EXPECT_THAT(placesIn(listOf("[[a]] [[b]]")), ElementsAre(Place{0, 5}, Place{6, 5}));
+  EXPECT_THAT(rangesOf(listOf("[[a]] [[b]]")), ElementsAre(Range{0, 5}, Range{6, 5}));
 }
 
 TEST(TokenList, GivesTheRestOfTheTextToACommandThatIsNeverClosed) {
-  EXPECT_THAT(placesIn(listOf("[[rate 200")), ElementsAre(Place{0, 10}));
-  EXPECT_THAT(placesIn(listOf("x[[rate 200")), ElementsAre(Place{1, 10}));
-  EXPECT_THAT(placesIn(listOf("xyz[[a;b [[c")), ElementsAre(Place{3, 3}, Place{6, 6}));
+  EXPECT_THAT(rangesOf(listOf("[[rate 200")), ElementsAre(Range{0, 10}));
+  EXPECT_THAT(rangesOf(listOf("x[[rate 200")), ElementsAre(Range{1, 10}));
+  EXPECT_THAT(rangesOf(listOf("xyz[[a;b [[c")), ElementsAre(Range{3, 3}, Range{6, 6}));
   EXPECT_EQ(listOf("xyz[[a;b [[c").getConvertedString(), "xyz");
 }
 
-TEST(TokenList, StartsAfreshWithEveryText) {
+TEST(TokenList, IsResetByEveryText) {
   TokenList list = listOf("[[a]][[b]]");
   char text[] = "x[[c]]";
   list.create(text);
-  EXPECT_THAT(placesIn(list), ElementsAre(Place{1, 5}));
+  EXPECT_THAT(rangesOf(list), ElementsAre(Range{1, 5}));
   EXPECT_EQ(list.getBaseString(), "x[[c]]");
 }
 
@@ -275,7 +274,7 @@ TEST(TokenList, KeepsItsTextWhenItIsCleared) {
   EXPECT_EQ(list.getConvertedString(), "x[[c]]");
 }
 
-TEST(TokenList, RefusesAnIndexThatIsNotAnEntrys) {
+TEST(TokenList, RejectsAnIndexThatIsNotAnEntrys) {
   TokenList list = listOf("[[a]][[b]]");
   expectIndexError([&] { list.getTokenAt(2); });
   expectIndexError([&] { list.replaceTokenAt(2, insertion(0, "X")); });
@@ -292,34 +291,34 @@ TEST(TokenList, AppendsAtOnePastItsSizeButNotAtItsSize) {
   EXPECT_EQ(list.getConvertedString(), "X");
 }
 
-TEST(TokenList, MovesAnEntryBehindThoseThatStartEarlier) {
+TEST(TokenList, MovesAnEntryAfterThoseThatStartEarlier) {
   TokenList list = listOf("[[a]][[b]][[c]]");
   list.insertTokenAt(0, insertion(10, "X"));
-  EXPECT_THAT(placesIn(list), ElementsAre(Place{0, 5}, Place{5, 5}, Place{10, 0}, Place{10, 5}));
+  EXPECT_THAT(rangesOf(list), ElementsAre(Range{0, 5}, Range{5, 5}, Range{10, 0}, Range{10, 5}));
 }
 
-TEST(TokenList, RefusesAnEntryThatStartsBeforeTheOneInFront) {
+TEST(TokenList, RejectsAnEntryThatStartsBeforeItsPredecessor) {
   TokenList list = listOf("[[a]][[b]]");
   expectIndexError([&] { list.insertTokenAt(1, SpeechMarkupToken()); });
   expectIndexError([&] { list.insertTokenAt(1, insertion(-5, "X")); });
   EXPECT_EQ(list.size(), 2);
 }
 
-TEST(TokenList, PutsEntriesAtTheSamePlaceInListOrder) {
+TEST(TokenList, KeepsListOrderForEntriesAtTheSamePosition) {
   TokenList list = listOf("a[[b]]c");
   setMarkup(list, 0, "B");
   list.insertTokenAt(0, insertion(1, "<"));
   EXPECT_EQ(list.getConvertedString(), "a<Bc");
 }
 
-TEST(TokenList, ThrowsARangeErrorWhenAnEntryStartsBehindTheText) {
+TEST(TokenList, ThrowsARangeErrorWhenAnEntryStartsAfterTheText) {
   TokenList list = listOf("a[[b]]");
   list.insertTokenAt(2, insertion(7, "X"));
   EXPECT_THROW(list.getConvertedString(), std::out_of_range);
   EXPECT_THROW(list.getPositions(), std::out_of_range);
 }
 
-TEST(TokenList, LetsACommandCoverMarkupBehindIt) {
+TEST(TokenList, LetsACommandCoverMarkupAfterIt) {
   TokenList list = listOf("[[a]]xy[[b]]z");
   list.insertTokenAt(1, insertion(7, "123"));
   SpeechMarkupToken tune = list.getTokenAt(0);
@@ -330,7 +329,7 @@ TEST(TokenList, LetsACommandCoverMarkupBehindIt) {
   EXPECT_EQ(list.getConvertedString(), "3z");
 }
 
-TEST(TokenList, TellsWhereEachByteCameFrom) {
+TEST(TokenList, MapsEachByteToItsOrigin) {
   TokenList list = listOf("ab[[rate 200]]cd");
   list.insertTokenAt(0, insertion(2, "<>"));
   const PositionMap positions = list.getPositions();
@@ -368,7 +367,7 @@ TEST(OffsetMap, MapsEveryPositionToItselfWhenItIsEmpty) {
   }
 }
 
-TEST(OffsetMap, AnswersTheSameInAnyOrderOfQueries) {
+TEST(OffsetMap, ReturnsTheSameInAnyOrderOfQueries) {
   OffsetMap map;
   for (unsigned int i = 0; i < 50; ++i) {
     map.insert(100 * i, 30, OffsetMap::SSML_TOKEN, false);
@@ -402,7 +401,7 @@ TEST(OffsetMap, PrintsListsAndRecords) {
 
 // ---- Converter
 
-TEST(Converter, ConvertsOnceAndGivesFreshCopiesOfItsMap) {
+TEST(Converter, ConvertsOnceAndReturnsNewCopiesOfItsMap) {
   AppleMarkupConverter converter("a[[rate 200]]b", AppleMarkupConverter::SSML);
   EXPECT_EQ(converter.getOutputFormat(), AppleMarkupConverter::SSML);
   const std::string once = converter.getConvertedText();
@@ -434,7 +433,7 @@ TEST(Converter, TurnsNoteNumbersIntoHertz) {
   EXPECT_DOUBLE_EQ(AppleMarkupConverter::convertRateUnits(200), 200.0);
 }
 
-TEST(Converter, FindsTheEndOfTheFirstWordBehindARunOfCommands) {
+TEST(Converter, FindsTheEndOfTheFirstWordAfterARunOfCommands) {
   const AppleMarkupConverter converter;
   const TokenList list = listOf("[[emph +]][[rate 1]] two words [[rset 0]]");
   unsigned int textPos = 0;
@@ -444,7 +443,7 @@ TEST(Converter, FindsTheEndOfTheFirstWordBehindARunOfCommands) {
   EXPECT_EQ(tokenIndex, 2);
 }
 
-TEST(Converter, TakesTheLastByteOfAWordInFrontOfACommandForTheNext) {
+TEST(Converter, TakesTheLastByteOfAWordBeforeACommandForTheNext) {
   const AppleMarkupConverter converter;
   const TokenList list = listOf("[[emph +]]word[[rset 0]]");
   unsigned int textPos = 0;
@@ -454,7 +453,7 @@ TEST(Converter, TakesTheLastByteOfAWordInFrontOfACommandForTheNext) {
   EXPECT_EQ(tokenIndex, 1);
 }
 
-TEST(Converter, AnswersIndexZeroWhenNoCommandFollows) {
+TEST(Converter, ReturnsIndexZeroWhenNoCommandFollows) {
   const AppleMarkupConverter converter;
   const TokenList list = listOf("[[frob]]x[[rate 1]]y[[frob]]");
   EXPECT_EQ(converter.nextAppleToken(list, 0), 1);
@@ -482,7 +481,7 @@ TEST(PositionMap, MapsCopiedReplacedAndInsertedBytes) {
   EXPECT_EQ(map.origin(0xFFFFFFFFu), 4u);
 }
 
-TEST(PositionMap, AnswersZeroWhenItIsEmpty) {
+TEST(PositionMap, ReturnsZeroWhenItIsEmpty) {
   const PositionMap map;
   EXPECT_EQ(map.origin(5), 0u);
   EXPECT_EQ(map.originEnd(5), 0u);
@@ -507,7 +506,7 @@ TEST(PositionMap, ComposesTwoSteps) {
 
 // ---- Numbers
 
-double streamed(const std::string& text) {
+double readFromStream(const std::string& text) {
   std::istringstream in(text);
   in.imbue(std::locale::classic());
   double value = 0;
@@ -546,10 +545,10 @@ TEST(Numbers, ReadAsATextStreamReadsThem) {
                                  "\v",
                                  "0.00000000000000000000000000000000000001",
                                  "123456789012345678901234567890"}) {
-    EXPECT_EQ(readNumber(text), streamed(text)) << text;
+    EXPECT_EQ(readNumber(text), readFromStream(text)) << text;
   }
   const std::string manyDigits(100000, '9');
-  EXPECT_EQ(readNumber(manyDigits), streamed(manyDigits));
+  EXPECT_EQ(readNumber(manyDigits), readFromStream(manyDigits));
   EXPECT_EQ(readNumber("0." + std::string(1000, '0') + "1"), 0.0);
 }
 
@@ -559,7 +558,7 @@ TEST(Numbers, ReadAsATextStreamReadsRandomOnes) {
   for (int i = 0; i < 20000; ++i) {
     std::string text;
     for (std::size_t n = random() % 9; n > 0; --n) text += alphabet[random() % alphabet.size()];
-    EXPECT_EQ(readNumber(text), streamed(text)) << text;
+    EXPECT_EQ(readNumber(text), readFromStream(text)) << text;
   }
 }
 
@@ -591,7 +590,7 @@ TEST(Numbers, ReadIntegersAsATextStreamReadsThem) {
 }
 
 TEST(Numbers, DoNotDependOnTheLocale) {
-  // Whether or not the machine has such a locale, the point stays the point.
+  // The decimal point must stay a point whether or not the machine has this locale.
   std::setlocale(LC_ALL, "de_DE.UTF-8");
   EXPECT_EQ(numberText(0.5), "0.5");
   EXPECT_EQ(readNumber("0.5"), 0.5);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The registry of open channels, and how a channel comes and goes.
+// The registry of open channels, and how channels are created and closed.
 
 #include <array>
 #include <atomic>
@@ -55,7 +55,7 @@ TEST_F(Registry, TheNewestChannelIsTheHead) {
   EXPECT_EQ(first->next, nullptr);
 }
 
-TEST_F(Registry, DeletingTheMiddleOneLinksItsNeighbours) {
+TEST_F(Registry, DeletingAMiddleChannelLinksItsNeighbours) {
   const SpeechChannelIdentifier one = openBare();
   const SpeechChannelIdentifier two = openBare();
   const SpeechChannelIdentifier three = openBare();
@@ -65,7 +65,7 @@ TEST_F(Registry, DeletingTheMiddleOneLinksItsNeighbours) {
   EXPECT_EQ(find_channel(one)->prev, find_channel(three));
 }
 
-TEST_F(Registry, DeletingTheHeadMakesTheNextOneTheHead) {
+TEST_F(Registry, DeletingTheHeadMakesTheNextChannelTheHead) {
   const SpeechChannelIdentifier one = openBare();
   const SpeechChannelIdentifier two = openBare();
   close(two);
@@ -74,14 +74,14 @@ TEST_F(Registry, DeletingTheHeadMakesTheNextOneTheHead) {
   EXPECT_EQ(find_channel(three)->next, find_channel(one));
 }
 
-TEST_F(Registry, DeletingTheOldestOneEndsTheListAtTheNext) {
+TEST_F(Registry, DeletingTheOldestChannelEndsTheListAtTheNext) {
   const SpeechChannelIdentifier one = openBare();
   const SpeechChannelIdentifier two = openBare();
   close(one);
   EXPECT_EQ(find_channel(two)->next, nullptr);
 }
 
-TEST_F(Registry, DeletingTheOnlyOneLeavesNone) {
+TEST_F(Registry, DeletingTheOnlyChannelLeavesAnEmptyList) {
   const SpeechChannelIdentifier one = openBare();
   EXPECT_EQ(find_channel(one)->next, nullptr);
   close(one);
@@ -97,7 +97,7 @@ TEST_F(Registry, AnUnknownIdentifierFindsNothing) {
   EXPECT_EQ(find_channel(-1), nullptr);
 }
 
-TEST_F(Registry, TheLockOfAChannelMayBeTakenAgainByItsOwner) {
+TEST_F(Registry, TheLockOfAChannelIsRecursive) {
   speech_channel* const channel = find_channel(openBare());
   EXPECT_EQ(mutex_lock(&channel->mtx), 0);
   EXPECT_EQ(mutex_lock(&channel->mtx), 0);
@@ -108,7 +108,7 @@ TEST_F(Registry, TheLockOfAChannelMayBeTakenAgainByItsOwner) {
   mutex_unlock(&channel->mtx);
 }
 
-TEST_F(Registry, ClosingAnIdleChannelAsksTheEngineNothing) {
+TEST_F(Registry, ClosingAnIdleChannelDoesNotCallTheEngine) {
   const SpeechChannelIdentifier id = openBare();
   engine().forgetCalls();
   EXPECT_EQ(close(id), noErr);
@@ -150,7 +150,7 @@ TEST_F(Registry, ClosingReturnsOnlyWhenTheJobIsFinished) {
   EXPECT_EQ(client().count("done"), 1);
 }
 
-TEST_F(Registry, ClosingLeavesThePortOpenAndTheEngineToo) {
+TEST_F(Registry, ClosingLeavesThePortAndTheEngineOpen) {
   const SpeechChannelIdentifier id = open();
   ASSERT_EQ(speak(id, "Hello"), noErr);
   close(id);
@@ -177,7 +177,7 @@ TEST_F(Registry, ClosingReleasesVoiceFileAndText) {
   EXPECT_TRUE(eventually([] { return engine().live().blocks == 0; }));
 }
 
-TEST_F(Registry, AChannelThatTheEngineWillNotStopIsClosedAllTheSame) {
+TEST_F(Registry, AChannelThatTheEngineDoesNotStopIsStillClosed) {
   const SpeechChannelIdentifier id = open();
   ASSERT_EQ(speak(id, "Hello"), noErr);
   engine().setResult(Op::Stop, KAVREL_INTERNAL_ERROR);
@@ -185,11 +185,11 @@ TEST_F(Registry, AChannelThatTheEngineWillNotStopIsClosedAllTheSame) {
   EXPECT_EQ(close(id), noErr);
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "Stopping channel failed (internal error)\n");
   EXPECT_EQ(find_channel(id), nullptr);
-  // Events of the job that speaks on find no channel and do no harm.
+  // Events of the job that is still speaking find no channel and are ignored.
   engine().port(1).word(0, 1).phoneme("ae", 0).bookmark("1").end();
 }
 
-TEST_F(Registry, EventsAfterACloseReachNobody) {
+TEST_F(Registry, EventsAfterACloseAreIgnored) {
   const SpeechChannelIdentifier id = open();
   ASSERT_EQ(speak(id, "Hello"), noErr);
   close(id);
@@ -212,7 +212,7 @@ TEST_F(Registry, TwoThreadsMayCloseTheSameChannel) {
   EXPECT_EQ(client().count("done"), 50);
 }
 
-TEST_F(Registry, ThousandChannelsAreFoundAndClosedInAnyOrder) {
+TEST_F(Registry, AThousandChannelsAreFoundAndClosedInAnyOrder) {
   std::vector<SpeechChannelIdentifier> ids;
   for (int i = 0; i < 1000; ++i) ids.push_back(openBare());
   for (std::size_t i = 0; i < ids.size(); i += 2) EXPECT_EQ(close(ids[i]), noErr);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The settings record and the selectors that read and write it.
+// The settings record and the selectors that get and set its values.
 
 #include <array>
 #include <cstring>
@@ -95,7 +95,7 @@ TEST_F(PitchDefaults, OverwriteBothWhenForced) {
   EXPECT_EQ(m_settings.pitchAssumedBase, 43);
 }
 
-TEST_F(PitchDefaults, AskForAWholeDescription) {
+TEST_F(PitchDefaults, RequireAWholeDescription) {
   SetPitchDefaults(&m_voice, m_settings, false);
   SetPitchDefaults(nullptr, m_settings, false);
   ASSERT_EQ(voices().asked.size(), 2u);
@@ -105,7 +105,7 @@ TEST_F(PitchDefaults, AskForAWholeDescription) {
 
 // ---- Reading
 
-TEST_F(Selectors, AFreshChannelReadsTheDefaults) {
+TEST_F(Selectors, ANewChannelReturnsTheDefaults) {
   const SpeechChannelIdentifier id = open();
   EXPECT_EQ(get<Fixed>(id, soRate), 0x00B40000);
   EXPECT_EQ(get<Fixed>(id, soVolume), 0x00010000);
@@ -116,7 +116,7 @@ TEST_F(Selectors, AFreshChannelReadsTheDefaults) {
   EXPECT_EQ(get<OSType>(id, soNumberMode), code("NORM"));
 }
 
-TEST_F(Selectors, TheSynthesizerNamesItself) {
+TEST_F(Selectors, TheSynthesizerReturnsItsName) {
   const auto version = get<SpeechVersionInfo>(open(), soSynthType);
   EXPECT_EQ(OSType{version.synthType}, code("ttsc"));
   EXPECT_EQ(OSType{version.synthSubType}, code("KVRL"));
@@ -128,7 +128,7 @@ TEST_F(Selectors, TheSynthesizerNamesItself) {
   EXPECT_EQ(version.synthVersion.nonRelRev, 0);
 }
 
-TEST_F(Selectors, StatusReadsAsTheStatusEntryPoint) {
+TEST_F(Selectors, StatusEqualsTheStatusEntryPoint) {
   const SpeechChannelIdentifier id = open();
   ASSERT_EQ(speak(id, "Hello"), noErr);
   engine().port(1).phoneme("ae", 3);
@@ -138,7 +138,7 @@ TEST_F(Selectors, StatusReadsAsTheStatusEntryPoint) {
   EXPECT_EQ(int{info.inputBytesLeft}, statusInfo(id).inputBytesLeft);
 }
 
-TEST_F(Selectors, ErrorsAndTheRecentSyncAreAnsweredAndNotWritten) {
+TEST_F(Selectors, ErrorsAndTheRecentSyncAreReadableAndNotWritten) {
   const SpeechChannelIdentifier id = open();
   for (const OSType selector : {OSType{soErrors}, OSType{soRecentSync}}) {
     std::array<unsigned char, 64> record;
@@ -148,7 +148,7 @@ TEST_F(Selectors, ErrorsAndTheRecentSyncAreAnsweredAndNotWritten) {
   }
 }
 
-TEST_F(Selectors, UnknownOnesAreRefusedWhenReadAndAcceptedWhenWritten) {
+TEST_F(Selectors, UnknownSelectorsAreRejectedWhenReadAndAcceptedWhenWritten) {
   const SpeechChannelIdentifier id = open();
   for (const OSType selector : {code("zzzz"), OSType{0}, OSType{0xFFFFFFFF}, code("RATE"),
                                 OSType{soPhonemeSymbols}, OSType{soCurrentVoice}}) {
@@ -160,7 +160,7 @@ TEST_F(Selectors, UnknownOnesAreRefusedWhenReadAndAcceptedWhenWritten) {
   }
 }
 
-TEST_F(Selectors, ThatCanOnlyBeWrittenAreUnknownWhenRead) {
+TEST_F(Selectors, WriteOnlySelectorsAreUnknownWhenRead) {
   const SpeechChannelIdentifier id = open();
   for (const OSType selector :
        std::vector<OSType>{soCommandDelimiter, soReset, soOutputToFileWithCFURL, soTextDoneCallBack,
@@ -171,7 +171,7 @@ TEST_F(Selectors, ThatCanOnlyBeWrittenAreUnknownWhenRead) {
   }
 }
 
-TEST_F(Selectors, ThatCanOnlyBeReadAreAcceptedAndIgnoredWhenWritten) {
+TEST_F(Selectors, ReadOnlySelectorsAreAcceptedAndIgnoredWhenWritten) {
   const SpeechChannelIdentifier id = open();
   OSType value = code("XXXX");
   for (const OSType selector : {soStatus, soErrors, soRecentSync, soSynthType}) {
@@ -180,7 +180,7 @@ TEST_F(Selectors, ThatCanOnlyBeReadAreAcceptedAndIgnoredWhenWritten) {
   EXPECT_EQ(OSType{get<SpeechVersionInfo>(id, soSynthType).synthSubType}, code("KVRL"));
 }
 
-TEST_F(Selectors, ANullPlaceIsRefusedBeforeTheSelectorIsLookedAt) {
+TEST_F(Selectors, ANullPointerIsRejectedBeforeTheSelectorIsChecked) {
   const SpeechChannelIdentifier id = open();
   for (const OSType selector : {OSType{soStatus}, OSType{soErrors}, OSType{soRate}, code("zzzz")}) {
     EXPECT_EQ(SEGetSpeechInfo(id, selector, nullptr), paramErr);
@@ -189,7 +189,7 @@ TEST_F(Selectors, ANullPlaceIsRefusedBeforeTheSelectorIsLookedAt) {
 
 // ---- Writing
 
-TEST_F(Selectors, NumbersAreCutToWholeOnes) {
+TEST_F(Selectors, NumbersAreTruncatedToIntegers) {
   struct Row {
     OSType selector;
     Fixed set;
@@ -216,7 +216,7 @@ TEST_F(Selectors, TheVolumeIsKeptInPercent) {
   EXPECT_EQ(environment(id).volume, 0.0);
 }
 
-TEST_F(Selectors, ThePitchBaseLeavesTheAssumedOneAlone) {
+TEST_F(Selectors, ThePitchBaseDoesNotChangeTheAssumedPitch) {
   const SpeechChannelIdentifier id = open();
   set(id, soReset, nullptr);
   ASSERT_EQ(environment(id).pitchAssumedBase, 53);
@@ -225,7 +225,7 @@ TEST_F(Selectors, ThePitchBaseLeavesTheAssumedOneAlone) {
   EXPECT_EQ(environment(id).pitchAssumedBase, 53);
 }
 
-TEST_F(Selectors, ModesTakeTheirTwoCodesAndNoOther) {
+TEST_F(Selectors, ModesAcceptOnlyTheirTwoCodes) {
   struct Row {
     OSType selector;
     OSType on;
@@ -295,14 +295,14 @@ TEST_F(Selectors, AResetRestoresTheSettingsAndTheVoicesPitch) {
   EXPECT_STREQ(settings.tagEnd, "]]");
 }
 
-TEST_F(Selectors, AResetWithoutAVoiceAsksForTheDefaultVoice) {
+TEST_F(Selectors, AResetWithoutAVoiceSelectsTheDefaultVoice) {
   const SpeechChannelIdentifier id = open();
   voices().genders[0] = kMale;
   EXPECT_EQ(SESetSpeechInfo(id, soReset, nullptr), noErr);
   EXPECT_EQ(environment(id).pitchBase, 43);
 }
 
-TEST_F(Selectors, AResetLeavesCallbacksFileAndVoiceAlone) {
+TEST_F(Selectors, AResetKeepsCallbacksFileAndVoice) {
   const SpeechChannelIdentifier id = open();
   EXPECT_EQ(SESetSpeechInfo(id, soReset, nullptr), noErr);
   ASSERT_EQ(speak(id, "Hello"), noErr);
@@ -310,7 +310,7 @@ TEST_F(Selectors, AResetLeavesCallbacksFileAndVoiceAlone) {
   EXPECT_TRUE(client().waitForDone());
 }
 
-TEST_F(Selectors, CallbacksAndTheConstantAreStoredAsGiven) {
+TEST_F(Selectors, CallbacksAndTheReferenceConstantAreStoredUnchanged) {
   const SpeechChannelIdentifier id = openBare();
   struct Row {
     OSType selector;
@@ -343,14 +343,14 @@ TEST_F(Selectors, CallbacksAndTheConstantAreStoredAsGiven) {
   }
 }
 
-TEST_F(Selectors, SettingsOfOneChannelAreNotAnothers) {
+TEST_F(Selectors, EachChannelHasItsOwnSettings) {
   const SpeechChannelIdentifier one = open();
   const SpeechChannelIdentifier other = open();
   setValue(one, soRate, fixed(300));
   EXPECT_EQ(get<Fixed>(other, soRate), fixed(180));
 }
 
-TEST_F(Selectors, AskTheEngineNothing) {
+TEST_F(Selectors, DoNotCallTheEngine) {
   const SpeechChannelIdentifier id = open();
   ASSERT_EQ(speak(id, "Hello"), noErr);
   engine().forgetCalls();
@@ -404,7 +404,7 @@ TEST_F(OutputFile, MayHave2047Bytes) {
   EXPECT_EQ(file(id), longest);
 }
 
-TEST_F(OutputFile, WhosePathIsTooLongIsRefusedAndTheBufferStays) {
+TEST_F(OutputFile, WithATooLongPathIsRejectedAndTheBufferIsUnchanged) {
   const SpeechChannelIdentifier id = open();
   EXPECT_EQ(setFile(id, '/' + std::string(2047, 'x')), paramErr);
   EXPECT_NE(read(id, [](const speech_channel& c) { return c.outfile; }), nullptr);

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// SESpeakBuffer: which bytes are spoken, how text-done adds to them, and what failures leave
-// behind.
+// SESpeakBuffer: which bytes are spoken, how text-done adds to them, and the state after failures.
 
 #include <cstring>
 
@@ -21,7 +20,7 @@ using testing::IsEmpty;
 
 class SpeakBuffer : public ChannelTest {
  protected:
-  // A channel whose text-done callback hands out `pieces`, then null.
+  // A channel whose text-done callback returns each of `pieces`, then null.
   SpeechChannelIdentifier openWithPieces(std::vector<std::string> pieces) {
     const SpeechChannelIdentifier id = open();
     m_pieces = std::move(pieces);
@@ -40,7 +39,7 @@ class SpeakBuffer : public ChannelTest {
   int m_asked = 0;
 };
 
-// Memory whose last byte lies in front of a page that must not be touched.
+// A text that ends immediately before an inaccessible page.
 class GuardedText {
  public:
   explicit GuardedText(const std::string& text) : m_page(static_cast<std::size_t>(getpagesize())) {
@@ -85,7 +84,7 @@ TEST_F(SpeakBuffer, ConvertsEmbeddedCommandsWithTheSettingsOfTheChannel) {
   EXPECT_THAT(engine().port(1).text(), HasSubstr("<mark name='"));
 }
 
-TEST_F(SpeakBuffer, NoBytesAreAnEmptyText) {
+TEST_F(SpeakBuffer, ALengthOfZeroIsAnEmptyText) {
   const SpeechChannelIdentifier id = open();
   char text[] = "unread";
   EXPECT_EQ(SESpeakBuffer(id, text, 0, 0), noErr);
@@ -112,14 +111,14 @@ TEST_F(SpeakBuffer, TheTraceReadsNoByteBeyondTheLengthEither) {
   EXPECT_EQ(engine().port(1).text(), converted("Hello"));
 }
 
-TEST_F(SpeakBuffer, BytesBehindTheLengthAreNotSpoken) {
+TEST_F(SpeakBuffer, BytesAfterTheLengthAreNotSpoken) {
   const SpeechChannelIdentifier id = open();
   char text[] = "Hello world";
   EXPECT_EQ(SESpeakBuffer(id, text, 5, 0), noErr);
   EXPECT_EQ(engine().port(1).text(), converted("Hello"));
 }
 
-TEST_F(SpeakBuffer, ANulInsideEndsTheText) {
+TEST_F(SpeakBuffer, ANulByteEndsTheText) {
   const SpeechChannelIdentifier id = open();
   EXPECT_EQ(speak(id, std::string("Hel\0lo", 6)), noErr);
   EXPECT_EQ(engine().port(1).text(), converted("Hel"));
@@ -133,7 +132,7 @@ TEST_F(SpeakBuffer, AMegabyteIsSpokenWhole) {
   EXPECT_EQ(engine().port(1).text(), converted(text));
 }
 
-TEST_F(SpeakBuffer, TheCallersBufferMayGoAsSoonAsTheCallReturns) {
+TEST_F(SpeakBuffer, TheCallersBufferMayBeFreedOnceTheCallReturns) {
   const SpeechChannelIdentifier id = open();
   std::string text = "Hello";
   EXPECT_EQ(SESpeakBuffer(id, text.data(), 5, 0), noErr);
@@ -155,7 +154,7 @@ TEST_F(SpeakBuffer, ControlFlagsChangeNothing) {
 
 // ---- Busy channels
 
-TEST_F(SpeakBuffer, ASecondBufferIsRefusedAndDoesNotDisturbTheFirst) {
+TEST_F(SpeakBuffer, ASecondBufferIsRejectedAndDoesNotDisturbTheFirst) {
   const SpeechChannelIdentifier id = open();
   ASSERT_EQ(speak(id, "first"), noErr);
   engine().forgetCalls();
@@ -169,7 +168,7 @@ TEST_F(SpeakBuffer, ASecondBufferIsRefusedAndDoesNotDisturbTheFirst) {
             converted("first"));
 }
 
-TEST_F(SpeakBuffer, ARefusedBufferDoesNotAskForFurtherText) {
+TEST_F(SpeakBuffer, ARejectedBufferDoesNotRequestMoreText) {
   const SpeechChannelIdentifier id = openWithPieces({});
   ASSERT_EQ(speak(id, "first"), noErr);
   const int asked = m_asked;
@@ -179,7 +178,7 @@ TEST_F(SpeakBuffer, ARefusedBufferDoesNotAskForFurtherText) {
 
 // ---- Text-done
 
-TEST_F(SpeakBuffer, FurtherTextIsSpokenInTheSameJob) {
+TEST_F(SpeakBuffer, MoreTextIsSpokenInTheSameJob) {
   const SpeechChannelIdentifier id = openWithPieces({" world"});
   EXPECT_EQ(speak(id, "Hello"), noErr);
   EXPECT_EQ(m_asked, 2);
@@ -200,7 +199,7 @@ TEST_F(SpeakBuffer, AnEmptyPieceIsNotTheEnd) {
   EXPECT_EQ(engine().port(1).text(), converted("Hello world"));
 }
 
-TEST_F(SpeakBuffer, AskedForFurtherTextWithTheChannelTheConstantAndTheFlags) {
+TEST_F(SpeakBuffer, TextDoneReceivesTheChannelTheConstantAndTheFlags) {
   const SpeechChannelIdentifier id = open();
   SpeechChannelIdentifier seen = 0;
   SInt32 flagsSeen = 0;
@@ -224,7 +223,7 @@ TEST_F(SpeakBuffer, FlagsThatTheCallbackChangesAreSeenByTheNextCall) {
   client().onTextDone = [&](auto, const void** next, unsigned long* length, SInt32* flags) {
     seen.push_back(*flags);
     *flags += 1;
-    *length = 99;  // not consulted: the piece ends at its NUL
+    *length = 99;  // ignored: the piece ends at its NUL
     *next = seen.size() < 3 ? "x" : nullptr;
   };
   set(id, soTextDoneCallBack, asPointer(Client::textDone));
@@ -233,7 +232,7 @@ TEST_F(SpeakBuffer, FlagsThatTheCallbackChangesAreSeenByTheNextCall) {
   EXPECT_EQ(engine().port(1).text(), converted("axx"));
 }
 
-TEST_F(SpeakBuffer, ThePieceOfTheCallBeforeStandsInThePlaceForTheNext) {
+TEST_F(SpeakBuffer, ThePreviousPieceIsTheInitialValueOfTheNext) {
   const SpeechChannelIdentifier id = open();
   std::vector<const void*> found;
   static const char kPiece[] = "x";
@@ -265,7 +264,7 @@ TEST_F(SpeakBuffer, TextDoneRunsOnTheCallersThreadInsideTheLock) {
   EXPECT_TRUE(locked);
 }
 
-// The work must grow with the number of pieces, not with its square.
+// The work must be linear in the number of pieces, not quadratic.
 TEST_F(SpeakBuffer, AMillionPiecesOfOneByteAreGathered) {
   const SpeechChannelIdentifier id = open();
   int left = 1'000'000;
@@ -277,7 +276,7 @@ TEST_F(SpeakBuffer, AMillionPiecesOfOneByteAreGathered) {
   EXPECT_EQ(engine().port(1).text(), converted(std::string(1'000'000, 'x')));
 }
 
-TEST_F(SpeakBuffer, AnotherChannelsTextDoneIsNotAsked) {
+TEST_F(SpeakBuffer, AnotherChannelsTextDoneIsNotCalled) {
   openWithPieces({});
   EXPECT_EQ(speak(open(), "Hello"), noErr);
   EXPECT_EQ(m_asked, 0);
@@ -285,7 +284,7 @@ TEST_F(SpeakBuffer, AnotherChannelsTextDoneIsNotAsked) {
 
 // ---- Failures
 
-TEST_F(SpeakBuffer, TextThatCannotBeConvertedIsRefusedAndReleased) {
+TEST_F(SpeakBuffer, TextThatCannotBeConvertedIsRejectedAndReleased) {
   const SpeechChannelIdentifier id = open();
   engine().forgetCalls();
   EXPECT_EQ(speak(id, "[[inpt PHON]]#!?[[inpt TEXT]]"), badInputText);
@@ -296,13 +295,13 @@ TEST_F(SpeakBuffer, TextThatCannotBeConvertedIsRefusedAndReleased) {
   EXPECT_EQ(speak(id, "Hello"), noErr);
 }
 
-TEST_F(SpeakBuffer, FurtherTextThatCannotBeConvertedIsRefusedToo) {
+TEST_F(SpeakBuffer, MoreTextThatCannotBeConvertedIsRejectedToo) {
   const SpeechChannelIdentifier id = openWithPieces({"#!?[[inpt TEXT]]"});
   EXPECT_EQ(speak(id, "[[inpt PHON]]"), badInputText);
   EXPECT_EQ(status(id), STATUS_IDLE);
 }
 
-TEST_F(SpeakBuffer, ARefusedBufferLeavesTheLockFree) {
+TEST_F(SpeakBuffer, ARejectedBufferLeavesTheLockFree) {
   const SpeechChannelIdentifier id = open();
   speak(id, "[[inpt PHON]]#!?[[inpt TEXT]]");
   engine().fail(Op::PortOpen, 1);
@@ -310,8 +309,9 @@ TEST_F(SpeakBuffer, ARefusedBufferLeavesTheLockFree) {
   EXPECT_EQ(engine().heldLocks(), 0);
 }
 
-// Memory that runs out anywhere leaves the lock free, nothing behind, and a channel that speaks.
-TEST_F(SpeakBuffer, ShortageOfTheEnginesMemoryLeavesTheChannelUsable) {
+// Out of memory at any allocation leaves the lock free, no allocated memory, and a channel that can
+// speak.
+TEST_F(SpeakBuffer, FailedEngineAllocationsLeaveTheChannelUsable) {
   for (int k = 1; k < 1000; ++k) {
     SCOPED_TRACE(k);
     Client& own = newClient();
@@ -339,12 +339,12 @@ TEST_F(SpeakBuffer, ShortageOfTheEnginesMemoryLeavesTheChannelUsable) {
       return;
     }
   }
-  FAIL() << "faults did not come to an end";
+  FAIL() << "one call makes 1000 allocations or more";
 }
 
-// ---- What is kept on purpose
+// ---- Intended leaks
 
-TEST_F(SpeakBuffer, KeepsOneParameterSetForEachOpenAndEachJob) {
+TEST_F(SpeakBuffer, KeepsOneParameterSetPerOpenAndPerJob) {
   const SpeechChannelIdentifier id = open();
   EXPECT_EQ(engine().live().parameterSets, 1);
   for (int job = 1; job <= 3; ++job) {
@@ -362,7 +362,7 @@ TEST_F(SpeakBuffer, KeepsOneParameterSetForEachOpenAndEachJob) {
   EXPECT_EQ(engine().count(Op::PortClose), 0);
 }
 
-TEST_F(SpeakBuffer, ABufferThatIsRefusedKeepsNothing) {
+TEST_F(SpeakBuffer, ARejectedBufferKeepsNothing) {
   const SpeechChannelIdentifier id = open();
   speak(id, "[[inpt PHON]]#!?[[inpt TEXT]]");
   EXPECT_EQ(engine().live().parameterSets, 1);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Channels when the conversion fails, and when the client calls back into the channel from
-// text-done. tests/robustness/faults has faults of all other kinds.
+// Failures of the conversion, and clients that call into the channel from text-done.
+// tests/robustness/faults tests all other kinds of faults.
 
 #include <utility>
 
@@ -19,7 +19,8 @@ class Faults : public ChannelTest {};
 
 // ---- The conversion
 
-// Errors of other kinds than the converter's own leave the entry point, and nothing behind.
+// Errors other than the converter's own leave the entry point as exceptions and keep nothing
+// allocated.
 TEST_F(Faults, MemoryErrorsOfTheConversionLeaveTheChannelIdleAndEmpty) {
   const SpeechChannelIdentifier id = open();
   engine().fail(Op::Alloc, 1, Times::ForGood);
@@ -36,7 +37,7 @@ TEST_F(Faults, MemoryErrorsOfTheConversionLeaveTheChannelIdleAndEmpty) {
 
 class InsideTextDone : public Faults {
  protected:
-  // Speaks on a channel that runs `action` once inside text-done; the result.
+  // Speaks on a channel that runs `action` once inside text-done; returns the result of the call.
   long speakDoing(SpeechChannelIdentifier id, const std::function<void()>& action) {
     bool done = false;
     client().onTextDone = [&](auto, const void** next, unsigned long*, SInt32*) {
@@ -50,7 +51,7 @@ class InsideTextDone : public Faults {
   }
 };
 
-TEST_F(InsideTextDone, SettingsMayBeChangedAndHoldForThisText) {
+TEST_F(InsideTextDone, SettingsMayBeChangedAndApplyToThisText) {
   const SpeechChannelIdentifier id = open();
   EXPECT_EQ(speakDoing(id,
                        [&] {
@@ -61,13 +62,13 @@ TEST_F(InsideTextDone, SettingsMayBeChangedAndHoldForThisText) {
   EXPECT_THAT(engine().port(1).text(), testing::HasSubstr("volume='50'"));
 }
 
-TEST_F(InsideTextDone, ACloseKeepsTheTextFromBeingSpoken) {
+TEST_F(InsideTextDone, ACloseDiscardsTheText) {
   const SpeechChannelIdentifier id = open();
   long closed = -1;
   const long result = speakDoing(id, [&] { closed = close(id); });
   EXPECT_EQ(closed, noErr);
   EXPECT_EQ(find_channel(id), nullptr);
-  // A job on a channel that is gone could be neither stopped nor heard of.
+  // Nobody could stop a job on a closed channel or receive its events.
   EXPECT_THAT(result, AnyOf(noSynthFound, synthNotReady));
   EXPECT_EQ(engine().count(Op::Speak), 0);
 }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// SEUseVoice and the helpers that turn bundles into paths.
+// SEUseVoice and the helpers that convert bundles to paths.
 
 #include <filesystem>
 
@@ -22,7 +22,7 @@ CFURLRef urlOf(const std::string& path) {
                                                  static_cast<CFIndex>(path.size()), true);
 }
 
-// A bundle of a folder that exists for the life of the object.
+// A bundle whose folder exists for the lifetime of the object.
 class Bundle {
  public:
   explicit Bundle(const std::string& name)
@@ -130,7 +130,7 @@ TEST_F(UseVoice, ReleasesWhatItTakesFromTheBundle) {
   CFRelease(url);
 }
 
-TEST_F(UseVoice, AnUnknownChannelIsSaidWithoutTheGate) {
+TEST_F(UseVoice, AnUnknownChannelIsReportedWithoutTheGate) {
   const SpeechChannelIdentifier gone = open();
   close(gone);
   EXPECT_EQ(SEUseVoice(gone, &m_man, nullptr), noSynthFound);
@@ -140,7 +140,7 @@ TEST_F(UseVoice, AnUnknownChannelIsSaidWithoutTheGate) {
   EXPECT_THAT(engine().diagnostics()[0].calls, ElementsAre("errmsg"));
 }
 
-TEST_F(UseVoice, ANullVoiceIsTakenAsTheDefaultVoice) {
+TEST_F(UseVoice, ANullVoiceSelectsTheDefaultVoice) {
   const SpeechChannelIdentifier id = open();
   const Bundle bundle("Ava");
   voices().genders[0] = kMale;
@@ -149,7 +149,7 @@ TEST_F(UseVoice, ANullVoiceIsTakenAsTheDefaultVoice) {
   EXPECT_EQ(pitchBase(id), 43);
 }
 
-TEST_F(UseVoice, ABundleWithoutAPathLeavesAVoiceWithoutAFolder) {
+TEST_F(UseVoice, ABundleWithoutAPathGivesAVoiceWithoutAFolder) {
   const SpeechChannelIdentifier id = open();
   EXPECT_EQ(SEUseVoice(id, &m_man, nullptr), noErr);
   EXPECT_EQ(directory(id), "(none)");
@@ -175,7 +175,7 @@ class Paths : public ChannelTest {
   }
 };
 
-TEST_F(Paths, AURLGivesItsPath) {
+TEST_F(Paths, AURLIsConvertedToItsPath) {
   const CFURLRef url = urlOf("/voices/Ava and Bob.SpeechVoice");
   char* path = get_url_path(url);
   EXPECT_STREQ(path, "/voices/Ava and Bob.SpeechVoice");
@@ -184,7 +184,7 @@ TEST_F(Paths, AURLGivesItsPath) {
   CFRelease(url);
 }
 
-TEST_F(Paths, ARelativeURLGivesAnAbsolutePath) {
+TEST_F(Paths, ARelativeURLIsConvertedToAnAbsolutePath) {
   const CFURLRef url = urlOf("Ava");
   char* path = get_url_path(url);
   EXPECT_EQ(path, std::filesystem::current_path().string() + "/Ava");
@@ -201,7 +201,7 @@ TEST_F(Paths, AStringInItsOwnEncodingIsCopied) {
   CFRelease(string);
 }
 
-// A string of another encoding is converted into a buffer that is doubled until it fits.
+// A string in another encoding is converted into a buffer that is doubled until the string fits.
 TEST_F(Paths, AStringOfAnotherEncodingIsConvertedUpTo65535Bytes) {
   for (const std::size_t length : {0u, 1u, 255u, 256u, 257u, 511u, 512u, 5000u, 65535u}) {
     SCOPED_TRACE(length);
@@ -216,7 +216,7 @@ TEST_F(Paths, AStringOfAnotherEncodingIsConvertedUpTo65535Bytes) {
   EXPECT_EQ(engine().live().blocks, 0);
 }
 
-TEST_F(Paths, ALongerStringIsRefusedWithTheSizeThatWasNotTried) {
+TEST_F(Paths, ALongerStringIsRejectedWithTheSizeThatWasNotTried) {
   const CFStringRef string = stringOf(std::string(65536, 'x'), kCFStringEncodingMacRoman);
   engine().recordServices(true);
   EXPECT_EQ(get_c_string(string, kCFStringEncodingUTF8), nullptr);
@@ -231,14 +231,14 @@ TEST_F(Paths, ALongerStringIsRefusedWithTheSizeThatWasNotTried) {
   CFRelease(string);
 }
 
-TEST_F(Paths, AStringThatTheEncodingLacksIsRefused) {
+TEST_F(Paths, AStringThatTheEncodingCannotRepresentIsRejected) {
   const CFStringRef string = stringOf("\xC4", kCFStringEncodingMacRoman);
   EXPECT_EQ(get_c_string(string, kCFStringEncodingASCII), nullptr);
   EXPECT_EQ(engine().live().blocks, 0);
   CFRelease(string);
 }
 
-TEST_F(Paths, ShortageOfMemoryGivesNoString) {
+TEST_F(Paths, OutOfMemoryReturnsNoString) {
   const CFStringRef string = stringOf(std::string(1000, 'x'), kCFStringEncodingMacRoman);
   for (int k = 1; k <= 3; ++k) {
     engine().fail(Op::Alloc, k);

@@ -25,7 +25,7 @@ std::string macRoman(std::u32string_view text) {
   return encoded(text).text();
 }
 
-TEST(MacRomanEncoder, MakesOneLetterOfALetterAndItsAccents) {
+TEST(MacRomanEncoder, CombinesALetterAndItsAccents) {
   EXPECT_EQ(macRoman(U"cafe\u0301"), "caf\x8E");
   EXPECT_EQ(macRoman(U"a\u0323\u0302"), "\x89");
   EXPECT_EQ(macRoman(U"a\u0302\u0323"), "\x89");
@@ -34,12 +34,12 @@ TEST(MacRomanEncoder, MakesOneLetterOfALetterAndItsAccents) {
   EXPECT_EQ(macRoman(U"o\u0308\u0304y"), "\x9Ay");
 }
 
-TEST(MacRomanEncoder, KeepsAccentsFromOtherLetters) {
+TEST(MacRomanEncoder, DoesNotCombineAccentsWithOtherLetters) {
   EXPECT_EQ(macRoman(U"e\u200B\u0301"), "e");
   EXPECT_EQ(macRoman(U"e \u0301"), "e ");
 }
 
-TEST(MacRomanEncoder, SetsNumbersOffFromTheDigitsBefore) {
+TEST(MacRomanEncoder, SeparatesNumbersFromPrecedingDigits) {
   EXPECT_EQ(macRoman(U"5\u00BD cups"), "5 1/2 cups");
   EXPECT_EQ(macRoman(U"10\u00B9\u00B2"), "10 12");
   EXPECT_EQ(macRoman(U"m\u00B2"), "m2");
@@ -48,7 +48,7 @@ TEST(MacRomanEncoder, SetsNumbersOffFromTheDigitsBefore) {
   EXPECT_EQ(macRoman(U"1\u2473"), "1 20");
 }
 
-TEST(MacRomanEncoder, KnowsWhereEachByteCameFrom) {
+TEST(MacRomanEncoder, RecordsTheOriginOfEachByte) {
   const OriginText text = encoded(U"e\u0301\u00BD\u00ADx");
   ASSERT_EQ(text.text(),
             "\x8E"
@@ -57,7 +57,7 @@ TEST(MacRomanEncoder, KnowsWhereEachByteCameFrom) {
   EXPECT_EQ(text.originOf(5), 5U);
 }
 
-TEST(MacRomanEncoder, TakesAsciiInRuns) {
+TEST(MacRomanEncoder, EncodesAsciiInRuns) {
   MacRomanEncoder encoder;
   encoder.addAscii("cafe", 0);
   encoder.add(0x301, 4);
@@ -78,7 +78,7 @@ TEST(MacRomanEncoder, IsEmptyAfterEachText) {
   EXPECT_EQ(encoder.finish(0).text(), "");
 }
 
-TEST(MacRomanEncoder, TakesAMillionAccentsOnOneLetter) {
+TEST(MacRomanEncoder, EncodesAMillionAccentsOnOneLetter) {
   const std::u32string text = U"e" + std::u32string(1'000'000, char32_t{0x301});
   const OriginText result = encoded(text);
   EXPECT_EQ(result.text(), "\x8E");

@@ -29,7 +29,7 @@ TEST(OriginText, KeepsThePositionsOfACopy) {
   EXPECT_EQ(source(text, 1, 3), "1+3");
 }
 
-TEST(OriginText, LeadsBackFromAnyByteOfAReplacement) {
+TEST(OriginText, MapsEveryByteOfAReplacementToItsSource) {
   OriginText text;
   text.appendCopy("a", 0);
   text.append("->", 1);  // three bytes of the source
@@ -42,7 +42,7 @@ TEST(OriginText, LeadsBackFromAnyByteOfAReplacement) {
   EXPECT_EQ(source(text, 3, 2), "4+2");
 }
 
-TEST(OriginText, CountsWhatVanishedToTheCharacterBefore) {
+TEST(OriginText, CountsRemovedTextToThePrecedingCharacter) {
   OriginText text;
   text.appendCopy("xy", 0);
   text.appendCopy("z", 5);

@@ -17,7 +17,7 @@ using base::ScopedUnlock;
 
 namespace {
 
-// Compiles only if nothing runs before main() to make it.
+// Compiles only if the mutex is constant-initialised.
 NEVER_DESTROYED constinit Mutex globalLock;
 int globalCount GUARDED_BY(globalLock) = 0;
 
@@ -28,7 +28,7 @@ const bool usedEarly = [] {
   return true;
 }();
 
-// A lock that counts what is done to it.
+// A lock that counts its operations.
 class CAPABILITY("counting lock") CountingLock {
  public:
   void lock() ACQUIRE() { ++locked; }
@@ -46,7 +46,7 @@ class Counter {
     m_changed.notifyAll();
   }
 
-  // Returns false when `limit` has passed before the count has reached `wanted`.
+  // Returns false if the count has not reached `wanted` within `limit`.
   bool waitFor(int wanted, Clock::time_point limit) EXCLUDES(m_lock) {
     const ScopedLock held(m_lock);
     while (m_count < wanted) {
@@ -68,13 +68,13 @@ class Counter {
 
 }  // namespace
 
-TEST(Mutex, OfTheWholeProcessIsThereBeforeMainBegins) {
+TEST(Mutex, IsUsableByConstructorsOfGlobals) {
   const ScopedLock held(globalLock);
   EXPECT_TRUE(usedEarly);
   EXPECT_EQ(globalCount, 1);
 }
 
-TEST(Mutex, LetsOneThreadInAtATime) {
+TEST(Mutex, IsHeldByOneThreadAtATime) {
   constexpr int kRounds = 10'000;
   Mutex lock;
   int count = 0;
@@ -126,7 +126,7 @@ TEST(ScopedUnlock, ReleasesUntilItsScopeEnds) {
   EXPECT_EQ(lock.unlocked, 2);
 }
 
-TEST(ScopedUnlock, LetsAnotherThreadInMeanwhile) {
+TEST(ScopedUnlock, AllowsAnotherThreadToLockMeanwhile) {
   Mutex lock;
   int value = 0;
   const ScopedLock held(lock);
@@ -140,7 +140,7 @@ TEST(ScopedUnlock, LetsAnotherThreadInMeanwhile) {
   EXPECT_EQ(value, 1);
 }
 
-TEST(Condition, WakesWhoWaits) {
+TEST(Condition, WakesAWaitingThread) {
   Counter asked;
   Counter served;
   std::thread server([&] {
@@ -157,7 +157,7 @@ TEST(Condition, WakesWhoWaits) {
   SUCCEED();
 }
 
-TEST(Condition, WakesOneWhoWaits) {
+TEST(Condition, WakesOneWaitingThread) {
   Mutex lock;
   Condition changed;
   bool ready = false;
@@ -182,7 +182,7 @@ TEST(Condition, ReleasesTheMutexDuringAWaitAndHoldsItAfterwards) {
   std::thread other;
   {
     const ScopedLock held(lock);
-    // Gets in only because the wait below releases the mutex.
+    // Gets the mutex only because the wait below releases it.
     other = std::thread([&] {
       const ScopedLock own(lock);
       inside = true;

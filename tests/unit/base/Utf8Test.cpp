@@ -30,12 +30,12 @@ TEST(Utf8, WritesTheShortestForm) {
   EXPECT_EQ(base::toUtf8(0x10FFFF), "\xF4\x8F\xBF\xBF");
 }
 
-TEST(Utf8, RejectsWhatIsMalformed) {
+TEST(Utf8, RejectsMalformedBytes) {
   for (const char* malformed : {
            "\x80",
            "\xBF",
            "\xFE",
-           "\xFF",  // never first
+           "\xFF",  // never a first byte
            "\xC0\xAF",
            "\xC1\xBF",
            "\xE0\x9F\xBF",
@@ -58,7 +58,7 @@ TEST(Utf8, RejectsWhatIsMalformed) {
   }
 }
 
-TEST(Utf8, LooksNoFurtherThanTheTextGoes) {
+TEST(Utf8, ReadsNoByteAfterTheText) {
   const std::string euro = "\xE2\x82\xAC";
   EXPECT_EQ(base::firstCharacter(std::string_view(euro).substr(0, 2)).length, 0U);
   EXPECT_EQ(base::firstCharacter(euro).code, U'\u20AC');
@@ -69,7 +69,7 @@ TEST(Utf8, CountsCharacters) {
   EXPECT_EQ(base::countCharacters("a\u00E9\u20AC\U0001F600"), 4U);
 }
 
-TEST(Utf16, LeadsBackFromEveryPair) {
+TEST(Utf16, ReadsBackEveryPair) {
   for (char32_t code = 0x10000; code <= 0x10FFFF; ++code) {
     const char16_t lead = base::leadSurrogate(code);
     const char16_t trail = base::trailSurrogate(code);
@@ -84,7 +84,7 @@ TEST(Utf16, CountsUnits) {
   EXPECT_EQ(base::utf16Length(0x10000), 2U);
 }
 
-TEST(Utf16, KnowsSurrogatesFromCharacters) {
+TEST(Utf16, DistinguishesSurrogatesFromCharacters) {
   EXPECT_TRUE(base::isScalarValue(0xD7FF));
   EXPECT_FALSE(base::isScalarValue(0xD800));
   EXPECT_FALSE(base::isScalarValue(0xDFFF));

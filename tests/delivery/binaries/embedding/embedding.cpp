@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Uses the plug-in's code without loading a plug-in.
+// Links to the plug-in's code and uses it without loading a plug-in.
 #include <cstdio>
 
 #include <AppleMarkupConverter.h>

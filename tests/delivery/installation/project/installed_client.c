@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 /*
- * A client of an installation, in the language that C and C++ have in common: speaks to the file
- * that its argument names, and waits until the speech is done. Exit status 0 when all went well.
+ * A client of an installation, valid as C and as C++: speaks to the file named by its argument and
+ * waits until the speech is done. Exit status: 0 on success.
  */
 #include <ApplicationServices/ApplicationServices.h>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Which events a job sends, in which order, with which text and place.
+// Which events a job sends, in which order, with which text and position.
 #include <algorithm>
 #include <string>
 #include <vector>
@@ -20,7 +20,7 @@ namespace {
 
 using Texts = std::vector<std::string>;
 
-// What stands in `text` at the event's place.
+// The part of `text` at the event's position.
 std::string at(std::string_view text, const Event& event) {
   return std::string(
       text.substr(static_cast<std::size_t>(event.start), static_cast<std::size_t>(event.length)));
@@ -74,7 +74,7 @@ TEST(PortEvents, ReportEverySentenceBeforeItsFirstWord) {
   EXPECT_EQ(found[7], "Five");
 }
 
-TEST(PortEvents, ReportEveryMarkOnceWhereItStands) {
+TEST(PortEvents, ReportEveryMarkOnceAtItsPosition) {
   const Folder folder;
   Speaker speaker(folder.path("out.aiff"));
   const std::string_view text =
@@ -93,7 +93,7 @@ TEST(PortEvents, ReportEveryMarkOnceWhereItStands) {
   EXPECT_EQ(found, (Texts{"#1", "One", "#2", "two", "#a&b", "#4", "Three", "#5", "four", "#6"}));
 }
 
-TEST(PortEvents, TiePhonesToTheWordThatTheyBelongTo) {
+TEST(PortEvents, GivePhonesThePositionOfTheirWord) {
   const Folder folder;
   Speaker speaker(folder.path("out.aiff"));
   speaker.speakAll("The cat sat.");
@@ -105,7 +105,7 @@ TEST(PortEvents, TiePhonesToTheWordThatTheyBelongTo) {
   EXPECT_EQ(found, (Texts{"dh@0", "ah@0", "k@4", "ae@4", "t@4", "s@8", "ae@8", "t@8"}));
 }
 
-TEST(PortEvents, ResolveEntitiesInWordsAndCountThemInFull) {
+TEST(PortEvents, ResolveEntitiesInWordsAndCountAllTheirBytes) {
   const Folder folder;
   Speaker speaker(folder.path("out.aiff"));
   const std::string_view text = "AT&amp;T works.";
@@ -115,7 +115,7 @@ TEST(PortEvents, ResolveEntitiesInWordsAndCountThemInFull) {
   EXPECT_EQ(words[1], (Event{KAVREL_EVENT_WORD, 9, 5, "works"}));
 }
 
-TEST(PortEvents, SpeakPhonesAsTheyAreWritten) {
+TEST(PortEvents, ReportPhonesAsTheyAreWritten) {
   const Folder folder;
   Speaker speaker(folder.path("out.aiff"));
   const std::vector<Event> events = speaker.speakAll("<phoneme ph=\"z ow1 b ih0 t\">dog</phoneme>");
@@ -125,7 +125,7 @@ TEST(PortEvents, SpeakPhonesAsTheyAreWritten) {
   EXPECT_EQ(texts(ofType(events, KAVREL_EVENT_WORD)), Texts{"dog"});
 }
 
-TEST(PortEvents, ComeOnlyAsTheMaskAllows) {
+TEST(PortEvents, AreSentOnlyAsTheMaskAllows) {
   const Folder folder;
   Speaker speaker(folder.path("out.aiff"), KAVREL_EVENT_WORD | KAVREL_EVENT_END);
   const std::vector<Event> events = speaker.speakAll("One two.");
@@ -135,7 +135,7 @@ TEST(PortEvents, ComeOnlyAsTheMaskAllows) {
   EXPECT_EQ(events[2].type, KAVREL_EVENT_END);
 }
 
-TEST(PortEvents, StayAwayWhenTheCallbackIsSwitchedOff) {
+TEST(PortEvents, AreNotSentWithoutACallback) {
   const Folder folder;
   Speaker speaker(folder.path("out.aiff"));
   ASSERT_EQ(kavrel_port_set_callback(speaker.port(), nullptr, KAVREL_EVENT_ALL, nullptr),
@@ -144,7 +144,7 @@ TEST(PortEvents, StayAwayWhenTheCallbackIsSwitchedOff) {
   EXPECT_GT(test::readSamples(folder.path("out.aiff")).size(), 1000u);
 }
 
-TEST(PortEvents, AreTheSameAgainstTheClockAsInAFile) {
+TEST(PortEvents, AreTheSameInRealTimeAsForAFile) {
   const Folder folder;
   Speaker inFile(folder.path("out.aiff"));
   Speaker inTime;
@@ -152,7 +152,7 @@ TEST(PortEvents, AreTheSameAgainstTheClockAsInAFile) {
   EXPECT_EQ(inTime.speakAll(text), inFile.speakAll(text));
 }
 
-TEST(PortEvents, AreNoneButStartAndEndForATextWithoutWords) {
+TEST(PortEvents, AreOnlyStartAndEndForATextWithoutWords) {
   const Folder folder;
   Speaker speaker(folder.path("out.aiff"));
   const std::vector<Event> events = speaker.speakAll(" \n ");

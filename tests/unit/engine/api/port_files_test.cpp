@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Files that sound is written to, in the hands of an unkind world: processes that are killed, disks
-// that are full, names that are no files. What changes the whole process happens in a child.
+// Audio files under adverse conditions: killed processes, full disks, unusable file names. Tests
+// that change the state of the whole process run in a child.
 #include <csignal>
 #include <filesystem>
 #include <fstream>
@@ -29,10 +29,10 @@ using test::Speaker;
 namespace {
 
 constexpr std::size_t kHeadSize = 54;
-// Bytes; as long as a file has no more the head may not count them yet.
+// In bytes. The header of a shorter file may not count its samples yet.
 constexpr std::uintmax_t kFirstBlock = 32768 + kHeadSize;
 
-// How a child ends that does `work`; 0 when that answers true.
+// The exit status of a child that runs `work`: 0 if `work` returns true.
 int statusOfChild(const std::function<bool()>& work) {
   const pid_t child = fork();
   if (child == 0) _exit(work() ? 0 : 1);
@@ -46,7 +46,7 @@ bool limitFilesTo(rlim_t size) {
   return setrlimit(RLIMIT_FSIZE, &limit) == 0;
 }
 
-// Gives up what the superuser may do, and everybody else keeps theirs.
+// Gives up the superuser's rights; other users keep theirs.
 bool becomeNobody() {
   constexpr id_t kNobody = 65534;
   return geteuid() != 0 || (setgid(kNobody) == 0 && setuid(kNobody) == 0);
@@ -57,7 +57,7 @@ std::string contentsOf(const std::string& file) {
   return {std::istreambuf_iterator<char>(stream), {}};
 }
 
-// The one event in front of the last.
+// The last event but one.
 Event errorOf(const std::vector<Event>& events) {
   EXPECT_EQ(ofType(events, KAVREL_EVENT_ERROR).size(), 1u);
   EXPECT_EQ(events.back().type, KAVREL_EVENT_END);
@@ -97,7 +97,7 @@ TEST(PortFiles, CanBeReadWheneverTheProcessIsKilled) {
   }
 }
 
-TEST(PortFiles, KeepWhatTheyHeldWhenThereIsNoRoomForSound) {
+TEST(PortFiles, KeepTheirOldContentsWhenThereIsNoRoomForSamples) {
   const Folder folder;
   folder.write("out.aiff", "precious");
   EXPECT_EQ(statusOfChild([&] {
@@ -110,7 +110,7 @@ TEST(PortFiles, KeepWhatTheyHeldWhenThereIsNoRoomForSound) {
   EXPECT_EQ(contentsOf(folder.path("out.aiff")), "precious");
 }
 
-TEST(PortFiles, HoldAllThatFoundRoom) {
+TEST(PortFiles, HoldAllSamplesThatFit) {
   constexpr std::size_t kRoom = 100'001;
   const Folder folder;
   EXPECT_EQ(statusOfChild([&] {
@@ -122,7 +122,7 @@ TEST(PortFiles, HoldAllThatFoundRoom) {
   EXPECT_EQ(readSamples(folder.path("out.aiff")).size(), (kRoom - kHeadSize) / 2);
 }
 
-TEST(PortFiles, AreRefusedWhenTheyMayNotBeWritten) {
+TEST(PortFiles, AreRejectedWithoutWritePermission) {
   const Folder folder;
   folder.write("locked.aiff", "precious");
   std::filesystem::permissions(folder.path("locked.aiff"), std::filesystem::perms::owner_read);
@@ -139,7 +139,7 @@ TEST(PortFiles, AreRefusedWhenTheyMayNotBeWritten) {
   EXPECT_EQ(contentsOf(folder.path("locked.aiff")), "precious");
 }
 
-TEST(PortFiles, AreFoundThroughLinks) {
+TEST(PortFiles, MayBeSymbolicLinks) {
   const Folder folder;
   folder.write("old.aiff", "old");
   for (const char* const target : {"old.aiff", "new.aiff"}) {
@@ -152,7 +152,7 @@ TEST(PortFiles, AreFoundThroughLinks) {
   }
 }
 
-TEST(PortFiles, MayBeTheStandardOutputThatIsAFile) {
+TEST(PortFiles, MayBeStandardOutputRedirectedToAFile) {
   const Folder folder;
   EXPECT_EQ(statusOfChild([&] {
               const int file = open(folder.path("out.aiff").c_str(), O_RDWR | O_CREAT, 0600);
@@ -181,13 +181,13 @@ TEST(PortFiles, MayBeADevice) {
   EXPECT_TRUE(ofType(speaker.speakAll("One."), KAVREL_EVENT_ERROR).empty());
 }
 
-TEST(PortFiles, TakeOneJobAtATime) {
+TEST(PortFiles, AcceptOneJobAtATime) {
   const Folder folder;
   const std::string file = folder.path("out.aiff");
   Speaker first(file);
   Speaker second(file);
   std::vector<Event> refused;
-  // By then the first job has written a block.
+  // The first job has written a block by then.
   first.onEvent = [&](const Event& event) {
     if (event.text == "rain") refused = second.speakAll("One.");
   };

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The observer of the process: which events it is told, and when they are due.
+// The observer of the process: which events it receives and the times at which they are due.
 #include <algorithm>
 #include <atomic>
 #include <functional>
@@ -35,10 +35,10 @@ struct Observed {
 
 using Observations = std::vector<Observed>;
 
-// Observes the process as long as it lives.
+// Observes the process during its lifetime.
 class Observer {
  public:
-  // `onEvent` is called with every observation, after it has been recorded.
+  // `onEvent` is called with every observation after it is recorded.
   explicit Observer(std::function<void(const Observed&)> onEvent = {})
       : m_onEvent(std::move(onEvent)) {
     EXPECT_EQ(kavrel_set_observer(&Observer::onObservation, this), KAVREL_SUCCESS);
@@ -101,7 +101,7 @@ bool isSilent(std::span<const std::int16_t> samples) {
 
 }  // namespace
 
-TEST(Observer, IsToldWhatTheCallbackIsToldAndBeforeIt) {
+TEST(Observer, ReceivesTheEventsOfTheCallbackBeforeIt) {
   const Folder folder;
   std::vector<char> order;
   const Observer observer([&](const Observed&) { order.push_back('o'); });
@@ -114,7 +114,7 @@ TEST(Observer, IsToldWhatTheCallbackIsToldAndBeforeIt) {
   for (std::size_t i = 0; i < order.size(); ++i) EXPECT_EQ(order[i], i % 2 == 0 ? 'o' : 'c');
 }
 
-TEST(Observer, IsToldOfEveryEventWhateverThePortWants) {
+TEST(Observer, ReceivesEveryEventWhateverTheMaskOfThePort) {
   const Folder folder;
   const char* const text = "One <mark name=\"m\"/>two. Three!";
   const std::vector<Event> events = Speaker(folder.path("all.aiff")).speakAll(text);
@@ -127,7 +127,7 @@ TEST(Observer, IsToldOfEveryEventWhateverThePortWants) {
   EXPECT_EQ(observer.all().size(), 2 * events.size());
 }
 
-TEST(Observer, IsGivenTimesThatNeverDecrease) {
+TEST(Observer, ReceivesTimesThatNeverDecrease) {
   const Folder folder;
   const Observer observer;
   Speaker speaker(folder.path("out.aiff"));
@@ -142,7 +142,7 @@ TEST(Observer, IsGivenTimesThatNeverDecrease) {
   EXPECT_EQ(seen.back().sample, readSamples(folder.path("out.aiff")).size());
 }
 
-TEST(Observer, IsGivenTheSampleOfAMark) {
+TEST(Observer, ReceivesTheSampleOfAMark) {
   const Folder folder;
   const Observer observer;
   Speaker speaker(folder.path("out.aiff"));
@@ -154,7 +154,7 @@ TEST(Observer, IsGivenTheSampleOfAMark) {
   EXPECT_EQ(marks[1].sample, 33075u);
 }
 
-TEST(Observer, IsGivenTheVerySampleWhereAWordBegins) {
+TEST(Observer, ReceivesTheExactSampleWhereAWordBegins) {
   constexpr std::size_t kBreak = 22050;
   const Folder folder;
   const Observer observer;
@@ -167,11 +167,11 @@ TEST(Observer, IsGivenTheVerySampleWhereAWordBegins) {
   ASSERT_GT(begin, kBreak);
   ASSERT_LT(begin, all.size());
   EXPECT_TRUE(isSilent(all.subspan(begin - kBreak, kBreak)));
-  // The synthesiser opens a word with a little silence of its own.
+  // The synthesiser begins a word with a short silence.
   EXPECT_FALSE(isSilent(all.subspan(begin, 22050 / 50)));
 }
 
-TEST(Observer, IsToldWhereAStopCutsAFile) {
+TEST(Observer, ReceivesTheSampleWhereAStopCutsAFile) {
   const Folder folder;
   const Observer observer;
   Speaker speaker(folder.path("cut.aiff"));
@@ -185,7 +185,7 @@ TEST(Observer, IsToldWhereAStopCutsAFile) {
   EXPECT_GT(seen.back().sample, ofType(seen, KAVREL_EVENT_WORD).back().sample);
 }
 
-TEST(Observer, IsToldTheSameWithASoundOutputAsWithAFile) {
+TEST(Observer, ReceivesTheSameForSoundOutputAsForAFile) {
   const Folder folder;
   const Observer observer;
   const char* const text = "<break time=\"100ms\"/><mark name=\"m\"/>One two.";
@@ -202,7 +202,7 @@ TEST(Observer, IsToldTheSameWithASoundOutputAsWithAFile) {
   }
 }
 
-TEST(Observer, IsToldHowFarAStoppedJobHasCome) {
+TEST(Observer, ReceivesHowFarAStoppedJobGot) {
   const Observer observer;
   Speaker speaker;
   speaker.speak("<break time=\"20ms\"/><mark name=\"m\"/><break time=\"1000s\"/>");
@@ -215,7 +215,7 @@ TEST(Observer, IsToldHowFarAStoppedJobHasCome) {
   EXPECT_LT(end.time, 100);
 }
 
-TEST(Observer, IsToldOfAJobThatNeverBegan) {
+TEST(Observer, ReceivesTheEndOfAJobThatNeverBegan) {
   const Observer observer;
   Speaker speaker;
   speaker.speak("<break time=\"1000s\"/>");
@@ -229,7 +229,7 @@ TEST(Observer, IsToldOfAJobThatNeverBegan) {
   EXPECT_EQ(seen[0].sample, 0u);
 }
 
-TEST(Observer, IsToldOfAnErrorThatNobodyAsksFor) {
+TEST(Observer, ReceivesAnErrorThatTheMaskExcludes) {
   const Observer observer;
   Speaker speaker("/dev/full", KAVREL_EVENT_END);
   speaker.speakAll(kProse);
@@ -259,13 +259,13 @@ TEST(Observer, FollowsPortsThatSpeakAtTheSameTime) {
   }
 }
 
-TEST(Observer, IsNotCalledAnyMoreWhenItHasBeenReplaced) {
+TEST(Observer, IsNotCalledAfterItIsReplaced) {
   const Folder folder;
   Speaker speaker(folder.path("out.aiff"), KAVREL_EVENT_END);
   std::string text;
   for (int i = 0; i < 20; ++i) text += kProse;
   ASSERT_EQ(speaker.speak(text), KAVREL_SUCCESS);
-  // Each is gone at once when it has been replaced: a call that is late uses what is released.
+  // Each observer is destroyed right after it is replaced: a late call would use freed memory.
   while (speaker.events(KAVREL_EVENT_END).empty()) {
     const Observer observer;
     std::this_thread::yield();
@@ -275,7 +275,7 @@ TEST(Observer, IsNotCalledAnyMoreWhenItHasBeenReplaced) {
   EXPECT_TRUE(observer.all().empty());
 }
 
-TEST(Observer, MayBeSwitchedOffInsideItself) {
+TEST(Observer, MayBeRemovedInsideItself) {
   const Folder folder;
   std::atomic<int> calls = 0;
   const Observer observer([&](const Observed&) {
@@ -287,7 +287,7 @@ TEST(Observer, MayBeSwitchedOffInsideItself) {
   EXPECT_EQ(calls, 1);
 }
 
-TEST(Observer, JoinsAJobInItsMiddle) {
+TEST(Observer, MayBeInstalledDuringAJob) {
   const Folder folder;
   std::unique_ptr<Observer> observer;
   Speaker speaker(folder.path("out.aiff"));
@@ -310,7 +310,7 @@ TEST(Observer, DoesNotDisturbAJobByThrowing) {
   EXPECT_EQ(eventsOf(observer.all()), events);
 }
 
-TEST(Observer, CountsAsAPartOfTheCallback) {
+TEST(Observer, CountsAsPartOfTheCallback) {
   Speaker speaker({}, KAVREL_EVENT_NONE);
   kavrel_result_t waited = KAVREL_SUCCESS;
   const Observer observer([&](const Observed& each) {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Speaking into files: what is left behind, whatever happens.
+// Speech to files: the contents of the file after success and after failures.
 #include <csignal>
 #include <filesystem>
 #include <string>
@@ -37,7 +37,7 @@ TEST(PortOutput, IsAnEmptyAiffFileForATextWithoutWords) {
   EXPECT_TRUE(readSamples(folder.path("out.aiff")).empty());
 }
 
-TEST(PortOutput, ExistsWhenTheJobHasBeenStarted) {
+TEST(PortOutput, ExistsOnceTheJobHasStarted) {
   const Folder folder;
   Speaker speaker(folder.path("out.aiff"));
   ASSERT_EQ(speaker.speak("Hello."), KAVREL_SUCCESS);
@@ -53,7 +53,7 @@ TEST(PortOutput, IsOverwrittenByTheNextJob) {
   EXPECT_LT(readSamples(folder.path("out.aiff")).size(), size / 2);
 }
 
-TEST(PortOutput, KeepsWhatTheFileHeldUntilThereIsSound) {
+TEST(PortOutput, KeepsTheOldContentsUntilThereAreSamples) {
   const Folder folder;
   folder.write("out.aiff", "precious");
   Speaker speaker(folder.path("out.aiff"), KAVREL_EVENT_START);
@@ -66,7 +66,7 @@ TEST(PortOutput, KeepsWhatTheFileHeldUntilThereIsSound) {
   EXPECT_FALSE(readSamples(folder.path("out.aiff")).empty());
 }
 
-TEST(PortOutput, RefusesAFileThatCannotBeWritten) {
+TEST(PortOutput, RejectsAFileThatCannotBeWritten) {
   const Folder folder;
   ASSERT_EQ(mkfifo(folder.path("pipe").c_str(), 0600), 0);
   for (const std::string& file :
@@ -79,7 +79,7 @@ TEST(PortOutput, RefusesAFileThatCannotBeWritten) {
   }
 }
 
-TEST(PortOutput, RefusesAFormatThatIsNotKnown) {
+TEST(PortOutput, RejectsAnUnknownFormat) {
   const Folder folder;
   Speaker speaker(folder.path("out.aiff"));
   kavrel_params* const params = kavrel_params_new(nullptr);
@@ -90,7 +90,7 @@ TEST(PortOutput, RefusesAFormatThatIsNotKnown) {
   kavrel_params_delete(params);
 }
 
-TEST(PortOutput, TellsAFullDiskWithAnErrorAndThenEnds) {
+TEST(PortOutput, ReportsAFullDiskAsAnErrorAndThenEnds) {
   Speaker speaker("/dev/full");
   const std::vector<Event> events = speaker.speakAll(kProse);
   ASSERT_GE(events.size(), 2u);

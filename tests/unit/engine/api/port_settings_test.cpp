@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Parameters, style, and arguments that are not there.
+// Parameters, style, and null arguments.
 #include <cmath>
 #include <string>
 #include <vector>
@@ -53,14 +53,14 @@ TEST(PortStyle, VolumeChangesTheLoudness) {
   EXPECT_LT(loudness(spoken(styled("volume=\"0\""))), 1.0);
 }
 
-TEST(PortStyle, OfOneJobIsNotHeardInTheNext) {
+TEST(PortStyle, OfOneJobDoesNotAffectTheNext) {
   const double before = loudness(spoken("Hello world."));
   spoken("<emphasis level=\"strong\">" + std::string(kProse) + "</emphasis>");
   spoken(styled("volume=\"20\""));
   EXPECT_NEAR(loudness(spoken("Hello world.")) / before, 1.0, 0.1);
 }
 
-TEST(PortStyle, OfAStoppedJobIsNotHeardInTheNext) {
+TEST(PortStyle, OfAStoppedJobDoesNotAffectTheNext) {
   const double before = loudness(spoken("Hello world."));
   Speaker speaker({}, KAVREL_EVENT_WORD);
   for (int job = 0; job < 10; ++job) {
@@ -104,14 +104,14 @@ TEST(PortParameters, CheckTheirArguments) {
   kavrel_params_delete(nullptr);
 }
 
-TEST(PortParameters, StartTheSynthesiserWhenAsked) {
+TEST(PortParameters, StartTheSynthesiserOnRequest) {
   kavrel_params* const params = kavrel_params_new(nullptr);
   kavrel_params_set_val(params, KAVREL_KEY_CACHE_POLICY, kavrel_val_string("preload"));
   EXPECT_NE(kavrel_engine_open(params), nullptr);
   kavrel_params_delete(params);
 }
 
-TEST(PortArguments, ThatAreNullAreAnswered) {
+TEST(PortArguments, ThatAreNullReturnResults) {
   Speaker speaker;
   kavrel_background_t job = nullptr;
   char* text = nullptr;

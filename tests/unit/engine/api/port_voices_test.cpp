@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Voices: which folders are one, what is said about those that are not, and when a voice takes
-// hold.
+// Voices: which folders are voices, the messages about those that are not, and when a voice takes
+// effect.
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
@@ -52,7 +52,7 @@ kavrel_voice_struct* load(const std::string& folder) {
   return kavrel_port_set_voice_from_dir(speaker.port(), folder.c_str());
 }
 
-// What the engine says when `folder` is to be loaded, which must fail, with one line.
+// The one diagnostic line about `folder`, which must fail to load.
 std::string refusal(const std::string& folder) {
   const auto before = std::pair(cst_diag_mask, cst_diag_level);
   cst_diag_mask = CST_DIAG_ENGINE;
@@ -65,7 +65,7 @@ std::string refusal(const std::string& folder) {
   return line;
 }
 
-// What a job gave.
+// The results of a job.
 struct Heard {
   std::vector<test::Event> events;
   std::vector<std::int16_t> samples;
@@ -80,8 +80,8 @@ Heard spoken(const std::string& text, const std::string& language) {
   return {std::move(events), readSamples(folder.path("out.aiff"))};
 }
 
-// The synthesiser goes on with the phase of its waves from speech to speech, so no two have the
-// same samples, nor quite as many; all else must be the same.
+// The synthesiser continues its waves from one speech to the next, so no two have the same samples
+// or exactly the same number of them. Everything else must be equal.
 void expectSame(const Heard& one, const Heard& other) {
   EXPECT_EQ(one.events, other.events);
   const auto length = static_cast<double>(other.samples.size());
@@ -102,7 +102,7 @@ TEST(VoiceFolder, IsLoadedOnce) {
   EXPECT_EQ(load(folder.path()), voice);
 }
 
-TEST(VoiceFolder, IsLoadedAnewWhenItsFileHasChanged) {
+TEST(VoiceFolder, IsLoadedAgainWhenItsFileHasChanged) {
   const Folder folder;
   folder.write(kFile, kVoice);
   kavrel_voice_struct* const voice = load(folder.path());
@@ -117,7 +117,7 @@ TEST(VoiceFolder, IsLoadedWithoutAVariantAndWithCarriageReturns) {
   EXPECT_NE(load(folder.path()), nullptr);
 }
 
-TEST(VoiceFolder, IsRefusedWithTheLineOrTheKeyThatIsWrong) {
+TEST(VoiceFolder, IsRejectedWithTheInvalidLineOrKey) {
   const std::vector<std::pair<std::string, std::string>> wrong = {
       {"", "missing key format"},
       {changed("format = 1", "format = 2"), "line 2: format is out of range"},
@@ -157,9 +157,9 @@ TEST(VoiceFolder, IsRefusedWithTheLineOrTheKeyThatIsWrong) {
   }
 }
 
-TEST(VoiceFolder, IsRefusedWhereverItsFileBreaksOff) {
+TEST(VoiceFolder, IsRejectedWhereverItsFileIsTruncated) {
   const Folder folder;
-  // The last line end may be missing, nothing else.
+  // Only the last line end may be missing.
   for (std::size_t length = 0; length + 1 < kVoice.size(); ++length) {
     folder.write(kFile, kVoice.substr(0, length));
     EXPECT_EQ(load(folder.path()), nullptr) << length;
@@ -168,7 +168,7 @@ TEST(VoiceFolder, IsRefusedWhereverItsFileBreaksOff) {
   EXPECT_NE(load(folder.path()), nullptr);
 }
 
-TEST(VoiceFolder, IsRefusedWhenItIsNone) {
+TEST(VoiceFolder, IsRejectedWhenItIsNotAVoice) {
   const Folder folder;
   folder.write("file", kVoice);
   EXPECT_THAT(refusal(""), HasSubstr("the folder name is empty"));
@@ -179,8 +179,8 @@ TEST(VoiceFolder, IsRefusedWhenItIsNone) {
   EXPECT_THAT(refusal(folder.path("two\nlines")), HasSubstr("two?lines/kavrel.voice"));
 }
 
-// None of these may be waited for, or read from.
-TEST(VoiceFolder, IsRefusedWhenItsFileIsSomethingElse) {
+// The engine must neither wait for these nor read from them.
+TEST(VoiceFolder, IsRejectedWhenItsFileIsNotARegularFile) {
   const Folder folder;
   const std::string file = folder.path(kFile);
   ASSERT_EQ(mkfifo(file.c_str(), 0600), 0);
@@ -193,25 +193,25 @@ TEST(VoiceFolder, IsRefusedWhenItsFileIsSomethingElse) {
   EXPECT_THAT(refusal(folder.path()), HasSubstr("kavrel.voice: is not a regular file"));
 }
 
-TEST(VoiceFolder, IsRefusedWhenItsFileCannotBeRead) {
+TEST(VoiceFolder, IsRejectedWhenItsFileCannotBeRead) {
   const Folder folder;
   const std::string file = folder.path(kFile);
   fs::create_symlink(file, file);
   EXPECT_THAT(refusal(folder.path()), HasSubstr("Too many levels of symbolic links"));
   fs::remove(file);
-  // It can be opened, and nothing lies at its beginning.
+  // It can be opened, but nothing can be read at its beginning.
   fs::create_symlink("/proc/self/mem", file);
   EXPECT_THAT(refusal(folder.path()), HasSubstr("kavrel.voice: Input/output error"));
 }
 
-TEST(VoiceFolder, IsRefusedWhenItsFileIsHuge) {
+TEST(VoiceFolder, IsRejectedWhenItsFileIsHuge) {
   const Folder folder;
   folder.write(kFile, kVoice);
   fs::resize_file(folder.path(kFile), std::uintmax_t{1} << 40U);
   EXPECT_THAT(refusal(folder.path()), HasSubstr("is too large for a voice"));
 }
 
-TEST(VoiceFolder, ThatIsWrongLeavesTheVoiceAsItWas) {
+TEST(VoiceFolder, ThatIsInvalidLeavesTheVoiceUnchanged) {
   const Folder folder;
   folder.write(kFile, changed("en-us", "de"));
   Speaker speaker(folder.path("out.aiff"));
@@ -221,13 +221,13 @@ TEST(VoiceFolder, ThatIsWrongLeavesTheVoiceAsItWas) {
   expectSame({events, readSamples(folder.path("out.aiff"))}, spoken(kProse, "de"));
 }
 
-// ---- When a voice holds
+// ---- When a voice takes effect
 
-TEST(PortVoice, HoldsFromTheNextJobOn) {
+TEST(PortVoice, TakesEffectWithTheNextJob) {
   const Folder folder;
   folder.write(kFile, changed("en-us", "fi"));
   Speaker speaker(folder.path("out.aiff"));
-  // In the midst of the first job.
+  // In the middle of the first job.
   speaker.onEvent = [&](const test::Event& event) {
     if (event.text != "harbour") return;
     EXPECT_NE(kavrel_port_set_voice_from_dir(speaker.port(), folder.path().c_str()), nullptr);
@@ -243,7 +243,7 @@ TEST(PortVoice, HoldsFromTheNextJobOn) {
   expectSame({events, readSamples(folder.path("out.aiff"))}, spoken(kProse, "fi"));
 }
 
-// The synthesiser takes some words for English, and says so among the phones.
+// The synthesiser treats some words as English, and marks that among the phones.
 TEST(PortVoice, NamesThePhonesOfEnglishWordsAsEnglish) {
   const Heard heard = spoken("Tanto jazz nella casa.", "it");
   std::map<int, std::string> phones;
@@ -255,7 +255,7 @@ TEST(PortVoice, NamesThePhonesOfEnglishWordsAsEnglish) {
   EXPECT_EQ(phones[11], " n eh l l aa");
 }
 
-TEST(PortVoice, SoundsTheSameBesidePortsThatSpeakOtherLanguages) {
+TEST(PortVoice, SoundsTheSameWhileOtherPortsSpeakOtherLanguages) {
   const std::vector<std::string> languages = {"en-us", "de", "fr", "fi"};
   std::string text;
   for (int i = 0; i < 4; ++i) text += kProse + std::string(" ");

@@ -25,14 +25,14 @@ OwnedString owned(char* string) {
 
 }  // namespace
 
-TEST(Allocator, GivesZeroedMemory) {
+TEST(Allocator, ReturnsZeroedMemory) {
   const std::unique_ptr<void, Release> block(cst_safe_alloc(4096));
   ASSERT_NE(block, nullptr);
   const std::string zeros(4096, '\0');
   EXPECT_EQ(std::memcmp(block.get(), zeros.data(), zeros.size()), 0);
 }
 
-TEST(Allocator, GivesSomethingToReleaseForNoBytes) {
+TEST(Allocator, ReturnsAReleasableBlockForZeroBytes) {
   const std::unique_ptr<void, Release> block(cst_safe_alloc(0));
   EXPECT_NE(block, nullptr);
 }
@@ -50,7 +50,7 @@ TEST(Allocator, KeepsTheContentsWhenTheSizeChanges) {
   cst_free(shrunk);
 }
 
-TEST(Allocator, MakesANewBlockOutOfNone) {
+TEST(Allocator, CreatesABlockWhenNullIsResized) {
   const std::unique_ptr<void, Release> block(cst_safe_realloc(nullptr, 16));
   EXPECT_NE(block, nullptr);
 }
@@ -59,7 +59,7 @@ TEST(Allocator, ReleasesNull) {
   cst_free(nullptr);
 }
 
-// Sanitizers end the process on such a request instead of failing it.
+// Sanitizers abort the process on such a request instead of returning null.
 #if defined(__has_feature)
 #if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
 #define ENDS_ON_HUGE_REQUESTS
@@ -69,8 +69,8 @@ TEST(Allocator, ReleasesNull) {
 #endif
 
 #if !defined(ENDS_ON_HUGE_REQUESTS)
-TEST(Allocator, AnswersNullWhenMemoryIsOut) {
-  // Not a constant, so that the compiler does not judge the size.
+TEST(Allocator, ReturnsNullWhenOutOfMemory) {
+  // Not a constant, so that the compiler does not warn about the size.
   volatile size_t tooMuch = SIZE_MAX / 2 + 1;
   EXPECT_EQ(cst_safe_alloc(tooMuch), nullptr);
 }
@@ -85,7 +85,7 @@ TEST(Strings, AreCopied) {
   EXPECT_STREQ(owned(cst_strdup("")).get(), "");
 }
 
-TEST(Strings, GiveUpPartsOfThemselves) {
+TEST(Strings, ReturnSubstrings) {
   struct Row {
     const char* string;
     long start;
@@ -103,7 +103,7 @@ TEST(Strings, GiveUpPartsOfThemselves) {
   }
 }
 
-TEST(Strings, KeepNulBytesInParts) {
+TEST(Strings, KeepNulBytesInSubstrings) {
   const OwnedString part = owned(cst_substr("a\0b\0c", 1, 3));
   EXPECT_EQ(std::memcmp(part.get(), "\0b\0", 4), 0);
 }
@@ -130,12 +130,12 @@ TEST(Strings, AreAppended) {
   }
 }
 
-TEST(Strings, AppendReadsNoFurtherThanTheLimit) {
+TEST(Strings, AppendReadsNoByteAfterTheLimit) {
   const char unterminated[3] = {'a', 'b', 'c'};
   EXPECT_STREQ(owned(cst_string_append("x", unterminated, 3)).get(), "xabc");
 }
 
-TEST(Mutexes, LockOnceUnlockAndGo) {
+TEST(Mutexes, LockUnlockAndAreReleased) {
   pthread_mutexattr_t attributes;
   pthread_mutexattr_init(&attributes);
   pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_ERRORCHECK);
@@ -148,7 +148,7 @@ TEST(Mutexes, LockOnceUnlockAndGo) {
   pthread_mutexattr_destroy(&attributes);
 }
 
-TEST(Mutexes, RefuseNull) {
+TEST(Mutexes, RejectNull) {
   EXPECT_EQ(mutex_lock(nullptr), EINVAL);
   EXPECT_EQ(mutex_unlock(nullptr), EINVAL);
   EXPECT_EQ(mutex_destroy(nullptr), EINVAL);

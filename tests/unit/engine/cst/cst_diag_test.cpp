@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Diagnostic lines. Standard error is a datagram socket here, so that every write shows as one
+// Diagnostic lines. Standard error is a datagram socket here, so that each write is received as one
 // message.
 #include <cerrno>
 #include <regex>
@@ -38,7 +38,7 @@ class Diagnostics : public testing::Test {
     m_standardError = -1;
   }
 
-  // What has been written, one string for each write.
+  // The text written so far, one string per write.
   std::vector<std::string> writes() {
     std::vector<std::string> all;
     std::string buffer(1 << 17, '\0');
@@ -119,13 +119,13 @@ TEST_F(Diagnostics, CutOverlongNames) {
   EXPECT_TRUE(lines[0].ends_with("nnmessage\n"));
 }
 
-TEST_F(Diagnostics, StandNullNames) {
+TEST_F(Diagnostics, AcceptNullNames) {
   cst_dbg_ffl(nullptr, nullptr, 3);
   cst_errmsg("x\n");
   EXPECT_EQ(writes(), (std::vector<std::string>{"::3 x\n"}));
 }
 
-TEST_F(Diagnostics, KeepThePrefixesOfThreadsApart) {
+TEST_F(Diagnostics, KeepPrefixesPerThread) {
   cst_dbg_ffl("Mine", "f", 1);
   std::thread([] {
     cst_dbg_ffl("Other", "g", 2);
@@ -135,7 +135,7 @@ TEST_F(Diagnostics, KeepThePrefixesOfThreadsApart) {
   EXPECT_EQ(writes(), (std::vector<std::string>{"Other:g:2 theirs\n", "Mine:f:1 mine\n"}));
 }
 
-TEST_F(Diagnostics, LeaveTheErrorNumberAlone) {
+TEST_F(Diagnostics, PreserveErrno) {
   errno = ENOENT;
   cst_errmsg("x\n");
   EXPECT_EQ(errno, ENOENT);

@@ -75,7 +75,7 @@ TEST(TokenStream, KeepsASymbolThatIsPunctuationToo) {
   EXPECT_EQ(read("a;b", {.symbols = ";", .before = ";", .after = ";"}), (Words{"a", ";", "b"}));
 }
 
-TEST(TokenStream, GivesWordsOfEveryLength) {
+TEST(TokenStream, ReturnsWordsOfEveryLength) {
   for (const size_t length : {1u, 62u, 63u, 64u, 65u, 127u, 128u, 129u, 1000u, 100000u}) {
     const std::string word(length, 'w');
     const std::string twice(2 * length, 'w');
@@ -85,7 +85,7 @@ TEST(TokenStream, GivesWordsOfEveryLength) {
   }
 }
 
-TEST(TokenStream, SeesNoWordLeftWhenBlanksAre) {
+TEST(TokenStream, ReturnsNoWordAtTheEndWhenOnlyBlanksAreLeft) {
   cst_tokenstream* stream = ts_open_string("one  ", nullptr, nullptr, nullptr, nullptr);
   EXPECT_EQ(ts_eof(stream), 0);
   EXPECT_STREQ(ts_get(stream), "one");
@@ -93,7 +93,7 @@ TEST(TokenStream, SeesNoWordLeftWhenBlanksAre) {
   ts_close(stream);
 }
 
-TEST(TokenStream, TreatsNullAsNothing) {
+TEST(TokenStream, TreatsNullAsEmpty) {
   EXPECT_EQ(read(nullptr, {}), Words{});
   EXPECT_EQ(ts_eof(nullptr), 1);
   EXPECT_STREQ(ts_get(nullptr), "");

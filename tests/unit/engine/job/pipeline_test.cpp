@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Producing ahead of whoever takes the segments.
+// The pipeline produces segments ahead of its consumer.
 #include "job/pipeline.h"
 
 #include <atomic>
@@ -20,7 +20,7 @@ namespace {
 
 const std::string kText = "One. Two <mark name=\"m\"/>three. <break time=\"1s\"/> Four, five; six!";
 
-// The kinds and texts of all that happens, to the end.
+// The kinds and texts of all events, to the end.
 std::vector<std::string> eventsOf(Pipeline& pipeline) {
   std::vector<std::string> events;
   SpeechSegment segment;
@@ -43,7 +43,7 @@ TEST(Pipeline, GivesTheSameSegmentsAheadAsOnDemand) {
   EXPECT_EQ(eventsOf(ahead), events);
 }
 
-TEST(Pipeline, IsGivenUpWhereverItStands) {
+TEST(Pipeline, CanBeAbandonedAtAnyPoint) {
   for (int taken = 0; taken < 8; ++taken) {
     std::atomic<bool> cancel = false;
     {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// How speech is laid out in time, and the clock that stands in for a sound device.
+// The timeline of a job's segments, and the clock that replaces a sound device.
 #include "job/timeline.h"
 
 #include <optional>
@@ -59,7 +59,7 @@ TEST(Timeline, CountsSamplesFromTheFirstSegment) {
   EXPECT_EQ(timeline.nextEvent()->sample, 120u);
 }
 
-TEST(Timeline, GivesSamplesUpToTheEndOfASegment) {
+TEST(Timeline, ReturnsSamplesUpToTheEndOfASegment) {
   Timeline timeline;
   timeline.append(segment(100));
   timeline.append(segment(50));
@@ -67,7 +67,7 @@ TEST(Timeline, GivesSamplesUpToTheEndOfASegment) {
   EXPECT_EQ(timeline.samplesAt(100, 20).size(), 20u);
 }
 
-TEST(Timeline, GivesSilenceWithoutStoringIt) {
+TEST(Timeline, ReturnsSilenceWithoutStoringIt) {
   Timeline timeline;
   SpeechSegment silent = segment(2);
   silent.silence = std::uint64_t{1} << 40;
@@ -90,13 +90,13 @@ TEST(Timeline, FindsTheEndOfTheCurrentWord) {
   EXPECT_EQ(boundarySample(timeline, 0, true), 100u);
 }
 
-TEST(Timeline, CutsWhereItStandsWhenNoWordHasBegun) {
+TEST(Timeline, CutsAtTheCurrentSampleWhenNoWordHasBegun) {
   Timeline timeline;
   timeline.append(segment(100, {wordAt(0)}));
   EXPECT_EQ(boundarySample(timeline, 0, false), 0u);
 }
 
-TEST(Timeline, KnowsNoBoundaryThatHasNotBeenProduced) {
+TEST(Timeline, ReturnsNoBoundaryThatHasNotBeenProduced) {
   Timeline timeline;
   timeline.append(segment(100, {wordAt(0)}));
   timeline.takeEvent();
@@ -114,7 +114,7 @@ TEST(Timeline, DiscardsOnlyWhatHasBeenHeardAndTaken) {
   EXPECT_EQ(timeline.samplesAt(150, 1000).size(), 50u);
 }
 
-TEST(ClockSink, HearsNoMoreThanWasWritten) {
+TEST(ClockSink, PlaysNoMoreThanWasWritten) {
   ClockSink sink;
   EXPECT_EQ(sink.heard(), 0u);
   sink.advance(1);
@@ -122,7 +122,7 @@ TEST(ClockSink, HearsNoMoreThanWasWritten) {
   EXPECT_EQ(sink.heard(), 1u);
 }
 
-TEST(ClockSink, StandsStillWhilePausedAndGoesOnFromThere) {
+TEST(ClockSink, KeepsItsPositionWhilePaused) {
   ClockSink sink;
   sink.advance(std::uint64_t{kavrel::kSampleRate} * 3600);
   while (sink.heard() == 0) {
@@ -139,7 +139,7 @@ TEST(ClockSink, StandsStillWhilePausedAndGoesOnFromThere) {
   EXPECT_LE(sink.dueAt(at + kavrel::kSampleRate), Clock::now() + std::chrono::seconds(1));
 }
 
-TEST(ClockSink, HasHeardASampleWhenItIsDue) {
+TEST(ClockSink, HasPlayedASampleWhenItIsDue) {
   ClockSink sink;
   sink.advance(1'000'000);
   for (const std::uint64_t sample : {1u, 2u, 3u, 7u, 100u}) {
@@ -149,7 +149,7 @@ TEST(ClockSink, HasHeardASampleWhenItIsDue) {
   }
 }
 
-TEST(ClockSink, TakesBackWhatHasNotBeenHeard) {
+TEST(ClockSink, TakesBackSamplesThatHaveNotBeenPlayed) {
   ClockSink sink;
   sink.advance(std::uint64_t{kavrel::kSampleRate} * 3600);
   const std::uint64_t kept = sink.heard() + 2000;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The samples between a job and a sound device: nothing lost, nothing twice, and what has been
-// heard.
+// The ring buffer between a job and a sound device: no sample is lost or repeated, and the position
+// of what was heard is correct.
 #include "output/playback.h"
 
 #include <atomic>
@@ -18,7 +18,7 @@ namespace {
 
 using Samples = std::vector<std::int16_t>;
 
-// `count` samples from 1 on, which silence is not.
+// `count` samples with ascending values from `first`. None of them is silence.
 Samples counting(std::size_t count, int first = 1) {
   Samples samples(count);
   std::iota(samples.begin(), samples.end(), static_cast<std::int16_t>(first));
@@ -33,7 +33,7 @@ Samples take(Playback& playback, std::size_t count) {
 
 }  // namespace
 
-TEST(Playback, GivesWhatWasWrittenAndThenSilence) {
+TEST(Playback, ReturnsWrittenSamplesAndThenSilence) {
   Playback playback;
   playback.write(counting(5));
   EXPECT_EQ(take(playback, 3), (Samples{1, 2, 3}));
@@ -41,7 +41,7 @@ TEST(Playback, GivesWhatWasWrittenAndThenSilence) {
   EXPECT_EQ(take(playback, 2), (Samples{0, 0}));
 }
 
-TEST(Playback, KeepsCountBeyondItsCapacity) {
+TEST(Playback, CountsSamplesBeyondItsCapacity) {
   Playback playback;
   for (int round = 0; round < 20; ++round) {
     playback.write(counting(10'000, round));
@@ -51,7 +51,7 @@ TEST(Playback, KeepsCountBeyondItsCapacity) {
   EXPECT_EQ(playback.gapCount(), 0u);
 }
 
-TEST(Playback, TakesBackWhatTheDeviceDoesNotHave) {
+TEST(Playback, TakesBackSamplesThatTheDeviceHasNotRead) {
   Playback playback;
   playback.write(counting(10));
   take(playback, 4);
@@ -62,7 +62,7 @@ TEST(Playback, TakesBackWhatTheDeviceDoesNotHave) {
   EXPECT_EQ(take(playback, 3), (Samples{50, 51, 0}));
 }
 
-TEST(Playback, CountsSilenceOutOfWhatHasBeenHeard) {
+TEST(Playback, ExcludesSilenceFromTheHeardPosition) {
   Playback playback;
   playback.write(counting(10));
   take(playback, 25);
@@ -77,19 +77,19 @@ TEST(Playback, CountsSilenceOutOfWhatHasBeenHeard) {
   EXPECT_EQ(playback.heardAt(45).silence, 10u);
 }
 
-TEST(Playback, NeverHearsMoreThanTheDeviceHas) {
+TEST(Playback, NeverReportsMoreHeardThanTheDeviceHasRead) {
   Playback playback;
   playback.write(counting(10));
   take(playback, 4);
   EXPECT_EQ(playback.heardAt(6).position, 4u);
 }
 
-TEST(Playback, CountsGapsThatNobodyWanted) {
+TEST(Playback, CountsUnintendedGaps) {
   Playback playback;
   take(playback, 5);  // before the first sample
   playback.write(counting(5));
   take(playback, 10);
-  EXPECT_EQ(playback.gapCount(), 0u);  // it may be the end
+  EXPECT_EQ(playback.gapCount(), 0u);  // this may be the end
   playback.write(counting(5));
   take(playback, 10);
   EXPECT_EQ(playback.gapCount(), 1u);
@@ -102,7 +102,7 @@ TEST(Playback, CountsGapsThatNobodyWanted) {
   EXPECT_EQ(playback.gapCount(), 2u);
 }
 
-TEST(Playback, HoldsTheSoundBackWhenNobodyLooksAtItsGaps) {
+TEST(Playback, HoldsSamplesBackWhileGapsAreNotRead) {
   Playback playback;
   std::size_t taken = 0;
   for (int gap = 0; gap < 200; ++gap) {
@@ -117,7 +117,7 @@ TEST(Playback, HoldsTheSoundBackWhenNobodyLooksAtItsGaps) {
   EXPECT_EQ(playback.heardAt(600).position, 200u);
 }
 
-// A job that writes and takes back, a device that takes, and a listener, all at random.
+// A job that writes and takes back, a device that reads, and a listener, all at random times.
 TEST(Playback, LosesAndRepeatsNothingBetweenThreads) {
   Playback playback;
   constexpr std::uint64_t kTotal = 1'000'000;

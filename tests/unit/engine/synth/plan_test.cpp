@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What the synthesiser is asked for, and how speech is laid out in time.
+// The plan: the calls of the synthesiser for a sentence, and the layout of speech in time.
 #include "synth/plan.h"
 
 #include <algorithm>
@@ -68,7 +68,7 @@ Style style(void (*change)(Style&)) {
 
 }  // namespace
 
-TEST(SynthPlan, PutsAMarkInFrontOfEveryWord) {
+TEST(SynthPlan, PutsAMarkBeforeEveryWord) {
   const auto calls = planned({word(L"Hello,"), word(L"world.")});
   ASSERT_EQ(calls.size(), 1u);
   EXPECT_EQ(visible(calls[0]), "^1M Hello, ^2M world. ");
@@ -78,7 +78,7 @@ TEST(SynthPlan, PutsAMarkInFrontOfEveryWord) {
   EXPECT_EQ(calls[0].input.settings, (kavrel::Synthesiser::Settings{180, 50, 50}));
 }
 
-TEST(SynthPlan, LeavesThePauseOutWhenTheSentenceGoesOn) {
+TEST(SynthPlan, OmitsThePauseWhenTheSentenceContinues) {
   EXPECT_FALSE(planned({word(L"Hello")}, false)[0].input.endPause);
 }
 
@@ -92,7 +92,7 @@ TEST(SynthPlan, EndsACallAtABreak) {
   EXPECT_EQ(calls[2].marks, std::vector<std::size_t>{2});
 }
 
-TEST(SynthPlan, TakesTheFirstWordsStyleAsSettingAndLaterOnesAsCommands) {
+TEST(SynthPlan, UsesSettingsForTheFirstWordsStyleAndCommandsForLaterOnes) {
   const Style slow = style([](Style& s) { s.rate = 80; });
   const Style high = style([](Style& s) { s.pitch = 150; });
   const auto calls = planned({word(L"a", slow), word(L"b", high)});
@@ -102,7 +102,7 @@ TEST(SynthPlan, TakesTheFirstWordsStyleAsSettingAndLaterOnesAsCommands) {
   EXPECT_TRUE(visible(calls[0]).ends_with("P ^2M b ")) << visible(calls[0]);
 }
 
-TEST(SynthPlan, LeavesVolumeAndSpeedToWhatIsDoneToTheSound) {
+TEST(SynthPlan, LeavesVolumeAndSpeedToAudioProcessing) {
   using Adjustment = kavrel::SynthAudio::Adjustment;
   const Style quiet = style([](Style& s) { s.volume = 40; });
   const Style fast = style([](Style& s) { s.rate = 432; });
@@ -137,14 +137,14 @@ TEST(SynthPlan, SwitchesEmphasisOffAtTheEndOfACall) {
   EXPECT_EQ(visible(planned({word(L"a", strong), word(L"b")})[0]), "^4F ^1M a ^1F ^2M b ");
 }
 
-TEST(SynthPlan, SpellsAndSetsDigitsApart) {
+TEST(SynthPlan, SpellsWordsAndSeparatesDigits) {
   const Style spelled = style([](Style& s) { s.spellOut = true; });
   const Style digits = style([](Style& s) { s.digits = true; });
   EXPECT_EQ(visible(planned({word(L"cat", spelled), word(L"x")})[0]), "^18Y ^1M cat ^0Y ^2M x ");
   EXPECT_EQ(visible(planned({word(L"1984.", digits)})[0]), "^1M 1 9 8 4. ");
 }
 
-TEST(SynthPlan, KeepsRatesAndVolumesWithinWhatTheSynthesiserTakes) {
+TEST(SynthPlan, ClampsRatesAndVolumesToTheSynthesisersLimits) {
   const Style low = style([](Style& s) { s.rate = 1, s.volume = 0, s.pitch = 1, s.range = 0; });
   const Style high =
       style([](Style& s) { s.rate = 1e9, s.volume = 1e9, s.pitch = 1e9, s.range = 1e9; });
@@ -157,12 +157,12 @@ TEST(SynthPlan, KeepsRatesAndVolumesWithinWhatTheSynthesiserTakes) {
   EXPECT_NEAR(fast.adjustments[0].speed, 600.0 / 216, 0.01);
 }
 
-TEST(SynthPlan, HasThePitchThatTheVoiceIsSaidToHave) {
+TEST(SynthPlan, UsesThePitchOfTheVoice) {
   const Style style102 = style([](Style& s) { s.pitch = 102.3; });
   EXPECT_EQ(planned({word(L"a", style102)})[0].input.settings.pitch, 50);
 }
 
-TEST(SynthPlan, MovesThePitchOverTheRangeThatIsAskedFor) {
+TEST(SynthPlan, MovesThePitchOverTheRequestedRange) {
   const Style lively = style([](Style& s) { s.range = 27; });
   EXPECT_EQ(planned({word(L"a", lively)})[0].input.settings.range, 50);
 }
@@ -184,7 +184,7 @@ TEST(SynthPlan, WritesPhonesInTheSynthesisersNotation) {
   EXPECT_EQ(visible(calls[0]).substr(0, 6), "^1M [[");
 }
 
-TEST(SynthPlan, HasNothingToSayForMarksAlone) {
+TEST(SynthPlan, HasNoCallForMarksWithoutWords) {
   Item mark;
   mark.kind = Item::Kind::Mark;
   const auto calls = planned({mark, mark});
@@ -211,7 +211,7 @@ TEST(SynthPlan, CutsLongSentencesWithoutLosingAnItem) {
   }
 }
 
-TEST(SynthPlan, CutsALongWordIntoParts) {
+TEST(SynthPlan, SplitsALongWordIntoParts) {
   const auto calls = planned({word(std::wstring(5000, L'x')), word(L"end")});
   EXPECT_EQ(allMarks(calls), (std::vector<std::size_t>{0, 1}));
   std::size_t count = 0;

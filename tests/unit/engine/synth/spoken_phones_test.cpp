@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Phones of every language, there and back through the synthesiser.
+// The phones of every language: from names to the synthesiser and back.
 #include <cstdint>
 #include <span>
 #include <string>
@@ -26,7 +26,7 @@ class Names : public kavrel::SynthesisListener {
   std::vector<std::string> names;
 };
 
-// What the synthesiser names while it speaks `text`, pauses left out.
+// The phones that the synthesiser reports while it speaks `text`, without pauses.
 std::vector<std::string> eventsOf(std::wstring_view text, bool hasPhones,
                                   std::string_view language) {
   kavrel::Voice voice;
@@ -45,7 +45,7 @@ std::vector<std::string> eventsOf(std::wstring_view text, bool hasPhones,
   return listener.names;
 }
 
-// The names of ours for a run of phones that the synthesiser is given.
+// Our names for the phones that the synthesiser reports for the input `phones`.
 std::string spokenPhones(std::string_view phones, std::string_view language) {
   const std::string input = kavrel::synthesiserInput(kavrel::readPhones(phones).phones, language);
   std::string names;
@@ -79,7 +79,7 @@ TEST(Phones, OfEveryTextAreKnown) {
   }
 }
 
-TEST(Phones, ComeBackInEnglishWhereverTheyStand) {
+TEST(Phones, ComeBackInEnglishAtEveryPosition) {
   for (const std::string_view language : {"en-us", "en"}) {
     for (const std::string_view vowel : kVowels) {
       const std::string name(vowel);

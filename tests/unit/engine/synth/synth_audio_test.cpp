@@ -77,7 +77,7 @@ TEST(SynthAudio, AppliesVolumesFromTheirMarksOn) {
   EXPECT_EQ(audio.samples()[9999], 100);
 }
 
-TEST(SynthAudio, BendsWhatIsTooLoud) {
+TEST(SynthAudio, LimitsLoudSamplesSmoothly) {
   SynthAudio audio;
   audio.addSamples(std::vector<std::int16_t>{1000, 15000, -32768, 32767});
   audio.adjust(std::vector<SynthAudio::Adjustment>{{0, 300, 1, 1}});
@@ -98,7 +98,7 @@ TEST(SynthAudio, PutsInnerMarksBetweenTheirNeighbours) {
   EXPECT_EQ(positions(audio), (Positions{0, 100, 250, 500, 1000, 1500}));
 }
 
-TEST(TimeScale, MakesSoundShorterByItsSpeed) {
+TEST(TimeScale, ShortensAudioByItsSpeed) {
   const std::vector<TimeScale::SpeedChange> changes = {{0, 2}};
   const TimeScale scale(changes, 20000);
   EXPECT_FALSE(scale.isIdentity());
@@ -107,13 +107,13 @@ TEST(TimeScale, MakesSoundShorterByItsSpeed) {
   EXPECT_EQ(scale.positionOf(20000), 10000u);
 }
 
-TEST(TimeScale, LeavesSoundAloneAtItsOwnSpeed) {
+TEST(TimeScale, DoesNotChangeAudioAtNormalSpeed) {
   const std::vector<TimeScale::SpeedChange> changes = {{0, 1}, {500, 1}};
   EXPECT_TRUE(TimeScale(changes, 1000).isIdentity());
   EXPECT_TRUE(TimeScale({}, 0).isIdentity() || TimeScale({}, 0).apply({}).empty());
 }
 
-TEST(TimeScale, ChangesItsSpeedOnTheWay) {
+TEST(TimeScale, ChangesItsSpeedDuringTheAudio) {
   const std::vector<TimeScale::SpeedChange> changes = {{10000, 2}, {20000, 1}};
   const TimeScale scale(changes, 30000);
   const auto samples = tone(30000);
@@ -126,7 +126,7 @@ TEST(TimeScale, ChangesItsSpeedOnTheWay) {
 TEST(TimeScale, KeepsTheShapeOfATone) {
   const std::vector<TimeScale::SpeedChange> changes = {{0, 1.7}};
   const auto made = TimeScale(changes, 40000).apply(tone(40000));
-  // A tone that is torn somewhere has a step there.
+  // A discontinuity in the tone would show as a step.
   int steepest = 0;
   for (std::size_t at = 500; at + 500 < made.size(); ++at) {
     steepest = std::max(steepest, std::abs(made[at + 1] - made[at]));
@@ -134,7 +134,7 @@ TEST(TimeScale, KeepsTheShapeOfATone) {
   EXPECT_LT(steepest, 650);
 }
 
-TEST(TimeScale, TakesSoundsOfEveryShortLength) {
+TEST(TimeScale, AcceptsAudioOfEveryShortLength) {
   const std::vector<TimeScale::SpeedChange> changes = {{0, 2.7}};
   for (std::size_t length = 0; length < 1000; ++length) {
     const TimeScale scale(changes, length);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The project's voices, as the engine takes them.
+// The project's voices, as loaded by the engine.
 #include "synth/voice.h"
 
 #include <filesystem>

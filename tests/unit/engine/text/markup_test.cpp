@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The markup scanner: what is a tag, what is text, and that no input makes it slow or loses a byte.
+// The markup scanner: what is a tag and what is text; no input loses a byte or takes more than
+// linear time.
 #include "text/markup.h"
 
 #include <algorithm>
@@ -13,8 +14,8 @@
 namespace kavrel {
 namespace {
 
-// Text as it is, "{name}" for a start tag, "{name/}" for one that is empty, "{/name}" for an end
-// tag, "{}" for other markup. On the way, checks that the events cover every byte once.
+// Text unchanged, "{name}" for a start tag, "{name/}" for an empty element, "{/name}" for an end
+// tag, "{}" for other markup. Also checks that the events cover every byte once.
 std::string scan(std::string_view text) {
   MarkupScanner scanner(text);
   std::string seen;
@@ -43,7 +44,7 @@ std::string scan(std::string_view text) {
   return seen;
 }
 
-// Whether the events cover every byte once, without the cost of looking at each.
+// Checks that the events cover every byte once, cheaply enough for long texts.
 void walk(std::string_view text) {
   MarkupScanner scanner(text);
   std::size_t covered = 0;
@@ -79,7 +80,7 @@ void expectSeen(std::initializer_list<Row> rows) {
   for (const Row& row : rows) EXPECT_EQ(scan(row.text), row.seen) << row.text;
 }
 
-TEST(MarkupScanner, SeesTags) {
+TEST(MarkupScanner, RecognisesTags) {
   expectSeen({
       {"", ""},
       {"plain", "plain"},
@@ -99,7 +100,7 @@ TEST(MarkupScanner, SeesTags) {
   });
 }
 
-TEST(MarkupScanner, TakesWhatIsNoTagAsText) {
+TEST(MarkupScanner, TreatsInvalidTagsAsText) {
   expectSeen({
       {"a < b", "a < b"},
       {"a <b", "a <b"},
@@ -136,7 +137,7 @@ TEST(MarkupScanner, SkipsCommentsInstructionsAndDocumentTypes) {
   });
 }
 
-TEST(MarkupScanner, LosesNothingOfWhatIsNotClosed) {
+TEST(MarkupScanner, KeepsUnclosedMarkup) {
   expectSeen({
       {"a<!-- b", "a<!-- b"},
       {"<!-->", "<!-->"},
@@ -163,7 +164,7 @@ TEST(MarkupScanner, ResolvesEntities) {
   });
 }
 
-TEST(MarkupScanner, TakesUnknownEntitiesAsText) {
+TEST(MarkupScanner, TreatsUnknownEntitiesAsText) {
   for (const char* text : {"&",
                            "&&",
                            "&;",
@@ -188,7 +189,7 @@ TEST(MarkupScanner, TakesUnknownEntitiesAsText) {
   }
 }
 
-TEST(MarkupScanner, GivesEntitiesTheirFullLength) {
+TEST(MarkupScanner, CountsAllBytesOfEntities) {
   MarkupScanner scanner("a&amp;b");
   scanner.next();
   const MarkupEvent event = scanner.next();
@@ -252,13 +253,13 @@ TEST(MarkupScanner, ConvertsBytesToUnicode) {
   }
 }
 
-TEST(MarkupScanner, GivesCharactersWithoutAByteTheirPlainForm) {
+TEST(MarkupScanner, ConvertsCharactersWithoutAByteToTheirPlainForm) {
   EXPECT_EQ(scan("&#8217;&#8220;&#8212;&#8230;&#9731;&#0;"), "'\"-...??");
 }
 
-// Each of these makes a scanner slow that looks for the end of something again and again. A slow
-// one runs into the time limit of the test.
-TEST(MarkupScanner, ReadsHostileTextsInOneGo) {
+// A scanner that searches repeatedly for an end that does not exist takes quadratic time for these,
+// and exceeds the time limit of the test.
+TEST(MarkupScanner, ReadsHostileTextsInLinearTime) {
   for (const char* piece :
        {"<",    "<a",  "<a ",  "<a b='",  "<a b=\"",   "<a b='c\"",   "<a b='<a b=\"",
         "</",   "</a", "<!--", "<!-- --", "<![CDATA[", "<?x",         "<!a",

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The synthesiser's phone events under our names, language by language.
+// The synthesiser's phone events and their names in the engine, language by language.
 #include <sstream>
 #include <string>
 #include <string_view>
@@ -14,8 +14,8 @@
 namespace kavrel {
 namespace {
 
-// Names as they stand in a text, with blanks between.
-std::vector<std::string> listed(std::string_view text) {
+// The names in a text, separated by blanks.
+std::vector<std::string> splitNames(std::string_view text) {
   std::istringstream stream{std::string(text)};
   std::vector<std::string> names;
   for (std::string name; stream >> name;) names.push_back(name);
@@ -30,7 +30,8 @@ std::string phones(std::string_view event, std::string_view language) {
   return names;
 }
 
-// Every name that came back for all syllables that the letters of a language make, and for numbers.
+// Every event that the synthesiser reports for all syllables of a language's letters, and for
+// numbers.
 constexpr std::pair<std::string_view, std::string_view> kHeard[] = {
     {"en-us",
      "0 3 3: ; @ @- @L A: A@ D E I I# I2 N O2 O: O@ OI S T U U@ V Z _ _! _: a a# aI aI3 aI@ aU aa "
@@ -88,7 +89,7 @@ void expectAll(std::string_view language, const std::vector<Row>& rows) {
 
 TEST(PhoneEvents, AreKnownInEveryLanguage) {
   for (const auto& [language, events] : kHeard) {
-    for (const std::string& event : listed(events)) {
+    for (const std::string& event : splitNames(events)) {
       EXPECT_TRUE(isKnownEvent(event, language)) << event << " in " << language;
     }
   }
@@ -96,7 +97,7 @@ TEST(PhoneEvents, AreKnownInEveryLanguage) {
 
 TEST(PhoneEvents, AreNamedWithPhonesThatCanBeRead) {
   for (const auto& [language, events] : kHeard) {
-    for (const std::string& event : listed(events)) {
+    for (const std::string& event : splitNames(events)) {
       const PhoneText read = readPhones(phones(event, language));
       EXPECT_TRUE(read.unknown.empty()) << event << " in " << language;
     }
@@ -228,7 +229,7 @@ TEST(PhoneEvents, OfNorwegianAreTheNearest) {
       {{"u-:", "uw"}, {"u-I", "uw i"}, {"AI", "ay"}, {"Yy", "uh uw"}, {"s;", "sh"}, {"x", "h"}});
 }
 
-TEST(PhoneEvents, SwitchTheLanguage) {
+TEST(PhoneEvents, FollowLanguageSwitches) {
   EXPECT_EQ(languageOfEvent("(en)"), "en");
   EXPECT_EQ(languageOfEvent("(pt-br)"), "pt-br");
   EXPECT_EQ(languageOfEvent("("), "");

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Phone names, both ways.
+// Phone names: from the synthesiser's events, and to its input.
 #include "text/phones.h"
 
 #include <set>
@@ -31,7 +31,7 @@ constexpr const char* kNames =
     "pau ae ey ao ah i eh ih ay aa uw uh ow aw oy b ch d dh f g h jh k l m n ng p r s sh t th v w "
     "j z zh .";
 
-TEST(PhonesOfEvents, NameTheSound) {
+TEST(PhonesOfEvents, AreNamedAfterTheirSound) {
   const std::pair<const char*, Names> rows[] = {
       {"a", {"ae"}},       {"@", {"ah"}},       {"V", {"ah"}},
       {"tS", {"ch"}},      {"D", {"dh"}},       {"t#", {"t"}},
@@ -44,11 +44,11 @@ TEST(PhonesOfEvents, NameTheSound) {
   for (const auto& [event, names] : rows) EXPECT_EQ(ofEvent(event), names) << event;
 }
 
-TEST(PhonesOfEvents, AreNoneForWhatHasNoSound) {
+TEST(PhonesOfEvents, AreEmptyForWhatHasNoSound) {
   for (const char* event : {";", "_!", "_|"}) EXPECT_EQ(ofEvent(event), Names{}) << event;
 }
 
-TEST(PhonesOfEvents, ComeFromTheNearestNameWhenUnknown) {
+TEST(PhonesOfEvents, UseTheNearestNameWhenUnknown) {
   EXPECT_EQ(ofEvent("tS;"), Names{"ch"});
   EXPECT_EQ(ofEvent("E#2"), Names{"eh"});
   EXPECT_EQ(ofEvent("R"), Names{"r"});
@@ -83,20 +83,20 @@ TEST(ReadPhones, ReadsStress) {
   EXPECT_EQ(phonesOf("ey2 b1"), (std::vector<Phone>{{"ey", 0}, {"b", -1}}));
 }
 
-TEST(ReadPhones, TakesRunsApartByTheLongestName) {
+TEST(ReadPhones, SplitsRunsByTheLongestName) {
   EXPECT_EQ(phonesOf("ae1b"), (std::vector<Phone>{{"ae", 1}, {"b", -1}}));
   EXPECT_EQ(phonesOf("dhah0pau"), (std::vector<Phone>{{"dh", -1}, {"ah", 0}, {"pau", -1}}));
   EXPECT_EQ(phonesOf("ih1ngzh"), (std::vector<Phone>{{"ih", 1}, {"ng", -1}, {"zh", -1}}));
   EXPECT_EQ(phonesOf("th"), (std::vector<Phone>{{"th", -1}}));
 }
 
-TEST(ReadPhones, SkipsAndNamesWhatItDoesNotKnow) {
+TEST(ReadPhones, SkipsAndReportsUnknownNames) {
   const PhoneText read = readPhones("b foo ae1 AE x1 d");
   EXPECT_EQ(read.phones, (std::vector<Phone>{{"b", -1}, {"ae", 1}, {"d", -1}}));
   EXPECT_EQ(read.unknown, (Names{"foo", "AE", "x1"}));
 }
 
-TEST(ReadPhones, NamesNoMoreThanALineHolds) {
+TEST(ReadPhones, ReportsNoMoreThanALineHolds) {
   std::string text(100, 'q');
   for (int i = 0; i < 1000; ++i) text += " ?";
   const PhoneText read = readPhones(text);
@@ -122,7 +122,7 @@ TEST(SynthesiserInput, JoinsAndStresses) {
   EXPECT_EQ(input("ch jh sh zh th dh ng j"), "tS|dZ|S|Z|T|D|N|j");
 }
 
-TEST(SynthesiserInput, HasTheNearestVowelOfALanguage) {
+TEST(SynthesiserInput, UsesTheNearestVowelOfALanguage) {
   const std::vector<Phone> phones = phonesOf("ah1 aa1 uh1");
   EXPECT_EQ(synthesiserInput(phones, "en-us"), "'V|'A:|'U");
   EXPECT_EQ(synthesiserInput(phones, "de"), "'@|'A:|'U");
@@ -130,7 +130,7 @@ TEST(SynthesiserInput, HasTheNearestVowelOfALanguage) {
   EXPECT_EQ(synthesiserInput(phones, "fr"), "'@|'a|'u");
 }
 
-TEST(SynthesiserInput, LeavesOutWhatHasNoSound) {
+TEST(SynthesiserInput, OmitsWhatHasNoSound) {
   EXPECT_EQ(input(". b . d ."), "b|d");
   EXPECT_EQ(input("."), "");
   EXPECT_EQ(synthesiserInput({}), "");
@@ -138,7 +138,7 @@ TEST(SynthesiserInput, LeavesOutWhatHasNoSound) {
   EXPECT_EQ(synthesiserInput(unknown), "b");
 }
 
-// What we ask for is what the events then name.
+// Phones given to the synthesiser come back under the same names in its events.
 TEST(SynthesiserInput, ComesBackUnderTheSameName) {
   for (const Phone& phone : phonesOf(kNames)) {
     if (phone.name == ".") continue;
@@ -146,7 +146,7 @@ TEST(SynthesiserInput, ComesBackUnderTheSameName) {
   }
 }
 
-TEST(Phones, KnowsTheVowels) {
+TEST(Phones, RecognisesVowels) {
   for (const char* vowel : {"ae", "i", "oy", "ah"}) EXPECT_TRUE(isVowel(vowel)) << vowel;
   for (const char* other : {"b", "pau", ".", "zh", "qq", ""}) EXPECT_FALSE(isVowel(other)) << other;
 }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What holds for every text: nothing is lost, doubled or misplaced, and no text is expensive.
-// Random texts come from numbered seeds, which a failure prints.
+// Properties of every text: no word or mark is lost, doubled or misplaced, and no text takes more
+// than linear time. Random texts come from numbered seeds, which a failure prints.
 #include <cctype>
 #include <random>
 #include <string>
@@ -16,22 +16,22 @@
 namespace kavrel {
 namespace {
 
-struct Place {
+struct Location {
   std::size_t start = 0;
   std::size_t length = 0;
   std::string name;
 
-  bool operator==(const Place&) const = default;
-  friend void PrintTo(const Place& place, std::ostream* out) {
-    *out << place.start << '+' << place.length << ' ' << place.name;
+  bool operator==(const Location&) const = default;
+  friend void PrintTo(const Location& location, std::ostream* out) {
+    *out << location.start << '+' << location.length << ' ' << location.name;
   }
 };
 
-Place placeOf(const Item& item) {
+Location locationOf(const Item& item) {
   return {item.start, item.length, item.name};
 }
 
-// A random text, with what a reader must find in it.
+// A random text, with the words and marks that a reader must find in it.
 class TextMaker {
  public:
   explicit TextMaker(unsigned seed) : m_random(seed) {}
@@ -41,8 +41,8 @@ class TextMaker {
   }
 
   const std::string& text() const { return m_text; }
-  const std::vector<Place>& words() const { return m_words; }
-  const std::vector<Place>& marks() const { return m_marks; }
+  const std::vector<Location>& words() const { return m_words; }
+  const std::vector<Location>& marks() const { return m_marks; }
 
  private:
   template <std::size_t N>
@@ -68,7 +68,7 @@ class TextMaker {
     }
   }
 
-  // A token, maybe with tags inside; a blank or a break always stands on both sides of it.
+  // A token, possibly with tags inside. A blank or a break is always on both sides of it.
   void addToken() {
     m_text += oneOf({"", "(", "\"", "&quot;", "&#8220;", "[", "\xAB"});
     const std::size_t start = m_text.size();
@@ -111,23 +111,23 @@ class TextMaker {
 
   std::mt19937 m_random;
   std::string m_text;
-  std::vector<Place> m_words;
-  std::vector<Place> m_marks;
+  std::vector<Location> m_words;
+  std::vector<Location> m_marks;
 };
 
-TEST(EveryText, HasItsWordsAndMarksAtTheirPlaces) {
+TEST(EveryText, HasItsWordsAndMarksAtTheirPositions) {
   for (unsigned seed = 0; seed < 2000; ++seed) {
     SCOPED_TRACE("seed " + std::to_string(seed));
     TextMaker maker(seed);
     maker.make(1 + seed % 200);
-    std::vector<Place> words;
-    std::vector<Place> marks;
+    std::vector<Location> words;
+    std::vector<Location> marks;
     SentenceReader reader(maker.text());
     Sentence sentence;
     while (reader.next(sentence)) {
       for (const Item& item : sentence.items) {
-        if (item.kind == Item::Kind::Word && item.reported) words.push_back(placeOf(item));
-        if (item.kind == Item::Kind::Mark) marks.push_back(placeOf(item));
+        if (item.kind == Item::Kind::Word && item.reported) words.push_back(locationOf(item));
+        if (item.kind == Item::Kind::Mark) marks.push_back(locationOf(item));
       }
     }
     ASSERT_EQ(words, maker.words()) << maker.text();
@@ -135,7 +135,7 @@ TEST(EveryText, HasItsWordsAndMarksAtTheirPlaces) {
   }
 }
 
-// A text of markup in pieces, most of it broken.
+// A text of fragments of markup, most of it broken.
 std::string brokenText(unsigned seed) {
   static constexpr const char* kPieces[] = {"<",
                                             ">",
@@ -188,7 +188,7 @@ std::string brokenText(unsigned seed) {
   return text;
 }
 
-// Runs of letters and digits, each ended by anything else.
+// Collects runs of letters and digits; any other character ends a run.
 class Runs {
  public:
   void add(char32_t character) {
@@ -229,7 +229,7 @@ TEST(EveryText, HasAllWordsOutsideTagsSpokenOnce) {
     Sentence sentence;
     while (reader.next(sentence)) {
       for (const Item& item : sentence.items) {
-        // What is not reported is a part of a word, or punctuation.
+        // An item that is not reported is a part of a word, or punctuation.
         if (item.kind == Item::Kind::Word && item.reported) spoken.cut();
         for (const wchar_t character : item.text) spoken.add(static_cast<char32_t>(character));
       }
@@ -281,8 +281,8 @@ TEST(EveryText, HasItsItemsInOrderInsideTheirSentences) {
       ASSERT_LE(lastSentence, text.size());
       for (const Item& item : sentence.items) {
         ASSERT_LE(item.start + item.length, text.size());
-        // Phones come before the marks in their element, and the content may begin behind those;
-        // so do all parts of a word but the first.
+        // Phones precede the marks in their element, and their content may begin after those marks.
+        // The same applies to all parts of a word except the first.
         if (item.kind == Item::Kind::Phones) continue;
         if (item.kind == Item::Kind::Word && !item.reported) continue;
         ASSERT_GE(item.start, lastItem) << text;
@@ -326,9 +326,9 @@ Sizes sizesOf(std::string_view text) {
   return sizes;
 }
 
-// A reader that takes more than linear time runs into the time limit of the test; one that takes
-// more than a piece at a time shows in the sizes.
-TEST(HostileTexts, ComeInPiecesOfLimitedSize) {
+// A reader that takes more than linear time exceeds the time limit of the test; one that reads too
+// much at once fails the checks of the sizes.
+TEST(HostileTexts, AreReadInPiecesOfLimitedSize) {
   std::string allBytes;
   for (int byte = 0; byte < 256; ++byte) allBytes += static_cast<char>(byte);
   const std::string pieces[] = {"<",
@@ -368,7 +368,7 @@ TEST(HostileTexts, ComeInPiecesOfLimitedSize) {
   }
 }
 
-TEST(HostileTexts, LoseNothing) {
+TEST(HostileTexts, LoseNoWord) {
   EXPECT_EQ(sizesOf(repeated("a ")).words, std::size_t{1} << 19);
   EXPECT_EQ(sizesOf(repeated("a")).words, (std::size_t{1} << 20) / SentenceReader::kMaxTokenBytes);
   EXPECT_EQ(sizesOf(repeated("<mark name='12'/>", 170000)).marks, 10000u);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Sentences: where they end, what is in them, and the place of everything.
+// Sentences: where they end, their items, and the positions of both.
 #include "text/sentence.h"
 
 #include <string>
@@ -29,7 +29,7 @@ std::vector<Item> items(std::string_view text) {
   return all;
 }
 
-// One string for each sentence: words as they are, "(…)" around what is no word, "<name>" for
+// One string per sentence: words unchanged, "(…)" around punctuation that is spoken, "<name>" for
 // marks, "*milliseconds" for breaks, "/phones/" for phones.
 std::vector<std::string> outline(std::string_view text) {
   std::vector<std::string> sentences;
@@ -69,12 +69,12 @@ void expectOutlines(std::initializer_list<Row> rows) {
   for (const Row& row : rows) EXPECT_EQ(outline(row.text), row.sentences) << row.text;
 }
 
-// The part of the text that the item names.
-std::string_view placeOf(const Item& item, std::string_view text) {
+// The part of the text that the item covers.
+std::string_view textOf(const Item& item, std::string_view text) {
   return text.substr(item.start, item.length);
 }
 
-std::string_view placeOf(const Sentence& sentence, std::string_view text) {
+std::string_view textOf(const Sentence& sentence, std::string_view text) {
   return text.substr(sentence.start, sentence.length);
 }
 
@@ -102,7 +102,7 @@ TEST(Sentences, EndAtStops) {
   });
 }
 
-TEST(Sentences, GoOnBehindAbbreviations) {
+TEST(Sentences, ContinueAfterAbbreviations) {
   expectOutlines({
       {"Mr. Smith met Dr. Jones. Then", {"Mr Smith met Dr Jones", "Then"}},
       {"J. S. Bach wrote. Then", {"J S Bach wrote", "Then"}},
@@ -151,28 +151,28 @@ TEST(Sentences, EndAcrossTags) {
   });
 }
 
-TEST(Sentences, HavePlaces) {
+TEST(Sentences, HavePositions) {
   const std::string text = "  \"One two.\"  <b>Three</b>!  ";
   const auto sentences = read(text);
   ASSERT_EQ(sentences.size(), 2u);
-  EXPECT_EQ(placeOf(sentences[0], text), "\"One two.\"");
-  EXPECT_EQ(placeOf(sentences[1], text), "Three</b>!");
+  EXPECT_EQ(textOf(sentences[0], text), "\"One two.\"");
+  EXPECT_EQ(textOf(sentences[1], text), "Three</b>!");
   for (const Sentence& sentence : sentences) EXPECT_TRUE(sentence.begins && sentence.ends);
 }
 
-TEST(Words, HaveThePlaceOfTheirTokenWithoutPunctuation) {
+TEST(Words, HaveTheRangeOfTheirTokenWithoutPunctuation) {
   const std::string text = "(hello), C++ - &quot;AT&amp;T&quot; &#67;afe\xE9!";
   const auto all = items(text);
   ASSERT_EQ(all.size(), 5u);
-  EXPECT_EQ(placeOf(all[0], text), "hello");
+  EXPECT_EQ(textOf(all[0], text), "hello");
   EXPECT_EQ(all[0].text, L"(hello),");
-  EXPECT_EQ(placeOf(all[1], text), "C++");
-  EXPECT_EQ(placeOf(all[2], text), "-");
+  EXPECT_EQ(textOf(all[1], text), "C++");
+  EXPECT_EQ(textOf(all[2], text), "-");
   EXPECT_FALSE(all[2].reported);
-  EXPECT_EQ(placeOf(all[3], text), "AT&amp;T");
+  EXPECT_EQ(textOf(all[3], text), "AT&amp;T");
   EXPECT_EQ(all[3].name, "AT&T");
   EXPECT_EQ(all[3].text, L"\"AT&T\"");
-  EXPECT_EQ(placeOf(all[4], text), "&#67;afe\xE9");
+  EXPECT_EQ(textOf(all[4], text), "&#67;afe\xE9");
   EXPECT_EQ(all[4].name, "Cafe\xE9");
   EXPECT_EQ(all[4].text, L"Cafe\u00E9!");
 }
@@ -183,7 +183,7 @@ TEST(Words, AreUnicode) {
   EXPECT_EQ(all[0].text, L"\u20AC\u0160\u0161\u017D\u017E\u0152\u0153\u0178\u00FF");
 }
 
-TEST(Words, AreSeparatedByEverythingBlank) {
+TEST(Words, AreSeparatedByAllBlanks) {
   using namespace std::string_literals;
   EXPECT_EQ(outline("a\0b\x01"
                     "c\x7F"
@@ -193,7 +193,7 @@ TEST(Words, AreSeparatedByEverythingBlank) {
             Lines{"a b c d e f g h i"});
 }
 
-TEST(Words, GoOnBehindTags) {
+TEST(Words, ContinueAfterTags) {
   expectOutlines({
       {"a<b>c</b>d e", {"acd e"}},
       {"<b>a</b>b <b>c </b>d", {"ab c d"}},
@@ -212,11 +212,11 @@ TEST(Words, EndAtBreaksAndPhonemes) {
   });
 }
 
-TEST(Words, HaveThePlaceOfTheirTokenWithTheTagsInside) {
+TEST(Words, HaveTheRangeOfTheirTokenWithTheTagsInside) {
   const std::string text = "a (fo</emphasis>x), b";
   const auto all = items(text);
   ASSERT_EQ(all.size(), 3u);
-  EXPECT_EQ(placeOf(all[1], text), "fo</emphasis>x");
+  EXPECT_EQ(textOf(all[1], text), "fo</emphasis>x");
   EXPECT_EQ(all[1].name, "fox");
   EXPECT_EQ(all[1].text, L"(fox),");
 }
@@ -238,11 +238,11 @@ TEST(Words, ThatAreSpeltInPartAreReportedOnce) {
   EXPECT_EQ(all[0].text, L"id-");
   EXPECT_FALSE(all[0].style.spellOut);
   EXPECT_TRUE(all[0].reported);
-  EXPECT_EQ(placeOf(all[0], text), "id-<say-as type='spell-out'>abc");
+  EXPECT_EQ(textOf(all[0], text), "id-<say-as type='spell-out'>abc");
   EXPECT_EQ(all[1].text, L"abc");
   EXPECT_TRUE(all[1].style.spellOut);
   EXPECT_FALSE(all[1].reported);
-  EXPECT_EQ(placeOf(all[1], text), placeOf(all[0], text));
+  EXPECT_EQ(textOf(all[1], text), textOf(all[0], text));
   EXPECT_EQ(all[2].text, L",");
   EXPECT_FALSE(all[2].reported);
 }
@@ -256,12 +256,12 @@ TEST(Words, AreReportedWithThePartWhereTheyBegin) {
   EXPECT_EQ(all[1].name, "42");
 }
 
-TEST(Words, ComeInPiecesWhenTheyAreTooLong) {
+TEST(Words, AreSplitWhenTheyAreTooLong) {
   const std::string text = std::string(SentenceReader::kMaxTokenBytes, 'a') + "bc";
   const auto all = items(text + " d");
   ASSERT_EQ(all.size(), 3u);
   EXPECT_EQ(all[0].length, SentenceReader::kMaxTokenBytes);
-  EXPECT_EQ(placeOf(all[1], text), "bc");
+  EXPECT_EQ(textOf(all[1], text), "bc");
   EXPECT_EQ(items(std::string(SentenceReader::kMaxTokenBytes, 'a')).size(), 1u);
 }
 
@@ -283,7 +283,7 @@ TEST(Styles, HoldForTheWordsInside) {
   EXPECT_EQ(all[8].style, Style());
 }
 
-TEST(Styles, GoOnInTheNextSentence) {
+TEST(Styles, ContinueInTheNextSentence) {
   const auto all = items("<prosody rate='100'>One. Two.</prosody> Three.");
   ASSERT_EQ(all.size(), 3u);
   EXPECT_EQ(all[1].style.rate, 100);
@@ -309,15 +309,15 @@ TEST(Marks, AreReportedOnceInOrder) {
   });
 }
 
-TEST(Marks, HaveThePlaceOfTheirTag) {
+TEST(Marks, HaveTheRangeOfTheirTag) {
   const std::string text = "a <mark  name='65536' /> b";
   const auto all = items(text);
   ASSERT_EQ(all.size(), 3u);
-  EXPECT_EQ(placeOf(all[1], text), "<mark  name='65536' />");
+  EXPECT_EQ(textOf(all[1], text), "<mark  name='65536' />");
   EXPECT_EQ(all[1].name, "65536");
 }
 
-TEST(Marks, InsideAWordComeOnTheWay) {
+TEST(Marks, InsideAWordBelongToTheWord) {
   const auto all = items("(a<mark name='1'/>b<mark name='2'/>c<mark name='3'/> d");
   ASSERT_EQ(all.size(), 5u);
   EXPECT_EQ(all[0].name, "abc");
@@ -326,7 +326,7 @@ TEST(Marks, InsideAWordComeOnTheWay) {
   EXPECT_DOUBLE_EQ(all[3].share, 1);
 }
 
-TEST(Marks, InFrontOfAWordComeBeforeItBehindAQuoteToo) {
+TEST(Marks, BeforeAWordPrecedeItEvenAfterAQuote) {
   expectOutlines({{"\"<mark name='1'/>Hello<mark name='2'/>,\" x", {"<1> Hello <2> x"}}});
 }
 
@@ -338,14 +338,14 @@ TEST(Marks, ThatAreTooManyForAWordEndIt) {
   EXPECT_EQ(all.back().name, "b");
 }
 
-TEST(Marks, BehindTheLastSentenceBeginNone) {
+TEST(Marks, AfterTheLastSentenceBeginNoSentence) {
   const std::string text = "One. <mark name='1'/><break time='1s'/> ";
   const auto sentences = read(text);
   ASSERT_EQ(sentences.size(), 2u);
   EXPECT_TRUE(sentences[0].begins && sentences[0].ends);
   EXPECT_FALSE(sentences[1].begins);
   EXPECT_FALSE(sentences[1].ends);
-  EXPECT_EQ(placeOf(sentences[1], text), "<mark name='1'/><break time='1s'/>");
+  EXPECT_EQ(textOf(sentences[1], text), "<mark name='1'/><break time='1s'/>");
 }
 
 TEST(Breaks, HaveTheirTime) {
@@ -359,13 +359,13 @@ TEST(Breaks, HaveTheirTime) {
   });
 }
 
-TEST(Phonemes, TakeThePlaceOfTheirContent) {
+TEST(Phonemes, HaveTheRangeOfTheirContent) {
   const std::string text = "say <phoneme ph='d ae1 t'> that &amp; this </phoneme> now";
   const auto all = items(text);
   ASSERT_EQ(all.size(), 3u);
   EXPECT_EQ(all[1].kind, Item::Kind::Phones);
   EXPECT_EQ(all[1].phones, (std::vector<Phone>{{"d", -1}, {"ae", 1}, {"t", -1}}));
-  EXPECT_EQ(placeOf(all[1], text), "that &amp; this");
+  EXPECT_EQ(textOf(all[1], text), "that &amp; this");
   EXPECT_EQ(all[1].name, "that & this");
   EXPECT_TRUE(all[1].reported);
 }
@@ -421,7 +421,7 @@ TEST(Phonemes, WithoutContentReportNoWord) {
   }
 }
 
-TEST(LongSentences, ComeInPieces) {
+TEST(LongSentences, AreSplit) {
   std::string text;
   while (text.size() < 3 * SentenceReader::kMaxSentenceBytes) text += "word, ";
   text += "end. Next.";
@@ -434,10 +434,10 @@ TEST(LongSentences, ComeInPieces) {
     EXPECT_EQ(text[sentences[i].start + sentences[i].length], ' ');
   }
   EXPECT_TRUE(sentences.back().begins && sentences.back().ends);
-  EXPECT_EQ(placeOf(sentences.back(), text), "Next.");
+  EXPECT_EQ(textOf(sentences.back(), text), "Next.");
 }
 
-TEST(LongSentences, AreCutInFrontOfAMarkToo) {
+TEST(LongSentences, AreAlsoSplitBeforeAMark) {
   std::string text = "begin ";
   while (text.size() < SentenceReader::kMaxSentenceBytes - 100) text += "<mark name='1'/>";
   const std::size_t first = items(text).size();
@@ -452,7 +452,7 @@ TEST(LongSentences, AreCutInFrontOfAMarkToo) {
   EXPECT_TRUE(sentences.back().ends);
 }
 
-TEST(LongSentences, ShortenThePlaceOfOverlongPhonemes) {
+TEST(LongSentences, ShortenTheRangeOfOverlongPhonemes) {
   const std::string text = "<phoneme ph='b'>" + std::string(200000, 'x') + "</phoneme> after.";
   const auto sentences = read(text);
   ASSERT_EQ(sentences.size(), 2u);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Settings of speech: numbers, elements and their nesting.
+// Styles of speech: numbers, elements and their nesting.
 #include "text/style.h"
 
 #include <string>
@@ -35,7 +35,7 @@ TEST(Style, IsUnsetAtFirst) {
   EXPECT_EQ(Style().rate, Style::kUnset);
 }
 
-TEST(Style, TakesProsody) {
+TEST(Style, ReadsProsody) {
   EXPECT_EQ(prosody("volume='50'").volume, 50);
   EXPECT_EQ(prosody("rate='200'").rate, 200);
   EXPECT_EQ(prosody("pitch='146.832Hz'").pitch, 146.832);
@@ -47,7 +47,7 @@ TEST(Style, TakesProsody) {
   EXPECT_EQ(all.pitch, 4);
 }
 
-TEST(Style, TakesVolume) {
+TEST(Style, ReadsVolume) {
   struct Row {
     const char* text;
     double volume;
@@ -61,13 +61,13 @@ TEST(Style, TakesVolume) {
   }
 }
 
-TEST(Style, KeepsTheOuterRateForNonsense) {
+TEST(Style, KeepsTheOuterRateForInvalidValues) {
   for (const char* text : {"0", "-200", "fast", "", "inf", "nan", "200wpm", "0x10"}) {
     EXPECT_EQ(prosody("rate='" + std::string(text) + "'").rate, 111) << text;
   }
 }
 
-TEST(Style, KeepsTheOuterPitchForNonsense) {
+TEST(Style, KeepsTheOuterPitchForInvalidValues) {
   for (const char* text : {"high", "", "Hz", "-5Hz", "0Hz", "infHz", "12kHz", "5 %"}) {
     EXPECT_EQ(prosody("pitch='" + std::string(text) + "'").pitch, 77) << text;
   }
@@ -77,7 +77,7 @@ TEST(Style, KeepsTheOuterPitchForNonsense) {
   EXPECT_EQ(prosody("range='-1Hz'").range, 22);
 }
 
-TEST(Style, TakesSayAsInEitherForm) {
+TEST(Style, ReadsSayAsInEitherForm) {
   EXPECT_TRUE(styleAfter("<say-as type='spell-out'>").spellOut);
   EXPECT_TRUE(styleAfter("<say-as interpret-as='spell-out'>").spellOut);
   EXPECT_TRUE(styleAfter("<say-as interpret-as='digits'>").digits);
@@ -88,7 +88,7 @@ TEST(Style, TakesSayAsInEitherForm) {
   EXPECT_TRUE(both.digits && both.spellOut);
 }
 
-TEST(Style, TakesStrongEmphasisOnly) {
+TEST(Style, ReadsStrongEmphasisOnly) {
   EXPECT_TRUE(styleAfter("<emphasis strength='strong'>").emphasis);
   for (const char* tag :
        {"<emphasis>", "<emphasis strength='none'>", "<emphasis level='strong'>"}) {
@@ -97,7 +97,7 @@ TEST(Style, TakesStrongEmphasisOnly) {
   EXPECT_FALSE(styleAfter("<emphasis strength='strong'><emphasis strength='none'>").emphasis);
 }
 
-TEST(Style, ComesBackWhenElementsClose) {
+TEST(Style, IsRestoredWhenElementsClose) {
   const std::string open = "<prosody rate='1'><prosody rate='2' volume='5'>";
   EXPECT_EQ(styleAfter(open).rate, 2);
   EXPECT_EQ(styleAfter(open + "</prosody>").rate, 1);
@@ -114,7 +114,7 @@ TEST(Style, IgnoresTagsThatSetNothing) {
   }
 }
 
-TEST(Style, ClosesWhatIsOpenInsideTheElement) {
+TEST(Style, ClosesElementsThatAreOpenInsideAClosedOne) {
   const std::string open = "<prosody rate='1'><emphasis strength='strong'><say-as type='digits'>";
   EXPECT_EQ(styleAfter(open + "</prosody>"), Style());
   EXPECT_EQ(styleAfter(open + "</prosody></say-as></emphasis>"), Style());
@@ -127,7 +127,7 @@ TEST(Style, ClosesWhatIsOpenInsideTheElement) {
 TEST(Style, NestsAMillionDeep) {
   std::string text;
   for (int i = 0; i < 1'000'000; ++i) text += "<emphasis>";
-  // None of these finds an element to close, and none may search for one.
+  // None of these end tags matches an open element, and none may search for one.
   for (int i = 0; i < 1'000'000; ++i) text += "</prosody>";
   text += "<prosody rate='7'>";
   EXPECT_EQ(styleAfter(text).rate, 7);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The place of a word in its token, and which tokens end a sentence.
+// The range of a word in its token, and which tokens end a sentence.
 #include "text/words.h"
 
 #include <string>
@@ -28,7 +28,7 @@ Stop stop(std::u32string_view text) {
   return stopOf(letters(text));
 }
 
-TEST(WordOf, LeavesOutThePunctuationAround) {
+TEST(WordOf, OmitsSurroundingPunctuation) {
   const std::pair<const char32_t*, const char32_t*> rows[] = {
       {U"hello", U"hello"},
       {U"(hello),", U"hello"},
@@ -62,7 +62,7 @@ TEST(WordOf, KeepsWhatIsSpoken) {
   EXPECT_EQ(word(U"-five-"), U"five");
 }
 
-TEST(WordOf, IsEmptyForPunctuationAlone) {
+TEST(WordOf, IsEmptyForPunctuation) {
   for (const char32_t* token : {U".", U"...", U"-", U"\u2014", U"?!", U"()", U"\"", U"\u2026"}) {
     EXPECT_EQ(word(token), U"");
   }
@@ -83,14 +83,14 @@ TEST(StopOf, DoesNotEndSentencesElsewhere) {
   }
 }
 
-TEST(StopOf, KnowsTitlesAndInitials) {
+TEST(StopOf, RecognisesTitlesAndInitials) {
   for (const char32_t* token : {U"Mr.", U"Mrs.", U"Ms.", U"Dr.", U"St.", U"Prof.", U"vs.", U"e.g.",
                                 U"i.e.", U"J.", U"(Mr.", U"(e.g.", U"\u00C9.", U"MR."}) {
     EXPECT_EQ(stop(token), Stop::None);
   }
 }
 
-TEST(StopOf, LeavesSomeToWhatFollows) {
+TEST(StopOf, DependsOnTheNextTokenForSomeStops) {
   for (const char32_t* token : {U"etc.", U"etc.)", U"Inc.", U"Jr.", U"a.m.", U"U.S.", U"Jan."}) {
     EXPECT_EQ(stop(token), Stop::UnlessLowerCase);
   }
@@ -99,7 +99,7 @@ TEST(StopOf, LeavesSomeToWhatFollows) {
   }
 }
 
-TEST(Characters, AreBlankWhenTheyControl) {
+TEST(Characters, AreBlankWhenTheyAreControlCharacters) {
   for (char32_t c = 0; c <= 0x20; ++c) EXPECT_TRUE(isBlank(c));
   for (char32_t c = 0x7F; c <= 0xA0; ++c) EXPECT_TRUE(isBlank(c));
   for (const char32_t c : {0x2003u, 0x2028u, 0x3000u, 0xFEFFu}) EXPECT_TRUE(isBlank(c));

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Numbers, truth values, arrays, dictionaries, errors, and what strings do beyond their bytes.
+// Numbers, Booleans, arrays, dictionaries, errors, and string functions beyond access to bytes.
 #include <CoreFoundation/CoreFoundation.h>
 
 #include <limits>
@@ -55,13 +55,13 @@ TEST(CFNumber, SaturatesDoublesThatAreTooLarge) {
   EXPECT_EQ(value, 0);
 }
 
-TEST(CFNumber, IsNotMadeOfAnUnknownType) {
+TEST(CFNumber, IsNotCreatedFromAnUnknownType) {
   const int value = 1;
   EXPECT_EQ(CFNumberCreate(nullptr, 99, &value), nullptr);
   EXPECT_EQ(CFNumberCreate(nullptr, kCFNumberIntType, nullptr), nullptr);
 }
 
-TEST(CFBoolean, OutlivesEveryRelease) {
+TEST(CFBoolean, IsNotDestroyedByReleases) {
   for (int i = 0; i < 5; ++i) CFRelease(kCFBooleanTrue);
   EXPECT_TRUE(CFBooleanGetValue(kCFBooleanTrue));
   EXPECT_FALSE(CFBooleanGetValue(kCFBooleanFalse));
@@ -80,7 +80,7 @@ TEST(CFEqual, ComparesValuesOfOneType) {
   EXPECT_FALSE(CFEqual(nullptr, text("a").get()));
 }
 
-TEST(CFArray, HoldsACountOfItsValues) {
+TEST(CFArray, RetainsItsValues) {
   const auto value = wholeNumber(1);
   {
     const Owned array(CFArrayCreateMutable(nullptr, 0, &kCFTypeArrayCallBacks));
@@ -96,10 +96,10 @@ TEST(CFArray, HoldsACountOfItsValues) {
 }
 
 TEST(CFArray, KeepsBarePointersWithoutCallbacks) {
-  int place = 0;
-  const void* values[] = {&place};
+  int target = 0;
+  const void* values[] = {&target};
   const Owned array(CFArrayCreate(nullptr, values, 1, nullptr));
-  EXPECT_EQ(CFArrayGetValueAtIndex(array.get(), 0), &place);
+  EXPECT_EQ(CFArrayGetValueAtIndex(array.get(), 0), &target);
 }
 
 TEST(CFDictionary, FindsValuesByEqualKeys) {
@@ -109,7 +109,7 @@ TEST(CFDictionary, FindsValuesByEqualKeys) {
   CFDictionaryAddValue(dictionary.get(), CFSTR("one"), kCFBooleanFalse);
   EXPECT_EQ(CFDictionaryGetCount(dictionary.get()), 1);
   EXPECT_TRUE(CFEqual(CFDictionaryGetValue(dictionary.get(), CFSTR("one")), wholeNumber(1).get()));
-  // The old value, which only the dictionary holds, may go into its own place.
+  // A value that only the dictionary retains may replace itself.
   CFDictionarySetValue(dictionary.get(), CFSTR("one"),
                        CFDictionaryGetValue(dictionary.get(), CFSTR("one")));
   CFDictionarySetValue(dictionary.get(), CFSTR("one"), kCFBooleanTrue);
@@ -138,7 +138,7 @@ TEST(CFDictionary, IsEqualWhateverTheOrder) {
   EXPECT_FALSE(CFEqual(make(keys, values).get(), make(keys, others).get()));
 }
 
-TEST(CFError, TellsItsDomainCodeAndInformation) {
+TEST(CFError, ReturnsItsDomainCodeAndInformation) {
   const Owned bare(CFErrorCreate(nullptr, kCFErrorDomainOSStatus, -50, nullptr));
   EXPECT_EQ(CFErrorGetCode(bare.get()), -50);
   EXPECT_TRUE(CFEqual(CFErrorGetDomain(bare.get()), kCFErrorDomainOSStatus));
@@ -147,7 +147,7 @@ TEST(CFError, TellsItsDomainCodeAndInformation) {
   EXPECT_EQ(CFErrorCreate(nullptr, nullptr, 1, nullptr), nullptr);
 }
 
-TEST(CFString, HasConstantsThatAreMadeOnce) {
+TEST(CFString, CreatesConstantsOnce) {
   CFStringRef constants[2];
   for (CFStringRef& constant : constants) constant = CFSTR("a constant");
   EXPECT_EQ(constants[0], constants[1]);
@@ -155,7 +155,7 @@ TEST(CFString, HasConstantsThatAreMadeOnce) {
   EXPECT_EQ(CFStringGetLength(constants[0]), 10);
 }
 
-TEST(CFString, GivesItsPartsAndUnits) {
+TEST(CFString, ReturnsItsPartsAndUnits) {
   const auto string = text("a\xF0\x9F\x98\x80z");
   const Owned part(CFStringCreateWithSubstring(nullptr, string.get(), {1, 2}));
   EXPECT_TRUE(CFEqual(part.get(), text("\xF0\x9F\x98\x80").get()));

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The Core Foundation subset: counting, strings in all encodings, paths with any bytes.
+// The Core Foundation subset: reference counting, strings in all encodings, paths with any bytes.
 #include <CoreFoundation/CoreFoundation.h>
 
 #include <array>
@@ -28,7 +28,8 @@ CFURLRef urlOf(const std::string& path) {
                                                  static_cast<CFIndex>(path.size()), true);
 }
 
-// The path of a URL as programs get it without a string; "(fails)" when there is none.
+// The path of a URL without the use of a string; "(fails)" when the URL has no path or it does not
+// fit.
 std::string representation(CFURLRef url, bool absolute, std::size_t room = 4096) {
   std::vector<UInt8> buffer(room);
   if (!CFURLGetFileSystemRepresentation(url, absolute, buffer.data(), static_cast<CFIndex>(room))) {
@@ -43,7 +44,7 @@ std::string cString(CFStringRef string, CFStringEncoding encoding, CFIndex room 
   return buffer.c_str();
 }
 
-TEST(CFObject, LivesUntilTheLastReleaseOfThoseThatHoldIt) {
+TEST(CFObject, IsDestroyedByTheLastRelease) {
   CFURLRef const url = urlOf("/tmp");
   EXPECT_EQ(CFGetRetainCount(url), 1);
   CFBundleRef const bundle = CFBundleCreate(kCFAllocatorDefault, url);
@@ -61,7 +62,7 @@ TEST(CFObject, LivesUntilTheLastReleaseOfThoseThatHoldIt) {
   CFRelease(url);
 }
 
-TEST(CFObject, CountsFromManyThreads) {
+TEST(CFObject, CountsReferencesFromManyThreads) {
   CFStringRef const string = utf8("shared");
   {
     std::vector<std::jthread> threads;
@@ -78,7 +79,7 @@ TEST(CFObject, CountsFromManyThreads) {
   CFRelease(string);
 }
 
-TEST(CFObject, KnowsItsType) {
+TEST(CFObject, ReturnsItsType) {
   CFStringRef const string = utf8("x");
   CFURLRef const url = urlOf("/tmp");
   EXPECT_EQ(CFGetTypeID(string), CFStringGetTypeID());
@@ -89,7 +90,7 @@ TEST(CFObject, KnowsItsType) {
   CFRelease(url);
 }
 
-TEST(CFObject, ShowsItselfOnOneLine) {
+TEST(CFObject, IsDescribedOnOneLine) {
   CFStringRef const string = utf8("two\nlines");
   CFURLRef const url = urlOf("/tmp");
   CFBundleRef const bundle = CFBundleCreate(kCFAllocatorDefault, url);
@@ -146,7 +147,7 @@ TEST(CFString, ConvertsBetweenItsEncodings) {
   CFRelease(roman);
 }
 
-TEST(CFString, RefusesWhatIsNotWellFormed) {
+TEST(CFString, RejectsMalformedBytes) {
   for (const char* const text : {"\x80", "\xC3", "\xC0\x80", "\xED\xA0\x80", "\xF4\x90\x80\x80",
                                  "\xE2\x82", "a\xFFz", "\xF8\x88\x80\x80\x80"}) {
     EXPECT_EQ(utf8(text), nullptr) << text;
@@ -161,7 +162,7 @@ TEST(CFString, CountsUtf16Units) {
   CFRelease(string);
 }
 
-TEST(CFString, LendsItsBytesInItsOwnEncodingOnly) {
+TEST(CFString, ReturnsItsBytesInItsOwnEncodingOnly) {
   CFStringRef const string = utf8("plain");
   EXPECT_STREQ(CFStringGetCStringPtr(string, kCFStringEncodingUTF8), "plain");
   EXPECT_EQ(CFStringGetCStringPtr(string, kCFStringEncodingMacRoman), nullptr);
@@ -212,7 +213,7 @@ Bytes bytesOf(CFStringRef string, CFRange range, CFStringEncoding encoding, UInt
   return {converted, buffer.substr(0, static_cast<std::size_t>(used))};
 }
 
-TEST(CFString, GivesTheBytesOfARange) {
+TEST(CFString, ReturnsTheBytesOfARange) {
   CFStringRef const string = utf8("a\xC3\xBC\xF0\x9F\x98\x80z");  // a, u umlaut, a pair, z
   const auto mac = kCFStringEncodingMacRoman;
 
@@ -242,7 +243,7 @@ TEST(CFString, GivesTheBytesOfARange) {
   CFRelease(string);
 }
 
-// The route by which a synthesizer learns where a voice is.
+// The calls by which a synthesizer gets the path of a voice.
 std::string pathByString(CFURLRef url) {
   CFURLRef const absolute = CFURLCopyAbsoluteURL(url);
   CFStringRef const path = CFURLCopyFileSystemPath(absolute, kCFURLPOSIXPathStyle);
@@ -253,7 +254,7 @@ std::string pathByString(CFURLRef url) {
   return lent;
 }
 
-TEST(CFURL, GivesPathsBackByteForByte) {
+TEST(CFURL, ReturnsPathsByteForByte) {
   const std::string longPath = "/voices/" + std::string(5000, 'v');
   for (const std::string& path :
        {std::string("/"), std::string("/a b/c%20d?#"), std::string("/") + kGreeting,
@@ -301,7 +302,7 @@ TEST(CFURL, PutsTheWorkingDirectoryBeforeARelativePath) {
   CFRelease(url);
 }
 
-TEST(CFURL, RefusesPathsThatAreNone) {
+TEST(CFURL, RejectsInvalidPaths) {
   EXPECT_EQ(urlOf(""), nullptr);
   EXPECT_EQ(urlOf(std::string("/a\0b", 4)), nullptr);
   CFStringRef const path = utf8("/a");
@@ -309,7 +310,7 @@ TEST(CFURL, RefusesPathsThatAreNone) {
   CFRelease(path);
 }
 
-TEST(CFURL, TakesAStringInAnyEncoding) {
+TEST(CFURL, AcceptsAStringInAnyEncoding) {
   CFStringRef const roman = CFStringCreateWithCString(nullptr, "/\x8A", kCFStringEncodingMacRoman);
   CFURLRef const url = CFURLCreateWithFileSystemPath(nullptr, roman, kCFURLPOSIXPathStyle, false);
   EXPECT_EQ(representation(url, true), "/\xC3\xA4");

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Fixed-point arithmetic at its edges. Numbers are written as the 32 bits they are.
+// Fixed-point arithmetic at its limits. Numbers are written as their 32 bits.
 #include <ApplicationServices/FixMath.h>
 
 #include <climits>
@@ -26,7 +26,7 @@ TEST(Long2Fix, KeepsWholeNumbers) {
   EXPECT_EQ(Long2Fix(-32768), kSmallest);
 }
 
-TEST(Long2Fix, SaturatesWhereFixedEnds) {
+TEST(Long2Fix, SaturatesAtTheLimitsOfFixed) {
   EXPECT_EQ(Long2Fix(32768), kLargest);
   EXPECT_EQ(Long2Fix(65536), kLargest);
   EXPECT_EQ(Long2Fix(LONG_MAX), kLargest);
@@ -34,7 +34,7 @@ TEST(Long2Fix, SaturatesWhereFixedEnds) {
   EXPECT_EQ(Long2Fix(LONG_MIN), kSmallest);
 }
 
-TEST(Fix2Long, DropsTheFractionTowardZero) {
+TEST(Fix2Long, RoundsTowardZero) {
   EXPECT_EQ(Fix2Long(0x00C8C000), 200);
   EXPECT_EQ(Fix2Long(kOne - 1), 0);
   EXPECT_EQ(Fix2Long(-kOne + 1), 0);
@@ -83,7 +83,7 @@ TEST(FixMath, AgreesWithExactArithmeticOnManyNumbers) {
   };
   std::mt19937 random(20);
   for (int i = 0; i < 100'000; ++i) {
-    // Of every magnitude.
+    // Numbers of every magnitude.
     const auto a = static_cast<Fixed>(random()) >> (random() % 31);
     const auto b = static_cast<Fixed>(random()) >> (random() % 31);
     const long double exact = a;

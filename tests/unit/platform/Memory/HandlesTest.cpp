@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+//
+// Handles: sizes, contents and errors of relocatable blocks.
 #include <cstring>
 
 #include <MacMemory.h>
@@ -22,13 +24,13 @@ TEST(Handles, KeepTheirBytesWhenTheirSizeChanges) {
   DisposeHandle(handle);
 }
 
-TEST(Handles, AreClearWhenAskedFor) {
+TEST(Handles, AreZeroedOnRequest) {
   Handle const handle = NewHandleClear(50);
   for (int i = 0; i < 50; ++i) EXPECT_EQ((*handle)[i], 0);
   DisposeHandle(handle);
 }
 
-TEST(Handles, TellWhatWasWrong) {
+TEST(Handles, ReportErrors) {
   EXPECT_EQ(NewHandle(-1), nullptr);
   EXPECT_EQ(MemError(), paramErr);
   EXPECT_EQ(GetHandleSize(nullptr), 0);

@@ -69,7 +69,7 @@ TEST_F(CallQueueTest, DropsCallsThatHaveNotStarted) {
   EXPECT_THAT(m_done, ElementsAre("waiting", "two"));
 }
 
-TEST_F(CallQueueTest, GoesOnAfterAnException) {
+TEST_F(CallQueueTest, ContinuesAfterAnException) {
   EXPECT_THROW(m_calls->runNow([] { throw std::runtime_error("now"); }), std::runtime_error);
   queueWaiting();
   EXPECT_FALSE(m_calls->runOrQueue(m_calls, [] { throw std::runtime_error("queued"); }));

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Texts as callers give them, and the places in them.
+// The caller's text, and the mapping of positions back to it.
 #include <string>
 
 #include <gtest/gtest.h>
@@ -20,17 +20,17 @@ CallerText ofUtf8(const std::string& utf8) {
 }
 
 // A range as "location+length".
-std::string place(const CallerText& text, unsigned long position, unsigned long length) {
+std::string rangeOf(const CallerText& text, unsigned long position, unsigned long length) {
   const CFRange range = text.inCallersUnits(position, length);
   return std::to_string(range.location) + "+" + std::to_string(range.length);
 }
 
-TEST(CallerText, KeepsBytesAndTakesNulsForBlanks) {
+TEST(CallerText, KeepsBytesAndReadsNulsAsBlanks) {
   CallerText text("a\0b\xFF", 4);
   EXPECT_EQ(text.bytes(), "a b\xFF");
   text.append("\0c", 2);
   EXPECT_EQ(text.bytes(), "a b\xFF c");
-  EXPECT_EQ(place(text, 2, 4), "2+4");
+  EXPECT_EQ(rangeOf(text, 2, 4), "2+4");
   EXPECT_FALSE(text.isString());
 }
 
@@ -42,18 +42,18 @@ TEST(CallerText, ConvertsStringsToPlainForms) {
   EXPECT_EQ(ofUtf8(std::string("a\0b", 3)).bytes(), "a b");
 }
 
-TEST(CallerText, TellsPlacesInUnitsOfTheString) {
+TEST(CallerText, ReturnsRangesInUnitsOfTheString) {
   const CallerText text = ofUtf8("\U0001F600 \u00BD cup e\u0301 x");
   ASSERT_EQ(text.bytes(), "  1/2 cup \x8E x");
-  EXPECT_EQ(place(text, 2, 3), "3+1");
-  EXPECT_EQ(place(text, 2, 1), "3+1");  // a part of what the character became
-  EXPECT_EQ(place(text, 6, 3), "5+3");
-  EXPECT_EQ(place(text, 10, 1), "9+2");  // its accent belongs to it
-  EXPECT_EQ(place(text, 12, 1), "12+1");
-  EXPECT_EQ(place(text, 13, 0), "13+0");
+  EXPECT_EQ(rangeOf(text, 2, 3), "3+1");
+  EXPECT_EQ(rangeOf(text, 2, 1), "3+1");  // one byte of the character's plain form
+  EXPECT_EQ(rangeOf(text, 6, 3), "5+3");
+  EXPECT_EQ(rangeOf(text, 10, 1), "9+2");  // its accent belongs to it
+  EXPECT_EQ(rangeOf(text, 12, 1), "12+1");
+  EXPECT_EQ(rangeOf(text, 13, 0), "13+0");
 }
 
-TEST(CallerText, HasAStringOfItsBytes) {
+TEST(CallerText, ReturnsAStringOfItsBytes) {
   CallerText text("z\x9A", 2);
   EXPECT_EQ(CFStringGetLength(text.string()), 2);
   EXPECT_EQ(CFStringGetCharacterAtIndex(text.string(), 1), 0xF6);

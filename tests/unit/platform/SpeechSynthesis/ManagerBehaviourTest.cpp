@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What clients rely on: one test for each behaviour of the Manager that a synthesizer alone does
-// not give.
+// What clients rely on: one test for each behaviour that the Manager adds to a synthesizer's.
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
@@ -21,7 +20,7 @@ using testing::Each;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-// A door that a callback waits at until the test opens it.
+// A latch at which a callback waits until the test opens it.
 class Door {
  public:
   void pass() {
@@ -49,7 +48,7 @@ class Door {
 
 using ManagerBehaviour = Manager;
 
-TEST_F(ManagerBehaviour, NewTextStopsTheOldAtOnceUnlessToldNotTo) {
+TEST_F(ManagerBehaviour, NewTextStopsTheOldAtOnceUnlessForbidden) {
   installAll();
   ASSERT_EQ(speak("one"), noErr);
   EXPECT_EQ(speak("two", kNoSpeechInterrupt), synthNotReady);
@@ -86,7 +85,7 @@ TEST_F(ManagerBehaviour, TextMayBeFreedWhenTheCallReturns) {
   EXPECT_EQ(record().text, "one");
 }
 
-TEST_F(ManagerBehaviour, WordPositionsAreOfTheCallersBufferInOrderAndInside) {
+TEST_F(ManagerBehaviour, WordPositionsAreInOrderAndInsideTheCallersBuffer) {
   installAll();
   const std::string text("one\0two three", 13);
   ASSERT_EQ(speak(text), noErr);
@@ -103,12 +102,12 @@ TEST_F(ManagerBehaviour, WordPositionsAreOfTheCallersBufferInOrderAndInside) {
               ElementsAre("word 4+3", "word 4+2", "word 8+5", "word 13+0", "done", "word 0+4"));
 }
 
-TEST_F(ManagerBehaviour, CallbacksComeOnOneThreadOfTheManagersUnderNoLock) {
+TEST_F(ManagerBehaviour, CallbacksRunOnOneThreadOfTheManagerUnderNoLock) {
   installAll();
   ASSERT_EQ(speak("one two"), noErr);
   std::vector<std::string> said;
   m_reports.inside = [&](const std::string& line) {
-    // Any call may be made; none of these waits for anything.
+    // Any call is allowed here; none of these blocks.
     EXPECT_NE(status(), "");
     EXPECT_EQ(SetSpeechRate(m_channel, Long2Fix(200)), noErr);
     EXPECT_EQ(PauseSpeechAt(m_channel, kEndOfWord), noErr);
@@ -131,7 +130,7 @@ TEST_F(ManagerBehaviour, CallbacksComeOnOneThreadOfTheManagersUnderNoLock) {
   EXPECT_THAT(threads, Each(testing::Ne(std::this_thread::get_id())));
 }
 
-TEST_F(ManagerBehaviour, ASlowCallbackHoldsUpNoSpeech) {
+TEST_F(ManagerBehaviour, ASlowCallbackDoesNotDelaySpeech) {
   installAll();
   Door door;
   m_reports.inside = [&](const std::string& line) {
@@ -150,7 +149,7 @@ TEST_F(ManagerBehaviour, ASlowCallbackHoldsUpNoSpeech) {
   EXPECT_THAT(m_reports.lines(), ElementsAre("word 0+3", "word 4+3", "done"));
 }
 
-TEST_F(ManagerBehaviour, AStopBringsSpeechDoneOncePerJobAndDropsWhatWasQueued) {
+TEST_F(ManagerBehaviour, AStopReportsSpeechDoneOncePerJobAndDropsQueuedEvents) {
   installAll();
   Door door;
   m_reports.inside = [&](const std::string& line) {
@@ -169,7 +168,7 @@ TEST_F(ManagerBehaviour, AStopBringsSpeechDoneOncePerJobAndDropsWhatWasQueued) {
   EXPECT_THAT(m_reports.lines(), ElementsAre("word 0+3", "done"));
 }
 
-TEST_F(ManagerBehaviour, ALateSpeechDoneIsNotTakenForTheNextJobs) {
+TEST_F(ManagerBehaviour, ALateSpeechDoneIsNotAttributedToTheNextJob) {
   installAll();
   ASSERT_EQ(speak("one"), noErr);
   synthesizer().holdEndsOfJobs(true);
@@ -183,7 +182,7 @@ TEST_F(ManagerBehaviour, ALateSpeechDoneIsNotTakenForTheNextJobs) {
   EXPECT_THAT(m_reports.lines(), ElementsAre("done"));
 }
 
-TEST_F(ManagerBehaviour, NothingComesAfterDisposeHasReturned) {
+TEST_F(ManagerBehaviour, NoCallbackRunsAfterDisposeHasReturned) {
   installAll();
   Door door;
   m_reports.inside = [&](const std::string& /*line*/) { door.pass(); };
@@ -195,10 +194,10 @@ TEST_F(ManagerBehaviour, NothingComesAfterDisposeHasReturned) {
   std::jthread disposing([&] {
     EXPECT_EQ(DisposeSpeechChannel(m_channel), noErr);
     isDisposed = true;
-    // The callback that was running is over.
+    // The callback that was running has returned.
     EXPECT_THAT(m_reports.lines(), ElementsAre("word 0+3"));
   });
-  // The channel is gone for everybody else at once.
+  // For all other threads the channel is closed at once.
   while (StopSpeech(m_channel) != invalidComponentID) std::this_thread::yield();
   EXPECT_FALSE(isDisposed);
   door.open();
@@ -208,7 +207,7 @@ TEST_F(ManagerBehaviour, NothingComesAfterDisposeHasReturned) {
   EXPECT_THAT(m_reports.lines(), ElementsAre("word 0+3"));
 }
 
-TEST_F(ManagerBehaviour, NothingComesAfterTheCallbackThatDisposed) {
+TEST_F(ManagerBehaviour, NoCallbackRunsAfterTheCallbackThatDisposed) {
   installAll();
   m_reports.inside = [&](const std::string& /*line*/) {
     EXPECT_EQ(DisposeSpeechChannel(m_channel), noErr);
@@ -275,14 +274,14 @@ TEST_F(ManagerBehaviour, ErrorsAndRecentSyncFillTheirRecords) {
   EXPECT_EQ(std::memcmp(&errors, &none, sizeof none), 0);
 }
 
-TEST_F(ManagerBehaviour, AStopAtAPlaceReturnsAtOnce) {
+TEST_F(ManagerBehaviour, AStopAtABoundaryReturnsAtOnce) {
   installAll();
   ASSERT_EQ(speak("one two three"), noErr);
   synthesizer().holdStopsAtBoundaries(true);
   EXPECT_EQ(StopSpeechAt(m_channel, kEndOfSentence), noErr);
   synthesizer().waitForHeldStop();
   EXPECT_EQ(SpeechBusy(), 1);
-  // What is spoken until then is reported.
+  // Words up to the boundary are still reported.
   synthesizer().sendWord(m_identifier, 4, 3);
   ASSERT_TRUE(m_reports.wait(1));
   EXPECT_EQ(status(), "busy, 9 left");
@@ -292,7 +291,7 @@ TEST_F(ManagerBehaviour, AStopAtAPlaceReturnsAtOnce) {
   EXPECT_EQ(SpeechBusy(), 0);
 }
 
-TEST_F(ManagerBehaviour, AStopAtOnceSilencesAJobThatWaitsForItsPlace) {
+TEST_F(ManagerBehaviour, AStopAtOnceSilencesAJobWithAPendingStop) {
   installAll();
   ASSERT_EQ(speak("one two three"), noErr);
   synthesizer().holdStopsAtBoundaries(true);
@@ -320,7 +319,7 @@ TEST_F(ManagerBehaviour, CurrentVoiceSwitchesTheVoiceOfTheSameSynthesizer) {
   EXPECT_EQ(OSType{record().voice.id}, kMaren.id);
 }
 
-TEST_F(ManagerBehaviour, VoiceDescriptionsAreCutToTheLengthAndZeroBehindTheirStrings) {
+TEST_F(ManagerBehaviour, VoiceDescriptionsAreCutToTheLengthAndZeroAfterTheirStrings) {
   VoiceDescription whole;
   std::memset(&whole, 0xEE, sizeof whole);
   ASSERT_EQ(GetVoiceDescription(nullptr, &whole, 5000), noErr);
@@ -340,7 +339,7 @@ TEST_F(ManagerBehaviour, VoiceDescriptionsAreCutToTheLengthAndZeroBehindTheirStr
   EXPECT_EQ(GetVoiceDescription(&kMaren, nullptr, 0), noErr);
 }
 
-TEST_F(ManagerBehaviour, VoicesCountFromOneAndOthersLeaveTheSpecAlone) {
+TEST_F(ManagerBehaviour, VoicesCountFromOneAndInvalidNumbersLeaveTheSpecUnchanged) {
   SInt16 count = 0;
   ASSERT_EQ(CountVoices(&count), noErr);
   VoiceSpec voice = {1, 2};
@@ -353,16 +352,16 @@ TEST_F(ManagerBehaviour, VoicesCountFromOneAndOthersLeaveTheSpecAlone) {
 }
 
 TEST_F(ManagerBehaviour, BytesLeftCountTheCallersBytes) {
-  // The synthesizer says 7 of a text of its own.
+  // The synthesizer reports 7 bytes of its own text.
   ASSERT_EQ(speak("[[rate 200]]Q&A one"), noErr);
   EXPECT_EQ(status(), "busy, 19 left");
   synthesizer().sendWord(m_identifier, 16, 3);
   EXPECT_EQ(status(), "busy, 3 left");
 }
 
-TEST_F(ManagerBehaviour, StringsAreSpokenInMacRomanAndPlacesAreTheStrings) {
+TEST_F(ManagerBehaviour, StringsAreSpokenInMacRomanAndRangesAreTheStrings) {
   installAll();
-  // An em dash, an ellipsis, a letter without a place in Mac OS Roman, one beyond 16 bits.
+  // An em dash, an ellipsis, a letter that Mac OS Roman lacks, a character above U+FFFF.
   CFStringRef string = CFStringCreateWithCString(
       nullptr, "caf\xC3\xA9 \xE2\x80\x94 \xC5\xBC\xC3\xB3\xC5\x82w \xF0\x9F\x98\x80 end",
       kCFStringEncodingUTF8);
@@ -377,7 +376,7 @@ TEST_F(ManagerBehaviour, StringsAreSpokenInMacRomanAndPlacesAreTheStrings) {
   CFRelease(string);
 }
 
-TEST_F(ManagerBehaviour, AChannelThatIsNoneIsAnsweredAndHarmless) {
+TEST_F(ManagerBehaviour, AnInvalidChannelIsRejectedAndHarmless) {
   SpeechChannel disposed = nullptr;
   ASSERT_EQ(NewSpeechChannel(nullptr, &disposed), noErr);
   ASSERT_EQ(DisposeSpeechChannel(disposed), noErr);
@@ -390,10 +389,9 @@ TEST_F(ManagerBehaviour, AChannelThatIsNoneIsAnsweredAndHarmless) {
   EXPECT_EQ(NewSpeechChannel(nullptr, nullptr), paramErr);
 }
 
-TEST_F(ManagerBehaviour, CallsThemselvesCostLittleOfTheTimeToTheFirstWord) {
-  // What is heard within 100 ms is the synthesizer's business; the Manager's part is that a word
-  // travels without any waiting: from the synthesizer's thread to the client with nothing else
-  // going on, and nothing that follows is needed for it.
+TEST_F(ManagerBehaviour, CallsAddLittleToTheTimeToTheFirstWord) {
+  // The time to the first sample depends on the synthesizer. The Manager's part: a word event
+  // reaches the client directly from the synthesizer's thread, and no later event is needed for it.
   installAll();
   ASSERT_EQ(speak("one two"), noErr);
   synthesizer().sendWord(m_identifier, 0, 3);

@@ -9,8 +9,8 @@
 namespace manager {
 namespace {
 
-// Where the Manager looks, set before anything asks it.
-class Places : public testing::Environment {
+// Sets the Manager's search paths before its first use.
+class SearchFolders : public testing::Environment {
  public:
   void SetUp() override {
     ASSERT_EQ(setenv("SPEECH_VOICE_PATH", VOICES_DIR ":" FOREIGN_VOICES_DIR, 1), 0);
@@ -18,8 +18,8 @@ class Places : public testing::Environment {
     ASSERT_EQ(setenv("XDG_DATA_HOME", "/nowhere", 1), 0);
   }
 };
-[[maybe_unused]] const testing::Environment* const kPlaces =
-    testing::AddGlobalTestEnvironment(new Places);
+[[maybe_unused]] const testing::Environment* const kSearchFolders =
+    testing::AddGlobalTestEnvironment(new SearchFolders);
 
 Reports& reportsOf(SRefCon refCon) {
   return *static_cast<Reports*>(refCon);
@@ -91,7 +91,7 @@ void Manager::TearDown() {
   if (m_channel != nullptr) {
     EXPECT_EQ(DisposeSpeechChannel(m_channel), noErr);
   }
-  // Behind a stop at a place the Manager closes it when it can.
+  // After a stop at a boundary the Manager closes the synthesizer's channel when it can.
   while (!synthesizer().channels().empty()) std::this_thread::yield();
   synthesizer().join();
 }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What all tests of the client interface stand on: the project's voices, a synthesizer that the
-// test controls, an open channel, and a list of what the client was told.
+// The common fixture of all tests of the client interface: the project's voices, a synthesizer that
+// the test controls, an open channel, and a list of the callbacks that the client received.
 #pragma once
 
 #include <ApplicationServices/ApplicationServices.h>
@@ -30,18 +30,19 @@ inline constexpr VoiceSpec kMaren = {kCreator, 102};
 // The synthesizer that the Manager has loaded.
 fake::FakeSynthesizer& synthesizer();
 
-// What the client's callbacks were called with, in order, one line each.
+// The calls of the client's callbacks with their arguments, in order, one line each.
 class Reports {
  public:
   void add(SpeechChannel channel, const std::string& line);
   std::vector<std::string> lines() const;
-  // False when fewer than `count` have come after a time that no machine needs.
+  // Returns false if fewer than `count` lines have been added after a time that is ample for any
+  // machine.
   bool wait(std::size_t count);
   // The threads that the callbacks ran on.
   std::vector<std::thread::id> threads() const;
 
   SpeechChannel expected = nullptr;
-  // Called inside every callback, if there is one, before the line is added.
+  // If set, called inside every callback, before the line is added.
   std::function<void(const std::string& line)> inside;
 
  private:
@@ -51,7 +52,7 @@ class Reports {
   std::vector<std::thread::id> m_threads;
 };
 
-// Callbacks whose reference constant is a Reports.
+// Callbacks. Their reference constant is a Reports.
 void onDone(SpeechChannel channel, SRefCon refCon);
 void onSync(SpeechChannel channel, SRefCon refCon, OSType message);
 void onPhoneme(SpeechChannel channel, SRefCon refCon, SInt16 opcode);
@@ -67,17 +68,17 @@ class Manager : public testing::Test {
   void install(OSType selector, Function* function) {
     ASSERT_EQ(SetSpeechInfo(m_channel, selector, reinterpret_cast<const void*>(function)), noErr);
   }
-  // All but text-done.
+  // All except text-done.
   void installAll();
 
   OSErr speak(const std::string& text, SInt32 flags = 0) {
     return SpeakBuffer(m_channel, text.data(), text.size(), flags);
   }
 
-  // What soStatus says.
+  // Reads soStatus.
   std::string status() const;
 
-  // Waits until every callback that is on its way has been made; no end of a job is held.
+  // Waits until every pending callback has run. No end of a job may be held.
   void letCallbacksPass();
 
   ChannelRecord record() { return synthesizer().channels().at(m_identifier); }

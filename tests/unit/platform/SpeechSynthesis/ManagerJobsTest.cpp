@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Speaking, stopping, pausing and what the client is told, one aspect each.
+// Speaking, stopping, pausing and the client's callbacks: one test per aspect.
 #include <thread>
 #include <utility>
 
@@ -28,7 +28,7 @@ TEST_F(Manager, SpeaksTheBytesGivenAndReportsTheEnd) {
   EXPECT_EQ(SpeechBusy(), 0);
 }
 
-TEST_F(Manager, PutsNewTextInThePlaceOfTheOld) {
+TEST_F(Manager, ReplacesTheOldTextWithNewText) {
   install(soSpeechDoneCallBack, onDone);
   ASSERT_EQ(speak("one"), noErr);
   ASSERT_EQ(SpeakText(m_channel, "two", 3), noErr);
@@ -56,7 +56,7 @@ TEST_F(Manager, GivesUpOnAJobThatDoesNotEnd) {
   EXPECT_EQ(record().text, "one");
 }
 
-TEST_F(Manager, DoesNotInterruptWhenToldNotTo) {
+TEST_F(Manager, DoesNotInterruptWhenForbidden) {
   ASSERT_EQ(speak("one"), noErr);
   EXPECT_EQ(speak("two", kNoSpeechInterrupt), synthNotReady);
   ASSERT_EQ(PauseSpeechAt(m_channel, kImmediate), noErr);
@@ -65,7 +65,7 @@ TEST_F(Manager, DoesNotInterruptWhenToldNotTo) {
   EXPECT_THAT(record().stops, IsEmpty());
 }
 
-TEST_F(Manager, StopsOnNoText) {
+TEST_F(Manager, StopsWhenGivenNoText) {
   for (const bool isNull : {true, false}) {
     ASSERT_EQ(speak("one"), noErr);
     EXPECT_EQ(SpeakText(m_channel, isNull ? nullptr : "two", isNull ? 3 : 0), noErr);
@@ -74,25 +74,25 @@ TEST_F(Manager, StopsOnNoText) {
   EXPECT_EQ(record().stops.size(), 2U);
 }
 
-TEST_F(Manager, RefusesTextLongerThanAPosition) {
+TEST_F(Manager, RejectsTextThatIsTooLongForPositions) {
   EXPECT_EQ(SpeakText(m_channel, "x", 0x80000000UL), paramErr);
 }
 
-TEST_F(Manager, EndsExceptionsOfTheSynthesizer) {
+TEST_F(Manager, CatchesExceptionsOfTheSynthesizer) {
   synthesizer().setSpeakOutcome(SpeakOutcome::Throws);
   EXPECT_EQ(speak("one"), badInputText);
   synthesizer().setSpeakOutcome(SpeakOutcome::RunsOutOfMemory);
   EXPECT_EQ(speak("one"), memFullErr);
   synthesizer().setSpeakOutcome(SpeakOutcome::RefusesText);
   EXPECT_EQ(speak("one"), badInputText);
-  // None of them is waited for.
+  // None of these jobs delays the next call.
   synthesizer().setSpeakOutcome(SpeakOutcome::Speaks);
   EXPECT_EQ(speak("two"), noErr);
 }
 
-TEST_F(Manager, StopsAtThePlaceAskedFor) {
+TEST_F(Manager, StopsAtTheRequestedBoundary) {
   install(soSpeechDoneCallBack, onDone);
-  EXPECT_EQ(StopSpeech(m_channel), noErr);  // with nothing to stop
+  EXPECT_EQ(StopSpeech(m_channel), noErr);  // nothing to stop
   ASSERT_EQ(speak("one"), noErr);
   EXPECT_EQ(StopSpeechAt(m_channel, 3), paramErr);
   EXPECT_EQ(StopSpeechAt(m_channel, -1), paramErr);
@@ -102,7 +102,7 @@ TEST_F(Manager, StopsAtThePlaceAskedFor) {
   EXPECT_THAT(record().stops, ElementsAre(kEndOfSentence));
 }
 
-TEST_F(Manager, PausesAndGoesOn) {
+TEST_F(Manager, PausesAndContinues) {
   ASSERT_EQ(speak("one"), noErr);
   EXPECT_EQ(PauseSpeechAt(m_channel, kEndOfWord), noErr);
   EXPECT_EQ(record().status, Status::Paused);
@@ -122,7 +122,7 @@ TEST_F(Manager, DoesNotPauseAnIdleChannel) {
 
 // ---- Callbacks
 
-TEST_F(Manager, GivesCallbacksTheClientsOwnChannelAndConstant) {
+TEST_F(Manager, PassesCallbacksTheClientsChannelAndConstant) {
   install(soWordCallBack, onWord);
   install(soSyncCallBack, onSync);
   install(soPhonemeCallBack, onPhoneme);
@@ -153,7 +153,7 @@ TEST_F(Manager, SwitchesACallbackOffWithNull) {
   EXPECT_THAT(m_reports.lines(), IsEmpty());
 }
 
-TEST_F(Manager, CallsTheCallbackThatIsSetWhenTheReportIsMade) {
+TEST_F(Manager, CallsTheCallbackThatIsSetWhenTheEventIsReported) {
   installAll();
   ASSERT_EQ(speak("one two"), noErr);
   m_reports.inside = [&](const std::string& line) {
@@ -166,7 +166,7 @@ TEST_F(Manager, CallsTheCallbackThatIsSetWhenTheReportIsMade) {
   EXPECT_THAT(m_reports.lines(), ElementsAre("word 0+3", "phoneme 3"));
 }
 
-// A text-done callback that hands out pieces, and wipes each before the next.
+// A text-done callback that returns pieces and overwrites each before the next.
 struct Pieces {
   std::vector<std::string> texts;
   std::size_t next = 0;
@@ -207,7 +207,7 @@ TEST_F(Manager, TakesAnEmptyPieceAsTheEnd) {
   EXPECT_EQ(record().text, "one. two,");
 }
 
-// More text, in which the job is stopped; and a channel's worth of reports.
+// A text-done callback that can stop the job, and the reports of one channel.
 struct Gatherer {
   SpeechChannel channel;
   std::string action;
@@ -238,7 +238,7 @@ void gathererIsDone(SpeechChannel channel, SRefCon refCon) {
 
 class ManagerGathering : public Manager {
  protected:
-  // Speaks while the client has more to say, and does that inside its callback.
+  // Speaks while the client supplies more text and performs `action` inside its callback.
   void gatherAnd(const std::string& action) {
     m_gatherer.channel = m_channel;
     m_gatherer.reports.expected = m_channel;
@@ -269,7 +269,7 @@ TEST_F(ManagerGathering, EndsWithADisposalInsideTextDone) {
   EXPECT_THAT(m_gatherer.reports.lines(), ElementsAre("text"));
 }
 
-TEST_F(ManagerGathering, GivesWayToATextSpokenInsideTextDone) {
+TEST_F(ManagerGathering, IsReplacedByATextSpokenInsideTextDone) {
   gatherAnd("speak");
   ASSERT_TRUE(m_gatherer.reports.wait(2));
   letCallbacksPass();
@@ -279,15 +279,15 @@ TEST_F(ManagerGathering, GivesWayToATextSpokenInsideTextDone) {
   ASSERT_TRUE(m_gatherer.reports.wait(3));
 }
 
-TEST_F(ManagerGathering, LeavesOtherChannelsTheirTurn) {
-  gatherAnd("");  // for ever
+TEST_F(ManagerGathering, DoesNotBlockOtherChannels) {
+  gatherAnd("");  // never ends
   letCallbacksPass();
   EXPECT_EQ(StopSpeech(m_channel), noErr);
   letCallbacksPass();
   EXPECT_EQ(m_gatherer.reports.lines().back(), "done");
 }
 
-TEST_F(ManagerGathering, TellsAFailureAsAnErrorAndTheEnd) {
+TEST_F(ManagerGathering, ReportsAFailureAsAnErrorAndTheEnd) {
   synthesizer().setSpeakOutcome(SpeakOutcome::RefusesText);
   gatherAnd("end");
   ASSERT_TRUE(m_gatherer.reports.wait(2));
@@ -326,7 +326,7 @@ TEST_F(Manager, StopsATextThatWaitsForContinue) {
   EXPECT_EQ(record().text, "");
 }
 
-TEST_F(Manager, TellsAtContinueThatATextCannotBeSpoken) {
+TEST_F(Manager, ReportsAtContinueThatATextCannotBeSpoken) {
   installAll();
   ASSERT_EQ(speak("one two", kPreflightThenPause), noErr);
   synthesizer().setSpeakOutcome(SpeakOutcome::RefusesText);
@@ -335,7 +335,7 @@ TEST_F(Manager, TellsAtContinueThatATextCannotBeSpoken) {
   EXPECT_THAT(m_reports.lines(), ElementsAre("error -247 at 0", "done"));
 }
 
-TEST_F(Manager, KeepsTheVoiceUpWithoutEndingProsody) {
+TEST_F(Manager, AppendsACommaForNoEndingProsody) {
   const auto spoken = [&](const std::string& text) {
     EXPECT_EQ(speak(text, kNoEndingProsody), noErr);
     return record().text;
@@ -347,9 +347,9 @@ TEST_F(Manager, KeepsTheVoiceUpWithoutEndingProsody) {
   EXPECT_EQ(spoken(" "), " ");
 }
 
-// ---- Calls behind a stop that waits
+// ---- Calls after a pending stop
 
-TEST_F(Manager, KeepsTheOrderOfCallsBehindAStopThatWaits) {
+TEST_F(Manager, KeepsTheOrderOfCallsAfterAPendingStop) {
   installAll();
   ASSERT_EQ(speak("one two"), noErr);
   synthesizer().holdStopsAtBoundaries(true);
@@ -365,14 +365,14 @@ TEST_F(Manager, KeepsTheOrderOfCallsBehindAStopThatWaits) {
 
   synthesizer().holdStopsAtBoundaries(false);
   Fixed rate = 0;
-  EXPECT_EQ(GetSpeechRate(m_channel, &rate), noErr);  // waits for all of it
+  EXPECT_EQ(GetSpeechRate(m_channel, &rate), noErr);  // waits for all calls before it
   EXPECT_EQ(rate, Long2Fix(210));
   EXPECT_EQ(record().text, "next");
   EXPECT_EQ(OSType{record().voice.id}, kMaren.id);
   EXPECT_EQ(status(), "paused, 4 left");
 }
 
-TEST_F(Manager, TellsTheEndOfATextThatCouldNotBeSpokenBehindAStopThatWaits) {
+TEST_F(Manager, ReportsTheEndOfATextThatCouldNotBeSpokenAfterAPendingStop) {
   installAll();
   ASSERT_EQ(speak("one two"), noErr);
   synthesizer().holdStopsAtBoundaries(true);
@@ -385,7 +385,7 @@ TEST_F(Manager, TellsTheEndOfATextThatCouldNotBeSpokenBehindAStopThatWaits) {
   EXPECT_THAT(m_reports.lines(), ElementsAre("done", "error -247 at 0", "done"));
 }
 
-TEST_F(Manager, IsDisposedAtOnceBehindAStopThatWaits) {
+TEST_F(Manager, IsDisposedAtOnceAfterAPendingStop) {
   installAll();
   ASSERT_EQ(speak("one two"), noErr);
   synthesizer().holdStopsAtBoundaries(true);
@@ -399,7 +399,7 @@ TEST_F(Manager, IsDisposedAtOnceBehindAStopThatWaits) {
   EXPECT_THAT(m_reports.lines(), IsEmpty());
 }
 
-TEST_F(Manager, SpeaksAgainAfterASynthesizerTookAnIdleChannelForPaused) {
+TEST_F(Manager, SpeaksAgainAfterASynthesizerTreatedAnIdleChannelAsPaused) {
   installAll();
   ASSERT_EQ(speak("one"), noErr);
   synthesizer().finish(m_identifier);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The Manager and the life of its process: exit and fork in the middle of speech. Each case runs in
-// a child process with a time limit.
+// The Manager during exit and fork in the middle of speech. Each case runs in a child process with
+// a time limit.
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
@@ -16,7 +16,8 @@ namespace {
 
 using namespace manager;
 
-// Runs `work` in a child; its exit status, or 1000 and more for a signal (SIGALRM when it hangs).
+// Runs `work` in a child. Returns its exit status, or 1000 plus the signal that killed it (SIGALRM
+// when it hangs).
 template <typename Work>
 int inChild(Work work) {
   const pid_t child = fork();
@@ -30,7 +31,7 @@ int inChild(Work work) {
   return WIFEXITED(status) ? WEXITSTATUS(status) : 1000 + WTERMSIG(status);
 }
 
-// A channel that reports to `reports` and speaks.
+// A speaking channel that reports to `reports`.
 SpeechChannel speaking(Reports& reports) {
   SpeechChannel channel = nullptr;
   NewSpeechChannel(nullptr, &channel);
@@ -78,7 +79,7 @@ TEST(ManagerProcess, ExitsWhileACallbackHangs) {
             9);
 }
 
-TEST_F(Manager, LeavesAForkedChildNoneOfItsChannelsAndACallbackThreadOfItsOwn) {
+TEST_F(Manager, GivesAForkedChildNoChannelsAndItsOwnCallbackThread) {
   installAll();
   ASSERT_EQ(speak("one"), noErr);
   synthesizer().finish(m_identifier);
@@ -98,7 +99,7 @@ TEST_F(Manager, LeavesAForkedChildNoneOfItsChannelsAndACallbackThreadOfItsOwn) {
   EXPECT_EQ(speak("two"), noErr);
 }
 
-TEST_F(Manager, TakesNoSignalsOnItsThread) {
+TEST_F(Manager, BlocksSignalsOnItsThread) {
   installAll();
   sigset_t seen;
   sigemptyset(&seen);
@@ -110,7 +111,7 @@ TEST_F(Manager, TakesNoSignalsOnItsThread) {
   EXPECT_TRUE(sigismember(&seen, SIGALRM));
 }
 
-TEST(SpeakString, SpeaksOnAChannelThatGoesByItself) {
+TEST(SpeakString, SpeaksOnAChannelThatIsDisposedAutomatically) {
   synthesizer().reset();
   ASSERT_EQ(SpeakString(reinterpret_cast<ConstStringPtr>("\5Hello and more")), noErr);
   ASSERT_EQ(synthesizer().channels().size(), 1U);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The calls of the client interface that deal in objects.
+// The calls of the client interface that take or return Core Foundation objects.
 #include <gmock/gmock.h>
 
 #include "ManagerFixture.h"
@@ -65,7 +65,7 @@ class ManagerProperties : public Manager {
   std::vector<CFTypeRef> m_objects;
 };
 
-TEST_F(ManagerProperties, CarryNumbersAsFixed) {
+TEST_F(ManagerProperties, ConvertNumbersToFixed) {
   for (CFStringRef const key : {kSpeechRateProperty, kSpeechPitchBaseProperty,
                                 kSpeechPitchModProperty, kSpeechVolumeProperty}) {
     EXPECT_EQ(set(key, number(0.75)), noErr);
@@ -77,7 +77,7 @@ TEST_F(ManagerProperties, CarryNumbersAsFixed) {
   EXPECT_EQ(record().numbers.at(soVolume), 0xC000);
 }
 
-TEST_F(ManagerProperties, CarryModesAsStrings) {
+TEST_F(ManagerProperties, RepresentModesAsStrings) {
   EXPECT_EQ(set(kSpeechInputModeProperty, kSpeechModePhoneme), noErr);
   EXPECT_EQ(textOf(property(kSpeechInputModeProperty)), textOf(kSpeechModePhoneme));
   EXPECT_EQ(set(kSpeechCharacterModeProperty, kSpeechModeLiteral), noErr);
@@ -87,7 +87,7 @@ TEST_F(ManagerProperties, CarryModesAsStrings) {
   EXPECT_EQ(set(kSpeechInputModeProperty, CFSTR("loud")), paramErr);
 }
 
-TEST_F(ManagerProperties, TellTheState) {
+TEST_F(ManagerProperties, ReturnTheState) {
   ASSERT_EQ(speak("one two"), noErr);
   synthesizer().sendWord(m_identifier, 4, 3);
   synthesizer().sendPhoneme(m_identifier, 35);
@@ -99,7 +99,7 @@ TEST_F(ManagerProperties, TellTheState) {
   EXPECT_EQ(numberOf(property(kSpeechRecentSyncProperty)), 65536);
 }
 
-TEST_F(ManagerProperties, TellErrorsOnce) {
+TEST_F(ManagerProperties, ReturnErrorsOnce) {
   ASSERT_EQ(speak("one two"), noErr);
   synthesizer().sendError(m_identifier, badInputText, 4);
   const auto errors = static_cast<CFDictionaryRef>(property(kSpeechErrorsProperty));
@@ -109,7 +109,7 @@ TEST_F(ManagerProperties, TellErrorsOnce) {
   EXPECT_EQ(numberOf(propertyAt(kSpeechErrorsProperty, kSpeechErrorCount)), 0);
 }
 
-TEST_F(ManagerProperties, TellWhoSpeaks) {
+TEST_F(ManagerProperties, ReturnTheSynthesizer) {
   EXPECT_EQ(textOf(propertyAt(kSpeechSynthesizerInfoProperty, kSpeechSynthesizerInfoIdentifier)),
             "KVRL");
   EXPECT_EQ(numberOf(propertyAt(kSpeechCurrentVoiceProperty, kSpeechVoiceID)), 101);
@@ -120,7 +120,7 @@ TEST_F(ManagerProperties, TellWhoSpeaks) {
   EXPECT_EQ(set(kSpeechCurrentVoiceProperty, dictionary(kSpeechVoiceID, number(1))), paramErr);
 }
 
-TEST_F(ManagerProperties, TellThePhonemeSymbols) {
+TEST_F(ManagerProperties, ReturnThePhonemeSymbols) {
   const auto symbols = static_cast<CFArrayRef>(property(kSpeechPhonemeSymbolsProperty));
   ASSERT_EQ(CFArrayGetCount(symbols), 42);
   const auto iy = static_cast<CFDictionaryRef>(CFArrayGetValueAtIndex(symbols, 6));
@@ -130,7 +130,7 @@ TEST_F(ManagerProperties, TellThePhonemeSymbols) {
   EXPECT_LE(numberOf(CFDictionaryGetValue(iy, kSpeechPhonemeInfoHiliteEnd)), example.size());
 }
 
-TEST_F(ManagerProperties, AreRefusedWhenUnknownOrOneWay) {
+TEST_F(ManagerProperties, AreRejectedWhenUnknownReadOnlyOrWriteOnly) {
   CFTypeRef object = CFSTR("left over");
   EXPECT_EQ(CopySpeechProperty(m_channel, CFSTR("colour"), &object), siUnknownInfoType);
   EXPECT_EQ(object, nullptr);
@@ -177,7 +177,7 @@ void errorOfString(SpeechChannel channel, SRefCon refCon, CFErrorRef error) {
   CFRelease(info);
 }
 
-TEST_F(ManagerProperties, InstallCallbacksThatTellStrings) {
+TEST_F(ManagerProperties, InstallCallbacksThatReceiveStrings) {
   EXPECT_EQ(set(kSpeechRefConProperty, pointer(&m_reports)), noErr);
   EXPECT_EQ(set(kSpeechWordCFCallBack, pointer(reinterpret_cast<const void*>(wordOfString))),
             noErr);
@@ -192,7 +192,7 @@ TEST_F(ManagerProperties, InstallCallbacksThatTellStrings) {
   synthesizer().sendWord(m_identifier, 6, 3);
   synthesizer().sendError(m_identifier, badInputText, 6);
   ASSERT_TRUE(m_reports.wait(3));
-  // Of bytes, a string with the same text.
+  // For a text given as bytes: a string with the same text.
   ASSERT_EQ(speak("z\x9A"), noErr);
   synthesizer().sendWord(m_identifier, 0, 2);
   ASSERT_TRUE(m_reports.wait(5));
@@ -201,7 +201,7 @@ TEST_F(ManagerProperties, InstallCallbacksThatTellStrings) {
                                              "done", "z\xC3\xB6"));
 }
 
-TEST_F(ManagerProperties, GiveSpeakCFStringItsOptions) {
+TEST_F(ManagerProperties, PassOptionsToSpeakCFString) {
   ASSERT_EQ(SpeakCFString(m_channel, CFSTR("one"), nullptr), noErr);
   EXPECT_EQ(
       SpeakCFString(m_channel, CFSTR("two"), dictionary(kSpeechNoSpeechInterrupt, kCFBooleanTrue)),
@@ -223,7 +223,7 @@ TEST_F(ManagerProperties, GiveSpeakCFStringItsOptions) {
   EXPECT_EQ(SpeechBusy(), 0);
 }
 
-TEST_F(ManagerProperties, LookAtTheFormOfPronunciationDictionaries) {
+TEST_F(ManagerProperties, CheckTheFormOfPronunciationDictionaries) {
   const auto entryOf = [&](CFStringRef phonemes) {
     const auto entry = kept(CFDictionaryCreateMutable(nullptr, 0, &kCFTypeDictionaryKeyCallBacks,
                                                       &kCFTypeDictionaryValueCallBacks));

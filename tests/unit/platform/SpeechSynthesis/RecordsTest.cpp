@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The records as bytes: a client's and a synthesizer's compiled code agree on nothing but these.
+// The layout of records in memory, which compiled clients and synthesizers rely on.
 #include <ApplicationServices/ApplicationServices.h>
 
 #include <cstddef>
@@ -11,7 +11,7 @@
 
 namespace {
 
-// Where the bytes of a record are not zero, as "offset+length offset+length".
+// The ranges of non-zero bytes in a record, as "offset+length offset+length".
 template <typename Record>
 std::string nonZeroRuns(const Record& record) {
   std::string runs;

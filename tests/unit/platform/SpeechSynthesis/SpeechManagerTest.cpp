@@ -16,7 +16,7 @@ using testing::IsEmpty;
 
 // ---- Voices
 
-TEST(Voices, AreCountedFromOne) {
+TEST(Voices, AreNumberedFromOne) {
   SInt16 count = 0;
   ASSERT_EQ(CountVoices(&count), noErr);
   ASSERT_GE(count, 3);
@@ -44,7 +44,7 @@ TEST(Voices, AreSpecifiedByCreatorAndNumber) {
   EXPECT_EQ(MakeVoiceSpec(kCreator, 77, nullptr), paramErr);
 }
 
-TEST(Voices, DescribeThemselvesUpToTheLengthAskedFor) {
+TEST(Voices, ReturnDescriptionsUpToTheRequestedLength) {
   VoiceDescription whole;
   std::memset(&whole, 0xEE, sizeof whole);
   ASSERT_EQ(GetVoiceDescription(&kMaren, &whole, 5000), noErr);
@@ -69,13 +69,13 @@ TEST(Voices, DescribeThemselvesUpToTheLengthAskedFor) {
   EXPECT_EQ(GetVoiceDescription(&kMaren, &part, -1), paramErr);
 }
 
-TEST(Voices, AreTheDefaultVoiceWhenNoneIsNamed) {
+TEST(Voices, UseTheDefaultVoiceWhenNoneIsGiven) {
   VoiceDescription description{};
   ASSERT_EQ(GetVoiceDescription(nullptr, &description, sizeof description), noErr);
   EXPECT_EQ(OSType{description.voice.id}, kCorin.id);
 }
 
-TEST(Voices, ThatAreUnknownLeaveTheRecordAlone) {
+TEST(Voices, LeaveTheRecordUnchangedWhenUnknown) {
   const VoiceSpec unknown = {kCreator, 9999};
   VoiceDescription untouched{};
   untouched.length = -5;
@@ -85,13 +85,13 @@ TEST(Voices, ThatAreUnknownLeaveTheRecordAlone) {
   EXPECT_EQ(GetVoiceDescription(&kMaren, nullptr, 0), noErr);
 }
 
-TEST(Voices, TellTheirLocale) {
+TEST(Voices, ReturnTheirLocale) {
   VoiceLocale locale{};
   ASSERT_EQ(GetVoiceInfo(&kMaren, soVoiceLocale, &locale), noErr);
   EXPECT_STREQ(locale.identifier, "en_US");
 }
 
-TEST(Voices, TellTheirDescriptionAsInformationToo) {
+TEST(Voices, ReturnTheirDescriptionAsInformation) {
   VoiceDescription expected{};
   VoiceDescription description{};
   ASSERT_EQ(GetVoiceDescription(nullptr, &expected, sizeof expected), noErr);
@@ -99,7 +99,7 @@ TEST(Voices, TellTheirDescriptionAsInformationToo) {
   EXPECT_EQ(std::memcmp(&description, &expected, sizeof expected), 0);
 }
 
-TEST(Voices, LeaveTheRecordAloneWhenTheyHaveNoSuchInformation) {
+TEST(Voices, LeaveTheRecordUnchangedWithoutSuchInformation) {
   const VoiceSpec unknown = {kCreator, 9999};
   VoiceLocale locale = {"xx_XX"};
   EXPECT_EQ(GetVoiceInfo(&unknown, soVoiceLocale, &locale), voiceNotFound);
@@ -117,7 +117,7 @@ TEST_F(Manager, OpensAChannelWithTheDefaultVoiceAndExactPositions) {
   EXPECT_NE(opened.pointers.at(0x63706F73), nullptr);
 }
 
-TEST_F(Manager, OpensAChannelWithTheVoiceAskedFor) {
+TEST_F(Manager, OpensAChannelWithTheRequestedVoice) {
   VoiceSpec voice = kMaren;
   SpeechChannel channel = nullptr;
   ASSERT_EQ(NewSpeechChannel(&voice, &channel), noErr);
@@ -126,7 +126,7 @@ TEST_F(Manager, OpensAChannelWithTheVoiceAskedFor) {
   EXPECT_EQ(DisposeSpeechChannel(channel), noErr);
 }
 
-TEST_F(Manager, OpensNothingWhenItCannot) {
+TEST_F(Manager, ReturnsNoChannelOnFailure) {
   VoiceSpec unknown = {kCreator, 9999};
   auto* channel = m_channel;
   EXPECT_EQ(NewSpeechChannel(&unknown, &channel), voiceNotFound);
@@ -140,7 +140,7 @@ TEST_F(Manager, OpensNothingWhenItCannot) {
   EXPECT_EQ(synthesizer().channels().size(), 1U);
 }
 
-TEST_F(Manager, AnswersForAChannelThatIsNotOne) {
+TEST_F(Manager, RejectsAnInvalidChannel) {
   SpeechChannel disposed = nullptr;
   ASSERT_EQ(NewSpeechChannel(nullptr, &disposed), noErr);
   ASSERT_EQ(DisposeSpeechChannel(disposed), noErr);
@@ -169,7 +169,7 @@ TEST_F(Manager, AnswersForAChannelThatIsNotOne) {
   }
 }
 
-TEST_F(Manager, NeverGivesAHandleTwice) {
+TEST_F(Manager, NeverReusesAHandle) {
   std::vector<SpeechChannel> seen = {m_channel};
   for (int i = 0; i < 100; ++i) {
     SpeechChannel channel = nullptr;
@@ -182,7 +182,7 @@ TEST_F(Manager, NeverGivesAHandleTwice) {
 
 // ---- Settings
 
-TEST_F(Manager, HandsSettingsToTheSynthesizerAndBack) {
+TEST_F(Manager, PassesSettingsToTheSynthesizerAndBack) {
   EXPECT_EQ(SetSpeechRate(m_channel, Long2Fix(210)), noErr);
   EXPECT_EQ(record().numbers.at(soRate), Long2Fix(210));
   Fixed rate = 0;
@@ -196,7 +196,7 @@ TEST_F(Manager, HandsSettingsToTheSynthesizerAndBack) {
   EXPECT_TRUE(record().pointers.contains(soReset));
 }
 
-TEST_F(Manager, RefusesNullWhereAValueIsRead) {
+TEST_F(Manager, RejectsNullWhereAValueIsRead) {
   for (const OSType selector : {soInputMode, soCharacterMode, soNumberMode, soRate, soPitchBase,
                                 soPitchMod, soVolume, soCommandDelimiter, soCurrentVoice}) {
     EXPECT_EQ(SetSpeechInfo(m_channel, selector, nullptr), paramErr) << selector;
@@ -205,7 +205,7 @@ TEST_F(Manager, RefusesNullWhereAValueIsRead) {
   EXPECT_EQ(GetSpeechRate(m_channel, nullptr), paramErr);
 }
 
-TEST_F(Manager, PassesOnThatASelectorIsUnknown) {
+TEST_F(Manager, ReturnsTheResultForAnUnknownSelector) {
   SInt32 value = 0;
   EXPECT_EQ(GetSpeechInfo(m_channel, 0x61626364, &value), siUnknownInfoType);
 }
@@ -222,7 +222,7 @@ TEST_F(Manager, SwitchesTheVoice) {
   EXPECT_EQ(OSType{record().voice.id}, kMaren.id);
 }
 
-TEST_F(Manager, RefusesAFileWhosePathIsTooLong) {
+TEST_F(Manager, RejectsAFileWhosePathIsTooLong) {
   const std::string path = "/" + std::string(3000, 'x');
   CFURLRef url =
       CFURLCreateFromFileSystemRepresentation(nullptr, reinterpret_cast<const UInt8*>(path.data()),
@@ -232,7 +232,7 @@ TEST_F(Manager, RefusesAFileWhosePathIsTooLong) {
   CFRelease(url);
 }
 
-TEST_F(Manager, HandsDictionariesOnWhenTheyAreOnes) {
+TEST_F(Manager, PassesOnValidDictionaries) {
   const std::string good(
       "\0\0\0\x0C"
       "dict"
@@ -242,7 +242,7 @@ TEST_F(Manager, HandsDictionariesOnWhenTheyAreOnes) {
   std::memcpy(*handle, good.data(), 12);
   EXPECT_EQ(UseDictionary(m_channel, handle), noErr);
   EXPECT_EQ(record().dictionary, good);
-  (*handle)[3] = 13;  // longer than it is
+  (*handle)[3] = 13;  // longer than the handle
   EXPECT_EQ(UseDictionary(m_channel, handle), badDictFormat);
   std::memcpy(*handle,
               "\0\0\0\x0C"
@@ -268,7 +268,7 @@ void onTextDone(SpeechChannel /*channel*/, SRefCon refCon, const void** /*nextBu
   onDone(nullptr, refCon);
 }
 
-TEST(CallbackHelpers, CallWhatTheyAreGiven) {
+TEST(CallbackHelpers, CallTheirFunction) {
   Reports reports;
   const void* next = nullptr;
   unsigned long bytes = 0;
@@ -283,7 +283,7 @@ TEST(CallbackHelpers, CallWhatTheyAreGiven) {
               ElementsAre("done", "done", "sync 7", "error -5 at 6", "phoneme 8", "word 9+10"));
 }
 
-TEST(CallbackHelpers, ReturnWhatTheyAreGiven) {
+TEST(CallbackHelpers, ReturnTheirFunction) {
   EXPECT_EQ(NewSpeechDoneUPP(onDone), onDone);
   EXPECT_EQ(NewSpeechTextDoneUPP(onTextDone), onTextDone);
   EXPECT_EQ(NewSpeechSyncUPP(onSync), onSync);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Loading a synthesizer: what is found, and what is said when it is not.
+// Loading a synthesizer: which files are found, and the messages about files that cannot be loaded.
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
@@ -24,7 +24,7 @@ using testing::HasSubstr;
 const fs::path kComplete = fs::path(COMPLETE_SYNTHESIZER_DIR) / "KavrelSpeech.so";
 const fs::path kIncomplete = fs::path(INCOMPLETE_SYNTHESIZER_DIR) / "KavrelSpeech.so";
 
-// Why `file` cannot be loaded.
+// The reason why `file` cannot be loaded.
 std::string problemOf(const fs::path& file) {
   try {
     const SynthesizerPlugIn plugIn(file);
@@ -43,17 +43,17 @@ TEST(SynthesizerPlugIn, FindsAllTwelveEntryPoints) {
   EXPECT_EQ(plugIn.call().closeSpeechChannel(channel), noErr);
 }
 
-TEST(SynthesizerPlugIn, NamesAFileThatIsMissing) {
+TEST(SynthesizerPlugIn, NamesAMissingFile) {
   EXPECT_THAT(problemOf("/nowhere/KavrelSpeech.so"),
               AllOf(HasSubstr("/nowhere/KavrelSpeech.so"), HasSubstr("does not exist")));
 }
 
-TEST(SynthesizerPlugIn, NamesAnEntryPointThatIsMissing) {
+TEST(SynthesizerPlugIn, NamesAMissingEntryPoint) {
   EXPECT_THAT(problemOf(kIncomplete),
               AllOf(HasSubstr(kIncomplete.native()), HasSubstr("no entry point SEUseVoice")));
 }
 
-TEST(SynthesizerPlugIn, PassesOnWhatTheSystemSaysOfAFileThatIsNoLibrary) {
+TEST(SynthesizerPlugIn, ReportsTheSystemsMessageForAFileThatIsNotALibrary) {
   std::string file = (fs::temp_directory_path() / "libraryXXXXXX").native();
   ASSERT_NE(mkstemp(file.data()), -1);
   std::ofstream(file) << "not a library";
@@ -61,7 +61,7 @@ TEST(SynthesizerPlugIn, PassesOnWhatTheSystemSaysOfAFileThatIsNoLibrary) {
   fs::remove(file);
 }
 
-// Folders of one test, which see no other places.
+// Search folders of one test, without the default ones.
 class SynthesizersTest : public testing::Test {
  protected:
   void SetUp() override {
@@ -76,7 +76,7 @@ class SynthesizersTest : public testing::Test {
     unsetenv("XDG_DATA_HOME");
   }
 
-  // The result of opening a channel, with what was said on standard error.
+  // Opens a channel; returns the result and what was written to standard error.
   OSErr open(OSType creator, std::string& said) {
     testing::internal::CaptureStderr();
     platform::OpenedChannel opened;
@@ -94,7 +94,7 @@ class SynthesizersTest : public testing::Test {
 constexpr OSType kOurs = 0x4B56524C;
 constexpr OSType kOther = 0x4F544852;
 
-TEST_F(SynthesizersTest, AreLoadedByWhoseVoicesTheySpeak) {
+TEST_F(SynthesizersTest, AreSelectedByTheCreatorOfTheVoice) {
   setenv("SPEECH_SYNTHESIZER_PATH", OTHER_SYNTHESIZER_DIR ":" COMPLETE_SYNTHESIZER_DIR, 1);
   EXPECT_EQ(open(kOurs, m_said), noErr);
   EXPECT_EQ(open(kOther, m_said), noErr);
@@ -102,7 +102,7 @@ TEST_F(SynthesizersTest, AreLoadedByWhoseVoicesTheySpeak) {
   EXPECT_EQ(m_said, "");
 }
 
-TEST_F(SynthesizersTest, GoOnPastBrokenOnesWithOneLineEach) {
+TEST_F(SynthesizersTest, AreSkippedWithOneLineEachWhenBroken) {
   std::ofstream(m_folder / "a-text.so") << "not a library";
   fs::create_directory(m_folder / "b-folder.so");
   fs::copy_file(kIncomplete, m_folder / "c-incomplete.so");
@@ -123,7 +123,7 @@ TEST_F(SynthesizersTest, AreFoundInTheUsersFolder) {
   EXPECT_EQ(m_said, "");
 }
 
-TEST_F(SynthesizersTest, NameTheFoldersWhenThereIsNoneAndTryAgainTheNextTime) {
+TEST_F(SynthesizersTest, NameTheFoldersWhenNoneIsFoundAndTryAgainTheNextTime) {
   setenv("SPEECH_SYNTHESIZER_PATH", "/nowhere:/nothing", 1);
   EXPECT_EQ(open(kOther, m_said), noSynthFound);
   EXPECT_THAT(m_said, HasSubstr("voices of \"OTHR\" in /nowhere, /nothing, "));

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Voice bundles: what makes one, what breaks one, and the order in which they are found.
+// Voice bundles: what is required, which errors are reported, and the order in which they are
+// found.
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -23,7 +24,7 @@ using testing::IsEmpty;
 
 constexpr OSType kCreator = 0x4B56524C;
 
-// The dictionary of a property list, by key: the XML of the value.
+// A property list's dictionary: key to the XML of the value.
 using Dictionary = std::map<std::string, std::string>;
 
 Dictionary goodVoice(int identifier) {
@@ -53,11 +54,11 @@ class Bundles : public testing::Test {
   }
 
   void writeVoice(const std::string& bundle, const Dictionary& dictionary,
-                  const std::string& place = "Info.plist") {
+                  const std::string& file = "Info.plist") {
     std::string list =
         "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\"><dict>\n";
     for (const auto& [key, value] : dictionary) list += "<key>" + key + "</key>" + value + "\n";
-    write(bundle + "/" + place, list + "</dict></plist>\n");
+    write(bundle + "/" + file, list + "</dict></plist>\n");
   }
 
   // The message when the only bundle, Broken.SpeechVoice, is skipped.
@@ -79,7 +80,7 @@ std::string pascal(const unsigned char* string) {
   return {reinterpret_cast<const char*>(string) + 1, string[0]};
 }
 
-TEST_F(Bundles, GiveADescriptionInMacOSRoman) {
+TEST_F(Bundles, HaveADescriptionInMacOSRoman) {
   writeVoice("Test.SpeechVoice", goodVoice(9));
   const VoiceCatalogue catalogue({m_folder});
   ASSERT_EQ(catalogue.voices().size(), 1U);
@@ -110,7 +111,7 @@ TEST_F(Bundles, NeedOnlyWhatIsRequired) {
   EXPECT_EQ(VoiceCatalogue({m_folder}).voices().size(), 1U);
 }
 
-TEST_F(Bundles, AreLeftOutWithTheKeyThatIsMissing) {
+TEST_F(Bundles, AreSkippedWithTheNameOfAMissingKey) {
   for (const char* const key :
        {"VoiceCreator", "VoiceID", "VoiceName", "VoiceGender", "VoiceLocaleIdentifier"}) {
     Dictionary dictionary = goodVoice(9);
@@ -119,7 +120,7 @@ TEST_F(Bundles, AreLeftOutWithTheKeyThatIsMissing) {
   }
 }
 
-TEST_F(Bundles, AreLeftOutWithTheKeyThatIsWrong) {
+TEST_F(Bundles, AreSkippedWithTheNameOfAnInvalidKey) {
   const struct {
     const char* key;
     std::string value;
@@ -147,7 +148,7 @@ TEST_F(Bundles, AreLeftOutWithTheKeyThatIsWrong) {
   }
 }
 
-TEST_F(Bundles, AreLeftOutWhenTheListIsMalformed) {
+TEST_F(Bundles, AreSkippedWhenTheListIsMalformed) {
   write("Cut.SpeechVoice/Info.plist", "<plist><dict><key>VoiceID");
   write("Empty.SpeechVoice/Info.plist", "");
   write("Other.SpeechVoice/Info.plist", "<plist><array/></plist>");
@@ -166,14 +167,14 @@ TEST_F(Bundles, AreLeftOutWhenTheListIsMalformed) {
   EXPECT_THAT(said, HasSubstr("File.SpeechVoice is skipped: it is not a folder"));
 }
 
-TEST_F(Bundles, OfOtherNamesAreNotLookedAt) {
+TEST_F(Bundles, WithOtherNamesAreIgnored) {
   writeVoice("Test.voice", goodVoice(9));
   testing::internal::CaptureStderr();
   EXPECT_THAT(VoiceCatalogue({m_folder, m_folder / "nowhere"}).voices(), IsEmpty());
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 
-TEST_F(Bundles, ComeInTheOrderOfFoldersAndNames) {
+TEST_F(Bundles, AreOrderedByFolderAndName) {
   writeVoice("late/A.SpeechVoice", goodVoice(1));
   writeVoice("early/Y.SpeechVoice", goodVoice(2));
   writeVoice("early/X.SpeechVoice", goodVoice(3));
@@ -207,7 +208,7 @@ TEST_F(Bundles, AreReportedWhenTwoInOneFolderHaveOneIdentifier) {
   EXPECT_EQ(catalogue.voices().size(), 1U);
 }
 
-TEST_F(Bundles, NameTheFirstAmericanManAsDefaultElseTheFirstEnglishOne) {
+TEST_F(Bundles, DefaultToTheFirstAmericanManElseTheFirstEnglishVoice) {
   EXPECT_EQ(VoiceCatalogue({m_folder}).defaultVoice(), nullptr);
 
   writeVoice("A.SpeechVoice", goodVoice(1));

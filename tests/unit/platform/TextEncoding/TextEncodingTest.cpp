@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Conversion of Mac OS Roman: the table, against the system's own, and the protocol of buffers.
+// Conversion of Mac OS Roman: the table, compared with the system's converter, and the buffer
+// protocol.
 #include <ApplicationServices/TextEncodingConverter.h>
 
 #include <algorithm>
@@ -36,7 +37,7 @@ class Converter : public testing::Test {
     std::string output;
   };
   Pass pass(const std::string& input, std::size_t room) {
-    // One byte more than may be written to, to see that it is not.
+    // One byte more than the converter may write, to detect an overrun.
     std::vector<UInt8> buffer(room + 1, 0xEE);
     Pass result{};
     ByteCount produced = 99;
@@ -48,7 +49,7 @@ class Converter : public testing::Test {
     return result;
   }
 
-  // The whole text, through a buffer of `room` bytes as callers use it.
+  // Converts the whole text through a buffer of `room` bytes, as callers do.
   std::string convert(std::string input, std::size_t room) {
     std::string output;
     while (true) {
@@ -69,10 +70,11 @@ class Converter : public testing::Test {
   TECObjectRef m_converter = nullptr;
 };
 
-// The longest replacement; a smaller buffer may never take the character it stands for.
+// The length of the longest replacement. A smaller buffer may never hold the replaced character.
 constexpr std::size_t kLongest = 14;
 
-// One byte by the system's converter; nothing when the target lacks the character.
+// Converts one byte with the system's converter; returns nothing if the target encoding lacks the
+// character.
 class SystemConverter {
  public:
   SystemConverter(const char* to, const char* from) : m_handle(iconv_open(to, from)) {}
@@ -103,7 +105,7 @@ std::string byteString(unsigned byte) {
   return {static_cast<char>(byte)};
 }
 
-TEST_F(Converter, Gives209BytesTheVeryByteThatTheSystemGives) {
+TEST_F(Converter, Converts209BytesLikeTheSystem) {
   const SystemConverter toUnicode("UCS-4BE", "MACINTOSH");
   const SystemConverter toLatin9("ISO-8859-15", "UCS-4BE");
   if (!toUnicode.isOpen() || !toLatin9.isOpen()) GTEST_SKIP() << "the system lacks the encodings";
@@ -119,7 +121,7 @@ TEST_F(Converter, Gives209BytesTheVeryByteThatTheSystemGives) {
   EXPECT_EQ(exact, 209);
 }
 
-TEST_F(Converter, GivesTheOther47APlainFormThatIsSafeInMarkup) {
+TEST_F(Converter, ConvertsTheOther47BytesToPlainFormsThatAreSafeInMarkup) {
   const SystemConverter toLatin9("ISO-8859-15", "MACINTOSH");
   if (!toLatin9.isOpen()) GTEST_SKIP() << "the system lacks the encodings";
   int plain = 0;
@@ -134,7 +136,7 @@ TEST_F(Converter, GivesTheOther47APlainFormThatIsSafeInMarkup) {
   EXPECT_EQ(plain, 47);
 }
 
-TEST_F(Converter, WritesTypographyAsPeopleTypeIt) {
+TEST_F(Converter, WritesTypographyAsTypedOnAKeyboard) {
   const struct {
     unsigned byte;
     const char* form;
@@ -148,7 +150,7 @@ TEST_F(Converter, ReadsDBAsTheEuroSign) {
   EXPECT_EQ(convert("\xDB", kLongest), "\xA4");
 }
 
-TEST_F(Converter, GivesTheSameForEverySizeOfBuffer) {
+TEST_F(Converter, GivesTheSameResultForEveryBufferSize) {
   std::string text;
   for (unsigned round = 0; round < 40; ++round) {
     text += std::string(round, 'a');
@@ -161,7 +163,7 @@ TEST_F(Converter, GivesTheSameForEverySizeOfBuffer) {
   }
 }
 
-TEST_F(Converter, AnswersFullWhileInputIsLeftAndNoErrOnlyWhenAllIsConsumed) {
+TEST_F(Converter, ReturnsFullWhileInputIsLeftAndNoErrOnlyWhenAllIsConsumed) {
   const std::string text(10'000, 'x');
   const Pass first = pass(text, 4096);
   EXPECT_EQ(first.status, kTECOutputBufferFullStatus);
@@ -173,7 +175,7 @@ TEST_F(Converter, AnswersFullWhileInputIsLeftAndNoErrOnlyWhenAllIsConsumed) {
   EXPECT_EQ(exact.consumed, 4096U);
 }
 
-TEST_F(Converter, NeverDividesAReplacement) {
+TEST_F(Converter, NeverSplitsAReplacement) {
   const Pass tight = pass("a\xC9", 3);
   EXPECT_EQ(tight.status, kTECOutputBufferFullStatus);
   EXPECT_EQ(tight.consumed, 1U);
@@ -184,13 +186,13 @@ TEST_F(Converter, NeverDividesAReplacement) {
   EXPECT_EQ(fitting.output, "a...");
 }
 
-TEST_F(Converter, TakesNulBytesAndEmptyTextAsTheyAre) {
+TEST_F(Converter, AcceptsNulBytesAndEmptyText) {
   EXPECT_EQ(convert(std::string("a\0b", 3), 16), std::string("a\0b", 3));
   EXPECT_EQ(pass("", 0).status, noErr);
   EXPECT_EQ(pass("a", 0).status, kTECOutputBufferFullStatus);
 }
 
-TEST_F(Converter, FlushesNothing) {
+TEST_F(Converter, HasNothingToFlush) {
   ByteCount produced = 99;
   std::array<UInt8, 4> buffer{1, 2, 3, 4};
   EXPECT_EQ(TECFlushText(m_converter, buffer.data(), buffer.size(), &produced), noErr);
@@ -198,7 +200,7 @@ TEST_F(Converter, FlushesNothing) {
   EXPECT_EQ(buffer[0], 1);
 }
 
-TEST_F(Converter, RefusesNullArguments) {
+TEST_F(Converter, RejectsNullArguments) {
   ByteCount count = 0;
   UInt8 byte = 'a';
   EXPECT_EQ(TECConvertText(m_converter, nullptr, 1, &count, &byte, 1, &count), paramErr);
@@ -210,7 +212,7 @@ TEST_F(Converter, RefusesNullArguments) {
   EXPECT_EQ(TECFlushText(nullptr, &byte, 1, &count), kTECCorruptConverterErr);
 }
 
-TEST(TextEncoding, CreatesOnlyTheConversionOnOffer) {
+TEST(TextEncoding, CreatesOnlyTheSupportedConversion) {
   TECObjectRef converter = reinterpret_cast<TECObjectRef>(&converter);
   EXPECT_EQ(TECCreateConverter(&converter, kTextEncodingISOLatin9, kTextEncodingMacRoman),
             kTECNoConversionPathErr);
@@ -219,7 +221,7 @@ TEST(TextEncoding, CreatesOnlyTheConversionOnOffer) {
   EXPECT_EQ(TECDisposeConverter(nullptr), kTECCorruptConverterErr);
 }
 
-TEST(TextEncoding, KnowsTheRomanScriptAlone) {
+TEST(TextEncoding, SupportsOnlyTheRomanScript) {
   TextEncoding encoding = 77;
   EXPECT_EQ(UpgradeScriptInfoToTextEncoding(smRoman, langEnglish, verUS, nullptr, &encoding),
             noErr);
@@ -236,8 +238,8 @@ TEST(MacRoman, NamesEveryCharacterAsTheSystemDoes) {
   const SystemConverter toUnicode("UCS-4BE", "MACINTOSH");
   if (!toUnicode.isOpen()) GTEST_SKIP() << "the system lacks the encoding";
   for (unsigned byte = 0; byte < 256; ++byte) {
-    // Two on which registers differ: the increment sign that others read as a Greek letter, and the
-    // logo, which has no character.
+    // Two characters that mapping tables disagree on: the increment sign, which others map to a
+    // Greek letter, and the logo, which has no Unicode character.
     if (byte == 0xC6 || byte == 0xF0) continue;
     const auto expected = toUnicode(byteString(byte));
     ASSERT_TRUE(expected && expected->size() == 4) << byte;
@@ -247,7 +249,7 @@ TEST(MacRoman, NamesEveryCharacterAsTheSystemDoes) {
   }
 }
 
-TEST(MacRoman, LeadsBackFromEveryCharacter) {
+TEST(MacRoman, ConvertsEveryCharacterBack) {
   for (unsigned byte = 0; byte < 256; ++byte) {
     const auto original = static_cast<std::uint8_t>(byte);
     EXPECT_EQ(base::toMacRoman(base::fromMacRoman(original)), original);

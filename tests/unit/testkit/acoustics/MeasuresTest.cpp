@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The measures themselves, on sounds made by arithmetic.
+// The audio measures, on computed signals.
 #include <cmath>
 #include <numbers>
 #include <vector>
@@ -15,7 +15,7 @@ namespace {
 constexpr double kRate = 22050;
 using Samples = std::vector<std::int16_t>;
 
-// A buzz: twelve harmonics, the higher the weaker, as a voice has them; it glides from one pitch to
+// A buzz: twelve harmonics of decreasing strength, as in a voice, gliding from one pitch to
 // another.
 Samples buzz(double from, double to, double seconds, double loudness = 8000) {
   Samples samples;
@@ -54,7 +54,7 @@ Samples silent(double seconds) {
 
 }  // namespace
 
-TEST(Pitch, OfASteadyVoiceIsFoundWithinHalfAPercent) {
+TEST(Pitch, OfASteadyVoiceIsMeasuredWithinHalfAPercent) {
   for (const double hertz : {66.0, 80.0, 102.5, 137.0, 169.0, 220.0, 261.6, 330.0, 440.0, 520.0}) {
     EXPECT_NEAR(acoustics::medianPitch({buzz(hertz, hertz, 0.5)}), hertz, 0.005 * hertz);
   }
@@ -64,13 +64,13 @@ TEST(Pitch, IsAsGoodForAQuietVoice) {
   EXPECT_NEAR(acoustics::medianPitch({buzz(120, 120, 0.5, 200)}), 120, 0.6);
 }
 
-TEST(Pitch, IsFollowedWhileItMoves) {
+TEST(Pitch, IsTrackedWhileItMoves) {
   const Samples glide = buzz(100, 200, 1);
   const auto track = acoustics::pitchTrack({glide});
   ASSERT_GT(track.size(), 80u);
   EXPECT_NEAR(track[20], 100 + 100 * 0.225, 3);
   EXPECT_NEAR(track[70], 100 + 100 * 0.725, 3);
-  // The last window begins a window and a period before the end.
+  // The last window begins one window and one period before the end.
   EXPECT_NEAR(acoustics::pitchSpread({glide}), 0.9 * 95, 4);
 }
 
@@ -101,14 +101,14 @@ TEST(Sound, ShowsInItsEnvelopeWhereItIsLouder) {
   EXPECT_NEAR(envelope[4] / envelope[1], 4, 0.1);
 }
 
-TEST(Sound, IsTrimmedToWhatIsHeard) {
+TEST(Sound, IsTrimmedToItsAudiblePart) {
   const Samples voice = buzz(110, 110, 0.5);
   const Samples sound = joined({silent(0.2), voice, silent(0.1)});
   EXPECT_NEAR(acoustics::trimSilence({sound}).seconds(), 0.5, 0.001);
   EXPECT_EQ(acoustics::trimSilence({silent(0.2)}).samples.size(), 0u);
 }
 
-TEST(Sound, HasItsSilencesFound) {
+TEST(Sound, ReturnsItsSilences) {
   const Samples voice = buzz(110, 110, 0.2);
   const Samples sound = joined({silent(0.1), voice, silent(0.3), voice});
   const auto found = acoustics::silences({sound}, 0.05);
@@ -118,7 +118,7 @@ TEST(Sound, HasItsSilencesFound) {
   EXPECT_NEAR(found[1].length(), 0.3, 0.001);
 }
 
-TEST(Sound, HasPartsThatStayInside) {
+TEST(Sound, ClampsItsPartsToItsEnds) {
   const Samples samples(100);
   const acoustics::Sound sound{samples};
   EXPECT_EQ(sound.part(90, 200).samples.size(), 10u);
@@ -126,12 +126,12 @@ TEST(Sound, HasPartsThatStayInside) {
   EXPECT_EQ(sound.between(-1, 1000).samples.size(), 100u);
 }
 
-TEST(Sound, CountsSamplesThatAreCutOff) {
+TEST(Sound, CountsClippedSamples) {
   const Samples samples = {0, 32767, -32768, -32767, 32766};
   EXPECT_EQ(acoustics::clippedCount({samples}), 2u);
 }
 
-TEST(Quantiles, AreValuesThatAShareLiesBelow) {
+TEST(Quantiles, AreValuesBelowWhichTheShareLies) {
   EXPECT_EQ(acoustics::median({5, 1, 3}), 3);
   EXPECT_EQ(acoustics::quantile({4, 3, 2, 1, 0}, 0), 0);
   EXPECT_EQ(acoustics::quantile({4, 3, 2, 1, 0}, 1), 4);

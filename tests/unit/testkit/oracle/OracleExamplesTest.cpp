@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The oracle against the worked examples.
+// Compares the oracle with the worked examples.
 #include <optional>
 #include <string>
 #include <vector>

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What the oracle promises beyond the worked examples: its list, origins, limits, and that it ends.
+// Properties of the oracle beyond the worked examples: its list, origins and limits, and
+// termination.
 #include <numeric>
 #include <random>
 #include <string>
@@ -50,7 +51,7 @@ Error errorOfInsertAt(oracle::TokenList& list, int index, int start) {
   return Error::None;
 }
 
-TEST(OracleTokenList, CutsACompoundCommandAtItsSemicolon) {
+TEST(OracleTokenList, SplitsACompoundCommandAtItsSemicolon) {
   const oracle::TokenList list = listOf("Hello [[rate 200; pbas 50]]");
   ASSERT_EQ(list.size(), 2);
   EXPECT_EQ(list.at(0).start, 6);
@@ -61,20 +62,20 @@ TEST(OracleTokenList, CutsACompoundCommandAtItsSemicolon) {
   EXPECT_EQ(list.at(1).argument(5), "");
 }
 
-TEST(OracleTokenList, FindsCommandsSideBySide) {
+TEST(OracleTokenList, FindsAdjacentCommands) {
   const oracle::TokenList list = listOf("[[a]] [[b]]");
   ASSERT_EQ(list.size(), 2);
   EXPECT_EQ(list.at(0).start, 0);
   EXPECT_EQ(list.at(1).start, 6);
 }
 
-TEST(OracleTokenList, LeavesASemicolonOutsideACommandAlone) {
+TEST(OracleTokenList, IgnoresASemicolonOutsideACommand) {
   const oracle::TokenList list = listOf("a;b [[rate 1]] c;d");
   ASSERT_EQ(list.size(), 1);
   EXPECT_EQ(list.at(0).size, 10);
 }
 
-TEST(OracleTokenList, GivesAnOpenCommandTheRestOfTheText) {
+TEST(OracleTokenList, ExtendsAnUnclosedCommandToTheEndOfTheText) {
   for (const std::string before : {"", "x", "xy", "x [[a]] "}) {
     SCOPED_TRACE(before);
     const oracle::TokenList list = listOf(before + "[[rate 1; volm 2 and more");
@@ -85,7 +86,7 @@ TEST(OracleTokenList, GivesAnOpenCommandTheRestOfTheText) {
   }
 }
 
-TEST(OracleTokenList, PutsTheReplacementInTheCommandsPlace) {
+TEST(OracleTokenList, PutsTheReplacementAtTheCommandsPosition) {
   oracle::TokenList list = listOf("a[[rate 200]]b");
   EXPECT_EQ(stringOf(list), "ab");
   EXPECT_TRUE(list.offsets().records() ==
@@ -100,7 +101,7 @@ TEST(OracleTokenList, PutsTheReplacementInTheCommandsPlace) {
               (std::vector<oracle::Record>{{1, 1, false, oracle::kSsmlToken}}));
 }
 
-TEST(OracleTokenList, RefusesAnIndexEqualToTheSizeAndAppendsOneBeyond) {
+TEST(OracleTokenList, RejectsAnIndexEqualToTheSizeAndAppendsOnePast) {
   oracle::TokenList list = listOf("[[a]] [[b]]");
   EXPECT_THROW(list.at(2), oracle::Failure);
   EXPECT_EQ(errorOfInsertAt(list, 2, 11), Error::IndexOutOfRange);
@@ -116,7 +117,7 @@ TEST(OracleTokenList, MovesATooEarlyIndexForward) {
   EXPECT_EQ(list.at(2).start, 11);
 }
 
-TEST(OracleTokenList, RefusesAPlaceBehindALaterToken) {
+TEST(OracleTokenList, RejectsAPositionAfterALaterToken) {
   oracle::TokenList list = listOf("[[a]] [[b]] [[c]]");
   EXPECT_EQ(errorOfInsertAt(list, 2, 0), Error::IndexOutOfRange);
 }
@@ -142,7 +143,7 @@ TEST(OracleConverter, RecordsTheClosingResetOfAnEmptyText) {
   EXPECT_TRUE(result.records == (std::vector<oracle::Record>{{0, 10, true, oracle::kAppleToken}}));
 }
 
-TEST(OracleConverter, MapsPositionsBehindTuneDataToTheCallersText) {
+TEST(OracleConverter, MapsPositionsAfterTuneDataToTheCallersText) {
   oracle::OffsetMap map =
       oracle::offsetsOf("a [[inpt TUNE]]x{D 120}[[inpt TEXT]]bcd", std::nullopt, Output::Ssml);
   // "a bcd": "c" is position 3, and 37 in the caller's text.
@@ -155,17 +156,18 @@ TEST(OraclePhones, JoinTheirPhonesWithBlanks) {
   EXPECT_EQ(phones.phones, "h eh1 l ow0");
 }
 
-TEST(OraclePhones, AreEmptyForAnEmptyStretch) {
+TEST(OraclePhones, AreEmptyForAnEmptyRange) {
   EXPECT_EQ(oracle::convertPhones("xx", 1, 0).phones, "");
   EXPECT_EQ(oracle::convertPhones("xx", 1, 0).error, Error::None);
 }
 
-TEST(OraclePhones, FailAtTheTextsEndAndBeyondIt) {
+TEST(OraclePhones, FailAtAndAfterTheEndOfTheText) {
   EXPECT_EQ(oracle::convertPhones("b", 0, 1).error, Error::BadPhoneSequence);
   EXPECT_EQ(oracle::convertPhones("b", 2, 3).error, Error::OutOfRange);
 }
 
-// Every region repeats the phones of those before it: n regions of m bytes give n (n + 1) / 2 × m.
+// Every region repeats the phones of those before it: n regions of m bytes give n (n + 1) / 2 × m
+// bytes.
 std::string regionsOfPhones(int regions, int phones) {
   return repeated("[[inpt PHON]]" + repeated("b", phones) + "[[inpt TEXT]]", regions);
 }
@@ -181,7 +183,7 @@ TEST(OraclePhones, FailBeyondSixteenMebibytes) {
   EXPECT_EQ(result.error, Error::BadPhoneSequence);
 }
 
-TEST(OracleOrigins, OfCopiedBytesAreTheirOwnPlaces) {
+TEST(OracleOrigins, OfCopiedBytesAreTheirOwnPositions) {
   const oracle::Result result = ssml("ab[[cmnt x]]cd");
   EXPECT_EQ(result.converted, "abcd");
   EXPECT_EQ(result.origins, (std::vector<std::size_t>{0, 1, 12, 13}));
@@ -195,7 +197,7 @@ TEST(OracleOrigins, OfMarkupAreThoseOfTheNextCopiedByte) {
   EXPECT_EQ(result.origins, expected);
 }
 
-TEST(OracleOrigins, OfMarkupBehindTheLastByteAreTheTextsEnd) {
+TEST(OracleOrigins, OfMarkupAfterTheLastByteAreTheEndOfTheText) {
   const oracle::Result result = ssml("[[sync 1]]");
   EXPECT_EQ(result.converted, "<mark name='65536'/>");
   EXPECT_EQ(result.origins, std::vector<std::size_t>(20, 10));
@@ -206,7 +208,7 @@ TEST(OracleOrigins, DoNotCountThePrefix) {
   EXPECT_EQ(result.origins, (std::vector<std::size_t>{0, 1}));
 }
 
-TEST(OracleOrigins, OfWhatIsLeftOfThePrefixAreTheTextsStart) {
+TEST(OracleOrigins, OfTheRestOfThePrefixAreTheStartOfTheText) {
   oracle::Settings settings;
   settings.speakPhones = true;
   const oracle::Result result = oracle::convert("b", settings, Output::Ssml);
@@ -216,8 +218,8 @@ TEST(OracleOrigins, OfWhatIsLeftOfThePrefixAreTheTextsStart) {
   EXPECT_EQ(result.origins.back(), 1U);
 }
 
-// Random texts of the pieces that commands are made of. One seed a run of the test, printed when it
-// fails; the oracle's own promises hold for every text.
+// Random texts of fragments of commands. Each run of the test uses one seed, printed on failure;
+// the properties hold for every text.
 std::string randomText(std::mt19937& random) {
   static const std::vector<std::string> pieces = {"[[",
                                                   "]]",
@@ -260,7 +262,7 @@ std::string randomText(std::mt19937& random) {
   return text;
 }
 
-TEST(OracleConverter, EndsOnEveryTextWithOriginsInOrder) {
+TEST(OracleConverter, TerminatesOnEveryTextWithOriginsInOrder) {
   constexpr unsigned kSeed = 20260;
   std::mt19937 random(kSeed);
   for (int i = 0; i < 2000; ++i) {
@@ -293,7 +295,7 @@ TEST(OracleOrigins, PointToTheSameByteWhenNothingIsInserted) {
   }
 }
 
-TEST(OracleConverter, EndsOnPathologicalTexts) {
+TEST(OracleConverter, TerminatesOnPathologicalTexts) {
   for (const std::string piece :
        {"[[", "]]", "[[]]", "[[ ;", "[[;;;", "[[rate 200]]", "[[rate +1]]x ", "[[emph +]]w ",
         "[[inpt PHON]]", "[[inpt PHON]]b", "[[inpt TUNE]]x", "[[ctxt WSKP]]", "[[ctxt TSKP]]a",

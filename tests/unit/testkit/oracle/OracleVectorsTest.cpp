@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The oracle against the reference conversions, and the true origins against what they promise.
+// Compares the oracle with the reference conversions, and checks the properties of exact origins.
 #include "conversions/ReferenceVectors.h"
 
 namespace {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The scripted engine does what its header says. Tests of other code rely on this.
+// The scripted engine behaves as its header says. Tests of other code rely on this.
 
 #include <atomic>
 #include <condition_variable>
@@ -20,7 +20,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Pair;
 
-// What a callback was given, and what the engine answered inside it.
+// The arguments of a callback, and the engine's results inside it.
 struct Seen {
   kavrel_event_t type;
   std::string text;
@@ -33,7 +33,7 @@ class ScriptedEngine : public testing::Test {
  protected:
   ScriptedEngine() { EXPECT_TRUE(engine().reset()); }
 
-  // A port whose events arrive in m_seen.
+  // Opens a port whose events are recorded in m_seen.
   kavrel_port_struct* openPort(kavrel_event_t mask = KAVREL_EVENT_ALL) {
     kavrel_port_struct* port = kavrel_port_open(m_engine, nullptr);
     kavrel_port_set_callback(port, onEvent, mask, this);
@@ -82,7 +82,7 @@ class ScriptedEngine : public testing::Test {
   std::vector<Seen> m_seen;
 };
 
-TEST_F(ScriptedEngine, WritesDownCallsInOrderWithReadableArguments) {
+TEST_F(ScriptedEngine, RecordsCallsInOrderWithReadableArguments) {
   engine().forgetCalls();
   kavrel_params* params = kavrel_params_new(nullptr);
   kavrel_params_set_val(params, "events/immediate", kavrel_val_int(0));
@@ -154,7 +154,7 @@ TEST_F(ScriptedEngine, PlaysEventsOnTheThreadOfTheTest) {
   EXPECT_FALSE(engine().port(1).running());
 }
 
-TEST_F(ScriptedEngine, PlaysOnlyWhatTheMaskNames) {
+TEST_F(ScriptedEngine, PlaysOnlyTheEventsOfTheMask) {
   speak(openPort(KAVREL_EVENT_WORD), "a");
   engine().port(1).word(0, 1).phoneme("ae", 0).end();
   EXPECT_THAT(typesSeen(), ElementsAre(KAVREL_EVENT_WORD));
@@ -168,7 +168,7 @@ TEST_F(ScriptedEngine, PlaysAScriptInsideTheCallThatStartsTheJob) {
   EXPECT_FALSE(engine().port(1).running());
 }
 
-TEST_F(ScriptedEngine, PlaysAScriptOnAThreadOfItsOwn) {
+TEST_F(ScriptedEngine, PlaysAScriptOnItsOwnThread) {
   engine().everyJob(Script().word(0, 1).end(), When::OnEngineThread);
   kavrel_port_struct* port = openPort();
   EXPECT_EQ(kavrel_port_wait(port, speak(port, "a")), KAVREL_SUCCESS);
@@ -207,16 +207,16 @@ TEST_F(ScriptedEngine, AWaitEndsWhenTheCallbackOfEndHasReturned) {
   ender.join();
 }
 
-TEST_F(ScriptedEngine, AWaitInThePortsOwnCallbackAnswersAtOnce) {
+TEST_F(ScriptedEngine, AWaitInThePortsOwnCallbackReturnsAtOnce) {
   kavrel_port_struct* port = openPort();
   kavrel_background_t job = speak(port, "a");
-  kavrel_result_t answer = KAVREL_SUCCESS;
-  m_inCallback = [&](kavrel_event_t) { answer = kavrel_port_wait(port, job); };
+  kavrel_result_t result = KAVREL_SUCCESS;
+  m_inCallback = [&](kavrel_event_t) { result = kavrel_port_wait(port, job); };
   engine().port(1).word(0, 1);
-  EXPECT_EQ(answer, KAVREL_ENGINE_INUSE);
+  EXPECT_EQ(result, KAVREL_ENGINE_INUSE);
 }
 
-TEST_F(ScriptedEngine, AWaitGivesUpOnACallbackThatDoesNotReturn) {
+TEST_F(ScriptedEngine, AWaitTimesOutForACallbackThatDoesNotReturn) {
   kavrel_port_struct* port = openPort();
   kavrel_background_t job = speak(port, "a");
   engine().setCallbackPatience(milliseconds(1));
@@ -234,7 +234,7 @@ TEST_F(ScriptedEngine, AWaitGivesUpOnACallbackThatDoesNotReturn) {
     go = true;
   }
   changed.notify_all();
-  // The callback may still take its time to return.
+  // The callback may still be running.
   engine().setCallbackPatience(std::chrono::minutes(1));
   EXPECT_EQ(kavrel_port_wait(port, job), KAVREL_SUCCESS);
 }
@@ -249,7 +249,7 @@ TEST_F(ScriptedEngine, AStopEndsTheJobOnTheEnginesThread) {
   EXPECT_NE(seen()[0].thread, std::this_thread::get_id());
 }
 
-TEST_F(ScriptedEngine, AStopEndsTheJobAsTheTestSays) {
+TEST_F(ScriptedEngine, AStopEndsTheJobAsTheTestRequests) {
   struct Row {
     OnStop mode;
     std::size_t ends;
@@ -286,7 +286,7 @@ TEST_F(ScriptedEngine, APauseToggles) {
   EXPECT_EQ(kavrel_port_pause(port, nullptr, KAVREL_EVENT_NOW), KAVREL_OBJECT_NOT_FOUND);
 }
 
-TEST_F(ScriptedEngine, AClosedPortHasEndedItsJob) {
+TEST_F(ScriptedEngine, ClosingAPortEndsItsJob) {
   kavrel_port_struct* port = openPort();
   speak(port, "a");
   EXPECT_EQ(kavrel_port_close(port), KAVREL_SUCCESS);
@@ -294,7 +294,7 @@ TEST_F(ScriptedEngine, AClosedPortHasEndedItsJob) {
   EXPECT_FALSE(engine().port(1).open());
 }
 
-TEST_F(ScriptedEngine, NullHandlesAnswerAsTheHeaderSays) {
+TEST_F(ScriptedEngine, NullHandlesReturnResultsAsTheHeaderSays) {
   kavrel_background_t job = nullptr;
   EXPECT_EQ(kavrel_port_open(nullptr, nullptr), nullptr);
   EXPECT_EQ(kavrel_port_close(nullptr), KAVREL_INVALID_POINTER);
@@ -312,7 +312,7 @@ TEST_F(ScriptedEngine, NullHandlesAnswerAsTheHeaderSays) {
   EXPECT_THAT(engine().violations(), IsEmpty());
 }
 
-TEST_F(ScriptedEngine, NotesWhatCallersDoWrong) {
+TEST_F(ScriptedEngine, RecordsErrorsOfCallers) {
   kavrel_port_struct* port = openPort();
   kavrel_port_close(port);
   EXPECT_EQ(kavrel_port_wait(port, nullptr), KAVREL_INVALID_POINTER);
@@ -338,7 +338,7 @@ TEST_F(ScriptedEngine, FailsTheCallsOfAnyOperationByTheirNumber) {
   EXPECT_EQ(kavrel_port_wait(port, nullptr), KAVREL_SUCCESS);
 }
 
-TEST_F(ScriptedEngine, AnswersAsTheTestSays) {
+TEST_F(ScriptedEngine, ReturnsResultsThatTheTestSets) {
   kavrel_port_struct* port = openPort();
   engine().queueResult(Op::Wait, KAVREL_QUEUE_FULL);
   engine().queueResult(Op::Wait, KAVREL_INTERRUPTED);
@@ -358,7 +358,7 @@ TEST_F(ScriptedEngine, RunsTheTestsActionInsideACall) {
   EXPECT_TRUE(ran);
 }
 
-TEST_F(ScriptedEngine, CountsWhatCallersOwn) {
+TEST_F(ScriptedEngine, CountsObjectsThatCallersOwn) {
   kavrel_params* params = kavrel_params_new(nullptr);
   kavrel_val* value = kavrel_val_int(1);
   char* text = cst_strdup("a");
@@ -388,7 +388,7 @@ TEST_F(ScriptedEngine, MemoryFromBeforeAResetIsNotCounted) {
   EXPECT_EQ(engine().live().blocks, 0);
 }
 
-TEST_F(ScriptedEngine, CountsServicesAndWritesThemDownOnRequest) {
+TEST_F(ScriptedEngine, CountsServicesAndRecordsThemOnRequest) {
   pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
   engine().forgetCalls();
   mutex_lock(&mutex);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The Manager's SpeakCFString and kavrel-say say the same for every character.
+// The Manager's SpeakCFString and kavrel-say give every character the same plain form.
 #include <cstdint>
 #include <string>
 
@@ -29,7 +29,7 @@ TEST(PlainForms, AreTheSameForStringsAndForTheTools) {
     const std::string text = "a" + base::toUtf8(code) + "z";
     const std::string spoken = byManager(text);
     ASSERT_EQ(spoken, byTool(text)) << std::uint32_t{code};
-    // Both ends are there, so the whole text was converted.
+    // Both ends are present, so the whole text was converted.
     ASSERT_TRUE(spoken.size() >= 2 && spoken.back() == 'z') << std::uint32_t{code};
   }
 }

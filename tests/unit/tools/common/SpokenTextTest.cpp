@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The text that the tools pass to the Manager, and the way back to the user's bytes.
+// The text that the tools pass to the Manager, and the mapping back to the user's bytes.
 #include <string>
 
 #include <gtest/gtest.h>
@@ -18,12 +18,12 @@ std::string macRoman(const std::string& given) {
   return SpokenText(given).macRoman();
 }
 
-// The user's text behind `length` bytes of the Manager's text from `position`.
+// The part of the user's text that became `length` bytes of the Manager's text from `position`.
 std::string given(const SpokenText& text, std::size_t position, std::size_t length) {
   return std::string(text.givenAt(text.origin(position, length)));
 }
 
-TEST(SpokenText, HasEveryCharacterOfMacOsRomanAsItsOwnByte) {
+TEST(SpokenText, EncodesEveryCharacterOfMacOsRomanAsItsByte) {
   for (unsigned byte = 1; byte < 256; ++byte) {
     const char32_t character = base::fromMacRoman(static_cast<std::uint8_t>(byte));
     EXPECT_EQ(macRoman(base::toUtf8(character)), std::string(1, static_cast<char>(byte)))
@@ -38,32 +38,33 @@ struct PlainForm {
 
 class PlainForms : public testing::TestWithParam<PlainForm> {};
 
-TEST_P(PlainForms, StandForWhatMacOsRomanLacks) {
+TEST_P(PlainForms, ReplaceCharactersThatMacOsRomanLacks) {
   EXPECT_EQ(macRoman(GetParam().given), GetParam().expected);
 }
 
-INSTANTIATE_TEST_SUITE_P(SpokenText, PlainForms,
-                         testing::Values(PlainForm{"\u0142", "l"},         // crossed l
-                                         PlainForm{"\u0151", "o"},         // double accent
-                                         PlainForm{"\u2192", "->"},        // arrow
-                                         PlainForm{"\u2116", "No"},        // numero
-                                         PlainForm{"\u2011", "-"},         // hard hyphen
-                                         PlainForm{"\u65E5\u672C", "  "},  // no form
-                                         PlainForm{"\U0001F600", " "},     // no form
-                                         PlainForm{"\u00A4", " "},         // its byte is the euro's
-                                         PlainForm{"co\u00ADop", "coop"},  // soft hyphen
-                                         PlainForm{"\uFEFFx\u200By", "xy"},  // no width
-                                         PlainForm{"e\u0301", "\x8E"},       // one letter for two
-                                         PlainForm{"x\u0301", "x"},          // none for two
-                                         PlainForm{"?", "?"}));
+INSTANTIATE_TEST_SUITE_P(
+    SpokenText, PlainForms,
+    testing::Values(PlainForm{"\u0142", "l"},           // crossed l
+                    PlainForm{"\u0151", "o"},           // double accent
+                    PlainForm{"\u2192", "->"},          // arrow
+                    PlainForm{"\u2116", "No"},          // numero
+                    PlainForm{"\u2011", "-"},           // hard hyphen
+                    PlainForm{"\u65E5\u672C", "  "},    // no form
+                    PlainForm{"\U0001F600", " "},       // no form
+                    PlainForm{"\u00A4", " "},           // its byte is the euro sign
+                    PlainForm{"co\u00ADop", "coop"},    // soft hyphen
+                    PlainForm{"\uFEFFx\u200By", "xy"},  // no width
+                    PlainForm{"e\u0301", "\x8E"},       // two characters, one letter
+                    PlainForm{"x\u0301", "x"},          // an accent that the letter lacks
+                    PlainForm{"?", "?"}));
 
 TEST(SpokenText, HasABlankForEveryByteThatIsNotUtf8) {
   EXPECT_EQ(macRoman("a\xFFz"), "a z");
   EXPECT_EQ(macRoman("a\xC3"), "a ");
   EXPECT_EQ(macRoman("\xE2\x82z"), "  z");
-  EXPECT_EQ(macRoman("\xC0\xAF"), "  ");            // longer than need be
-  EXPECT_EQ(macRoman("\xED\xA0\x80"), "   ");       // half of a pair
-  EXPECT_EQ(macRoman("\xF4\x90\x80\x80"), "    ");  // beyond the last character
+  EXPECT_EQ(macRoman("\xC0\xAF"), "  ");            // overlong
+  EXPECT_EQ(macRoman("\xED\xA0\x80"), "   ");       // a surrogate
+  EXPECT_EQ(macRoman("\xF4\x90\x80\x80"), "    ");  // above U+10FFFF
 }
 
 TEST(SpokenText, HasABlankForNul) {
@@ -78,7 +79,7 @@ TEST(SpokenText, FindsTheBytesThatEachWordCameFrom) {
   EXPECT_EQ(given(text, 7, 4), "d\u00E9j\u00E0");
 }
 
-TEST(SpokenText, FindsTheWholeCharacterBehindAnyPartOfItsPlainForm) {
+TEST(SpokenText, FindsTheWholeCharacterForAnyPartOfItsPlainForm) {
   const SpokenText text("a\u2192b");
   ASSERT_EQ(text.macRoman(), "a->b");
   EXPECT_EQ(given(text, 1, 1), "\u2192");
@@ -87,7 +88,7 @@ TEST(SpokenText, FindsTheWholeCharacterBehindAnyPartOfItsPlainForm) {
   EXPECT_EQ(given(text, 3, 1), "b");
 }
 
-TEST(SpokenText, CountsWhatVanishedToTheCharacterBefore) {
+TEST(SpokenText, CountsRemovedTextToThePrecedingCharacter) {
   const SpokenText text("x\u0301y");
   EXPECT_EQ(given(text, 0, 1), "x\u0301");
   EXPECT_EQ(given(text, 1, 1), "y");

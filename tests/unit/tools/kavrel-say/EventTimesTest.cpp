@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// How times that the engine tells find the callbacks of the Manager that they belong to.
+// Matching of the times that the engine reports with the Manager's callbacks.
 #include <optional>
 
 #include <gtest/gtest.h>
@@ -15,14 +15,14 @@ using Kind = EventTimes::Kind;
 constexpr EventTimes::SpeechNumber kFirst = 1;
 constexpr EventTimes::SpeechNumber kSecond = 2;
 
-TEST(EventTimes, AreNotKnownBeforeAnythingHappens) {
+TEST(EventTimes, AreUnknownBeforeTheFirstEvent) {
   EventTimes times;
   EXPECT_EQ(times.now(), std::nullopt);
   times.done();
   EXPECT_EQ(times.now(), std::nullopt);
 }
 
-TEST(EventTimes, FindTheirCallbacksKindByKind) {
+TEST(EventTimes, AreMatchedWithCallbacksOfTheSameKind) {
   EventTimes times;
   times.observe(kFirst, Kind::Word, 1);
   times.observe(kFirst, Kind::Phoneme, 1.5);
@@ -41,7 +41,7 @@ TEST(EventTimes, FindTheirCallbacksKindByKind) {
   EXPECT_EQ(times.now(), 4);
 }
 
-TEST(EventTimes, AreNotKnownForWhatTheEngineHasNotTold) {
+TEST(EventTimes, AreUnknownForEventsThatTheEngineHasNotReported) {
   EventTimes times;
   times.observe(kFirst, Kind::Word, 1);
   times.word(0, 1);
@@ -49,7 +49,7 @@ TEST(EventTimes, AreNotKnownForWhatTheEngineHasNotTold) {
   EXPECT_EQ(times.now(), std::nullopt);
 }
 
-TEST(EventTimes, OfCallbacksThatNeverCameAreForgottenWithTheirSpeech) {
+TEST(EventTimes, OfMissingCallbacksAreDiscardedWithTheirSpeech) {
   EventTimes times;
   times.observe(kFirst, Kind::Word, 1);
   times.observe(kFirst, Kind::Word, 2);

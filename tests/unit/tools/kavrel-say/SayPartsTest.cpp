@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The parts of kavrel-say that compute: rows of cells, the bar, captions, names of formats.
+// Unit tests of kavrel-say: rows of cells, the progress bar, captions, audio formats.
 #include <clocale>
 #include <stdexcept>
 #include <string>
@@ -29,7 +29,7 @@ using testing::IsEmpty;
 using testing::StartsWith;
 using Strings = std::vector<std::string>;
 
-// As in the program.
+// The same locale as in the program.
 class Locale : public testing::Environment {
  public:
   void SetUp() override { ASSERT_NE(std::setlocale(LC_CTYPE, "C.UTF-8"), nullptr); }
@@ -58,7 +58,7 @@ struct Wrapped {
 
 class TextLayout : public testing::TestWithParam<Wrapped> {};
 
-TEST_P(TextLayout, FillsRowsWithoutGoingBeyondThem) {
+TEST_P(TextLayout, FillsRowsWithoutExceedingThem) {
   EXPECT_EQ(rowsOf(GetParam().text, GetParam().width), GetParam().rows);
 }
 
@@ -75,14 +75,14 @@ INSTANTIATE_TEST_SUITE_P(
                     Wrapped{"   a", 2, {"", "a"}}, Wrapped{"a\tb", 20, {"a       b"}},
                     Wrapped{"\u65E5\u672C\u8A9E", 5, {"\u65E5\u672C", "\u8A9E"}},
                     Wrapped{"ab\u65E5c", 3, {"ab", "\u65E5c"}},
-                    // An accent stays with its letter at the end of a row.
+                    // An accent is kept with its letter at the end of a row.
                     Wrapped{"abe\u0301f", 3, {"abe\u0301", "f"}},
                     Wrapped{"\u65E5\u0301\u672C", 2, {"\u65E5\u0301", "\u672C"}},
-                    // Nothing is wider than the screen.
+                    // No row is wider than the screen.
                     Wrapped{"\u65E5a", 1, {"?", "a"}},
                     Wrapped{"x\x1B\x07\xC2\x9By\xFF", 9, {"x\uFFFD\uFFFD\uFFFDy\uFFFD"}}));
 
-TEST(TextLayoutMarks, StandAroundTheWordInEveryRowOfIt) {
+TEST(TextLayoutMarks, SurroundTheWordInEveryRow) {
   const std::string text = "an abcdef";
   EXPECT_EQ(say::renderRow(text, {0, 5, 5}, 9, {3, 9}, "<", ">"), "an <ab>");
   EXPECT_EQ(say::renderRow(text, {5, 9, 9}, 9, {3, 9}, "<", ">"), "<cdef>");
@@ -91,7 +91,7 @@ TEST(TextLayoutMarks, StandAroundTheWordInEveryRowOfIt) {
 
 // ---- The bar
 
-TEST(ProgressBar, TellsTheShareAndTheTimeLeft) {
+TEST(ProgressBar, ShowsTheShareAndTheTimeLeft) {
   Progress progress(100);
   EXPECT_EQ(progress.bar(20, 0), "[-------------]   0%");
   progress.reach(50, 10);
@@ -109,7 +109,7 @@ TEST(ProgressBar, NeverGoesBack) {
   EXPECT_EQ(progress.fraction(), 0.6);
 }
 
-TEST(ProgressBar, SaysNothingOfTheTimeAtFirst) {
+TEST(ProgressBar, ShowsNoTimeAtFirst) {
   Progress progress(1000);
   progress.reach(5, 3);
   EXPECT_FALSE(progress.secondsLeft(3).has_value());
@@ -117,7 +117,7 @@ TEST(ProgressBar, SaysNothingOfTheTimeAtFirst) {
   EXPECT_FALSE(progress.secondsLeft(0.1).has_value());
 }
 
-TEST(ProgressBar, IsNeverWiderThanItMayBe) {
+TEST(ProgressBar, IsNeverWiderThanItsLimit) {
   Progress progress(100);
   progress.reach(40, 100'000);
   for (std::size_t width = 0; width < 100; ++width) {
@@ -128,7 +128,7 @@ TEST(ProgressBar, IsNeverWiderThanItMayBe) {
   EXPECT_EQ(progress.bar(3, 100'000), "");
 }
 
-TEST(ProgressBar, CopesWithAnEmptyText) {
+TEST(ProgressBar, AcceptsAnEmptyText) {
   Progress progress(0);
   progress.reach(0, 1);
   progress.complete(1);
@@ -137,8 +137,8 @@ TEST(ProgressBar, CopesWithAnEmptyText) {
 
 // ---- Captions
 
-// The words of the text, a third of a second each, with 0.3 seconds of silence behind a sign that
-// ends a sentence or a part of it.
+// The words of the text, a third of a second each, with 0.3 seconds of silence after punctuation
+// that ends a sentence or a part of it.
 std::vector<SpokenWord> wordsIn(const std::string& text, const Strings& words) {
   std::vector<SpokenWord> spoken;
   std::size_t at = 0;
@@ -184,7 +184,7 @@ TEST(Captions, KeepPunctuationWithTheWordItTouches) {
               ElementsAre(Strings{"so\u2014well, (yes) it is"}));
 }
 
-TEST(Captions, LeaveCommandsOutUnlessThereAreNone) {
+TEST(Captions, OmitCommandsUnlessBracketsAreText) {
   const std::string text = "[[rate 300]]One[[slnc 5]]two [[emph +]] three";
   EXPECT_THAT(linesOf(cues(text, {"One", "two", "three"})), ElementsAre(Strings{"One two three"}));
   EXPECT_THAT(linesOf(cues("a [[b]] c", {"a", "c"}, tool::Brackets::Text)),
@@ -192,7 +192,7 @@ TEST(Captions, LeaveCommandsOutUnlessThereAreNone) {
   EXPECT_THAT(linesOf(cues("a b [[ never closed", {"a", "b"})), ElementsAre(Strings{"a b"}));
 }
 
-TEST(Captions, CutALongSentenceBehindACommaIntoTwoLinesAtMost) {
+TEST(Captions, SplitALongSentenceAfterACommaIntoTwoLinesAtMost) {
   const std::string text =
       "The kettle is on, the post has come at last, and there is nothing in the world that cannot "
       "wait until ten.";
@@ -228,7 +228,7 @@ TEST(Captions, DoNotOverlapAndLastASecondWhereTheyCan) {
   EXPECT_NEAR(all[2].end - all[2].begin, 1, 1e-9);
 }
 
-TEST(Captions, BeginACueAtAParagraphAndBehindALongPause) {
+TEST(Captions, BeginACueAtAParagraphAndAfterALongPause) {
   EXPECT_EQ(cues("one two three four\n \nfive six", {"one", "two", "three", "four", "five", "six"})
                 .size(),
             2U);
@@ -238,12 +238,12 @@ TEST(Captions, BeginACueAtAParagraphAndBehindALongPause) {
   EXPECT_EQ(say::cuesOf("one two", words, tool::Brackets::Command).size(), 2U);
 }
 
-TEST(Captions, ShowWhatIsNoTextAsReplaced) {
+TEST(Captions, ShowInvalidTextAsReplaced) {
   EXPECT_THAT(linesOf(cues("a\xFF\x01 b\xC3\xA9", {"a", "b"})),
               ElementsAre(Strings{"a\uFFFD b\u00E9"}));
 }
 
-TEST(Captions, OfNoWordAreEmpty) {
+TEST(Captions, AreEmptyWithoutWords) {
   EXPECT_THAT(cues("[[slnc 5]]", {}), IsEmpty());
   EXPECT_EQ(say::webVttOf({}), "WEBVTT\n");
   EXPECT_EQ(say::subRipOf({}), "");
@@ -261,7 +261,7 @@ TEST(Captions, AreEscapedInWebVttAndNotInSubRip) {
 
 // ---- Names
 
-TEST(AudioFormat, IsThatOfTheNamesEnd) {
+TEST(AudioFormat, IsThatOfTheFileNameExtension) {
   EXPECT_EQ(say::audioFormatOf("a/b.WAV", {}, {}).fileFormat, "WAVE");
   EXPECT_EQ(say::audioFormatOf("b.flac", {}, {}).fileFormat, "FLAC");
   EXPECT_TRUE(say::audioFormatOf("speech", {}, {}).isNative());
@@ -270,14 +270,14 @@ TEST(AudioFormat, IsThatOfTheNamesEnd) {
   EXPECT_EQ(say::audioFormatOf("speech.txt", "wave", {}).fileFormat, "WAVE");
 }
 
-TEST(AudioFormat, HasTheRateAskedFor) {
+TEST(AudioFormat, HasTheRequestedRate) {
   EXPECT_EQ(say::audioFormatOf("a.wav", {}, "LEF32@48000").rate, 48000);
   EXPECT_EQ(say::audioFormatOf("a.wav", {}, "@8000").rate, 8000);
   EXPECT_EQ(say::audioFormatOf("a.wav", {}, "ulaw").rate, 22050);
   EXPECT_EQ(say::audioFormatOf("a.opus", {}, {}).rate, 24000);
 }
 
-TEST(AudioFormat, ExplainsWhatItCannotBe) {
+TEST(AudioFormat, ReportsUnsupportedFormats) {
   const struct {
     const char* path;
     std::optional<std::string> file;
@@ -301,20 +301,20 @@ TEST(AudioFormat, ExplainsWhatItCannotBe) {
   }
 }
 
-TEST(AudioFormat, ListsOnlyWhatGoesTogether) {
+TEST(AudioFormat, ListsOnlySupportedCombinations) {
   EXPECT_THAT(say::fileFormatList(), AllOf(StartsWith("AIFF    .aiff .aif"), HasSubstr("FLAC")));
   EXPECT_THAT(say::dataFormatList("x.flac", {}), testing::Not(HasSubstr("F32")));
   EXPECT_THAT(say::dataFormatList("", "Ogg"), StartsWith("vorbis"));
 }
 
-TEST(Highlight, RefusesWhatItDoesNotKnow) {
+TEST(Highlight, RejectsUnknownStyles) {
   for (const char* const name :
        {"", "true", "pink", "/", "red/pink", "setaf", "setaf 256", "setab -1", "Bold"}) {
     EXPECT_THROW(say::highlightNamed(name), std::invalid_argument) << name;
   }
 }
 
-TEST(PositionCounter, CountsBytesOrCharactersFromTheFrontOfAllThatWasGiven) {
+TEST(PositionCounter, CountsBytesOrCharactersFromTheStartOfTheInput) {
   const std::string text = "\u00E9\xFF b\U0001F600c";
   const auto of = [&](say::PositionUnit unit, std::size_t first, tool::Slice slice) {
     say::PositionCounter positions(text, unit, first);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// kavrel-say on a terminal: what the screen shows while it speaks, and what is left of it.
+// kavrel-say on a terminal: the screen while it speaks, and the terminal afterwards.
 #include <clocale>
 #include <csignal>
 #include <filesystem>
@@ -26,10 +26,10 @@ using testing::MatchesRegex;
 using testing::Not;
 using testing::StartsWith;
 
-// Silence that no test sees the end of.
+// A silence that is longer than any test.
 const std::string kLongSilence = "[[slnc 600000]]";
 
-// As in the program.
+// The same locale as in the program.
 class Locale : public testing::Environment {
  public:
   void SetUp() override { ASSERT_NE(std::setlocale(LC_CTYPE, "C.UTF-8"), nullptr); }
@@ -68,7 +68,7 @@ TEST_F(SayOnATerminal, ShowsTheWholeTextAndTheWordBeingSpoken) {
   expectTerminalAsBefore(say);
 }
 
-TEST_F(SayOnATerminal, MarksEveryWordInTurnAndLeavesThePlainText) {
+TEST_F(SayOnATerminal, MarksEveryWordInTurnAndEndsWithThePlainText) {
   TerminalProgram say({}, {"-i", "-o", m_sound, "Tea or caf\u00E9?"});
   for (const char* const word : {"Tea", "or", "caf\u00E9"}) {
     EXPECT_TRUE(say.readUntil(marks(word))) << word;
@@ -101,14 +101,14 @@ TEST_F(SayOnATerminal, BreaksAWordThatIsWiderThanTheScreen) {
   EXPECT_THAT(say.screen().rows(), ElementsAre("a", "incom", "prehe", "nsibl", "e", "[[sln"));
 }
 
-TEST_F(SayOnATerminal, LetsTheTextPassThroughASmallScreen) {
+TEST_F(SayOnATerminal, ScrollsTheTextThroughASmallScreen) {
   std::string text;
   for (int i = 1; i <= 30; ++i) text += "row " + std::to_string(i) + " is here\n";
   TerminalProgram say({.columns = 20, .rows = 6}, {"-i", "-o", m_sound, text});
   EXPECT_TRUE(say.readUntil([](const Screen& screen) {
     return screen.marked() == "14" && screen.visibleRows().size() >= 3;
   }));
-  // The rows that come are there, too.
+  // Later rows are shown, too.
   EXPECT_EQ(say.screen().rows().size(), 16U);
   EXPECT_EQ(say.finish().status, 0);
   const auto rows = say.screen().rows();
@@ -119,7 +119,7 @@ TEST_F(SayOnATerminal, LetsTheTextPassThroughASmallScreen) {
   expectTerminalAsBefore(say);
 }
 
-TEST_F(SayOnATerminal, IsRightOnEveryNarrowScreen) {
+TEST_F(SayOnATerminal, IsCorrectOnEveryNarrowScreen) {
   for (const std::size_t columns : {1U, 2U, 3U, 7U}) {
     for (const std::size_t rows : {1U, 2U, 3U}) {
       TerminalProgram say({.columns = columns, .rows = rows},
@@ -130,7 +130,7 @@ TEST_F(SayOnATerminal, IsRightOnEveryNarrowScreen) {
   }
 }
 
-TEST_F(SayOnATerminal, LaysTheTextOutAnewWhenTheScreenChanges) {
+TEST_F(SayOnATerminal, LaysOutTheTextAgainWhenTheScreenChanges) {
   TerminalProgram say({.columns = 40}, {"-i", "one two three four five " + kLongSilence});
   ASSERT_TRUE(say.readUntil(marks("five")));
   const auto hasRows = [](const std::vector<std::string>& rows) {
@@ -139,7 +139,7 @@ TEST_F(SayOnATerminal, LaysTheTextOutAnewWhenTheScreenChanges) {
   say.resize(11, 24);
   EXPECT_TRUE(say.readUntil(hasRows({"one two", "three four", "five [[slnc", "600000]]"})));
   EXPECT_EQ(say.screen().marked(), "five");
-  // What has been spoken is not touched again.
+  // Rows that have been spoken are not redrawn.
   say.resize(60, 24);
   EXPECT_TRUE(say.readUntil(hasRows({"one two", "three four", "five " + kLongSilence})));
   EXPECT_EQ(say.screen().marked(), "five");
@@ -148,7 +148,7 @@ TEST_F(SayOnATerminal, LaysTheTextOutAnewWhenTheScreenChanges) {
   expectTerminalAsBefore(say);
 }
 
-TEST_F(SayOnATerminal, ShowsNothingThatWouldActOnTheTerminal) {
+TEST_F(SayOnATerminal, ShowsNoControlSequencesOfTheText) {
   TerminalProgram say({}, {"-i", "-o", m_sound, "a\033[2Jb \x07 c\u0085 d\u202Ee \xFF."});
   EXPECT_EQ(say.finish().status, 0);
   EXPECT_THAT(say.screen().rows(), ElementsAre("a\uFFFD[2Jb \uFFFD c\uFFFD d\uFFFDe \uFFFD."));
@@ -156,7 +156,7 @@ TEST_F(SayOnATerminal, ShowsNothingThatWouldActOnTheTerminal) {
   expectTerminalAsBefore(say);
 }
 
-TEST_F(SayOnATerminal, MarksTheWordAsAskedFor) {
+TEST_F(SayOnATerminal, MarksTheWordInTheRequestedStyle) {
   const struct {
     const char* name;
     const char* sequence;
@@ -213,11 +213,11 @@ TEST_F(SayOnATerminal, KeepsTheBarOutOfStandardOutput) {
   EXPECT_THAT(program::contentsOf(out), StartsWith("{\"event\""));
 }
 
-// ---- Ends
+// ---- Ending
 
 class SayEnded : public SayOnATerminal, public testing::WithParamInterface<int> {};
 
-TEST_P(SayEnded, BySignalLeavesTheTerminalAsItWas) {
+TEST_P(SayEnded, BySignalRestoresTheTerminal) {
   TerminalProgram say({}, {"-i", "--progress", "hello " + kLongSilence});
   ASSERT_TRUE(say.readUntil(marks("hello")));
   EXPECT_FALSE(say.echoes());
@@ -231,7 +231,7 @@ TEST_P(SayEnded, BySignalLeavesTheTerminalAsItWas) {
 INSTANTIATE_TEST_SUITE_P(Signals, SayEnded,
                          testing::Values(SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGABRT, SIGSEGV));
 
-TEST_F(SayOnATerminal, EndsWithTheKeyThatInterrupts) {
+TEST_F(SayOnATerminal, EndsWithTheInterruptKey) {
   TerminalProgram say({}, {"-i", "hello " + kLongSilence});
   ASSERT_TRUE(say.readUntil(marks("hello")));
   say.type("\x03");
@@ -255,14 +255,14 @@ TEST_F(SayOnATerminal, GivesTheTerminalBackWhileItIsHalted) {
   expectTerminalAsBefore(say);
 }
 
-TEST_F(SayOnATerminal, EndsWhenTheTerminalGoes) {
+TEST_F(SayOnATerminal, EndsWhenTheTerminalIsClosed) {
   TerminalProgram say({}, {"-i", "hello " + kLongSilence});
   ASSERT_TRUE(say.readUntil(marks("hello")));
   say.hangUp();
   EXPECT_EQ(say.finish().signal, SIGHUP);
 }
 
-TEST_F(SayOnATerminal, LeavesTheTerminalAsItWasWhenTheTextIsRefused) {
+TEST_F(SayOnATerminal, RestoresTheTerminalWhenTheTextIsRejected) {
   TerminalProgram say({}, {"-i", "[[inpt PHON]]qqq[[inpt TEXT]]"});
   EXPECT_EQ(say.finish().status, 1);
   EXPECT_THAT(say.written(), HasSubstr("kavrel-say: cannot speak the text"));
@@ -281,7 +281,7 @@ TEST_F(SayOnATerminal, SpeaksWhatIsTypedLineByLine) {
   say.type("two\n");
   say.type("\x04");
   EXPECT_EQ(say.finish().status, 0);
-  // As in all that was typed, one text behind the other.
+  // Positions count from the start of all typed lines.
   EXPECT_THAT(wordsWritten(), ElementsAre(0, 6, 10));
 }
 
@@ -296,7 +296,7 @@ TEST_F(SayOnATerminal, SpeaksALineBeforeTheNextIsTyped) {
   expectTerminalAsBefore(lines);
 }
 
-TEST_F(SayOnATerminal, RefusesToWriteSoundToIt) {
+TEST_F(SayOnATerminal, RefusesToWriteAudioToIt) {
   TerminalProgram say({}, {"-o", "-", "hello"});
   EXPECT_EQ(say.finish().status, 1);
   EXPECT_THAT(say.written(), HasSubstr("cannot write audio to a terminal"));

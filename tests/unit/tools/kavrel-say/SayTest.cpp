@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// kavrel-say, run as a user runs it. Speech goes to files only.
+// kavrel-say, run as a user runs it. Speech is written to files only.
 #include <csignal>
 #include <cstdint>
 #include <cstring>
@@ -42,7 +42,7 @@ constexpr int kUsage = 2;
 
 class Say : public testing::Test {
  protected:
-  // The events of a text that is spoken to a file.
+  // The events of `text`, spoken to a file.
   std::vector<nlohmann::json> eventsFor(const std::string& text) {
     const Result result = say({"--events", "-o", m_sound, "-f", "-"}, text);
     EXPECT_EQ(result.status, 0) << result.err;
@@ -57,7 +57,7 @@ class Say : public testing::Test {
   std::string m_sound = m_folder.file("speech.aiff");
 };
 
-// One line that begins with the program's name.
+// Matches one line that begins with the program's name.
 testing::Matcher<std::string> complaint(const std::string& about) {
   return AllOf(MatchesRegex("kavrel-say: [^\n]*\n"), HasSubstr(about));
 }
@@ -96,24 +96,24 @@ TEST_F(Say, ReadsAFile) {
               ElementsAre("dear", "friend"));
 }
 
-TEST_F(Say, TakesEverythingBehindTwoHyphensAsText) {
+TEST_F(Say, TakesEverythingAfterTwoHyphensAsText) {
   const Result result = say({"--events", "-o", m_sound, "--", "-v", "is", "--bogus"});
   EXPECT_EQ(result.status, 0) << result.err;
   EXPECT_THAT(valuesOf<int>(eventsOf(result.out), "word", "position"), Contains(3));
 }
 
-TEST_F(Say, TakesATextInBracketsAsItIs) {
+TEST_F(Say, SpeaksATextInBracketsUnchanged) {
   const Result result = say({"--events", "-o", m_sound, "[[rate 300]] red, green [[rset 0]]"});
   EXPECT_EQ(result.status, 0) << result.err;
   EXPECT_THAT(valuesOf<int>(eventsOf(result.out), "word", "position"), ElementsAre(13, 18));
 }
 
-TEST_F(Say, MakesASilentFileOfAnEmptyText) {
+TEST_F(Say, WritesASilentFileForAnEmptyText) {
   EXPECT_EQ(say({"-o", m_sound, ""}).status, 0);
   EXPECT_EQ(secondsIn(m_sound), 0);
 }
 
-TEST_F(Say, SpeaksWhatIsNotUtf8WithoutAborting) {
+TEST_F(Say, SpeaksInvalidUtf8WithoutAborting) {
   EXPECT_THAT(wordsOf(std::string("a\xFF \0one\xC3", 8)), ElementsAre("a", "one"));
 }
 
@@ -149,7 +149,7 @@ TEST_F(Say, DescribesEveryEventInFull) {
   }
 }
 
-TEST_F(Say, TellsWhereInTheSoundEverythingHappens) {
+TEST_F(Say, ReportsThePositionOfEveryEventInTheAudio) {
   double last = 0;
   for (const auto& event : eventsFor("one two. [[sync 9]] three")) {
     EXPECT_GE(event.at("time").get<double>(), last) << event;
@@ -171,7 +171,7 @@ TEST_F(Say, ReportsMarksWithTheNumbersThatTheTextGivesThem) {
       ElementsAre(1, 65535, 3));
 }
 
-TEST_F(Say, ReportsMarksBetweenTheWordsWhereTheyStand) {
+TEST_F(Say, ReportsMarksBetweenTheirWords) {
   Strings order;
   for (const auto& event : eventsFor("before [[sync 5]] after")) {
     if (event.at("event") == "word") order.push_back(event.at("text"));
@@ -266,7 +266,7 @@ TEST_F(Say, SpeaksDifferentlyWithAnotherVoice) {
   EXPECT_NE(program::contentsOf(m_sound), program::contentsOf(other));
 }
 
-TEST_F(Say, NamesTheVoicesThereAreWhenOneIsUnknown) {
+TEST_F(Say, ListsTheVoicesWhenOneIsUnknown) {
   const Result result = say({"-v", "Nobody", "-o", m_sound, "hello"});
   EXPECT_EQ(result.status, kFailure);
   EXPECT_THAT(result.err,
@@ -292,7 +292,7 @@ TEST_F(Say, ReportsEveryWordAndEndsAtEveryRate) {
   }
 }
 
-TEST_F(Say, KeepsTheRateWhenAVoiceIsGivenToo) {
+TEST_F(Say, KeepsTheRateWhenAVoiceIsAlsoGiven) {
   const std::string slow = m_folder.file("slow.aiff");
   ASSERT_EQ(say({"-r", "360", "-v", "Quill", "-o", m_sound, "one two three four"}).status, 0);
   ASSERT_EQ(say({"-v", "Quill", "-o", slow, "one two three four"}).status, 0);
@@ -301,7 +301,7 @@ TEST_F(Say, KeepsTheRateWhenAVoiceIsGivenToo) {
 
 // ---- Files
 
-TEST_F(Say, SaysWhyAFileCannotBeWritten) {
+TEST_F(Say, ReportsWhyAFileCannotBeWritten) {
   const struct {
     std::string path;
     std::string reason;
@@ -333,20 +333,20 @@ TEST_F(Say, OverwritesALongerFile) {
   EXPECT_GT(secondsIn(m_sound), 0.1);
 }
 
-TEST_F(Say, SaysWhichInputFileIsMissing) {
+TEST_F(Say, ReportsWhichInputFileIsMissing) {
   const std::string path = m_folder.file("nothing.txt");
   const Result result = say({"-f", path, "-o", m_sound});
   EXPECT_EQ(result.status, kFailure);
   EXPECT_THAT(result.err, AllOf(complaint(path), HasSubstr("No such file")));
 }
 
-TEST_F(Say, RefusesAnInputFileThatIsAFolder) {
+TEST_F(Say, RejectsAnInputFileThatIsAFolder) {
   const Result result = say({"-f", m_folder.file("."), "-o", m_sound});
   EXPECT_EQ(result.status, kFailure);
   EXPECT_THAT(result.err, complaint("Is a directory"));
 }
 
-TEST_F(Say, LeavesNoFileOfATextThatIsRefused) {
+TEST_F(Say, LeavesNoFileForARejectedText) {
   const Result result = say({"-o", m_sound, "[[inpt PHON]]qqq[[inpt TEXT]]"});
   EXPECT_EQ(result.status, kFailure);
   EXPECT_THAT(result.err, complaint("cannot speak the text"));
@@ -365,9 +365,9 @@ TEST_F(Say, LeavesAValidFileWhenItIsInterrupted) {
   EXPECT_GE(secondsIn(m_sound), 0);
 }
 
-// ---- Text from others
+// ---- Untrusted text
 
-TEST_F(Say, CarriesOutNoCommandOfPlainText) {
+TEST_F(Say, ExecutesNoCommandInPlainText) {
   const std::string text = "so [[slnc 9000]] [[volm 0]]x ]] y[[[inpt PHON]] \uFF3B[z [";
   const Result result = say({"--plain", "--events", "-o", m_sound, "-f", "-"}, text);
   EXPECT_EQ(result.status, 0) << result.err;
@@ -384,14 +384,14 @@ TEST_F(Say, CarriesOutNoCommandOfPlainText) {
   EXPECT_LT(secondsIn(m_sound), 9);
 }
 
-TEST_F(Say, CountsPositionsInCharactersWhenAskedTo) {
+TEST_F(Say, CountsPositionsInCharactersOnRequest) {
   const Result result = say({"--events", "--positions=characters", "-o", m_sound, "-f", "-"},
                             "na\u00EFve \U0001F600 caf\u00E9");
   EXPECT_THAT(valuesOf<int>(eventsOf(result.out), "word", "position"), ElementsAre(0, 8));
   EXPECT_THAT(valuesOf<int>(eventsOf(result.out), "word", "length"), ElementsAre(5, 4));
 }
 
-TEST_F(Say, ShowsWhatTheEngineIsGiven) {
+TEST_F(Say, ShowsTheTextForTheEngine) {
   const Result result = say({"--ssml", "-r", "220", "a & b [[emph +]] c"});
   EXPECT_EQ(result.status, 0) << result.err;
   EXPECT_THAT(result.out, AllOf(HasSubstr("rate='220'"), HasSubstr("a &amp; b")));
@@ -410,7 +410,7 @@ void PrintTo(const Input& input, std::ostream* out) {
 
 class SayInput : public Say, public testing::WithParamInterface<Input> {};
 
-TEST_P(SayInput, IsSpokenAsFarAsItCanBe) {
+TEST_P(SayInput, IsSpokenAsFarAsPossible) {
   const auto& [name, text, words] = GetParam();
   const std::string file = m_folder.write("input", text);
   const std::string vtt = m_folder.file("captions");
@@ -433,7 +433,7 @@ INSTANTIATE_TEST_SUITE_P(
         Input{"broken UTF-8", "one \xC3( \xFF\xFE two", {"one", "two"}},
         Input{"unknown characters", "\u65E5\u672C \u0142\u00F3d\u017A", {"\u0142\u00F3d\u017A"}}));
 
-TEST_F(Say, BeginsATextOfTenMegabytesAtOnceAndEndsAtOnce) {
+TEST_F(Say, StartsAndStopsATextOfTenMegabytesAtOnce) {
   std::string text;
   while (text.size() < 10'000'000) text += "A line of a very long letter.\n";
   const std::string file = m_folder.write("letter.txt", text);
@@ -444,9 +444,9 @@ TEST_F(Say, BeginsATextOfTenMegabytesAtOnceAndEndsAtOnce) {
   EXPECT_GT(secondsIn(m_sound), 0);
 }
 
-// ---- Other files
+// ---- Other file formats
 
-TEST_F(Say, WritesTheFormatThatTheNameEndsWith) {
+TEST_F(Say, WritesTheFormatOfTheFileNameExtension) {
   const struct {
     const char* name;
     const char* front;
@@ -470,7 +470,7 @@ TEST_F(Say, KeepsEverySampleInAWaveFile) {
   EXPECT_EQ(aiff.substr(aiff.size() - samples.size()), samples);
 }
 
-TEST_F(Say, WritesAnotherRateOfTheSameLength) {
+TEST_F(Say, WritesAnotherRateWithTheSameDuration) {
   const std::string fast = m_folder.file("fast.aiff");
   ASSERT_EQ(say({"-o", m_sound, "the same"}).status, 0);
   ASSERT_EQ(say({"-o", fast, "--data-format=BEI16@44100", "the same"}).status, 0);
@@ -479,7 +479,7 @@ TEST_F(Say, WritesAnotherRateOfTheSameLength) {
               2.0 * static_cast<double>(program::contentsOf(m_sound).size()), 400);
 }
 
-TEST_F(Say, WritesSoundToStandardOutput) {
+TEST_F(Say, WritesAudioToStandardOutput) {
   const Result aiff = say({"-o", "-", "hello"});
   EXPECT_EQ(aiff.status, 0) << aiff.err;
   ASSERT_EQ(say({"-o", m_sound, "hello"}).status, 0);
@@ -534,22 +534,22 @@ TEST_F(Say, WritesCaptionsWithTheTimesOfTheWords) {
                     HasSubstr("\u201CCaf\u00E9 <time>!\u201D\n")));
 }
 
-TEST_F(Say, LeavesNoCaptionsOfATextThatIsRefused) {
+TEST_F(Say, LeavesNoCaptionsForARejectedText) {
   const std::string vtt = m_folder.file("speech.vtt");
   EXPECT_EQ(say({"-o", m_sound, "--vtt", vtt, "[[inpt PHON]]qqq[[inpt TEXT]]"}).status, kFailure);
   EXPECT_FALSE(std::filesystem::exists(vtt));
 }
 
-// ---- Devices and displays without any
+// ---- Without a device or a terminal
 
-TEST_F(Say, SaysWhenThereIsNoSuchDevice) {
+TEST_F(Say, ReportsAnUnknownDevice) {
   const Result result = say({"-a", "nothing like it", "hello"});
   EXPECT_EQ(result.status, kFailure);
   EXPECT_THAT(result.err, complaint("\"nothing like it\""));
   EXPECT_EQ(say({"-a", "?"}).status, 0);
 }
 
-TEST_F(Say, WritesTheTextAsItIsSpokenWhereThereIsNoTerminal) {
+TEST_F(Say, WritesTheTextAsItIsSpokenWithoutATerminal) {
   Running running({"-i", "first. [[slnc 600000]] last"});
   EXPECT_EQ(running.readUntil("first"), "first");
   running.sendSignal(SIGINT);
@@ -559,14 +559,14 @@ TEST_F(Say, WritesTheTextAsItIsSpokenWhereThereIsNoTerminal) {
   EXPECT_EQ(result.err, "");
 }
 
-TEST_F(Say, DoesNotWaitForAReaderThatDoesNotReadWhenItIsToEnd) {
+TEST_F(Say, DoesNotWaitForABlockedReaderWhenTerminated) {
   int ends[2];
   ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
   std::string text;
   for (int i = 0; i < 5000; ++i) text += "word after word ";
   Running running({"--events", "-o", m_sound, "-f", "-"}, text, ends[1]);
   close(ends[1]);
-  // As much as the pipe holds.
+  // As many bytes as the pipe holds.
   int waiting = 0;
   while (waiting < 60000) ASSERT_EQ(ioctl(ends[0], FIONREAD, &waiting), 0);
   running.sendSignal(SIGINT);
@@ -577,7 +577,7 @@ TEST_F(Say, DoesNotWaitForAReaderThatDoesNotReadWhenItIsToEnd) {
 
 // ---- Standard output
 
-TEST_F(Say, EndsQuietlyWhenNobodyReadsTheEventsAnyMore) {
+TEST_F(Say, EndsQuietlyWhenTheReaderOfEventsIsClosed) {
   Running running({"--events", "-o", m_sound, "-f", "-"}, std::string(40000, 'a') + " b c d e f");
   running.closeItsOutput();
   const Result result = running.finish();
@@ -585,7 +585,7 @@ TEST_F(Say, EndsQuietlyWhenNobodyReadsTheEventsAnyMore) {
   EXPECT_EQ(result.err, "");
 }
 
-TEST_F(Say, SaysSoWhenTheEventsCannotBeWritten) {
+TEST_F(Say, ReportsThatEventsCannotBeWritten) {
   const int full = open("/dev/full", O_WRONLY | O_CLOEXEC);
   ASSERT_GE(full, 0);
   const Result result = Running({"--events", "-o", m_sound, "hello"}, "", full).finish();
@@ -604,7 +604,7 @@ TEST_F(Say, DoesNotWriteEventsIntoAnotherFileWhenStandardOutputIsClosed) {
 
 // ---- Usage
 
-TEST_F(Say, RefusesWrongUsageWithItsOwnStatus) {
+TEST_F(Say, RejectsWrongUsageWithItsOwnStatus) {
   const Strings cases[] = {{"-r", "fast", "hello"},
                            {"-r", "19", "hello"},
                            {"-r", "1001", "hello"},
@@ -629,18 +629,18 @@ TEST_F(Say, RefusesWrongUsageWithItsOwnStatus) {
   }
 }
 
-TEST_F(Say, NamesTheOptionThatItDoesNotHave) {
+TEST_F(Say, NamesAnUnknownOption) {
   EXPECT_THAT(say({"--bogus", "hello"}).err, complaint("--bogus"));
 }
 
-TEST_F(Say, ListsWhatItKnows) {
+TEST_F(Say, ListsSupportedValues) {
   EXPECT_THAT(say({"--file-format=?"}).out, HasSubstr("WAVE    .wav"));
   EXPECT_THAT(say({"-o", "x.flac", "--data-format", "?"}).out, StartsWith("I8 "));
   EXPECT_THAT(say({"--interactive=?"}).out, HasSubstr("smul"));
   EXPECT_THAT(say({"--version"}).out, MatchesRegex("kavrel-say [0-9.]+\n"));
 }
 
-TEST_F(Say, ExplainsItself) {
+TEST_F(Say, PrintsItsHelp) {
   const Result result = say({"--help"});
   EXPECT_EQ(result.status, 0);
   EXPECT_THAT(result.out, StartsWith("Speaks text"));

@@ -76,7 +76,7 @@ void Screen::control(char character) {
 }
 
 void Screen::sequence(const std::string& parameters, char final) {
-  // A cursor behind a full row stands on its last cell.
+  // A cursor after a full row counts as being on its last cell.
   const std::size_t column = std::min(m_column, m_columns - 1);
   Cells& row = m_cells[m_row];
   if (final == 'A') {

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Screen: what a terminal shows of what a program writes to it.
+// Screen: a terminal emulator that shows a program's output.
 //
-// It knows no more than a program should rely on: characters of UTF-8 in one cell, two or none, the
-// end of a row (the next character goes to the next row), carriage return, line feed, the cursor
-// up, clearing to the end of the row or of the screen, letters' attributes, and the cursor shown or
-// hidden. Anything else is kept in unknown().
+// It supports only what a program should rely on: UTF-8 characters of width 0, 1 or 2, wrapping at
+// the end of a row, carriage return, line feed, cursor up, clearing to the end of the row or of the
+// screen, character attributes, and showing or hiding the cursor. Anything else is recorded in
+// unknown().
 #pragma once
 
 #include <cstddef>
@@ -20,16 +20,16 @@ class Screen {
 
   void write(const std::string& bytes);
 
-  // Rows are cut, as a terminal does that does not wrap them anew; those at the top leave when
-  // there is no room for the cursor's.
+  // Rows are cut, as on a terminal that does not rewrap them. Rows at the top scroll out when there
+  // is no room for the cursor's row.
   void resize(std::size_t columns, std::size_t rows);
 
-  // The rows without the blanks at their ends; those that have left at the top, and the screen's
+  // The rows without trailing blanks: the rows that scrolled out at the top, and the screen's rows
   // down to the last that is not empty.
   std::vector<std::string> rows() const;
-  // Those of the screen alone.
+  // The rows of the screen only.
   std::vector<std::string> visibleRows() const;
-  // What has an attribute, from the top; rows apart by a blank.
+  // The text that has an attribute, from the top. Rows are separated by a blank.
   std::string marked() const;
 
   bool isCursorShown() const { return m_isCursorShown; }
@@ -56,7 +56,7 @@ class Screen {
   std::vector<Cells> m_cells;
   std::vector<Cells> m_gone;
   std::size_t m_row = 0;
-  std::size_t m_column = 0;  // m_columns: behind a full row
+  std::size_t m_column = 0;  // m_columns: after a full row
   bool m_isCursorShown = true;
   bool m_isMarked = false;
   std::string m_pending;  // an unfinished sequence or character

@@ -72,8 +72,8 @@ bool TerminalProgram::readUntil(const std::function<bool(const Screen&)>& isWant
   return true;
 }
 
-// One drawing of what has been read. It ends with the cursor at the front of a row, where the next
-// one begins. False when there is none left.
+// Shows one update of the screen from the bytes read so far. An update ends with the cursor at the
+// start of a row, where the next begins. Returns false when no update is left.
 bool TerminalProgram::showDrawing() {
   if (m_unshown.empty()) return false;
   std::size_t end = 1;
@@ -86,7 +86,7 @@ bool TerminalProgram::showDrawing() {
   return true;
 }
 
-// False when nobody is left at the other side.
+// Returns false when the other side is closed.
 bool TerminalProgram::readSome() {
   char bytes[4096];
   ssize_t count = 0;

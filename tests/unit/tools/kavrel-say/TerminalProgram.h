@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// TerminalProgram: kavrel-say as a user runs it on a terminal, and what the terminal shows. A
-// program that does not end dies with the test, which the test's own limit ends.
+// TerminalProgram: kavrel-say run on a pseudo-terminal, and the screen that it draws. A program
+// that hangs is killed with the test at the test's time limit.
 #pragma once
 
 #include <functional>
@@ -21,7 +21,7 @@ class TerminalProgram {
   struct Setting {
     std::size_t columns = 80;
     std::size_t rows = 24;
-    // Where standard output goes instead; empty: to the terminal.
+    // A file for standard output; empty: the terminal.
     std::string standardOutput = {};
   };
 
@@ -33,22 +33,22 @@ class TerminalProgram {
   const Screen& screen() const { return m_screen; }
   const std::string& written() const { return m_written; }
 
-  // Reads until the screen is as wanted; false when the program ends before.
+  // Reads until the screen is as wanted. Returns false if the program ends first.
   bool readUntil(const std::function<bool(const Screen&)>& isWanted);
 
   void type(const std::string& keys);
   void resize(std::size_t columns, std::size_t rows);
   void sendSignal(int signal) const;
-  // Whether the program has been halted by a signal; waits for it.
+  // Waits until a signal has stopped the program; returns whether it has.
   bool waitUntilHalted() const;
 
-  // Closes the terminal, as its window does.
+  // Closes the terminal, as closing its window does.
   void hangUp();
 
-  // Reads on until the program ends; out and err of the result are empty.
+  // Reads until the program ends. `out` and `err` of the result are empty.
   Result finish();
 
-  // Whether the terminal echoes keys.
+  // Returns whether the terminal echoes keys.
   bool echoes() const;
 
  private:
@@ -57,7 +57,7 @@ class TerminalProgram {
 
   Screen m_screen;
   std::string m_written;
-  std::string m_unshown;  // the end of it, which the screen does not show yet
+  std::string m_unshown;  // the bytes that the screen does not show yet
   int m_terminal = -1;
   pid_t m_process = -1;
 };

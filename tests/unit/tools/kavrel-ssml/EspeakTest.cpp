@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The documents of kavrel-ssml as another speech system reads them: espeak-ng's own command.
+// Another speech system, the espeak-ng command, reads the documents of kavrel-ssml.
 #include <cstdint>
 #include <cstring>
 #include <string>
@@ -39,7 +39,7 @@ struct Sound {
   int peak = 0;
 };
 
-// Of 16-bit samples at 22050 Hz behind a head of 44 bytes, as the command writes them.
+// The samples that the command writes: 16-bit, 22050 Hz, after a header of 44 bytes.
 Sound soundOf(const std::string& text) {
   constexpr std::size_t kHead = 44;
   const Folder folder;
@@ -57,7 +57,7 @@ Sound soundOf(const std::string& text) {
   return sound;
 }
 
-TEST(Espeak, SpeaksTheTextAlone) {
+TEST(Espeak, SpeaksOnlyTheText) {
   EXPECT_THAT(phonemesOf(kText), HasSubstr(espeak({"-v", "en-us", "-q", "-x", "--stdin"}, kText)));
 }
 
@@ -69,37 +69,37 @@ TEST(Espeak, SpeaksNoMarkupOfAnyCommand) {
   }
 }
 
-TEST(Espeak, TakesTheRate) {
+TEST(Espeak, AppliesTheRate) {
   const double normal = soundOf(kText).seconds;
   EXPECT_THAT(soundOf("[[rate 90]]" + kText).seconds, Gt(normal * 1.6));
   EXPECT_THAT(soundOf("[[rate 270]]" + kText).seconds, Lt(normal * 0.85));
 }
 
-TEST(Espeak, TakesTheVolume) {
+TEST(Espeak, AppliesTheVolume) {
   const int normal = soundOf(kText).peak;
   EXPECT_LT(soundOf("[[volm 0.5]]" + kText).peak, normal);
   EXPECT_EQ(soundOf("[[volm 0]]" + kText).peak, 0);
 }
 
-TEST(Espeak, TakesTheSilence) {
+TEST(Espeak, AppliesTheSilence) {
   const double normal = soundOf(kText).seconds;
   EXPECT_THAT(soundOf("one [[slnc 2000]]two three four five").seconds,
               AllOf(Gt(normal + 1.8), Lt(normal + 2.8)));
 }
 
-TEST(Espeak, TakesTheEmphasis) {
+TEST(Espeak, AppliesTheEmphasis) {
   const std::string text = "one [[emph +]]two [[emph -]]three four five";
   EXPECT_GT(soundOf(text).peak, soundOf(kText).peak);
 }
 
-TEST(Espeak, TakesTheSpelling) {
+TEST(Espeak, AppliesTheSpelling) {
   const std::string spelt = phonemesOf("[[char LTRL]]dog[[char NORM]] house");
   EXPECT_THAT(spelt, HasSubstr("d,i:"));
   EXPECT_THAT(spelt, HasSubstr("dZ'i:"));
   EXPECT_THAT(spelt, HasSubstr("h'aUs"));
 }
 
-TEST(Espeak, TakesTheDigits) {
+TEST(Espeak, AppliesTheDigits) {
   const std::string digits = phonemesOf("[[nmbr LTRL]]call 123 [[nmbr NORM]]now");
   EXPECT_THAT(digits, HasSubstr("w,Vn_|t,u:_|Tr'i:"));
   EXPECT_EQ(digits.find("h'Vndr"), std::string::npos) << digits;

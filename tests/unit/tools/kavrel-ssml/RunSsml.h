@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// kavrel-ssml run as a user runs it.
+// Runs kavrel-ssml as a user does.
 #pragma once
 
 #include <string>
@@ -22,7 +22,7 @@ inline program::Result ssml(const Strings& arguments, const std::string& input =
   return program::run(KAVREL_SSML, arguments, input);
 }
 
-// What it writes for a text that is all right.
+// The output for a valid text.
 inline std::string outputOf(const Strings& arguments, const std::string& input) {
   const program::Result result = ssml(arguments, input);
   EXPECT_EQ(result.status, 0) << result.err;
@@ -35,7 +35,7 @@ inline nlohmann::json jsonOf(Strings arguments, const std::string& input) {
   return nlohmann::json::parse(ssml(arguments, input).out);
 }
 
-// The inside of the document's outermost element.
+// The content of the document's outermost element.
 inline std::string bodyOf(const std::string& input, Strings arguments = {}) {
   arguments.emplace_back("--document");
   const std::string document = outputOf(arguments, input);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// kavrel-ssml --explain: what it says of each command.
+// kavrel-ssml --explain: the table of commands.
 #include <string>
 #include <vector>
 
@@ -34,16 +34,16 @@ TEST(Explain, WritesATable) {
             "19    2:1   [[sync 3]]    sync  <mark name='196608'/>\n");
 }
 
-TEST(Explain, WritesTheHeadingAloneWithoutCommands) {
+TEST(Explain, WritesOnlyTheHeadingWithoutCommands) {
   EXPECT_EQ(outputOf({"--explain"}, "Hi"), "BYTE  LINE  COMMAND  KIND  RESULT\n");
 }
 
-TEST(Explain, KeepsATableOfLinesForCommandsOverSeveralLines) {
+TEST(Explain, WritesOneLineForACommandOverSeveralLines) {
   const std::string table = outputOf({"--explain"}, "a [[cmnt one\ntwo]] b");
   EXPECT_THAT(table, HasSubstr("[[cmnt one two]]"));
 }
 
-TEST(Explain, TellsWhereSettingsEnd) {
+TEST(Explain, ShowsWhereSettingsEnd) {
   EXPECT_THAT(resultsOf("[[rate 200]]a [[volm 0.5]]b [[rate +20]]c [[rset 0]]d"),
               ElementsAre("<prosody rate='200'> up to [[rate +20]] at byte 28",
                           "<prosody volume='50'> up to [[rset 0]] at byte 42",
@@ -51,43 +51,43 @@ TEST(Explain, TellsWhereSettingsEnd) {
                           "ends all settings and modes"));
 }
 
-TEST(Explain, TellsPitchAndRange) {
+TEST(Explain, ShowsPitchAndRange) {
   EXPECT_THAT(resultsOf("[[pbas 60]]a[[pmod 60]]b"),
               ElementsAre("<prosody pitch='261.625Hz'> up to the end of the text",
                           "<prosody range='261.625Hz'> up to the end of the text"));
 }
 
-TEST(Explain, TellsWhereModesEnd) {
+TEST(Explain, ShowsWhereModesEnd) {
   EXPECT_THAT(
       resultsOf("[[char LTRL]]a[[char NORM]]b[[nmbr LTRL]]1[[nmbr NORM]]2"),
       ElementsAre("<say-as type='spell-out'> up to [[char NORM]] at byte 14", "ends spelling",
                   "<say-as interpret-as='digits'> up to [[nmbr NORM]] at byte 42", "ends digits"));
 }
 
-TEST(Explain, TellsWhatEndsNothing) {
+TEST(Explain, ShowsCommandsThatEndNothing) {
   EXPECT_THAT(resultsOf("[[char NORM]][[nmbr NORM]][[inpt TEXT]][[ctxt NORM]]"),
               ElementsAre("dropped: no spelling to end", "dropped: no digits to end",
                           "dropped: no phonemes to end", "dropped: no effect"));
 }
 
-TEST(Explain, TellsWhereEmphasisEnds) {
+TEST(Explain, ShowsWhereEmphasisEnds) {
   EXPECT_THAT(resultsOf("a [[emph +]]big [[emph -]]dog")[0],
               "<emphasis strength='strong'> up to byte 28");
 }
 
-TEST(Explain, TellsBreaksAndMarks) {
+TEST(Explain, ShowsBreaksAndMarks) {
   EXPECT_THAT(resultsOf("[[slnc 500]]a[[sync 7]]b"),
               ElementsAre("<break time='500ms'/>", "<mark name='458752'/>"));
 }
 
-TEST(Explain, TellsPhonemes) {
+TEST(Explain, ShowsPhonemes) {
   EXPECT_THAT(resultsOf("[[inpt PHON]]hEH[[slnc 5]]h[[inpt TEXT]] b"),
               ElementsAre("<phoneme ph='h eh0h'> up to [[inpt TEXT]] at byte 27",
                           "<break time='5ms'/> inside the phoneme input of [[inpt PHON]] at byte 0",
                           "ends phonemes"));
 }
 
-TEST(Explain, TellsWhatIsDroppedWithItsText) {
+TEST(Explain, ShowsWhatIsDroppedWithItsText) {
   EXPECT_THAT(resultsOf("a [[inpt TUNE]]x[[inpt TEXT]]b [[ctxt WSKP]]c [[rate 5]]d[[ctxt WORD]]e"),
               ElementsAre("dropped, with its data, up to [[inpt TEXT]] at byte 16",
                           "dropped: no phonemes to end",
@@ -96,19 +96,19 @@ TEST(Explain, TellsWhatIsDroppedWithItsText) {
                           "ends the skipped text"));
 }
 
-TEST(Explain, TellsOfTuneDataThatStays) {
+TEST(Explain, ShowsTuneDataThatStays) {
   EXPECT_THAT(resultsOf("[[inpt TUNE]]x[[rate 5]]y")[0],
               "dropped: its data stays as text, because [[rate 5]] at byte 14 follows");
 }
 
-TEST(Explain, TellsWhatHasNoEffect) {
+TEST(Explain, ShowsCommandsWithoutEffect) {
   EXPECT_THAT(resultsOf("[[cmnt hi]]a[[dlim (( ))]]b[[vers 1]]c[[xtnd x]]d[[emph -]]e"),
               ElementsAre("dropped: a comment", "dropped: the delimiters cannot be changed",
                           "dropped: no effect", "dropped: no effect",
                           "dropped: emphasis always ends with its word"));
 }
 
-TEST(Explain, KeepsCommandsOfOneBracketApart) {
+TEST(Explain, SeparatesCommandsInOneBracket) {
   const nlohmann::json commands = jsonOf({"--explain"}, "[[rate 200; volm 0.5]]a").at("commands");
   ASSERT_EQ(commands.size(), 2u);
   EXPECT_EQ(commands[0].at("text"), "[[rate 200");
@@ -116,7 +116,7 @@ TEST(Explain, KeepsCommandsOfOneBracketApart) {
   EXPECT_EQ(commands[1].at("position"), 10);
 }
 
-TEST(Explain, ShowsTheCallersOwnBytes) {
+TEST(Explain, ShowsTheCallersBytes) {
   const nlohmann::json commands =
       jsonOf({"--explain"}, "\u201Ca\u201D & b [[cmnt \u2026 < x]]c").at("commands");
   ASSERT_EQ(commands.size(), 2u);
@@ -124,7 +124,7 @@ TEST(Explain, ShowsTheCallersOwnBytes) {
   EXPECT_EQ(commands[0].at("column"), 9);
 }
 
-TEST(Explain, TellsOfACommandThatIsNeverClosed) {
+TEST(Explain, ShowsACommandThatIsNeverClosed) {
   const nlohmann::json json = jsonOf({"--explain"}, "see [[ 3 of");
   ASSERT_EQ(json.at("commands").size(), 1u);
   EXPECT_EQ(json.at("commands")[0].at("text"), "[[ 3 of");
@@ -132,12 +132,12 @@ TEST(Explain, TellsOfACommandThatIsNeverClosed) {
               "dropped: unknown; not closed, so it extends to the end of the text");
 }
 
-TEST(Explain, TellsThatPlainTextHasNoTraceOfCommands) {
+TEST(Explain, ShowsThatPlainTextHasNoTraceOfCommands) {
   EXPECT_THAT(resultsOf("[[rate 90]]a[[RATE 90]]b", {"--explain", "--plain"}),
               ElementsAre("removed", "dropped: wrong case, must be rate"));
 }
 
-TEST(Explain, CountsTheSettingsIn) {
+TEST(Explain, IncludesTheSettings) {
   EXPECT_THAT(resultsOf("[[rate +20]]a", {"--explain", "--rate", "200"}),
               ElementsAre("<prosody rate='220'> up to the end of the text"));
 }
@@ -157,7 +157,7 @@ struct Slip {
 
 class ExplainSlips : public testing::TestWithParam<Slip> {};
 
-TEST_P(ExplainSlips, SaysWhyACommandIsNotRecognised) {
+TEST_P(ExplainSlips, ShowsWhyACommandIsNotRecognised) {
   EXPECT_THAT(resultsOf(std::string("a ") + GetParam().command + " b"),
               ElementsAre(std::string("dropped: ") + GetParam().result));
 }

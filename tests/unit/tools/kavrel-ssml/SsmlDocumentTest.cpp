@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// kavrel-ssml --document: what each command becomes, and that every document is well-formed.
+// kavrel-ssml --document: the markup of each command; every document is well-formed.
 #include <random>
 #include <regex>
 #include <set>
@@ -72,7 +72,7 @@ INSTANTIATE_TEST_SUITE_P(
                   "interpret-as=\"characters\">3.14</say-as>."},
         Rewriting{"Emphasis", "a [[emph +]]big [[emph -]]dog in",
                   "a <emphasis level=\"strong\">big dog</emphasis> in"},
-        Rewriting{"EmphasisInFrontOfACommand", "[[emph +]]a [[emph -]]d\u00E9[[sync 5]] b",
+        Rewriting{"EmphasisBeforeACommand", "[[emph +]]a [[emph -]]d\u00E9[[sync 5]] b",
                   "<emphasis level=\"strong\">a d\u00E9</emphasis><mark name=\"5\"/> b"},
         Rewriting{"EmphasisOfAnEscape", "[[emph +]]a [[emph -]]R&[[sync 5]] b",
                   "<emphasis level=\"strong\">a R&amp;</emphasis><mark name=\"5\"/> b"},
@@ -107,7 +107,7 @@ TEST(Document, HasDeclarationVersionNamespaceAndLanguage) {
             "xml:lang=\"en-US\">hi</speak>\n");
 }
 
-TEST(Document, TakesItsLanguageFromTheUser) {
+TEST(Document, HasTheLanguageOfTheOption) {
   EXPECT_THAT(outputOf({"--document", "--lang", "en-GB"}, "hi"), HasSubstr("xml:lang=\"en-GB\""));
 }
 
@@ -135,7 +135,7 @@ TEST(Document, HasPositionsForItsBytes) {
 
 // ---- Every document
 
-// What the standard allows, of what is written.
+// Checks the elements and attributes that occur against the standard.
 void expectStandard(const xml::Document& document) {
   static const std::set<std::pair<std::string, std::string>> kNesting = {
       {"", "speak"},          {"speak", "prosody"},    {"speak", "emphasis"},
@@ -169,7 +169,7 @@ void expectStandard(const xml::Document& document) {
   }
 }
 
-// The text of the converter's output, without markup; that of phoneme elements aside.
+// The text of the converter's output without markup and without phoneme elements.
 std::string spokenTextOf(const std::string& converted) {
   static const std::map<std::string_view, char> kCharacters = {
       {"&lt;", '<'}, {"&gt;", '>'}, {"&amp;", '&'}};
@@ -185,7 +185,7 @@ std::string spokenTextOf(const std::string& converted) {
     if (piece.kind == Kind::Character) spoken += kCharacters.at(piece.escape);
     if (piece.kind == Kind::Text) spoken += converted.substr(piece.start, piece.end - piece.start);
   }
-  // As XML reads them.
+  // As an XML parser normalises line ends.
   spoken = std::regex_replace(spoken, std::regex("\r\n?"), "\n");
   for (char& c : spoken) {
     if (static_cast<unsigned char>(c) < ' ' && c != '\t' && c != '\n') c = ' ';
@@ -249,7 +249,7 @@ INSTANTIATE_TEST_SUITE_P(Usual, DocumentVectors, testing::Values(reference::kPla
 INSTANTIATE_TEST_SUITE_P(Odd, DocumentVectors, testing::Values(reference::kOddFile),
                          [](const auto&) { return std::string("Texts"); });
 
-// Markup cut anywhere and joined anyhow, and the characters that XML cannot hold.
+// Fragments of markup in random order, and characters that XML cannot represent.
 TEST(Document, IsWellFormedForAnyMarkup) {
   static const std::string kPieces[] = {"<prosody rate='200'>",
                                         "<prosody volume='0'>",

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Parts of kavrel-ssml by themselves: phones, values, origins.
+// Unit tests of kavrel-ssml: phones, values, origins.
 #include <string>
 
 #include <gmock/gmock.h>
@@ -22,7 +22,7 @@ TEST(Ipa, WritesPhonesTogether) {
   EXPECT_EQ(ssml::toIpa("h ah0 l ow0"), "h\u0259lo\u028A");
 }
 
-TEST(Ipa, PutsStressInFrontOfTheSyllable) {
+TEST(Ipa, PutsStressBeforeTheSyllable) {
   EXPECT_EQ(ssml::toIpa("h ah0 l ow1"), "h\u0259\u02C8lo\u028A");
   EXPECT_EQ(ssml::toIpa("s t r ey1 t"), "\u02C8st\u0279e\u026At");
   EXPECT_EQ(ssml::toIpa("ae0 m b r ow1 s"), "\u00E6m\u02C8b\u0279o\u028As");
@@ -30,12 +30,12 @@ TEST(Ipa, PutsStressInFrontOfTheSyllable) {
   EXPECT_EQ(ssml::toIpa("s ih0 ng ih1 t"), "s\u026A\u014B\u02C8\u026At");
 }
 
-TEST(Ipa, TellsTheStressedSchwaFromTheOther) {
+TEST(Ipa, DistinguishesTheStressedSchwa) {
   EXPECT_EQ(ssml::toIpa("ah1"), "\u02C8\u028C");
   EXPECT_EQ(ssml::toIpa("ah0"), "\u0259");
 }
 
-TEST(Ipa, MakesAPauseABlankBetweenPhones) {
+TEST(Ipa, WritesAPauseAsABlankBetweenPhones) {
   EXPECT_EQ(ssml::toIpa("pau b i0 pau pau b i1 pau"), "bi \u02C8bi");
 }
 
@@ -43,7 +43,7 @@ TEST(Ipa, ReadsPhonesWithoutBlanks) {
   EXPECT_EQ(ssml::toIpa("ow0w ah1 r"), "o\u028A\u02C8w\u028C\u0279");
 }
 
-TEST(Ipa, KnowsEveryPhoneOfTheTable) {
+TEST(Ipa, WritesEveryPhoneOfTheTable) {
   BuildPhoneTranslationTables();
   for (const auto& [symbol, phone] : gBrevoldPhones) {
     if (phone.phone.empty() || phone.phone == "pau") continue;
@@ -51,7 +51,7 @@ TEST(Ipa, KnowsEveryPhoneOfTheTable) {
   }
 }
 
-TEST(ProsodyValues, AreInTheStandardsNotation) {
+TEST(ProsodyValues, AreInTheNotationOfTheStandard) {
   EXPECT_EQ(ssml::standardVolume("50"), "-6.02dB");
   EXPECT_EQ(ssml::standardVolume("1e-300"), "-100dB");
   EXPECT_EQ(ssml::standardVolume("-5"), "silent");
@@ -67,7 +67,7 @@ TEST(ProsodyValues, AreInTheStandardsNotation) {
   EXPECT_EQ(ssml::standardMark("-65536"), "65535");
 }
 
-TEST(SourceText, CountsLinesOfAllSystems) {
+TEST(SourceText, CountsLinesWithAllLineEnds) {
   const SourceText text("a\nb\r\nc\rd", Encoding::MacRoman);
   EXPECT_EQ(text.locationOf(2).line, 2u);
   EXPECT_EQ(text.locationOf(5).line, 3u);

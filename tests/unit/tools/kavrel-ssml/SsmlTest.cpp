@@ -34,7 +34,7 @@ using Positions = std::vector<std::size_t>;
 const auto kName = [](const auto& info) { return std::string(info.param.name); };
 const auto kFileName = [](const auto& info) { return info.index == 0 ? "Usual" : "Odd"; };
 
-// One line that begins with the program's name.
+// Matches one line that begins with the program's name.
 testing::Matcher<std::string> complaint(const std::string& about) {
   return AllOf(MatchesRegex("kavrel-ssml: [^\n]*\n"), HasSubstr(about));
 }
@@ -45,7 +45,7 @@ Positions positionsOf(const Json& json) {
 
 // ---- Text in, SSML out
 
-TEST(Ssml, WritesWhatTheEngineIsGiven) {
+TEST(Ssml, WritesTheTextForTheEngine) {
   EXPECT_EQ(outputOf({}, "Hello [[rate 200]]w&rld"),
             "Hello <prosody rate='200'>w&amp;rld</prosody>\n");
 }
@@ -59,7 +59,7 @@ TEST(Ssml, WritesALineFeedForAnEmptyText) {
   EXPECT_EQ(outputOf({}, ""), "\n");
 }
 
-TEST(Ssml, ReadsTheFileThatIsNamed) {
+TEST(Ssml, ReadsTheNamedFile) {
   const Folder folder;
   const std::string file = folder.write("text.txt", "[[volm 0.5]]soft");
   EXPECT_EQ(outputOf({file}, "not this"), "<prosody volume='50'>soft</prosody>\n");
@@ -69,7 +69,7 @@ TEST(Ssml, ReadsStandardInputForADash) {
   EXPECT_EQ(outputOf({"-"}, "this"), "this\n");
 }
 
-TEST(Ssml, TakesCommandsOutWithPlain) {
+TEST(Ssml, RemovesCommandsWithPlain) {
   EXPECT_EQ(outputOf({"--plain"}, "one [[rate 200]]two [[slnc 5]]& three"),
             "one two &amp; three\n");
 }
@@ -78,13 +78,13 @@ TEST(Ssml, WritesUtf8) {
   EXPECT_EQ(outputOf({}, "na\u00EFve \u20AC 5"), "na\u00EFve \u20AC 5\n");
 }
 
-TEST(Ssml, GivesCharactersOutsideTheMacsTheirPlainForm) {
+TEST(Ssml, ConvertsOtherCharactersToTheirPlainForm) {
   EXPECT_EQ(outputOf({}, "\u201Chi\u201D \u0142"), "\"hi\" l\n");
 }
 
 // ---- Settings
 
-TEST(Ssml, PutsNothingInFrontWithoutSettings) {
+TEST(Ssml, WritesNoPrefixWithoutSettings) {
   EXPECT_EQ(outputOf({}, "hello"), "hello\n");
   EXPECT_EQ(outputOf({"--no-settings"}, "hello"), "hello\n");
 }
@@ -104,7 +104,7 @@ TEST(Ssml, SetsThePitchRelativeToTheVoices) {
             std::string::npos);
 }
 
-TEST(Ssml, TakesTheWholeTextForPhonemes) {
+TEST(Ssml, ReadsTheWholeTextAsPhonemes) {
   EXPECT_THAT(outputOf({"--phonemes"}, "hEH"), HasSubstr("<phoneme ph='h eh0'>"));
 }
 
@@ -125,7 +125,7 @@ TEST(SsmlJson, HoldsTextErrorAndPositions) {
   EXPECT_THAT(positionsOf(json), ElementsAre(0, 1, 1, 1, 1, 1, 2));
 }
 
-TEST(SsmlJson, MapsMarkupToTheTextBehindIt) {
+TEST(SsmlJson, MapsMarkupToTheTextAfterIt) {
   const Json json = jsonOf({}, "a[[slnc 5]]b");
   ASSERT_EQ(json.at("converted"), "a<break time='5ms'/>b");
   Positions expected{0};
@@ -137,7 +137,7 @@ TEST(SsmlJson, MapsMarkupAtTheEndToTheEndOfTheText) {
   EXPECT_EQ(positionsOf(jsonOf({}, "a[[slnc 5]]")).back(), 11u);
 }
 
-TEST(SsmlJson, MapsEveryByteOfACharacterToTheSamePlace) {
+TEST(SsmlJson, MapsEveryByteOfACharacterToTheSamePosition) {
   const Json json = jsonOf({}, "x\u00E9y");
   EXPECT_EQ(json.at("converted"), "x\u00E9y");
   EXPECT_THAT(positionsOf(json), ElementsAre(0, 1, 1, 3));
@@ -155,7 +155,7 @@ TEST(SsmlJson, MapsSettingsToTheStartOfTheText) {
   EXPECT_EQ(positions.back(), 2u);
 }
 
-TEST(SsmlJson, ListsCommandsWhenAsked) {
+TEST(SsmlJson, ListsCommandsOnRequest) {
   const Json commands = jsonOf({"--explain"}, "a\nb [[rate 200]]c").at("commands");
   ASSERT_EQ(commands.size(), 1u);
   EXPECT_EQ(commands[0].at("position"), 4);
@@ -167,7 +167,7 @@ TEST(SsmlJson, ListsCommandsWhenAsked) {
   EXPECT_EQ(commands[0].at("result"), "<prosody rate='200'> up to the end of the text");
 }
 
-TEST(SsmlJson, HoldsTheErrorAndItsPlace) {
+TEST(SsmlJson, HoldsTheErrorAndItsPosition) {
   const Result result = ssml({"--json"}, "one\ntwo [[inpt PHON]]hEHq");
   EXPECT_EQ(result.status, kFailure);
   const Json json = Json::parse(result.out);
@@ -197,7 +197,7 @@ Strings flagsFor(const Json& env) {
   return flags;
 }
 
-// Whether the program can be asked for it: it prepares every text, and knows no pitch range.
+// Whether the program supports these settings: it prepares every text and has no pitch range.
 bool canBeAsked(const Json& row) {
   const std::string text = reference::bytesOf(row.at("text"));
   const bool prepared = row.at("preprocess").get<bool>() || oracle::prepare(text) == text;
@@ -207,7 +207,7 @@ bool canBeAsked(const Json& row) {
 
 class SsmlVectors : public testing::TestWithParam<std::pair<const char*, int>> {};
 
-TEST_P(SsmlVectors, GiveTheReferenceConversions) {
+TEST_P(SsmlVectors, EqualTheReferenceConversions) {
   std::ifstream file(std::string(KAVREL_VECTORS_DIR) + "/" + GetParam().first);
   int asked = 0;
   for (std::string line; std::getline(file, line);) {
@@ -221,8 +221,8 @@ TEST_P(SsmlVectors, GiveTheReferenceConversions) {
     const Json given = jsonOf(flags, reference::bytesOf(row.at("text")));
     EXPECT_EQ(given.at("error"), row.at("expected").at("error"));
     if (row.at("expected").at("error").is_null()) {
-      // Where both say characters up to U+00FF, but for the eight that ISO 8859-15 has in place of
-      // others; the texts have none of them.
+      // Both sides use characters up to U+00FF, except the eight that ISO 8859-15 replaces, which
+      // the texts do not contain.
       EXPECT_EQ(given.at("converted"), row.at("expected").at("converted"));
       EXPECT_EQ(positionsOf(given).size(), given.at("converted").get<std::string>().size());
     }
@@ -237,39 +237,39 @@ INSTANTIATE_TEST_SUITE_P(Texts, SsmlVectors,
 
 // ---- Encodings
 
-TEST(SsmlEncodings, TakesMacRomanAsItIs) {
+TEST(SsmlEncodings, AcceptsMacRoman) {
   const Json json = jsonOf({"--from", "macroman"}, "caf\x8E \xF0 x");
   EXPECT_EQ(json.at("converted"), "caf\u00E9 Apple x");
   EXPECT_THAT(positionsOf(json), ElementsAre(0, 1, 2, 3, 3, 4, 5, 5, 5, 5, 5, 6, 7));
 }
 
-TEST(SsmlEncodings, TakesLatin9) {
+TEST(SsmlEncodings, AcceptsLatin9) {
   const Json json = jsonOf({"--from", "latin9"}, "caf\xE9 \xA4 x");
   EXPECT_EQ(json.at("converted"), "caf\u00E9 \u20AC x");
   EXPECT_THAT(positionsOf(json), ElementsAre(0, 1, 2, 3, 3, 4, 5, 5, 5, 6, 7));
 }
 
-TEST(SsmlEncodings, DoesNotTakeLatin9ForTheMacsLogo) {
+TEST(SsmlEncodings, DoesNotReadLatin9AsTheLogo) {
   EXPECT_EQ(jsonOf({"--from", "latin9"}, "\xF0").at("converted").get<std::string>().find("Apple"),
             std::string::npos);
 }
 
-TEST(SsmlEncodings, TakesUtf8ByDefaultAndByName) {
+TEST(SsmlEncodings, AcceptsUtf8ByDefaultAndByName) {
   EXPECT_EQ(outputOf({"--from", "utf-8"}, "\u00E9"), "\u00E9\n");
 }
 
-TEST(SsmlEncodings, ReplacesBytesThatAreNoUtf8) {
+TEST(SsmlEncodings, ReplacesInvalidUtf8) {
   EXPECT_EQ(outputOf({}, "a\xFF z"), "a  z\n");
 }
 
-TEST(SsmlEncodings, TakesANulForABlank) {
+TEST(SsmlEncodings, ReadsANulAsABlank) {
   const std::string text("a\0b", 3);
   EXPECT_EQ(outputOf({}, text), "a b\n");
   EXPECT_EQ(outputOf({"--from", "macroman"}, text), "a b\n");
   EXPECT_EQ(outputOf({"--from", "latin9"}, text), "a b\n");
 }
 
-TEST(SsmlEncodings, KnowsNoOthers) {
+TEST(SsmlEncodings, RejectsOtherEncodings) {
   const Result result = ssml({"--from", "utf-16"}, "x");
   EXPECT_EQ(result.status, kUsage);
   EXPECT_THAT(result.err, complaint("--from"));
@@ -285,7 +285,7 @@ struct BadText {
 
 class SsmlErrors : public testing::TestWithParam<BadText> {};
 
-TEST_P(SsmlErrors, SayWhatIsWrongAndWhere) {
+TEST_P(SsmlErrors, ReportTheErrorAndItsPosition) {
   const Result result = ssml({}, GetParam().text);
   EXPECT_EQ(result.status, kFailure);
   EXPECT_EQ(result.out, "");
@@ -298,10 +298,10 @@ INSTANTIATE_TEST_SUITE_P(
         BadText{"ForAPhone", "a [[inpt PHON]]hEHqOW",
                 "1:19: unknown phone symbol \"q\" in the phoneme input started by "
                 "\"[[inpt PHON]]\" at byte 2 (byte 18)"},
-        BadText{"ForAPhoneBehindOtherRegions", "[[inpt PHON]]h[[inpt TEXT]]\n[[inpt PHON]]x",
+        BadText{"ForAPhoneAfterOtherRegions", "[[inpt PHON]]h[[inpt TEXT]]\n[[inpt PHON]]x",
                 "2:14: unknown phone symbol \"x\" in the phoneme input started by "
                 "\"[[inpt PHON]]\" at byte 28 (byte 41)"},
-        BadText{"ForAPhoneBehindWideCharacters", "\u00E9\r\n\u00E9[[inpt PHON]]\u00E9",
+        BadText{"ForAPhoneAfterWideCharacters", "\u00E9\r\n\u00E9[[inpt PHON]]\u00E9",
                 "2:15: unknown phone symbol \"\u00E9\" in the phoneme input started by "
                 "\"[[inpt PHON]]\" at byte 6 (byte 19)"},
         BadText{"ForAnEscapedCharacter", "[[inpt PHON]]h<",
@@ -321,24 +321,24 @@ INSTANTIATE_TEST_SUITE_P(
                 "text follows to end the emphasis of \"[[emph +]]\" at byte 0 (byte 17)"}),
     kName);
 
-TEST(SsmlErrorPlaces, NameTheFile) {
+TEST(SsmlErrorPositions, NameTheFile) {
   const Folder folder;
   const std::string file = folder.write("notes.txt", "[[inpt PHON]]q");
   EXPECT_THAT(ssml({file}).err, complaint(file + ":1:14: "));
 }
 
-TEST(SsmlErrorPlaces, CountOldMacLines) {
+TEST(SsmlErrorPositions, CountOldMacLines) {
   EXPECT_THAT(ssml({"--from", "macroman"}, "a\rb\r[[inpt PHON]]q").err,
               complaint("standard input:3:14: "));
 }
 
-TEST(SsmlErrorPlaces, TellOfPhonemesBySetting) {
+TEST(SsmlErrorPositions, ReportPhonemesBySetting) {
   EXPECT_THAT(ssml({"--phonemes"}, "q").err, complaint("the phoneme input started by --phonemes"));
 }
 
 // ---- Usage
 
-TEST(SsmlUsage, TellsItsOptions) {
+TEST(SsmlUsage, PrintsItsOptions) {
   const std::string help = outputOf({"--help"}, "");
   for (const char* option : {"--plain", "--no-settings", "--rate", "--volume", "--pitch-base",
                              "--voice-pitch", "--phonemes", "--spell", "--digits", "--from",
@@ -347,7 +347,7 @@ TEST(SsmlUsage, TellsItsOptions) {
   }
 }
 
-TEST(SsmlUsage, RefusesWhatItDoesNotKnow) {
+TEST(SsmlUsage, RejectsUnknownArguments) {
   for (const Strings& arguments :
        {Strings{"--nonsense"}, Strings{"--rate"}, Strings{"--rate", "fast"},
         Strings{"--volume", "nan"}, Strings{"--pitch-base", "x"}, Strings{"a", "b"},
@@ -360,13 +360,13 @@ TEST(SsmlUsage, RefusesWhatItDoesNotKnow) {
   }
 }
 
-TEST(SsmlUsage, TakesNoSettingsTogetherWithNone) {
+TEST(SsmlUsage, RejectsNoSettingsTogetherWithSettings) {
   const Result result = ssml({"--no-settings", "--spell"}, "x");
   EXPECT_EQ(result.status, kUsage);
   EXPECT_THAT(result.err, complaint("--spell"));
 }
 
-TEST(SsmlUsage, FailsForAFileThatIsNotThere) {
+TEST(SsmlUsage, FailsForAMissingFile) {
   const Result result = ssml({"/nowhere/text.txt"});
   EXPECT_EQ(result.status, kFailure);
   EXPECT_THAT(result.err, complaint("/nowhere/text.txt"));

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Xml: a document as an XML parser reads it.
+// Xml: a document as parsed by an XML parser.
 #pragma once
 
 #include <map>
@@ -12,10 +12,10 @@ namespace xml {
 struct Element {
   std::string name;
   std::map<std::string, std::string> attributes;
-  std::string parent;       // its name; empty for the outermost
-  std::string contents;     // text inside, that of inner elements included
-  std::size_t start = 0;    // of that in the document's text
-  bool hasPhoneme = false;  // an inner element
+  std::string parent;       // its name; empty for the outermost element
+  std::string contents;     // the text inside, including inner elements
+  std::size_t start = 0;    // its position in the document's text
+  bool hasPhoneme = false;  // has an inner phoneme element
 };
 
 struct Document {
