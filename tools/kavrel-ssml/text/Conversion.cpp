@@ -40,7 +40,7 @@ std::variant<base::OriginText, Fault> convert(const SourceText& text,
   try {
     AppleMarkupConverter converter = converterFor(text, options);
     const std::string converted = converter.getConvertedText();
-    return utf8Of(converted, converter.getPositions().after(text.origins()));
+    return utf8Of(converted, converter.getPositions().composeAfter(text.origins()));
   } catch (const AppleSynthesisError& error) {
     const FaultFinder finder(text, options);
     return error.getErrorType() == BAD_PHONE_SEQUENCE

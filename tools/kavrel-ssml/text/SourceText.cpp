@@ -32,9 +32,9 @@ PositionMap originsOf(const base::OriginText& text) {
   for (std::size_t i = 0; i < text.size(); ++i) {
     const base::OriginText::Range range = text.sourceOf(i, 1);
     if (range.length == 1) {
-      origins.copied(1, narrow(range.position));
+      origins.addCopied(1, narrow(range.position));
     } else {
-      origins.replaced(1, narrow(range.position), narrow(range.position + range.length));
+      origins.addReplacement(1, narrow(range.position), narrow(range.position + range.length));
     }
   }
   return origins;
@@ -70,7 +70,7 @@ SourceText::SourceText(std::string given, Encoding encoding)
 
 void SourceText::prepare(const base::OriginText& macRoman) {
   prepare(macRoman.text());
-  m_origins = m_origins.after(originsOf(macRoman));
+  m_origins = m_origins.composeAfter(originsOf(macRoman));
 }
 
 void SourceText::prepare(std::string macRoman) {
