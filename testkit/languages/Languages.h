@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A text in each language that there is a voice for, with the letters that the language has and
-// English lacks, for the tests that listen to voices and the program that measures them.
+// One text for each language that has a voice, rich in the letters that English lacks. Used by the
+// tests of spoken voices and by the program that measures pitch.
 //
-// All functions are free of state and may be called on any thread.
+// Pure functions, safe on any thread. They may throw std::bad_alloc.
 #pragma once
 
 #include <span>
@@ -14,24 +14,21 @@
 namespace languages {
 
 struct Language {
-  std::string_view locale;       // as de_DE
+  std::string_view locale;       // for example de_DE
   std::string_view synthesiser;  // the synthesiser's name of the language
-  // UTF-8, all of it in Mac OS Roman as well.
-  std::string_view text;   // sentences of all kinds, rich in the language's own letters
-  std::string_view plain;  // statements alone, for measures that depend on the melody
+  // UTF-8. Every character exists in Mac OS Roman too.
+  std::string_view text;   // sentences of all kinds, with the language's own letters
+  std::string_view plain;  // statements only, for measures that depend on intonation
 };
 
-// Every locale once.
+// Returns all languages; each locale occurs once.
 std::span<const Language> all();
 
-// The words of a text, as they are reported: what stands between blanks, without the punctuation
-// around it.
+// Returns the words of a UTF-8 text as word events report them: the text is split at blanks, and
+// leading and trailing punctuation is removed.
 std::vector<std::string> wordsOf(std::string_view text);
 
-// The characters of UTF-8.
+// Returns the characters of a well-formed UTF-8 text.
 std::u32string charactersOf(std::string_view text);
-
-// UTF-8 as ISO 8859-15; what that lacks becomes "?".
-std::string latin9(std::string_view text);
 
 }  // namespace languages
