@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The text that the tools pass to the Manager, and the way back to the user's bytes.
+// Conversion of the user's text for the Manager, and the mapping of positions back to the user's
+// bytes.
 #include <string>
 
 #include <gtest/gtest.h>
@@ -18,8 +19,8 @@ std::string macRoman(const std::string& given) {
   return SpokenText(given).macRoman();
 }
 
-// The user's text behind `length` bytes of the Manager's text from `position`.
-std::string given(const SpokenText& text, std::size_t position, std::size_t length) {
+// Returns the user's text from which `length` bytes of the Manager's text at `position` came.
+std::string userText(const SpokenText& text, std::size_t position, std::size_t length) {
   return std::string(text.givenAt(text.origin(position, length)));
 }
 
@@ -38,7 +39,7 @@ struct PlainForm {
 
 class PlainForms : public testing::TestWithParam<PlainForm> {};
 
-TEST_P(PlainForms, StandForWhatMacOsRomanLacks) {
+TEST_P(PlainForms, ReplaceCharactersThatMacOsRomanLacks) {
   EXPECT_EQ(macRoman(GetParam().given), GetParam().expected);
 }
 
@@ -53,17 +54,18 @@ INSTANTIATE_TEST_SUITE_P(SpokenText, PlainForms,
                                          PlainForm{"\u00A4", " "},         // its byte is the euro's
                                          PlainForm{"co\u00ADop", "coop"},  // soft hyphen
                                          PlainForm{"\uFEFFx\u200By", "xy"},  // no width
-                                         PlainForm{"e\u0301", "\x8E"},       // one letter for two
-                                         PlainForm{"x\u0301", "x"},          // none for two
+                                         PlainForm{"e\u0301",
+                                                   "\x8E"},  // letter and accent: one letter
+                                         PlainForm{"x\u0301", "x"},  // no such letter
                                          PlainForm{"?", "?"}));
 
 TEST(SpokenText, HasABlankForEveryByteThatIsNotUtf8) {
   EXPECT_EQ(macRoman("a\xFFz"), "a z");
   EXPECT_EQ(macRoman("a\xC3"), "a ");
   EXPECT_EQ(macRoman("\xE2\x82z"), "  z");
-  EXPECT_EQ(macRoman("\xC0\xAF"), "  ");            // longer than need be
-  EXPECT_EQ(macRoman("\xED\xA0\x80"), "   ");       // half of a pair
-  EXPECT_EQ(macRoman("\xF4\x90\x80\x80"), "    ");  // beyond the last character
+  EXPECT_EQ(macRoman("\xC0\xAF"), "  ");            // overlong
+  EXPECT_EQ(macRoman("\xED\xA0\x80"), "   ");       // surrogate
+  EXPECT_EQ(macRoman("\xF4\x90\x80\x80"), "    ");  // above U+10FFFF
 }
 
 TEST(SpokenText, HasABlankForNul) {
@@ -73,24 +75,24 @@ TEST(SpokenText, HasABlankForNul) {
 TEST(SpokenText, FindsTheBytesThatEachWordCameFrom) {
   const SpokenText text("caf\u00E9 \U0001F600 d\u00E9j\u00E0");
   ASSERT_EQ(text.macRoman().size(), 11U);
-  EXPECT_EQ(given(text, 0, 4), "caf\u00E9");
-  EXPECT_EQ(given(text, 5, 1), "\U0001F600");
-  EXPECT_EQ(given(text, 7, 4), "d\u00E9j\u00E0");
+  EXPECT_EQ(userText(text, 0, 4), "caf\u00E9");
+  EXPECT_EQ(userText(text, 5, 1), "\U0001F600");
+  EXPECT_EQ(userText(text, 7, 4), "d\u00E9j\u00E0");
 }
 
-TEST(SpokenText, FindsTheWholeCharacterBehindAnyPartOfItsPlainForm) {
+TEST(SpokenText, FindsTheWholeCharacterOfAnyPartOfItsPlainForm) {
   const SpokenText text("a\u2192b");
   ASSERT_EQ(text.macRoman(), "a->b");
-  EXPECT_EQ(given(text, 1, 1), "\u2192");
-  EXPECT_EQ(given(text, 2, 1), "\u2192");
-  EXPECT_EQ(given(text, 0, 2), "a\u2192");
-  EXPECT_EQ(given(text, 3, 1), "b");
+  EXPECT_EQ(userText(text, 1, 1), "\u2192");
+  EXPECT_EQ(userText(text, 2, 1), "\u2192");
+  EXPECT_EQ(userText(text, 0, 2), "a\u2192");
+  EXPECT_EQ(userText(text, 3, 1), "b");
 }
 
-TEST(SpokenText, CountsWhatVanishedToTheCharacterBefore) {
+TEST(SpokenText, AssignsVanishedTextToTheCharacterBefore) {
   const SpokenText text("x\u0301y");
-  EXPECT_EQ(given(text, 0, 1), "x\u0301");
-  EXPECT_EQ(given(text, 1, 1), "y");
+  EXPECT_EQ(userText(text, 0, 1), "x\u0301");
+  EXPECT_EQ(userText(text, 1, 1), "y");
 }
 
 TEST(SpokenText, NeverPointsOutsideTheText) {
