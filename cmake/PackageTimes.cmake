@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
 #
-# Run by CPack before it packs: gives what is packed the time SOURCE_DATE_EPOCH, if that is set, so
+# CPack runs this before it packs the files. Sets their times to SOURCE_DATE_EPOCH, if that is set, so
 # that two builds of the same sources give the same package.
 if(DEFINED ENV{SOURCE_DATE_EPOCH})
   execute_process(

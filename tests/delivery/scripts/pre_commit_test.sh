@@ -57,7 +57,7 @@ stops 'a source without a licence' 'bad.cpp: has no SPDX'
 # shellcheck disable=SC2016
 printf '#!/bin/sh\n# %s\necho $1\n' "$spdx" >bad
 git add bad
-stops 'a careless script' 'bad: shellcheck objects'
+stops 'a careless script' 'bad: has shellcheck findings'
 
 # Only what is staged counts.
 printf '// %s\nint two();\n' "$spdx" >good.cpp
