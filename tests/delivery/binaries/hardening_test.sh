@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: Apache-2.0
 #
-# hardening_test.sh LIBRARY...: everything is bound at load and read-only after that, and no stack is
-# executable.
+# hardening_test.sh LIBRARY...: all symbols are bound when the library is loaded, relocated data is
+# read-only after that, and the stack is not executable.
 set -euo pipefail
 
 for library in "$@"; do

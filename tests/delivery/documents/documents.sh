@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: Apache-2.0
 #
-# Whether man pages and completions are sound, and speak of every option that --help does:
-# documents.sh ROOT BIN, where BIN holds the programs. Needs mandoc, zsh and fish.
+# documents.sh ROOT BIN: man pages and completions are valid and contain every option of --help. BIN
+# is the folder with the programs. Needs mandoc, zsh and fish.
 set -uo pipefail
 
 root=$1
@@ -14,7 +14,7 @@ fail() {
   printf 'FAILED: %s\n' "$*"
 }
 
-# The long options that the program's help names.
+# Prints the long options in the program's help.
 options_of() { "$1" --help | grep -oE '(^|[ ,])--[a-z-]+[a-z]' | tr -d ' ,' | sort -u; }
 
 # ---- Every option
@@ -33,16 +33,16 @@ for program in kavrel-say kavrel-ssml; do
     grep -qE -- "-l $name( |\$)" "$root/tools/$program/completions/$program.fish" ||
       fail "$program.fish lacks $option"
   done < <(options_of "$program")
-  ((count >= 12)) || fail "the help of $program names $count options alone"
+  ((count >= 12)) || fail "the help of $program names only $count options"
 done
 
 # ---- Man pages
 
-mandoc -T lint -W warning "$root"/tools/*/*.1 || fail 'a man page is not sound'
+mandoc -T lint -W warning "$root"/tools/*/*.1 || fail 'mandoc reports problems in a man page'
 
 # ---- Completions
 
-# What bash completes the words with.
+# Prints the completions that bash offers for the words.
 completed() {
   bash --norc -c '
     source "$1/tools/$2/completions/$2.bash"
@@ -68,7 +68,7 @@ for file in "$root"/tools/*/completions/_*; do
   zsh -f -n "$file" || fail "$file is not zsh"
 done
 
-# The first column of what fish completes the line with.
+# Prints the completions that fish offers for the line, without their descriptions.
 fished() {
   fish --no-config -c "source '$root/tools/$1/completions/$1.fish'; complete -C'$1 $2'" | cut -f 1
 }

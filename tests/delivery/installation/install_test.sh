@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: Apache-2.0
 #
 # Tests an installation: install_test.sh WHAT BUILD FOLDER. `install` installs the build tree BUILD
-# under FOLDER/prefix; the others use that. Voices and plug-ins come from the installation alone.
+# under FOLDER/prefix; the others use that. Only voices and plug-ins of the installation are used.
 set -euo pipefail
 
 here=$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")
@@ -18,7 +18,7 @@ fail() {
   exit 1
 }
 
-# A readable sound file of at least `$2` bytes.
+# check_sound FILE SIZE: FILE is a readable sound file of at least SIZE bytes.
 check_sound() {
   [[ -s $1 && $(head -c 4 "$1") == FORM && $(stat -c %s "$1") -ge $2 ]] ||
     fail "$1 is not the sound file that it should be"
@@ -26,7 +26,7 @@ check_sound() {
 
 flags() { PKG_CONFIG_PATH="$1/lib/pkgconfig" pkg-config "${@:2}" speechmanager; }
 
-# Builds the client with the compiler command given, and has it speak.
+# Builds the client with the given compiler command and lets it speak.
 build_and_run() {
   local -a libraries
   read -ra libraries <<<"$(flags "$prefix" --cflags --libs)"

@@ -11,9 +11,9 @@ shift
 files=0
 failures=0
 
-# Whether an element of a RUNPATH is allowed.
+# Returns whether an element of a RUNPATH is allowed.
 allowed() {
-  # The text "$ORIGIN" as it stands in the file.
+  # The literal text "$ORIGIN", as the file contains it.
   # shellcheck disable=SC2016
   case $1 in
     '$ORIGIN' | '$ORIGIN/'*) return 0 ;;
@@ -26,7 +26,7 @@ while IFS= read -r -d '' file; do
   [[ $(head -c 4 "$file" | tr -d '\0') == $'\x7fELF' ]] || continue
   files=$((files + 1))
   while IFS= read -r runpath; do
-    # A colon after the last element keeps an empty one at the end.
+    # The colon keeps an empty element at the end.
     rest=$runpath:
     while [[ -n $rest ]]; do
       element=${rest%%:*}
@@ -39,7 +39,7 @@ while IFS= read -r -d '' file; do
 done < <(find "$@" -type f \( -perm -u+x -o -name '*.so*' \) -not -path '*/CMakeFiles/*' -print0)
 
 if ((files == 0)); then
-  echo 'no ELF file is found' >&2
+  echo 'no ELF file was found' >&2
   exit 1
 fi
 ((failures == 0))

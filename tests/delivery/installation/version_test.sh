@@ -18,7 +18,7 @@ expect() {
 }
 
 expect 'project() line' 1 "$(grep -c "^project(KavrelSpeech VERSION $version " "$root/CMakeLists.txt")"
-# The first release in the change log; work that is not released yet stands before it.
+# The first release in the change log. Only the section of unreleased changes comes before it.
 expect 'CHANGELOG.md' "$version" \
   "$(sed -n 's/^## \[\([0-9][0-9.]*\)\] - [0-9]\{4\}-[0-9][0-9]-[0-9][0-9]$/\1/p' "$root/CHANGELOG.md" | head -n 1)"
 
@@ -36,7 +36,7 @@ for module in speechmanager kavrel; do
 done
 expect 'the CMake package' 1 \
   "$(grep -c "^set(PACKAGE_VERSION \"$version\")" "$prefix/lib/cmake/SpeechManager/SpeechManagerConfigVersion.cmake")"
-# The plug-in is loaded by name, so its file carries no version.
+# The plug-in is loaded by name, so its file name has no version.
 plugin=$prefix/lib/speechmanager/Synthesizers/KavrelSpeech.so
 expect "SONAME of $plugin" '' "$(readelf -d "$plugin" | sed -n 's/.*(SONAME).*\[\(.*\)\]/\1/p')"
 

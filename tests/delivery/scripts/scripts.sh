@@ -3,9 +3,9 @@
 #
 # Tests of ./say and ./check: scripts.sh ROOT
 #
-# They run in a copy of the scripts, on a path where the programs that install, configure, build and
-# test are ours: each writes down how it was called, and does what the case at hand wants.
-# Variables in single quotes are a stand-in's; each case runs in a shell of its own.
+# They run a copy of the scripts. PATH has replacements for the programs that install, configure,
+# build and test: each records its call and does what the test case needs.
+# Variables in single quotes belong to a replacement; each case runs in its own shell.
 # shellcheck disable=SC2016,SC2030,SC2031
 set -uo pipefail
 
@@ -14,9 +14,10 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 failures=0
 
-# ---- The stage
+# ---- Setup
 
-# A program of that name with that script behind writing down its arguments.
+# program NAME: creates a program that records its arguments and then runs the script on standard
+# input.
 program() {
   {
     echo '#!/bin/bash'
@@ -26,7 +27,7 @@ program() {
   chmod +x "$stage/bin/$1"
 }
 
-# A tree in which nothing has been built, on a machine that has every package.
+# Creates a tree without a build, on a machine with all packages.
 new_stage() {
   stage=$(mktemp -d "$work/stage XXXX")
   tree="$stage/tree"
@@ -47,7 +48,7 @@ echo 'much build output'
 END
 }
 
-# A ctest whose report counts tests, failures and skipped ones, and that exits with a status.
+# Creates a ctest with a report of tests, failures and skipped tests, and with an exit status.
 ctest_reporting() {
   program ctest <<END
 while [ "\$1" != --output-junit ]; do shift; done
@@ -68,7 +69,7 @@ exit $4
 END
 }
 
-# Runs a script of the tree; sets out, err and status. The lists of calls starts anew.
+# Runs a script of the tree; sets out, err and status. Clears the list of calls first.
 run() {
   : >"$CALLS"
   PATH="$stage/bin:$PATH" "$tree/$1" "${@:2}" >"$stage/out" 2>"$stage/err" </dev/null
@@ -91,7 +92,7 @@ not_called() { ! called "$1"; }
 is() { [[ $1 == "$2" ]]; }
 contains() { [[ $1 == *"$2"* ]]; }
 
-# ---- The cases
+# ---- Cases
 
 say_builds_and_hands_over_its_arguments() {
   run say -v Maren 'two words' ''
@@ -261,7 +262,7 @@ check_fails_when_the_build_fails() {
 
 for current in $(compgen -A function | grep -E '^(say|check)_'); do
   new_stage
-  # In a shell of its own for its folder and variables; its failures come back as its status.
+  # In its own shell, for its folder and variables. The exit status is the number of failures.
   (
     failures=0
     "$current"
