@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: Apache-2.0
 #
 # Defines the targets for the engine interface: `kavrel_interface` (the headers kavrel.h and cst.h)
-# and `kavrel_engine` (the headers and an implementation). The implementation is the target `kavrel`; the
-# options KAVREL_ENGINE_INCLUDE_DIR and KAVREL_ENGINE_LIBRARY select another one.
+# and `kavrel_engine` (the headers and an implementation). The implementation is the target `kavrel`;
+# the options KAVREL_ENGINE_INCLUDE_DIR and KAVREL_ENGINE_LIBRARY select another one.
 
 add_library(kavrel_interface INTERFACE)
 add_library(kavrel_engine INTERFACE)
