@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: Apache-2.0
 #
-# Defines the target that stands for the engine interface: `kavrel_interface` (kavrel.h, cst.h) and
-# `kavrel_engine` (the interface with an implementation behind it). Ours is the target `kavrel`; the
-# options KAVREL_ENGINE_INCLUDE_DIR and KAVREL_ENGINE_LIBRARY name another one.
+# Defines the targets for the engine interface: `kavrel_interface` (the headers kavrel.h and cst.h)
+# and `kavrel_engine` (the headers and an implementation). The implementation is the target `kavrel`;
+# the options KAVREL_ENGINE_INCLUDE_DIR and KAVREL_ENGINE_LIBRARY select another one.
 
 add_library(kavrel_interface INTERFACE)
 add_library(kavrel_engine INTERFACE)
@@ -11,7 +11,7 @@ target_link_libraries(kavrel_engine INTERFACE kavrel_interface)
 if(KAVREL_ENGINE_LIBRARY OR KAVREL_ENGINE_INCLUDE_DIR)
   if(NOT KAVREL_ENGINE_LIBRARY OR NOT KAVREL_ENGINE_INCLUDE_DIR)
     message(FATAL_ERROR
-      "KAVREL_ENGINE_INCLUDE_DIR and KAVREL_ENGINE_LIBRARY go together; one of them is not set.")
+      "KAVREL_ENGINE_INCLUDE_DIR and KAVREL_ENGINE_LIBRARY must both be set; one of them is not set.")
   endif()
   target_include_directories(kavrel_interface INTERFACE "${KAVREL_ENGINE_INCLUDE_DIR}")
   target_link_libraries(kavrel_engine INTERFACE "${KAVREL_ENGINE_LIBRARY}")

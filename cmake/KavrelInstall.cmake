@@ -1,12 +1,12 @@
 # SPDX-License-Identifier: Apache-2.0
 #
-# What is installed beside the targets' own rules: what other projects need in order to build against
-# the libraries, the licences, and the Debian package. Nothing that is installed names the prefix, so
-# that `cmake --install --prefix` and a move of the whole installation work.
+# Installation rules that do not belong to a target: files for projects that link the libraries,
+# documents, licences, and the Debian package. No installed file contains the prefix, so that
+# `cmake --install --prefix` works and an installation can be moved.
 
 include(CMakePackageConfigHelpers)
 
-# The way from one installed folder to another.
+# The relative path from the folder of the .pc files to the prefix.
 file(RELATIVE_PATH KAVREL_PREFIX_FROM_PKGCONFIG
   "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig" "${CMAKE_INSTALL_PREFIX}")
 foreach(library speechmanager kavrel)
@@ -39,7 +39,7 @@ install(FILES
   "${PROJECT_SOURCE_DIR}/LICENSE-GPL-3.0"
   DESTINATION "${CMAKE_INSTALL_DOCDIR}")
 
-# Whom a package names for questions about it. Debian's tools read the same two variables.
+# The maintainer of the package. Debian's tools read the same two variables.
 set(package_contact "Kavrel Speech developers <unset@package.invalid>")
 if(DEFINED ENV{DEBFULLNAME} AND DEFINED ENV{DEBEMAIL})
   set(package_contact "$ENV{DEBFULLNAME} <$ENV{DEBEMAIL}>")
@@ -54,9 +54,9 @@ set(CPACK_PACKAGE_CONTACT "${KAVREL_PACKAGE_CONTACT}")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Speech Synthesis Manager with a speech engine plug-in")
 string(CONCAT CPACK_PACKAGE_DESCRIPTION
   "Speaks texts with embedded commands ([[rate 200]], [[emph +]]) aloud or to a\n"
-  "sound file, and tells where in the text each word is. Holds the command line\n"
-  "kavrel-say, the Speech Synthesis Manager's C interface for other programs, the\n"
-  "engine plug-in and its voices.")
+  "sound file, and reports the position of each word. Contains the command line\n"
+  "tools, the Speech Synthesis Manager's C interface for other programs, the engine\n"
+  "plug-in and its voices.")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_PACKAGE_DIRECTORY "${PROJECT_BINARY_DIR}/packages")
 set(CPACK_STRIP_FILES ON)

@@ -1,13 +1,12 @@
 # SPDX-License-Identifier: Apache-2.0
 #
-# How every target of the project is compiled and linked. `kavrel_target(NAME)` applies it; nothing
-# is set globally but the language and the output folders, so that a project that takes this one in
-# keeps its own settings.
+# Compiler and linker settings of all targets. `kavrel_target(NAME)` applies them to one target. No
+# global setting is changed, so that a project that includes this one keeps its own.
 
 set(KAVREL_LIB_DIR "${PROJECT_BINARY_DIR}/lib")
 set(KAVREL_BIN_DIR "${PROJECT_BINARY_DIR}/bin")
-# Where the Manager looks for plug-ins and voices, relative to the folder of its own library: the
-# same in the build tree and where the project is installed.
+# The folders in which the Manager searches for plug-ins and voices, relative to the folder with its
+# library. They are the same in the build tree and in an installation.
 set(KAVREL_SYNTHESIZERS_SUBDIR "speechmanager/Synthesizers")
 set(KAVREL_VOICES_SUBDIR "speechmanager/Voices")
 set(KAVREL_VOICES_DIR "${PROJECT_BINARY_DIR}/share/${KAVREL_VOICES_SUBDIR}")
@@ -15,7 +14,8 @@ set(KAVREL_VOICES_DIR "${PROJECT_BINARY_DIR}/share/${KAVREL_VOICES_SUBDIR}")
 find_package(Threads REQUIRED)
 
 function(kavrel_target target)
-  # The C standard is set as a property, since a feature would reach consumers that are C++ only.
+  # The C standard is a property, since a compile feature would also apply to consumers that use only
+  # C++.
   target_compile_features(${target} PUBLIC cxx_std_20)
   set_target_properties(${target} PROPERTIES
     CXX_EXTENSIONS OFF
@@ -29,25 +29,25 @@ function(kavrel_target target)
     LIBRARY_OUTPUT_DIRECTORY "${KAVREL_LIB_DIR}"
     ARCHIVE_OUTPUT_DIRECTORY "${KAVREL_LIB_DIR}"
     RUNTIME_OUTPUT_DIRECTORY "${KAVREL_BIN_DIR}")
-  # clang refuses breaches of the annotations in base/threads/ThreadAnnotations.h.
-  # g++ 12 takes joined strings for overlapping ones where it inlines them (-Wrestrict).
+  # -Wthread-safety: clang checks the annotations of base/threads/ThreadAnnotations.h.
+  # -Wno-restrict: g++ 12 reports false overlaps for inlined string concatenations.
   target_compile_options(${target} PRIVATE
     -Wall -Wextra -Wshadow -Wconversion -Wno-psabi -Werror
     $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>
     $<$<CXX_COMPILER_ID:Clang,AppleClang>:-Wthread-safety>)
   if(KAVREL_COVERAGE)
-    # Counters of code that runs in several threads need atomic updates. Paths stay absolute here,
-    # so that gcov finds the sources.
+    # Code runs in several threads, so the counters need atomic updates. Paths stay absolute, so that
+    # gcov finds the sources.
     target_compile_options(${target} PRIVATE --coverage -fprofile-update=atomic)
     target_link_options(${target} PRIVATE --coverage)
   else()
-    # Builds in different folders give the same files: no path of either folder is compiled in.
+    # Builds in different folders give the same files, since neither path is compiled in.
     target_compile_options(${target} PRIVATE
       "-ffile-prefix-map=${PROJECT_BINARY_DIR}/=build/"
       "-ffile-prefix-map=${PROJECT_SOURCE_DIR}/=")
   endif()
   if(KAVREL_SANITIZE)
-    # g++ 12 takes what its sanitizers add for uses of unset values.
+    # -Wno-maybe-uninitialized: g++ 12 reports false findings in the code that its sanitizers add.
     target_compile_options(${target} PRIVATE -fsanitize=${KAVREL_SANITIZE}
       -fno-sanitize-recover=all -fno-omit-frame-pointer
       $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
@@ -62,11 +62,11 @@ function(kavrel_target target)
   target_link_libraries(${target} PUBLIC Threads::Threads)
 endfunction()
 
-# The RUNPATH of an installed program or plug-in: the library folder, seen from FOLDER, the folder
-# that the target is installed in. The build tree is laid out like the installation, so both have the
-# same RUNPATH. If they differed, CMake would patch the files during installation and, to make room
-# for that, end the RUNPATH of the built ones with an empty element, which the dynamic loader reads as
-# the current folder.
+# Sets the RUNPATH of an installed program or plug-in: the library folder relative to FOLDER, the
+# folder that the target is installed in. Built and installed files have the same RUNPATH. If they
+# differed, CMake would patch the files during installation and, to reserve bytes for that, end the
+# RUNPATH of the built files with an empty element, which the dynamic loader reads as the current
+# folder.
 function(kavrel_installed_runpath target folder)
   file(RELATIVE_PATH to_installed_libs "${folder}" "${CMAKE_INSTALL_FULL_LIBDIR}")
   get_target_property(built_folder ${target} RUNTIME_OUTPUT_DIRECTORY)
@@ -77,7 +77,7 @@ function(kavrel_installed_runpath target folder)
   file(RELATIVE_PATH to_built_libs "${built_folder}" "${KAVREL_LIB_DIR}")
   set(elements "$ORIGIN/${to_installed_libs}" "$ORIGIN/${to_built_libs}")
   list(TRANSFORM elements REPLACE "/$" "")
-  # Two elements only where the library folder has another name than `lib`.
+  # The two elements differ only if the library folder has another name than `lib`.
   list(REMOVE_DUPLICATES elements)
   # An engine of another project stays where it is.
   if(KAVREL_ENGINE_LIBRARY)

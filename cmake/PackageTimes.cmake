@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 #
-# Run by CPack before it packs: gives what is packed the time SOURCE_DATE_EPOCH, if that is set, so
-# that two builds of the same sources give the same package.
+# CPack runs this before it packs the files. Sets their times to SOURCE_DATE_EPOCH, if that is set,
+# so that two builds of the same sources give the same package.
 if(DEFINED ENV{SOURCE_DATE_EPOCH})
   execute_process(
     COMMAND find "${CPACK_TEMPORARY_DIRECTORY}" -exec

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
 #
-# Read by ctest before the tests. None of them depends on a sound server, or makes a noise; those
-# that are about sound output say so themselves (tests/speech/device).
+# ctest reads this before the tests. By default, tests use no sound device, so they need no sound
+# server and are silent. Tests of sound output set the variable themselves (tests/speech/device).
 set(ENV{KAVREL_AUDIO} none)

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Latin9: the ISO 8859-15 character set ("Latin 9") in Unicode. Constant tables and pure functions,
-// safe on any thread; both directions are inline, since the engine decodes its text byte by byte.
+// Latin9: conversion between ISO 8859-15 ("Latin 9") and Unicode, character by character. Constant
+// tables and pure functions, safe on any thread. All is inline, since the engine decodes its text
+// byte by byte.
 #pragma once
 
 #include <array>
@@ -11,8 +12,8 @@
 
 namespace base {
 
-// ISO 8859-15 is ISO 8859-1, whose bytes are the first 256 characters of Unicode, with these eight
-// bytes given to other characters.
+// ISO 8859-15 differs in these eight bytes from ISO 8859-1, whose bytes are the first 256
+// characters of Unicode.
 struct Latin9Assignment {
   std::uint8_t byte;
   char16_t character;
@@ -28,7 +29,7 @@ inline constexpr std::array<Latin9Assignment, 8> kLatin9Own = {{
     {0xBE, 0x0178},  // Y with diaeresis
 }};
 
-// By byte.
+// Maps each byte to its character.
 inline constexpr auto kLatin9Characters = [] {
   std::array<char16_t, 256> characters{};
   for (std::size_t byte = 0; byte < characters.size(); ++byte) {
@@ -38,11 +39,12 @@ inline constexpr auto kLatin9Characters = [] {
   return characters;
 }();
 
+// Returns the character of a byte. Every byte has one.
 constexpr char32_t fromLatin9(std::uint8_t byte) {
   return kLatin9Characters[byte];
 }
 
-// The byte of a character; nothing if ISO 8859-15 lacks it.
+// Returns the byte of a character, or nothing if ISO 8859-15 lacks the character.
 constexpr std::optional<std::uint8_t> toLatin9(char32_t character) {
   if (character <= 0xFF) {
     const auto byte = static_cast<std::uint8_t>(character);

@@ -11,7 +11,7 @@ struct Assignment {
   std::uint8_t byte;
 };
 
-// The upper half in the order of its characters.
+// The upper half, sorted by character for the binary search.
 constexpr auto kByCharacter = [] {
   std::array<Assignment, kMacRomanUpperHalf.size()> sorted{};
   for (std::size_t i = 0; i < sorted.size(); ++i) {

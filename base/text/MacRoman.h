@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// MacRoman: the Mac OS Roman character set in Unicode. Constant tables and pure functions, safe on
-// any thread.
+// MacRoman: conversion between Mac OS Roman and Unicode, character by character. Constant tables
+// and pure functions, safe on any thread.
 #pragma once
 
 #include <array>
@@ -11,8 +11,8 @@
 
 namespace base {
 
-// The characters of bytes 0x80 to 0xFF; the bytes below are ASCII. 0xDB is the euro sign, and 0xF0
-// the private character U+F8FF, which the platform uses for its logo.
+// The characters of the bytes 0x80 to 0xFF; the bytes below 0x80 are ASCII. 0xDB is the euro sign.
+// 0xF0 is the private character U+F8FF, which the platform uses for its logo.
 inline constexpr std::array<char16_t, 128> kMacRomanUpperHalf = {
     0x00C4, 0x00C5, 0x00C7, 0x00C9, 0x00D1, 0x00D6, 0x00DC, 0x00E1,  // 80
     0x00E0, 0x00E2, 0x00E4, 0x00E3, 0x00E5, 0x00E7, 0x00E9, 0x00E8,  // 88
@@ -32,12 +32,13 @@ inline constexpr std::array<char16_t, 128> kMacRomanUpperHalf = {
     0x00AF, 0x02D8, 0x02D9, 0x02DA, 0x00B8, 0x02DD, 0x02DB, 0x02C7,  // F8
 };
 
-// The character of a byte.
+// Returns the character of a byte. Every byte has one.
 constexpr char32_t fromMacRoman(std::uint8_t byte) {
   return byte < 0x80 ? byte : kMacRomanUpperHalf[byte - std::size_t{0x80}];
 }
 
-// The byte of a character; nothing if Mac OS Roman lacks it.
+// Returns the byte of a character, or nothing if Mac OS Roman lacks the character. Takes a binary
+// search.
 std::optional<std::uint8_t> toMacRoman(char32_t character);
 
 }  // namespace base

@@ -15,6 +15,7 @@ bool isDigit(char c) {
 
 }  // namespace
 
+// A letter is kept until the next character shows that no more accents follow.
 void MacRomanEncoder::add(char32_t character, Position origin) {
   if (m_letter && character >= 0x80 && isCombiningMark(character)) {
     *m_letter = withAccent(*m_letter, character);
@@ -28,7 +29,7 @@ void MacRomanEncoder::add(char32_t character, Position origin) {
 void MacRomanEncoder::addAscii(std::string_view ascii, Position first) {
   if (ascii.empty()) return;
   flush();
-  // The last one may have an accent to come.
+  // The last character is kept, since an accent may follow it.
   const std::size_t copied = ascii.size() - 1;
   if (copied > 0) {
     m_text.appendCopy(ascii.substr(0, copied), first);
@@ -45,6 +46,7 @@ OriginText MacRomanEncoder::finish(Position sourceEnd) {
   return std::exchange(m_text, OriginText());
 }
 
+// Appends the form of the letter that is kept, if any.
 void MacRomanEncoder::flush() {
   if (!m_letter) return;
   m_form.clear();
@@ -52,7 +54,7 @@ void MacRomanEncoder::flush() {
   const bool isNumber = isNumberForm(*m_letter);
   m_letter.reset();
   if (m_form.empty()) return;
-  // Not after another one: "10" in superscripts is one number.
+  // No blank after another number form: superscript 1 and superscript 0 are the number 10.
   const bool runsIntoDigits = isNumber && !m_afterNumberForm && !m_text.empty() &&
                               isDigit(m_text.text().back()) && isDigit(m_form.front());
   if (runsIntoDigits) m_form.insert(m_form.begin(), ' ');

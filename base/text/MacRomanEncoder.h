@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// MacRomanEncoder: converts a text to Mac OS Roman for speech, one character after another, and
-// notes where each byte came from.
+// MacRomanEncoder: converts a text to Mac OS Roman for speech, character by character, and records
+// the origin of each byte.
 //
-// Characters take the forms of PlainForms.h. Beyond these it does what needs a neighbour: a letter
-// and the combining accents after it become one letter, and a fraction or superscript after a digit
-// is set off by a blank ("5½" is "5 1/2", not "51/2").
+// Each character is replaced by its form in PlainForms.h. Two rules depend on the character before:
+//   - A letter and the combining accents after it become one letter.
+//   - A blank separates a fraction or superscript from a digit before it: "5½" becomes "5 1/2".
 //
-// Linear in the length of the text, whatever it contains. Used by one thread at a time. All
-// functions may throw std::bad_alloc.
+// Time is linear in the length of the text. One thread at a time may use an object. All functions
+// that change the object may throw std::bad_alloc.
 #pragma once
 
 #include <cstddef>
@@ -24,33 +24,35 @@ class MacRomanEncoder {
  public:
   using Position = OriginText::Position;
 
-  // Makes room for that many bytes.
+  // Reserves memory for a text of `bytes` bytes.
   void reserve(std::size_t bytes) { m_text.reserve(bytes); }
 
-  // The next character, which is at `origin` in the source. Malformed input is a blank, U+0020.
+  // Adds the next character; `origin` is its position in the source. For malformed input, callers
+  // pass a blank (U+0020).
   void add(char32_t character, Position origin);
-  // Several at once: ASCII other than NUL, each character one position after the one before. The
-  // fast way for most texts.
+  // Adds ASCII characters other than NUL. The first one is at `first` in the source, and each takes
+  // one position. Faster than add().
   void addAscii(std::string_view ascii, Position first);
 
-  // Number of bytes so far; the last character may not be counted yet.
+  // Returns the number of bytes so far, without those of the last character if it is still kept.
   std::size_t size() const { return m_text.size(); }
 
-  // The converted text. The source ends at `sourceEnd`. The encoder is empty afterwards.
+  // Returns the converted text. `sourceEnd` is the length of the source. The encoder is empty after
+  // this and can be used for another text.
   OriginText finish(Position sourceEnd);
 
  private:
   void flush();
 
   OriginText m_text;
-  // The last character, with the accents that it has taken in; accents may follow.
+  // The last character, combined with the accents added so far; more accents may follow.
   std::optional<char32_t> m_letter;
   Position m_origin = 0;
   bool m_afterNumberForm = false;
-  std::string m_form;  // of one character; here to keep its memory
+  std::string m_form;  // of one character; a member to reuse its memory
 };
 
-// The length of the ASCII, without NUL, that `text` begins with.
+// Returns the number of ASCII characters other than NUL at the start of `text`.
 std::size_t asciiLength(std::string_view text);
 
 }  // namespace base

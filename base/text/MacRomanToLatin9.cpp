@@ -14,9 +14,9 @@ struct PlainForm {
   std::string_view text;
 };
 
-// The 47 characters of Mac OS Roman that ISO 8859-15 lacks, as people type them. The text is going
-// to be heard: relations and letters take the words they are read as, and a mark that is not read
-// aloud is a blank.
+// Replacements for the 47 characters of Mac OS Roman that ISO 8859-15 lacks. They are chosen for
+// speech: relations and letters become the words that people read them as, and marks that are not
+// read aloud become a blank.
 constexpr std::array<PlainForm, 47> kPlainForms = {{
     {0x2020, " "},               // dagger
     {0x2022, "-"},               // bullet
@@ -56,7 +56,7 @@ constexpr std::array<PlainForm, 47> kPlainForms = {{
     {0x2030, " per mille"},      //
     {0xF8FF, " "},               // the logo
     {0x0131, "i"},               // dotless i
-    {0x02C6, "^"},               // accents that stand alone
+    {0x02C6, "^"},               // accents without a letter
     {0x02DC, "~"},               //
     {0x02D8, " "},               //
     {0x02D9, " "},               //
@@ -74,6 +74,7 @@ constexpr std::string_view plainForm(char32_t character) {
   return {};
 }
 
+// A character that both sets have keeps its meaning; any other is replaced by its plain form.
 constexpr Replacement replacementOf(std::uint8_t byte) {
   const char32_t character = fromMacRoman(byte);
   Replacement result{};

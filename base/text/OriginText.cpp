@@ -6,12 +6,13 @@
 
 namespace base {
 
+// A single byte is the same as a copy, which costs no memory while positions are unchanged.
 void OriginText::append(std::string_view text, Position origin) {
   if (text.size() == 1) {
     appendCopy(text, origin);
     return;
   }
-  appendSame(text, origin);
+  appendWithOrigin(text, origin);
 }
 
 void OriginText::appendCopy(std::string_view text, Position first) {
@@ -21,12 +22,13 @@ void OriginText::appendCopy(std::string_view text, Position first) {
     return;
   }
   m_text += text;
-  makeRoom();
+  reserveOrigins();
   const std::size_t before = m_origins.size();
   m_origins.resize(before + text.size());
   std::iota(m_origins.begin() + static_cast<std::ptrdiff_t>(before), m_origins.end(), first);
 }
 
+// The part of `other` that kept its positions is a copy; only the rest has stored origins.
 void OriginText::append(const OriginText& other, std::size_t start, std::size_t end) {
   const std::size_t copied = std::clamp(other.m_same, start, end);
   const std::string_view text = other.m_text;
@@ -35,16 +37,17 @@ void OriginText::append(const OriginText& other, std::size_t start, std::size_t 
   }
   if (end <= copied) return;
   m_text += text.substr(copied, end - copied);
-  makeRoom();
+  reserveOrigins();
   const auto first = other.m_origins.begin() - static_cast<std::ptrdiff_t>(other.m_same);
   m_origins.insert(m_origins.end(), first + static_cast<std::ptrdiff_t>(copied),
                    first + static_cast<std::ptrdiff_t>(end));
 }
 
 void OriginText::insert(std::string_view text) {
-  appendSame(text, kInserted);
+  appendWithOrigin(text, kInserted);
 }
 
+// Backwards, since inserted text takes the origin of the byte after it.
 void OriginText::finish(Position sourceEnd) {
   m_sourceEnd = sourceEnd;
   Position next = sourceEnd;
@@ -58,15 +61,15 @@ void OriginText::clear() {
   *this = OriginText();
 }
 
-void OriginText::appendSame(std::string_view text, Position origin) {
+void OriginText::appendWithOrigin(std::string_view text, Position origin) {
   m_text += text;
-  makeRoom();
+  reserveOrigins();
   m_origins.insert(m_origins.end(), text.size(), origin);
 }
 
-// Makes room for the origins of all bytes that the text has room for, before the first of them:
-// where the length is known, the origins do not grow by doubling.
-void OriginText::makeRoom() {
+// Before the first origin is stored, reserves memory for as many origins as the text has capacity
+// for. After reserve(), the origins then do not grow by doubling.
+void OriginText::reserveOrigins() {
   if (m_origins.empty()) m_origins.reserve(m_text.capacity() - m_same);
 }
 
@@ -85,7 +88,7 @@ std::vector<OriginText::Position> OriginText::origins() const {
 OriginText::Range OriginText::sourceOf(std::size_t position, std::size_t length) const {
   const std::size_t first = std::min(position, m_text.size());
   std::size_t end = first + std::min(length, m_text.size() - first);
-  // A character of the source may have become several bytes, of which the range may lack the last.
+  // Include all bytes of the last source character, which may have become several bytes.
   while (end > first && end < m_text.size() && originOf(end) == originOf(end - 1)) ++end;
   const Position start = originOf(first);
   if (end == first) return {start, 0};

@@ -1,15 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// OriginText: a text made from another text, which knows for each of its bytes where in the source
-// it came from. Encoders, rewriters and writers of markup build one; highlighting, captions and
-// error messages find their way back with it.
+// OriginText: a text made from another text, with the position in the source that each byte came
+// from. Encoders, rewriters and writers of markup build one; highlighting, captions and error
+// messages use it to map positions back to the source.
 //
-// What a position counts (bytes, UTF-16 units) is up to the builder. Costs four bytes for each byte
-// from the first one on that did not simply keep its position, none before.
+// The builder chooses the unit of positions (bytes or UTF-16 units). Bytes at the start of the text
+// that kept their position need no extra memory; from the first other byte on, each byte takes four
+// more bytes.
 //
-// A value class without locks: constant access is safe from several threads. Functions that append
-// throw std::bad_alloc; the text is then only good to be cleared or destroyed, except that one made
-// of copies from position 0 on is as before.
+// A value class without locks: several threads may read an object at the same time. Functions that
+// append may throw std::bad_alloc. The text can then only be cleared or destroyed; but a text that
+// consists of copies from position 0 on is unchanged.
 #pragma once
 
 #include <cstddef>
@@ -36,45 +37,47 @@ class OriginText {
 
   // ---- Building
 
-  // Makes room for that many bytes and their origins.
+  // Reserves memory for a text of `bytes` bytes, and later for their origins.
   void reserve(std::size_t bytes) { m_text.reserve(bytes); }
-  // Appends text whose bytes all came from `origin`.
+  // Appends text; all of its bytes came from `origin`.
   void append(std::string_view text, Position origin);
   // Appends text copied from the source: its first byte came from `first`, the next one from
   // `first` + 1 and so on.
   void appendCopy(std::string_view text, Position first);
-  // Appends the bytes `start` … `end` − 1 of `other`, with their origins. `other` is another text.
+  // Appends the bytes [start, end) of `other` with their origins. `other` must not be this object.
   void append(const OriginText& other, std::size_t start, std::size_t end);
   void append(const OriginText& other) { append(other, 0, other.size()); }
-  // Appends text without an origin of its own, such as markup. It gets that of the next byte that
-  // has one.
+  // Appends text without an origin of its own, such as markup. finish() gives it the origin of the
+  // next byte that has one.
   void insert(std::string_view text);
-  // Replaces one byte, `at` < size(); it keeps its origin.
+  // Replaces the byte at `at`, which must be less than size(), and keeps its origin.
   void replace(std::size_t at, char byte) { m_text[at] = byte; }
-  // Says how long the source is. To be called once all is appended: text inserted after the last
-  // byte that has an origin gets `sourceEnd`.
+  // Completes the text: sets the length of the source and the origins of inserted text. Text
+  // inserted after the last byte that has an origin gets `sourceEnd`. Call it after the last
+  // append.
   void finish(Position sourceEnd);
+  // Removes all text and origins.
   void clear();
 
-  // ---- The way back, once finished
+  // ---- Queries, after finish()
 
-  // Where the byte `at` came from; the end of the source if `at` is size() or more.
+  // Returns the origin of the byte at `at`, or the end of the source if `at` is size() or more.
   Position originOf(std::size_t at) const;
-  // Of each byte.
+  // Returns the origins of all bytes.
   std::vector<Position> origins() const;
-  // The part of the source that `length` bytes from `position` came from. It is widened to the end
-  // of the last byte's character, and includes the source that vanished after it. Clamped to the
-  // text.
+  // Returns the part of the source that `length` bytes from `position` came from. It includes the
+  // whole source character of the last byte, and source characters after it that became no bytes.
+  // The range is clamped to the text.
   Range sourceOf(std::size_t position, std::size_t length) const;
 
  private:
   static constexpr Position kInserted = 0xFFFFFFFFU;
 
-  void appendSame(std::string_view text, Position origin);
-  void makeRoom();
+  void appendWithOrigin(std::string_view text, Position origin);
+  void reserveOrigins();
 
   std::string m_text;
-  // The first m_same bytes are at the same position in the source; m_origins is of the others.
+  // The first m_same bytes are at the same position in the source; m_origins has those of the rest.
   std::size_t m_same = 0;
   std::vector<Position> m_origins;
   Position m_sourceEnd = 0;

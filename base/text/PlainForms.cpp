@@ -23,8 +23,8 @@ struct PlainForm {
   std::string_view text;
 };
 
-// Customary forms that Unicode's data do not give, in the order of their characters. Each is what a
-// keyboard has for the character, or what its readers say.
+// Customary forms that Unicode's data do not contain, sorted by character for the binary search.
+// Each is what people type for the character, or the word that they read it as.
 constexpr PlainForm kPlainForms[] = {
     {0x0085, "\n"},    // next line
     {0x00A6, "|"},     // broken bar
@@ -225,7 +225,7 @@ struct Decomposition {
   std::array<char16_t, kLongestDecomposition> units;
   std::int32_t length = 0;
 
-  // Takes one character off, beginning at `at`.
+  // Returns the character at `at` and advances `at` to the next one.
   char32_t next(std::int32_t& at) const {
     UChar32 code = 0;
     U16_NEXT(units.data(), at, length, code);
@@ -233,18 +233,20 @@ struct Decomposition {
   }
 };
 
-// ICU's C interface to one normalization form; null without memory.
+// ICU's function for the data of one normalization form. It fails if the data cannot be loaded.
 using Instance = const UNormalizer2* (*)(UErrorCode*);
 
+// Returns null if ICU cannot load the data.
 const UNormalizer2* instanceOf(Instance instance) {
   UErrorCode error = U_ZERO_ERROR;
   const UNormalizer2* const normalizer = instance(&error);
   return U_SUCCESS(error) ? normalizer : nullptr;
 }
 
-// `decompose` is one of unorm2_get…Decomposition. Length 0 if there is none.
+// Returns the decomposition of a character, of length 0 if it has none. `decompose` is one of
+// unorm2_get…Decomposition.
 template <typename Function>
-Decomposition decomposed(Instance instance, Function decompose, char32_t character) {
+Decomposition decompositionOf(Instance instance, Function decompose, char32_t character) {
   Decomposition result;
   const UNormalizer2* const normalizer = instanceOf(instance);
   if (normalizer == nullptr) return result;
@@ -255,7 +257,8 @@ Decomposition decomposed(Instance instance, Function decompose, char32_t charact
   return result;
 }
 
-// `letter` with `mark`, neither of which decomposes.
+// Returns `letter` combined with `mark` if Mac OS Roman has the result, otherwise `letter`. `mark`
+// must be a single mark without a decomposition.
 char32_t withPlainAccent(char32_t letter, char32_t mark) {
   const UNormalizer2* const normalizer = instanceOf(unorm2_getNFCInstance);
   if (normalizer == nullptr) return letter;
@@ -265,10 +268,11 @@ char32_t withPlainAccent(char32_t letter, char32_t mark) {
   return static_cast<char32_t>(both);
 }
 
-// `character` without the accents that Mac OS Roman lacks.
-char32_t reduced(char32_t character) {
+// Returns `character` without the accents for which Mac OS Roman has no combined letter.
+char32_t dropUnknownAccents(char32_t character) {
   if (toMacRoman(character)) return character;
-  const Decomposition parts = decomposed(unorm2_getNFCInstance, unorm2_getDecomposition, character);
+  const Decomposition parts =
+      decompositionOf(unorm2_getNFCInstance, unorm2_getDecomposition, character);
   if (parts.length == 0) return character;
   std::int32_t at = 0;
   char32_t letter = parts.next(at);
@@ -282,7 +286,8 @@ bool hasNoWidth(char32_t character) {
          u_hasBinaryProperty(code, UCHAR_DEFAULT_IGNORABLE_CODE_POINT);
 }
 
-// X for "LATIN SMALL LETTER X WITH …" and the like; 0 for all others.
+// Returns the base letter of a Latin letter, or 0 for any other character. Unicode has no property
+// for it, so it is read from the name: X from "LATIN SMALL LETTER X WITH …" and similar names.
 char baseLetter(char32_t character) {
   UErrorCode error = U_ZERO_ERROR;
   const auto code = static_cast<UChar32>(character);
@@ -310,7 +315,7 @@ char baseLetter(char32_t character) {
   return isSmall ? static_cast<char>(name[0] - 'A' + 'a') : name[0];
 }
 
-// What the properties of a character say about it; 0 for nothing.
+// Returns the form that follows from the properties of a character, or 0 if none does.
 char formByProperties(char32_t character) {
   const auto code = static_cast<UChar32>(character);
   if (const std::int32_t digit = u_charDigitValue(code); digit >= 0) {
@@ -324,11 +329,13 @@ char formByProperties(char32_t character) {
 
 bool appendForm(std::string& macRoman, char32_t character);
 
-// The forms of all parts; false if one of them has none.
+// Appends the forms of all parts. Returns false if one of them has no form; the caller then removes
+// what was appended.
 bool appendParts(std::string& macRoman, const Decomposition& parts) {
   constexpr char32_t kFractionSlash = 0x2044;
   for (std::int32_t at = 0; at < parts.length;) {
     char32_t letter = parts.next(at);
+    // Accents after the letter combine with it.
     for (std::int32_t next = at; next < parts.length; at = next) {
       const char32_t mark = parts.next(next);
       if (!isCombiningMark(mark)) break;
@@ -339,9 +346,10 @@ bool appendParts(std::string& macRoman, const Decomposition& parts) {
   return true;
 }
 
-// False if there is no form; what was appended is not to be used then.
+// Tries the steps of PlainForms.h in order. Returns false if the character has no form; the caller
+// then removes what was appended.
 bool appendForm(std::string& macRoman, char32_t character) {
-  const char32_t letter = reduced(character);
+  const char32_t letter = dropUnknownAccents(character);
   if (const auto byte = toMacRoman(letter)) {
     macRoman += static_cast<char>(*byte);
     return true;
@@ -355,9 +363,10 @@ bool appendForm(std::string& macRoman, char32_t character) {
     return true;
   }
   const Decomposition parts =
-      decomposed(unorm2_getNFKCInstance, unorm2_getRawDecomposition, letter);
+      decompositionOf(unorm2_getNFKCInstance, unorm2_getRawDecomposition, letter);
   const std::size_t before = macRoman.size();
   if (parts.length > 0 && appendParts(macRoman, parts)) return true;
+  // A character whose parts have no forms may still have one by its properties.
   macRoman.resize(before);
   const char form = formByProperties(letter);
   if (form != 0) macRoman += form;
@@ -382,9 +391,10 @@ bool isCombiningMark(char32_t character) {
 }
 
 char32_t withAccent(char32_t letter, char32_t mark) {
-  const Decomposition marks = decomposed(unorm2_getNFCInstance, unorm2_getDecomposition, mark);
-  char32_t result = reduced(letter);
+  const Decomposition marks = decompositionOf(unorm2_getNFCInstance, unorm2_getDecomposition, mark);
+  char32_t result = dropUnknownAccents(letter);
   if (marks.length == 0) return withPlainAccent(result, mark);
+  // A mark may be two marks in one character, such as U+0344.
   for (std::int32_t at = 0; at < marks.length;) result = withPlainAccent(result, marks.next(at));
   return result;
 }

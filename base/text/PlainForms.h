@@ -1,44 +1,47 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// PlainForms: what the characters of Unicode are spoken as in Mac OS Roman, character by character.
-// MacRomanEncoder.h does whole texts.
+// PlainForms: the form in Mac OS Roman in which each Unicode character is spoken. MacRomanEncoder.h
+// converts whole texts.
 //
-// Form of a character, the first of these that applies
-//  1. itself, if Mac OS Roman has it;
-//  2. its canonical decomposition, with every accent that makes a character of Mac OS Roman with
-//     the letter, and without the others;
-//  3. nothing, if it has no width: combining marks, format characters, soft hyphen, whatever
-//     Unicode calls default ignorable;
-//  4. its customary plain form (a table here: "-" for a minus sign, "->" for an arrow);
-//  5. its compatibility decomposition, each part of which takes its own form: fullwidth forms,
-//     ligatures, superscripts, Roman numerals, fractions;
-//  6. the base letter of a Latin letter with a stroke or hook; the digit 0 to 9 for a digit of any
-//     script; "-" for a dash; '"' for a quotation mark; a blank for a space;
+// The form of a character is the first of these that exists:
+//  1. the character itself, if Mac OS Roman has it;
+//  2. its canonical decomposition: the letter with the accents for which Mac OS Roman has a
+//  combined
+//     character, without the other accents;
+//  3. nothing, if the character has no width: combining marks, format characters, the soft hyphen,
+//     and all that Unicode defines as default ignorable;
+//  4. its customary plain form, from a table: "-" for a minus sign, "->" for an arrow;
+//  5. the forms of the parts of its compatibility decomposition: fullwidth forms, ligatures,
+//     superscripts, Roman numerals, fractions;
+//  6. the base letter of a Latin letter with a stroke or hook; 0 to 9 for a digit of any script;
+//  "-"
+//     for a dash; '"' for a quotation mark; a blank for a space;
 //  7. one blank.
-// NUL is a blank, since synthesizers end a text there.
+// NUL becomes a blank, since a text for a synthesizer ends at a NUL.
 //
-// Unicode's data come from ICU. If ICU cannot load them (no memory at their first use), steps 2 and
-// 5 find nothing. Pure functions, safe on any thread.
+// Unicode's data come from ICU. If ICU cannot load them (out of memory at the first use), steps 2
+// and 5 find nothing. Pure functions, safe on any thread; they may throw std::bad_alloc where they
+// append to a string.
 #pragma once
 
 #include <string>
 
 namespace base {
 
-// Appends the form of `character` in Mac OS Roman. Surrogates and numbers above U+10FFFF are a
+// Appends the form of `character` in Mac OS Roman. Surrogates and values above U+10FFFF become a
 // blank.
 void appendPlainForm(std::string& macRoman, char32_t character);
 
-// Whether `character` is a combining mark: it belongs to the character before it.
+// Returns whether `character` is a combining mark, which belongs to the character before it.
 bool isCombiningMark(char32_t character);
 
-// The one character that stands for `letter` with the combining mark `mark`, as far as Mac OS Roman
-// has it; `letter` otherwise. `letter` may be precomposed with accents that Mac OS Roman lacks:
-// withAccent(ạ, U+0302) is â.
+// Returns `letter` combined with the combining mark `mark` if Mac OS Roman has the result,
+// otherwise `letter` without accents that Mac OS Roman lacks. `letter` may be precomposed with such
+// accents: withAccent(ạ, U+0302) is â.
 char32_t withAccent(char32_t letter, char32_t mark);
 
-// Whether `character` is a number other than a digit: a fraction, a superscript, a numeral. Its
-// form must not run into the digits before it.
+// Returns whether `character` is a number other than a digit: a fraction, superscript or numeral.
+// Its form must be separated from digits before it.
 bool isNumberForm(char32_t character);
 
 }  // namespace base

@@ -15,17 +15,17 @@ constexpr bool isTrailSurrogate(char32_t code) {
   return code >= 0xDC00 && code < 0xE000;
 }
 
-// Whether `code` is a character's code: at most U+10FFFF, and no surrogate.
+// Returns whether `code` is a Unicode scalar value: at most U+10FFFF, and not a surrogate.
 constexpr bool isScalarValue(char32_t code) {
   return code <= 0x10FFFF && !isLeadSurrogate(code) && !isTrailSurrogate(code);
 }
 
-// The number of units of a scalar value: 1 or 2.
+// Returns the number of code units of a scalar value: 1 or 2.
 constexpr std::size_t utf16Length(char32_t character) {
   return character > 0xFFFF ? 2 : 1;
 }
 
-// The pair of a character above U+FFFF.
+// Return the surrogates of a character, which must be above U+FFFF.
 constexpr char16_t leadSurrogate(char32_t character) {
   return static_cast<char16_t>(0xD800 + ((character - 0x10000) >> 10U));
 }
@@ -33,7 +33,7 @@ constexpr char16_t trailSurrogate(char32_t character) {
   return static_cast<char16_t>(0xDC00 + ((character - 0x10000) & 0x3FFU));
 }
 
-// The character of a lead and a trail surrogate.
+// Returns the character that a lead and a trail surrogate encode.
 constexpr char32_t fromSurrogates(char32_t lead, char32_t trail) {
   return 0x10000 + ((lead - 0xD800) << 10U) + (trail - 0xDC00);
 }

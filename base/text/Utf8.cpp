@@ -8,11 +8,12 @@
 
 namespace base {
 
+// ASCII is handled first, since it is the usual case.
 Utf8Character firstCharacter(std::string_view text) {
   if (static_cast<unsigned char>(text.front()) < 0x80) {
     return {static_cast<unsigned char>(text.front()), 1};
   }
-  // The macro counts in 32 bits. No character is longer than U8_MAX_LENGTH.
+  // U8_NEXT takes 32-bit lengths, so the text is cut to the longest possible character.
   const auto length = static_cast<std::int32_t>(std::min<std::size_t>(text.size(), U8_MAX_LENGTH));
   const auto* const bytes = reinterpret_cast<const std::uint8_t*>(text.data());
   std::int32_t at = 0;

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Utf8: UTF-8, one character at a time. Pure functions, safe on any thread.
+// Utf8: reading and writing UTF-8, character by character. Pure functions, safe on any thread.
+// Functions that make or extend strings may throw std::bad_alloc.
 //
-// Well-formed UTF-8 is what Unicode calls so: no overlong forms, no surrogates, nothing above
+// "Well-formed" is used as Unicode defines it: no overlong forms, no surrogates, no values above
 // U+10FFFF, no truncated sequences.
 #pragma once
 
@@ -14,30 +15,31 @@ namespace base {
 
 struct Utf8Character {
   char32_t code;
-  std::size_t length;  // in bytes; 0: the text does not begin with a well-formed character
+  std::size_t length;  // in bytes; 0 if the text does not start with a well-formed character
 };
 
-// The first character of `text`, which must not be empty. What to do with a malformed byte is the
-// caller's choice; all of ours skip one byte.
+// Returns the first character of `text`, which must not be empty. If the text starts with a
+// malformed sequence, the caller decides how to continue; all callers here skip one byte.
 Utf8Character firstCharacter(std::string_view text);
 
-// Number of bytes that firstCharacter() has looked at: 1 for a malformed byte.
+// Returns the length of the first character in bytes, or 1 if it is malformed.
 inline std::size_t firstCharacterLength(std::string_view text) {
   const std::size_t length = firstCharacter(text).length;
   return length == 0 ? 1 : length;
 }
 
-// Whether `byte` continues a character that an earlier byte began.
+// Returns whether `byte` is a continuation byte: any byte of a character but the first.
 constexpr bool isContinuation(char byte) {
   return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80;
 }
 
-// The number of characters of a well-formed text.
+// Returns the number of characters in a well-formed text.
 std::size_t countCharacters(std::string_view text);
 
 // Appends `character`, which must be a scalar value (see Utf16.h).
 void appendUtf8(std::string& text, char32_t character);
 
+// Returns `character`, which must be a scalar value, in UTF-8.
 std::string toUtf8(char32_t character);
 
 }  // namespace base

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Clock: the clock of every deadline and duration in the project. It never goes back and does not
-// follow changes of the system's time.
+// Clock: the clock for all deadlines and durations in the project. It is monotonic: changes of the
+// system's time do not affect it.
 #pragma once
 
 #include <chrono>

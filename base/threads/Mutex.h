@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Mutex, locks for a scope, and Condition: the C++ library's, with the annotations that clang
-// checks (ThreadAnnotations.h).
+// Mutex, scoped locks and Condition: wrappers of the C++ library's classes, with annotations that
+// clang checks (ThreadAnnotations.h).
 //
-// Threads: all functions may be called on any thread; an object is constructed and destroyed by one
-// thread while no other uses it. Nothing here allocates.
+// Threads: all functions are safe on any thread. No other thread may use an object during its
+// construction and destruction. Nothing here allocates memory.
 #pragma once
 
 #include <condition_variable>
@@ -14,27 +14,27 @@
 #include "base/threads/Clock.h"
 #include "base/threads/ThreadAnnotations.h"
 
-// Declares a global that is not destroyed when the process exits, for what threads that outlive the
-// static objects use: `NEVER_DESTROYED constinit base::Mutex g_lock;`
+// Declares a global object that is not destroyed when the process exits, because threads may still
+// use it then: `NEVER_DESTROYED constinit base::Mutex g_lock;`
 #if defined(__clang__)
 #define NEVER_DESTROYED [[clang::no_destroy]]
 #else
 #define NEVER_DESTROYED
-// Without the attribute, nothing must be left to do at exit.
+// Without the attribute, the destructor must have no effect.
 static_assert(std::is_trivially_destructible_v<std::mutex>);
 #endif
 
 namespace base {
 
-// Not recursive. Constant-initialised: a global one can be used by the constructor of any other
-// global. Acquire it with a ScopedLock.
+// A mutex, not recursive. It is constant-initialised, so the constructor of any global object can
+// use a global mutex. Acquire it with a ScopedLock.
 class CAPABILITY("mutex") Mutex {
  public:
   constexpr Mutex() = default;
   Mutex(const Mutex&) = delete;
   Mutex& operator=(const Mutex&) = delete;
 
-  // Not checked inside: the library's type may carry annotations of its own.
+  // The bodies are not checked, because the library's type may have annotations of its own.
   void lock() ACQUIRE() NO_THREAD_SAFETY_ANALYSIS { m_mutex.lock(); }
   void unlock() RELEASE() NO_THREAD_SAFETY_ANALYSIS { m_mutex.unlock(); }
 
@@ -43,7 +43,8 @@ class CAPABILITY("mutex") Mutex {
   std::mutex m_mutex;
 };
 
-// Holds a lock while it exists: a Mutex, or any CAPABILITY with lock() and unlock().
+// RAII guard: acquires a lock and releases it at the end of the scope. The lock is a Mutex or any
+// other CAPABILITY with lock() and unlock().
 template <typename Lockable>
 class SCOPED_CAPABILITY ScopedLock {
  public:
@@ -58,15 +59,16 @@ class SCOPED_CAPABILITY ScopedLock {
   Lockable& m_lockable;
 };
 
-// Releases a lock that the thread holds while it exists, and acquires it again after that. For what
-// must run unlocked inside the scope of a ScopedLock.
+// RAII guard: releases a lock that the thread holds and acquires it again at the end of the scope.
+// For code that must run without the lock inside the scope of a ScopedLock.
 template <typename Lockable>
 class SCOPED_CAPABILITY ScopedUnlock {
  public:
   explicit ScopedUnlock(Lockable& lockable) RELEASE(lockable) : m_lockable(lockable) {
     m_lockable.unlock();
   }
-  // Rationale: RELEASE() ends the scope, which for this class means that the lock is held again.
+  // Rationale: on a destructor, RELEASE() means the end of the scope. For this class, the lock is
+  // held again then.
   ~ScopedUnlock() RELEASE() { m_lockable.lock(); }
   ScopedUnlock(const ScopedUnlock&) = delete;
   ScopedUnlock& operator=(const ScopedUnlock&) = delete;
@@ -75,19 +77,21 @@ class SCOPED_CAPABILITY ScopedUnlock {
   Lockable& m_lockable;
 };
 
-// Lets threads that hold a mutex wait until others have changed what it guards. Waits may end for
-// no reason, so the caller checks what it waits for in a loop:
+// Condition variable: a thread that holds a mutex waits until another thread has changed the data
+// that the mutex guards. A wait may end without a notification (spurious wakeup), so wait in a
+// loop:
 //
 //   while (m_queue.empty()) m_changed.wait(m_lock);
 //
-// All waits on one condition at a time use the same mutex. Notify while holding it: then a thread
-// that finds the change may destroy the condition at once.
+// Waits at the same time on one condition must use the same mutex. Notify while holding the mutex:
+// then a thread that has seen the change may destroy the condition immediately.
 class Condition {
  public:
   Condition() = default;
   Condition(const Condition&) = delete;
   Condition& operator=(const Condition&) = delete;
 
+  // Wake one waiting thread, or all of them.
   void notifyOne() noexcept { m_condition.notify_one(); }
   void notifyAll() noexcept { m_condition.notify_all(); }
 
@@ -97,11 +101,11 @@ class Condition {
     m_condition.wait(held.lock);
   }
 
-  // As wait(), but not longer than until `deadline`. Returns false when the deadline has passed.
-  // Clock::time_point::max() is no deadline.
+  // Like wait(), but ends at `deadline` at the latest and then returns false. For
+  // Clock::time_point::max(), there is no deadline.
   bool waitUntil(Mutex& mutex, Clock::time_point deadline) REQUIRES(mutex) {
     Native held(mutex);
-    // The system's calls may not take the end of time.
+    // The system's calls may fail for the largest time.
     if (deadline == Clock::time_point::max()) {
       m_condition.wait(held.lock);
       return true;
@@ -110,7 +114,7 @@ class Condition {
   }
 
  private:
-  // The held mutex in the form that the library takes; it stays held.
+  // Passes the mutex, which is held before and after, to the library as a std::unique_lock.
   struct Native {
     explicit Native(Mutex& mutex) : lock(mutex.m_mutex, std::adopt_lock) {}
     ~Native() { lock.release(); }

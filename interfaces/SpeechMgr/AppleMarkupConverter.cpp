@@ -131,10 +131,10 @@ PositionMap AppleMarkupConverter::getPositions() {
   // the prefix counts as inserted before its first byte, the reset as inserted after its last.
   PositionMap ofText;
   const auto length = static_cast<std::uint32_t>(m_original.size());
-  ofText.replaced(static_cast<std::uint32_t>(prefix), 0, 0);
-  ofText.copied(length, 0);
-  ofText.replaced(static_cast<std::uint32_t>(kReset.size()), length, length);
-  return inBase.after(ofText);
+  ofText.addReplacement(static_cast<std::uint32_t>(prefix), 0, 0);
+  ofText.addCopied(length, 0);
+  ofText.addReplacement(static_cast<std::uint32_t>(kReset.size()), length, length);
+  return inBase.composeAfter(ofText);
 }
 
 // ---- Operations that the passes share

@@ -259,7 +259,7 @@ void convert_text(speech_channel* channel, AppleMarkupConverter& amc) REQUIRES(c
   // which may be held for a few instructions only.
   offsets->offset(0);
   std::unique_ptr<PositionMap> positions;
-  if (exact) positions = std::make_unique<PositionMap>(amc.getPositions().after(prepared));
+  if (exact) positions = std::make_unique<PositionMap>(amc.getPositions().composeAfter(prepared));
   LeafLock held(channel->job_state.leaf);
   channel->text_offsets = offsets.release();
   channel->text_positions = positions.release();

@@ -4,7 +4,7 @@
 #include <algorithm>
 
 // A run that continues the last one extends it, so a text without changes is a single run.
-void PositionMap::copied(std::uint32_t length, std::uint32_t origin) {
+void PositionMap::addCopied(std::uint32_t length, std::uint32_t origin) {
   if (length == 0) return;
   const bool continues = !m_runs.empty() && m_runs.back().isCopied() &&
                          m_runs.back().origin + (m_length - m_runs.back().start) == origin;
@@ -12,7 +12,7 @@ void PositionMap::copied(std::uint32_t length, std::uint32_t origin) {
   m_length += length;
 }
 
-void PositionMap::replaced(std::uint32_t length, std::uint32_t origin, std::uint32_t end) {
+void PositionMap::addReplacement(std::uint32_t length, std::uint32_t origin, std::uint32_t end) {
   if (length == 0) return;
   const bool continues =
       !m_runs.empty() && m_runs.back().origin == origin && m_runs.back().end == end;
@@ -44,7 +44,7 @@ std::uint32_t PositionMap::originEnd(std::uint32_t position) const {
 
 // Walks this map's runs and looks up the origin of each in `first`: time is linear in the number of
 // runs, times a binary search.
-PositionMap PositionMap::after(const PositionMap& first) const {
+PositionMap PositionMap::composeAfter(const PositionMap& first) const {
   PositionMap whole;
   whole.reserve(m_runs.size() + first.m_runs.size());
   for (std::size_t i = 0; i < m_runs.size(); ++i) {
@@ -55,7 +55,7 @@ PositionMap PositionMap::after(const PositionMap& first) const {
       // insertion.
       const std::uint32_t from = first.origin(run.origin);
       const bool standsForBytes = run.end > run.origin;
-      whole.replaced(length, from, standsForBytes ? first.originEnd(run.end - 1) : from);
+      whole.addReplacement(length, from, standsForBytes ? first.originEnd(run.end - 1) : from);
       continue;
     }
     // A copied run is split where the runs of the text that it was copied from begin.
@@ -64,16 +64,16 @@ PositionMap PositionMap::after(const PositionMap& first) const {
       if (position >= first.m_length) {
         // The rest was copied from after the end of that text: it stands for no bytes.
         const std::uint32_t from = first.origin(position);
-        whole.replaced(length - done, from, from);
+        whole.addReplacement(length - done, from, from);
         break;
       }
       const std::size_t at = first.runAt(position);
       const Run& inner = first.m_runs[at];
       const std::uint32_t piece = std::min(length - done, first.endOfRun(at) - position);
       if (inner.isCopied()) {
-        whole.copied(piece, inner.origin + (position - inner.start));
+        whole.addCopied(piece, inner.origin + (position - inner.start));
       } else {
-        whole.replaced(piece, inner.origin, inner.end);
+        whole.addReplacement(piece, inner.origin, inner.end);
       }
       done += piece;
     }

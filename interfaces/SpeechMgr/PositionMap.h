@@ -36,11 +36,11 @@ class PositionMap {
   };
 
   // Appends `length` made bytes, copied from the origin's bytes from `origin` on.
-  void copied(std::uint32_t length, std::uint32_t origin);
+  void addCopied(std::uint32_t length, std::uint32_t origin);
 
   // Appends `length` made bytes that together stand for the origin's bytes [origin, end). If `end`
   // equals `origin`, they are an insertion before that byte.
-  void replaced(std::uint32_t length, std::uint32_t origin, std::uint32_t end);
+  void addReplacement(std::uint32_t length, std::uint32_t origin, std::uint32_t end);
 
   // Reserves memory for `runs` runs in total.
   void reserve(std::size_t runs) { m_runs.reserve(runs); }
@@ -63,7 +63,7 @@ class PositionMap {
 
   // Returns the map of a text made in two steps: `first` describes the first step, and the text
   // that it made is the origin of this map.
-  PositionMap after(const PositionMap& first) const;
+  PositionMap composeAfter(const PositionMap& first) const;
 
  private:
   std::size_t runAt(std::uint32_t position) const;

@@ -134,8 +134,8 @@ class Escaper {
   void copyUpTo(std::size_t end) {
     m_result.append(m_text, m_done, end - m_done);
     if (m_positions != nullptr) {
-      m_positions->copied(static_cast<std::uint32_t>(end - m_done),
-                          static_cast<std::uint32_t>(m_done));
+      m_positions->addCopied(static_cast<std::uint32_t>(end - m_done),
+                             static_cast<std::uint32_t>(m_done));
     }
     m_done = end;
   }
@@ -146,9 +146,9 @@ class Escaper {
     m_result.append(with);
     m_done = position + length;
     if (m_positions != nullptr) {
-      m_positions->replaced(static_cast<std::uint32_t>(with.size()),
-                            static_cast<std::uint32_t>(position),
-                            static_cast<std::uint32_t>(m_done));
+      m_positions->addReplacement(static_cast<std::uint32_t>(with.size()),
+                                  static_cast<std::uint32_t>(position),
+                                  static_cast<std::uint32_t>(m_done));
     }
   }
 
@@ -246,9 +246,9 @@ PositionMap expandedPositions(const PositionMap& positions, std::string_view esc
       const std::uint32_t origin = run.isCopied() ? run.origin + (p - run.start) : run.origin;
       const std::uint32_t length = expansionAt(p);
       if (run.isCopied() && length == 1) {
-        expanded.copied(1, origin);
+        expanded.addCopied(1, origin);
       } else {
-        expanded.replaced(length, origin, run.isCopied() ? origin + 1 : run.end);
+        expanded.addReplacement(length, origin, run.isCopied() ? origin + 1 : run.end);
       }
     }
   }
@@ -311,7 +311,7 @@ std::string PreprocessText(unsigned char* text, PositionMap* positions) {
   }
   if (positions != nullptr) {
     *positions = PositionMap();
-    positions->copied(static_cast<std::uint32_t>(given.size()), 0);
+    positions->addCopied(static_cast<std::uint32_t>(given.size()), 0);
   }
   return std::string(given);
 }

@@ -420,7 +420,7 @@ PositionMap TokenList::getPositions() const {
   PositionMap positions;
   std::uint32_t inserted = 0;
   const auto addInserted = [&](std::uint32_t origin) {
-    positions.replaced(inserted, origin, origin);
+    positions.addReplacement(inserted, origin, origin);
     inserted = 0;
   };
   forEachRange([&](const SourceRange& range) {
@@ -429,7 +429,7 @@ PositionMap TokenList::getPositions() const {
       return;
     }
     addInserted(range.from);
-    positions.copied(range.length, range.from);
+    positions.addCopied(range.length, range.from);
   });
   addInserted(static_cast<std::uint32_t>(m_base.size()));
   return positions;

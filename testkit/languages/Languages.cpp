@@ -5,6 +5,8 @@
 #include <array>
 #include <utility>
 
+#include "base/text/Utf8.h"
+
 namespace languages {
 namespace {
 
@@ -70,11 +72,10 @@ constexpr auto kLanguages = std::to_array<Language>({
      "Ferja forlater øya om morgenen og kommer tilbake før natten. Vi bar kassene til låven."},
 });
 
-// The punctuation around words in these texts, in UTF-8.
+// Punctuation next to words in these texts, in UTF-8.
 constexpr auto kPunctuation =
     std::to_array<std::string_view>({".", ",", ";", "?", "!", "'", "«", "»", "¿", "¡"});
 
-// Repeats until nothing changes, since a word may be enclosed by several marks.
 std::string_view withoutPunctuation(std::string_view token) {
   bool changed = true;
   while (std::exchange(changed, false)) {
@@ -90,43 +91,6 @@ std::string_view withoutPunctuation(std::string_view token) {
     }
   }
   return token;
-}
-
-// Removes the first character from `text` and returns it. Sequences of up to three bytes suffice
-// for these texts.
-char32_t takeCharacter(std::string_view& text) {
-  const auto byte = [text](std::size_t i) {
-    return i < text.size() ? static_cast<unsigned char>(text[i]) : 0U;
-  };
-  const unsigned first = byte(0);
-  std::size_t length = 1;
-  char32_t character = first;
-  if (first >= 0xE0) {
-    length = 3;
-    character = ((first & 0x0FU) << 12U) | ((byte(1) & 0x3FU) << 6U) | (byte(2) & 0x3FU);
-  } else if (first >= 0xC0) {
-    length = 2;
-    character = ((first & 0x1FU) << 6U) | (byte(1) & 0x3FU);
-  }
-  text.remove_prefix(std::min(length, text.size()));
-  return character;
-}
-
-// ISO 8859-15 is ISO 8859-1 with eight other characters; the replaced ones become "?".
-char latin9Of(char32_t character) {
-  static constexpr auto kMoved = std::to_array<std::pair<char32_t, unsigned char>>({{0x20AC, 0xA4},
-                                                                                    {0x160, 0xA6},
-                                                                                    {0x161, 0xA8},
-                                                                                    {0x17D, 0xB4},
-                                                                                    {0x17E, 0xB8},
-                                                                                    {0x152, 0xBC},
-                                                                                    {0x153, 0xBD},
-                                                                                    {0x178, 0xBE}});
-  for (const auto& [moved, byte] : kMoved) {
-    if (moved == character) return static_cast<char>(byte);
-    if (byte == character) return '?';
-  }
-  return character < 0x100 ? static_cast<char>(character) : '?';
 }
 
 }  // namespace
@@ -148,14 +112,12 @@ std::vector<std::string> wordsOf(std::string_view text) {
 
 std::u32string charactersOf(std::string_view text) {
   std::u32string characters;
-  while (!text.empty()) characters += takeCharacter(text);
+  while (!text.empty()) {
+    const base::Utf8Character character = base::firstCharacter(text);
+    characters += character.code;
+    text.remove_prefix(base::firstCharacterLength(text));
+  }
   return characters;
-}
-
-std::string latin9(std::string_view text) {
-  std::string converted;
-  for (const char32_t character : charactersOf(text)) converted += latin9Of(character);
-  return converted;
 }
 
 }  // namespace languages

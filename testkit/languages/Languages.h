@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A text in each language that has a voice, rich in letters that English lacks, for the tests that
-// check voices and the program that measures them.
+// One text for each language that has a voice, rich in the letters that English lacks. Used by the
+// tests of spoken voices and by the program that measures pitch.
 //
-// All functions are free of state and may be called on any thread.
+// Pure functions, safe on any thread. They may throw std::bad_alloc.
 #pragma once
 
 #include <span>
@@ -16,22 +16,19 @@ namespace languages {
 struct Language {
   std::string_view locale;       // for example de_DE
   std::string_view synthesiser;  // the synthesiser's name of the language
-  // UTF-8; every character also exists in Mac OS Roman.
-  std::string_view text;   // sentences of all kinds, rich in the language's own letters
-  std::string_view plain;  // statements only, for measures that depend on the melody
+  // UTF-8. Every character exists in Mac OS Roman too.
+  std::string_view text;   // sentences of all kinds, with the language's own letters
+  std::string_view plain;  // statements only, for measures that depend on intonation
 };
 
-// All languages; every locale once.
+// Returns all languages; each locale occurs once.
 std::span<const Language> all();
 
-// The words of a text as the engine reports them: separated by blanks, without the punctuation
-// around them.
+// Returns the words of a UTF-8 text as word events report them: the text is split at blanks, and
+// leading and trailing punctuation is removed.
 std::vector<std::string> wordsOf(std::string_view text);
 
-// The characters of a UTF-8 text, which must be well-formed.
+// Returns the characters of a well-formed UTF-8 text.
 std::u32string charactersOf(std::string_view text);
-
-// UTF-8 as ISO 8859-15; characters that the encoding lacks become "?".
-std::string latin9(std::string_view text);
 
 }  // namespace languages

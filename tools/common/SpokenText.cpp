@@ -17,12 +17,13 @@ using Position = base::OriginText::Position;
 
 constexpr std::size_t kLongestText = std::numeric_limits<std::int32_t>::max();
 
-// Plain forms can make a text longer than it was.
+// Checked during conversion too, since plain forms can make a text longer.
 void checkLength(std::size_t bytes) {
   if (bytes > kLongestText) throw Failure("the text is longer than 2 GiB");
 }
 
-base::OriginText encoded(std::string_view given) {
+// Runs of ASCII are added at once, since most texts consist of them.
+base::OriginText encode(std::string_view given) {
   base::MacRomanEncoder encoder;
   encoder.reserve(given.size());
   for (std::size_t at = 0; at < given.size();) {
@@ -44,18 +45,18 @@ base::OriginText encoded(std::string_view given) {
 
 SpokenText::SpokenText(std::string given, Brackets brackets) : m_given(std::move(given)) {
   checkLength(m_given.size());
-  m_macRoman = encoded(m_given);
+  m_macRoman = encode(m_given);
   if (brackets == Brackets::Text) disarmBrackets();
   checkLength(m_macRoman.size());
 }
 
-// Done to the result, not to the text given: brackets come of several characters.
+// Changes the converted text, not the given one, because several characters become brackets.
 void SpokenText::disarmBrackets() {
   const std::string& text = m_macRoman.text();
   for (std::size_t at = 1; at < text.size(); ++at) {
     if (text[at - 1] == '[' && text[at] == '[') m_macRoman.replace(at, '(');
   }
-  // The last one would meet those of the command that follows every text.
+  // A bracket at the end would form "[[" with the start of the command that follows every text.
   if (text.ends_with('[')) {
     m_macRoman.append(" ", m_macRoman.originOf(text.size() - 1));
     m_macRoman.finish(static_cast<Position>(m_given.size()));

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// SpokenText: a text as the Manager takes it, and the way back to the bytes it came from.
+// SpokenText: the user's text converted for the Manager, with the origin of each byte.
 //
-// The text given is UTF-8, the Manager's is Mac OS Roman. Characters that Mac OS Roman lacks take
-// their plain forms, and accents join their letters: see base/text/MacRomanEncoder.h. A byte that
-// is not part of well-formed UTF-8 is a blank.
+// The given text is UTF-8; the Manager takes Mac OS Roman. Characters that Mac OS Roman lacks are
+// replaced by their plain forms, and accents are combined with their letters: see
+// base/text/MacRomanEncoder.h. A byte that is not part of well-formed UTF-8 becomes a blank.
 //
-// Threads: constant once made.
+// Threads: constant after construction.
 #pragma once
 
 #include <cstddef>
@@ -17,10 +17,10 @@
 
 namespace tool {
 
-// What "[[" does in a text.
+// The meaning of "[[" in a text.
 enum class Brackets {
   Command,  // begins a speech command
-  Text,     // nothing, like all characters: the second one is passed on as a "("
+  Text,     // is ordinary text: the second bracket is passed to the Manager as "("
 };
 
 // A range of bytes of the given text.
@@ -28,20 +28,21 @@ using Slice = base::OriginText::Range;
 
 class SpokenText {
  public:
-  // Throws Failure when the text is longer than the Manager's positions can tell (2 GiB).
+  // Throws Failure if the text is longer than the Manager's positions can express (2 GiB).
   explicit SpokenText(std::string given, Brackets brackets = Brackets::Command);
 
   const std::string& given() const { return m_given; }
   const std::string& macRoman() const { return m_macRoman.text(); }
-  // macRoman() with the position of each byte in given().
+  // Returns macRoman() with the position in given() of each byte.
   const base::OriginText& converted() const { return m_macRoman; }
 
-  // The bytes of the given text that `length` bytes of the Mac OS Roman text from `position` came
-  // from; whole characters, and always inside the text.
+  // Returns the range of given() that `length` bytes of macRoman() from `position` came from. It
+  // consists of whole characters and is always inside the text.
   Slice origin(std::size_t position, std::size_t length) const {
     return m_macRoman.sourceOf(position, length);
   }
 
+  // Returns a range of given(), as a view into it.
   std::string_view givenAt(Slice slice) const {
     return std::string_view(m_given).substr(slice.position, slice.length);
   }

@@ -32,7 +32,7 @@ Character readCharacter(std::string_view text, CFStringEncoding encoding) {
       return {base::fromMacRoman(byte), 1};
     case kCFStringEncodingISOLatin1:
       return {byte, 1};
-    default:
+    default:  // ASCII
       if (byte < 0x80) return {byte, 1};
       return {std::nullopt, 1};
   }
@@ -47,7 +47,7 @@ std::string encodeCharacter(char32_t code, CFStringEncoding encoding) {
       return {};
     case kCFStringEncodingISOLatin1:
       return code <= 0xFF ? byteOf(code) : std::string();
-    default:
+    default:  // ASCII
       return code < 0x80 ? byteOf(code) : std::string();
   }
 }

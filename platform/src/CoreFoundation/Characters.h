@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Characters: reading and writing single characters in the encodings that strings have. Pure
-// functions; base/text knows the encodings themselves.
+// Characters: reads and writes single characters in the encodings of CFStrings, with the tables of
+// base/text. Pure functions, safe on any thread.
 #pragma once
 
 #include <CoreFoundation/CFString.h>
@@ -15,23 +15,24 @@
 
 namespace platform {
 
+// Returns whether strings can have the encoding: UTF-8, Mac OS Roman, ISO 8859-1 or ASCII.
 bool isKnownEncoding(CFStringEncoding encoding);
 
-// One character of a text: its code, and the number of bytes that it takes there. `code` is empty
-// for a byte that is not part of a character; it takes one byte.
+// One character of a text: its code and its length in bytes. For a malformed byte, `code` is empty
+// and `length` is 1.
 struct Character {
   std::optional<char32_t> code;
   std::size_t length;
 
-  // The number of UTF-16 units; one for a byte without a code.
+  // Returns the length in UTF-16 units; 1 for a malformed byte.
   CFIndex units() const { return code ? static_cast<CFIndex>(base::utf16Length(*code)) : 1; }
 };
 
-// The first character of `text`, which is not empty; `encoding` is a known one.
+// Returns the first character of `text`, which must not be empty. `encoding` must be known.
 Character readCharacter(std::string_view text, CFStringEncoding encoding);
 
-// The bytes of a character in an encoding; empty if the encoding lacks it. Allocates no memory: no
-// character is longer than four bytes, which every string has room for.
+// Returns the bytes of a character in a known encoding; empty if the encoding lacks it. Allocates
+// no memory: a character has at most four bytes, which std::string stores in the object.
 std::string encodeCharacter(char32_t code, CFStringEncoding encoding);
 
 }  // namespace platform

@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// TextEncodingConverter: the conversion interface over the table of base/text. A converter has no
-// state between calls; the object exists so that callers own one.
+// TextEncodingConverter: the platform's text conversion interface for Mac OS Roman to ISO 8859-15,
+// on the table of base/text. A converter keeps no state between calls; the object exists because
+// the interface requires one, which the caller owns.
+//
+// Threads: all functions are safe on any thread; a converter must not be used after its disposal.
 #include <ApplicationServices/TextEncodingConverter.h>
 
 #include <algorithm>
@@ -19,8 +22,8 @@ struct OpaqueTECObjectRef {
 
 namespace {
 
-// Copies from the front of `input` while bytes are ASCII, in blocks; returns how many. What is left
-// starts with a block that holds another byte, or is shorter than a block.
+// Copies whole blocks of ASCII from the start of `input` and returns the number of bytes copied.
+// Stops at a block with another byte, or when less than a block is left.
 std::size_t copyPlainBlocks(const UInt8* input, UInt8* output, std::size_t length) {
   constexpr std::size_t kBlock = 32;
   constexpr std::uint64_t kHighBits = 0x8080808080808080U;
@@ -40,7 +43,7 @@ struct Progress {
   ByteCount produced = 0;
 };
 
-// Converts until the input is used up or the next replacement does not fit.
+// Converts up to the end of the input, or until the next replacement does not fit into the output.
 Progress convert(ConstTextPtr input, ByteCount inputLength, TextPtr output,
                  ByteCount outputLength) {
   Progress at;
@@ -50,7 +53,8 @@ Progress convert(ConstTextPtr input, ByteCount inputLength, TextPtr output,
     at.consumed += plain;
     at.produced += plain;
 
-    // A block that is not plain goes through the table whole before blocks are tried again.
+    // Convert a whole block with the table before trying blocks again: the next bytes are likely to
+    // stop the block copy too.
     const ByteCount blockEnd = std::min<ByteCount>(inputLength, at.consumed + 32);
     while (at.consumed < blockEnd) {
       const base::Replacement& replacement = base::kMacRomanToLatin9[input[at.consumed]];

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: Apache-2.0
 #
-# comma_test.sh HOST PLUGIN: speech does not depend on the locale's decimal point. Creates the
-# required locale.
+# comma_test.sh HOST PLUGIN: speech does not depend on the decimal point of the locale. Builds the
+# locale that it needs.
 set -euo pipefail
 
 folder=$(mktemp -d)

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: Apache-2.0
 #
-# hardening_test.sh LIBRARY...: each library is bound at load time and read-only afterwards, and has
-# no executable stack.
+# hardening_test.sh LIBRARY...: all symbols are bound when the library is loaded, relocated data is
+# read-only after that, and the stack is not executable.
 set -euo pipefail
 
 for library in "$@"; do

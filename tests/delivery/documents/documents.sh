@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: Apache-2.0
 #
-# Checks that man pages and completions are valid and contain every option of --help: documents.sh
-# ROOT BIN, where BIN holds the programs. Needs mandoc, zsh and fish.
+# documents.sh ROOT BIN: man pages and completions are valid and contain every option of --help. BIN
+# is the folder with the programs. Needs mandoc, zsh and fish.
 set -uo pipefail
 
 root=$1
@@ -14,7 +14,7 @@ fail() {
   printf 'FAILED: %s\n' "$*"
 }
 
-# The long options that the program's help names.
+# Prints the long options in the program's help.
 options_of() { "$1" --help | grep -oE '(^|[ ,])--[a-z-]+[a-z]' | tr -d ' ,' | sort -u; }
 
 # ---- Every option
@@ -38,12 +38,12 @@ done
 
 # ---- Man pages
 
-mandoc -T lint -W warning "$root"/tools/*/*.1 || fail 'a man page has errors'
+mandoc -T lint -W warning "$root"/tools/*/*.1 || fail 'mandoc reports problems in a man page'
 
 # ---- Completions
 
-# Prints bash's completions of the words.
-complete_in_bash() {
+# Prints the completions that bash offers for the words.
+completed() {
   bash --norc -c '
     source "$1/tools/$2/completions/$2.bash"
     COMP_WORDS=("${@:2}")
@@ -68,8 +68,8 @@ for file in "$root"/tools/*/completions/_*; do
   zsh -f -n "$file" || fail "$file is not valid zsh"
 done
 
-# Prints the first column of fish's completions of the line.
-complete_in_fish() {
+# Prints the completions that fish offers for the line, without their descriptions.
+fished() {
   fish --no-config -c "source '$root/tools/$1/completions/$1.fish'; complete -C'$1 $2'" | cut -f 1
 }
 

@@ -1,14 +1,15 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: Apache-2.0
 #
-# Checks that the files named in the documents exist: links.sh ROOT
+# links.sh ROOT: the files and headings that the documents refer to exist.
 #
 # Checks in every tracked *.md file, outside of fenced blocks:
 #   - relative links and images: the file exists, and a heading for the part after "#";
 #   - code spans that begin with a folder of ROOT, as `tests/README.md`: the path exists. A line
 #     number (":40") and words after a blank ("fuzz/run 60") are not part of the path. Spans with
 #     "*", "{", "<" or "…" are patterns, and are skipped.
-# Results: 0; 1 when something does not exist, one line each, or when nothing was found to check.
+# Prints one line for each that does not exist. Exit status: 0 if all exist; 1 if not, or if nothing
+# was found to check.
 # Backquotes in single quotes are patterns, not commands.
 # shellcheck disable=SC2016
 set -euo pipefail
@@ -23,15 +24,15 @@ fail() {
   printf 'FAILED: %s\n' "$*"
 }
 
-# A copy of the tree without its history has no list of tracked files.
+# Without a git repository there is no list of tracked files.
 if ! documents=$(git -C "$root" ls-files '*.md' 2>/dev/null) || [[ -z $documents ]]; then
   documents=$(cd "$root" && find . -path ./build -prune -o -name '*.md' -print | sed 's|^\./||')
 fi
 
-# The lines of a file that are not in a fenced block.
+# Prints the lines of a file that are not in a fenced block.
 prose() { awk '/^ *```/ { fenced = !fenced; next } !fenced' "$1"; }
 
-# The name that a page of headings gives to each of them: lower case, blanks as hyphens, without
+# Prints the anchors of the headings in a file: lower case, with hyphens for blanks, without
 # punctuation.
 anchors() {
   prose "$1" | sed -n 's/^##* //p' | tr '[:upper:]' '[:lower:]' | tr -d '\r' |
@@ -90,6 +91,6 @@ while IFS= read -r document; do
 done <<<"$documents"
 
 echo "$links links, $paths paths"
-# A tree without links or paths is not the project.
+# If nothing was found to check, ROOT is wrong.
 ((links > 0 && paths > 0)) || fail 'no link or no path was found'
 ((failures == 0))

@@ -1,11 +1,11 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: Apache-2.0
 #
-# Checks that docs/messages.md lists every error message of the command line tools: messages.sh ROOT
+# messages.sh ROOT: docs/messages.md lists every error message of the command line tools.
 #
 # Finds the string literals in statements that throw Failure or std::invalid_argument, or that call a
-# function that does. A message is put together from several literals and variables; each literal of
-# six characters or more must be on the page.
+# function that does. Messages are composed of literals and variables; each literal of six characters
+# or more must be on the page.
 set -uo pipefail
 
 root=$1

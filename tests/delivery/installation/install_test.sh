@@ -2,8 +2,7 @@
 # SPDX-License-Identifier: Apache-2.0
 #
 # Tests an installation: install_test.sh WHAT BUILD FOLDER. `install` installs the build tree BUILD
-# under FOLDER/prefix; the other tests use that. Only the voices and plug-ins of the installation
-# are used.
+# under FOLDER/prefix; the others use that. Only voices and plug-ins of the installation are used.
 set -euo pipefail
 
 here=$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")
@@ -19,7 +18,7 @@ fail() {
   exit 1
 }
 
-# Checks that $1 is a readable audio file of at least $2 bytes.
+# check_sound FILE SIZE: FILE is a readable sound file of at least SIZE bytes.
 check_sound() {
   [[ -s $1 && $(head -c 4 "$1") == FORM && $(stat -c %s "$1") -ge $2 ]] ||
     fail "$1 is not an audio file of at least $2 bytes"

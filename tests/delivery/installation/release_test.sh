@@ -1,14 +1,14 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: Apache-2.0
 #
-# release_test.sh ROOT FOLDER: scripts/release produces identical files from the same commit in two
-# folders, and rejects a tree with changes. Builds the project twice.
+# release_test.sh ROOT FOLDER: scripts/release makes the same bytes from the same commit in two
+# folders, and fails for a tree with uncommitted changes. Builds the project twice.
 set -euo pipefail
 
 here=$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")
 root=$1
 folder=$2/release
-# A compiler cache may contain objects from other folders.
+# Disable the compiler cache, whose objects may have been compiled in other folders.
 export CCACHE_DISABLE=1
 unset SOURCE_DATE_EPOCH KAVREL_PACKAGE_CONTACT
 
@@ -17,7 +17,7 @@ fail() {
   exit 1
 }
 
-# Creates a repository of the current tree, with a commit that is always the same.
+# Creates a repository with the present tree in one commit, which is the same every time.
 new_repository() {
   mkdir -p "$1"
   tar -C "$root" --exclude=./build --exclude=./.git -c . | tar -x -C "$1"
@@ -55,6 +55,6 @@ for kind in tar.gz deb spdx.json; do
 done
 python3 "$here/check_sbom.py" "$folder"/first/*.spdx.json "$one"
 
-# No file in the package has the time of the build.
+# No time in the package is the time of the build.
 package=("$folder"/first/*.deb)
 if TZ=UTC dpkg-deb -c "${package[0]}" | grep -v ' 2026-01-02 '; then fail 'The package has other times.'; fi

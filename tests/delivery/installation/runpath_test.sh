@@ -13,7 +13,7 @@ failures=0
 
 # Returns whether an element of a RUNPATH is allowed.
 allowed() {
-  # The literal text "$ORIGIN" in the file.
+  # The literal text "$ORIGIN", as the file contains it.
   # shellcheck disable=SC2016
   case $1 in
     '$ORIGIN' | '$ORIGIN/'*) return 0 ;;
@@ -26,7 +26,7 @@ while IFS= read -r -d '' file; do
   [[ $(head -c 4 "$file" | tr -d '\0') == $'\x7fELF' ]] || continue
   files=$((files + 1))
   while IFS= read -r runpath; do
-    # The added colon keeps an empty last element.
+    # The colon keeps an empty element at the end.
     rest=$runpath:
     while [[ -n $rest ]]; do
       element=${rest%%:*}

@@ -18,7 +18,7 @@ expect() {
 }
 
 expect 'project() line' 1 "$(grep -c "^project(KavrelSpeech VERSION $version " "$root/CMakeLists.txt")"
-# The latest release in the change log; unreleased changes precede it.
+# The first release in the change log. Only the section of unreleased changes comes before it.
 expect 'CHANGELOG.md' "$version" \
   "$(sed -n 's/^## \[\([0-9][0-9.]*\)\] - [0-9]\{4\}-[0-9][0-9]-[0-9][0-9]$/\1/p' "$root/CHANGELOG.md" | head -n 1)"
 

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: Apache-2.0
 #
-# Checks that every source file is formatted according to .clang-format: format.sh CLANG_FORMAT ROOT
+# format.sh CLANG_FORMAT ROOT: every source file is formatted according to .clang-format.
 set -euo pipefail
 cd "$2"
 find base bench engine fuzz interfaces platform testkit tests tools \

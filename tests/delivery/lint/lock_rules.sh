@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: Apache-2.0
 #
-# Checks that a layer keeps the rules of its locks, and that a breach is detected: lock_rules.sh
-# CLANG++ ROOT base|plugin|engine|platform|tools
+# lock_rules.sh CLANG++ ROOT base|plugin|engine|platform|tools: a layer follows its lock annotations,
+# and clang reports each violation in broken_rules.cpp.
 set -uo pipefail
 
 compiler=$1
@@ -46,7 +46,7 @@ for source in "${sources[@]}"; do
   compile "${options[@]}" "$source" || failures=$((failures + 1))
 done
 
-# Rule 0 is the correct code.
+# RULE 0 is code without a violation.
 broken=$root/tests/delivery/lint/broken_rules.cpp
 rules=(0)
 [[ $layer == plugin ]] && rules+=(1 2 3 4 5 6)
@@ -55,10 +55,10 @@ for rule in "${rules[@]}"; do
   said=$(compile -DRULE="$rule" "$broken" 2>&1)
   status=$?
   if ((rule == 0 && status != 0)); then
-    echo "the correct code is rejected: $said"
+    echo "code without a violation is rejected: $said"
     failures=$((failures + 1))
   elif ((rule > 0)) && [[ $said != *Wthread-safety* ]]; then
-    echo "breaking rule $rule is not detected: $said"
+    echo "the violation of rule $rule is not reported: $said"
     failures=$((failures + 1))
   fi
 done

@@ -1,8 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: Apache-2.0
 #
-# pre_commit_test.sh ROOT: scripts/pre-commit rejects a commit for errors in staged files, and for
-# nothing else.
+# pre_commit_test.sh ROOT: scripts/pre-commit stops a commit because of staged contents only.
 set -uo pipefail
 
 root=$1
@@ -21,8 +20,7 @@ commit() {
     commit -q -m 'A change' 2>"$work/.git/err"
 }
 
-# stops WHAT MESSAGE: the commit of the staged files fails with MESSAGE. Afterwards nothing is
-# staged.
+# stops WHAT MESSAGE: the commit fails with the message. Nothing is staged afterwards.
 stops() {
   if commit || ! grep -qF -- "$2" .git/err; then
     echo "FAILED: a commit with $1: $(<.git/err)"
@@ -45,7 +43,7 @@ passes 'the hook itself'
 printf '// %s\nint one();\n' "$spdx" >good.cpp
 printf '#!/bin/sh\n# %s\necho one\n' "$spdx" >good
 git add good.cpp good
-passes 'sound files'
+passes 'correct files'
 
 printf '// %s\nint   one( ) ;\n' "$spdx" >bad.cpp
 git add bad.cpp
@@ -55,16 +53,16 @@ printf 'int one();\n' >bad.cpp
 git add bad.cpp
 stops 'a source without a licence' 'bad.cpp: has no SPDX'
 
-# The text of a script, including its variable.
+# The variable is part of the script.
 # shellcheck disable=SC2016
 printf '#!/bin/sh\n# %s\necho $1\n' "$spdx" >bad
 git add bad
-stops 'a careless script' 'bad: shellcheck objects'
+stops 'a careless script' 'bad: has shellcheck findings'
 
-# Only staged changes count.
+# Changes that are not staged are ignored.
 printf '// %s\nint two();\n' "$spdx" >good.cpp
 git add good.cpp
 printf 'int   two' >good.cpp
-passes 'a sound file that has worse changes in the working tree'
+passes 'a correct file with incorrect changes in the working tree'
 
 exit $((failures > 0))

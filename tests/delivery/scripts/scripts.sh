@@ -3,9 +3,9 @@
 #
 # Tests of ./say and ./check: scripts.sh ROOT
 #
-# Each test runs a copy of the scripts with a PATH on which the programs that install, configure,
-# build and test are stand-ins: each records its call, then behaves as the test case requires.
-# Variables in single quotes belong to a stand-in; each case runs in its own shell.
+# They run a copy of the scripts. PATH has replacements for the programs that install, configure,
+# build and test: each records its call and does what the test case needs.
+# Variables in single quotes belong to a replacement; each case runs in its own shell.
 # shellcheck disable=SC2016,SC2030,SC2031
 set -uo pipefail
 
@@ -14,9 +14,10 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 failures=0
 
-# ---- The stand-ins
+# ---- Setup
 
-# Creates the stand-in $1: it records its arguments, then runs the script on standard input.
+# program NAME: creates a program that records its arguments and then runs the script on standard
+# input.
 program() {
   {
     echo '#!/bin/bash'
@@ -26,7 +27,7 @@ program() {
   chmod +x "$stage/bin/$1"
 }
 
-# Creates a tree without a build, on a machine with every package.
+# Creates a tree without a build, on a machine with all packages.
 new_stage() {
   stage=$(mktemp -d "$work/stage XXXX")
   tree="$stage/tree"
@@ -47,8 +48,7 @@ echo 'much build output'
 END
 }
 
-# Creates a ctest whose report has the given counts of tests, failures and skipped tests, and whose
-# exit status is $4.
+# Creates a ctest with a report of tests, failures and skipped tests, and with an exit status.
 ctest_reporting() {
   program ctest <<END
 while [ "\$1" != --output-junit ]; do shift; done
@@ -69,7 +69,7 @@ exit $4
 END
 }
 
-# Runs a script of the tree. Sets out, err and status, and clears the list of calls first.
+# Runs a script of the tree; sets out, err and status. Clears the list of calls first.
 run() {
   : >"$CALLS"
   PATH="$stage/bin:$PATH" "$tree/$1" "${@:2}" >"$stage/out" 2>"$stage/err" </dev/null
@@ -92,7 +92,7 @@ not_called() { ! called "$1"; }
 is() { [[ $1 == "$2" ]]; }
 contains() { [[ $1 == *"$2"* ]]; }
 
-# ---- The test cases
+# ---- Cases
 
 say_builds_and_passes_its_arguments() {
   run say -v Maren 'two words' ''
@@ -262,8 +262,7 @@ check_fails_when_the_build_fails() {
 
 for current in $(compgen -A function | grep -E '^(say|check)_'); do
   new_stage
-  # A subshell isolates the folder and variables of a case; its exit status is the number of
-  # failures.
+  # In its own shell, for its folder and variables. The exit status is the number of failures.
   (
     failures=0
     "$current"

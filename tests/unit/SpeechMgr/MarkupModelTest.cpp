@@ -465,10 +465,10 @@ TEST(Converter, ReturnsIndexZeroWhenNoCommandFollows) {
 
 TEST(PositionMap, MapsCopiedReplacedAndInsertedBytes) {
   PositionMap map;
-  map.copied(2, 0);       // "ab"
-  map.replaced(5, 2, 3);  // "&amp;"
-  map.replaced(3, 3, 3);  // "<b>"
-  map.copied(1, 3);       // "d"
+  map.addCopied(2, 0);          // "ab"
+  map.addReplacement(5, 2, 3);  // "&amp;"
+  map.addReplacement(3, 3, 3);  // "<b>"
+  map.addCopied(1, 3);          // "d"
   EXPECT_EQ(map.length(), 11u);
   EXPECT_EQ(map.origin(1), 1u);
   EXPECT_EQ(map.origin(4), 2u);
@@ -489,13 +489,13 @@ TEST(PositionMap, ReturnsZeroWhenItIsEmpty) {
 
 TEST(PositionMap, ComposesTwoSteps) {
   PositionMap first;  // "a&b" to "a&amp;b"
-  first.copied(1, 0);
-  first.replaced(5, 1, 2);
-  first.copied(1, 2);
+  first.addCopied(1, 0);
+  first.addReplacement(5, 1, 2);
+  first.addCopied(1, 2);
   PositionMap second;  // "a&amp;b" to "<x>&amp;b"
-  second.replaced(3, 1, 1);
-  second.copied(6, 1);
-  const PositionMap both = second.after(first);
+  second.addReplacement(3, 1, 1);
+  second.addCopied(6, 1);
+  const PositionMap both = second.composeAfter(first);
   std::vector<std::uint32_t> origins;
   for (std::uint32_t p = 0; p < both.length(); ++p) origins.push_back(both.origin(p));
   EXPECT_THAT(origins, ElementsAre(1, 1, 1, 1, 1, 1, 1, 1, 2));

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Compares the 8-bit character sets with ICU's converters.
+// Compares the tables of the 8-bit character sets with ICU's converters.
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -16,7 +16,7 @@
 
 namespace {
 
-// The character of each byte, converted by ICU.
+// Returns the character of each byte, according to ICU.
 std::u16string charactersOf(const char* encoding) {
   UErrorCode error = U_ZERO_ERROR;
   const std::unique_ptr<UConverter, decltype(&ucnv_close)> converter(ucnv_open(encoding, &error),
@@ -32,7 +32,7 @@ std::u16string charactersOf(const char* encoding) {
   return characters;
 }
 
-TEST(Latin9, AgreesWithIcuInBothDirections) {
+TEST(Latin9, EqualsIcuInBothDirections) {
   const std::u16string expected = charactersOf("iso-8859-15");
   ASSERT_EQ(expected.size(), 256U);
   for (unsigned i = 0; i < 256; ++i) {
@@ -51,7 +51,7 @@ TEST(Latin9, HasNoByteForAnyOtherCharacter) {
   }
 }
 
-TEST(MacRoman, AgreesWithIcuInBothDirections) {
+TEST(MacRoman, EqualsIcuInBothDirections) {
   const std::u16string expected = charactersOf("macintosh");
   ASSERT_EQ(expected.size(), 256U);
   for (unsigned i = 0; i < 256; ++i) {

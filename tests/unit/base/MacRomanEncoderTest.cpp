@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+//
+// Conversion of whole texts to Mac OS Roman: accents, number forms, origins, ASCII runs.
 #include <string>
 #include <string_view>
 
@@ -13,8 +15,8 @@ using base::MacRomanEncoder;
 using base::OriginText;
 using testing::ElementsAre;
 
-// Origins count characters.
-OriginText encoded(std::u32string_view text) {
+// Encodes a text; origins count its characters.
+OriginText encode(std::u32string_view text) {
   MacRomanEncoder encoder;
   OriginText::Position at = 0;
   for (const char32_t character : text) encoder.add(character, at++);
@@ -22,10 +24,10 @@ OriginText encoded(std::u32string_view text) {
 }
 
 std::string macRoman(std::u32string_view text) {
-  return encoded(text).text();
+  return encode(text).text();
 }
 
-TEST(MacRomanEncoder, CombinesALetterAndItsAccents) {
+TEST(MacRomanEncoder, CombinesALetterWithItsAccents) {
   EXPECT_EQ(macRoman(U"cafe\u0301"), "caf\x8E");
   EXPECT_EQ(macRoman(U"a\u0323\u0302"), "\x89");
   EXPECT_EQ(macRoman(U"a\u0302\u0323"), "\x89");
@@ -34,12 +36,12 @@ TEST(MacRomanEncoder, CombinesALetterAndItsAccents) {
   EXPECT_EQ(macRoman(U"o\u0308\u0304y"), "\x9Ay");
 }
 
-TEST(MacRomanEncoder, DoesNotCombineAccentsWithOtherLetters) {
+TEST(MacRomanEncoder, CombinesAccentsOnlyWithTheCharacterDirectlyBefore) {
   EXPECT_EQ(macRoman(U"e\u200B\u0301"), "e");
   EXPECT_EQ(macRoman(U"e \u0301"), "e ");
 }
 
-TEST(MacRomanEncoder, SeparatesNumbersFromPrecedingDigits) {
+TEST(MacRomanEncoder, SeparatesNumberFormsFromDigitsBefore) {
   EXPECT_EQ(macRoman(U"5\u00BD cups"), "5 1/2 cups");
   EXPECT_EQ(macRoman(U"10\u00B9\u00B2"), "10 12");
   EXPECT_EQ(macRoman(U"m\u00B2"), "m2");
@@ -49,7 +51,7 @@ TEST(MacRomanEncoder, SeparatesNumbersFromPrecedingDigits) {
 }
 
 TEST(MacRomanEncoder, RecordsTheOriginOfEachByte) {
-  const OriginText text = encoded(U"e\u0301\u00BD\u00ADx");
+  const OriginText text = encode(U"e\u0301\u00BD\u00ADx");
   ASSERT_EQ(text.text(),
             "\x8E"
             "1/2x");
@@ -80,7 +82,7 @@ TEST(MacRomanEncoder, IsEmptyAfterEachText) {
 
 TEST(MacRomanEncoder, EncodesAMillionAccentsOnOneLetter) {
   const std::u32string text = U"e" + std::u32string(1'000'000, char32_t{0x301});
-  const OriginText result = encoded(text);
+  const OriginText result = encode(text);
   EXPECT_EQ(result.text(), "\x8E");
   EXPECT_EQ(result.sourceOf(0, 1).length, text.size());
 }

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+//
+// Origins of copied, replaced and inserted bytes, and the ranges of the source that they came from.
 #include <string>
 
 #include <gmock/gmock.h>
@@ -11,7 +13,7 @@ namespace {
 using base::OriginText;
 using testing::ElementsAre;
 
-// A range as "position+length".
+// Returns the source of a range, as "position+length".
 std::string source(const OriginText& text, std::size_t position, std::size_t length) {
   const OriginText::Range range = text.sourceOf(position, length);
   return std::to_string(range.position) + "+" + std::to_string(range.length);
@@ -29,10 +31,10 @@ TEST(OriginText, KeepsThePositionsOfACopy) {
   EXPECT_EQ(source(text, 1, 3), "1+3");
 }
 
-TEST(OriginText, MapsEveryByteOfAReplacementToItsSource) {
+TEST(OriginText, ReturnsTheWholeSourceOfAnyByteOfAReplacement) {
   OriginText text;
   text.appendCopy("a", 0);
-  text.append("->", 1);  // three bytes of the source
+  text.append("->", 1);  // replaces three bytes of the source
   text.appendCopy("bc", 4);
   text.finish(6);
   EXPECT_THAT(text.origins(), ElementsAre(0, 1, 1, 4, 5));
@@ -42,7 +44,7 @@ TEST(OriginText, MapsEveryByteOfAReplacementToItsSource) {
   EXPECT_EQ(source(text, 3, 2), "4+2");
 }
 
-TEST(OriginText, CountsRemovedTextToThePrecedingCharacter) {
+TEST(OriginText, AssignsVanishedSourceToTheCharacterBefore) {
   OriginText text;
   text.appendCopy("xy", 0);
   text.appendCopy("z", 5);
@@ -103,7 +105,7 @@ TEST(OriginText, KeepsTheOriginOfAReplacedByte) {
   EXPECT_THAT(text.origins(), ElementsAre(4, 5));
 }
 
-TEST(OriginText, IsEmptyOnceCleared) {
+TEST(OriginText, IsEmptyAfterClear) {
   OriginText text;
   text.append("ab", 7);
   text.clear();

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+//
+// Forms of single characters, for all of Unicode and by examples of each kind.
 #include <cstdint>
 #include <string>
 
@@ -16,13 +18,13 @@ std::string form(char32_t character) {
   return macRoman;
 }
 
-TEST(PlainForms, AreInMacOsRomanWithoutControlCharacters) {
+TEST(PlainForms, AreShortAndWithoutControlCharacters) {
   for (char32_t code = 0; code <= 0x110000; ++code) {
     if (code != 0 && base::toMacRoman(code)) continue;
     const std::string text = form(code);
     ASSERT_LE(text.size(), 32U) << std::uint32_t{code};
     if (code == 0x85 || code == 0x2028 || code == 0x2029) {
-      EXPECT_EQ(text, "\n") << std::uint32_t{code};  // line ends are kept
+      EXPECT_EQ(text, "\n") << std::uint32_t{code};  // line separators become a line feed
       continue;
     }
     for (const char c : text) {
@@ -32,14 +34,14 @@ TEST(PlainForms, AreInMacOsRomanWithoutControlCharacters) {
   }
 }
 
-TEST(PlainForms, AreAppendedToTheText) {
+TEST(PlainForms, AreAppended) {
   std::string text = "a";
   base::appendPlainForm(text, U'\u65E5');
   base::appendPlainForm(text, U'\u00BD');
   EXPECT_EQ(text, "a 1/2");
 }
 
-TEST(PlainForms, AreTheCharacterItselfWhereMacOsRomanHasIt) {
+TEST(PlainForms, AreTheCharacterItselfIfMacOsRomanHasIt) {
   for (unsigned byte = 1; byte < 256; ++byte) {
     EXPECT_EQ(form(base::fromMacRoman(static_cast<std::uint8_t>(byte))),
               std::string(1, static_cast<char>(byte)));
@@ -54,7 +56,7 @@ TEST(PlainForms, AreEmptyForCharactersWithoutWidth) {
   }
 }
 
-TEST(PlainForms, AreABlankForCharactersWithoutAPlainForm) {
+TEST(PlainForms, AreABlankForCharactersWithoutAForm) {
   for (const char32_t code :
        {0x0U, 0x80U, 0xA4U, 0x3B1U, 0x416U, 0x5D0U, 0xAC01U, 0x65E5U, 0x3220U, 0xFDFAU, 0xD800U,
         0xDFFFU, 0xE000U, 0xFFFFU, 0x1F600U, 0x110000U, 0xFFFFFFFFU}) {
@@ -62,7 +64,7 @@ TEST(PlainForms, AreABlankForCharactersWithoutAPlainForm) {
   }
 }
 
-TEST(PlainForms, AreWhatPeopleTypeInstead) {
+TEST(PlainForms, AreTheCustomaryOnes) {
   const struct {
     char32_t character;
     const char* form;
@@ -128,17 +130,17 @@ TEST(PlainForms, AreWhatPeopleTypeInstead) {
     EXPECT_EQ(form(row.character), row.form) << std::hex << std::uint32_t{row.character};
 }
 
-TEST(PlainForms, CombineLettersWithTheAccentsOfMacOsRoman) {
+TEST(PlainForms, CombineAccentsIfMacOsRomanHasTheResult) {
   EXPECT_EQ(base::withAccent(U'e', 0x301), U'\u00E9');
   EXPECT_EQ(base::withAccent(U'x', 0x301), U'x');
   EXPECT_EQ(base::withAccent(U'=', 0x338), U'\u2260');
   EXPECT_EQ(base::withAccent(U'\u1EA1', 0x302), U'\u00E2');  // a with a dot below
   EXPECT_EQ(base::withAccent(U'\u00E4', 0x304), U'\u00E4');
-  EXPECT_EQ(base::withAccent(U'i', 0x344), U'\u00EF');  // diaeresis and acute in one
+  EXPECT_EQ(base::withAccent(U'i', 0x344), U'\u00EF');  // one mark of diaeresis and acute
   EXPECT_EQ(base::withAccent(0, 0x301), 0U);
 }
 
-TEST(PlainForms, RecogniseMarksAndNumbers) {
+TEST(PlainForms, DistinguishMarksAndNumbers) {
   EXPECT_TRUE(base::isCombiningMark(0x301));
   EXPECT_FALSE(base::isCombiningMark('e'));
   EXPECT_FALSE(base::isCombiningMark(0xFFFFFFFF));

@@ -1,4 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
+//
+// Mutex, scoped locks and Condition. Tests that wait have generous limits, so a busy machine does
+// not fail them.
 #include <array>
 #include <chrono>
 #include <thread>
@@ -21,14 +24,14 @@ namespace {
 NEVER_DESTROYED constinit Mutex globalLock;
 int globalCount GUARDED_BY(globalLock) = 0;
 
-// Set by the constructor of a global, which may run before any other constructor.
+// Uses the mutex during the initialisation of a global, which may run before any other.
 const bool usedEarly = [] {
   const ScopedLock held(globalLock);
   ++globalCount;
   return true;
 }();
 
-// A lock that counts its operations.
+// A lock that counts its calls.
 class CAPABILITY("counting lock") CountingLock {
  public:
   void lock() ACQUIRE() { ++locked; }
@@ -37,7 +40,7 @@ class CAPABILITY("counting lock") CountingLock {
   int unlocked = 0;
 };
 
-// A number that a thread waits for.
+// A counter that threads can wait for.
 class Counter {
  public:
   void add() EXCLUDES(m_lock) {
@@ -46,7 +49,7 @@ class Counter {
     m_changed.notifyAll();
   }
 
-  // Returns false if the count has not reached `wanted` within `limit`.
+  // Returns false if the count has not reached `wanted` before `limit`.
   bool waitFor(int wanted, Clock::time_point limit) EXCLUDES(m_lock) {
     const ScopedLock held(m_lock);
     while (m_count < wanted) {
@@ -68,7 +71,7 @@ class Counter {
 
 }  // namespace
 
-TEST(Mutex, IsUsableByConstructorsOfGlobals) {
+TEST(Mutex, CanBeGlobalAndUsedBeforeMain) {
   const ScopedLock held(globalLock);
   EXPECT_TRUE(usedEarly);
   EXPECT_EQ(globalCount, 1);
@@ -126,7 +129,7 @@ TEST(ScopedUnlock, ReleasesUntilItsScopeEnds) {
   EXPECT_EQ(lock.unlocked, 2);
 }
 
-TEST(ScopedUnlock, AllowsAnotherThreadToLockMeanwhile) {
+TEST(ScopedUnlock, LetsAnotherThreadAcquireTheLock) {
   Mutex lock;
   int value = 0;
   const ScopedLock held(lock);
@@ -182,7 +185,7 @@ TEST(Condition, ReleasesTheMutexDuringAWaitAndHoldsItAfterwards) {
   std::thread other;
   {
     const ScopedLock held(lock);
-    // Gets the mutex only because the wait below releases it.
+    // Acquires the mutex only because the wait below releases it.
     other = std::thread([&] {
       const ScopedLock own(lock);
       inside = true;
@@ -222,7 +225,7 @@ TEST(Condition, IsWokenBeforeTheDeadline) {
   other.join();
 }
 
-TEST(Condition, WaitsWithoutADeadlineAtTheEndOfTime) {
+TEST(Condition, WaitsWithoutLimitForTheLargestDeadline) {
   Counter counter;
   std::thread other([&] {
     std::this_thread::sleep_for(std::chrono::milliseconds(20));

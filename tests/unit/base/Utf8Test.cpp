@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+//
+// UTF-8 and UTF-16: every scalar value, and every kind of malformed sequence.
 #include <cstdint>
 #include <string>
 
@@ -9,7 +11,7 @@
 
 namespace {
 
-TEST(Utf8, ReadsBackEveryCharacterThatItWrites) {
+TEST(Utf8, ReadsEveryCharacterThatItWrites) {
   for (char32_t code = 0; code <= 0x10FFFF; ++code) {
     if (!base::isScalarValue(code)) continue;
     const std::string text = base::toUtf8(code) + "x";
@@ -30,12 +32,12 @@ TEST(Utf8, WritesTheShortestForm) {
   EXPECT_EQ(base::toUtf8(0x10FFFF), "\xF4\x8F\xBF\xBF");
 }
 
-TEST(Utf8, RejectsMalformedBytes) {
+TEST(Utf8, RejectsMalformedSequences) {
   for (const char* malformed : {
            "\x80",
            "\xBF",
            "\xFE",
-           "\xFF",  // never a first byte
+           "\xFF",  // never the first byte
            "\xC0\xAF",
            "\xC1\xBF",
            "\xE0\x9F\xBF",
@@ -58,7 +60,7 @@ TEST(Utf8, RejectsMalformedBytes) {
   }
 }
 
-TEST(Utf8, ReadsNoByteAfterTheText) {
+TEST(Utf8, DoesNotReadAfterTheEnd) {
   const std::string euro = "\xE2\x82\xAC";
   EXPECT_EQ(base::firstCharacter(std::string_view(euro).substr(0, 2)).length, 0U);
   EXPECT_EQ(base::firstCharacter(euro).code, U'\u20AC');
@@ -69,7 +71,7 @@ TEST(Utf8, CountsCharacters) {
   EXPECT_EQ(base::countCharacters("a\u00E9\u20AC\U0001F600"), 4U);
 }
 
-TEST(Utf16, ReadsBackEveryPair) {
+TEST(Utf16, ConvertsEveryPairBack) {
   for (char32_t code = 0x10000; code <= 0x10FFFF; ++code) {
     const char16_t lead = base::leadSurrogate(code);
     const char16_t trail = base::trailSurrogate(code);

@@ -52,7 +52,7 @@ std::size_t CommandList::callerEnd(std::size_t end) const {
 
 std::string CommandList::callerTextOf(std::size_t start, std::size_t end) const {
   const std::size_t from = callerStart(start);
-  return m_text.shown(from, std::max(from, callerEnd(end)));
+  return m_text.displayText(from, std::max(from, callerEnd(end)));
 }
 
 }  // namespace ssml

@@ -271,8 +271,8 @@ std::vector<ExplainedCommand> explain(const SourceText& text, const ConversionOp
     const std::size_t start = explainer.list().callerStart(command.start);
     const std::size_t end = std::max(start, explainer.list().callerEnd(command.end));
     location = text.locationAfter(location, start);
-    result.push_back(
-        {location, end - start, text.shown(start, end), kKinds.at(number(command.type)), became});
+    result.push_back({location, end - start, text.displayText(start, end),
+                      kKinds.at(number(command.type)), became});
   }
   return result;
 }

@@ -11,19 +11,18 @@
 namespace ssml {
 namespace {
 
-// Converts to UTF-8 and carries the origins over, run by run. A replaced run has one origin for all
-// of its bytes.
+// Converts to UTF-8 and keeps the origins, run by run. All bytes of a replaced run have one origin.
 base::OriginText utf8Of(const std::string& latin9, const PositionMap& origins) {
-  base::OriginText traced;
+  base::OriginText utf8;
   for (std::size_t run = 0; run < origins.runs().size(); ++run) {
     for (std::uint32_t at = origins.runs()[run].start; at < origins.endOfRun(run); ++at) {
       const auto byte = static_cast<unsigned char>(latin9[at]);
       const PositionMap::Run& from = origins.runs()[run];
-      traced.append(base::toUtf8(base::fromLatin9(byte)),
-                    from.isCopied() ? from.origin + (at - from.start) : from.origin);
+      utf8.append(base::toUtf8(base::fromLatin9(byte)),
+                  from.isCopied() ? from.origin + (at - from.start) : from.origin);
     }
   }
-  return traced;
+  return utf8;
 }
 
 }  // namespace
@@ -40,7 +39,7 @@ std::variant<base::OriginText, Fault> convert(const SourceText& text,
   try {
     AppleMarkupConverter converter = converterFor(text, options);
     const std::string converted = converter.getConvertedText();
-    return utf8Of(converted, converter.getPositions().after(text.origins()));
+    return utf8Of(converted, converter.getPositions().composeAfter(text.origins()));
   } catch (const AppleSynthesisError& error) {
     const FaultFinder finder(text, options);
     return error.getErrorType() == BAD_PHONE_SEQUENCE

@@ -2,7 +2,7 @@
 //
 // Conversion: runs the plug-in's converter once, and locates the fault in a text that it rejects.
 //
-// Pure functions.
+// Pure functions, safe on any thread.
 #pragma once
 
 #include <optional>

@@ -101,7 +101,7 @@ Fault FaultFinder::findRefusedCommand(const std::string& kind) const {
   if (!m_list.isClosed(commands.back())) {
     const std::size_t start = m_list.callerStart(commands.back().start);
     return {kind, start,
-            "the command " + quote(m_text.shown(start, m_text.size())) + " is not closed"};
+            "the command " + quote(m_text.displayText(start, m_text.size())) + " is not closed"};
   }
   const auto culprit =
       std::partition_point(commands.begin(), commands.end() - 1,

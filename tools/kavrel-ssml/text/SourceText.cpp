@@ -20,27 +20,28 @@ namespace {
 
 constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
 
-// Bounds what preparation can make of a text: up to five bytes of one.
+// Limits the length of the prepared text, since preparation makes up to five bytes of one.
 constexpr std::size_t kLongestText = std::numeric_limits<std::int32_t>::max() / 6;
 
 std::uint32_t narrow(std::size_t position) {
   return static_cast<std::uint32_t>(position);
 }
 
+// A byte that came from one byte is a copy; any other stands for its whole source range.
 PositionMap originsOf(const base::OriginText& text) {
   PositionMap origins;
   for (std::size_t i = 0; i < text.size(); ++i) {
     const base::OriginText::Range range = text.sourceOf(i, 1);
     if (range.length == 1) {
-      origins.copied(1, narrow(range.position));
+      origins.addCopied(1, narrow(range.position));
     } else {
-      origins.replaced(1, narrow(range.position), narrow(range.position + range.length));
+      origins.addReplacement(1, narrow(range.position), narrow(range.position + range.length));
     }
   }
   return origins;
 }
 
-// ISO 8859-15 in Mac OS Roman, with plain forms for the characters that are missing there.
+// Converts ISO 8859-15 to Mac OS Roman, with plain forms for characters that Mac OS Roman lacks.
 base::OriginText macRomanOfLatin9(std::string_view given) {
   base::MacRomanEncoder encoder;
   encoder.reserve(given.size());
@@ -70,7 +71,7 @@ SourceText::SourceText(std::string given, Encoding encoding)
 
 void SourceText::prepare(const base::OriginText& macRoman) {
   prepare(macRoman.text());
-  m_origins = m_origins.after(originsOf(macRoman));
+  m_origins = m_origins.composeAfter(originsOf(macRoman));
 }
 
 void SourceText::prepare(std::string macRoman) {
@@ -92,25 +93,27 @@ SourceLocation SourceText::locationOf(std::size_t position) const {
   return locationAfter({0, 1, 1}, position);
 }
 
+// A carriage return before a line feed does not end a line, so that the two count as one line end.
+// In UTF-8, continuation bytes do not count as columns.
 SourceLocation SourceText::locationAfter(SourceLocation known, std::size_t position) const {
-  SourceLocation place = known;
-  place.position = std::min(position, m_given.size());
-  for (std::size_t i = known.position; i < place.position; ++i) {
+  SourceLocation location = known;
+  location.position = std::min(position, m_given.size());
+  for (std::size_t i = known.position; i < location.position; ++i) {
     const auto byte = static_cast<unsigned char>(m_given[i]);
     const bool endsLine =
         byte == '\n' || (byte == '\r' && (i + 1 == m_given.size() || m_given[i + 1] != '\n'));
     const bool continues = m_encoding == Encoding::Utf8 && base::isContinuation(m_given[i]);
     if (endsLine) {
-      ++place.line;
-      place.column = 1;
+      ++location.line;
+      location.column = 1;
     } else if (!continues) {
-      ++place.column;
+      ++location.column;
     }
   }
-  return place;
+  return location;
 }
 
-std::string SourceText::shown(std::size_t start, std::size_t end) const {
+std::string SourceText::displayText(std::size_t start, std::size_t end) const {
   std::string_view rest = std::string_view(m_given).substr(start, end - start);
   std::string result;
   while (!rest.empty()) {

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// SourceText: the text of a file in one of several encodings, as the converter takes it, and the
-// way back to the bytes of the file.
+// SourceText: the text of a file in one of several encodings, prepared for the converter, with the
+// origin of each byte in the file.
 //
-// Every text goes the way that a client's text goes: it becomes Mac OS Roman, and is prepared from
-// there. UTF-8 and ISO 8859-15 have characters that Mac OS Roman lacks; those take the plain forms
-// of base/text/PlainForms.h. A NUL is a blank.
+// Every text is processed like a client's text: it is converted to Mac OS Roman and then prepared.
+// Characters of UTF-8 and ISO 8859-15 that Mac OS Roman lacks are replaced by the plain forms of
+// base/text/PlainForms.h. A NUL becomes a blank.
 //
-// Threads: constant once made. Positions count bytes of the file.
+// Threads: constant after construction. Positions count bytes of the file.
 #pragma once
 
 #include <cstddef>
@@ -20,7 +20,8 @@ namespace ssml {
 
 enum class Encoding { Utf8, MacRoman, Latin9 };
 
-// A position as people count. Lines end with a line feed, a carriage return, or both in this order.
+// A position with line and column. A line ends with a line feed, a carriage return, or a carriage
+// return and a line feed.
 struct SourceLocation {
   std::size_t position;  // bytes, from 0
   std::size_t line;      // from 1
@@ -29,27 +30,29 @@ struct SourceLocation {
 
 class SourceText {
  public:
-  // Throws tool::Failure when the text is longer than positions can tell.
+  // Throws tool::Failure if the text is longer than positions can express.
   SourceText(std::string given, Encoding encoding);
 
   std::size_t size() const { return m_given.size(); }
 
-  // What the converter takes: ISO 8859-15 with escapes.
+  // Returns the converter's input: ISO 8859-15 with escapes.
   const std::string& prepared() const { return m_prepared; }
-  // Of each byte of prepared().
+  // Returns the origins of the bytes of prepared().
   const PositionMap& origins() const { return m_origins; }
 
-  // The caller's position of the byte `at` of prepared(), which may be its end.
+  // Returns the file position of the byte at `at` of prepared(); the size of the file if `at` is
+  // the end of prepared() or after it.
   std::size_t originOf(std::size_t at) const;
-  // Where the caller's bytes end for prepared bytes that end at `end`.
+  // Returns the file position of the end of the bytes that prepared() up to `end` came from.
   std::size_t originEndOf(std::size_t end) const;
 
+  // Returns line and column of `position`, in linear time from the start.
   SourceLocation locationOf(std::size_t position) const;
-  // The place of `position`, which is not in front of `known`.
+  // Does the same from a known location, which must not be after `position`.
   SourceLocation locationAfter(SourceLocation known, std::size_t position) const;
 
-  // The caller's bytes `start` … `end` − 1 in UTF-8; a byte that is no character is U+FFFD.
-  std::string shown(std::size_t start, std::size_t end) const;
+  // Returns the bytes [start, end) of the file in UTF-8, with U+FFFD for each malformed byte.
+  std::string displayText(std::size_t start, std::size_t end) const;
 
  private:
   void prepare(std::string macRoman);

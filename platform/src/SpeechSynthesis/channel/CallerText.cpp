@@ -25,7 +25,7 @@ CallerText::CallerText(CFStringRef string) : m_isString(true) {
   encoder.reserve(string->bytes.size());
   CFIndex unit = 0;
   for (std::string_view rest = string->bytes; !rest.empty();) {
-    // ASCII is the same in every encoding that strings have: a unit for each byte.
+    // ASCII is the same in every encoding of strings, with one unit per byte.
     if (const std::size_t ascii = base::asciiLength(rest); ascii > 0) {
       encoder.addAscii(rest.substr(0, ascii), static_cast<Position>(unit));
       unit += static_cast<CFIndex>(ascii);
@@ -40,6 +40,7 @@ CallerText::CallerText(CFStringRef string) : m_isString(true) {
   m_text = encoder.finish(static_cast<Position>(unit));
 }
 
+// Drops the cached string, which does not contain the new bytes.
 void CallerText::append(const void* text, unsigned long bytes) {
   m_string = Owned<CFStringRef>();
   const std::size_t before = m_text.size();

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// CallerText: a text as its caller gave it, and as the synthesizer gets it.
+// CallerText: a caller's text, and its form for the synthesizer.
 //
-// A synthesizer takes Mac OS Roman up to a NUL. A caller's bytes stay as they are, except for NULs,
-// which become blanks. A caller's string is converted by base/text/MacRomanEncoder.h: characters
-// that Mac OS Roman lacks take their plain forms. Positions in the converted text are reported in
-// the caller's units: bytes of the buffer, UTF-16 units of the string.
+// A synthesizer takes Mac OS Roman that ends at a NUL. Bytes from a caller are used unchanged,
+// except that each NUL becomes a blank. A string is converted by base/text/MacRomanEncoder.h:
+// characters that Mac OS Roman lacks are replaced by their plain forms. Positions in the converted
+// text are reported in the caller's units: bytes of the buffer, or UTF-16 units of the string.
 //
-// Threads: one at a time.
+// Threads: one thread at a time may use an object. Failure: std::bad_alloc.
 #pragma once
 
 #include <CoreFoundation/CFString.h>
@@ -23,31 +23,31 @@ namespace platform {
 class CallerText {
  public:
   CallerText() = default;
-  // Copies.
+  // Copies `bytes` bytes.
   CallerText(const void* text, unsigned long bytes);
-  // Holds a count of `string`, which is not null.
+  // Retains `string`, which must not be null.
   explicit CallerText(CFStringRef string);
 
-  // What is spoken.
+  // Returns the text for the synthesizer.
   const std::string& bytes() const { return m_text.text(); }
 
   bool isString() const { return m_isString; }
 
-  // Appends bytes; to a text of bytes only.
+  // Appends a copy of the bytes. The text must have been made from bytes, not from a string.
   void append(const void* text, unsigned long bytes);
 
-  // A part of bytes() in the caller's units. Characters without width belong to the character
-  // before them. Beyond the end of bytes(), every byte counts as one unit.
+  // Converts a range of bytes() into the caller's units. Characters without width belong to the
+  // character before them. After the end of bytes(), every byte counts as one unit.
   CFRange inCallersUnits(unsigned long position, unsigned long length) const;
 
-  // The caller's string; of a text of bytes, one that holds them. Null when out of memory. The text
-  // owns it.
+  // Returns the caller's string, or a string made from the caller's bytes. Null when out of memory.
+  // This object owns the string.
   CFStringRef string();
 
  private:
   CFIndex unitAt(std::size_t position) const;
 
-  base::OriginText m_text;  // origins are the caller's units
+  base::OriginText m_text;  // origins in the caller's units
   bool m_isString = false;
   Owned<CFStringRef> m_string;
 };

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The Manager's SpeakCFString and kavrel-say give every character the same plain form.
+// Compares the two conversions of a string to Mac OS Roman: the Manager's for SpeakCFString
+// (platform::CallerText) and that of kavrel-say (tool::SpokenText). Both must give the same bytes
+// for every character up to U+2FFF, and for letters with combining accents.
 #include <cstdint>
 #include <string>
 
@@ -12,7 +14,7 @@
 
 namespace {
 
-// The Manager's text for a string of `utf8`.
+// Returns the Manager's text for a string made from `utf8`.
 std::string byManager(const std::string& utf8) {
   const platform::Owned string(
       CFStringCreateWithBytes(nullptr, reinterpret_cast<const UInt8*>(utf8.data()),
@@ -29,7 +31,7 @@ TEST(PlainForms, AreTheSameForStringsAndForTheTools) {
     const std::string text = "a" + base::toUtf8(code) + "z";
     const std::string spoken = byManager(text);
     ASSERT_EQ(spoken, byTool(text)) << std::uint32_t{code};
-    // Both ends are present, so the whole text was converted.
+    // The last character exists, so the whole text was converted.
     ASSERT_TRUE(spoken.size() >= 2 && spoken.back() == 'z') << std::uint32_t{code};
   }
 }

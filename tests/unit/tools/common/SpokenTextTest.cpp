@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The text that the tools pass to the Manager, and the mapping back to the user's bytes.
+// Conversion of the user's text for the Manager, and the mapping of positions back to the user's
+// bytes.
 #include <string>
 
 #include <gtest/gtest.h>
@@ -18,8 +19,8 @@ std::string macRoman(const std::string& given) {
   return SpokenText(given).macRoman();
 }
 
-// The part of the user's text that became `length` bytes of the Manager's text from `position`.
-std::string given(const SpokenText& text, std::size_t position, std::size_t length) {
+// Returns the user's text from which `length` bytes of the Manager's text at `position` came.
+std::string userText(const SpokenText& text, std::size_t position, std::size_t length) {
   return std::string(text.givenAt(text.origin(position, length)));
 }
 
@@ -42,28 +43,28 @@ TEST_P(PlainForms, ReplaceCharactersThatMacOsRomanLacks) {
   EXPECT_EQ(macRoman(GetParam().given), GetParam().expected);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    SpokenText, PlainForms,
-    testing::Values(PlainForm{"\u0142", "l"},           // crossed l
-                    PlainForm{"\u0151", "o"},           // double accent
-                    PlainForm{"\u2192", "->"},          // arrow
-                    PlainForm{"\u2116", "No"},          // numero
-                    PlainForm{"\u2011", "-"},           // hard hyphen
-                    PlainForm{"\u65E5\u672C", "  "},    // no form
-                    PlainForm{"\U0001F600", " "},       // no form
-                    PlainForm{"\u00A4", " "},           // its byte is the euro sign
-                    PlainForm{"co\u00ADop", "coop"},    // soft hyphen
-                    PlainForm{"\uFEFFx\u200By", "xy"},  // no width
-                    PlainForm{"e\u0301", "\x8E"},       // two characters, one letter
-                    PlainForm{"x\u0301", "x"},          // an accent that the letter lacks
-                    PlainForm{"?", "?"}));
+INSTANTIATE_TEST_SUITE_P(SpokenText, PlainForms,
+                         testing::Values(PlainForm{"\u0142", "l"},         // crossed l
+                                         PlainForm{"\u0151", "o"},         // double accent
+                                         PlainForm{"\u2192", "->"},        // arrow
+                                         PlainForm{"\u2116", "No"},        // numero
+                                         PlainForm{"\u2011", "-"},         // hard hyphen
+                                         PlainForm{"\u65E5\u672C", "  "},  // no form
+                                         PlainForm{"\U0001F600", " "},     // no form
+                                         PlainForm{"\u00A4", " "},         // its byte is the euro's
+                                         PlainForm{"co\u00ADop", "coop"},  // soft hyphen
+                                         PlainForm{"\uFEFFx\u200By", "xy"},  // no width
+                                         PlainForm{"e\u0301",
+                                                   "\x8E"},  // letter and accent: one letter
+                                         PlainForm{"x\u0301", "x"},  // no such letter
+                                         PlainForm{"?", "?"}));
 
 TEST(SpokenText, HasABlankForEveryByteThatIsNotUtf8) {
   EXPECT_EQ(macRoman("a\xFFz"), "a z");
   EXPECT_EQ(macRoman("a\xC3"), "a ");
   EXPECT_EQ(macRoman("\xE2\x82z"), "  z");
   EXPECT_EQ(macRoman("\xC0\xAF"), "  ");            // overlong
-  EXPECT_EQ(macRoman("\xED\xA0\x80"), "   ");       // a surrogate
+  EXPECT_EQ(macRoman("\xED\xA0\x80"), "   ");       // surrogate
   EXPECT_EQ(macRoman("\xF4\x90\x80\x80"), "    ");  // above U+10FFFF
 }
 
@@ -74,24 +75,24 @@ TEST(SpokenText, HasABlankForNul) {
 TEST(SpokenText, FindsTheBytesThatEachWordCameFrom) {
   const SpokenText text("caf\u00E9 \U0001F600 d\u00E9j\u00E0");
   ASSERT_EQ(text.macRoman().size(), 11U);
-  EXPECT_EQ(given(text, 0, 4), "caf\u00E9");
-  EXPECT_EQ(given(text, 5, 1), "\U0001F600");
-  EXPECT_EQ(given(text, 7, 4), "d\u00E9j\u00E0");
+  EXPECT_EQ(userText(text, 0, 4), "caf\u00E9");
+  EXPECT_EQ(userText(text, 5, 1), "\U0001F600");
+  EXPECT_EQ(userText(text, 7, 4), "d\u00E9j\u00E0");
 }
 
-TEST(SpokenText, FindsTheWholeCharacterForAnyPartOfItsPlainForm) {
+TEST(SpokenText, FindsTheWholeCharacterOfAnyPartOfItsPlainForm) {
   const SpokenText text("a\u2192b");
   ASSERT_EQ(text.macRoman(), "a->b");
-  EXPECT_EQ(given(text, 1, 1), "\u2192");
-  EXPECT_EQ(given(text, 2, 1), "\u2192");
-  EXPECT_EQ(given(text, 0, 2), "a\u2192");
-  EXPECT_EQ(given(text, 3, 1), "b");
+  EXPECT_EQ(userText(text, 1, 1), "\u2192");
+  EXPECT_EQ(userText(text, 2, 1), "\u2192");
+  EXPECT_EQ(userText(text, 0, 2), "a\u2192");
+  EXPECT_EQ(userText(text, 3, 1), "b");
 }
 
-TEST(SpokenText, CountsRemovedTextToThePrecedingCharacter) {
+TEST(SpokenText, AssignsVanishedTextToTheCharacterBefore) {
   const SpokenText text("x\u0301y");
-  EXPECT_EQ(given(text, 0, 1), "x\u0301");
-  EXPECT_EQ(given(text, 1, 1), "y");
+  EXPECT_EQ(userText(text, 0, 1), "x\u0301");
+  EXPECT_EQ(userText(text, 1, 1), "y");
 }
 
 TEST(SpokenText, NeverPointsOutsideTheText) {

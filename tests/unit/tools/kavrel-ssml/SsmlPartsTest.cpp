@@ -81,9 +81,9 @@ TEST(SourceText, CountsColumnsInCharacters) {
 }
 
 TEST(SourceText, ShowsTheCallersBytesInUtf8) {
-  EXPECT_EQ(SourceText("\x8E", Encoding::MacRoman).shown(0, 1), "\u00E9");
-  EXPECT_EQ(SourceText("\xA4", Encoding::Latin9).shown(0, 1), "\u20AC");
-  EXPECT_EQ(SourceText("\xFF", Encoding::Utf8).shown(0, 1), "\uFFFD");
+  EXPECT_EQ(SourceText("\x8E", Encoding::MacRoman).displayText(0, 1), "\u00E9");
+  EXPECT_EQ(SourceText("\xA4", Encoding::Latin9).displayText(0, 1), "\u20AC");
+  EXPECT_EQ(SourceText("\xFF", Encoding::Utf8).displayText(0, 1), "\uFFFD");
 }
 
 }  // namespace
