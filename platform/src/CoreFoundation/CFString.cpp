@@ -177,7 +177,7 @@ CFIndex CFStringGetBytes(CFStringRef string, CFRange range, CFStringEncoding enc
       const std::string encoded = encodeWithLoss(character, encoding, lossByte);
       const auto length = static_cast<CFIndex>(encoded.size());
       if (length == 0 || (buffer != nullptr && length > maxBufLen - used)) break;
-      if (buffer != nullptr) std::memcpy(buffer + used, encoded.data(), encoded.size());
+      if (buffer != nullptr) std::copy(encoded.begin(), encoded.end(), buffer + used);
       used += length;
       converted += character.units();
     }
