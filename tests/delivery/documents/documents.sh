@@ -43,7 +43,7 @@ mandoc -T lint -W warning "$root"/tools/*/*.1 || fail 'mandoc reports problems i
 # ---- Completions
 
 # Prints the completions that bash offers for the words.
-completed() {
+complete_in_bash() {
   bash --norc -c '
     source "$1/tools/$2/completions/$2.bash"
     COMP_WORDS=("${@:2}")
@@ -69,7 +69,7 @@ for file in "$root"/tools/*/completions/_*; do
 done
 
 # Prints the completions that fish offers for the line, without their descriptions.
-fished() {
+complete_in_fish() {
   fish --no-config -c "source '$root/tools/$1/completions/$1.fish'; complete -C'$1 $2'" | cut -f 1
 }
 
