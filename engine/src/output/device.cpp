@@ -229,8 +229,13 @@ void DeviceStream::markLost() {
   m_lost.store(true, std::memory_order_release);
 }
 
+// cubeb aborts the process if it starts a stream whose server has exited and the client library has
+// not noticed that yet, which is likely after a pause. Stopping the stopped stream once more
+// changes nothing, but asks the server and waits for its reply, so that markLost() has run if there
+// is none.
 bool DeviceStream::start() {
-  return cubeb_stream_start(m_handle->stream) == CUBEB_OK;
+  cubeb_stream_stop(m_handle->stream);
+  return !isLost() && cubeb_stream_start(m_handle->stream) == CUBEB_OK;
 }
 
 void DeviceStream::stop() {
