@@ -32,6 +32,7 @@ void execKavrelSsml(const tool::SpokenText& text, std::optional<int> rate) {
   std::vector<std::string> words = {"kavrel-ssml", "--from", "macroman", "--volume", "100"};
   if (rate) words.insert(words.end(), {"--rate", std::to_string(*rate)});
   std::vector<char*> arguments;
+  arguments.reserve(words.size() + 1);
   for (std::string& word : words) arguments.push_back(word.data());
   arguments.push_back(nullptr);
   ::execv(program.c_str(), arguments.data());

@@ -142,7 +142,7 @@ bool Voice::parse(std::string_view text, std::string& why) {
     const std::string_view content = trimmed(text.substr(0, std::min(text.find('#'), end)));
     text.remove_prefix(std::min(end + 1, text.size()));
     if (content.empty() || readLine(content, seen, why)) continue;
-    why = "line " + std::to_string(line) + ": " + why;
+    why.insert(0, "line " + std::to_string(line) + ": ");
     return false;
   }
   for (const Key& key : keys()) {

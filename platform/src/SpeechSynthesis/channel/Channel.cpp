@@ -300,8 +300,8 @@ OSErr Channel::setOutputFile(CFURLRef url) {
     if (!CFURLGetFileSystemRepresentation(url, true, path.data(), path.size())) return paramErr;
   }
   // The URL must outlive a queued call.
-  CFRetain(url);
-  const std::shared_ptr<const void> kept(url, CFRelease);
+  std::shared_ptr<const void> kept;
+  if (url != nullptr) kept.reset(CFRetain(url), CFRelease);
   return runOrQueue(
       [kept](Channel& channel) { return channel.set(soOutputToFileWithCFURL, kept.get()); });
 }
