@@ -6,6 +6,7 @@
 
 set(KAVREL_LIB_DIR "${PROJECT_BINARY_DIR}/lib")
 set(KAVREL_BIN_DIR "${PROJECT_BINARY_DIR}/bin")
+set(KAVREL_LIBEXEC_DIR "${PROJECT_BINARY_DIR}/libexec/kavrel")
 # Where the Manager looks for plug-ins and voices, relative to the folder of its own library: the
 # same in the build tree and where the project is installed.
 set(KAVREL_SYNTHESIZERS_SUBDIR "speechmanager/Synthesizers")
