@@ -5,6 +5,7 @@
 
 set(KAVREL_LIB_DIR "${PROJECT_BINARY_DIR}/lib")
 set(KAVREL_BIN_DIR "${PROJECT_BINARY_DIR}/bin")
+set(KAVREL_LIBEXEC_DIR "${PROJECT_BINARY_DIR}/libexec/kavrel")
 # The folders in which the Manager searches for plug-ins and voices, relative to the folder with its
 # library. They are the same in the build tree and in an installation.
 set(KAVREL_SYNTHESIZERS_SUBDIR "speechmanager/Synthesizers")

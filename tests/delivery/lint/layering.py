@@ -22,10 +22,12 @@ LAYERS = {
     "engine rate": ["engine/src/sample_rate.h"],
     "engine cst": ["engine/src/cst"],
     "engine text": ["engine/src/text"],
+    "engine synth protocol": ["engine/src/synth/synth_protocol.h", "engine/src/synth/synth_protocol.cpp"],
     "engine synth": ["engine/src/synth"],
     "engine output": ["engine/src/output"],
     "engine job": ["engine/src/job"],
     "engine api": ["engine/src/api"],
+    "kavrel-synth": ["engine/kavrel-synth"],
     "platform interface": ["platform/include"],
     "platform": ["platform/src"],
     "plug-in": ["interfaces/SpeechMgr"],
@@ -40,11 +42,13 @@ ALLOWED = {
     "engine rate": set(),
     "engine cst": {"base", "engine interface"},
     "engine text": ENGINE_COMMON,
-    "engine synth": ENGINE_COMMON | {"engine text"},
+    "engine synth protocol": {"base"},
+    "engine synth": ENGINE_COMMON | {"engine text", "engine synth protocol"},
     "engine output": ENGINE_COMMON,
     "engine job": ENGINE_COMMON | {"engine text", "engine synth", "engine output"},
     "engine api": ENGINE_COMMON
     | {"engine text", "engine synth", "engine output", "engine job"},
+    "kavrel-synth": {"base", "engine synth protocol"},
     "platform interface": set(),
     "platform": {"base", "platform interface"},
     "plug-in": {"base", "engine interface", "platform interface"},
@@ -66,7 +70,8 @@ SEARCH = [
 ]
 # Libraries that one layer alone may know.
 LIBRARIES = {
-    "espeak-ng/": {"engine synth"},
+    "espeak-ng/": {"engine synth", "kavrel-synth"},
+    "seccomp.h": {"kavrel-synth"},
     "cubeb/": {"engine output"},
     "sndfile.h": {"kavrel-say"},
     "samplerate.h": {"kavrel-say"},

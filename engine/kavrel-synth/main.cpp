@@ -1,0 +1,116 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+//
+// kavrel-synth: speaks for libkavrel, which starts it.
+//
+//   kavrel-synth --voice VOICE    descriptor 0 is a socket, 3 a pipe
+//   kavrel-synth --self-test      tries what the sandbox must refuse; see self_test.h
+//
+// It becomes a template: detaches from the client, starts espeak-ng with one voice, shuts itself in
+// (sandbox.h) and sends Ready. It speaks nothing itself: for each call it forks a worker. So every
+// call begins in the same state, whatever has been spoken before, and its samples depend on nothing
+// but the call and the voice.
+//
+// A worker that ends badly leaves a call half sent. The template then writes its wait status to the
+// pipe and exits, so the client sees the end of the stream and knows why.
+//
+// It exits when the client closes the socket or is idle for long, and at anything odd.
+#include <cstdlib>
+#include <cstring>
+#include <exception>
+#include <string>
+
+#include <poll.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "connection.h"
+#include "sandbox.h"
+#include "self_test.h"
+#include "speaker.h"
+#include "synth/synth_protocol.h"
+#include "worker.h"
+
+namespace {
+
+namespace protocol = kavrel::synth_protocol;
+
+// A copy of the socket in a process that does not use it must not keep the template forever.
+constexpr int kIdleMilliseconds = 10 * 60 * 1000;
+constexpr int kUsageError = 2;
+
+// The client waits for the process that it has started, so that process ends at once. The other one
+// is nobody's child and can disturb no wait of the client.
+bool detach() {
+  const pid_t child = ::fork();
+  if (child > 0) ::_exit(0);
+  return child == 0 && ::chdir("/") == 0;
+}
+
+// Returns when the worker has ended. If the client goes first, ends this process, and with it the
+// worker, whether that speaks, waits for the client, or is stopped.
+void waitFor(pid_t worker) {
+  pollfd watched[] = {{kavrel::connection::openProcess(worker), POLLIN, 0},
+                      {kavrel::connection::kSocket, 0, 0}};
+  while (watched[0].fd >= 0 && watched[0].revents == 0) {
+    if (::poll(watched, 2, -1) < 0) continue;
+    if ((watched[1].revents & (POLLHUP | POLLERR)) != 0) ::_exit(0);
+  }
+  if (watched[0].fd >= 0) ::close(watched[0].fd);
+}
+
+// Returns true if the worker has done its duty.
+bool speak(const kavrel::Sandbox& sandbox, std::uint32_t call, const protocol::Speak& speak,
+           const std::wstring& text) {
+  const pid_t self = ::getpid();
+  const pid_t worker = ::fork();
+  if (worker < 0) return false;
+  if (worker == 0) ::_exit(kavrel::runWorker(sandbox, self, call, speak, text));
+  waitFor(worker);
+  int status = 0;
+  while (::waitpid(worker, &status, 0) != worker) {
+  }
+  if (status == 0) return true;
+  // Nobody reads it if the client is gone.
+  (void)!::write(kavrel::connection::kReport, &status, sizeof(status));
+  return false;
+}
+
+// Serves calls until there is a reason to exit.
+void serve(const kavrel::Sandbox& sandbox) {
+  protocol::FrameReader reader(protocol::Side::Synthesiser);
+  protocol::Frame frame;
+  while (kavrel::connection::receive(reader, frame, kIdleMilliseconds)) {
+    // Its call has ended before it came.
+    if (frame.type == protocol::FrameType::Cancel) continue;
+    const auto call = protocol::readSpeak(frame);
+    if (!call.has_value()) return;
+    const auto text = protocol::wideOf(call->text);
+    if (!text.has_value() || !speak(sandbox, frame.call, *call, *text)) return;
+  }
+}
+
+void run(const std::string& voice) {
+  protocol::Ready ready;
+  kavrel::Sandbox sandbox;
+  ready.status = kavrel::speaker::start(voice);
+  if (ready.status == protocol::Ready::Status::Ok) {
+    ready.missing = sandbox.enter(kavrel::speaker::dataFolder());
+  }
+  if (!kavrel::connection::sendReady(ready)) return;
+  if (ready.status == protocol::Ready::Status::Ok) serve(sandbox);
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+  if (count == 2 && std::strcmp(arguments[1], "--self-test") == 0) return kavrel::selfTest();
+  if (count != 3 || std::strcmp(arguments[1], "--voice") != 0) return kUsageError;
+  if (!detach()) return EXIT_FAILURE;
+  try {
+    run(arguments[2]);
+  } catch (const std::exception&) {
+    ::_exit(EXIT_FAILURE);
+  }
+  // espeak-ng's thread still runs, so nothing is torn down.
+  ::_exit(EXIT_SUCCESS);
+}

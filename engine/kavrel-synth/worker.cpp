@@ -1,0 +1,92 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "worker.h"
+
+#include <algorithm>
+#include <csignal>
+
+#include <sys/prctl.h>
+#include <unistd.h>
+
+#include "connection.h"
+#include "speaker.h"
+
+namespace kavrel {
+
+namespace {
+
+namespace protocol = synth_protocol;
+
+// No honest call takes half a second; this ends an endless loop.
+constexpr unsigned kCallSeconds = 5;
+
+// Sends the results and counts them.
+class Sender final : public speaker::Output {
+ public:
+  explicit Sender(std::uint32_t call) : m_call(call) {}
+
+  bool beforeBlock() override {
+    const connection::Meanwhile seen = connection::look(m_call);
+    m_gone = seen == connection::Meanwhile::Gone;
+    return seen == connection::Meanwhile::Nothing;
+  }
+
+  bool onEvents(std::span<const protocol::Event> events) override {
+    m_end.events += static_cast<std::uint32_t>(events.size());
+    while (!events.empty()) {
+      const auto part = events.first(std::min(events.size(), protocol::kMaxEvents));
+      events = events.subspan(part.size());
+      m_bytes.clear();
+      protocol::writeEvents(m_bytes, m_call, part);
+      if (!send()) return false;
+    }
+    return true;
+  }
+
+  bool onSamples(std::span<const std::int16_t> samples) override {
+    m_end.samples += static_cast<std::uint32_t>(samples.size());
+    while (!samples.empty()) {
+      const auto part = samples.first(std::min(samples.size(), protocol::kMaxSamples));
+      samples = samples.subspan(part.size());
+      m_bytes.clear();
+      protocol::writeSamples(m_bytes, m_call, part);
+      if (!send()) return false;
+    }
+    return true;
+  }
+
+  // Returns false if the client is gone.
+  bool end(protocol::End::Status status) {
+    if (m_gone) return false;
+    m_end.status = status;
+    m_bytes.clear();
+    protocol::writeEnd(m_bytes, m_call, m_end);
+    return send();
+  }
+
+ private:
+  bool send() {
+    m_gone = m_gone || !connection::send(m_bytes);
+    return !m_gone;
+  }
+
+  const std::uint32_t m_call;
+  std::vector<std::byte> m_bytes;
+  protocol::End m_end;
+  bool m_gone = false;
+};
+
+}  // namespace
+
+// The parent may have ended before the signal was set.
+int runWorker(const Sandbox& sandbox, pid_t parent, std::uint32_t call,
+              const protocol::Speak& speak, const std::wstring& text) {
+  if (::prctl(PR_SET_PDEATHSIG, SIGKILL, 0, 0, 0) != 0 || ::getppid() != parent) {
+    return kWorkerFailed;
+  }
+  if (!sandbox.enterWorker(kCallSeconds)) return kWorkerFailed;
+  Sender sender(call);
+  const protocol::End::Status status = speaker::speak(speak, text, sender);
+  return sender.end(status) ? kWorkerDone : kWorkerClientGone;
+}
+
+}  // namespace kavrel

@@ -1,0 +1,124 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The client's side of one kavrel-synth: a process that speaks with one voice, in a session of its
+// own, detached from this one. It is never a child of this process for longer than it takes to
+// start, so no wait() of the host ever sees it.
+//
+// Nothing of a call is passed on before the call is complete, so a call that went wrong can be
+// repeated. No function waits longer than its limit, whatever the other process does.
+//
+// Threads: an object is used by one thread at a time. fork() on another thread is safe: the child
+// has no synthesiser processes.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "synth/synth_protocol.h"
+
+namespace kavrel {
+
+class SynthProcess {
+ public:
+  // How long to wait, and how much to take.
+  struct Limits {
+    std::chrono::milliseconds start{5000};    // until it is ready
+    std::chrono::milliseconds silence{5000};  // without a frame during a call
+    std::chrono::milliseconds cancel{30};     // for the end of a cancelled call
+    std::uint64_t samples = std::uint64_t{20} * 60 * 22050;
+  };
+
+  enum class Started {
+    Ready,
+    NoVoice,  // it cannot speak with the voice
+    Failed,
+    Cancelled,
+  };
+
+  enum class Result {
+    Done,
+    Cancelled,
+    Refused,  // it could not speak the call and says so, or the call does not fit into a frame
+    // After these the object is of no use:
+    Killed,   // ended from outside
+    Crashed,  // the call ended it, or took too much CPU time
+    Garbage,  // what it sent is not of the protocol
+    Silent,   // it sent nothing for too long
+  };
+
+  // The results of a call.
+  struct Speech {
+    std::vector<synth_protocol::Event> events;
+    std::vector<std::int16_t> samples;
+  };
+
+  // True cancels what is running. Called often, on the calling thread.
+  using Cancelled = std::function<bool()>;
+
+  // `program` is the absolute path of kavrel-synth.
+  SynthProcess(std::string program, const Limits& limits);
+  // Lets the process exit by itself, unless a call went wrong.
+  ~SynthProcess();
+  SynthProcess(const SynthProcess&) = delete;
+  SynthProcess& operator=(const SynthProcess&) = delete;
+
+  // Starts the process with a voice: a language, or a language, "+" and a variant. Called once.
+  // Sets `why` on failure.
+  Started start(const std::string& voice, const Cancelled& cancelled, std::string& why);
+
+  // The protections that the process lacks, as bits of synth_protocol::Ready.
+  std::uint32_t missingProtections() const { return m_missing; }
+
+  // False if the process has exited while it was idle, or if this process has closed or replaced
+  // its descriptors, as a host may that closes all of them.
+  bool isUsable() const;
+
+  // Speaks one call. `speech` is valid if the result is Done; sets `why` unless it is Done or
+  // Cancelled. May throw std::bad_alloc; the object is of no use then.
+  Result speak(const synth_protocol::Speak& call, const Cancelled& cancelled, Speech& speech,
+               std::string& why);
+
+  // Ends the process at once.
+  void kill();
+
+  // Called in the child of a fork(): closes what all objects of the process hold. Before and after
+  // the fork the two others are called.
+  static void prepareFork();
+  static void afterForkInParent();
+  static void afterForkInChild();
+
+ private:
+  struct Wait;
+  enum class Received { Frame, End, Garbage, Timeout, Cancelled };
+
+  bool connect(int& socket, int& report, std::string& why);
+  bool spawn(const std::string& voice, int socket, int report, std::string& why);
+  void reapStarter(bool failed);
+  Received receive(synth_protocol::Frame& frame, std::chrono::steady_clock::time_point limit,
+                   const Cancelled& cancelled);
+  bool receiveBytes();
+  bool send(const std::vector<std::byte>& bytes, std::chrono::steady_clock::time_point limit);
+  Result collect(std::uint32_t call, const Cancelled& cancelled, Speech& speech, std::string& why);
+  bool take(const synth_protocol::Frame& frame, Speech& speech) const;
+  Result finish(const synth_protocol::Frame& frame, const Speech& speech, std::string& why) const;
+  Result cancelCall(std::uint32_t call, std::string& why);
+  Result ended(std::string& why);
+  void close();
+
+  const std::string m_program;
+  const Limits m_limits;
+  synth_protocol::FrameReader m_reader{synth_protocol::Side::Client};
+  // Descriptors; -1 if there is none.
+  int m_socket = -1;
+  int m_report = -1;   // pipe from which the wait status of a worker is read
+  int m_process = -1;  // the process, for signals
+  std::uint64_t m_socketInode = 0;
+  int m_starter = 0;  // process that this one has to wait for; 0: none
+  std::uint32_t m_call = 0;
+  std::uint32_t m_missing = 0;
+};
+
+}  // namespace kavrel
