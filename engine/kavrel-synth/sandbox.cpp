@@ -181,6 +181,7 @@ bool addRules(Filter& filter) {
                                                  SCMP_SYS(rt_sigreturn),
                                                  SCMP_SYS(rt_sigprocmask),
                                                  SCMP_SYS(getpid),
+                                                 SCMP_SYS(getppid),
                                                  SCMP_SYS(gettid),
                                                  SCMP_SYS(restart_syscall),
                                                  SCMP_SYS(exit),

@@ -17,6 +17,9 @@
 #include <string>
 #include <vector>
 
+#include <sys/types.h>
+
+#include "base/threads/Clock.h"
 #include "synth/synth_protocol.h"
 
 namespace kavrel {
@@ -69,6 +72,7 @@ class SynthProcess {
   // Sets `why` on failure.
   Started start(const std::string& voice, const Cancelled& cancelled, std::string& why);
 
+  const std::string& program() const { return m_program; }
   // The protections that the process lacks, as bits of synth_protocol::Ready.
   std::uint32_t missingProtections() const { return m_missing; }
 
@@ -91,20 +95,20 @@ class SynthProcess {
   static void afterForkInChild();
 
  private:
-  struct Wait;
   enum class Received { Frame, End, Garbage, Timeout, Cancelled };
 
   bool connect(int& socket, int& report, std::string& why);
   bool spawn(const std::string& voice, int socket, int report, std::string& why);
   void reapStarter(bool failed);
-  Received receive(synth_protocol::Frame& frame, std::chrono::steady_clock::time_point limit,
+  Received receive(synth_protocol::Frame& frame, base::Clock::time_point limit,
                    const Cancelled& cancelled);
-  bool receiveBytes();
-  bool send(const std::vector<std::byte>& bytes, std::chrono::steady_clock::time_point limit);
+  ssize_t receiveBytes();
+  bool send(const std::vector<std::byte>& bytes, base::Clock::time_point limit);
   Result collect(std::uint32_t call, const Cancelled& cancelled, Speech& speech, std::string& why);
   bool take(const synth_protocol::Frame& frame, Speech& speech) const;
-  Result finish(const synth_protocol::Frame& frame, const Speech& speech, std::string& why) const;
-  Result cancelCall(std::uint32_t call, std::string& why);
+  Result finish(const synth_protocol::Frame& frame, const Speech& speech, std::string& why);
+  Result cancelCall(std::uint32_t call);
+  Result garbage(std::string& why);
   Result ended(std::string& why);
   void close();
 
@@ -116,7 +120,10 @@ class SynthProcess {
   int m_report = -1;   // pipe from which the wait status of a worker is read
   int m_process = -1;  // the process, for signals
   std::uint64_t m_socketInode = 0;
-  int m_starter = 0;  // process that this one has to wait for; 0: none
+  pid_t m_starter = 0;  // process that this one has to wait for; 0: none
+  int m_starterProcess = -1;
+  bool m_busy = false;    // in the middle of start() or a call
+  bool m_broken = false;  // must be ended
   std::uint32_t m_call = 0;
   std::uint32_t m_missing = 0;
 };

@@ -1,59 +1,21 @@
-// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-License-Identifier: Apache-2.0
 #include "synth/synthesiser.h"
 
-#include <clocale>
+#include <algorithm>
 
-#include <espeak-ng/speak_lib.h>
-#include <unistd.h>
-
-#include "sample_rate.h"
+#include "cst/diag.h"
+#include "synth/synth_pool.h"
 #include "synth/voice.h"
+#include "synth/word_pieces.h"
 
 namespace kavrel {
 
 namespace {
 
-// Length of the blocks that espeak-ng returns. It sizes its event list by this value: with short
-// blocks the list is too small, and events are lost silently.
-constexpr int kBlockMilliseconds = 500;
+namespace protocol = synth_protocol;
 
-// Where the running call stores its results, and who may cancel it. espeak-ng's callback has no
-// argument for them. Used only by the thread that holds the turn.
-SynthAudio* currentAudio = nullptr;
-const SynthesisListener* currentListener = nullptr;
-bool outOfMemory = false;
-
-void takeEvents(const espeak_EVENT* event) {
-  for (; event->type != espeakEVENT_LIST_TERMINATED; ++event) {
-    if (event->type == espeakEVENT_MARK) {
-      // For a mark command, the union holds its number: the name pointer is invalid.
-      currentAudio->addMark(event->id.number, event->sample);
-    } else if (event->type == espeakEVENT_PHONEME) {
-      // The name has no NUL if it fills the array.
-      std::string_view name(event->id.string, sizeof(event->id.string));
-      currentAudio->addPhone(name.substr(0, name.find('\0')), event->sample);
-    }
-  }
-}
-
-// Called by espeak-ng for each block; the result is espeak-ng's.
-extern "C" int onSynthesis(short* samples, int count, espeak_EVENT* events) {
-  constexpr int kContinue = 0;
-  constexpr int kCancel = 1;
-  if (currentAudio == nullptr) return kContinue;
-  if (currentListener->cancelled()) return kCancel;
-  // An exception must not pass through espeak-ng, which is C. call() reports it.
-  try {
-    if (events != nullptr) takeEvents(events);
-    if (samples != nullptr && count >= 0) {
-      currentAudio->addSamples({samples, static_cast<std::size_t>(count)});
-    }
-  } catch (...) {
-    outOfMemory = true;
-    return kCancel;
-  }
-  return kContinue;
-}
+// After a crash or the like, a call is repeated so often before it is spoken word by word.
+constexpr int kRepeats = 1;
 
 void deliverTo(SynthesisListener& listener, const SynthAudio& audio) {
   for (const SynthAudio::Event& event : audio.events()) {
@@ -66,166 +28,130 @@ void deliverTo(SynthesisListener& listener, const SynthAudio& audio) {
   if (!audio.samples().empty()) listener.onSamples(audio.samples());
 }
 
-// espeak-ng sets the process's LC_CTYPE while it starts; this guard restores it.
-class CharacterTypeGuard {
- public:
-  CharacterTypeGuard() {
-    if (const char* const current = std::setlocale(LC_CTYPE, nullptr)) m_saved = current;
-  }
-  ~CharacterTypeGuard() {
-    if (!m_saved.empty()) std::setlocale(LC_CTYPE, m_saved.c_str());
-  }
-  CharacterTypeGuard(const CharacterTypeGuard&) = delete;
-  CharacterTypeGuard& operator=(const CharacterTypeGuard&) = delete;
-
- private:
-  std::string m_saved;
-};
-
-// Commands in a text stay in force after it, so every setting is made before each call.
-void applySettings(const Synthesiser::Settings& settings) {
-  espeak_SetParameter(espeakRATE, settings.rate, 0);
-  // espeak-ng's volume is not linear; SynthAudio::adjust() applies the volume instead.
-  espeak_SetParameter(espeakVOLUME, 100, 0);
-  espeak_SetParameter(espeakPITCH, settings.pitch, 0);
-  espeak_SetParameter(espeakRANGE, settings.range, 0);
-  espeak_SetParameter(espeakPUNCTUATION, espeakPUNCT_NONE, 0);
-  espeak_SetParameter(espeakCAPITALS, 0, 0);
-  espeak_SetParameter(espeakWORDGAP, 0, 0);
+protocol::Speak frameOf(const Synthesiser::Input& input) {
+  protocol::Speak frame;
+  frame.rate = input.settings.rate;
+  frame.pitch = input.settings.pitch;
+  frame.range = input.settings.range;
+  if (input.hasPhones) frame.flags |= protocol::Speak::kPhones;
+  if (input.endPause) frame.flags |= protocol::Speak::kEndPause;
+  frame.text = protocol::utf8Of(input.text);
+  return frame;
 }
 
-// Synchronous: returns after the last callback.
-espeak_ERROR synthesise(const std::wstring& text, unsigned flags) {
-  return espeak_Synth(text.c_str(), (text.size() + 1) * sizeof(wchar_t), 0, POS_CHARACTER, 0,
-                      espeakCHARS_WCHAR | flags, nullptr, nullptr);
+// Appends what a process has spoken.
+void append(SynthAudio& audio, const SynthProcess::Speech& speech) {
+  const auto offset = static_cast<std::int64_t>(audio.samples().size());
+  for (const protocol::Event& event : speech.events) {
+    const std::int64_t sample = offset + event.sample;
+    if (event.mark > 0) {
+      audio.addMark(event.mark, sample);
+    } else {
+      audio.addPhone(event.nameText(), sample);
+    }
+  }
+  audio.addSamples(speech.samples);
 }
 
 }  // namespace
 
-// A plain mutex would let a busy thread take the turn again and again. All waiting threads wake for
-// each turn; they are as few as the ports that speak.
-void TicketLock::waitForTurn() {
-  const base::ScopedLock held(m_lock);
-  const std::uint64_t ticket = m_next++;
-  while (m_serving != ticket) m_changed.wait(m_lock);
-}
+// One call of speak().
+class Synthesiser::Call {
+ public:
+  Call(SynthPool& pool, const Input& input, const Voice& voice, const SynthesisListener& listener)
+      : m_pool(pool),
+        m_input(input),
+        m_voice(voice.synthesiserName()),
+        m_cancelled([&listener] { return listener.cancelled(); }) {}
 
-void TicketLock::endTurn() {
-  const base::ScopedLock held(m_lock);
-  ++m_serving;
-  if (m_serving != m_next) m_changed.notifyAll();
-}
+  // Fills `audio`. A cancelled call counts as a success, without audio.
+  bool run(SynthAudio& audio, std::string& why) {
+    SynthProcess::Speech speech;
+    switch (m_pool.speak(m_voice, frameOf(m_input), kRepeats, m_cancelled, speech, why)) {
+      case SynthPool::Result::Done:
+        append(audio, speech);
+        return true;
+      case SynthPool::Result::Cancelled:
+        return true;
+      case SynthPool::Result::Unspeakable:
+        return runByWords(audio, why);
+      case SynthPool::Result::NoVoice:
+      case SynthPool::Result::Failed:
+        break;
+    }
+    return false;
+  }
+
+ private:
+  // Only the last word has the pause of the call's end.
+  bool runByWords(SynthAudio& audio, std::string& why) {
+    const std::vector<WordPiece> pieces = wordPieces(m_input.text);
+    for (const WordPiece& piece : pieces) {
+      protocol::Speak frame = frameOf(m_input);
+      frame.text = protocol::utf8Of(piece.text);
+      if (&piece != &pieces.back()) frame.flags &= ~protocol::Speak::kEndPause;
+      SynthProcess::Speech speech;
+      const SynthPool::Result result = m_pool.speak(m_voice, frame, 0, m_cancelled, speech, why);
+      if (result == SynthPool::Result::Cancelled) {
+        audio = SynthAudio();
+        return true;
+      }
+      const bool spoken = result == SynthPool::Result::Done;
+      if (!spoken && result != SynthPool::Result::Unspeakable) return false;
+      if (!spoken) reportSkipped(piece, why);
+      appendPiece(audio, piece, speech, spoken);
+    }
+    return true;
+  }
+
+  // A mark that the synthesiser skipped or did not get to is reached where its word begins.
+  static void appendPiece(SynthAudio& audio, const WordPiece& piece,
+                          const SynthProcess::Speech& speech, bool spoken) {
+    const bool reached = spoken && std::ranges::any_of(speech.events, [&](const auto& event) {
+                           return event.mark == piece.mark;
+                         });
+    if (piece.mark > 0 && !reached) {
+      audio.addMark(piece.mark, static_cast<std::int64_t>(audio.samples().size()));
+    }
+    if (spoken) append(audio, speech);
+  }
+
+  void reportSkipped(const WordPiece& piece, const std::string& why) const {
+    KAVREL_DIAG("Synthesiser", "Item %d of a call in voice %s is not spoken: %s.", piece.mark,
+                m_voice.c_str(), why.c_str());
+  }
+
+  SynthPool& m_pool;
+  const Input& m_input;
+  const std::string m_voice;
+  const SynthProcess::Cancelled m_cancelled;
+};
 
 Synthesiser& Synthesiser::shared() {
-  static Synthesiser& synthesiser = *new Synthesiser;
+  static Synthesiser& synthesiser = *new Synthesiser(SynthPool::shared());
   return synthesiser;
 }
 
-bool Synthesiser::startInTurn(std::string& why) {
-  if (m_started) return true;
-  const CharacterTypeGuard guard;
-  // Rationale: espeak-ng plays nothing in this mode, but looks for a sound server once, here. It
-  // has no option against that, and changing PULSE_SERVER is not safe while other threads run.
-  // Without DONT_EXIT, espeak-ng ends the process if its data is missing.
-  const int rate =
-      espeak_Initialize(AUDIO_OUTPUT_SYNCHRONOUS, kBlockMilliseconds, KAVREL_SPEECH_DATA_DIR,
-                        espeakINITIALIZE_PHONEME_EVENTS | espeakINITIALIZE_DONT_EXIT);
-  if (rate != kSampleRate) {
-    why = rate < 0 ? "the synthesiser's data cannot be read in " KAVREL_SPEECH_DATA_DIR
-                   : "the synthesiser has an unexpected sample rate";
-    return false;
-  }
-  espeak_SetSynthCallback(&onSynthesis);
-  m_started = true;
-  return true;
+bool Synthesiser::isReady(const std::string& voice, std::string& why) {
+  return m_pool.prepare(voice, {}, why) == SynthPool::Result::Done;
 }
 
 bool Synthesiser::start(std::string& why) {
-  const base::ScopedLock turn(m_turn);
-  return startInTurn(why);
+  return isReady(Voice().synthesiserName(), why);
 }
 
-// The only sure test of a language is to select it.
 bool Synthesiser::hasVoice(const Voice& voice, std::string& why) {
-  const base::ScopedLock turn(m_turn);
-  if (!startInTurn(why)) return false;
-  if (!selectVoice(voice)) {
-    why = "the synthesiser does not know the language";
-    return false;
-  }
-  // espeak-ng silently ignores a variant that does not exist, so look for its file.
-  const char* data = nullptr;
-  espeak_Info(&data);
-  const std::string file = std::string(data) + "/voices/!v/" + voice.variant();
-  if (!voice.variant().empty() && ::access(file.c_str(), R_OK) != 0) {
-    why = "the synthesiser does not know the variant";
-    return false;
-  }
-  return true;
+  return isReady(voice.synthesiserName(), why);
 }
 
-// Selecting a voice reads its files again, so it is done only if another voice is selected, or if a
-// cancelled call may have left this one in an unfinished state.
-bool Synthesiser::selectVoice(const Voice& voice) {
-  const std::string name = voice.synthesiserName();
-  if (m_currentVoice == name && !m_lastCancelled) return true;
-  m_currentVoice.clear();
-  if (espeak_SetVoiceByName(name.c_str()) != EE_OK) return false;
-  m_currentVoice = name;
-  return true;
-}
-
-// Emphasis is the one command that no setting resets. Every text ends with a command that switches
-// it off, but a cancelled call has not reached its end.
-void Synthesiser::clearEmphasis() {
-  currentAudio = nullptr;
-  synthesise(
-      L"\x01"
-      L"1F ",
-      0);
-  m_lastCancelled = false;
-}
-
-// Only the call itself needs the turn: adjustments run in parallel for several ports.
 bool Synthesiser::speak(const Input& input, const Voice& voice, SynthesisListener& listener,
                         std::string& why) {
   SynthAudio audio;
-  if (!call(input, voice, listener, audio, why)) return false;
+  if (!Call(m_pool, input, voice, listener).run(audio, why)) return false;
+  if (listener.cancelled()) return true;
   audio.adjust(input.adjustments);
   audio.addInnerMarks(input.innerMarks);
   deliverTo(listener, audio);
-  return true;
-}
-
-// Runs espeak-ng on the input. A cancelled call counts as a success.
-bool Synthesiser::call(const Input& input, const Voice& voice, const SynthesisListener& listener,
-                       SynthAudio& audio, std::string& why) {
-  const base::ScopedLock turn(m_turn);
-  // The wait for the turn may have been long.
-  if (listener.cancelled()) return true;
-  if (!startInTurn(why)) return false;
-  if (!selectVoice(voice)) {
-    why = "the synthesiser does not know the voice";
-    return false;
-  }
-  applySettings(input.settings);
-  if (m_lastCancelled) clearEmphasis();
-  currentAudio = &audio;
-  currentListener = &listener;
-  outOfMemory = false;
-  const espeak_ERROR result = synthesise(
-      input.text, (input.hasPhones ? espeakPHONEMES : 0u) | (input.endPause ? espeakENDPAUSE : 0u));
-  currentAudio = nullptr;
-  m_lastCancelled = outOfMemory || result != EE_OK || listener.cancelled();
-  if (outOfMemory) {
-    why = "out of memory";
-    return false;
-  }
-  // espeak-ng reports a cancelled call as a failure.
-  if (result != EE_OK && !listener.cancelled()) {
-    why = "the synthesiser failed";
-    return false;
-  }
   return true;
 }
 

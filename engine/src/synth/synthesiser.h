@@ -1,11 +1,12 @@
-// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-License-Identifier: Apache-2.0
 //
-// The one speech synthesiser of the process, which wraps espeak-ng. All state of espeak-ng is
-// global, so calls take turns, in the order in which they come. A call is one sentence or less and
-// takes about 2 ms, so many ports can speak at the same time.
+// The speech synthesiser of the process: calls of one sentence or less, spoken by processes of
+// kavrel-synth (synth_pool.h). The result of a call depends on its input and voice alone.
 //
-// Threads: all functions may be called on any thread. The synthesiser is started once and never
-// shut down, since espeak-ng does not survive a second start. Failures are returned with a message;
+// A call that no process survives is spoken word by word, without the words that are to blame; the
+// marks of those are reached where the words would be.
+//
+// Threads: all functions may be called on any thread. Failures are returned with a message;
 // functions that allocate may throw std::bad_alloc.
 #pragma once
 
@@ -15,11 +16,12 @@
 #include <string_view>
 #include <vector>
 
-#include "base/threads/Mutex.h"
 #include "synth/synth_audio.h"
+#include "synth/synth_protocol.h"
 
 namespace kavrel {
 
+class SynthPool;
 class Voice;
 
 // Receives the results of a call, on the calling thread: first the events, in order of time, then
@@ -34,25 +36,9 @@ class SynthesisListener {
   virtual void onPhone(std::string_view name, std::uint64_t sample) = 0;
   // All samples of the call; not called if there are none.
   virtual void onSamples(std::span<const std::int16_t> samples) = 0;
-  // Called before each block, about half a second of audio; true cancels the call.
+  // Called every few milliseconds while the call runs or waits; true cancels the call. Must not
+  // block.
   virtual bool cancelled() const = 0;
-};
-
-// A ticket lock: a mutex that is fair, since threads get it in the order (FIFO) in which they came.
-class CAPABILITY("turn") TicketLock {
- public:
-  // Not checked inside: the turn is more than m_lock.
-  void lock() ACQUIRE() NO_THREAD_SAFETY_ANALYSIS { waitForTurn(); }
-  void unlock() RELEASE() NO_THREAD_SAFETY_ANALYSIS { endTurn(); }
-
- private:
-  void waitForTurn() EXCLUDES(m_lock);
-  void endTurn() EXCLUDES(m_lock);
-
-  base::Mutex m_lock;
-  base::Condition m_changed;  // with m_lock: m_serving has increased
-  std::uint64_t m_next GUARDED_BY(m_lock) = 0;
-  std::uint64_t m_serving GUARDED_BY(m_lock) = 0;
 };
 
 class Synthesiser {
@@ -84,31 +70,27 @@ class Synthesiser {
   // The one synthesiser of the process. Never destroyed.
   static Synthesiser& shared();
 
-  // Starts the synthesiser if it is not running. Returns false, with a message in `why`, on
-  // failure.
-  bool start(std::string& why) EXCLUDES(m_turn);
+  // Makes sure that a process is ready to speak with the default voice. Returns false, with a
+  // message in `why`, on failure.
+  bool start(std::string& why);
 
-  // Returns true if the synthesiser can speak with `voice`; else false, with a message in `why`.
-  bool hasVoice(const Voice& voice, std::string& why) EXCLUDES(m_turn);
+  // Returns true if the synthesiser can speak with `voice`, and gets it ready; else false, with a
+  // message in `why`.
+  bool hasVoice(const Voice& voice, std::string& why);
 
-  // Speaks `input`, and passes the results to `listener`. Returns early, possibly with a part of
-  // the results, if the listener cancels the call. Returns false, with a message in `why`, on
-  // failure; the listener has then received nothing.
-  bool speak(const Input& input, const Voice& voice, SynthesisListener& listener, std::string& why)
-      EXCLUDES(m_turn);
+  // Speaks `input`, and passes the results to `listener`. Returns early, without results, if the
+  // listener cancels the call. Returns false, with a message in `why`, on failure; the listener has
+  // then received nothing.
+  bool speak(const Input& input, const Voice& voice, SynthesisListener& listener, std::string& why);
 
  private:
-  bool startInTurn(std::string& why) REQUIRES(m_turn);
-  bool call(const Input& input, const Voice& voice, const SynthesisListener& listener,
-            SynthAudio& audio, std::string& why) EXCLUDES(m_turn);
-  bool selectVoice(const Voice& voice) REQUIRES(m_turn);
-  void clearEmphasis() REQUIRES(m_turn);
+  class Call;
 
-  TicketLock m_turn;
-  bool m_started GUARDED_BY(m_turn) = false;
-  // The synthesiser's name of it; empty: unknown.
-  std::string m_currentVoice GUARDED_BY(m_turn);
-  bool m_lastCancelled GUARDED_BY(m_turn) = false;  // the last call was cancelled or failed
+  explicit Synthesiser(SynthPool& pool) : m_pool(pool) {}
+
+  bool isReady(const std::string& voice, std::string& why);
+
+  SynthPool& m_pool;
 };
 
 }  // namespace kavrel

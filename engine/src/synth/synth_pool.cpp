@@ -1,0 +1,255 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "synth/synth_pool.h"
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <iterator>
+#include <thread>
+#include <utility>
+
+#include <pthread.h>
+
+#include "cst/diag.h"
+#include "synth/synth_program.h"
+
+namespace kavrel {
+
+namespace {
+
+using base::Clock;
+
+constexpr int kMaxKills = 5;
+constexpr int kMaxStarts = 3;
+constexpr std::chrono::seconds kMaxIdleTime{60};
+// Idle processes beside those that can work at the same time: for other voices.
+constexpr std::size_t kSpare = 2;
+// How often a thread that waits for its turn looks whether it is cancelled.
+constexpr std::chrono::milliseconds kSlice{5};
+
+std::size_t callsAtATime() {
+  constexpr unsigned kLeast = 2;
+  return std::max(std::thread::hardware_concurrency(), kLeast);
+}
+
+// One line for the process: it says the same of every synthesiser process.
+void reportMissing(std::uint32_t missing) {
+  using Ready = synth_protocol::Ready;
+  static std::atomic<bool> reported{false};
+  if (missing == 0 || reported.exchange(true)) return;
+  std::string names;
+  const auto add = [&](std::uint32_t bit, const char* name) {
+    if ((missing & bit) == 0) return;
+    names += (names.empty() ? "" : ", ") + std::string(name);
+  };
+  add(Ready::kNoNewPrivileges, "no new privileges");
+  add(Ready::kLandlock, "Landlock");
+  add(Ready::kLimits, "resource limits");
+  add(Ready::kSystemCalls, "system call filter");
+  KAVREL_DIAG("Synthesiser", "The system refuses these protections of the synthesiser: %s.",
+              names.c_str());
+}
+
+}  // namespace
+
+// A call's permission to run, while it exists.
+class SynthPool::Turn {
+ public:
+  Turn(SynthPool& pool, const SynthProcess::Cancelled& cancelled)
+      : m_pool(pool), m_has(pool.waitForTurn(cancelled)) {}
+  ~Turn() {
+    if (m_has) m_pool.endTurn();
+  }
+  Turn(const Turn&) = delete;
+  Turn& operator=(const Turn&) = delete;
+
+  // False if the call was cancelled first.
+  explicit operator bool() const { return m_has; }
+
+ private:
+  SynthPool& m_pool;
+  const bool m_has;
+};
+
+SynthPool& SynthPool::shared() {
+  static SynthPool& pool = *new SynthPool(synthProgram());
+  static const bool installed = (installForkHandlers(), true);
+  (void)installed;
+  return pool;
+}
+
+// The child has none of the threads that use the pool, so nobody works or waits there. A process
+// that a thread had taken is closed, and its object leaks.
+void SynthPool::installForkHandlers() NO_THREAD_SAFETY_ANALYSIS {
+  ::pthread_atfork(
+      []() NO_THREAD_SAFETY_ANALYSIS {
+        shared().m_lock.lock();
+        SynthProcess::prepareFork();
+      },
+      []() NO_THREAD_SAFETY_ANALYSIS {
+        SynthProcess::afterForkInParent();
+        shared().m_lock.unlock();
+      },
+      []() NO_THREAD_SAFETY_ANALYSIS {
+        SynthProcess::afterForkInChild();
+        shared().m_idle.clear();
+        shared().m_waiting.clear();
+        shared().m_working = 0;
+        shared().m_lock.unlock();
+      });
+}
+
+SynthPool::SynthPool(std::string program, const SynthProcess::Limits& limits)
+    : m_program(std::move(program)), m_limits(limits), m_most(callsAtATime()) {}
+
+void SynthPool::useProgram(std::string program, const SynthProcess::Limits& limits) {
+  std::vector<Idle> left;
+  const base::ScopedLock held(m_lock);
+  m_program = std::move(program);
+  m_limits = limits;
+  left.swap(m_idle);
+}
+
+SynthPool::Result SynthPool::prepare(const std::string& voice,
+                                     const SynthProcess::Cancelled& cancelled, std::string& why) {
+  const Turn turn(*this, cancelled);
+  if (!turn) return Result::Cancelled;
+  Result result = Result::Done;
+  auto process = take(voice, cancelled, result, why);
+  if (process != nullptr) giveBack(voice, std::move(process));
+  return result;
+}
+
+SynthPool::Result SynthPool::speak(const std::string& voice, const synth_protocol::Speak& call,
+                                   int repeats, const SynthProcess::Cancelled& cancelled,
+                                   SynthProcess::Speech& speech, std::string& why) {
+  const Turn turn(*this, cancelled);
+  if (!turn) return Result::Cancelled;
+  int kills = 0;
+  int failures = 0;
+  while (kills <= kMaxKills && failures <= repeats) {
+    Result result = Result::Done;
+    auto process = take(voice, cancelled, result, why);
+    if (process == nullptr) return result;
+    switch (process->speak(call, cancelled, speech, why)) {
+      case SynthProcess::Result::Done:
+        giveBack(voice, std::move(process));
+        return Result::Done;
+      case SynthProcess::Result::Cancelled:
+        giveBack(voice, std::move(process));
+        return Result::Cancelled;
+      case SynthProcess::Result::Refused:
+        giveBack(voice, std::move(process));
+        return Result::Failed;
+      case SynthProcess::Result::Killed:
+        ++kills;
+        break;
+      case SynthProcess::Result::Crashed:
+      case SynthProcess::Result::Garbage:
+      case SynthProcess::Result::Silent:
+        ++failures;
+        KAVREL_DIAG("Synthesiser", "A call in voice %s was lost: %s.", voice.c_str(), why.c_str());
+        break;
+    }
+  }
+  return Result::Unspeakable;
+}
+
+// ---- Processes
+
+// Returns an idle process for the voice, or null. Idle processes that have ended are left.
+std::unique_ptr<SynthProcess> SynthPool::takeIdle(const std::string& voice) {
+  std::vector<Idle> left;
+  const base::ScopedLock held(m_lock);
+  leaveOld(left);
+  // The one that was used last, so that those that are not needed grow old.
+  for (auto idle = m_idle.rbegin(); idle != m_idle.rend(); ++idle) {
+    if (idle->voice != voice || !idle->process->isUsable()) continue;
+    auto process = std::move(idle->process);
+    m_idle.erase(std::next(idle).base());
+    return process;
+  }
+  return nullptr;
+}
+
+// Returns a process that is ready, or null with the result and its cause.
+std::unique_ptr<SynthProcess> SynthPool::take(const std::string& voice,
+                                              const SynthProcess::Cancelled& cancelled,
+                                              Result& result, std::string& why) {
+  if (auto process = takeIdle(voice)) return process;
+  result = Result::Failed;
+  for (int attempt = 0; attempt < kMaxStarts; ++attempt) {
+    std::unique_ptr<SynthProcess> process;
+    {
+      const base::ScopedLock held(m_lock);
+      process = std::make_unique<SynthProcess>(m_program, m_limits);
+    }
+    switch (process->start(voice, cancelled, why)) {
+      case SynthProcess::Started::Ready:
+        reportMissing(process->missingProtections());
+        result = Result::Done;
+        return process;
+      case SynthProcess::Started::NoVoice:
+        result = Result::NoVoice;
+        return nullptr;
+      case SynthProcess::Started::Cancelled:
+        result = Result::Cancelled;
+        return nullptr;
+      case SynthProcess::Started::Failed: {
+        // The host may be short of descriptors.
+        std::vector<Idle> left;
+        const base::ScopedLock held(m_lock);
+        left.swap(m_idle);
+        break;
+      }
+    }
+  }
+  return nullptr;
+}
+
+void SynthPool::giveBack(const std::string& voice, std::unique_ptr<SynthProcess> process) {
+  if (!process->isUsable()) return;
+  std::vector<Idle> left;
+  const base::ScopedLock held(m_lock);
+  // Another program may be in use since.
+  if (process->program() != m_program) return;
+  m_idle.push_back({voice, std::move(process), Clock::now()});
+  leaveOld(left);
+}
+
+// Moves the idle processes that are too old, have ended, or are too many into `left`.
+void SynthPool::leaveOld(std::vector<Idle>& left) {
+  const Clock::time_point oldest = Clock::now() - kMaxIdleTime;
+  while (!m_idle.empty() && (m_idle.size() > m_most + kSpare || m_idle.front().since < oldest)) {
+    left.push_back(std::move(m_idle.front()));
+    m_idle.erase(m_idle.begin());
+  }
+}
+
+// ---- Turns
+
+// Returns false if the call is cancelled while it waits.
+bool SynthPool::waitForTurn(const SynthProcess::Cancelled& cancelled) {
+  const base::ScopedLock held(m_lock);
+  const std::uint64_t ticket = m_nextTicket++;
+  m_waiting.push_back(ticket);
+  for (;;) {
+    // The flag is somebody else's, but takes no lock.
+    const bool stop = cancelled && cancelled();
+    if (stop || (m_waiting.front() == ticket && m_working < m_most)) {
+      std::erase(m_waiting, ticket);
+      if (!stop) ++m_working;
+      m_changed.notifyAll();
+      return !stop;
+    }
+    m_changed.waitUntil(m_lock, Clock::now() + kSlice);
+  }
+}
+
+void SynthPool::endTurn() {
+  const base::ScopedLock held(m_lock);
+  --m_working;
+  m_changed.notifyAll();
+}
+
+}  // namespace kavrel

@@ -1,0 +1,538 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "synth/synth_process.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <optional>
+#include <span>
+#include <utility>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <spawn.h>
+#include <sys/auxv.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "base/threads/Clock.h"
+#include "base/threads/Mutex.h"
+
+namespace kavrel {
+
+namespace {
+
+namespace protocol = synth_protocol;
+using base::Clock;
+using std::chrono::milliseconds;
+
+// How often a wait looks whether it is cancelled.
+constexpr milliseconds kSlice{2};
+// Limits the memory for the events of one call: the samples' limit in phones of 2 ms.
+constexpr std::size_t kMaxEvents = 600'000;
+// The starter exits before the process is ready, so this is long.
+constexpr milliseconds kStarterLimit{1000};
+
+// ---- All objects, for fork()
+
+NEVER_DESTROYED constinit base::Mutex g_lock;
+
+struct Registry {
+  std::vector<SynthProcess*> objects;
+  // Of processes that have been left. A host that adopts orphans becomes their parent.
+  std::vector<int> left;
+};
+
+Registry& registry() REQUIRES(g_lock) {
+  static Registry& all = *new Registry;
+  return all;
+}
+
+// ---- System calls that older C libraries lack
+
+int openProcess(pid_t process) {
+  return static_cast<int>(::syscall(SYS_pidfd_open, process, 0));
+}
+
+void killProcess(int process) {
+  ::syscall(SYS_pidfd_send_signal, process, SIGKILL, nullptr, 0);
+}
+
+// Returns true if there is nothing left to wait for: the process is not a child of this one, or was
+// waited for.
+bool isReaped(int process) {
+  constexpr auto kProcessDescriptor = static_cast<idtype_t>(3);  // P_PIDFD
+  siginfo_t info{};
+  const int result =
+      ::waitid(kProcessDescriptor, static_cast<id_t>(process), &info, WEXITED | WNOHANG | __WALL);
+  return result != 0 || info.si_pid != 0;
+}
+
+// Waits for those that have exited and are children of this process.
+void sweep() REQUIRES(g_lock) {
+  std::erase_if(registry().left, [](int one) {
+    if (!isReaped(one)) return false;
+    ::close(one);
+    return true;
+  });
+}
+
+// ---- Descriptors
+
+// Replaces `file` by a copy whose number is at least `least`. Low numbers are the host's standard
+// streams, even if the host has closed them.
+bool moveUp(int& file, int least) {
+  const int copy = ::fcntl(file, F_DUPFD_CLOEXEC, least);
+  if (copy < 0) return false;
+  ::close(file);
+  file = copy;
+  return true;
+}
+
+void closeAndForget(int& file) {
+  if (file >= 0) ::close(file);
+  file = -1;
+}
+
+std::uint64_t inodeOf(int file) {
+  struct stat status {};
+  if (::fstat(file, &status) != 0 || !S_ISSOCK(status.st_mode)) return 0;
+  return status.st_ino;
+}
+
+std::string message(const char* what, int error) {
+  return std::string(what) + ": " + std::strerror(error);
+}
+
+// ---- Spawning
+
+// Attributes and actions of posix_spawn(), destroyed at the end of the scope.
+class SpawnSettings {
+ public:
+  SpawnSettings() {
+    ::posix_spawnattr_init(&m_attributes);
+    ::posix_spawn_file_actions_init(&m_actions);
+  }
+  ~SpawnSettings() {
+    ::posix_spawnattr_destroy(&m_attributes);
+    ::posix_spawn_file_actions_destroy(&m_actions);
+  }
+  SpawnSettings(const SpawnSettings&) = delete;
+  SpawnSettings& operator=(const SpawnSettings&) = delete;
+
+  // A session of its own, so that no terminal reaches it; no blocked and no ignored signals. A
+  // host with raised privileges does not pass them on.
+  bool setAttributes() {
+    sigset_t none;
+    sigset_t all;
+    ::sigemptyset(&none);
+    ::sigfillset(&all);
+    int flags = POSIX_SPAWN_SETSID | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF;
+    if (::getauxval(AT_SECURE) != 0) flags |= POSIX_SPAWN_RESETIDS;
+    return ::posix_spawnattr_setflags(&m_attributes, static_cast<short>(flags)) == 0 &&
+           ::posix_spawnattr_setsigmask(&m_attributes, &none) == 0 &&
+           ::posix_spawnattr_setsigdefault(&m_attributes, &all) == 0;
+  }
+
+  // Descriptors 0 and 3, and nothing of the host's. The two are above 3 themselves.
+  bool setFiles(int socket, int report) {
+    return ::posix_spawn_file_actions_adddup2(&m_actions, socket, 0) == 0 &&
+           ::posix_spawn_file_actions_addopen(&m_actions, 1, "/dev/null", O_RDWR, 0) == 0 &&
+           ::posix_spawn_file_actions_addopen(&m_actions, 2, "/dev/null", O_RDWR, 0) == 0 &&
+           ::posix_spawn_file_actions_adddup2(&m_actions, report, 3) == 0 &&
+           ::posix_spawn_file_actions_addclosefrom_np(&m_actions, 4) == 0;
+  }
+
+  const posix_spawnattr_t* attributes() const { return &m_attributes; }
+  const posix_spawn_file_actions_t* actions() const { return &m_actions; }
+
+ private:
+  posix_spawnattr_t m_attributes{};
+  posix_spawn_file_actions_t m_actions{};
+};
+
+std::string whyNoVoice(protocol::Ready::Status status) {
+  using Status = protocol::Ready::Status;
+  switch (status) {
+    case Status::NoData:
+      return "the synthesiser's data cannot be read";
+    case Status::OtherRate:
+      return "the synthesiser has an unexpected sample rate";
+    case Status::NoLanguage:
+      return "the synthesiser does not know the language";
+    case Status::NoVariant:
+      return "the synthesiser does not know the variant";
+    case Status::OutOfMemory:
+      return "the synthesiser is out of memory";
+    case Status::Ok:
+      break;
+  }
+  return {};
+}
+
+}  // namespace
+
+SynthProcess::SynthProcess(std::string program, const Limits& limits)
+    : m_program(std::move(program)), m_limits(limits) {
+  const base::ScopedLock held(g_lock);
+  registry().objects.push_back(this);
+}
+
+SynthProcess::~SynthProcess() {
+  if (m_busy) {
+    kill();
+  } else {
+    close();
+  }
+  const base::ScopedLock held(g_lock);
+  std::erase(registry().objects, this);
+}
+
+// ---- Start
+
+SynthProcess::Started SynthProcess::start(const std::string& voice, const Cancelled& cancelled,
+                                          std::string& why) {
+  const Clock::time_point limit = Clock::now() + m_limits.start;
+  int socket = -1;
+  int report = -1;
+  m_busy = true;
+  const bool spawned = connect(socket, report, why) && spawn(voice, socket, report, why);
+  closeAndForget(socket);
+  closeAndForget(report);
+  if (!spawned) {
+    kill();
+    return Started::Failed;
+  }
+  protocol::Frame frame;
+  const Received received = receive(frame, limit, cancelled);
+  std::optional<protocol::Ready> ready;
+  if (received == Received::Frame && frame.type == protocol::FrameType::Ready)
+    ready = protocol::readReady(frame);
+  reapStarter(!ready.has_value());
+  if (ready.has_value() && ready->status == protocol::Ready::Status::Ok) {
+    m_missing = ready->missing;
+    m_busy = false;
+    return Started::Ready;
+  }
+  kill();
+  if (ready.has_value()) {
+    why = whyNoVoice(ready->status);
+    const bool temporary = ready->status == protocol::Ready::Status::OutOfMemory;
+    return temporary ? Started::Failed : Started::NoVoice;
+  }
+  if (received == Received::Cancelled) return Started::Cancelled;
+  why = m_program +
+        (received == Received::Timeout ? " was not ready in time" : " ended before it was ready");
+  return Started::Failed;
+}
+
+// Makes this side's socket and end of the pipe, and the other side's.
+bool SynthProcess::connect(int& socket, int& report, std::string& why) {
+  constexpr int kAboveStreams = 3;
+  constexpr int kAboveActions = 10;
+  int sockets[2] = {-1, -1};
+  int pipes[2] = {-1, -1};
+  const bool made = ::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, sockets) == 0 &&
+                    ::pipe2(pipes, O_CLOEXEC | O_NONBLOCK) == 0 &&
+                    moveUp(sockets[0], kAboveStreams) && moveUp(pipes[0], kAboveStreams) &&
+                    moveUp(sockets[1], kAboveActions) && moveUp(pipes[1], kAboveActions);
+  const int error = errno;
+  m_socket = sockets[0];
+  m_report = pipes[0];
+  socket = sockets[1];
+  report = pipes[1];
+  if (m_socket >= 0) m_socketInode = inodeOf(m_socket);
+  if (!made) why = message("cannot connect to the synthesiser", error);
+  return made;
+}
+
+// The environment is new: what the host's says about libraries, locale or sound is not for it.
+bool SynthProcess::spawn(const std::string& voice, int socket, int report, std::string& why) {
+  SpawnSettings settings;
+  std::string name = "kavrel-synth";
+  std::string option = "--voice";
+  std::string argument = voice;
+  std::string locale = "LC_ALL=C.UTF-8";
+  char* const arguments[] = {name.data(), option.data(), argument.data(), nullptr};
+  char* const environment[] = {locale.data(), nullptr};
+  if (!settings.setAttributes() || !settings.setFiles(socket, report)) {
+    why = "out of memory";
+    return false;
+  }
+  pid_t starter = 0;
+  const int error = ::posix_spawn(&starter, m_program.c_str(), settings.actions(),
+                                  settings.attributes(), arguments, environment);
+  if (error != 0) {
+    why = message(("cannot start " + m_program).c_str(), error);
+    return false;
+  }
+  m_starter = starter;
+  m_starterProcess = openProcess(starter);
+  return true;
+}
+
+// The process detaches: it forks, and the process that was spawned exits. It is a child of this
+// process until then. A host may wait for it first, which is no error.
+void SynthProcess::reapStarter(bool failed) {
+  if (failed && m_starterProcess >= 0) killProcess(m_starterProcess);
+  const Clock::time_point limit = Clock::now() + kStarterLimit;
+  bool killed = failed;
+  for (;;) {
+    const pid_t reaped = ::waitpid(m_starter, nullptr, killed ? 0 : WNOHANG);
+    if (reaped == m_starter || (reaped < 0 && errno != EINTR)) break;
+    if (killed && m_starterProcess < 0) killed = false;
+    if (!killed && Clock::now() >= limit) {
+      if (m_starterProcess < 0) break;
+      killProcess(m_starterProcess);
+      killed = true;
+    }
+    if (!killed) ::poll(nullptr, 0, 1);
+  }
+  m_starter = 0;
+  closeAndForget(m_starterProcess);
+}
+
+// ---- Calls
+
+bool SynthProcess::isUsable() const {
+  if (m_socket < 0 || inodeOf(m_socket) != m_socketInode) return false;
+  char byte = 0;
+  const ssize_t seen = ::recv(m_socket, &byte, 1, MSG_PEEK | MSG_DONTWAIT);
+  return seen < 0 && (errno == EAGAIN || errno == EINTR);
+}
+
+SynthProcess::Result SynthProcess::speak(const protocol::Speak& call, const Cancelled& cancelled,
+                                         Speech& speech, std::string& why) {
+  speech.events.clear();
+  speech.samples.clear();
+  std::vector<std::byte> bytes;
+  const std::uint32_t number = ++m_call == 0 ? ++m_call : m_call;
+  if (!protocol::writeSpeak(bytes, number, call)) {
+    why = "the text of a call is too long";
+    return Result::Refused;
+  }
+  m_busy = true;
+  const Result result = send(bytes, Clock::now() + m_limits.silence)
+                            ? collect(number, cancelled, speech, why)
+                            : ended(why);
+  m_busy = m_broken;
+  if (m_broken) kill();
+  return result;
+}
+
+// Receives until End.
+SynthProcess::Result SynthProcess::collect(std::uint32_t call, const Cancelled& cancelled,
+                                           Speech& speech, std::string& why) {
+  for (;;) {
+    protocol::Frame frame;
+    switch (receive(frame, Clock::now() + m_limits.silence, cancelled)) {
+      case Received::Frame:
+        break;
+      case Received::Cancelled:
+        return cancelCall(call);
+      case Received::End:
+        return ended(why);
+      case Received::Timeout:
+        m_broken = true;
+        why = "the synthesiser does not respond";
+        return Result::Silent;
+      case Received::Garbage:
+        return garbage(why);
+    }
+    if (frame.call != call) return garbage(why);
+    if (frame.type == protocol::FrameType::End) return finish(frame, speech, why);
+    if (!take(frame, speech)) return garbage(why);
+  }
+}
+
+// Returns false if the frame is invalid, or there is more than any honest call has.
+bool SynthProcess::take(const protocol::Frame& frame, Speech& speech) const {
+  if (frame.type == protocol::FrameType::Samples) {
+    protocol::readSamples(frame, speech.samples);
+    return speech.samples.size() <= m_limits.samples;
+  }
+  return frame.type == protocol::FrameType::Events && protocol::readEvents(frame, speech.events) &&
+         speech.events.size() <= kMaxEvents;
+}
+
+SynthProcess::Result SynthProcess::finish(const protocol::Frame& frame, const Speech& speech,
+                                          std::string& why) {
+  const auto end = protocol::readEnd(frame);
+  // Nobody has cancelled the call.
+  if (!end.has_value() || end->events != speech.events.size() ||
+      end->samples != speech.samples.size() || end->status == protocol::End::Status::Cancelled) {
+    return garbage(why);
+  }
+  if (end->status == protocol::End::Status::Done) return Result::Done;
+  why = "the synthesiser failed";
+  return Result::Refused;
+}
+
+// The process is used again only if it ends the call soon. What it sends until then is discarded.
+SynthProcess::Result SynthProcess::cancelCall(std::uint32_t call) {
+  const Clock::time_point limit = Clock::now() + m_limits.cancel;
+  std::vector<std::byte> bytes;
+  protocol::writeCancel(bytes, call);
+  m_broken = true;
+  if (!send(bytes, limit)) return Result::Cancelled;
+  protocol::Frame frame;
+  while (receive(frame, limit, {}) == Received::Frame && frame.call == call) {
+    if (frame.type != protocol::FrameType::End) continue;
+    m_broken = !protocol::readEnd(frame).has_value();
+    break;
+  }
+  return Result::Cancelled;
+}
+
+SynthProcess::Result SynthProcess::garbage(std::string& why) {
+  m_broken = true;
+  why = "the synthesiser sent garbage";
+  return Result::Garbage;
+}
+
+// Finds out why the stream has ended. The report was written before that.
+SynthProcess::Result SynthProcess::ended(std::string& why) {
+  m_broken = true;
+  int status = 0;
+  const ssize_t count = ::read(m_report, &status, sizeof(status));
+  // Without a report, the process itself has ended, and that does not read texts.
+  if (count != sizeof(status)) {
+    why = "the synthesiser was ended";
+    return Result::Killed;
+  }
+  const int signal = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
+  if (signal == SIGKILL || signal == SIGTERM || signal == SIGINT || signal == SIGHUP) {
+    why = "the synthesiser was ended by signal " + std::to_string(signal);
+    return Result::Killed;
+  }
+  why = signal == SIGXCPU ? "the synthesiser took too much time"
+        : signal != 0     ? "the synthesiser crashed with signal " + std::to_string(signal)
+                          : "the synthesiser gave up";
+  return Result::Crashed;
+}
+
+// ---- Sending and receiving
+
+// Tries to read before it looks at the time: if this process was stopped, the limit may have passed
+// although the bytes are there.
+SynthProcess::Received SynthProcess::receive(protocol::Frame& frame, Clock::time_point limit,
+                                             const Cancelled& cancelled) {
+  for (;;) {
+    switch (m_reader.next(frame)) {
+      case protocol::FrameReader::Result::Frame:
+        return Received::Frame;
+      case protocol::FrameReader::Result::Garbage:
+        return Received::Garbage;
+      case protocol::FrameReader::Result::More:
+        break;
+    }
+    if (cancelled && cancelled()) return Received::Cancelled;
+    const ssize_t count = receiveBytes();
+    if (count > 0) {
+      m_reader.received(static_cast<std::size_t>(count));
+      continue;
+    }
+    if (count == 0 || (errno != EAGAIN && errno != EINTR)) return Received::End;
+    if (Clock::now() >= limit) return Received::Timeout;
+    pollfd socket{m_socket, POLLIN, 0};
+    ::poll(&socket, 1, static_cast<int>(kSlice.count()));
+  }
+}
+
+// As recv(). The first message brings the descriptor of the process.
+ssize_t SynthProcess::receiveBytes() {
+  const std::span<std::byte> space = m_reader.space();
+  if (m_process >= 0) return ::recv(m_socket, space.data(), space.size(), MSG_DONTWAIT);
+  iovec data{space.data(), space.size()};
+  alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int))];
+  msghdr header{};
+  header.msg_iov = &data;
+  header.msg_iovlen = 1;
+  header.msg_control = control;
+  header.msg_controllen = sizeof(control);
+  const ssize_t count = ::recvmsg(m_socket, &header, MSG_DONTWAIT | MSG_CMSG_CLOEXEC);
+  if (count > 0) {
+    const cmsghdr* const rights = CMSG_FIRSTHDR(&header);
+    if (rights != nullptr && rights->cmsg_level == SOL_SOCKET && rights->cmsg_type == SCM_RIGHTS &&
+        rights->cmsg_len == CMSG_LEN(sizeof(int))) {
+      std::memcpy(&m_process, CMSG_DATA(rights), sizeof(int));
+    }
+  }
+  return count;
+}
+
+// Returns false if the other side is gone, or does not read until the limit.
+bool SynthProcess::send(const std::vector<std::byte>& bytes, Clock::time_point limit) {
+  std::span<const std::byte> left(bytes);
+  while (!left.empty()) {
+    const ssize_t sent = ::send(m_socket, left.data(), left.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+    if (sent > 0) {
+      left = left.subspan(static_cast<std::size_t>(sent));
+      continue;
+    }
+    if (sent < 0 && errno != EAGAIN && errno != EINTR) return false;
+    if (Clock::now() >= limit) return false;
+    pollfd socket{m_socket, POLLOUT, 0};
+    ::poll(&socket, 1, static_cast<int>(kSlice.count()));
+  }
+  return true;
+}
+
+// ---- End
+
+void SynthProcess::kill() {
+  if (m_starter != 0) reapStarter(true);
+  if (m_process >= 0 && m_socket >= 0 && inodeOf(m_socket) == m_socketInode) {
+    killProcess(m_process);
+  }
+  close();
+}
+
+// If the host has closed the descriptors, their numbers may be those of its own files.
+void SynthProcess::close() {
+  const base::ScopedLock held(g_lock);
+  const bool ours = m_socket >= 0 && inodeOf(m_socket) == m_socketInode;
+  int process = std::exchange(m_process, -1);
+  if (ours) {
+    closeAndForget(m_socket);
+    closeAndForget(m_report);
+    if (process >= 0) {
+      registry().left.push_back(process);
+      sweep();
+    }
+  }
+  m_socket = -1;
+  m_report = -1;
+}
+
+// ---- fork()
+
+void SynthProcess::prepareFork() NO_THREAD_SAFETY_ANALYSIS {
+  g_lock.lock();
+}
+
+void SynthProcess::afterForkInParent() NO_THREAD_SAFETY_ANALYSIS {
+  g_lock.unlock();
+}
+
+// The threads that used the objects do not exist here. Nothing is ended: the processes belong to
+// the parent.
+void SynthProcess::afterForkInChild() NO_THREAD_SAFETY_ANALYSIS {
+  for (SynthProcess* const object : registry().objects) {
+    closeAndForget(object->m_socket);
+    closeAndForget(object->m_report);
+    closeAndForget(object->m_process);
+    closeAndForget(object->m_starterProcess);
+    object->m_starter = 0;
+  }
+  for (int process : registry().left) ::close(process);
+  registry().left.clear();
+  g_lock.unlock();
+}
+
+}  // namespace kavrel
