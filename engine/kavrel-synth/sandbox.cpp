@@ -213,16 +213,20 @@ std::vector<sock_filter> makeWorkerFilter() {
                                           SCMP_SYS(prlimit64), SCMP_SYS(pidfd_open)})) {
     return {};
   }
-  // libseccomp writes a filter only to a file.
-  const auto file = static_cast<int>(::syscall(SYS_memfd_create, "filter", MFD_CLOEXEC));
+  // libseccomp writes a filter only to a descriptor. A pipe holds more than a filter needs and,
+  // unlike a file, is not subject to a limit of the host on the size of files.
+  int ends[2] = {-1, -1};
   std::vector<sock_filter> instructions;
-  if (file >= 0 && seccomp_export_bpf(filter.context(), file) == 0) {
-    const off_t size = ::lseek(file, 0, SEEK_END);
-    instructions.resize(static_cast<std::size_t>(size) / sizeof(sock_filter));
-    if (::pread(file, instructions.data(), static_cast<std::size_t>(size), 0) != size)
-      instructions.clear();
+  if (::pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0) return {};
+  if (seccomp_export_bpf(filter.context(), ends[1]) == 0) {
+    constexpr std::size_t kMostInstructions = 256;
+    instructions.resize(kMostInstructions);
+    const ssize_t size =
+        ::read(ends[0], instructions.data(), instructions.size() * sizeof(sock_filter));
+    instructions.resize(size > 0 ? static_cast<std::size_t>(size) / sizeof(sock_filter) : 0);
   }
-  if (file >= 0) ::close(file);
+  ::close(ends[0]);
+  ::close(ends[1]);
   return instructions;
 }
 

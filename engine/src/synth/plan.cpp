@@ -14,11 +14,12 @@ namespace kavrel {
 
 namespace {
 
-// espeak-ng loses words when one clause has more than about 700 bytes or 250 commands.
-constexpr std::size_t kMaxText = 600;
+// espeak-ng loses words when one clause has more than about 700 bytes of UTF-8 or 250 commands.
+constexpr std::size_t kMaxTextBytes = 600;
 constexpr std::size_t kMaxCommands = 200;
-// Longer items are spoken in parts.
-constexpr std::size_t kMaxCharacters = 120;
+// Longer items are spoken in parts. espeak-ng copies a word, as UTF-8, into buffers of 160 bytes,
+// to which it adds suffixes.
+constexpr std::size_t kMaxWordBytes = 120;
 constexpr std::size_t kMaxSpelled = 20;
 constexpr std::size_t kMaxPhones = 60;
 
@@ -54,6 +55,37 @@ bool isSet(double value) {
 }
 bool isDigit(wchar_t c) {
   return c >= L'0' && c <= L'9';
+}
+
+std::size_t utf8Bytes(wchar_t c) {
+  return c < 0x80 ? 1 : c < 0x800 ? 2 : c < 0x10000 ? 3 : 4;
+}
+std::size_t utf8Bytes(std::wstring_view text) {
+  std::size_t bytes = 0;
+  for (const wchar_t c : text) bytes += utf8Bytes(c);
+  return bytes;
+}
+
+// Characters that change the one before them: combining marks, joiners, variation selectors.
+bool isAttached(wchar_t c) {
+  return (c >= 0x300 && c < 0x370) || (c >= 0x1AB0 && c < 0x1B00) || (c >= 0x1DC0 && c < 0x1E00) ||
+         (c >= 0x200C && c <= 0x200D) || (c >= 0x20D0 && c < 0x2100) ||
+         (c >= 0xFE00 && c <= 0xFE0F) || (c >= 0xFE20 && c < 0xFE30);
+}
+
+// Returns how many characters from the start of `text` make up its next part, at least one.
+std::size_t partLength(std::wstring_view text, std::size_t mostCharacters) {
+  std::size_t length = 0;
+  std::size_t bytes = 0;
+  while (length < std::min(text.size(), mostCharacters)) {
+    bytes += utf8Bytes(text[length]);
+    if (bytes > kMaxWordBytes) break;
+    ++length;
+  }
+  if (length == text.size()) return length;
+  std::size_t whole = length;
+  while (whole > 0 && isAttached(text[whole])) --whole;
+  return whole > 0 ? whole : std::max<std::size_t>(length, 1);
 }
 
 bool isControl(wchar_t c) {
@@ -130,7 +162,7 @@ bool Plan::next(SynthCall& call) {
 }
 
 bool Plan::isFull() const {
-  return m_text.size() >= kMaxText || m_commandCount >= kMaxCommands;
+  return utf8Bytes(m_text) >= kMaxTextBytes || m_commandCount >= kMaxCommands;
 }
 
 // Marks have no style of their own. An item that is spoken in parts has its mark before the first.
@@ -165,8 +197,9 @@ void Plan::addMark(SynthCall& call, const Item& item) {
 
 // Adds the next part of the word, and moves on to the next item after the last part.
 void Plan::addWordPart(SynthCall& call, const Item& item) {
-  const std::size_t limit = item.style.spellOut ? kMaxSpelled : kMaxCharacters;
-  const std::wstring_view part = std::wstring_view(item.text).substr(m_part, limit);
+  const std::size_t limit = item.style.spellOut ? kMaxSpelled : kMaxWordBytes;
+  const std::wstring_view rest = std::wstring_view(item.text).substr(m_part);
+  const std::wstring_view part = rest.substr(0, rest.empty() ? 0 : partLength(rest, limit));
   const std::wstring text = plainText(part, item.style.digits);
   call.audible = call.audible || !text.empty();
   m_text += text;
@@ -198,7 +231,7 @@ void Plan::addPhonesPart(SynthCall& call, const Item& item) {
 // A long call is best ended where a speaker breathes anyway, but not in its first third.
 void Plan::noteSplitPoint(const SynthCall& call, const Item& item) {
   constexpr std::wstring_view kBreath = L",;:";
-  if (item.text.empty() || m_text.size() < kMaxText / 3) return;
+  if (item.text.empty() || utf8Bytes(m_text) < kMaxTextBytes / 3) return;
   if (kBreath.find(item.text.back()) == std::wstring_view::npos) return;
   m_split = {m_item,
              m_text.size(),

@@ -22,7 +22,10 @@ LAYERS = {
     "engine rate": ["engine/src/sample_rate.h"],
     "engine cst": ["engine/src/cst"],
     "engine text": ["engine/src/text"],
-    "engine synth protocol": ["engine/src/synth/synth_protocol.h", "engine/src/synth/synth_protocol.cpp"],
+    "engine synth protocol": [
+        "engine/src/synth/synth_protocol.h",
+        "engine/src/synth/synth_protocol.cpp",
+    ],
     "engine synth": ["engine/src/synth"],
     "engine output": ["engine/src/output"],
     "engine job": ["engine/src/job"],
@@ -70,7 +73,7 @@ SEARCH = [
 ]
 # Libraries that one layer alone may know.
 LIBRARIES = {
-    "espeak-ng/": {"engine synth", "kavrel-synth"},
+    "espeak-ng/": {"kavrel-synth"},
     "seccomp.h": {"kavrel-synth"},
     "cubeb/": {"engine output"},
     "sndfile.h": {"kavrel-say"},

@@ -24,8 +24,7 @@ base)
 plugin) sources=("$root"/interfaces/SpeechMgr/*.cpp) ;;
 engine)
   sources=("$root"/engine/src/*/*.cpp)
-  mapfile -t options < <(pkg-config --cflags espeak-ng | xargs -n 1)
-  options+=(-I"$root/engine/src" -DKAVREL_SPEECH_DATA_DIR='""')
+  options=(-I"$root/engine/src" -DKAVREL_SYNTH_FOLDER='""')
   ;;
 platform)
   sources=("$root"/platform/src/*/*.cpp "$root"/platform/src/*/*/*.cpp)

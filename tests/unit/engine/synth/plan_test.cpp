@@ -222,3 +222,25 @@ TEST(SynthPlan, SplitsALongWordIntoParts) {
   }
   EXPECT_EQ(count, 5000u);
 }
+
+// Buffers of the synthesiser count the bytes of UTF-8.
+TEST(SynthPlan, CutsWordsByBytesAndNeverInsideACharacter) {
+  const auto parts = [](const std::wstring& text) {
+    std::vector<std::wstring> found;
+    std::wstring all = planned({word(text)})[0].input.text.substr(4);
+    for (std::size_t end = all.find(L' '); end != std::wstring::npos; end = all.find(L' ')) {
+      found.push_back(all.substr(0, end));
+      all.erase(0, end + 1);
+    }
+    return found;
+  };
+  EXPECT_EQ(parts(std::wstring(150, L'a')),
+            (std::vector<std::wstring>{std::wstring(120, L'a'), std::wstring(30, L'a')}));
+  EXPECT_EQ(parts(std::wstring(79, L'\u00E9')),
+            (std::vector<std::wstring>{std::wstring(60, L'\u00E9'), std::wstring(19, L'\u00E9')}));
+  EXPECT_EQ(parts(std::wstring(41, L'\u4E2D')),
+            (std::vector<std::wstring>{std::wstring(40, L'\u4E2D'), L"\u4E2D"}));
+  // 119 letters, and one with an accent of its own that does not fit.
+  EXPECT_EQ(parts(std::wstring(120, L'a') + L"\u0301b"),
+            (std::vector<std::wstring>{std::wstring(119, L'a'), L"a\u0301b"}));
+}

@@ -1,0 +1,254 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The pool of synthesiser processes, and calls that end or block them.
+#include "synth/synth_pool.h"
+
+#include <atomic>
+#include <filesystem>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "synth/synth_program.h"
+#include "synth/synthesiser.h"
+#include "synth/voice.h"
+#include "synth/word_pieces.h"
+
+namespace {
+
+using kavrel::Synthesiser;
+using kavrel::SynthPool;
+using kavrel::SynthProcess;
+using Result = SynthPool::Result;
+using std::chrono::milliseconds;
+
+SynthProcess::Limits shortLimits() {
+  SynthProcess::Limits limits;
+  limits.start = milliseconds(3000);
+  limits.silence = milliseconds(500);
+  return limits;
+}
+
+kavrel::synth_protocol::Speak call(std::string text) {
+  return {180, 50, 50, 0, std::move(text)};
+}
+
+// A file that does not exist, for "ONCE:FILE".
+std::string freshFile() {
+  static std::atomic<int> count{0};
+  const std::filesystem::path path =
+      std::filesystem::temp_directory_path() /
+      ("kavrel-synth-once-" + std::to_string(::getpid()) + "-" + std::to_string(++count));
+  std::filesystem::remove(path);
+  return path.string();
+}
+
+class SynthPoolTest : public testing::Test {
+ protected:
+  Result speak(const std::string& text, int repeats = 1) {
+    return m_pool.speak("any", call(text), repeats, {}, m_speech, m_why);
+  }
+
+  SynthPool m_pool{KAVREL_SCRIPTED_SYNTH, shortLimits()};
+  SynthProcess::Speech m_speech;
+  std::string m_why;
+};
+
+// Makes the shared synthesiser use the scripted program for a while.
+class ScriptedSynthesiser : public testing::Test {
+ protected:
+  void SetUp() override { SynthPool::shared().useProgram(KAVREL_SCRIPTED_SYNTH, shortLimits()); }
+  void TearDown() override { SynthPool::shared().useProgram(kavrel::synthProgram(), {}); }
+};
+
+class Recorder : public kavrel::SynthesisListener {
+ public:
+  void onMark(int number, std::uint64_t sample) override {
+    marks.push_back(number);
+    marksAt.push_back(sample);
+  }
+  void onPhone(std::string_view, std::uint64_t) override { ++phones; }
+  void onSamples(std::span<const std::int16_t> some) override { samples += some.size(); }
+  bool cancelled() const override { return cancel; }
+
+  std::vector<int> marks;
+  std::vector<std::uint64_t> marksAt;
+  int phones = 0;
+  std::size_t samples = 0;
+  std::atomic<bool> cancel{false};
+};
+
+// A text with a mark before each of `words`.
+std::wstring marked(const std::vector<std::wstring>& words) {
+  std::wstring text;
+  for (std::size_t i = 0; i < words.size(); ++i) {
+    text += L"\x01" + std::to_wstring(i + 1) + L"M " + words[i] + L" ";
+  }
+  return text;
+}
+
+}  // namespace
+
+TEST_F(SynthPoolTest, SpeaksAndRepeatsWhatWasKilled) {
+  EXPECT_EQ(speak("one two"), Result::Done);
+  EXPECT_EQ(m_speech.samples.size(), 200u);
+  EXPECT_EQ(speak("one TERM ONCE:" + freshFile(), 0), Result::Done);
+  EXPECT_EQ(m_speech.samples.size(), 200u);
+}
+
+TEST_F(SynthPoolTest, RepeatsACallThatFailedOnceInAnyWay) {
+  for (const std::string fault :
+       {"CRASH", "SPIN", "STOP", "HALF", "GARBAGE", "COUNTS", "NOEND", "CALL", "QUIT"}) {
+    EXPECT_EQ(speak(fault + " ONCE:" + freshFile()), Result::Done) << fault << ' ' << m_why;
+    EXPECT_EQ(m_speech.samples.size(), 100u) << fault;
+    EXPECT_EQ(m_speech.events.size(), 1u) << fault;
+  }
+}
+
+TEST_F(SynthPoolTest, GivesUpACallThatFailsAgainAndAgain) {
+  for (const std::string fault : {"CRASH", "STOP", "HALF", "GARBAGE", "COUNTS", "TERM"}) {
+    EXPECT_EQ(speak(fault), Result::Unspeakable) << fault;
+    EXPECT_FALSE(m_why.empty());
+  }
+  EXPECT_EQ(speak("one"), Result::Done);
+}
+
+TEST_F(SynthPoolTest, FailsIfNoProcessStarts) {
+  for (const std::string voice : {"bad-ready", "exit"}) {
+    EXPECT_EQ(m_pool.prepare(voice, {}, m_why), Result::Failed) << voice;
+    EXPECT_NE(m_why.find("before it was ready"), std::string::npos) << m_why;
+  }
+  EXPECT_EQ(m_pool.prepare("no-language", {}, m_why), Result::NoVoice);
+  SynthPool nothing("/nowhere/kavrel-synth");
+  EXPECT_EQ(nothing.prepare("any", {}, m_why), Result::Failed);
+  EXPECT_NE(m_why.find("cannot start /nowhere/kavrel-synth"), std::string::npos) << m_why;
+}
+
+TEST_F(SynthPoolTest, LetsWaitingCallsBeCancelled) {
+  std::atomic<bool> cancel{false};
+  std::vector<std::jthread> busy;
+  std::vector<SynthProcess::Speech> speeches(8);
+  for (auto& speech : speeches) {
+    busy.emplace_back([&] {
+      std::string why;
+      EXPECT_EQ(m_pool.speak(
+                    "any", call("SLOW"), 1, [&] { return cancel.load(); }, speech, why),
+                Result::Cancelled);
+    });
+  }
+  std::this_thread::sleep_for(milliseconds(50));
+  const auto begin = base::Clock::now();
+  cancel = true;
+  busy.clear();
+  EXPECT_LT(base::Clock::now() - begin, milliseconds(1500));
+}
+
+TEST_F(SynthPoolTest, ServesManyThreadsInParallel) {
+  std::vector<std::jthread> threads;
+  std::atomic<int> done{0};
+  for (int thread = 0; thread < 8; ++thread) {
+    threads.emplace_back([&, thread] {
+      SynthProcess::Speech speech;
+      std::string why;
+      for (int round = 0; round < 25; ++round) {
+        const std::string voice = thread % 2 == 0 ? "any" : "other";
+        if (m_pool.speak(voice, call("one two three"), 1, {}, speech, why) == Result::Done &&
+            speech.samples.size() == 300) {
+          ++done;
+        }
+      }
+    });
+  }
+  threads.clear();
+  EXPECT_EQ(done, 200);
+}
+
+TEST(SynthPoolFork, GivesTheChildOfAForkItsOwnProcesses) {
+  SynthPool& pool = SynthPool::shared();
+  std::string why;
+  ASSERT_EQ(pool.prepare("en-us", {}, why), Result::Done) << why;
+  const pid_t child = ::fork();
+  if (child == 0) {
+    SynthProcess::Speech speech;
+    const bool good = pool.speak("en-us", call("one"), 1, {}, speech, why) == Result::Done;
+    ::_exit(good ? 0 : 1);
+  }
+  int status = 1;
+  ASSERT_EQ(::waitpid(child, &status, 0), child);
+  EXPECT_EQ(status, 0);
+  SynthProcess::Speech speech;
+  EXPECT_EQ(pool.speak("en-us", call("one"), 1, {}, speech, why), Result::Done) << why;
+}
+
+TEST_F(ScriptedSynthesiser, SkipsOnlyTheWordThatIsToBlame) {
+  for (const std::wstring fault : {L"CRASH", L"HALF", L"GARBAGE", L"NOEND"}) {
+    Synthesiser::Input input;
+    input.text = marked({L"one", L"two", fault, L"four"});
+    Recorder recorder;
+    std::string why;
+    ASSERT_TRUE(Synthesiser::shared().speak(input, kavrel::Voice(), recorder, why)) << why;
+    EXPECT_EQ(recorder.marks, (std::vector<int>{1, 2, 3, 4}));
+    EXPECT_EQ(recorder.marksAt, (std::vector<std::uint64_t>{0, 100, 200, 200}));
+    EXPECT_EQ(recorder.samples, 300u);
+    EXPECT_EQ(recorder.phones, 3);
+  }
+}
+
+TEST_F(ScriptedSynthesiser, FailsWithAMessageIfNothingStarts) {
+  SynthPool::shared().useProgram("/nowhere/kavrel-synth", {});
+  Synthesiser::Input input;
+  input.text = L"one ";
+  Recorder recorder;
+  std::string why;
+  EXPECT_FALSE(Synthesiser::shared().speak(input, kavrel::Voice(), recorder, why));
+  EXPECT_NE(why.find("/nowhere/kavrel-synth"), std::string::npos) << why;
+  EXPECT_EQ(recorder.samples, 0u);
+}
+
+// Texts with which espeak-ng writes beyond its buffers.
+TEST(SynthesiserCall, SurvivesTextsThatEndTheSynthesiser) {
+  struct Row {
+    const char* language;
+    std::wstring word;
+  };
+  for (const Row& row : {Row{"da", L"'-a"}, Row{"en-us", std::wstring(79, L'\u00E9') + L"as"},
+                         Row{"my", L"\u1019\u103C\u1014\u103A\u1019\u102C"}}) {
+    kavrel::Voice voice;
+    std::string why;
+    ASSERT_TRUE(voice.parse(std::string("format = 1\nname = Test\nlanguage = ") + row.language +
+                                "\npitch.offset = 19.3\npitch.range = 0.272\npitch.scale = 34.7\n"
+                                "pitch.spread = 0.54\npitch.lowest = 68\npitch.highest = 170\n",
+                            why))
+        << why;
+    Synthesiser::Input input;
+    input.text = marked({L"one", row.word, L"three"});
+    Recorder recorder;
+    ASSERT_TRUE(Synthesiser::shared().speak(input, voice, recorder, why)) << why;
+    EXPECT_GT(recorder.samples, 4000u) << row.language;
+  }
+}
+
+TEST(WordPieces, CarryTheSettingsThatAreInForce) {
+  const std::wstring mark = L"\x01";
+  const std::vector<kavrel::WordPiece> pieces =
+      kavrel::wordPieces(mark + L"1M one " + mark + L"200S " + mark + L"2M two " + mark + L"90S " +
+                         mark + L"3M three ");
+  ASSERT_EQ(pieces.size(), 3u);
+  EXPECT_EQ(pieces[0].mark, 1);
+  EXPECT_EQ(pieces[0].text, mark + L"1M one " + mark + L"200S ");
+  EXPECT_EQ(pieces[1].mark, 2);
+  EXPECT_EQ(pieces[1].text, mark + L"200S " + mark + L"2M two " + mark + L"90S ");
+  EXPECT_EQ(pieces[2].mark, 3);
+  EXPECT_EQ(pieces[2].text, mark + L"90S " + mark + L"3M three ");
+}
+
+TEST(WordPieces, KeepTextWithoutAMark) {
+  const std::vector<kavrel::WordPiece> pieces = kavrel::wordPieces(L"one two ");
+  ASSERT_EQ(pieces.size(), 1u);
+  EXPECT_EQ(pieces[0].mark, 0);
+  EXPECT_EQ(pieces[0].text, L"one two ");
+}
