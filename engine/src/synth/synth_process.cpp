@@ -254,7 +254,7 @@ bool SynthProcess::connect(int& socket, int& report, std::string& why) {
 // The environment is new: what the host's says about libraries, locale or sound is not for it.
 bool SynthProcess::spawn(const std::string& voice, int socket, int report, std::string& why) {
   SpawnSettings settings;
-  std::string name = "kavrel-synth";
+  std::string name = m_program;
   std::string option = "--voice";
   std::string argument = voice;
   std::string locale = "LC_ALL=C.UTF-8";

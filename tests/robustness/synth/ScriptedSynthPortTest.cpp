@@ -1,0 +1,79 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Whole jobs, from the C interface down, on a synthesiser that misbehaves: each ends, with all of
+// its words, whatever the processes do.
+#include <atomic>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "base/threads/Clock.h"
+#include "job/producer.h"
+#include "synth/synth_pool.h"
+#include "synth/synth_program.h"
+#include "synth/voice.h"
+
+namespace {
+
+using base::Clock;
+using kavrel::Producer;
+using kavrel::SynthPool;
+using std::chrono::milliseconds;
+
+kavrel::SynthProcess::Limits shortLimits() {
+  kavrel::SynthProcess::Limits limits;
+  limits.start = milliseconds(3000);
+  limits.silence = milliseconds(400);
+  return limits;
+}
+
+class ScriptedSynthJob : public testing::Test {
+ protected:
+  void SetUp() override { SynthPool::shared().useProgram(KAVREL_SCRIPTED_SYNTH, shortLimits()); }
+  void TearDown() override { SynthPool::shared().useProgram(kavrel::synthProgram(), {}); }
+
+  // Produces a text to its end; returns the texts of its words.
+  std::vector<std::string> wordsOf(const std::string& text) {
+    Producer producer(text, m_voice, m_cancel);
+    std::vector<std::string> words;
+    kavrel::SpeechSegment segment;
+    for (;;) {
+      m_result = producer.next(segment);
+      if (m_result != Producer::Result::Segment) break;
+      for (const auto& event : segment.events) {
+        if (event.type == KAVREL_EVENT_WORD) {
+          words.push_back(text.substr(event.start, event.length));
+        }
+      }
+    }
+    m_error = producer.error();
+    return words;
+  }
+
+  kavrel::Voice m_voice;
+  std::atomic<bool> m_cancel{false};
+  Producer::Result m_result = Producer::Result::End;
+  std::string m_error;
+};
+
+}  // namespace
+
+TEST_F(ScriptedSynthJob, EndsWithAllWordsWhateverOneOfThemDoes) {
+  for (const std::string fault :
+       {"CRASH", "TERM", "HALF", "GARBAGE", "COUNTS", "QUIT", "CALL", "STOP", "SPIN", "NOEND"}) {
+    const Clock::time_point begin = Clock::now();
+    EXPECT_EQ(wordsOf("One two. Three " + fault + " four. Five."),
+              (std::vector<std::string>{"One", "two", "Three", fault, "four", "Five"}))
+        << fault;
+    EXPECT_EQ(m_result, Producer::Result::End) << fault << ": " << m_error;
+    EXPECT_LT(Clock::now() - begin, std::chrono::seconds(20)) << fault;
+  }
+}
+
+TEST_F(ScriptedSynthJob, FailsWithAMessageIfNoProcessStarts) {
+  SynthPool::shared().useProgram("/nowhere/kavrel-synth", shortLimits());
+  EXPECT_TRUE(wordsOf("One two.").empty());
+  EXPECT_EQ(m_result, Producer::Result::Failed);
+  EXPECT_EQ(m_error, "cannot start /nowhere/kavrel-synth: No such file or directory");
+}
