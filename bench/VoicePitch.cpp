@@ -56,21 +56,6 @@ struct Fit {
   }
 };
 
-class Recorder : public kavrel::SynthesisListener {
- public:
-  void onMark(int, std::uint64_t) override {}
-  void onPhone(std::string_view, std::uint64_t) override {}
-  void onSamples(std::span<const std::int16_t> samples) override {
-    m_samples.insert(m_samples.end(), samples.begin(), samples.end());
-  }
-  bool cancelled() const override { return false; }
-
-  std::span<const std::int16_t> samples() const { return m_samples; }
-
- private:
-  std::vector<std::int16_t> m_samples;
-};
-
 std::wstring statementsFor(const kavrel::Voice& voice) {
   const std::string name = voice.synthesiserName();
   const std::string_view language = std::string_view(name).substr(0, name.find('+'));
@@ -88,14 +73,14 @@ std::vector<double> pitchesAt(const kavrel::Voice& voice, int pitch, int range) 
   input.text = statementsFor(voice);
   input.settings.pitch = pitch;
   input.settings.range = range;
-  Recorder recorder;
+  kavrel::SynthAudio audio;
   std::string why;
-  if (!kavrel::Synthesiser::shared().speak(input, voice, recorder, why)) {
+  if (!kavrel::Synthesiser::shared().speak(input, voice, {}, audio, why)) {
     throw std::runtime_error(voice.name() + ": " + why);
   }
   const auto rate = static_cast<double>(kavrel::kSampleRate);
   std::vector<double> pitches =
-      acoustics::voicedValues(acoustics::pitchTrack({recorder.samples(), rate}));
+      acoustics::voicedValues(acoustics::pitchTrack({audio.samples(), rate}));
   if (pitches.empty()) throw std::runtime_error(voice.name() + " has no pitch");
   return pitches;
 }

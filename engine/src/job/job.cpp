@@ -60,14 +60,14 @@ void Job::run() {
 // comes.
 void Job::speak() {
   // A sink without a lead takes audio as fast as it is produced, so production runs ahead of it.
-  Pipeline producer(m_request.text, *m_request.voice, m_cancel, m_sink.lead() == 0);
+  m_pipeline.emplace(m_request.text, *m_request.voice, m_sink.lead() == 0);
   while (m_stopAt != StopBoundary::Now && !m_failed) {
     if (m_paused) {
       m_wake.wait(m_lock);
       continue;
     }
     findBoundary();
-    if (step(producer)) continue;
+    if (step()) continue;
     if (isDone()) {
       m_position = static_cast<std::uint32_t>(m_request.text.size());
       return;
@@ -78,14 +78,14 @@ void Job::speak() {
 
 // Does the first kind of work that there is. The order matters: events come before a boundary at
 // their sample, and audio that is produced already is written before more is produced.
-bool Job::step(Pipeline& producer) {
+bool Job::step() {
   m_timeline.discard(std::min(m_sink.heard(), m_written));
   if (deliverDue()) return true;
   if (isAtBoundary()) {
     applyBoundary();
     return true;
   }
-  return writeMore() || produceMore(producer);
+  return writeMore() || produceMore();
 }
 
 // Events after a boundary that was found wait until it is certain that speech continues.
@@ -175,7 +175,7 @@ bool Job::mayProduce() {
 }
 
 // Produces as far as the sink's lead; further only to find the boundary of a pending pause or stop.
-bool Job::produceMore(Pipeline& producer) {
+bool Job::produceMore() {
   if (!mayProduce()) return false;
   const bool seeksBoundary = m_stopAt.has_value() || m_pauseAt.has_value();
   if (!seeksBoundary &&
@@ -183,21 +183,24 @@ bool Job::produceMore(Pipeline& producer) {
     return false;
   }
   SpeechSegment segment;
-  Producer::Result result = Producer::Result::Failed;
+  Pipeline& pipeline = *m_pipeline;
+  Pipeline::Result result = Pipeline::Result::Failed;
   {
     const base::ScopedUnlock released(m_lock);
-    result = producer.next(segment);
+    result = pipeline.next(segment);
   }
   switch (result) {
-    case Producer::Result::Segment:
+    case Pipeline::Result::Segment:
       m_timeline.append(std::move(segment));
       break;
-    case Producer::Result::End:
+    case Pipeline::Result::End:
       m_allProduced = true;
       break;
-    case Producer::Result::Failed:
-      fail(producer.error());
+    case Pipeline::Result::Failed:
+      fail(pipeline.error());
       break;
+    case Pipeline::Result::Cancelled:
+      break;  // by a stop, which ends the loop
   }
   return true;
 }
@@ -222,6 +225,7 @@ base::Clock::time_point Job::nextDue() {
 void Job::finish() {
   m_ending = true;
   m_paused = false;
+  m_pipeline.reset();
   if (!finishSink() && !m_failed) fail(m_sink.error());
   deliver({audioLength(), KAVREL_EVENT_END, m_position, 0, {}, false, false});
   m_over = true;
@@ -327,7 +331,7 @@ void Job::stop(StopBoundary boundary) {
 void Job::stopNow() {
   m_stopAt = StopBoundary::Now;
   m_stopTime = base::Clock::now();
-  m_cancel = true;
+  if (m_pipeline.has_value()) m_pipeline->cancel();
   m_sink.pause();
 }
 

@@ -7,7 +7,6 @@
 // no lock. All other functions may be called on any thread.
 #pragma once
 
-#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -71,10 +70,10 @@ class Job {
   // Those that return bool return true if they did any work; the loop then re-evaluates the job's
   // state.
   void speak() REQUIRES(m_lock);
-  bool step(Pipeline& producer) REQUIRES(m_lock);
+  bool step() REQUIRES(m_lock);
   bool deliverDue() REQUIRES(m_lock);
   bool writeMore() REQUIRES(m_lock);
-  bool produceMore(Pipeline& producer) REQUIRES(m_lock);
+  bool produceMore() REQUIRES(m_lock);
   void findBoundary() REQUIRES(m_lock);
   bool isAtBoundary() REQUIRES(m_lock);
   void applyBoundary() REQUIRES(m_lock);
@@ -98,7 +97,6 @@ class Job {
   const std::uint64_t m_number;
   const Request m_request;
   Sink& m_sink;
-  std::atomic<bool> m_cancel = false;  // production stops
 
   base::Mutex m_lock;
   base::Condition m_wake;  // with m_lock: a pause, resume or stop was requested
@@ -116,6 +114,7 @@ class Job {
   // Where m_stopAt or m_pauseAt takes effect; nullopt until it is found.
   std::optional<Timeline::Boundary> m_boundary GUARDED_BY(m_lock);
 
+  std::optional<Pipeline> m_pipeline GUARDED_BY(m_lock);  // while the job speaks
   Timeline m_timeline GUARDED_BY(m_lock);
   std::uint64_t m_written GUARDED_BY(m_lock) = 0;  // samples, to the sink
   bool m_allProduced GUARDED_BY(m_lock) = false;

@@ -1,66 +1,56 @@
-// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-License-Identifier: Apache-2.0
 //
-// A producer that can run ahead of its consumer: a bounded queue (a ring buffer of two outcomes)
-// between a thread of its own and the consumer.
+// Produces the speech of a text, segment by segment and in order: on demand, or ahead of its
+// consumer, on as many threads as the synthesiser speaks calls at the same time. Memory is bounded:
+// the threads pause while a number of segments wait for the consumer.
 //
-// Threads: used by one thread, the consumer, apart from its own thread.
+// Threads: next() and error() are used by one thread, the consumer; cancel() on any. The threads of
+// a cancelled pipeline end by themselves within milliseconds; nobody waits for them.
 #pragma once
 
-#include <array>
-#include <atomic>
-#include <cstddef>
-#include <exception>
-#include <optional>
+#include <memory>
 #include <string>
 #include <string_view>
-#include <thread>
 
-#include "base/threads/Mutex.h"
-#include "job/producer.h"
+#include "job/segment.h"
+#include "job/segment_builder.h"
 
 namespace kavrel {
 
+class Voice;
+
 class Pipeline {
  public:
-  // Arguments as for Producer. If `ahead` is false, or if the system refuses a thread, segments are
-  // produced when next() is called.
-  Pipeline(std::string_view text, const Voice& voice, std::atomic<bool>& cancel, bool ahead);
+  enum class Result { Segment, End, Failed, Cancelled };
 
-  // Sets `cancel`, and waits for the segment in production.
+  // `text` (ISO 8859-15) must outlive the pipeline; `voice` must never be destroyed. With `ahead`,
+  // the first next() starts the threads; if the system refuses them, segments are produced on
+  // demand.
+  Pipeline(std::string_view text, const Voice& voice, bool ahead);
+
+  // Cancels.
   ~Pipeline();
   Pipeline(const Pipeline&) = delete;
   Pipeline& operator=(const Pipeline&) = delete;
 
-  // As Producer::next(), including its exceptions. Must not be called again after the end, a
-  // failure or an exception.
-  Producer::Result next(SpeechSegment& segment) EXCLUDES(m_lock);
+  // Fills `segment`, which may have no audio. Failed: error() has the cause. May throw
+  // std::bad_alloc. Must not be called again after another result than Segment, or an exception.
+  Result next(SpeechSegment& segment);
 
-  const std::string& error() const { return m_producer.error(); }
+  // Makes next() return Cancelled: at once while it waits for a thread of the pipeline, within
+  // milliseconds while it produces a segment itself.  [any thread]
+  void cancel();
+
+  const std::string& error() const { return m_error; }
 
  private:
-  // What one call of Producer::next() returned or threw.
-  struct Outcome {
-    Producer::Result result = Producer::Result::End;
-    SpeechSegment segment;
-    std::exception_ptr thrown;
-  };
+  class Queue;
 
-  void run() EXCLUDES(m_lock);
-  Outcome produce() noexcept;
-
-  Producer m_producer;  // used by the thread, if there is one, until its last outcome is stored
-  std::atomic<bool>& m_cancel;
-
-  base::Mutex m_lock;
-  base::Condition m_changed;  // with m_lock
-  // A ring buffer of the outcomes that have not been taken. Two are enough: producing a segment
-  // takes far longer than consuming it, so a longer queue would only cost memory.
-  std::array<Outcome, 2> m_outcomes GUARDED_BY(m_lock);
-  std::size_t m_produced GUARDED_BY(m_lock) = 0;
-  std::size_t m_taken GUARDED_BY(m_lock) = 0;
-  bool m_abandoned GUARDED_BY(m_lock) = false;  // the consumer takes no more outcomes
-
-  std::optional<std::thread> m_thread;
+  const std::shared_ptr<Queue> m_queue;  // shared with the threads
+  SegmentBuilder m_builder;
+  bool m_ahead;  // threads are running or are to be started
+  bool m_started = false;
+  std::string m_error;
 };
 
 }  // namespace kavrel

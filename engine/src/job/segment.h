@@ -22,6 +22,8 @@ struct TimedEvent {
   std::string text;           // as for kavrel_event_get_text
   bool endsWord = false;      // a boundary: the word before, if any, is over
   bool endsSentence = false;  // a boundary: the sentence before is over, too
+
+  bool operator==(const TimedEvent&) const = default;
 };
 
 // Audio: `samples`, then `silence` samples of silence, which are not stored. The events are in
@@ -30,6 +32,8 @@ struct SpeechSegment {
   std::vector<std::int16_t> samples;
   std::uint64_t silence = 0;
   std::vector<TimedEvent> events;
+
+  bool operator==(const SpeechSegment&) const = default;
 
   // In samples.
   std::uint64_t length() const { return samples.size() + silence; }

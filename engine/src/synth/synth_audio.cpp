@@ -48,7 +48,12 @@ void SynthAudio::add(Event event, std::int64_t sample) {
   m_events.push_back(std::move(event));
 }
 
-void SynthAudio::addSamples(std::span<const std::int16_t> samples) {
+// The usual call comes in one block, which is taken as it is.
+void SynthAudio::addSamples(std::vector<std::int16_t>&& samples) {
+  if (m_samples.empty()) {
+    m_samples = std::move(samples);
+    return;
+  }
   m_samples.insert(m_samples.end(), samples.begin(), samples.end());
 }
 

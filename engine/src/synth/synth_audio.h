@@ -12,6 +12,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace kavrel {
@@ -22,6 +23,8 @@ class SynthAudio {
     int mark = 0;       // number of the mark, from 1; 0 for a phone
     std::string phone;  // the synthesiser's name; empty for a mark
     std::uint64_t sample = 0;
+
+    bool operator==(const Event&) const = default;
   };
 
   // A change that applies to the audio from a mark on.
@@ -44,10 +47,10 @@ class SynthAudio {
   };
 
   // Called for each block, its events first, in order of time. `sample` counts from the start of
-  // the call.
+  // the audio.
   void addMark(int number, std::int64_t sample);
   void addPhone(std::string_view name, std::int64_t sample);
-  void addSamples(std::span<const std::int16_t> samples);
+  void addSamples(std::vector<std::int16_t>&& samples);
 
   // Applies `adjustments`, which are in order of their marks, and moves the events accordingly.
   // Samples that would be too loud are soft-clipped. Called once, after the last block.
@@ -58,6 +61,7 @@ class SynthAudio {
 
   const std::vector<Event>& events() const { return m_events; }
   const std::vector<std::int16_t>& samples() const { return m_samples; }
+  std::vector<std::int16_t> takeSamples() && { return std::move(m_samples); }
 
  private:
   struct Pause {

@@ -14,6 +14,7 @@
 // (FIFO) in which they came. After fork(), the child of the host has an empty pool.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <memory>
@@ -46,6 +47,9 @@ class SynthPool {
 
   // For tests: uses another program from now on, and leaves idle processes of the old one.
   void useProgram(std::string program, const SynthProcess::Limits& limits) EXCLUDES(m_lock);
+
+  // The number of calls that run at the same time.
+  std::size_t maxCalls() const { return m_most; }
 
   // Makes sure that a process for `voice` is running. Done, NoVoice, Failed or Cancelled; sets
   // `why` for NoVoice and Failed.

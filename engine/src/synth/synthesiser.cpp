@@ -2,6 +2,7 @@
 #include "synth/synthesiser.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "cst/diag.h"
 #include "synth/synth_pool.h"
@@ -17,17 +18,6 @@ namespace protocol = synth_protocol;
 // After a crash or the like, a call is repeated so often before it is spoken word by word.
 constexpr int kRepeats = 1;
 
-void deliverTo(SynthesisListener& listener, const SynthAudio& audio) {
-  for (const SynthAudio::Event& event : audio.events()) {
-    if (event.mark > 0) {
-      listener.onMark(event.mark, event.sample);
-    } else {
-      listener.onPhone(event.phone, event.sample);
-    }
-  }
-  if (!audio.samples().empty()) listener.onSamples(audio.samples());
-}
-
 protocol::Speak frameOf(const Synthesiser::Input& input) {
   protocol::Speak frame;
   frame.rate = input.settings.rate;
@@ -40,7 +30,7 @@ protocol::Speak frameOf(const Synthesiser::Input& input) {
 }
 
 // Appends what a process has spoken.
-void append(SynthAudio& audio, const SynthProcess::Speech& speech) {
+void append(SynthAudio& audio, SynthProcess::Speech&& speech) {
   const auto offset = static_cast<std::int64_t>(audio.samples().size());
   for (const protocol::Event& event : speech.events) {
     const std::int64_t sample = offset + event.sample;
@@ -50,7 +40,7 @@ void append(SynthAudio& audio, const SynthProcess::Speech& speech) {
       audio.addPhone(event.nameText(), sample);
     }
   }
-  audio.addSamples(speech.samples);
+  audio.addSamples(std::move(speech.samples));
 }
 
 }  // namespace
@@ -58,18 +48,15 @@ void append(SynthAudio& audio, const SynthProcess::Speech& speech) {
 // One call of speak().
 class Synthesiser::Call {
  public:
-  Call(SynthPool& pool, const Input& input, const Voice& voice, const SynthesisListener& listener)
-      : m_pool(pool),
-        m_input(input),
-        m_voice(voice.synthesiserName()),
-        m_cancelled([&listener] { return listener.cancelled(); }) {}
+  Call(SynthPool& pool, const Input& input, const Voice& voice, const Cancelled& cancelled)
+      : m_pool(pool), m_input(input), m_voice(voice.synthesiserName()), m_cancelled(cancelled) {}
 
   // Fills `audio`. A cancelled call counts as a success, without audio.
   bool run(SynthAudio& audio, std::string& why) {
     SynthProcess::Speech speech;
     switch (m_pool.speak(m_voice, frameOf(m_input), kRepeats, m_cancelled, speech, why)) {
       case SynthPool::Result::Done:
-        append(audio, speech);
+        append(audio, std::move(speech));
         return true;
       case SynthPool::Result::Cancelled:
         return true;
@@ -99,21 +86,21 @@ class Synthesiser::Call {
       const bool spoken = result == SynthPool::Result::Done;
       if (!spoken && result != SynthPool::Result::Unspeakable) return false;
       if (!spoken) reportSkipped(piece, why);
-      appendPiece(audio, piece, speech, spoken);
+      appendPiece(audio, piece, std::move(speech), spoken);
     }
     return true;
   }
 
   // A mark that the synthesiser skipped or did not get to is reached where its word begins.
-  static void appendPiece(SynthAudio& audio, const WordPiece& piece,
-                          const SynthProcess::Speech& speech, bool spoken) {
+  static void appendPiece(SynthAudio& audio, const WordPiece& piece, SynthProcess::Speech&& speech,
+                          bool spoken) {
     const bool reached = spoken && std::ranges::any_of(speech.events, [&](const auto& event) {
                            return event.mark == piece.mark;
                          });
     if (piece.mark > 0 && !reached) {
       audio.addMark(piece.mark, static_cast<std::int64_t>(audio.samples().size()));
     }
-    if (spoken) append(audio, speech);
+    if (spoken) append(audio, std::move(speech));
   }
 
   void reportSkipped(const WordPiece& piece, const std::string& why) const {
@@ -124,7 +111,7 @@ class Synthesiser::Call {
   SynthPool& m_pool;
   const Input& m_input;
   const std::string m_voice;
-  const SynthProcess::Cancelled m_cancelled;
+  const Cancelled& m_cancelled;
 };
 
 Synthesiser& Synthesiser::shared() {
@@ -144,14 +131,18 @@ bool Synthesiser::hasVoice(const Voice& voice, std::string& why) {
   return isReady(voice.synthesiserName(), why);
 }
 
-bool Synthesiser::speak(const Input& input, const Voice& voice, SynthesisListener& listener,
-                        std::string& why) {
-  SynthAudio audio;
-  if (!Call(m_pool, input, voice, listener).run(audio, why)) return false;
-  if (listener.cancelled()) return true;
+std::size_t Synthesiser::maxCalls() const {
+  return m_pool.maxCalls();
+}
+
+bool Synthesiser::speak(const Input& input, const Voice& voice, const Cancelled& cancelled,
+                        SynthAudio& audio, std::string& why) {
+  if (!Call(m_pool, input, voice, cancelled).run(audio, why)) {
+    audio = SynthAudio();
+    return false;
+  }
   audio.adjust(input.adjustments);
   audio.addInnerMarks(input.innerMarks);
-  deliverTo(listener, audio);
   return true;
 }
 

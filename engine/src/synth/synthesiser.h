@@ -10,10 +10,9 @@
 // functions that allocate may throw std::bad_alloc.
 #pragma once
 
-#include <cstdint>
-#include <span>
+#include <cstddef>
+#include <functional>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "synth/synth_audio.h"
@@ -24,25 +23,11 @@ namespace kavrel {
 class SynthPool;
 class Voice;
 
-// Receives the results of a call, on the calling thread: first the events, in order of time, then
-// the audio. Samples count from the start of the call.
-class SynthesisListener {
- public:
-  virtual ~SynthesisListener() = default;
-
-  // The mark command with this number has been reached.
-  virtual void onMark(int number, std::uint64_t sample) = 0;
-  // A phone begins. `name` is the synthesiser's name for it.
-  virtual void onPhone(std::string_view name, std::uint64_t sample) = 0;
-  // All samples of the call; not called if there are none.
-  virtual void onSamples(std::span<const std::int16_t> samples) = 0;
-  // Called every few milliseconds while the call runs or waits; true cancels the call. Must not
-  // block.
-  virtual bool cancelled() const = 0;
-};
-
 class Synthesiser {
  public:
+  // Called every few milliseconds while a call runs or waits; true cancels it. Must not block.
+  using Cancelled = std::function<bool()>;
+
   // Settings that are made before a call; Plan also changes them inside a call, by commands.
   struct Settings {
     int rate = 180;  // 80 to 449, roughly words per minute; see kRates in plan.cpp
@@ -78,10 +63,13 @@ class Synthesiser {
   // message in `why`.
   bool hasVoice(const Voice& voice, std::string& why);
 
-  // Speaks `input`, and passes the results to `listener`. Returns early, without results, if the
-  // listener cancels the call. Returns false, with a message in `why`, on failure; the listener has
-  // then received nothing.
-  bool speak(const Input& input, const Voice& voice, SynthesisListener& listener, std::string& why);
+  // The number of calls that run at the same time; more wait for their turn.
+  std::size_t maxCalls() const;
+
+  // Speaks `input` and sets `audio`, which must be empty. Returns true, without audio, if the call
+  // is cancelled; returns false, without audio and with a message in `why`, on failure.
+  bool speak(const Input& input, const Voice& voice, const Cancelled& cancelled, SynthAudio& audio,
+             std::string& why);
 
  private:
   class Call;

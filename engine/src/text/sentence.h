@@ -28,7 +28,8 @@
 //  synth/plan.cpp     acts on it: ends the last synthesiser call of the sentence with a sentence
 //                     pause if Sentence::ends is set. It never decides, nor does the synthesiser,
 //                     which is given a sentence or less at a time.
-// job/producer.cpp reports the result: a SENTENCE event at the beginning, a boundary at the end.
+// job/segment_builder.cpp reports the result: a SENTENCE event at the beginning, a boundary at the
+// end.
 #pragma once
 
 #include <cstdint>

@@ -2,14 +2,13 @@
 //
 // Whole jobs, from the C interface down, on a synthesiser that misbehaves: each ends, with all of
 // its words, whatever the processes do.
-#include <atomic>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "base/threads/Clock.h"
-#include "job/producer.h"
+#include "job/pipeline.h"
 #include "synth/synth_pool.h"
 #include "synth/synth_program.h"
 #include "synth/voice.h"
@@ -17,7 +16,7 @@
 namespace {
 
 using base::Clock;
-using kavrel::Producer;
+using kavrel::Pipeline;
 using kavrel::SynthPool;
 using std::chrono::milliseconds;
 
@@ -35,25 +34,24 @@ class ScriptedSynthJob : public testing::Test {
 
   // Produces a text to its end; returns the texts of its words.
   std::vector<std::string> wordsOf(const std::string& text) {
-    Producer producer(text, m_voice, m_cancel);
+    Pipeline pipeline(text, m_voice, true);
     std::vector<std::string> words;
     kavrel::SpeechSegment segment;
     for (;;) {
-      m_result = producer.next(segment);
-      if (m_result != Producer::Result::Segment) break;
+      m_result = pipeline.next(segment);
+      if (m_result != Pipeline::Result::Segment) break;
       for (const auto& event : segment.events) {
         if (event.type == KAVREL_EVENT_WORD) {
           words.push_back(text.substr(event.start, event.length));
         }
       }
     }
-    m_error = producer.error();
+    m_error = pipeline.error();
     return words;
   }
 
   kavrel::Voice m_voice;
-  std::atomic<bool> m_cancel{false};
-  Producer::Result m_result = Producer::Result::End;
+  Pipeline::Result m_result = Pipeline::Result::End;
   std::string m_error;
 };
 
@@ -66,7 +64,7 @@ TEST_F(ScriptedSynthJob, EndsWithAllWordsWhateverOneOfThemDoes) {
     EXPECT_EQ(wordsOf("One two. Three " + fault + " four. Five."),
               (std::vector<std::string>{"One", "two", "Three", fault, "four", "Five"}))
         << fault;
-    EXPECT_EQ(m_result, Producer::Result::End) << fault << ": " << m_error;
+    EXPECT_EQ(m_result, Pipeline::Result::End) << fault << ": " << m_error;
     EXPECT_LT(Clock::now() - begin, std::chrono::seconds(20)) << fault;
   }
 }
@@ -74,6 +72,6 @@ TEST_F(ScriptedSynthJob, EndsWithAllWordsWhateverOneOfThemDoes) {
 TEST_F(ScriptedSynthJob, FailsWithAMessageIfNoProcessStarts) {
   SynthPool::shared().useProgram("/nowhere/kavrel-synth", shortLimits());
   EXPECT_TRUE(wordsOf("One two.").empty());
-  EXPECT_EQ(m_result, Producer::Result::Failed);
+  EXPECT_EQ(m_result, Pipeline::Result::Failed);
   EXPECT_EQ(m_error, "cannot start /nowhere/kavrel-synth: No such file or directory");
 }

@@ -2,12 +2,11 @@
 #include "Recording.h"
 
 #include <algorithm>
-#include <atomic>
 #include <iterator>
 
 #include <gtest/gtest.h>
 
-#include "job/producer.h"
+#include "job/pipeline.h"
 
 namespace test {
 
@@ -18,12 +17,11 @@ const std::string kProse =
     "come in over the bar during the long night.";
 
 Recording record(std::string_view text, const kavrel::Voice& voice) {
-  const std::atomic<bool> never = false;
-  kavrel::Producer producer(text, voice, never);
+  kavrel::Pipeline pipeline(text, voice, false);
   Recording recording;
   kavrel::SpeechSegment segment;
-  kavrel::Producer::Result result = producer.next(segment);
-  for (; result == kavrel::Producer::Result::Segment; result = producer.next(segment)) {
+  kavrel::Pipeline::Result result = pipeline.next(segment);
+  for (; result == kavrel::Pipeline::Result::Segment; result = pipeline.next(segment)) {
     const std::size_t start = recording.samples.size();
     for (TimedEvent& event : segment.events) {
       event.sample += start;
@@ -33,7 +31,7 @@ Recording record(std::string_view text, const kavrel::Voice& voice) {
                              segment.samples.end());
     recording.samples.resize(start + segment.length());
   }
-  EXPECT_EQ(result, kavrel::Producer::Result::End) << producer.error();
+  EXPECT_EQ(result, kavrel::Pipeline::Result::End) << pipeline.error();
   return recording;
 }
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 //
 // Recording: a text spoken into memory, with the sample positions of its words, phones and marks.
-// The engine's producer makes it, as for a port but without a port's threads.
+// The engine's pipeline makes it, as for a port but without a port's threads.
 #pragma once
 
 #include <cstdint>

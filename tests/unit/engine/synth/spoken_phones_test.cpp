@@ -16,16 +16,6 @@
 
 namespace {
 
-class Names : public kavrel::SynthesisListener {
- public:
-  void onMark(int, std::uint64_t) override {}
-  void onPhone(std::string_view name, std::uint64_t) override { names.emplace_back(name); }
-  void onSamples(std::span<const std::int16_t>) override {}
-  bool cancelled() const override { return false; }
-
-  std::vector<std::string> names;
-};
-
 // The phones that the synthesiser reports while it speaks `text`, without pauses.
 std::vector<std::string> eventsOf(std::wstring_view text, bool hasPhones,
                                   std::string_view language) {
@@ -39,10 +29,13 @@ std::vector<std::string> eventsOf(std::wstring_view text, bool hasPhones,
   kavrel::Synthesiser::Input input;
   input.text = text;
   input.hasPhones = hasPhones;
-  Names listener;
-  EXPECT_TRUE(kavrel::Synthesiser::shared().speak(input, voice, listener, why)) << why;
-  std::erase_if(listener.names, [](const std::string& name) { return name.starts_with('_'); });
-  return listener.names;
+  kavrel::SynthAudio audio;
+  EXPECT_TRUE(kavrel::Synthesiser::shared().speak(input, voice, {}, audio, why)) << why;
+  std::vector<std::string> names;
+  for (const kavrel::SynthAudio::Event& event : audio.events()) {
+    if (event.mark == 0 && !event.phone.starts_with('_')) names.push_back(event.phone);
+  }
+  return names;
 }
 
 // Our names for the phones that the synthesiser reports for the input `phones`.

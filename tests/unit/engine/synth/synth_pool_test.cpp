@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -20,6 +21,7 @@
 
 namespace {
 
+using kavrel::SynthAudio;
 using kavrel::Synthesiser;
 using kavrel::SynthPool;
 using kavrel::SynthProcess;
@@ -65,22 +67,13 @@ class ScriptedSynthesiser : public testing::Test {
   void TearDown() override { SynthPool::shared().useProgram(kavrel::synthProgram(), {}); }
 };
 
-class Recorder : public kavrel::SynthesisListener {
- public:
-  void onMark(int number, std::uint64_t sample) override {
-    marks.push_back(number);
-    marksAt.push_back(sample);
+std::vector<std::pair<int, std::uint64_t>> marksOf(const SynthAudio& audio) {
+  std::vector<std::pair<int, std::uint64_t>> marks;
+  for (const SynthAudio::Event& event : audio.events()) {
+    if (event.mark > 0) marks.emplace_back(event.mark, event.sample);
   }
-  void onPhone(std::string_view, std::uint64_t) override { ++phones; }
-  void onSamples(std::span<const std::int16_t> some) override { samples += some.size(); }
-  bool cancelled() const override { return cancel; }
-
-  std::vector<int> marks;
-  std::vector<std::uint64_t> marksAt;
-  int phones = 0;
-  std::size_t samples = 0;
-  std::atomic<bool> cancel{false};
-};
+  return marks;
+}
 
 // A text with a mark before each of `words`.
 std::wstring marked(const std::vector<std::wstring>& words) {
@@ -188,13 +181,13 @@ TEST_F(ScriptedSynthesiser, SkipsOnlyTheWordThatIsToBlame) {
   for (const std::wstring fault : {L"CRASH", L"HALF", L"GARBAGE", L"NOEND"}) {
     Synthesiser::Input input;
     input.text = marked({L"one", L"two", fault, L"four"});
-    Recorder recorder;
+    SynthAudio audio;
     std::string why;
-    ASSERT_TRUE(Synthesiser::shared().speak(input, kavrel::Voice(), recorder, why)) << why;
-    EXPECT_EQ(recorder.marks, (std::vector<int>{1, 2, 3, 4}));
-    EXPECT_EQ(recorder.marksAt, (std::vector<std::uint64_t>{0, 100, 200, 200}));
-    EXPECT_EQ(recorder.samples, 300u);
-    EXPECT_EQ(recorder.phones, 3);
+    ASSERT_TRUE(Synthesiser::shared().speak(input, kavrel::Voice(), {}, audio, why)) << why;
+    EXPECT_EQ(marksOf(audio),
+              (std::vector<std::pair<int, std::uint64_t>>{{1, 0}, {2, 100}, {3, 200}, {4, 200}}));
+    EXPECT_EQ(audio.samples().size(), 300u);
+    EXPECT_EQ(audio.events().size(), 4u + 3u);
   }
 }
 
@@ -202,11 +195,11 @@ TEST_F(ScriptedSynthesiser, FailsWithAMessageIfNothingStarts) {
   SynthPool::shared().useProgram("/nowhere/kavrel-synth", {});
   Synthesiser::Input input;
   input.text = L"one ";
-  Recorder recorder;
+  SynthAudio audio;
   std::string why;
-  EXPECT_FALSE(Synthesiser::shared().speak(input, kavrel::Voice(), recorder, why));
+  EXPECT_FALSE(Synthesiser::shared().speak(input, kavrel::Voice(), {}, audio, why));
   EXPECT_NE(why.find("/nowhere/kavrel-synth"), std::string::npos) << why;
-  EXPECT_EQ(recorder.samples, 0u);
+  EXPECT_TRUE(audio.samples().empty());
 }
 
 // Texts with which espeak-ng writes beyond its buffers.
@@ -226,9 +219,9 @@ TEST(SynthesiserCall, SurvivesTextsThatEndTheSynthesiser) {
         << why;
     Synthesiser::Input input;
     input.text = marked({L"one", row.word, L"three"});
-    Recorder recorder;
-    ASSERT_TRUE(Synthesiser::shared().speak(input, voice, recorder, why)) << why;
-    EXPECT_GT(recorder.samples, 4000u) << row.language;
+    SynthAudio audio;
+    ASSERT_TRUE(Synthesiser::shared().speak(input, voice, {}, audio, why)) << why;
+    EXPECT_GT(audio.samples().size(), 4000u) << row.language;
   }
 }
 
