@@ -12,7 +12,6 @@
 #include "base/threads/Mutex.h"
 #include "cst/diag.h"
 #include "job/step_reader.h"
-#include "synth/synthesiser.h"
 #include "synth/voice.h"
 
 namespace kavrel {
@@ -38,11 +37,12 @@ class Pipeline::Queue {
     std::exception_ptr thrown;  // by the thread
   };
 
-  Queue(std::string_view text, const Voice& voice) : m_voice(voice), m_reader(text, voice) {}
+  Queue(std::string_view text, const Voice& voice, Synthesiser& synthesiser)
+      : m_voice(voice), m_synthesiser(synthesiser), m_reader(text, voice) {}
 
   // Starts the threads, which share `queue`. Returns false if there are none.
   static bool start(const std::shared_ptr<Queue>& queue) {
-    const std::size_t count = Synthesiser::shared().maxCalls();
+    const std::size_t count = queue->m_synthesiser.maxCalls();
     queue->setCapacity(count * kStepsPerThread);
     for (std::size_t started = 0; started < count; ++started) {
       try {
@@ -152,7 +152,7 @@ class Pipeline::Queue {
   void speak(Entry& entry) const {
     if (!needsSpeech(entry.step)) return;
     std::string why;
-    if (!Synthesiser::shared().speak(
+    if (!m_synthesiser.speak(
             entry.step.call.input, m_voice, [this] { return m_cancelled.load(); }, entry.audio,
             why)) {
       entry.error = why.empty() ? "the synthesiser failed" : std::move(why);
@@ -160,6 +160,7 @@ class Pipeline::Queue {
   }
 
   const Voice& m_voice;
+  Synthesiser& m_synthesiser;
   std::atomic<bool> m_cancelled{false};  // written with the lock held
 
   base::Mutex m_lock;
@@ -172,8 +173,10 @@ class Pipeline::Queue {
   std::exception_ptr m_thrown GUARDED_BY(m_lock);  // by the reader
 };
 
-Pipeline::Pipeline(std::string_view text, const Voice& voice, bool ahead)
-    : m_queue(std::make_shared<Queue>(text, voice)), m_builder(voice.language()), m_ahead(ahead) {}
+Pipeline::Pipeline(std::string_view text, const Voice& voice, bool ahead, Synthesiser& synthesiser)
+    : m_queue(std::make_shared<Queue>(text, voice, synthesiser)),
+      m_builder(voice.language()),
+      m_ahead(ahead) {}
 
 Pipeline::~Pipeline() {
   cancel();

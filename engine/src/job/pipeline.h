@@ -14,6 +14,7 @@
 
 #include "job/segment.h"
 #include "job/segment_builder.h"
+#include "synth/synthesiser.h"
 
 namespace kavrel {
 
@@ -23,10 +24,11 @@ class Pipeline {
  public:
   enum class Result { Segment, End, Failed, Cancelled };
 
-  // `text` (ISO 8859-15) must outlive the pipeline; `voice` must never be destroyed. With `ahead`,
-  // the first next() starts the threads; if the system refuses them, segments are produced on
-  // demand.
-  Pipeline(std::string_view text, const Voice& voice, bool ahead);
+  // `text` (ISO 8859-15) must outlive the pipeline; `voice` and `synthesiser` must never be
+  // destroyed. With `ahead`, the first next() starts the threads; if the system refuses them,
+  // segments are produced on demand.
+  Pipeline(std::string_view text, const Voice& voice, bool ahead,
+           Synthesiser& synthesiser = Synthesiser::shared());
 
   // Cancels.
   ~Pipeline();

@@ -5,10 +5,10 @@
 #include <atomic>
 #include <chrono>
 #include <iterator>
-#include <thread>
 #include <utility>
 
 #include <pthread.h>
+#include <sched.h>
 
 #include "cst/diag.h"
 #include "synth/synth_program.h"
@@ -26,11 +26,6 @@ constexpr std::chrono::seconds kMaxIdleTime{60};
 constexpr std::size_t kSpare = 2;
 // How often a thread that waits for its turn looks whether it is cancelled.
 constexpr std::chrono::milliseconds kSlice{5};
-
-std::size_t callsAtATime() {
-  constexpr unsigned kLeast = 2;
-  return std::max(std::thread::hardware_concurrency(), kLeast);
-}
 
 // One line for the process: it says the same of every synthesiser process.
 void reportMissing(std::uint32_t missing) {
@@ -99,8 +94,16 @@ void SynthPool::installForkHandlers() NO_THREAD_SAFETY_ANALYSIS {
       });
 }
 
-SynthPool::SynthPool(std::string program, const SynthProcess::Limits& limits)
-    : m_program(std::move(program)), m_limits(limits), m_most(callsAtATime()) {}
+// The C++ library's count is that of the machine, of which the process may be given a part only.
+std::size_t SynthPool::usualMaxCalls() {
+  constexpr std::size_t kLeast = 2;
+  cpu_set_t cores;
+  if (::sched_getaffinity(0, sizeof(cores), &cores) != 0) return kLeast;
+  return std::max(static_cast<std::size_t>(CPU_COUNT(&cores)), kLeast);
+}
+
+SynthPool::SynthPool(std::string program, const SynthProcess::Limits& limits, std::size_t maxCalls)
+    : m_program(std::move(program)), m_limits(limits), m_maxCalls(maxCalls) {}
 
 void SynthPool::useProgram(std::string program, const SynthProcess::Limits& limits) {
   std::vector<Idle> left;
@@ -220,7 +223,8 @@ void SynthPool::giveBack(const std::string& voice, std::unique_ptr<SynthProcess>
 // Moves the idle processes that are too old, have ended, or are too many into `left`.
 void SynthPool::leaveOld(std::vector<Idle>& left) {
   const Clock::time_point oldest = Clock::now() - kMaxIdleTime;
-  while (!m_idle.empty() && (m_idle.size() > m_most + kSpare || m_idle.front().since < oldest)) {
+  while (!m_idle.empty() &&
+         (m_idle.size() > m_maxCalls + kSpare || m_idle.front().since < oldest)) {
     left.push_back(std::move(m_idle.front()));
     m_idle.erase(m_idle.begin());
   }
@@ -236,7 +240,7 @@ bool SynthPool::waitForTurn(const SynthProcess::Cancelled& cancelled) {
   for (;;) {
     // The flag is somebody else's, but takes no lock.
     const bool stop = cancelled && cancelled();
-    if (stop || (m_waiting.front() == ticket && m_working < m_most)) {
+    if (stop || (m_waiting.front() == ticket && m_working < m_maxCalls)) {
       std::erase(m_waiting, ticket);
       if (!stop) ++m_working;
       m_changed.notifyAll();

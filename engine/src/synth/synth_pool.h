@@ -41,7 +41,11 @@ class SynthPool {
   // The pool of the process. Never destroyed.
   static SynthPool& shared();
 
-  explicit SynthPool(std::string program, const SynthProcess::Limits& limits = {});
+  // The number of cores that the process may use, but at least 2.
+  static std::size_t usualMaxCalls();
+
+  explicit SynthPool(std::string program, const SynthProcess::Limits& limits = {},
+                     std::size_t maxCalls = usualMaxCalls());
   SynthPool(const SynthPool&) = delete;
   SynthPool& operator=(const SynthPool&) = delete;
 
@@ -49,7 +53,7 @@ class SynthPool {
   void useProgram(std::string program, const SynthProcess::Limits& limits) EXCLUDES(m_lock);
 
   // The number of calls that run at the same time.
-  std::size_t maxCalls() const { return m_most; }
+  std::size_t maxCalls() const { return m_maxCalls; }
 
   // Makes sure that a process for `voice` is running. Done, NoVoice, Failed or Cancelled; sets
   // `why` for NoVoice and Failed.
@@ -85,7 +89,7 @@ class SynthPool {
   base::Condition m_changed;  // with m_lock: m_working or m_waiting has changed
   std::string m_program GUARDED_BY(m_lock);
   SynthProcess::Limits m_limits GUARDED_BY(m_lock);
-  const std::size_t m_most;  // calls at the same time
+  const std::size_t m_maxCalls;
   std::size_t m_working GUARDED_BY(m_lock) = 0;
   std::uint64_t m_nextTicket GUARDED_BY(m_lock) = 0;
   std::deque<std::uint64_t> m_waiting GUARDED_BY(m_lock);  // tickets

@@ -52,7 +52,10 @@ class Synthesiser {
     bool endPause = false;
   };
 
-  // The one synthesiser of the process. Never destroyed.
+  // Speaks with processes of `pool`, which must never be destroyed.
+  explicit Synthesiser(SynthPool& pool) : m_pool(pool) {}
+
+  // The synthesiser that all jobs use. Never destroyed.
   static Synthesiser& shared();
 
   // Makes sure that a process is ready to speak with the default voice. Returns false, with a
@@ -73,8 +76,6 @@ class Synthesiser {
 
  private:
   class Call;
-
-  explicit Synthesiser(SynthPool& pool) : m_pool(pool) {}
 
   bool isReady(const std::string& voice, std::string& why);
 
