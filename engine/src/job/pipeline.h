@@ -1,4 +1,4 @@
-// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-License-Identifier: Apache-2.0
 //
 // A producer that can run ahead of its consumer: a bounded queue (a ring buffer of two outcomes)
 // between a thread of its own and the consumer.

@@ -1,4 +1,4 @@
-// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-License-Identifier: Apache-2.0
 //
 // Produces the speech of one text, segment by segment: reads sentences, plans their calls, runs the
 // synthesiser, and attaches each event to its sample and to its position in the text. Holds one
