@@ -1,4 +1,4 @@
-// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-License-Identifier: Apache-2.0
 //
 // kavrel-bench-synth: prints the nanoseconds from a call of espeak-ng to its first block of
 // samples, the minimum of several calls. A separate program, because the library's state is global

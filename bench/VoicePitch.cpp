@@ -1,4 +1,4 @@
-// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-License-Identifier: Apache-2.0
 //
 // kavrel-pitch: measures how the pitch of the voices depends on the synthesiser's settings.
 //

@@ -1,4 +1,4 @@
-// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-License-Identifier: Apache-2.0
 //
 // Plans the synthesis of a marked-up text without synthesising it. Checks that every item is
 // planned once and in order, that every word of the text is reported once, in order and at its

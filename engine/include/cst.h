@@ -1,4 +1,4 @@
-/* SPDX-License-Identifier: GPL-3.0-or-later */
+/* SPDX-License-Identifier: Apache-2.0 */
 /*
  * The engine library's common services: allocator, strings, token streams, mutexes, diagnostics.
  * Programs that pass memory to the engine, or receive memory from it, use this allocator.

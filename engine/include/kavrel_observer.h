@@ -1,4 +1,4 @@
-/* SPDX-License-Identifier: GPL-3.0-or-later */
+/* SPDX-License-Identifier: Apache-2.0 */
 /*
  * Kavrel: an observer of all jobs of the process, for tools that measure, caption or log. It
  * receives every event that the ports' callbacks receive, with its time. Speaking does not need it.

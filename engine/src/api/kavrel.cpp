@@ -1,4 +1,4 @@
-// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-License-Identifier: Apache-2.0
 //
 // The C interface (kavrel.h), except parameter sets: checks arguments, delegates to the classes,
 // and turns exceptions into results. Threads, ownership and failures: see kavrel.h.

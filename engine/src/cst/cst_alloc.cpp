@@ -1,4 +1,4 @@
-// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-License-Identifier: Apache-2.0
 //
 // The engine library's allocator: malloc with zeroed blocks. A size of 0 counts as 1, so that null
 // always means out of memory.

@@ -1,4 +1,4 @@
-// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-License-Identifier: Apache-2.0
 //
 // Diagnostic lines. Each thread stores the parts of its next line in fixed thread-local buffers.
 // Only a message that is too long for the stack buffer allocates, so that diagnostics also work

@@ -1,4 +1,4 @@
-// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-License-Identifier: Apache-2.0
 //
 // Thin wrappers of the system's mutex operations; a null mutex gives EINVAL.
 #include <cerrno>

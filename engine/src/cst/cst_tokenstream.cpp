@@ -1,4 +1,4 @@
-// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-License-Identifier: Apache-2.0
 //
 // Token streams: a cursor over the caller's string, and one buffer for the last word. Short words
 // use a buffer inside the stream, so that most streams allocate only once.

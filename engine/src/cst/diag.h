@@ -1,4 +1,4 @@
-// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-License-Identifier: Apache-2.0
 //
 // Diagnostic lines of the engine (cst.h). Written only if the host has switched the engine's area
 // on. Does not allocate for lines of up to 1 KiB; safe on any thread.

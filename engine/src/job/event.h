@@ -1,4 +1,4 @@
-// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-License-Identifier: Apache-2.0
 //
 // The event that a callback receives. Exists only while the callback runs, on the job's thread.
 #pragma once

@@ -1,4 +1,4 @@
-// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-License-Identifier: Apache-2.0
 //
 // A job: one text, spoken once. It produces speech, writes it to a sink, and sends events as their
 // samples are heard.

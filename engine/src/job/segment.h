@@ -1,4 +1,4 @@
-// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-License-Identifier: Apache-2.0
 //
 // Produced speech: a segment of audio with the events at its samples. Plain data, used by one
 // thread at a time.

@@ -1,4 +1,4 @@
-// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-License-Identifier: Apache-2.0
 //
 // The produced part of a job that has not been heard yet: two double-ended queues, one of audio and
 // one of events, on one sample count from the job's start. Segments are appended at the end; what

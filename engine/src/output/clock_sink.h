@@ -1,4 +1,4 @@
-// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-License-Identifier: Apache-2.0
 //
 // A sink without a sound device: samples count as heard in real time, so that programs behave as
 // they do with a device. When all written samples have been heard, the count stops until more are

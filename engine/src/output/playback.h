@@ -1,4 +1,4 @@
-// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-License-Identifier: Apache-2.0
 //
 // A lock-free ring buffer of samples between a job and a sound device, and a record of which
 // samples have been heard.

@@ -1,4 +1,4 @@
-// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-License-Identifier: Apache-2.0
 //
 // Turns a sentence into calls of the synthesiser and silences, one at a time. Calls are kept short
 // enough for the synthesiser.

@@ -1,4 +1,4 @@
-// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-License-Identifier: Apache-2.0
 //
 // The audio of one call of the synthesiser, collected from the blocks that the synthesiser returns,
 // with the samples at which its marks and phones begin; and the adjustments that the synthesiser

@@ -1,4 +1,4 @@
-// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-License-Identifier: Apache-2.0
 //
 // Time-scale modification with WSOLA (waveform similarity overlap-add): makes audio faster without
 // raising its pitch. Short frames overlap more closely in the output than in the input. Each frame

@@ -1,4 +1,4 @@
-// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-License-Identifier: Apache-2.0
 //
 // A voice: the contents of its data file, and the mapping of pitch to the synthesiser's settings.
 //

@@ -1,4 +1,4 @@
-// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-License-Identifier: Apache-2.0
 //
 // Loads voices from their folders, and caches them. Every voice that was loaded is kept until the
 // process exits, so pointers and references to it stay valid.

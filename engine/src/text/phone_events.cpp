@@ -1,4 +1,4 @@
-// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-License-Identifier: Apache-2.0
 //
 // Tables that map the synthesiser's phone events to the engine's phones. Lookups are linear: the
 // tables are small compared with the work for the phone's audio.

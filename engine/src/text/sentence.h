@@ -1,4 +1,4 @@
-// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-License-Identifier: Apache-2.0
 //
 // Splits marked-up text into sentences. A sentence is a list of items (words, phones, marks and
 // breaks), and is what the text side of the engine passes to the synthesis side.

@@ -1,4 +1,4 @@
-// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-License-Identifier: Apache-2.0
 //
 // How text is spoken, and the stack of elements that set it. Used by one thread at a time.
 #pragma once

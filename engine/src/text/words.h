@@ -1,4 +1,4 @@
-// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-License-Identifier: Apache-2.0
 //
 // Words and ends of sentences, as far as the characters of one token decide them. The rules need no
 // context: text/sentence.h says who decides the rest.

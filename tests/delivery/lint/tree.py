@@ -2,12 +2,15 @@
 # SPDX-License-Identifier: Apache-2.0
 """Checks how files are written, beyond what clang-format and shellcheck see: tree.py ROOT
 
-- Every source, script and build file names its licence in its first three lines.
+- Every source, script and build file names its licence in its first three lines. It is the one that
+  packaging/copyright gives for the file: GPL-3.0-or-later in engine/kavrel-synth, the only program
+  that is linked with espeak-ng, and Apache-2.0 everywhere else.
 - No two source files share a name, so that a name says which file is meant.
 - No build file compiles a source by a path into another folder.
 - CMake files have no damaged comments, tabs, odd indentation or overlong lines.
 - Section rulers have one form, "// ---- Title".
 """
+import fnmatch
 import os
 import pathlib
 import re
@@ -17,7 +20,8 @@ ROOT = pathlib.Path(sys.argv[1]).resolve()
 SKIPPED = {"build", ".git", "corpus", "vectors", "regress"}
 SOURCES = {".h", ".cpp", ".c"}
 LICENSED = SOURCES | {".sh", ".bash", ".fish", ".cmake", ".py", ".map", ".in", ".1"}
-SPDX = re.compile(r"SPDX-License-Identifier: (Apache-2\.0|GPL-3\.0-or-later)$")
+SPDX = re.compile(r"SPDX-License-Identifier: (\S+)$")
+GPL_FOLDER = "engine/kavrel-synth"
 
 failures = []
 
@@ -40,13 +44,36 @@ def lines_of(path):
         return []
 
 
-def check_licence(path, lines):
+def licence_of(path):
+    """The licence that a file must name."""
+    inside = path.relative_to(ROOT).as_posix().startswith(GPL_FOLDER + "/")
+    return "GPL-3.0-or-later" if inside else "Apache-2.0"
+
+
+def check_licence(path, lines, packaged):
+    found = [SPDX.search(line.rstrip(" *>-/")) for line in lines[:3]]
+    named = [match.group(1) for match in found if match]
     is_script = bool(lines) and lines[0].startswith("#!")
-    if path.suffix not in LICENSED and path.name != "CMakeLists.txt" and not is_script:
+    if path.suffix not in LICENSED and path.name != "CMakeLists.txt" and not is_script and not named:
         return False
-    if not any(SPDX.search(line.rstrip(" *>-/")) for line in lines[:3]):
-        fail(path, 1, "the first three lines name no licence (SPDX-License-Identifier)")
+    wanted = licence_of(path)
+    if named != [wanted]:
+        fail(path, 1, f"the first three lines do not name {wanted} (SPDX-License-Identifier), once")
+    relative = path.relative_to(ROOT).as_posix()
+    # The last matching stanza counts.
+    matching = [licence for pattern, licence in packaged if fnmatch.fnmatchcase(relative, pattern)]
+    if matching[-1:] != [wanted]:
+        fail(path, 1, f"packaging/copyright does not give {wanted} for it")
     return True
+
+
+def packaged_licences():
+    """The patterns of packaging/copyright with their licences, in order."""
+    packaged = []
+    for stanza in re.split(r"\n\n+", (ROOT / "packaging/copyright").read_text(encoding="utf-8")):
+        fields = dict(re.findall(r"^([A-Za-z-]+): *(.*)$", stanza, re.MULTILINE))
+        packaged += [(name, fields["License"]) for name in fields.get("Files", "").split()]
+    return packaged
 
 
 def check_cmake(path, lines):
@@ -71,10 +98,11 @@ def check_rulers(path, lines):
 
 def main():
     names = {}
+    packaged = packaged_licences()
     checked = 0
     for path in files():
         lines = lines_of(path)
-        checked += check_licence(path, lines)
+        checked += check_licence(path, lines, packaged)
         if path.suffix == ".cmake" or path.name == "CMakeLists.txt":
             check_cmake(path, lines)
         if path.suffix in SOURCES or path.suffix in (".sh", ".py"):

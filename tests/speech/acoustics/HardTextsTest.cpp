@@ -1,4 +1,4 @@
-// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-License-Identifier: Apache-2.0
 //
 // Pathological texts are spoken, in time linear in their length: the time limit of the test stops
 // anything slower.

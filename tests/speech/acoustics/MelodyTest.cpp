@@ -1,4 +1,4 @@
-// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-License-Identifier: Apache-2.0
 //
 // Markup inside a sentence does not split it: marks are inaudible, changed settings apply where
 // they are set, and word events are reported when the words are heard.

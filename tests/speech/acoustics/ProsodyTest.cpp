@@ -1,4 +1,4 @@
-// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-License-Identifier: Apache-2.0
 //
 // Volume, rate, pitch and range, measured in the audio: alone, nested, and after the end of their
 // element.

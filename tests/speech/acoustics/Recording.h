@@ -1,4 +1,4 @@
-// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-License-Identifier: Apache-2.0
 //
 // Recording: a text spoken into memory, with the sample positions of its words, phones and marks.
 // The engine's pipeline makes it, as for a port but without a port's threads.
