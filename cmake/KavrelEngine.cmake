@@ -15,6 +15,11 @@ if(KAVREL_ENGINE_LIBRARY OR KAVREL_ENGINE_INCLUDE_DIR)
   endif()
   target_include_directories(kavrel_interface INTERFACE "${KAVREL_ENGINE_INCLUDE_DIR}")
   target_link_libraries(kavrel_engine INTERFACE "${KAVREL_ENGINE_LIBRARY}")
+elseif(APPLE)
+  # On a Mac the plug-in is built with the engine that the host has. Ours is not portable:
+  # kavrel-synth and the way to it use system calls of Linux.
+  message(FATAL_ERROR
+    "libkavrel needs Linux. Set KAVREL_ENGINE_INCLUDE_DIR and KAVREL_ENGINE_LIBRARY to another engine.")
 else()
   target_include_directories(kavrel_interface INTERFACE
     "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/engine/include>")

@@ -156,8 +156,9 @@ KAVREL_API kavrel_result_t kavrel_params_set_val(kavrel_params* params, const ch
 /* ---- Engine and ports */
 
 /* Opens an engine. `params` may be null and is not kept. All engines of a process are one object
- * and share one synthesiser; there is no function that closes an engine. Returns null if the
- * synthesiser cannot be started.  [any] */
+ * and share one synthesiser; there is no function that closes an engine. Starts the synthesiser if
+ * `params` ask for it (KAVREL_KEY_CACHE_POLICY); if that fails, writes a line with the cause to
+ * standard error and returns null.  [any] */
 KAVREL_API kavrel_engine_struct* kavrel_engine_open(const kavrel_params* params);
 
 /* Opens a port. `params` may be null and is copied. The caller closes the port with

@@ -4,6 +4,7 @@
 //
 //   kavrel-synth --voice VOICE    descriptor 0 is a socket, 3 a pipe
 //   kavrel-synth --self-test      tries what the sandbox must refuse; see self_test.h
+//   kavrel-synth --help, --version
 //
 // It becomes a template: detaches from the client, starts espeak-ng with one voice, shuts itself in
 // (sandbox.h) and sends Ready. It speaks nothing itself: for each call it forks a worker. So every
@@ -14,12 +15,14 @@
 // pipe and exits, so the client sees the end of the stream and knows why.
 //
 // It exits when the client closes the socket or is idle for long, and at anything odd.
+#include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <exception>
 #include <string>
+#include <string_view>
 
 #include <poll.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -100,11 +103,35 @@ void run(const std::string& voice) {
   if (ready.status == protocol::Ready::Status::Ok) serve(sandbox);
 }
 
+// Not for users: libkavrel starts the program.
+constexpr const char* kUsage =
+    "kavrel-synth speaks for libkavrel, which starts it; it is not made to be run by hand.\n"
+    "\n"
+    "  --self-test    tries, inside the sandbox, what it must refuse\n"
+    "  --voice VOICE  speaks with this voice of espeak-ng; descriptor 0 is a socket to libkavrel,\n"
+    "                 descriptor 3 a pipe to it\n"
+    "  --help, --version\n";
+
+bool hasClient() {
+  struct stat status {};
+  return ::fstat(kavrel::connection::kSocket, &status) == 0 && S_ISSOCK(status.st_mode);
+}
+
+int print(const char* text) {
+  return std::fputs(text, stdout) >= 0 && std::fflush(stdout) == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
+}
+
 }  // namespace
 
 int main(int count, char** arguments) {
-  if (count == 2 && std::strcmp(arguments[1], "--self-test") == 0) return kavrel::selfTest();
-  if (count != 3 || std::strcmp(arguments[1], "--voice") != 0) return kUsageError;
+  const std::string_view option = count > 1 ? arguments[1] : "";
+  if (count == 2 && option == "--self-test") return kavrel::selfTest();
+  if (count == 2 && option == "--help") return print(kUsage);
+  if (count == 2 && option == "--version") return print("kavrel-synth " KAVREL_VERSION "\n");
+  if (count != 3 || option != "--voice" || !hasClient()) {
+    std::fputs(kUsage, stderr);
+    return kUsageError;
+  }
   if (!detach()) return EXIT_FAILURE;
   try {
     run(arguments[2]);

@@ -174,7 +174,7 @@ TEST(PortQueue, ClosesWhileAJobSpeaks) {
 }
 
 TEST(PortQueue, LeavesNoThreadAfterTwoHundredJobs) {
-  const std::size_t threads = test::threadsWithSynthesiser();
+  const std::size_t threads = test::idleThreads();
   const Folder folder;
   Speaker speaker(folder.path("out.aiff"), KAVREL_EVENT_END);
   speaker.speakAll("One.");

@@ -89,9 +89,8 @@ std::vector<std::string> texts(const std::vector<Event>& events);
 // The samples of an AIFF file; fails the test if the file is not one.
 std::vector<std::int16_t> readSamples(const std::string& file);
 
-// The number of threads of this process while nothing is spoken, including the synthesiser's own
-// thread, which exists from its first use on.
-std::size_t threadsWithSynthesiser();
+// The number of threads of this process. Called while nothing is spoken: the engine has none then.
+std::size_t idleThreads();
 
 // Waits until the process has at most `count` threads, since the thread of an ended job may still
 // be exiting. Returns false if it has more after ten seconds.

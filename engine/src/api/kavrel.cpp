@@ -77,8 +77,9 @@ kavrel_engine_struct* kavrel_engine_open(const kavrel_params* params) {
     return ready ? KAVREL_SUCCESS : KAVREL_INTERNAL_ERROR;
   });
   if (started == KAVREL_SUCCESS) return &engine;
-  // Without a message it was out of memory, which resultOf() has reported.
-  if (!why.empty()) KAVREL_DIAG("Engine", "Cannot start: %s", why.c_str());
+  // Written even if diagnostic lines are off: the installation is incomplete, and no result can say
+  // so. Without a message it was out of memory, which resultOf() has reported.
+  if (!why.empty()) cst_errmsg("libkavrel: %s\n", why.c_str());
   return nullptr;
 }
 

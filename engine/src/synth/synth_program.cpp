@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <memory>
 #include <sstream>
@@ -55,16 +56,21 @@ std::string ownFile() {
   return real != nullptr ? real.get() : map->l_name;
 }
 
+// Without "..", since messages contain the path. No link precedes a "..": ownFile() is a real path.
+std::string programIn(const std::string& folder) {
+  return (std::filesystem::path(folder) / "kavrel-synth").lexically_normal().string();
+}
+
 }  // namespace
 
 std::string synthProgram() {
   const std::string file = ownFile();
   const std::string folder = file.substr(0, file.rfind('/') + 1);
   for (const char* const relative : kFolders) {
-    const std::string program = folder + relative + "/kavrel-synth";
+    const std::string program = programIn(folder + relative);
     if (::access(program.c_str(), X_OK) == 0) return program;
   }
-  return folder + kFolders[0] + "/kavrel-synth";
+  return programIn(folder + kFolders[0]);
 }
 
 }  // namespace kavrel

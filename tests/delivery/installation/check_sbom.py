@@ -56,10 +56,12 @@ def check_files(document, root):
         expect(f"SHA256 of {name}", sums.get("SHA256") == hashlib.sha256(data).hexdigest())
     licences = {entry["fileName"]: entry["licenseConcluded"] for entry in document["files"]}
     expect("reads SPDX lines", licences["./CMakeLists.txt"] == "Apache-2.0")
+    copyleft = {name for name, licence in licences.items() if licence == "GPL-3.0-or-later"}
+    program = {name for name in licences if name.startswith("./engine/kavrel-synth/")}
+    expect(f"GPL files are those of kavrel-synth: {copyleft ^ program}", copyleft == program)
 
 
 def check_packages(document):
-    project, *libraries = document["packages"]
     for package in document["packages"]:
         has_fields(
             package["name"],
@@ -72,17 +74,62 @@ def check_packages(document):
         for c in entry["checksums"]
         if c["algorithm"] == "SHA1"
     )
+    project = document["packages"][0]
     code = project["packageVerificationCode"]["packageVerificationCodeValue"]
     expect("verification code", code == hashlib.sha1("".join(sums).encode()).hexdigest())
     relations = {
         (r["relationshipType"], r["relatedSpdxElement"]) for r in document["relationships"]
     }
     expect("describes the project", ("DESCRIBES", project["SPDXID"]) in relations)
-    for library in libraries:
-        expect(f"depends on {library['name']}", ("DEPENDS_ON", library["SPDXID"]) in relations)
-    names = [library["name"] for library in libraries]
-    for needed in ("libc6", "libespeak-ng1", "libpugixml"):
-        expect(f"names {needed}", any(name.startswith(needed) for name in names))
+
+
+# What each installed file is linked with, starts or reads, besides the C and C++ libraries; by the
+# start of the name.
+EXPECTED = {
+    "kavrel-synth": ["espeak-ng-data", "libespeak-ng1", "libseccomp2"],
+    "libkavrel.so": ["kavrel-synth", "libcubeb0"],
+    "libSpeechManager.so": ["libicu", "libpugixml"],
+    "KavrelSpeech.so": ["libSpeechManager.so", "libkavrel.so"],
+    "kavrel-say": [
+        "libSpeechManager.so",
+        "libcli11-dev",
+        "libicu",
+        "libkavrel.so",
+        "libsamplerate0",
+        "libsndfile1",
+        "nlohmann-json3-dev",
+    ],
+    "kavrel-ssml": ["libSpeechManager.so", "libcli11-dev", "libicu", "libkavrel.so"],
+}
+RUNTIME = ("libc6", "libgcc-s1", "libstdc++6")
+
+
+def check_binaries(document):
+    by_id = {package["SPDXID"]: package for package in document["packages"]}
+    project = document["packages"][0]["SPDXID"]
+    made = set()
+    dependencies = {identifier: set() for identifier in by_id}
+    for relation in document["relationships"]:
+        one, other = relation["spdxElementId"], relation["relatedSpdxElement"]
+        if relation["relationshipType"] == "GENERATED_FROM" and other == project:
+            made.add(one)
+        if relation["relationshipType"] == "DEPENDS_ON":
+            dependencies[one].add(by_id[other]["name"])
+    expect("lists what is made of the project", len(made) == len(EXPECTED))
+    needed = set().union(*dependencies.values()) | {by_id[one]["name"] for one in made}
+    for identifier in by_id:
+        name = by_id[identifier]["name"]
+        expect(f"{name} is used", identifier == project or name in needed)
+    for identifier in made:
+        name = by_id[identifier]["name"]
+        start = next((one for one in EXPECTED if name.startswith(one)), None)
+        expect(f"knows {name}", start is not None)
+        found = sorted(one for one in dependencies[identifier] if one not in RUNTIME)
+        expected = sorted(EXPECTED.get(start, []))
+        same = len(found) == len(expected) and all(map(str.startswith, found, expected))
+        expect(f"{name} depends on {expected}, found {found}", same)
+        licence = "GPL-3.0-or-later" if start == "kavrel-synth" else "Apache-2.0"
+        expect(f"{name} is {licence}", by_id[identifier]["licenseDeclared"] == licence)
 
 
 def main():
@@ -98,6 +145,7 @@ def main():
     check_identifiers(document)
     check_files(document, sys.argv[2])
     check_packages(document)
+    check_binaries(document)
     sys.exit(1 if failures else 0)
 
 

@@ -75,14 +75,42 @@ case $what in
     speak_from "$folder/elsewhere"
     [[ $(flags "$folder/elsewhere" --cflags) == *"/elsewhere/"* ]] || fail 'pkg-config names another folder'
     ;;
+  missing)
+    # The program that speaks is not there: the message says which.
+    rm -rf "$folder/incomplete"
+    cp -a "$prefix" "$folder/incomplete"
+    rm "$folder/incomplete/libexec/kavrel/kavrel-synth"
+    for voice in Corin Maren; do
+      status=0
+      "$folder/incomplete/bin/kavrel-say" -v "$voice" -o "$folder/unspoken.aiff" hello \
+        2>"$folder/missing.log" || status=$?
+      ((status == 1)) || fail "kavrel-say exited with $status"
+      expected="libkavrel: cannot start $folder/incomplete/libexec/kavrel/kavrel-synth: No such file or directory"
+      grep -qxF "$expected" "$folder/missing.log" || fail "$expected: not in $(<"$folder/missing.log")"
+    done
+    ;;
+  archive)
+    # An archive that is extracted somewhere, then moved.
+    rm -rf "$folder/archive" "$folder/extracted"
+    mkdir -p "$folder/archive" "$folder/extracted"
+    (cd "$build" && cpack -G TGZ -B "$folder/archive" >"$folder/archive.log")
+    tar -C "$folder/archive" -xzf "$folder"/archive/*.tar.gz
+    mv "$folder"/archive/kavrel-speech-*/usr "$folder/extracted/a folder"
+    speak_from "$folder/extracted/a folder"
+    "$here/linked_test.sh" "$folder/extracted/a folder"
+    ;;
   package)
     rm -rf "$folder/package"
     mkdir -p "$folder/package"
     (cd "$build" && cpack -G DEB -B "$folder/package" >"$folder/package.log")
     package=$(echo "$folder"/package/*.deb)
     dpkg-deb --info "$package" | tee "$folder/package.info"
-    grep -q '^ Depends:.*libespeak-ng1' "$folder/package.info" || fail 'The package lacks its dependencies.'
+    # All but the data are libraries, which dpkg-shlibdeps has found.
+    for needed in libespeak-ng1 espeak-ng-data libseccomp2 libcubeb0; do
+      grep -q "^ Depends:.* $needed\\b" "$folder/package.info" || fail "The package does not depend on $needed."
+    done
     dpkg-deb -x "$package" "$folder/package/root"
+    "$here/linked_test.sh" "$folder/package/root"
     for page in kavrel-say kavrel-ssml; do
       [[ -e $folder/package/root/usr/share/man/man1/$page.1 ]] || fail "The package has no page $page(1)."
     done

@@ -25,6 +25,7 @@ expect 'CHANGELOG.md' "$version" \
 for program in kavrel-say kavrel-ssml; do
   expect "$program --version" "$program $version" "$("$prefix/bin/$program" --version)"
 done
+expect 'kavrel-synth --version' "kavrel-synth $version" "$("$prefix/libexec/kavrel/kavrel-synth" --version)"
 for library in SpeechManager kavrel; do
   file=$prefix/lib/lib$library.so.$version
   expect "SONAME of $file" "lib$library.so.$major" \

@@ -64,7 +64,7 @@ void expectNothingLeftBy(int jobs) {
   constexpr int kFirst = 50;
   constexpr std::ptrdiff_t kSlack = 32'000;
   const Folder folder;
-  const std::size_t threads = test::threadsWithSynthesiser();
+  const std::size_t threads = test::idleThreads();
   std::mt19937 random(7);
   speakAndStop(kFirst, folder.path("out.aiff"), random);
   ASSERT_TRUE(test::threadsFallTo(threads));

@@ -43,7 +43,7 @@ void expectNothingStays(int jobs) {
   SCOPED_TRACE(seed);
   std::minstd_rand random(seed);
   Speaker speaker({}, KAVREL_EVENT_END);
-  const std::size_t threads = threadsWithSynthesiser();
+  const std::size_t threads = idleThreads();
   speakAndStop(speaker, random, 20);
   ASSERT_TRUE(threadsFallTo(threads));
   const std::size_t descriptors = entriesIn("/proc/self/fd");

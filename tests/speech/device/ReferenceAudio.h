@@ -2,8 +2,8 @@
 //
 // References: the audio of a text, and its comparison with what was heard.
 //
-// The synthesiser produces identical samples for the first speech of each process. So a reference
-// is made in a child process, before the test's own process speaks.
+// A text has the same samples in every process. A reference is made in a child process, so that the
+// observers of the test's own process see the events of the test's jobs only.
 #pragma once
 
 #include <cstdint>
