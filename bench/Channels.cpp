@@ -16,6 +16,7 @@
 
 #include <pthread.h>
 
+#include "ClockTimes.h"
 #include "KavrelSpeechEngine.h"
 #include "ScriptedEngine.h"
 #include "SpeechChannel.h"
@@ -25,36 +26,6 @@
 namespace bench {
 
 namespace {
-
-using Clock = std::chrono::steady_clock;
-
-double secondsBetween(Clock::time_point from, Clock::time_point to) {
-  return std::chrono::duration<double>(to - from).count();
-}
-
-// The wall-clock times of a run's iterations. The destructor reports their median as the run's
-// figure, since single iterations are delayed by other threads.
-class ClockTimes {
- public:
-  explicit ClockTimes(benchmark::State& state) : m_state(state) {}
-  ~ClockTimes() {
-    if (m_seconds.empty()) return;
-    const auto middle = m_seconds.begin() + static_cast<std::ptrdiff_t>(m_seconds.size() / 2);
-    std::nth_element(m_seconds.begin(), middle, m_seconds.end());
-    m_state.counters[kMedianSeconds] = *middle;
-  }
-  ClockTimes(const ClockTimes&) = delete;
-  ClockTimes& operator=(const ClockTimes&) = delete;
-
-  void add(double seconds) {
-    m_state.SetIterationTime(seconds);
-    m_seconds.push_back(seconds);
-  }
-
- private:
-  benchmark::State& m_state;
-  std::vector<double> m_seconds;
-};
 
 // A point in time that one thread records and another one waits for; one at a time.
 class Moment {

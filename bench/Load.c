@@ -13,7 +13,7 @@ static const char* const kNames[] = {
     "SEOpenSpeechChannel", "SECloseSpeechChannel", "SESpeechStatus",   "SEStopSpeechAt",
     "SEPauseSpeechAt",     "SEContinueSpeech",     "SETextToPhonemes", "SEUseDictionary",
     "SESpeakBuffer",       "SEGetSpeechInfo",      "SESetSpeechInfo",  "SEUseVoice"};
-static const char* const kLibraries[] = {"libespeak-ng.so.1", "libsndfile.so.1"};
+static const char* const kLibraries[] = {"libcubeb.so.0"};
 
 static int load_plugin(const char* path) {
   void* plugin = dlopen(path, RTLD_NOW | RTLD_LOCAL);

@@ -15,13 +15,16 @@
 
 namespace bench {
 
-// The unit of a figure. A speed meets a mark if it is not below it; other figures, if not above it.
+// The unit of a figure. A speed and a speed-up meet a mark if they are not below it; other figures,
+// if not above it.
 enum class Unit {
-  MegabytesPerSecond,  // a million bytes
+  MegabytesPerSecond,
   Milliseconds,
   Microseconds,
   Nanoseconds,
-  Times  // a plain ratio
+  Megabytes,  // a million bytes
+  Times,      // a plain ratio
+  SpeedUp     // a ratio of times, longer to shorter
 };
 
 struct Mark {
@@ -30,9 +33,9 @@ struct Mark {
   Unit unit = Unit::MegabytesPerSecond;
   double must = 0;  // 0: no requirement
   double aim = 0;
-  std::string anchor;  // the benchmark that the figure is compared with; may be empty
-  // For Unit::Times: the figure is this benchmark's time divided by the time of `workload`.
-  std::string doubled;
+  // The benchmark that the figure is compared with. Empty: what the workload has measured beside
+  // it, if anything.
+  std::string anchor;
 };
 
 // All marks in the order of the table; the anchors are last.
@@ -44,11 +47,13 @@ class Collector : public benchmark::BenchmarkReporter {
   bool ReportContext(const Context& context) override;
   void ReportRuns(const std::vector<Run>& runs) override;
 
-  // The repetitions of a benchmark, in seconds per iteration; empty if it did not run.
-  std::vector<double> seconds(const std::string& workload) const;
-  // The same in the mark's unit.
+  // The repetitions of the mark's workload, and of its anchor, in the mark's unit; empty if it did
+  // not run.
   std::vector<double> figures(const Mark& mark) const;
+  std::vector<double> anchors(const Mark& mark) const;
   const std::vector<std::string>& failures() const { return m_failures; }
+  // The workloads that this machine cannot run.
+  const std::vector<std::string>& notMeasured() const { return m_notMeasured; }
 
  private:
   struct Measured {
@@ -56,8 +61,12 @@ class Collector : public benchmark::BenchmarkReporter {
     std::map<std::string, std::vector<double>> counters;
   };
 
+  // The repetitions of a counter; empty if the workload does not report it.
+  static std::vector<double> counter(const Measured& measured, const char* name);
+
   std::map<std::string, Measured> m_measured;
   std::vector<std::string> m_failures;
+  std::vector<std::string> m_notMeasured;
 };
 
 // The table of the marks that were measured, as text on standard output and as JSON.

@@ -10,23 +10,32 @@
 
 #include <benchmark/benchmark.h>
 
+#include "BenchUtterance.h"
+
 namespace bench {
 
 constexpr std::size_t kMegabyte = 1'000'000;
 constexpr std::size_t kLarge = 16 * kMegabyte;
 
-// The utterance of workload P6: 56 bytes, three commands.
-inline constexpr char kUtterance[] = "[[rate 200]]Hello [[emph +]]world[[slnc 300]] again now.";
-static_assert(sizeof kUtterance - 1 == 56);
+// Counters in which workloads report figures of their own:
+inline constexpr char kMedianSeconds[] = "median_seconds";  // the median time per iteration
+inline constexpr char kRatio[] = "ratio";                   // for Unit::Times
+inline constexpr char kSpeedUp[] = "speed_up";              // for Unit::SpeedUp
+inline constexpr char kBytes[] = "bytes";                   // for Unit::Megabytes
+// The same of what was measured beside it, in turn.
+inline constexpr char kAnchorSeconds[] = "anchor_seconds";
+inline constexpr char kAnchorBytes[] = "anchor_bytes";
 
-// The counter in which a workload reports its own median time per iteration.
-inline constexpr char kMedianSeconds[] = "median_seconds";
+// The message of a workload that cannot be measured on this machine begins with this. It is then
+// reported, but no failure.
+inline constexpr char kNotMeasured[] = "not measured: ";
 
 void registerAnchors();
 // Defined in the library kavrel-bench-channels.
 __attribute__((visibility("default"))) void registerChannels();
 void registerConversions();
 void registerOffsets();
+void registerProcesses();
 void registerSpeech();
 
 // Counts `bytes` for each iteration, so that the run reports a speed.

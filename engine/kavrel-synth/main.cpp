@@ -7,14 +7,15 @@
 //   kavrel-synth --help, --version
 //
 // It becomes a template: detaches from the client, starts espeak-ng with one voice, shuts itself in
-// (sandbox.h) and sends Ready. It speaks nothing itself: for each call it forks a worker. So every
-// call begins in the same state, whatever has been spoken before, and its samples depend on nothing
-// but the call and the voice.
+// (sandbox.h) and sends Ready. It reads no call itself: for each it forks a worker, which waits for
+// the call and speaks it. So every call begins in the same state, whatever has been spoken before,
+// and its samples depend on nothing but the call and the voice. The worker is forked as soon as the
+// one before it has ended, so that no call waits for fork().
 //
 // A worker that ends badly leaves a call half sent. The template then writes its wait status to the
 // pipe and exits, so the client sees the end of the stream and knows why.
 //
-// It exits when the client closes the socket or is idle for long, and at anything odd.
+// Both exit when the client closes the socket or is idle for long, and at anything odd.
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
@@ -37,8 +38,6 @@ namespace {
 
 namespace protocol = kavrel::synth_protocol;
 
-// A copy of the socket in a process that does not use it must not keep the template forever.
-constexpr int kIdleMilliseconds = 10 * 60 * 1000;
 constexpr int kUsageError = 2;
 
 // The client waits for the process that it has started, so that process ends at once. The other one
@@ -61,35 +60,21 @@ void waitFor(pid_t worker) {
   if (watched[0].fd >= 0) ::close(watched[0].fd);
 }
 
-// Returns true if the worker has done its duty.
-bool speak(const kavrel::Sandbox& sandbox, std::uint32_t call, const protocol::Speak& speak,
-           const std::wstring& text) {
+// Forks a worker for the next call. Returns true if it has done its duty.
+bool speakNext(const kavrel::Sandbox& sandbox) {
   const pid_t self = ::getpid();
   const pid_t worker = ::fork();
   if (worker < 0) return false;
-  if (worker == 0) ::_exit(kavrel::runWorker(sandbox, self, call, speak, text));
+  if (worker == 0) ::_exit(kavrel::runWorker(sandbox, self));
   waitFor(worker);
   int status = 0;
   while (::waitpid(worker, &status, 0) != worker) {
   }
+  if (WIFEXITED(status) && WEXITSTATUS(status) == kavrel::kWorkerNoCall) return false;
   if (status == 0) return true;
   // Nobody reads it if the client is gone.
   (void)!::write(kavrel::connection::kReport, &status, sizeof(status));
   return false;
-}
-
-// Serves calls until there is a reason to exit.
-void serve(const kavrel::Sandbox& sandbox) {
-  protocol::FrameReader reader(protocol::Side::Synthesiser);
-  protocol::Frame frame;
-  while (kavrel::connection::receive(reader, frame, kIdleMilliseconds)) {
-    // Its call has ended before it came.
-    if (frame.type == protocol::FrameType::Cancel) continue;
-    const auto call = protocol::readSpeak(frame);
-    if (!call.has_value()) return;
-    const auto text = protocol::wideOf(call->text);
-    if (!text.has_value() || !speak(sandbox, frame.call, *call, *text)) return;
-  }
 }
 
 void run(const std::string& voice) {
@@ -100,7 +85,9 @@ void run(const std::string& voice) {
     ready.missing = sandbox.enter(kavrel::speaker::dataFolder());
   }
   if (!kavrel::connection::sendReady(ready)) return;
-  if (ready.status == protocol::Ready::Status::Ok) serve(sandbox);
+  if (ready.status != protocol::Ready::Status::Ok) return;
+  while (speakNext(sandbox)) {
+  }
 }
 
 // Not for users: libkavrel starts the program.

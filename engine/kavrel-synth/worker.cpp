@@ -3,6 +3,11 @@
 
 #include <algorithm>
 #include <csignal>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include <sys/prctl.h>
 #include <unistd.h>
@@ -18,6 +23,8 @@ namespace protocol = synth_protocol;
 
 // No honest call takes half a second; this ends an endless loop.
 constexpr unsigned kCallSeconds = 5;
+// A copy of the socket in a process that does not use it must not keep the template forever.
+constexpr int kIdleMilliseconds = 10 * 60 * 1000;
 
 // Sends the results and counts them.
 class Sender final : public speaker::Output {
@@ -75,17 +82,40 @@ class Sender final : public speaker::Output {
   bool m_gone = false;
 };
 
+struct Call {
+  std::uint32_t number = 0;
+  protocol::Speak speak;
+  std::wstring text;
+};
+
+// Waits for the next call. Returns nullopt if none comes, or what comes is invalid.
+std::optional<Call> receiveCall() {
+  protocol::FrameReader reader(protocol::Side::Synthesiser);
+  protocol::Frame frame;
+  while (connection::receive(reader, frame, kIdleMilliseconds)) {
+    // Its call has ended before it came.
+    if (frame.type == protocol::FrameType::Cancel) continue;
+    auto speak = protocol::readSpeak(frame);
+    if (!speak.has_value()) return std::nullopt;
+    auto text = protocol::wideOf(speak->text);
+    if (!text.has_value()) return std::nullopt;
+    return Call{frame.call, std::move(*speak), std::move(*text)};
+  }
+  return std::nullopt;
+}
+
 }  // namespace
 
 // The parent may have ended before the signal was set.
-int runWorker(const Sandbox& sandbox, pid_t parent, std::uint32_t call,
-              const protocol::Speak& speak, const std::wstring& text) {
+int runWorker(const Sandbox& sandbox, pid_t parent) {
   if (::prctl(PR_SET_PDEATHSIG, SIGKILL, 0, 0, 0) != 0 || ::getppid() != parent) {
     return kWorkerFailed;
   }
   if (!sandbox.enterWorker(kCallSeconds)) return kWorkerFailed;
-  Sender sender(call);
-  const protocol::End::Status status = speaker::speak(speak, text, sender);
+  const std::optional<Call> call = receiveCall();
+  if (!call.has_value()) return kWorkerNoCall;
+  Sender sender(call->number);
+  const protocol::End::Status status = speaker::speak(call->speak, call->text, sender);
   return sender.end(status) ? kWorkerDone : kWorkerClientGone;
 }
 

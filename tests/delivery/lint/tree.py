@@ -3,8 +3,8 @@
 """Checks how files are written, beyond what clang-format and shellcheck see: tree.py ROOT
 
 - Every source, script and build file names its licence in its first three lines. It is the one that
-  packaging/copyright gives for the file: GPL-3.0-or-later in engine/kavrel-synth, the only program
-  that is linked with espeak-ng, and Apache-2.0 everywhere else.
+  packaging/copyright gives for the file: GPL-3.0-or-later for the two programs that are linked with
+  espeak-ng, one of which is only for the benchmark, and Apache-2.0 everywhere else.
 - No two source files share a name, so that a name says which file is meant.
 - No build file compiles a source by a path into another folder.
 - CMake files have no damaged comments, tabs, odd indentation or overlong lines.
@@ -21,7 +21,7 @@ SKIPPED = {"build", ".git", "corpus", "vectors", "regress"}
 SOURCES = {".h", ".cpp", ".c"}
 LICENSED = SOURCES | {".sh", ".bash", ".fish", ".cmake", ".py", ".map", ".in", ".1"}
 SPDX = re.compile(r"SPDX-License-Identifier: (\S+)$")
-GPL_FOLDER = "engine/kavrel-synth"
+GPL_FOLDERS = ("engine/kavrel-synth/", "bench/anchor_synth/")
 
 failures = []
 
@@ -46,7 +46,7 @@ def lines_of(path):
 
 def licence_of(path):
     """The licence that a file must name."""
-    inside = path.relative_to(ROOT).as_posix().startswith(GPL_FOLDER + "/")
+    inside = path.relative_to(ROOT).as_posix().startswith(GPL_FOLDERS)
     return "GPL-3.0-or-later" if inside else "Apache-2.0"
 
 
