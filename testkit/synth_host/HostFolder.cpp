@@ -20,6 +20,15 @@ void copyProgram(const std::string& from, const std::string& to) {
   fs::permissions(to, fs::perms(0755));
 }
 
+// The fields of /proc/PID/stat after the name, which is in brackets.
+std::string fieldsOf(pid_t process) {
+  std::ifstream file("/proc/" + std::to_string(process) + "/stat");
+  std::string line;
+  std::getline(file, line);
+  const std::size_t name = line.rfind(") ");
+  return name == std::string::npos ? std::string() : line.substr(name + 2);
+}
+
 }  // namespace
 
 HostFolder::HostFolder(Synthesiser synthesiser) {
@@ -84,11 +93,13 @@ std::vector<std::string> linesOf(const std::string& out, const std::string& kind
 }
 
 char stateOf(pid_t process) {
-  std::ifstream file("/proc/" + std::to_string(process) + "/stat");
-  std::string line;
-  std::getline(file, line);
-  const std::size_t name = line.rfind(") ");
-  return name == std::string::npos || name + 2 >= line.size() ? '\0' : line[name + 2];
+  const std::string fields = fieldsOf(process);
+  return fields.empty() ? '\0' : fields[0];
+}
+
+pid_t parentOf(pid_t process) {
+  const std::string fields = fieldsOf(process);
+  return fields.size() < 3 ? 0 : std::stoi(fields.substr(2));
 }
 
 }  // namespace hosts

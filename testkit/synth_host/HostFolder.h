@@ -55,7 +55,8 @@ class HostFolder {
 std::vector<std::string> linesOf(const std::string& out);
 std::vector<std::string> linesOf(const std::string& out, const std::string& kind);
 
-// The first character of a process's state in /proc, "R" for example; 0 if there is no process.
+// The state of a process in /proc, "R" for example, and its parent; 0 if there is no process.
 char stateOf(pid_t process);
+pid_t parentOf(pid_t process);
 
 }  // namespace hosts

@@ -21,7 +21,7 @@
 //   default-signals    takes the default action for all signals, SIGPIPE included
 //   few-descriptors    may have 64 descriptors
 //   remove-folder      removes its working directory
-//   close-streams      closes standard input and standard error
+//   close-errors       closes standard error
 //   diagnose           writes the engine's diagnostic lines
 //
 // What it does once:
@@ -222,10 +222,11 @@ void removeFolder() {
 
 // ---- What it does once
 
+// Threads of the engine may take some numbers at the same time.
 void closeAll() {
   for (int number = 3; number < kLowDescriptors; ++number) ::close(number);
-  for (int number = 3; number < kLowDescriptors; ++number) {
-    if (::open("/dev/null", O_RDWR) != number) fail("a descriptor was not closed");
+  for (int number = 0; number >= 0 && number < kLowDescriptors - 1;) {
+    number = ::open("/dev/null", O_RDWR);
   }
 }
 
@@ -315,11 +316,7 @@ const std::map<std::string_view, std::function<void(Value)>> kSteps = {
     {"default-signals", [](Value) { setSignals(false); }},
     {"few-descriptors", [](Value) { limitDescriptors(); }},
     {"remove-folder", [](Value) { removeFolder(); }},
-    {"close-streams",
-     [](Value) {
-       ::close(STDIN_FILENO);
-       ::close(STDERR_FILENO);
-     }},
+    {"close-errors", [](Value) { ::close(STDERR_FILENO); }},
     {"diagnose",
      [](Value) {
        cst_diag_mask = CST_DIAG_ENGINE;
