@@ -5,6 +5,7 @@
 #include <atomic>
 #include <chrono>
 #include <iterator>
+#include <new>
 #include <utility>
 
 #include <pthread.h>
@@ -90,6 +91,9 @@ void SynthPool::installForkHandlers() NO_THREAD_SAFETY_ANALYSIS {
         shared().m_idle.clear();
         shared().m_waiting.clear();
         shared().m_working = 0;
+        // The old one waits for the parent's waiting threads to wake up. Not destroyed: that would
+        // wait for them, too.
+        new (&shared().m_changed) base::Condition;
         shared().m_lock.unlock();
       });
 }
@@ -222,10 +226,14 @@ void SynthPool::giveBack(const std::string& voice, std::unique_ptr<SynthProcess>
 // Moves the idle processes that are too old, have ended, or are too many into `left`.
 void SynthPool::leaveOld(std::vector<Idle>& left) {
   const Clock::time_point oldest = Clock::now() - kMaxIdleTime;
-  while (!m_idle.empty() &&
-         (m_idle.size() > m_maxCalls + kSpare || m_idle.front().since < oldest)) {
-    left.push_back(std::move(m_idle.front()));
-    m_idle.erase(m_idle.begin());
+  for (auto idle = m_idle.begin(); idle != m_idle.end();) {
+    const bool tooMany = m_idle.size() > m_maxCalls + kSpare;
+    if (!tooMany && idle->since >= oldest && idle->process->isUsable()) {
+      ++idle;
+      continue;
+    }
+    left.push_back(std::move(*idle));
+    idle = m_idle.erase(idle);
   }
 }
 

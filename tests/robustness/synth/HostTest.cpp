@@ -253,27 +253,57 @@ TEST(Host, LeavesNoProcessWhenItIsKilledWhileItSpeaks) {
   }
 }
 
-// The host does not read, so a worker fills the socket and waits.
-TEST(Host, LeavesNoProcessWhenItIsKilledWhileAWorkerWaitsForIt) {
-  const HostFolder folder;
-  std::string text = "text=";
-  for (int number = 0; number < 2000; ++number) text += number % 80 == 79 ? "end. " : "word ";
-  program::Running host(folder.host(), {text, "file=" + folder.file("audio"), "speak"}, {}, -1);
-  host.readUntil("32 ");
-  // Workers that have less to send than the socket holds end; then the host goes on for a moment.
-  const bool waits = waitUntil([&] {
+namespace {
+
+// Stops the host at a moment when a worker has more to send than the socket holds, so that the
+// worker waits for the host. Returns the worker, or 0 if there is no such moment.
+pid_t stopWhileAWorkerWaits(const HostFolder& folder, program::Running& host) {
+  pid_t worker = 0;
+  waitUntil([&] {
     host.sendSignal(SIGCONT);
     std::this_thread::sleep_for(milliseconds(2));
     host.sendSignal(SIGSTOP);
+    // A worker that has less to send ends.
     waitUntil([&] {
       return std::ranges::all_of(folder.processes(), [](pid_t one) { return stateOf(one) == 'S'; });
     });
     const std::vector<pid_t> processes = folder.processes();
-    return std::ranges::any_of(processes, [&](pid_t one) {
-      return std::ranges::find(processes, parentOf(one)) != processes.end();
-    });
+    for (const pid_t one : processes) {
+      if (std::ranges::find(processes, parentOf(one)) != processes.end()) worker = one;
+    }
+    return worker != 0;
   });
-  EXPECT_TRUE(waits);
+  return worker;
+}
+
+// Sentences with more audio than a socket holds.
+std::string longSentences() {
+  std::string text = "text=";
+  for (int number = 0; number < 2000; ++number) text += number % 80 == 79 ? "end. " : "word ";
+  return text;
+}
+
+}  // namespace
+
+TEST(Host, LeavesNoProcessWhenItIsKilledWhileAWorkerWaitsForIt) {
+  const HostFolder folder;
+  program::Running host(folder.host(), {longSentences(), "file=" + folder.file("audio"), "speak"},
+                        {}, -1);
+  host.readUntil("32 ");
+  EXPECT_NE(stopWhileAWorkerWaits(folder, host), 0);
+  host.sendSignal(SIGKILL);
+  host.finish();
+  EXPECT_TRUE(folder.processesEnd());
+}
+
+TEST(Host, LeavesNoProcessWhenItIsKilledWhileAWorkerIsStopped) {
+  const HostFolder folder;
+  program::Running host(folder.host(), {longSentences(), "file=" + folder.file("audio"), "speak"},
+                        {}, -1);
+  host.readUntil("32 ");
+  const pid_t worker = stopWhileAWorkerWaits(folder, host);
+  ASSERT_NE(worker, 0);
+  ::kill(worker, SIGSTOP);
   host.sendSignal(SIGKILL);
   host.finish();
   EXPECT_TRUE(folder.processesEnd());

@@ -200,6 +200,41 @@ TEST(SynthPoolFork, GivesTheChildOfAForkItsOwnProcesses) {
   EXPECT_EQ(pool.speak("en-us", call("one"), 1, {}, speech, why), Result::Done) << why;
 }
 
+// Threads that wait for their turn in the parent do not exist in the child.
+TEST(SynthPoolFork, LetsTheChildWaitForTurnsOfItsOwn) {
+  constexpr unsigned kLimit = 30;
+  SynthPool& pool = SynthPool::shared();
+  const auto speakOnManyThreads = [&pool](const std::atomic<int>& calls, std::atomic<int>& done) {
+    std::vector<std::jthread> threads;
+    for (int thread = 0; thread < 12; ++thread) {
+      threads.emplace_back([&] {
+        SynthProcess::Speech speech;
+        std::string why;
+        while (done < calls) {
+          done += pool.speak("en-us", call("one"), 1, {}, speech, why) == Result::Done ? 1 : 0;
+        }
+      });
+    }
+    return threads;
+  };
+  std::atomic<int> endless{1'000'000};
+  std::atomic<int> done{0};
+  auto threads = speakOnManyThreads(endless, done);
+  while (done < 20) std::this_thread::sleep_for(milliseconds(1));
+  const pid_t child = ::fork();
+  if (child == 0) {
+    ::alarm(kLimit);
+    const std::atomic<int> some{50};
+    std::atomic<int> doneHere{0};
+    for (std::jthread& thread : speakOnManyThreads(some, doneHere)) thread.join();
+    ::_exit(0);
+  }
+  int status = 1;
+  EXPECT_EQ(::waitpid(child, &status, 0), child);
+  EXPECT_EQ(status, 0);
+  endless = 0;
+}
+
 TEST_F(ScriptedSynthesiser, SkipsOnlyTheWordThatIsToBlame) {
   for (const std::wstring fault : {L"CRASH", L"HALF", L"GARBAGE", L"NOEND"}) {
     Synthesiser::Input input;
