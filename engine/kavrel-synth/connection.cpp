@@ -28,9 +28,10 @@ bool send(std::span<const std::byte> bytes) {
   return true;
 }
 
-bool sendReady(const protocol::Ready& ready) {
+bool beginReady() {
   std::vector<std::byte> bytes;
-  protocol::writeReady(bytes, ready);
+  protocol::writeReady(bytes, {});
+  bytes.resize(protocol::kHeaderBytes);
   const int self = openProcess(::getpid());
   if (self < 0) return send(bytes);
   iovec data{bytes.data(), bytes.size()};
@@ -48,6 +49,12 @@ bool sendReady(const protocol::Ready& ready) {
   const ssize_t sent = ::sendmsg(kSocket, &message, MSG_NOSIGNAL);
   ::close(self);
   return sent == static_cast<ssize_t>(bytes.size());
+}
+
+bool endReady(const protocol::Ready& ready) {
+  std::vector<std::byte> bytes;
+  protocol::writeReady(bytes, ready);
+  return send(std::span(bytes).subspan(protocol::kHeaderBytes));
 }
 
 // The time limit is for the first byte: after that the client is about to send the rest.

@@ -26,9 +26,10 @@ int openProcess(pid_t process);
 // Sends all bytes; waits while the client reads slowly. Returns false if the client is gone.
 bool send(std::span<const std::byte> bytes);
 
-// Sends Ready with a descriptor of this process, by which the client can end it; without the
-// descriptor if the system has none.
-bool sendReady(const synth_protocol::Ready& ready);
+// Ready is sent in two parts. The first, its header, comes with a descriptor of this process, so
+// that the client can end it while it starts; without the descriptor if the system has none.
+bool beginReady();
+bool endReady(const synth_protocol::Ready& ready);
 
 // Waits for a frame, at most `milliseconds`. Reads not one byte beyond it, since a worker reads
 // what follows. Returns false if none came, the client is gone, or what it sent is garbage.

@@ -60,6 +60,11 @@ void waitFor(pid_t worker) {
   if (watched[0].fd >= 0) ::close(watched[0].fd);
 }
 
+// Tells the client how a worker, or this process, has ended. Nobody reads it if the client is gone.
+void reportEnd(int status) {
+  (void)!::write(kavrel::connection::kReport, &status, sizeof(status));
+}
+
 // Forks a worker for the next call. Returns true if it has done its duty.
 bool speakNext(const kavrel::Sandbox& sandbox) {
   const pid_t self = ::getpid();
@@ -72,19 +77,19 @@ bool speakNext(const kavrel::Sandbox& sandbox) {
   }
   if (WIFEXITED(status) && WEXITSTATUS(status) == kavrel::kWorkerNoCall) return false;
   if (status == 0) return true;
-  // Nobody reads it if the client is gone.
-  (void)!::write(kavrel::connection::kReport, &status, sizeof(status));
+  reportEnd(status);
   return false;
 }
 
 void run(const std::string& voice) {
+  if (!kavrel::connection::beginReady()) return;
   protocol::Ready ready;
   kavrel::Sandbox sandbox;
   ready.status = kavrel::speaker::start(voice);
   if (ready.status == protocol::Ready::Status::Ok) {
     ready.missing = sandbox.enter(kavrel::speaker::dataFolder());
   }
-  if (!kavrel::connection::sendReady(ready)) return;
+  if (!kavrel::connection::endReady(ready)) return;
   if (ready.status != protocol::Ready::Status::Ok) return;
   while (speakNext(sandbox)) {
   }
@@ -123,6 +128,7 @@ int main(int count, char** arguments) {
   try {
     run(arguments[2]);
   } catch (const std::exception&) {
+    reportEnd(W_EXITCODE(EXIT_FAILURE, 0));
     ::_exit(EXIT_FAILURE);
   }
   // espeak-ng's thread still runs, so nothing is torn down.

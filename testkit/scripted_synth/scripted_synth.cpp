@@ -6,8 +6,13 @@
 //
 // Speech: each word of a call has 100 samples and a phone "a"; a mark is at the start of its word.
 //
-// A voice decides how it starts: "no-ready" never is ready, "bad-ready" sends garbage instead,
-// "exit" exits; "no-language" says that it does not know the language. Others start well.
+// A voice decides how it starts:
+//   no-ready     never is ready                exit         exits without a report
+//   bad-ready    sends garbage                 give-up      exits and reports it
+//   no-language  does not know the language    kill         ends with SIGKILL
+//   kill:FILE    as kill, but only until FILE has 4 bytes; each start appends one
+//   stop:FILE    as no-ready, but only if FILE does not exist, and creates it
+// With others it starts well.
 //
 // A word of the text decides what a worker does before it speaks:
 //   CRASH   ends with SIGSEGV              SPIN     loops forever
@@ -27,6 +32,7 @@
 #include <vector>
 
 #include <fcntl.h>
+#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -60,12 +66,24 @@ std::vector<std::string_view> wordsOf(std::string_view text) {
   return words;
 }
 
+// Creates the file; returns false if it exists.
+bool isFirst(std::string_view file) {
+  return ::open(std::string(file).c_str(), O_CREAT | O_EXCL | O_WRONLY, 0600) >= 0;
+}
+
+bool isKilledAgain(std::string_view voice) {
+  constexpr off_t kKills = 4;
+  if (!voice.starts_with("kill:")) return false;
+  const int file = ::open(std::string(voice.substr(5)).c_str(), O_CREAT | O_RDWR | O_APPEND, 0600);
+  if (::lseek(file, 0, SEEK_END) >= kKills) return false;
+  return ::write(file, "k", 1) == 1;
+}
+
 // Returns false if a "ONCE:FILE" says that it has been done.
 bool mustMisbehave(const std::vector<std::string_view>& words) {
   for (const std::string_view word : words) {
     if (!word.starts_with("ONCE:")) continue;
-    const int file = ::open(std::string(word.substr(5)).c_str(), O_CREAT | O_EXCL | O_WRONLY, 0600);
-    return file >= 0;
+    return isFirst(word.substr(5));
   }
   return true;
 }
@@ -199,6 +217,13 @@ void becomeReady(std::string_view voice) {
   Bytes bytes;
   protocol::Ready ready;
   if (voice == "exit") ::_exit(1);
+  if (voice == "kill" || isKilledAgain(voice)) std::raise(SIGKILL);
+  if (voice.starts_with("stop:") && isFirst(voice.substr(5))) waitForever();
+  if (voice == "give-up") {
+    const int status = W_EXITCODE(1, 0);
+    (void)!::write(3, &status, sizeof(status));
+    ::_exit(1);
+  }
   if (voice == "no-ready") waitForever();
   if (voice == "no-language") ready.status = protocol::Ready::Status::NoLanguage;
   protocol::writeReady(bytes, ready);
@@ -222,6 +247,8 @@ int main(int count, char** arguments) {
     if (!speak.has_value()) return 1;
     const pid_t worker = ::fork();
     if (worker == 0) {
+      // A stopped worker does not hear the alarm.
+      ::prctl(PR_SET_PDEATHSIG, SIGKILL);
       ::alarm(kLongestLife);
       runWorker(frame.call, speak->text);
     }

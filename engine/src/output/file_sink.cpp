@@ -76,6 +76,17 @@ std::uint16_t bigEndian(std::int16_t sample) {
   return static_cast<std::uint16_t>(bits << 8U | bits >> 8U);
 }
 
+// Returns the file under a number that is not a standard stream's, which the host may have closed:
+// its messages would be written to the file. Returns -1, with errno, on failure or if it is -1.
+int aboveStreams(int file) {
+  if (file < 0 || file > STDERR_FILENO) return file;
+  const int moved = ::fcntl(file, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+  const int error = errno;
+  ::close(file);
+  errno = error;
+  return moved;
+}
+
 bool isRegular(int file) {
   struct stat status {};
   return ::fstat(file, &status) == 0 && S_ISREG(status.st_mode);
@@ -90,8 +101,8 @@ bool isEmpty(int file) {
 
 std::unique_ptr<FileSink> FileSink::open(const std::string& path, std::string& why) {
   // O_NONBLOCK: opening a pipe without a reader would block.
-  const int file =
-      ::open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, 0666);
+  const int file = aboveStreams(
+      ::open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, 0666));
   if (file < 0) {
     why = path + ": " + std::strerror(errno);
     return nullptr;

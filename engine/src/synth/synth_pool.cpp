@@ -5,6 +5,7 @@
 #include <atomic>
 #include <chrono>
 #include <iterator>
+#include <new>
 #include <utility>
 
 #include <pthread.h>
@@ -90,6 +91,9 @@ void SynthPool::installForkHandlers() NO_THREAD_SAFETY_ANALYSIS {
         shared().m_idle.clear();
         shared().m_waiting.clear();
         shared().m_working = 0;
+        // The old one waits for the parent's waiting threads to wake up. Not destroyed: that would
+        // wait for them, too.
+        new (&shared().m_changed) base::Condition;
         shared().m_lock.unlock();
       });
 }
@@ -104,14 +108,6 @@ std::size_t SynthPool::usualMaxCalls() {
 
 SynthPool::SynthPool(std::string program, const SynthProcess::Limits& limits, std::size_t maxCalls)
     : m_program(std::move(program)), m_limits(limits), m_maxCalls(maxCalls) {}
-
-void SynthPool::useProgram(std::string program, const SynthProcess::Limits& limits) {
-  std::vector<Idle> left;
-  const base::ScopedLock held(m_lock);
-  m_program = std::move(program);
-  m_limits = limits;
-  left.swap(m_idle);
-}
 
 SynthPool::Result SynthPool::prepare(const std::string& voice,
                                      const SynthProcess::Cancelled& cancelled, std::string& why) {
@@ -175,18 +171,23 @@ std::unique_ptr<SynthProcess> SynthPool::takeIdle(const std::string& voice) {
   return nullptr;
 }
 
-// Returns a process that is ready, or null with the result and its cause.
+// Returns a process that is ready, or null with the result and its cause. A process that is ended
+// from outside while it starts is started again, as a call is. One that is stopped is left after a
+// part of the time, so that there is time for another.
 std::unique_ptr<SynthProcess> SynthPool::take(const std::string& voice,
                                               const SynthProcess::Cancelled& cancelled,
                                               Result& result, std::string& why) {
   if (auto process = takeIdle(voice)) return process;
   result = Result::Failed;
-  for (int attempt = 0; attempt < kMaxStarts; ++attempt) {
-    std::unique_ptr<SynthProcess> process;
-    {
-      const base::ScopedLock held(m_lock);
-      process = std::make_unique<SynthProcess>(m_program, m_limits);
-    }
+  const Clock::time_point deadline = Clock::now() + m_limits.start;
+  int kills = 0;
+  int failures = 0;
+  while (kills <= kMaxKills && failures < kMaxStarts) {
+    SynthProcess::Limits limits = m_limits;
+    const auto left = std::chrono::floor<std::chrono::milliseconds>(deadline - Clock::now());
+    if (left.count() <= 0) break;
+    limits.start = left * 3 / 5;
+    auto process = std::make_unique<SynthProcess>(m_program, limits);
     switch (process->start(voice, cancelled, why)) {
       case SynthProcess::Started::Ready:
         reportMissing(process->missingProtections());
@@ -198,11 +199,15 @@ std::unique_ptr<SynthProcess> SynthPool::take(const std::string& voice,
       case SynthProcess::Started::Cancelled:
         result = Result::Cancelled;
         return nullptr;
+      case SynthProcess::Started::Killed:
+        ++kills;
+        break;
       case SynthProcess::Started::Failed: {
+        ++failures;
         // The host may be short of descriptors.
-        std::vector<Idle> left;
+        std::vector<Idle> idle;
         const base::ScopedLock held(m_lock);
-        left.swap(m_idle);
+        idle.swap(m_idle);
         break;
       }
     }
@@ -214,8 +219,6 @@ void SynthPool::giveBack(const std::string& voice, std::unique_ptr<SynthProcess>
   if (!process->isUsable()) return;
   std::vector<Idle> left;
   const base::ScopedLock held(m_lock);
-  // Another program may be in use since.
-  if (process->program() != m_program) return;
   m_idle.push_back({voice, std::move(process), Clock::now()});
   leaveOld(left);
 }
@@ -223,10 +226,14 @@ void SynthPool::giveBack(const std::string& voice, std::unique_ptr<SynthProcess>
 // Moves the idle processes that are too old, have ended, or are too many into `left`.
 void SynthPool::leaveOld(std::vector<Idle>& left) {
   const Clock::time_point oldest = Clock::now() - kMaxIdleTime;
-  while (!m_idle.empty() &&
-         (m_idle.size() > m_maxCalls + kSpare || m_idle.front().since < oldest)) {
-    left.push_back(std::move(m_idle.front()));
-    m_idle.erase(m_idle.begin());
+  for (auto idle = m_idle.begin(); idle != m_idle.end();) {
+    const bool tooMany = m_idle.size() > m_maxCalls + kSpare;
+    if (!tooMany && idle->since >= oldest && idle->process->isUsable()) {
+      ++idle;
+      continue;
+    }
+    left.push_back(std::move(*idle));
+    idle = m_idle.erase(idle);
   }
 }
 

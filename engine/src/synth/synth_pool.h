@@ -8,6 +8,8 @@
 //   ended from outside       repeated, up to 5 times
 //   crash, silence, garbage  repeated as often as the caller says
 //   a start that fails       repeated twice
+//   a start that is ended    repeated, up to 5 times
+// All attempts to start a process for a call share one time limit.
 //
 // Threads: all functions may be called on any thread. As many calls run at the same time as there
 // are cores (at least 2: a call that hangs must not hold up all others); more wait, in the order
@@ -49,9 +51,6 @@ class SynthPool {
   SynthPool(const SynthPool&) = delete;
   SynthPool& operator=(const SynthPool&) = delete;
 
-  // For tests: uses another program from now on, and leaves idle processes of the old one.
-  void useProgram(std::string program, const SynthProcess::Limits& limits) EXCLUDES(m_lock);
-
   // The number of calls that run at the same time.
   std::size_t maxCalls() const { return m_maxCalls; }
 
@@ -85,11 +84,11 @@ class SynthPool {
   bool waitForTurn(const SynthProcess::Cancelled& cancelled) EXCLUDES(m_lock);
   void endTurn() EXCLUDES(m_lock);
 
+  const std::string m_program;
+  const SynthProcess::Limits m_limits;  // the time for a start is that of all its attempts
+  const std::size_t m_maxCalls;
   base::Mutex m_lock;
   base::Condition m_changed;  // with m_lock: m_working or m_waiting has changed
-  std::string m_program GUARDED_BY(m_lock);
-  SynthProcess::Limits m_limits GUARDED_BY(m_lock);
-  const std::size_t m_maxCalls;
   std::size_t m_working GUARDED_BY(m_lock) = 0;
   std::uint64_t m_nextTicket GUARDED_BY(m_lock) = 0;
   std::deque<std::uint64_t> m_waiting GUARDED_BY(m_lock);  // tickets

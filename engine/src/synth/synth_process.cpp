@@ -14,6 +14,7 @@
 #include <poll.h>
 #include <spawn.h>
 #include <sys/auxv.h>
+#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -44,13 +45,32 @@ NEVER_DESTROYED constinit base::Mutex g_lock;
 
 struct Registry {
   std::vector<SynthProcess*> objects;
-  // Of processes that have been left. A host that adopts orphans becomes their parent.
-  std::vector<int> left;
+  // Process groups of processes that have been left, if this process becomes their parent.
+  std::vector<pid_t> left;
 };
 
 Registry& registry() REQUIRES(g_lock) {
   static Registry& all = *new Registry;
   return all;
+}
+
+// Returns true if this process becomes the parent of orphans, as the first process of a container
+// and a subreaper do.
+bool adoptsOrphans() {
+  int subreaper = 0;
+  return ::getpid() == 1 || (::prctl(PR_GET_CHILD_SUBREAPER, &subreaper) == 0 && subreaper != 0);
+}
+
+// Waits for those that have exited and are children of this process. The number of a group is free
+// for others only when nothing of the group is left, and then it is dropped here.
+void sweep() REQUIRES(g_lock) {
+  std::erase_if(registry().left, [](pid_t group) {
+    pid_t reaped = 0;
+    do {
+      reaped = ::waitpid(-group, nullptr, WNOHANG | __WALL);
+    } while (reaped > 0 || (reaped < 0 && errno == EINTR));
+    return reaped < 0;
+  });
 }
 
 // ---- System calls that older C libraries lack
@@ -61,25 +81,6 @@ int openProcess(pid_t process) {
 
 void killProcess(int process) {
   ::syscall(SYS_pidfd_send_signal, process, SIGKILL, nullptr, 0);
-}
-
-// Returns true if there is nothing left to wait for: the process is not a child of this one, or was
-// waited for.
-bool isReaped(int process) {
-  constexpr auto kProcessDescriptor = static_cast<idtype_t>(3);  // P_PIDFD
-  siginfo_t info{};
-  const int result =
-      ::waitid(kProcessDescriptor, static_cast<id_t>(process), &info, WEXITED | WNOHANG | __WALL);
-  return result != 0 || info.si_pid != 0;
-}
-
-// Waits for those that have exited and are children of this process.
-void sweep() REQUIRES(g_lock) {
-  std::erase_if(registry().left, [](int one) {
-    if (!isReaped(one)) return false;
-    ::close(one);
-    return true;
-  });
 }
 
 // ---- Descriptors
@@ -99,10 +100,9 @@ void closeAndForget(int& file) {
   file = -1;
 }
 
-std::uint64_t inodeOf(int file) {
-  struct stat status {};
-  if (::fstat(file, &status) != 0 || !S_ISSOCK(status.st_mode)) return 0;
-  return status.st_ino;
+// Signals that people, services and the kernel end processes with, whatever these do.
+bool isFromOutside(int signal) {
+  return signal == SIGKILL || signal == SIGTERM || signal == SIGINT || signal == SIGHUP;
 }
 
 std::string message(const char* what, int error) {
@@ -177,6 +177,29 @@ std::string whyNoVoice(protocol::Ready::Status status) {
 
 }  // namespace
 
+// ---- OwnFile
+
+void SynthProcess::OwnFile::set(int number) {
+  struct stat status {};
+  m_number = number;
+  if (number < 0 || ::fstat(number, &status) != 0) return;
+  m_device = status.st_dev;
+  m_inode = status.st_ino;
+}
+
+bool SynthProcess::OwnFile::isValid() const {
+  struct stat status {};
+  return m_number >= 0 && ::fstat(m_number, &status) == 0 && status.st_dev == m_device &&
+         status.st_ino == m_inode;
+}
+
+void SynthProcess::OwnFile::close() {
+  if (isValid()) ::close(m_number);
+  m_number = -1;
+}
+
+// ---- Life
+
 SynthProcess::SynthProcess(std::string program, const Limits& limits)
     : m_program(std::move(program)), m_limits(limits) {
   const base::ScopedLock held(g_lock);
@@ -213,22 +236,36 @@ SynthProcess::Started SynthProcess::start(const std::string& voice, const Cancel
   std::optional<protocol::Ready> ready;
   if (received == Received::Frame && frame.type == protocol::FrameType::Ready)
     ready = protocol::readReady(frame);
-  reapStarter(!ready.has_value());
+  const bool starterFailed = reapStarter(!ready.has_value());
   if (ready.has_value() && ready->status == protocol::Ready::Status::Ok) {
     m_missing = ready->missing;
     m_busy = false;
+    m_ready = true;
+    const base::ScopedLock held(g_lock);
+    sweep();
     return Started::Ready;
   }
-  kill();
-  if (ready.has_value()) {
+  Started result = Started::NoVoice;
+  if (!ready.has_value()) {
+    result = whyNotReady(received, starterFailed, why);
+  } else {
     why = whyNoVoice(ready->status);
-    const bool temporary = ready->status == protocol::Ready::Status::OutOfMemory;
-    return temporary ? Started::Failed : Started::NoVoice;
+    if (ready->status == protocol::Ready::Status::OutOfMemory) result = Started::Failed;
   }
+  kill();
+  return result;
+}
+
+// A process that fails by itself reports that, or the starter's exit status does. Without a sign of
+// that, somebody has ended it.
+SynthProcess::Started SynthProcess::whyNotReady(Received received, bool starterFailed,
+                                                std::string& why) {
   if (received == Received::Cancelled) return Started::Cancelled;
   why = m_program +
         (received == Received::Timeout ? " was not ready in time" : " ended before it was ready");
-  return Started::Failed;
+  int status = 0;
+  const bool failed = received != Received::End || starterFailed || readReport(status);
+  return failed ? Started::Failed : Started::Killed;
 }
 
 // Makes this side's socket and end of the pipe, and the other side's.
@@ -242,11 +279,10 @@ bool SynthProcess::connect(int& socket, int& report, std::string& why) {
                     moveUp(sockets[0], kAboveStreams) && moveUp(pipes[0], kAboveStreams) &&
                     moveUp(sockets[1], kAboveActions) && moveUp(pipes[1], kAboveActions);
   const int error = errno;
-  m_socket = sockets[0];
-  m_report = pipes[0];
+  m_socket.set(sockets[0]);
+  m_report.set(pipes[0]);
   socket = sockets[1];
   report = pipes[1];
-  if (m_socket >= 0) m_socketInode = inodeOf(m_socket);
   if (!made) why = message("cannot connect to the synthesiser", error);
   return made;
 }
@@ -272,37 +308,47 @@ bool SynthProcess::spawn(const std::string& voice, int socket, int report, std::
     return false;
   }
   m_starter = starter;
-  m_starterProcess = openProcess(starter);
+  m_group = starter;
+  m_starterProcess.set(openProcess(starter));
   return true;
 }
 
 // The process detaches: it forks, and the process that was spawned exits. It is a child of this
-// process until then. A host may wait for it first, which is no error.
-void SynthProcess::reapStarter(bool failed) {
-  if (failed && m_starterProcess >= 0) killProcess(m_starterProcess);
+// process until then. A host may wait for it first, which is no error. Returns true if it is known
+// to have failed by itself.
+bool SynthProcess::reapStarter(bool kill) {
+  constexpr auto kProcessDescriptor = static_cast<idtype_t>(3);  // P_PIDFD
   const Clock::time_point limit = Clock::now() + kStarterLimit;
-  bool killed = failed;
-  for (;;) {
-    const pid_t reaped = ::waitpid(m_starter, nullptr, killed ? 0 : WNOHANG);
-    if (reaped == m_starter || (reaped < 0 && errno != EINTR)) break;
-    if (killed && m_starterProcess < 0) killed = false;
-    if (!killed && Clock::now() >= limit) {
-      if (m_starterProcess < 0) break;
-      killProcess(m_starterProcess);
+  // Without a descriptor, it is identified by its number, which is its own until it is waited for.
+  const bool hasDescriptor = m_starterProcess.isValid();
+  const idtype_t type = hasDescriptor ? kProcessDescriptor : P_PID;
+  const auto id = static_cast<id_t>(hasDescriptor ? m_starterProcess.number() : m_starter);
+  siginfo_t info{};
+  for (bool killed = false;;) {
+    if (kill && hasDescriptor && !killed) {
+      killProcess(m_starterProcess.number());
       killed = true;
     }
-    if (!killed) ::poll(nullptr, 0, 1);
+    const int result = ::waitid(type, id, &info, WEXITED | __WALL | (killed ? 0 : WNOHANG));
+    if ((result == 0 && info.si_pid != 0) || (result != 0 && errno != EINTR)) break;
+    const bool late = Clock::now() >= limit;
+    if (late && !hasDescriptor) break;
+    kill = kill || late;
+    if (!kill) ::poll(nullptr, 0, 1);
   }
   m_starter = 0;
-  closeAndForget(m_starterProcess);
+  m_starterProcess.close();
+  if (info.si_pid == 0) return false;
+  if (info.si_code == CLD_EXITED) return info.si_status != 0;
+  return !isFromOutside(info.si_status);
 }
 
 // ---- Calls
 
 bool SynthProcess::isUsable() const {
-  if (m_socket < 0 || inodeOf(m_socket) != m_socketInode) return false;
+  if (!m_socket.isValid()) return false;
   char byte = 0;
-  const ssize_t seen = ::recv(m_socket, &byte, 1, MSG_PEEK | MSG_DONTWAIT);
+  const ssize_t seen = ::recv(m_socket.number(), &byte, 1, MSG_PEEK | MSG_DONTWAIT);
   return seen < 0 && (errno == EAGAIN || errno == EINTR);
 }
 
@@ -395,18 +441,17 @@ SynthProcess::Result SynthProcess::garbage(std::string& why) {
   return Result::Garbage;
 }
 
-// Finds out why the stream has ended. The report was written before that.
+// Finds out why the stream has ended.
 SynthProcess::Result SynthProcess::ended(std::string& why) {
   m_broken = true;
   int status = 0;
-  const ssize_t count = ::read(m_report, &status, sizeof(status));
   // Without a report, the process itself has ended, and that does not read texts.
-  if (count != sizeof(status)) {
+  if (!readReport(status)) {
     why = "the synthesiser was ended";
     return Result::Killed;
   }
   const int signal = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
-  if (signal == SIGKILL || signal == SIGTERM || signal == SIGINT || signal == SIGHUP) {
+  if (isFromOutside(signal)) {
     why = "the synthesiser was ended by signal " + std::to_string(signal);
     return Result::Killed;
   }
@@ -414,6 +459,11 @@ SynthProcess::Result SynthProcess::ended(std::string& why) {
         : signal != 0     ? "the synthesiser crashed with signal " + std::to_string(signal)
                           : "the synthesiser gave up";
   return Result::Crashed;
+}
+
+// Reads the wait status that the process has reported. It was written before the stream ended.
+bool SynthProcess::readReport(int& status) {
+  return m_report.isValid() && ::read(m_report.number(), &status, sizeof(status)) == sizeof(status);
 }
 
 // ---- Sending and receiving
@@ -432,6 +482,7 @@ SynthProcess::Received SynthProcess::receive(protocol::Frame& frame, Clock::time
         break;
     }
     if (cancelled && cancelled()) return Received::Cancelled;
+    if (!m_socket.isValid()) return Received::End;
     const ssize_t count = receiveBytes();
     if (count > 0) {
       m_reader.received(static_cast<std::size_t>(count));
@@ -439,15 +490,16 @@ SynthProcess::Received SynthProcess::receive(protocol::Frame& frame, Clock::time
     }
     if (count == 0 || (errno != EAGAIN && errno != EINTR)) return Received::End;
     if (Clock::now() >= limit) return Received::Timeout;
-    pollfd socket{m_socket, POLLIN, 0};
+    pollfd socket{m_socket.number(), POLLIN, 0};
     ::poll(&socket, 1, static_cast<int>(kSlice.count()));
   }
 }
 
-// As recv(). The first message brings the descriptor of the process.
+// As recv(). The header of Ready brings the descriptor of the process. After Ready, no message may
+// bring any: recv() discards them.
 ssize_t SynthProcess::receiveBytes() {
   const std::span<std::byte> space = m_reader.space();
-  if (m_process >= 0) return ::recv(m_socket, space.data(), space.size(), MSG_DONTWAIT);
+  if (m_ready) return ::recv(m_socket.number(), space.data(), space.size(), MSG_DONTWAIT);
   iovec data{space.data(), space.size()};
   alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int))];
   msghdr header{};
@@ -455,13 +507,17 @@ ssize_t SynthProcess::receiveBytes() {
   header.msg_iovlen = 1;
   header.msg_control = control;
   header.msg_controllen = sizeof(control);
-  const ssize_t count = ::recvmsg(m_socket, &header, MSG_DONTWAIT | MSG_CMSG_CLOEXEC);
-  if (count > 0) {
-    const cmsghdr* const rights = CMSG_FIRSTHDR(&header);
-    if (rights != nullptr && rights->cmsg_level == SOL_SOCKET && rights->cmsg_type == SCM_RIGHTS &&
-        rights->cmsg_len == CMSG_LEN(sizeof(int))) {
-      std::memcpy(&m_process, CMSG_DATA(rights), sizeof(int));
-    }
+  const ssize_t count = ::recvmsg(m_socket.number(), &header, MSG_DONTWAIT | MSG_CMSG_CLOEXEC);
+  const cmsghdr* const rights = count > 0 ? CMSG_FIRSTHDR(&header) : nullptr;
+  if (rights == nullptr || rights->cmsg_level != SOL_SOCKET || rights->cmsg_type != SCM_RIGHTS) {
+    return count;
+  }
+  // The control data is padded, so it has room for two.
+  for (std::size_t at = 0; CMSG_LEN(at + sizeof(int)) <= rights->cmsg_len; at += sizeof(int)) {
+    int file = -1;
+    std::memcpy(&file, CMSG_DATA(rights) + at, sizeof(file));
+    m_process.close();
+    m_process.set(file);
   }
   return count;
 }
@@ -470,14 +526,16 @@ ssize_t SynthProcess::receiveBytes() {
 bool SynthProcess::send(const std::vector<std::byte>& bytes, Clock::time_point limit) {
   std::span<const std::byte> left(bytes);
   while (!left.empty()) {
-    const ssize_t sent = ::send(m_socket, left.data(), left.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+    if (!m_socket.isValid()) return false;
+    const ssize_t sent =
+        ::send(m_socket.number(), left.data(), left.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
     if (sent > 0) {
       left = left.subspan(static_cast<std::size_t>(sent));
       continue;
     }
     if (sent < 0 && errno != EAGAIN && errno != EINTR) return false;
     if (Clock::now() >= limit) return false;
-    pollfd socket{m_socket, POLLOUT, 0};
+    pollfd socket{m_socket.number(), POLLOUT, 0};
     ::poll(&socket, 1, static_cast<int>(kSlice.count()));
   }
   return true;
@@ -487,27 +545,23 @@ bool SynthProcess::send(const std::vector<std::byte>& bytes, Clock::time_point l
 
 void SynthProcess::kill() {
   if (m_starter != 0) reapStarter(true);
-  if (m_process >= 0 && m_socket >= 0 && inodeOf(m_socket) == m_socketInode) {
-    killProcess(m_process);
-  }
+  if (m_process.isValid()) killProcess(m_process.number());
   close();
 }
 
-// If the host has closed the descriptors, their numbers may be those of its own files.
 void SynthProcess::close() {
   const base::ScopedLock held(g_lock);
-  const bool ours = m_socket >= 0 && inodeOf(m_socket) == m_socketInode;
-  int process = std::exchange(m_process, -1);
-  if (ours) {
-    closeAndForget(m_socket);
-    closeAndForget(m_report);
-    if (process >= 0) {
-      registry().left.push_back(process);
-      sweep();
-    }
-  }
-  m_socket = -1;
-  m_report = -1;
+  closeAll();
+  if (m_group != 0 && adoptsOrphans()) registry().left.push_back(m_group);
+  m_group = 0;
+  sweep();
+}
+
+void SynthProcess::closeAll() {
+  m_socket.close();
+  m_report.close();
+  m_process.close();
+  m_starterProcess.close();
 }
 
 // ---- fork()
@@ -524,13 +578,10 @@ void SynthProcess::afterForkInParent() NO_THREAD_SAFETY_ANALYSIS {
 // the parent.
 void SynthProcess::afterForkInChild() NO_THREAD_SAFETY_ANALYSIS {
   for (SynthProcess* const object : registry().objects) {
-    closeAndForget(object->m_socket);
-    closeAndForget(object->m_report);
-    closeAndForget(object->m_process);
-    closeAndForget(object->m_starterProcess);
+    object->closeAll();
     object->m_starter = 0;
+    object->m_group = 0;
   }
-  for (int process : registry().left) ::close(process);
   registry().left.clear();
   g_lock.unlock();
 }

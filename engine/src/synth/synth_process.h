@@ -37,7 +37,8 @@ class SynthProcess {
   enum class Started {
     Ready,
     NoVoice,  // it cannot speak with the voice
-    Failed,
+    Failed,   // it cannot be started, failed, or was not ready in time
+    Killed,   // it was ended from outside, or ended for an unknown reason
     Cancelled,
   };
 
@@ -72,7 +73,6 @@ class SynthProcess {
   // Sets `why` on failure.
   Started start(const std::string& voice, const Cancelled& cancelled, std::string& why);
 
-  const std::string& program() const { return m_program; }
   // The protections that the process lacks, as bits of synth_protocol::Ready.
   std::uint32_t missingProtections() const { return m_missing; }
 
@@ -97,9 +97,29 @@ class SynthProcess {
  private:
   enum class Received { Frame, End, Garbage, Timeout, Cancelled };
 
+  // A descriptor of this object. If the host closes it, as a host may that closes all of its
+  // descriptors, the number may be that of another file, which must be left alone.
+  class OwnFile {
+   public:
+    // Takes ownership; -1 for none.
+    void set(int number);
+    // False if there is none, or if the number is another file's.
+    bool isValid() const;
+    int number() const { return m_number; }
+    // Closes it if it is valid, and forgets it.
+    void close();
+
+   private:
+    int m_number = -1;
+    // Of sockets and pipes, these tell one from another. Descriptors of processes may share them.
+    dev_t m_device = 0;
+    ino_t m_inode = 0;
+  };
+
   bool connect(int& socket, int& report, std::string& why);
   bool spawn(const std::string& voice, int socket, int report, std::string& why);
-  void reapStarter(bool failed);
+  bool reapStarter(bool kill);
+  Started whyNotReady(Received received, bool starterFailed, std::string& why);
   Received receive(synth_protocol::Frame& frame, base::Clock::time_point limit,
                    const Cancelled& cancelled);
   ssize_t receiveBytes();
@@ -110,18 +130,20 @@ class SynthProcess {
   Result cancelCall(std::uint32_t call);
   Result garbage(std::string& why);
   Result ended(std::string& why);
+  bool readReport(int& status);
+  void closeAll();
   void close();
 
   const std::string m_program;
   const Limits m_limits;
   synth_protocol::FrameReader m_reader{synth_protocol::Side::Client};
-  // Descriptors; -1 if there is none.
-  int m_socket = -1;
-  int m_report = -1;   // pipe from which the wait status of a worker is read
-  int m_process = -1;  // the process, for signals
-  std::uint64_t m_socketInode = 0;
+  OwnFile m_socket;
+  OwnFile m_report;     // pipe from which the wait status of a worker is read
+  OwnFile m_process;    // the process, for signals
+  pid_t m_group = 0;    // process group of all that the starter leads to; 0: none
   pid_t m_starter = 0;  // process that this one has to wait for; 0: none
-  int m_starterProcess = -1;
+  OwnFile m_starterProcess;
+  bool m_ready = false;   // start() has succeeded
   bool m_busy = false;    // in the middle of start() or a call
   bool m_broken = false;  // must be ended
   std::uint32_t m_call = 0;

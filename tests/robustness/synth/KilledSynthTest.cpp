@@ -1,135 +1,185 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The real synthesiser is killed at random moments: every call gives what it gives when
-// nothing happens.
+// The synthesiser's processes are killed and stopped at random moments, while they start, speak or
+// wait: the audio and the events are the same to the byte, and every job ends.
+#include <algorithm>
 #include <atomic>
 #include <chrono>
-#include <csignal>
-#include <filesystem>
-#include <fstream>
 #include <iostream>
 #include <random>
+#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
-#include "synth/synth_pool.h"
-#include "synth/synth_program.h"
-#include "synth/synthesiser.h"
-#include "synth/voice.h"
+#include "Disturber.h"
+#include "workloads/Prose.h"
 
 namespace {
 
-using kavrel::SynthAudio;
-using kavrel::Synthesiser;
-using kavrel::SynthPool;
-using std::chrono::milliseconds;
+using namespace hosts;
 
-// A copy of the program under a name of its own, so that only processes of this test are hit.
-class ProgramCopy {
- public:
-  ProgramCopy()
-      : m_path(std::filesystem::temp_directory_path() /
-               ("kavrel-synth-" + std::to_string(::getpid()))) {
-    std::filesystem::copy_file(kavrel::synthProgram(), m_path,
-                               std::filesystem::copy_options::overwrite_existing);
-  }
-  ~ProgramCopy() { std::filesystem::remove(m_path); }
-  ProgramCopy(const ProgramCopy&) = delete;
-  ProgramCopy& operator=(const ProgramCopy&) = delete;
+constexpr unsigned kSeed = 11;
 
-  std::string path() const { return m_path.string(); }
+// Prose with a mark before each tenth word, and what it has.
+struct MarkedProse {
+  std::string text;
+  std::vector<std::string> words;
+  int marks = 0;
+};
 
-  // The processes that run it.
-  std::vector<pid_t> processes() const {
-    std::vector<pid_t> found;
-    for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
-      const std::string name = entry.path().filename().string();
-      if (name.find_first_not_of("0123456789") != std::string::npos) continue;
-      std::ifstream file(entry.path() / "cmdline");
-      std::string program;
-      std::getline(file, program, '\0');
-      if (program == path()) found.push_back(std::stoi(name));
+MarkedProse markedProse(std::size_t bytes) {
+  constexpr std::size_t kEvery = 10;
+  MarkedProse prose;
+  std::istringstream in(workloads::prose(bytes));
+  for (std::string word; in >> word;) {
+    if (prose.words.size() % kEvery == 0) {
+      prose.text += "<mark name=\"" + std::to_string(++prose.marks) + "\"/>";
     }
-    return found;
+    prose.text += word + ' ';
+    word.erase(word.find_last_not_of(".,?") + 1);
+    prose.words.push_back(word);
+  }
+  return prose;
+}
+
+struct Spoken {
+  std::string events;
+  std::string audio;
+  bool operator==(const Spoken&) const = default;
+};
+
+// A text that is spoken to a file, again and again.
+class DisturbedText {
+ public:
+  explicit DisturbedText(std::size_t bytes) : m_prose(markedProse(bytes)) {
+    m_folder.write("text", m_prose.text);
+    const Clock::time_point begin = Clock::now();
+    RunningHost host(m_folder, {"file=" + m_folder.file("audio"), "text=One.", "speak"});
+    host.finish();
+    m_start = std::chrono::ceil<milliseconds>(Clock::now() - begin);
+    RunningHost undisturbed(m_folder, steps());
+    m_spoken = {undisturbed.finish().out, program::contentsOf(m_folder.file("audio"))};
+  }
+
+  const HostFolder& folder() const { return m_folder; }
+  std::vector<std::string> steps() const {
+    return {"text-file=" + m_folder.file("text"), "file=" + m_folder.file("audio"), "speak"};
+  }
+  // The time that a process takes to start and to speak a little.
+  milliseconds start() const { return m_start; }
+
+  // Every word and every mark comes once and in order.
+  void expectComplete() const {
+    std::vector<std::string> words;
+    int marks = 0;
+    for (const std::string& line : linesOf(m_spoken.events)) {
+      const std::string content = line.substr(line.rfind(' ') + 1);
+      if (line.starts_with("32 ")) words.push_back(content);
+      if (line.starts_with("64 ")) {
+        EXPECT_EQ(content, std::to_string(++marks));
+      }
+    }
+    EXPECT_TRUE(words == m_prose.words);
+    EXPECT_EQ(marks, m_prose.marks);
+    EXPECT_GT(m_spoken.audio.size(), m_prose.text.size() * 500);
+  }
+
+  // Ends `host`, which speaks the text.
+  void expectSame(RunningHost& host) const {
+    const program::Result result = host.finish();
+    const Spoken spoken{result.out, program::contentsOf(m_folder.file("audio"))};
+    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_TRUE(spoken == m_spoken) << result.err;
   }
 
  private:
-  const std::filesystem::path m_path;
+  HostFolder m_folder;
+  const MarkedProse m_prose;
+  milliseconds m_start{0};
+  Spoken m_spoken;
 };
 
-Synthesiser::Input sentence(int number) {
-  Synthesiser::Input input;
-  const std::wstring mark = L"\x01";
-  int count = 0;
-  for (const std::wstring word : {L"this", L"is", L"sentence", L"number"}) {
-    input.text += mark + std::to_wstring(++count) + L"M " + word + L" ";
-  }
-  input.text += mark + std::to_wstring(++count) + L"M " + std::to_wstring(number) + L" ";
-  return input;
-}
-
-SynthAudio spoken(int number) {
-  SynthAudio audio;
-  std::string why;
-  EXPECT_TRUE(Synthesiser::shared().speak(sentence(number), kavrel::Voice(), {}, audio, why))
-      << why;
-  return audio;
-}
-
-constexpr int kSentences = 20;
-
-// Speaks on two threads while random processes are killed, and compares. A process must have time
-// to start between two kills, else the engine rightly gives up.
-void expectSameUnderKills(milliseconds start, const ProgramCopy& program,
-                          const std::vector<SynthAudio>& undisturbed) {
-  constexpr unsigned kSeed = 11;
-  constexpr int kKills = 8;
+void expectSameUnderKills(std::size_t bytes, int kills) {
+  const DisturbedText text(bytes);
+  text.expectComplete();
   std::mt19937 random(kSeed);
-  std::atomic<int> sent{0};
-  std::vector<std::jthread> threads;
-  for (int thread = 0; thread < 2; ++thread) {
-    threads.emplace_back([&, thread] {
-      for (int turn = thread; sent < kKills; ++turn) {
-        const SynthAudio audio = spoken(turn % kSentences);
-        const SynthAudio& before = undisturbed[static_cast<std::size_t>(turn % kSentences)];
-        EXPECT_TRUE(audio.events() == before.events());
-        EXPECT_TRUE(audio.samples() == before.samples());
+  int killed = 0;
+  int runs = 0;
+  for (; killed < kills && !testing::Test::HasFailure(); ++runs) {
+    RunningHost host(text.folder(), text.steps());
+    const int more =
+        killWhileRunning(text.folder(), host, 2 * text.start(), kills - killed, random);
+    EXPECT_GT(more, 0);
+    killed += more;
+    text.expectSame(host);
+  }
+  EXPECT_TRUE(text.folder().processesEnd());
+  std::cout << killed << " kills in " << runs << " runs, seed " << kSeed << '\n';
+}
+
+// Each thread has a folder of its own, so it knows which processes are its host's. They mostly wait
+// for the engine's time limit.
+void expectSameUnderStops(std::size_t bytes, int threads, int stopsEach) {
+  std::vector<std::jthread> disturbers;
+  std::atomic<int> total{0};
+  for (int number = 0; number < threads; ++number) {
+    disturbers.emplace_back([&, number] {
+      const DisturbedText text(bytes);
+      std::mt19937 random(kSeed + static_cast<unsigned>(number));
+      for (int stopped = 0; stopped < stopsEach && !testing::Test::HasFailure();) {
+        RunningHost host(text.folder(), text.steps());
+        const int more =
+            stopWhileRunning(text.folder(), host, text.start(), stopsEach - stopped, random);
+        text.expectSame(host);
+        stopped += more;
+        total += more;
       }
+      EXPECT_TRUE(text.folder().processesEnd());
     });
   }
-  while (sent < kKills) {
-    std::this_thread::sleep_for(start * (100 + random() % 300) / 50);
-    const std::vector<pid_t> processes = program.processes();
-    if (processes.empty()) continue;
-    if (::kill(processes[random() % processes.size()], SIGKILL) == 0) ++sent;
-  }
-  threads.clear();
-  std::cout << sent << " kills, seed " << kSeed << '\n';
+  disturbers.clear();
+  std::cout << total << " stops, seeds from " << kSeed << '\n';
+}
+
+void expectAllJobsUnderKills(int jobs, int kills) {
+  const HostFolder folder;
+  std::mt19937 random(kSeed);
+  RunningHost host(folder, {"file=" + folder.file("audio"), "jobs=" + std::to_string(jobs)});
+  const int killed = killWhileRunning(folder, host, milliseconds(250), kills, random);
+  const program::Result result = host.finish();
+  const std::string number = std::to_string(jobs);
+  EXPECT_EQ(linesOf(result.out), std::vector{"jobs " + number + " 0 " + std::to_string(3 * jobs)})
+      << result.err;
+  EXPECT_GT(killed, 0);
+  EXPECT_TRUE(folder.processesEnd());
+  std::cout << killed << " kills, seed " << kSeed << '\n';
 }
 
 }  // namespace
 
-TEST(KilledSynth, GivesTheSameSpeechAsAnUndisturbedOne) {
-  const ProgramCopy program;
-  kavrel::SynthProcess::Limits limits;
-  limits.start = milliseconds(5000);
-  SynthPool::shared().useProgram(program.path(), limits);
-  std::vector<SynthAudio> undisturbed;
-  const auto begin = base::Clock::now();
-  spoken(0);
-  const auto start = std::chrono::ceil<milliseconds>(base::Clock::now() - begin);
-  for (int number = 0; number < kSentences; ++number) undisturbed.push_back(spoken(number));
-  EXPECT_FALSE(undisturbed[1].events() == undisturbed[2].events());
-  expectSameUnderKills(start, program, undisturbed);
-  SynthPool::shared().useProgram(kavrel::synthProgram(), {});
-  // Nobody is left, killed or not.
-  const auto limit = base::Clock::now() + std::chrono::seconds(10);
-  while (!program.processes().empty() && base::Clock::now() < limit) {
-    std::this_thread::sleep_for(milliseconds(10));
-  }
-  EXPECT_TRUE(program.processes().empty());
+TEST(KilledSynth, GivesTheSameFileAndEventsAsAnUndisturbedOne) {
+  expectSameUnderKills(3000, 15);
+}
+
+TEST(KilledSynth, EndsEveryJobOfManyPorts) {
+  expectAllJobsUnderKills(200, 1000);
+}
+
+TEST(StoppedSynth, GivesTheSameFileAndEventsAsAnUndisturbedOne) {
+  expectSameUnderStops(1000, 4, 1);
+}
+
+TEST(FullKilledSynth, GivesTheSameFileAndEventsAfterAThousandKills) {
+  expectSameUnderKills(100'000, 1000);
+}
+
+TEST(FullKilledSynth, EndsTenThousandJobsOfManyPorts) {
+  expectAllJobsUnderKills(10'000, 10'000);
+}
+
+TEST(FullStoppedSynth, GivesTheSameFileAndEventsAfterThreeHundredStops) {
+  expectSameUnderStops(3000, 20, 15);
 }

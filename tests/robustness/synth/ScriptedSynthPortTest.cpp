@@ -10,13 +10,14 @@
 #include "base/threads/Clock.h"
 #include "job/pipeline.h"
 #include "synth/synth_pool.h"
-#include "synth/synth_program.h"
+#include "synth/synthesiser.h"
 #include "synth/voice.h"
 
 namespace {
 
 using base::Clock;
 using kavrel::Pipeline;
+using kavrel::Synthesiser;
 using kavrel::SynthPool;
 using std::chrono::milliseconds;
 
@@ -27,14 +28,18 @@ kavrel::SynthProcess::Limits shortLimits() {
   return limits;
 }
 
+// Never destroyed, since threads of a pipeline may outlive it.
+Synthesiser& synthesiserOf(const std::string& program) {
+  auto& pool = *new SynthPool(program, shortLimits());
+  return *new Synthesiser(pool);
+}
+
 class ScriptedSynthJob : public testing::Test {
  protected:
-  void SetUp() override { SynthPool::shared().useProgram(KAVREL_SCRIPTED_SYNTH, shortLimits()); }
-  void TearDown() override { SynthPool::shared().useProgram(kavrel::synthProgram(), {}); }
-
   // Produces a text to its end; returns the texts of its words.
-  std::vector<std::string> wordsOf(const std::string& text) {
-    Pipeline pipeline(text, m_voice, true);
+  std::vector<std::string> wordsOf(const std::string& text,
+                                   const std::string& program = KAVREL_SCRIPTED_SYNTH) {
+    Pipeline pipeline(text, m_voice, true, synthesiserOf(program));
     std::vector<std::string> words;
     kavrel::SpeechSegment segment;
     for (;;) {
@@ -70,8 +75,7 @@ TEST_F(ScriptedSynthJob, EndsWithAllWordsWhateverOneOfThemDoes) {
 }
 
 TEST_F(ScriptedSynthJob, FailsWithAMessageIfNoProcessStarts) {
-  SynthPool::shared().useProgram("/nowhere/kavrel-synth", shortLimits());
-  EXPECT_TRUE(wordsOf("One two.").empty());
+  EXPECT_TRUE(wordsOf("One two.", "/nowhere/kavrel-synth").empty());
   EXPECT_EQ(m_result, Pipeline::Result::Failed);
   EXPECT_EQ(m_error, "cannot start /nowhere/kavrel-synth: No such file or directory");
 }

@@ -60,11 +60,11 @@ class SynthPoolTest : public testing::Test {
   std::string m_why;
 };
 
-// Makes the shared synthesiser use the scripted program for a while.
+// A synthesiser on the scripted program.
 class ScriptedSynthesiser : public testing::Test {
  protected:
-  void SetUp() override { SynthPool::shared().useProgram(KAVREL_SCRIPTED_SYNTH, shortLimits()); }
-  void TearDown() override { SynthPool::shared().useProgram(kavrel::synthProgram(), {}); }
+  SynthPool m_pool{KAVREL_SCRIPTED_SYNTH, shortLimits()};
+  Synthesiser m_synthesiser{m_pool};
 };
 
 std::vector<std::pair<int, std::uint64_t>> marksOf(const SynthAudio& audio) {
@@ -111,7 +111,7 @@ TEST_F(SynthPoolTest, GivesUpACallThatFailsAgainAndAgain) {
 }
 
 TEST_F(SynthPoolTest, FailsIfNoProcessStarts) {
-  for (const std::string voice : {"bad-ready", "exit"}) {
+  for (const std::string voice : {"bad-ready", "exit", "give-up", "kill"}) {
     EXPECT_EQ(m_pool.prepare(voice, {}, m_why), Result::Failed) << voice;
     EXPECT_NE(m_why.find("before it was ready"), std::string::npos) << m_why;
   }
@@ -119,6 +119,29 @@ TEST_F(SynthPoolTest, FailsIfNoProcessStarts) {
   SynthPool nothing("/nowhere/kavrel-synth");
   EXPECT_EQ(nothing.prepare("any", {}, m_why), Result::Failed);
   EXPECT_NE(m_why.find("cannot start /nowhere/kavrel-synth"), std::string::npos) << m_why;
+}
+
+TEST_F(SynthPoolTest, RepeatsStartsThatAreEndedFromOutside) {
+  const std::string file = freshFile();
+  EXPECT_EQ(m_pool.prepare("kill:" + file, {}, m_why), Result::Done) << m_why;
+  EXPECT_EQ(std::filesystem::file_size(file), 4u);
+  std::filesystem::remove(file);
+}
+
+TEST_F(SynthPoolTest, RepeatsAStartThatIsStopped) {
+  const std::string file = freshFile();
+  EXPECT_EQ(m_pool.prepare("stop:" + file, {}, m_why), Result::Done) << m_why;
+  EXPECT_TRUE(std::filesystem::remove(file));
+}
+
+TEST_F(SynthPoolTest, HasOneTimeLimitForAllAttemptsToStart) {
+  SynthProcess::Limits limits;
+  limits.start = milliseconds(1000);
+  SynthPool pool(KAVREL_SCRIPTED_SYNTH, limits);
+  const auto begin = base::Clock::now();
+  EXPECT_EQ(pool.prepare("no-ready", {}, m_why), Result::Failed);
+  EXPECT_NE(m_why.find("was not ready in time"), std::string::npos) << m_why;
+  EXPECT_LT(base::Clock::now() - begin, milliseconds(1900));
 }
 
 TEST_F(SynthPoolTest, LetsWaitingCallsBeCancelled) {
@@ -177,13 +200,48 @@ TEST(SynthPoolFork, GivesTheChildOfAForkItsOwnProcesses) {
   EXPECT_EQ(pool.speak("en-us", call("one"), 1, {}, speech, why), Result::Done) << why;
 }
 
+// Threads that wait for their turn in the parent do not exist in the child.
+TEST(SynthPoolFork, LetsTheChildWaitForTurnsOfItsOwn) {
+  constexpr unsigned kLimit = 30;
+  SynthPool& pool = SynthPool::shared();
+  const auto speakOnManyThreads = [&pool](const std::atomic<int>& calls, std::atomic<int>& done) {
+    std::vector<std::jthread> threads;
+    for (int thread = 0; thread < 12; ++thread) {
+      threads.emplace_back([&] {
+        SynthProcess::Speech speech;
+        std::string why;
+        while (done < calls) {
+          done += pool.speak("en-us", call("one"), 1, {}, speech, why) == Result::Done ? 1 : 0;
+        }
+      });
+    }
+    return threads;
+  };
+  std::atomic<int> endless{1'000'000};
+  std::atomic<int> done{0};
+  auto threads = speakOnManyThreads(endless, done);
+  while (done < 20) std::this_thread::sleep_for(milliseconds(1));
+  const pid_t child = ::fork();
+  if (child == 0) {
+    ::alarm(kLimit);
+    const std::atomic<int> some{50};
+    std::atomic<int> doneHere{0};
+    for (std::jthread& thread : speakOnManyThreads(some, doneHere)) thread.join();
+    ::_exit(0);
+  }
+  int status = 1;
+  EXPECT_EQ(::waitpid(child, &status, 0), child);
+  EXPECT_EQ(status, 0);
+  endless = 0;
+}
+
 TEST_F(ScriptedSynthesiser, SkipsOnlyTheWordThatIsToBlame) {
   for (const std::wstring fault : {L"CRASH", L"HALF", L"GARBAGE", L"NOEND"}) {
     Synthesiser::Input input;
     input.text = marked({L"one", L"two", fault, L"four"});
     SynthAudio audio;
     std::string why;
-    ASSERT_TRUE(Synthesiser::shared().speak(input, kavrel::Voice(), {}, audio, why)) << why;
+    ASSERT_TRUE(m_synthesiser.speak(input, kavrel::Voice(), {}, audio, why)) << why;
     EXPECT_EQ(marksOf(audio),
               (std::vector<std::pair<int, std::uint64_t>>{{1, 0}, {2, 100}, {3, 200}, {4, 200}}));
     EXPECT_EQ(audio.samples().size(), 300u);
@@ -191,13 +249,13 @@ TEST_F(ScriptedSynthesiser, SkipsOnlyTheWordThatIsToBlame) {
   }
 }
 
-TEST_F(ScriptedSynthesiser, FailsWithAMessageIfNothingStarts) {
-  SynthPool::shared().useProgram("/nowhere/kavrel-synth", {});
+TEST(Synthesiser, FailsWithAMessageIfNothingStarts) {
+  SynthPool pool("/nowhere/kavrel-synth");
   Synthesiser::Input input;
   input.text = L"one ";
   SynthAudio audio;
   std::string why;
-  EXPECT_FALSE(Synthesiser::shared().speak(input, kavrel::Voice(), {}, audio, why));
+  EXPECT_FALSE(Synthesiser(pool).speak(input, kavrel::Voice(), {}, audio, why));
   EXPECT_NE(why.find("/nowhere/kavrel-synth"), std::string::npos) << why;
   EXPECT_TRUE(audio.samples().empty());
 }

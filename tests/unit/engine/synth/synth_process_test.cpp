@@ -103,8 +103,15 @@ TEST(SynthProcess, KnowsNoVoiceThatTheProgramDoesNotKnow) {
 TEST(SynthProcess, DoesNotStartWithoutReady) {
   EXPECT_EQ(startOf("no-ready"), Started::Failed);
   EXPECT_EQ(startOf("bad-ready"), Started::Failed);
-  EXPECT_EQ(startOf("exit"), Started::Failed);
+  EXPECT_EQ(startOf("give-up"), Started::Failed);
   EXPECT_EQ(startOf("any", "/nowhere/kavrel-synth"), Started::Failed);
+}
+
+TEST(SynthProcess, KnowsAStartThatWasEndedFromOutside) {
+  EXPECT_EQ(startOf("kill"), Started::Killed);
+  EXPECT_EQ(startOf("exit"), Started::Killed);
+  // What was started ends before it detaches.
+  EXPECT_EQ(startOf("any", "/bin/false"), Started::Failed);
 }
 
 TEST(SynthProcess, SpeaksWithTheScriptedProgram) {
