@@ -2,6 +2,7 @@
 #include "programs/Program.h"
 
 #include <cerrno>
+#include <chrono>
 #include <cmath>
 #include <csignal>
 #include <cstdint>
@@ -11,6 +12,7 @@
 #include <iterator>
 #include <sstream>
 #include <stdexcept>
+#include <thread>
 #include <utility>
 
 #include <fcntl.h>
@@ -104,6 +106,21 @@ Running::~Running() {
 std::string Running::readUntil(const std::string& text) {
   while (m_out >= 0 && m_result.out.find(text) == std::string::npos) readSome(m_out, m_result.out);
   return m_result.out;
+}
+
+bool Running::waitUntilItTakes(int signal) const {
+  const std::string path = "/proc/" + std::to_string(m_process) + "/status";
+  const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+  while (std::chrono::steady_clock::now() < limit) {
+    std::ifstream status(path);
+    for (std::string line; std::getline(status, line);) {
+      if (!line.starts_with("SigBlk:")) continue;
+      const unsigned long long blocked = std::stoull(line.substr(7), nullptr, 16);
+      if ((blocked >> (signal - 1) & 1) != 0) return true;
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(2));
+  }
+  return false;
 }
 
 void Running::sendSignal(int signal) const {

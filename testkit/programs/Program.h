@@ -47,6 +47,9 @@ class Running {
   std::string readUntil(const std::string& text);
 
   void sendSignal(int signal) const;
+  // Waits until the program has blocked the signal, and so takes it itself. Returns false if that
+  // does not happen within ten seconds.
+  bool waitUntilItTakes(int signal) const;
   void closeItsOutput();
 
   // Reads the rest of the output and waits until the process exits.

@@ -3,17 +3,15 @@
 
 #include <algorithm>
 #include <atomic>
-#include <csignal>
 #include <system_error>
 #include <utility>
-
-#include <pthread.h>
 
 #include "cst/diag.h"
 #include "output/clock_sink.h"
 #include "output/device.h"
 #include "output/device_sink.h"
 #include "output/file_sink.h"
+#include "signals.h"
 #include "synth/voice_cache.h"
 
 namespace kavrel {
@@ -43,17 +41,6 @@ std::unique_ptr<Sink> openSink(const PortSettings& settings) {
   }
   if (sink == nullptr) KAVREL_DIAG("Port", "Cannot write: %s", why.c_str());
   return sink;
-}
-
-// Keeps the host's signals off the engine's threads. A write beyond the file size limit then fails
-// with an error, instead of raising SIGXFSZ. Signals of faults and of the profiler stay enabled.
-void blockSignals() {
-  sigset_t signals;
-  sigfillset(&signals);
-  for (const int fault : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT, SIGTRAP, SIGPROF}) {
-    sigdelset(&signals, fault);
-  }
-  pthread_sigmask(SIG_BLOCK, &signals, nullptr);
 }
 
 }  // namespace

@@ -3,16 +3,20 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <new>
 #include <span>
 #include <string_view>
+#include <utility>
 
 #include <cubeb/cubeb.h>
 #include <unistd.h>
 
 #include "base/threads/Clock.h"
 #include "base/threads/Mutex.h"
+#include "cst/diag.h"
 #include "output/playback.h"
 #include "sample_rate.h"
+#include "signals.h"
 
 namespace kavrel {
 
@@ -25,6 +29,10 @@ constexpr std::uint32_t kLatency = kSampleRate / 10;
 // Without a sound server, cubeb needs some milliseconds to find that out, so the failure is
 // remembered for this time.
 constexpr std::chrono::milliseconds kRetryAfter(250);
+
+// A sound server that has not responded for this time stands still. One that has to be started
+// first needs about a second.
+constexpr std::chrono::milliseconds kServerLimit(2000);
 
 constexpr const char* kProgramName = "Kavrel";
 
@@ -49,12 +57,17 @@ const std::string& usualSoundDevice() {
 // RAII owner of a cubeb context.
 class DeviceStream::Context {
  public:
-  // Returns the context that is in use, or a new one; null if there is no sound output.
+  // Returns the context that is in use, or a new one; null if there is no sound output, or if
+  // another thread has been waiting for a new one for too long. So one thread at most waits for a
+  // server that stands still, however many jobs there are.
   static std::shared_ptr<Context> shared();
+
+  // Makes the next user open a new one.
+  static void leave();
 
   ~Context() {
     // In a forked child, the connection and the thread are the parent's.
-    if (m_owner == ::getpid()) cubeb_destroy(m_handle);
+    if (m_handle != nullptr && m_owner == ::getpid()) cubeb_destroy(m_handle);
   }
   Context(const Context&) = delete;
   Context& operator=(const Context&) = delete;
@@ -72,37 +85,73 @@ class DeviceStream::Context {
  private:
   struct Current {
     base::Mutex lock;
+    base::Condition changed;  // with lock: isOpening became false
     std::weak_ptr<Context> context GUARDED_BY(lock);
+    bool isOpening GUARDED_BY(lock) = false;  // by a thread that does not hold the lock
+    base::Clock::time_point openingSince GUARDED_BY(lock);
     base::Clock::time_point retryAt GUARDED_BY(lock);
   };
 
-  explicit Context(cubeb* handle) : m_handle(handle) {}
+  Context() = default;
 
-  cubeb* const m_handle;
+  static Current& current();
+  bool connect();
+
+  cubeb* m_handle = nullptr;
   const pid_t m_owner = ::getpid();
   std::atomic<bool> m_retired = false;
 };
 
-std::shared_ptr<DeviceStream::Context> DeviceStream::Context::shared() {
-  // Never destroyed, for threads that speak while the process exits.
+// Never destroyed, for threads that speak while the process exits.
+DeviceStream::Context::Current& DeviceStream::Context::current() {
   static Current& current = *new Current;
-  const base::ScopedLock held(current.lock);
-  if (auto context = current.context.lock(); context != nullptr && context->isUsable()) {
-    return context;
+  return current;
+}
+
+// Takes as long as the sound server makes it wait. Returns false on failure.
+bool DeviceStream::Context::connect() {
+  if (cubeb_init(&m_handle, kProgramName, nullptr) != CUBEB_OK) {
+    m_handle = nullptr;
+    return false;
   }
-  if (base::Clock::now() < current.retryAt) return nullptr;
-  cubeb* handle = nullptr;
-  std::uint32_t channels = 0;
-  const bool ready = cubeb_init(&handle, kProgramName, nullptr) == CUBEB_OK;
   // A backend without a server or device passes cubeb_init and fails here.
-  if (!ready || cubeb_get_max_channel_count(handle, &channels) != CUBEB_OK) {
-    if (ready) cubeb_destroy(handle);
-    current.retryAt = base::Clock::now() + kRetryAfter;
-    return nullptr;
+  std::uint32_t channels = 0;
+  return cubeb_get_max_channel_count(m_handle, &channels) == CUBEB_OK;
+}
+
+// Contexts connect and are destroyed without the lock, since both wait for the server.
+std::shared_ptr<DeviceStream::Context> DeviceStream::Context::shared() {
+  std::shared_ptr<Context> context;
+  Current& current = Context::current();
+  const base::ScopedLock held(current.lock);
+  while (current.isOpening) {
+    if (!current.changed.waitUntil(current.lock, current.openingSince + kServerLimit)) {
+      return nullptr;
+    }
   }
-  std::shared_ptr<Context> context(new Context(handle));
+  context = current.context.lock();
+  if (context != nullptr && context->isUsable()) return context;
+  if (base::Clock::now() < current.retryAt) return nullptr;
+  std::shared_ptr<Context> created(new Context);
+  current.isOpening = true;
+  current.openingSince = base::Clock::now();
+  bool isConnected = false;
+  {
+    const base::ScopedUnlock released(current.lock);
+    isConnected = created->connect();
+    context = isConnected ? created : nullptr;
+    created.reset();
+  }
+  current.isOpening = false;
+  current.changed.notifyAll();
   current.context = context;
+  if (!isConnected) current.retryAt = base::Clock::now() + kRetryAfter;
   return context;
+}
+
+void DeviceStream::Context::leave() {
+  const base::ScopedLock held(current().lock);
+  current().context.reset();
 }
 
 namespace {
@@ -145,8 +194,8 @@ cubeb_devid findDevice(const DeviceList& list, const std::string& name) {
 }  // namespace
 
 // A device without a description is described by its name.
-std::vector<SoundDevice> soundDevices() {
-  const auto context = DeviceStream::Context::shared();
+std::vector<SoundDevice> DeviceStream::devices() {
+  const auto context = Context::shared();
   if (context == nullptr) return {};
   const DeviceList list(context->handle());
   std::vector<SoundDevice> found;
@@ -157,6 +206,54 @@ std::vector<SoundDevice> soundDevices() {
                      device.preferred != CUBEB_DEVICE_PREF_NONE});
   }
   return found;
+}
+
+namespace {
+
+// One call of soundDevices(). Belongs to the caller and to the thread that searches, whichever
+// needs longer.
+class Search {
+ public:
+  // The search's thread.
+  void run() {
+    blockSignals();
+    std::vector<SoundDevice> found;
+    try {
+      found = DeviceStream::devices();
+    } catch (const std::bad_alloc&) {
+      KAVREL_DIAG("Device", "Cannot list sound devices: out of memory.");
+    }
+    const base::ScopedLock held(m_lock);
+    m_found = std::move(found);
+    m_isOver = true;
+    m_changed.notifyAll();
+  }
+
+  // Returns what has been found when the search is over, or nothing at the limit.
+  std::optional<std::vector<SoundDevice>> wait(base::Clock::time_point limit) {
+    const base::ScopedLock held(m_lock);
+    while (!m_isOver && m_changed.waitUntil(m_lock, limit)) {
+    }
+    if (!m_isOver) return std::nullopt;
+    return std::move(m_found);
+  }
+
+ private:
+  base::Mutex m_lock;
+  base::Condition m_changed;  // with m_lock
+  bool m_isOver GUARDED_BY(m_lock) = false;
+  std::vector<SoundDevice> m_found GUARDED_BY(m_lock);
+};
+
+}  // namespace
+
+std::vector<SoundDevice> soundDevices() {
+  const auto search = std::make_shared<Search>();
+  std::thread([search] { search->run(); }).detach();
+  auto found = search->wait(base::Clock::now() + kServerLimit);
+  if (found.has_value()) return std::move(*found);
+  DeviceStream::leaveConnection();
+  return {};
 }
 
 // The cubeb stream and its callbacks, kept out of the header.
@@ -187,6 +284,10 @@ DeviceStream::DeviceStream(std::shared_ptr<Context> context, Playback& source)
     : m_context(std::move(context)), m_source(source), m_handle(std::make_unique<Handle>()) {}
 
 DeviceStream::~DeviceStream() = default;
+
+void DeviceStream::leaveConnection() {
+  Context::leave();
+}
 
 std::unique_ptr<DeviceStream> DeviceStream::open(const std::string& name, Playback& source,
                                                  std::string& why) {
@@ -224,18 +325,43 @@ std::unique_ptr<DeviceStream> DeviceStream::open(const std::string& name, Playba
 }
 
 // Called on cubeb's thread.
+//
+// Rationale: if the server is lost while cubeb starts a stream, cubeb aborts the process as soon as
+// its threads continue. So this one does not continue before the start is over. The start waits for
+// it, so neither ever ends: two threads and a context are lost, but not the process.
 void DeviceStream::markLost() {
   m_context->retire();
+  const base::ScopedLock held(m_lock);
   m_lost.store(true, std::memory_order_release);
+  while (m_starter != std::thread::id() && m_starter != std::this_thread::get_id()) {
+    m_startOver.wait(m_lock);
+  }
 }
 
-// cubeb aborts the process if it starts a stream whose server has exited and the client library has
-// not noticed that yet, which is likely after a pause. Stopping the stopped stream once more
-// changes nothing, but asks the server and waits for its reply, so that markLost() has run if there
-// is none.
+// Returns false if the stream is lost. Else the start begins, and a loss is noted when it is over.
+bool DeviceStream::beginStart() {
+  const base::ScopedLock held(m_lock);
+  if (isLost()) return false;
+  m_starter = std::this_thread::get_id();
+  return true;
+}
+
+void DeviceStream::endStart() {
+  const base::ScopedLock held(m_lock);
+  m_starter = std::thread::id();
+  m_startOver.notifyAll();
+}
+
+// The server may have exited without the client library having noticed that yet, which is likely
+// after a pause. Stopping the stopped stream once more changes nothing, but asks the server and
+// waits for its reply, so that markLost() has run if there is none. What can still happen during
+// the start itself: see markLost().
 bool DeviceStream::start() {
   cubeb_stream_stop(m_handle->stream);
-  return !isLost() && cubeb_stream_start(m_handle->stream) == CUBEB_OK;
+  if (!beginStart()) return false;
+  const bool started = cubeb_stream_start(m_handle->stream) == CUBEB_OK;
+  endStart();
+  return started;
 }
 
 void DeviceStream::stop() {

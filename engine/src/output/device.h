@@ -6,9 +6,9 @@
 // used, and is shared by all its users; an idle engine has none. It is not destroyed at process
 // exit, and not used in a forked child.
 //
-// Threads: the functions may be called on any thread, but under no lock that a user of a Playback
-// holds. They may take some milliseconds; functions that open something take as long as the sound
-// server makes them wait. Each object is used by one thread at a time.
+// Threads: soundDevices() may be called on any thread, under no lock. A DeviceStream is used by one
+// thread, which waits as long as the sound server makes it wait: minutes, if that stands still. So
+// it must be a thread that nobody waits for; see StreamThread.
 #pragma once
 
 #include <atomic>
@@ -16,7 +16,10 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <thread>
 #include <vector>
+
+#include "base/threads/Mutex.h"
 
 namespace kavrel {
 
@@ -35,13 +38,22 @@ struct SoundDevice {
   bool isDefault = false;
 };
 
-// Returns the output devices that are enabled; an empty list if there is no sound output.
+// Returns the output devices that are enabled; an empty list if there is no sound output, or if the
+// sound server does not respond within two seconds. May throw std::bad_alloc, and std::system_error
+// if the system refuses a thread.
 std::vector<SoundDevice> soundDevices();
 
 // A stream of samples to a device, at kSampleRate. It plays the samples of a Playback, and silence
 // while that has none.
 class DeviceStream {
  public:
+  // As soundDevices(), but waits for the sound server.
+  static std::vector<SoundDevice> devices();
+
+  // Makes later users open a connection of their own, since the sound server does not respond on
+  // the present one. May be called on any thread; does not wait.
+  static void leaveConnection();
+
   // Opens a stream, stopped, to the device `name`, or to the default device if `name` is empty.
   // `source` must outlive the stream. Returns null, with a message in `why`, on failure.
   static std::unique_ptr<DeviceStream> open(const std::string& name, Playback& source,
@@ -52,7 +64,7 @@ class DeviceStream {
   DeviceStream& operator=(const DeviceStream&) = delete;
 
   // Starts, or continues where it was stopped. Returns false on failure.
-  bool start();
+  bool start() EXCLUDES(m_lock);
 
   // Stops at the current frame. Nothing is heard after the return, except what the device has
   // buffered and cannot drop.
@@ -68,14 +80,19 @@ class DeviceStream {
   class Context;
   struct Handle;
 
-  friend std::vector<SoundDevice> soundDevices();
-
   DeviceStream(std::shared_ptr<Context> context, Playback& source);
-  void markLost();
+  bool beginStart() EXCLUDES(m_lock);
+  void endStart() EXCLUDES(m_lock);
+  void markLost() EXCLUDES(m_lock);
 
   const std::shared_ptr<Context> m_context;
   Playback& m_source;
   std::atomic<bool> m_lost = false;
+
+  base::Mutex m_lock;
+  base::Condition m_startOver;                   // with m_lock: m_starter was reset
+  std::thread::id m_starter GUARDED_BY(m_lock);  // the thread that is starting; default: none
+
   std::unique_ptr<Handle> m_handle;
 };
 

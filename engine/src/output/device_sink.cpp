@@ -3,9 +3,11 @@
 
 #include <algorithm>
 #include <atomic>
+#include <system_error>
 #include <utility>
 
 #include "cst/diag.h"
+#include "output/device.h"
 #include "output/sample_time.h"
 
 namespace kavrel {
@@ -18,13 +20,15 @@ using std::chrono::milliseconds;
 constexpr std::uint64_t kLead = kSampleRate / 2;
 static_assert(kLead + kSampleRate / 2 < Playback::kCapacity);
 
-// Minimum time between two polls of the device's position, however close a due position is.
+// Minimum time between two polls of the device's position, however close a due position is, and the
+// maximum while it plays.
 constexpr milliseconds kMinPollInterval(2);
+constexpr milliseconds kMaxPollInterval(250);
 
-// A playing device whose position has not moved for this time counts as lost.
-constexpr milliseconds kStuckLimit(5000);
-// Maximum time that one poll adds to it: a longer interval may be a suspended process.
-constexpr milliseconds kMaxPollStep(50);
+// A playing device whose position has not moved for this time counts as lost. Polls are up to
+// kMaxPollInterval apart, so it is noticed after two seconds. One poll adds that interval at most:
+// a longer one is a suspended process.
+constexpr milliseconds kStuckLimit(1750);
 
 // The last written sample counts as heard when this many frames of silence have followed it, so
 // that a device that lags a little behind its reported position is not stopped before the audio is
@@ -38,58 +42,42 @@ constexpr double kMaxRate = kSampleRate * 1.005;
 // So that the lack of a device is reported once, and again after a device was found.
 std::atomic<bool> reportedNoDevice = false;
 
+void reportNoDevice(const std::string& why) {
+  if (reportedNoDevice.exchange(true)) return;
+  KAVREL_DIAG("DeviceSink", "Nothing is heard: %s.", why.c_str());
+}
+
 }  // namespace
 
-// Opening takes time, so it runs under no lock. A pause may come in the meantime.
+// The thread opens the stream while audio is written for it already.
 void DeviceSink::open() {
-  m_opened = true;
-  auto playback = std::make_unique<Playback>();
-  std::string why;
-  auto stream = DeviceStream::open(m_device, *playback, why);
-  const bool found = stream != nullptr;
-  if (found) {
-    reportedNoDevice = false;
-  } else if (!reportedNoDevice.exchange(true)) {
-    KAVREL_DIAG("DeviceSink", "Nothing is heard: %s.", why.c_str());
-  }
-  const base::ScopedLock held(m_lock);
-  if (found) {
-    m_playback = std::move(playback);
-    m_stream = std::move(stream);
-  } else {
+  m_playback = std::make_shared<Playback>();
+  try {
+    m_stream = std::make_unique<StreamThread>(m_device, m_playback);
+  } catch (const std::system_error&) {
+    reportNoDevice("the system refuses to start a thread");
     m_clock.emplace(0, 0, m_paused);
   }
 }
 
-// The stream is destroyed outside the lock, since cubeb waits for its thread, and before the
-// Playback that it reads from.
+// What the device does not have yet, it never gets, even if it closes much later.
 void DeviceSink::close() {
-  std::unique_ptr<Playback> playback;
-  std::unique_ptr<DeviceStream> stream;
-  {
-    const base::ScopedLock held(m_lock);
-    playback = std::move(m_playback);
-    stream = std::move(m_stream);
-  }
-  stream.reset();
-  const std::uint32_t gaps = playback != nullptr ? playback->gapCount() : 0;
+  if (m_playback == nullptr) return;
+  m_playback->allowGap();
+  m_playback->takeBack(0);
+  m_stream.reset();
+  const std::uint32_t gaps = m_playback->gapCount();
   if (gaps > 0) KAVREL_DIAG("DeviceSink", "Audio was late %u times.", gaps);
+  m_playback.reset();
 }
 
-// Never fails: a device that is lost is replaced by the clock, and closed here, on the job's
-// thread.
+// Never fails: a device that is lost is replaced by the clock.
 bool DeviceSink::write(std::span<const std::int16_t> samples) {
-  if (!m_opened) open();
-  bool lost = false;
-  {
-    const base::ScopedLock held(m_lock);
-    lost = m_clock.has_value();
-    if (!lost) {
-      m_playback->write(samples);
-      if (!m_started && !m_paused) start();
-    }
-  }
-  if (lost) close();
+  const base::ScopedLock held(m_lock);
+  if (!m_clock.has_value() && m_playback == nullptr) open();
+  if (m_clock.has_value()) return true;
+  m_playback->write(samples);
+  if (!m_started && !m_paused) start();
   return true;
 }
 
@@ -126,18 +114,18 @@ base::Clock::time_point DeviceSink::dueAt(std::uint64_t position) {
     return m_polledAt - timeOf(m_heard.position - position + m_heard.silence);
   }
   if (m_paused) return base::Clock::time_point::max();
-  return m_polledAt +
-         std::max<base::Clock::duration>(timeOf(position - m_heard.position), kMinPollInterval);
+  return m_polledAt + std::clamp<base::Clock::duration>(timeOf(position - m_heard.position),
+                                                        kMinPollInterval, kMaxPollInterval);
 }
 
-// The stream stops first, so that the position that is polled afterwards is final.
+// What is heard until the device has stopped, a millisecond or so, counts when it continues.
 void DeviceSink::pause() {
   const base::ScopedLock held(m_lock);
   if (m_paused) return;
-  if (!m_clock.has_value() && m_started) {
+  poll();
+  if (m_started && m_stream != nullptr) {
     m_playback->allowGap();
     m_stream->stop();
-    poll();
   }
   m_paused = true;
   if (m_clock.has_value()) m_clock->pause();
@@ -166,6 +154,7 @@ std::uint64_t DeviceSink::takeBack(std::uint64_t position) {
 }
 
 bool DeviceSink::finish() {
+  const base::ScopedLock held(m_lock);
   close();
   return true;
 }
@@ -175,27 +164,51 @@ void DeviceSink::start() {
   m_started = true;
   m_stuck = {};
   m_polledAt = m_anchorTime = base::Clock::now();
+  m_measured = m_stream->position().frames;
+  m_reported = std::max(m_reported, m_measured);
   m_anchorFrames = std::max(m_heardFrames, m_reported);
-  if (m_stream->isLost() || !m_stream->start()) continueInSilence();
+  m_stream->start();
 }
 
-// Called before each use of the device's position. The position never decreases, even if the device
-// reports so.
+// Called before each use of the device's position. The position never decreases.
 void DeviceSink::poll() {
-  if (m_clock.has_value() || !m_started || m_stream == nullptr) return;
-  if (m_stream->isLost()) {
-    continueInSilence();
-    return;
-  }
-  const std::uint64_t reported = std::max(m_reported, m_stream->position().value_or(0));
+  if (m_clock.has_value() || !m_started || m_stream == nullptr || !isUsable()) return;
   const base::Clock::time_point now = base::Clock::now();
-  const bool moved = std::exchange(m_reported, reported) != reported;
+  const std::uint64_t before = m_measured;
+  m_reported = std::max(m_reported, reportedFrames(now));
   if (!m_paused) m_heardFrames = heardFrames(now);
   m_heard = m_playback->heardAt(m_heardFrames);
   const bool all = m_heard.position > 0 && m_heard.position == m_written;
   if (all && m_heard.silence < kTail) --m_heard.position;
-  watch(moved || m_paused, now);
+  watch(m_measured != before || m_paused, now);
   m_polledAt = now;
+}
+
+bool DeviceSink::isUsable() {
+  switch (m_stream->state()) {
+    case StreamThread::State::Opening:
+      break;
+    case StreamThread::State::Open:
+      reportedNoDevice = false;
+      break;
+    case StreamThread::State::Failed:
+      beginInSilence(m_stream->error());
+      return false;
+    case StreamThread::State::Lost:
+      continueInSilence();
+      return false;
+  }
+  return true;
+}
+
+// The device has moved on since the last measurement, unless it stands still.
+std::uint64_t DeviceSink::reportedFrames(base::Clock::time_point now) {
+  const StreamThread::Position last = m_stream->position();
+  m_measured = last.frames;
+  if (m_paused || !last.isMoving) return m_measured;
+  const auto since = std::clamp<base::Clock::duration>(now - last.at, base::Clock::duration(),
+                                                       StreamThread::kInterval);
+  return m_measured + samplesIn(since);
 }
 
 // Sound servers interpolate the position, and may be wrong by some hundredths of a second, above
@@ -208,12 +221,25 @@ std::uint64_t DeviceSink::heardFrames(base::Clock::time_point now) {
 
 void DeviceSink::watch(bool moved, base::Clock::time_point now) {
   m_stuck = moved ? base::Clock::duration()
-                  : m_stuck + std::min<base::Clock::duration>(now - m_polledAt, kMaxPollStep);
-  if (m_stuck > kStuckLimit) continueInSilence();
+                  : m_stuck + std::min<base::Clock::duration>(now - m_polledAt, kMaxPollInterval);
+  if (m_stuck <= kStuckLimit) return;
+  DeviceStream::leaveConnection();
+  if (m_stream->state() == StreamThread::State::Opening) {
+    beginInSilence("the sound server does not respond");
+  } else {
+    continueInSilence();
+  }
+}
+
+void DeviceSink::beginInSilence(const std::string& why) {
+  m_clock.emplace(0, m_written, m_paused);
+  close();
+  reportNoDevice(why);
 }
 
 void DeviceSink::continueInSilence() {
   m_clock.emplace(m_heard.position, m_written, m_paused);
+  close();
   KAVREL_DIAG("DeviceSink", "The sound device is lost; the rest of the job is not heard.");
 }
 

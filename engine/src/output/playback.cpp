@@ -107,9 +107,9 @@ void Playback::take(std::span<std::int16_t> out) {
   }
   if (count < out.size()) {
     std::fill(out.begin() + static_cast<std::ptrdiff_t>(count), out.end(), std::int16_t{0});
-    addSilence(m_given + count, out.size() - count);
+    addSilence(given() + count, out.size() - count);
   }
-  m_given += out.size();
+  m_given.fetch_add(out.size(), std::memory_order_relaxed);
 }
 
 // Subtracts the gaps before `frames`, and removes those that are over.

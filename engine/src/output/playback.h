@@ -41,6 +41,10 @@ class Playback {
   // Fills `out` with the next samples, and with silence after the last one.  [device]
   void take(std::span<std::int16_t> out);
 
+  // The number of frames that the device has been given, which is more than have been heard.  [any
+  // thread]
+  std::uint64_t given() const { return m_given.load(std::memory_order_relaxed); }
+
   struct Heard {
     std::uint64_t position = 0;  // samples heard
     std::uint64_t silence = 0;   // frames of silence heard since then; 0 outside of gaps
@@ -76,7 +80,7 @@ class Playback {
   std::atomic<std::uint64_t> m_state = 0;
   std::uint64_t m_written = 0;  // [job]
 
-  std::uint64_t m_given = 0;               // frames  [device]
+  std::atomic<std::uint64_t> m_given = 0;  // frames
   std::atomic<std::uint64_t> m_taken = 0;  // samples copied to the device
 
   // A ring buffer of the gaps that may not have been heard: the device appends at the head, the

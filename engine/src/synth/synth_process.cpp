@@ -32,8 +32,11 @@ namespace protocol = synth_protocol;
 using base::Clock;
 using std::chrono::milliseconds;
 
-// How often a wait looks whether it is cancelled.
+// How often a wait looks whether it is cancelled: in its first part, which is all of most waits,
+// and later.
+constexpr std::chrono::microseconds kShortSlice{250};
 constexpr milliseconds kSlice{2};
+constexpr milliseconds kFirstPart{30};
 // Limits the memory for the events of one call: the samples' limit in phones of 2 ms.
 constexpr std::size_t kMaxEvents = 600'000;
 // The starter exits before the process is ready, so this is long.
@@ -107,6 +110,15 @@ bool isFromOutside(int signal) {
 
 std::string message(const char* what, int error) {
   return std::string(what) + ": " + std::strerror(error);
+}
+
+// Waits until the descriptor is ready, for one slice at most.
+void waitForSlice(int file, short events, Clock::time_point begin) {
+  const bool isFirst = Clock::now() - begin < kFirstPart;
+  const std::chrono::nanoseconds slice = isFirst ? kShortSlice : kSlice;
+  const timespec time{0, slice.count()};
+  pollfd polled{file, events, 0};
+  ::ppoll(&polled, 1, &time, nullptr);
 }
 
 // ---- Spawning
@@ -207,7 +219,7 @@ SynthProcess::SynthProcess(std::string program, const Limits& limits)
 }
 
 SynthProcess::~SynthProcess() {
-  if (m_busy) {
+  if (m_busy || m_cancelled != 0) {
     kill();
   } else {
     close();
@@ -345,10 +357,12 @@ bool SynthProcess::reapStarter(bool kill) {
 
 // ---- Calls
 
+// What a cancelled call has still sent may be there.
 bool SynthProcess::isUsable() const {
   if (!m_socket.isValid()) return false;
   char byte = 0;
   const ssize_t seen = ::recv(m_socket.number(), &byte, 1, MSG_PEEK | MSG_DONTWAIT);
+  if (seen > 0) return m_cancelled != 0;
   return seen < 0 && (errno == EAGAIN || errno == EINTR);
 }
 
@@ -363,6 +377,19 @@ SynthProcess::Result SynthProcess::speak(const protocol::Speak& call, const Canc
     return Result::Refused;
   }
   m_busy = true;
+  switch (finishCancelled(cancelled)) {
+    case Received::Frame:
+      break;
+    case Received::Cancelled:
+      m_busy = false;
+      return Result::Cancelled;
+    case Received::End:
+    case Received::Garbage:
+    case Received::Timeout:
+      kill();
+      why = "the synthesiser did not end a cancelled call";
+      return Result::Killed;
+  }
   const Result result = send(bytes, Clock::now() + m_limits.silence)
                             ? collect(number, cancelled, speech, why)
                             : ended(why);
@@ -419,20 +446,29 @@ SynthProcess::Result SynthProcess::finish(const protocol::Frame& frame, const Sp
   return Result::Refused;
 }
 
-// The process is used again only if it ends the call soon. What it sends until then is discarded.
+// Does not wait: whoever cancels a call wants to be rid of it.
 SynthProcess::Result SynthProcess::cancelCall(std::uint32_t call) {
-  const Clock::time_point limit = Clock::now() + m_limits.cancel;
   std::vector<std::byte> bytes;
   protocol::writeCancel(bytes, call);
-  m_broken = true;
-  if (!send(bytes, limit)) return Result::Cancelled;
-  protocol::Frame frame;
-  while (receive(frame, limit, {}) == Received::Frame && frame.call == call) {
-    if (frame.type != protocol::FrameType::End) continue;
-    m_broken = !protocol::readEnd(frame).has_value();
-    break;
-  }
+  m_broken = !send(bytes, Clock::now());
+  m_cancelled = call;
   return Result::Cancelled;
+}
+
+// Discards what a cancelled call has sent. Returns Frame when there is none, or when it has ended.
+// A process that was waiting for its frames to be read needs some time from here on.
+SynthProcess::Received SynthProcess::finishCancelled(const Cancelled& cancelled) {
+  const Clock::time_point limit = Clock::now() + m_limits.cancel;
+  while (m_cancelled != 0) {
+    protocol::Frame frame;
+    const Received received = receive(frame, limit, cancelled);
+    if (received != Received::Frame) return received;
+    if (frame.call != m_cancelled) return Received::Garbage;
+    if (frame.type != protocol::FrameType::End) continue;
+    if (!protocol::readEnd(frame).has_value()) return Received::Garbage;
+    m_cancelled = 0;
+  }
+  return Received::Frame;
 }
 
 SynthProcess::Result SynthProcess::garbage(std::string& why) {
@@ -472,6 +508,7 @@ bool SynthProcess::readReport(int& status) {
 // although the bytes are there.
 SynthProcess::Received SynthProcess::receive(protocol::Frame& frame, Clock::time_point limit,
                                              const Cancelled& cancelled) {
+  const Clock::time_point begin = Clock::now();
   for (;;) {
     switch (m_reader.next(frame)) {
       case protocol::FrameReader::Result::Frame:
@@ -490,8 +527,7 @@ SynthProcess::Received SynthProcess::receive(protocol::Frame& frame, Clock::time
     }
     if (count == 0 || (errno != EAGAIN && errno != EINTR)) return Received::End;
     if (Clock::now() >= limit) return Received::Timeout;
-    pollfd socket{m_socket.number(), POLLIN, 0};
-    ::poll(&socket, 1, static_cast<int>(kSlice.count()));
+    waitForSlice(m_socket.number(), POLLIN, begin);
   }
 }
 
@@ -524,6 +560,7 @@ ssize_t SynthProcess::receiveBytes() {
 
 // Returns false if the other side is gone, or does not read until the limit.
 bool SynthProcess::send(const std::vector<std::byte>& bytes, Clock::time_point limit) {
+  const Clock::time_point begin = Clock::now();
   std::span<const std::byte> left(bytes);
   while (!left.empty()) {
     if (!m_socket.isValid()) return false;
@@ -535,8 +572,7 @@ bool SynthProcess::send(const std::vector<std::byte>& bytes, Clock::time_point l
     }
     if (sent < 0 && errno != EAGAIN && errno != EINTR) return false;
     if (Clock::now() >= limit) return false;
-    pollfd socket{m_socket.number(), POLLOUT, 0};
-    ::poll(&socket, 1, static_cast<int>(kSlice.count()));
+    waitForSlice(m_socket.number(), POLLOUT, begin);
   }
   return true;
 }

@@ -30,7 +30,7 @@ class SynthProcess {
   struct Limits {
     std::chrono::milliseconds start{5000};    // until it is ready
     std::chrono::milliseconds silence{5000};  // without a frame during a call
-    std::chrono::milliseconds cancel{30};     // for the end of a cancelled call
+    std::chrono::milliseconds cancel{30};     // for the end of a cancelled call, by the next one
     std::uint64_t samples = std::uint64_t{20} * 60 * 22050;
   };
 
@@ -81,7 +81,8 @@ class SynthProcess {
   bool isUsable() const;
 
   // Speaks one call. `speech` is valid if the result is Done; sets `why` unless it is Done or
-  // Cancelled. May throw std::bad_alloc; the object is of no use then.
+  // Cancelled. A cancelled call is left at once; the next one first waits for its end, and the
+  // result is Killed if that does not come. May throw std::bad_alloc; the object is of no use then.
   Result speak(const synth_protocol::Speak& call, const Cancelled& cancelled, Speech& speech,
                std::string& why);
 
@@ -128,6 +129,7 @@ class SynthProcess {
   bool take(const synth_protocol::Frame& frame, Speech& speech) const;
   Result finish(const synth_protocol::Frame& frame, const Speech& speech, std::string& why);
   Result cancelCall(std::uint32_t call);
+  Received finishCancelled(const Cancelled& cancelled);
   Result garbage(std::string& why);
   Result ended(std::string& why);
   bool readReport(int& status);
@@ -147,6 +149,7 @@ class SynthProcess {
   bool m_busy = false;    // in the middle of start() or a call
   bool m_broken = false;  // must be ended
   std::uint32_t m_call = 0;
+  std::uint32_t m_cancelled = 0;  // number of a cancelled call whose End has not come; 0: none
   std::uint32_t m_missing = 0;
 };
 

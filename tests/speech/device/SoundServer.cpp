@@ -51,6 +51,11 @@ void Child::kill() {
   waitpid(std::exchange(m_process, -1), nullptr, 0);
 }
 
+void Child::send(int signal) const {
+  if (m_process <= 0) return;
+  EXPECT_EQ(::kill(m_process, signal), 0);
+}
+
 bool Child::isRunning() {
   if (m_process > 0 && waitpid(m_process, nullptr, WNOHANG) == m_process) m_process = -1;
   return m_process > 0;
@@ -90,6 +95,14 @@ void SoundServer::start() {
     ASSERT_LT(Clock::now(), limit) << "pulseaudio does not take connections";
     std::this_thread::sleep_for(milliseconds(5));
   }
+}
+
+void SoundServer::suspend() const {
+  m_child->send(SIGSTOP);
+}
+
+void SoundServer::resume() const {
+  m_child->send(SIGCONT);
 }
 
 bool SoundServer::accepts() const {

@@ -39,6 +39,7 @@ class Child {
 
   // Sends SIGKILL and waits for the process.
   void kill();
+  void send(int signal) const;
   bool isRunning();
 
  private:
@@ -57,6 +58,11 @@ class SoundServer {
 
   void start();
   void kill() { m_child.reset(); }
+
+  // The server stands still from the first call to the second: connections stay open, and nothing
+  // responds.
+  void suspend() const;
+  void resume() const;
 
  private:
   void launch();

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <csignal>
 
+#include <poll.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -29,12 +30,20 @@ bool mayChangeModes(int file) {
   return ::tcgetpgrp(file) == ::getpgrp();
 }
 
+// Returns true if a write to the terminal does not wait.
+bool takesOutput(int file) {
+  pollfd terminal{file, POLLOUT, 0};
+  return ::poll(&terminal, 1, 0) == 1 && (terminal.revents & POLLOUT) != 0;
+}
+
 // Restores the terminal once. Calls only async-signal-safe functions. The result of the write is
 // ignored: a handler can do nothing about a failure.
-void restore() {
+void restore(bool mayWait = true) {
   if (!isSaved.exchange(false)) return;
-  [[maybe_unused]] const ssize_t written =
-      ::write(saved.file, kShowCursor.data(), kShowCursor.size());
+  if (mayWait || takesOutput(saved.file)) {
+    [[maybe_unused]] const ssize_t written =
+        ::write(saved.file, kShowCursor.data(), kShowCursor.size());
+  }
   if (saved.hasModes && mayChangeModes(saved.file)) {
     ::tcsetattr(saved.file, TCSANOW, &saved.modes);
   }
@@ -86,6 +95,10 @@ Terminal::Size Terminal::size() const {
 
 void Terminal::release() const {
   restore();
+}
+
+void Terminal::restoreWithoutWaiting() {
+  restore(false);
 }
 
 // Saves the modes before it turns off echo. The order matters: a signal in between must find what

@@ -40,6 +40,10 @@ class Terminal {
   void release() const;
   void take() const;
 
+  // Restores the terminal that the program has taken, if any, as far as that is possible at once.
+  // Safe on any thread.
+  static void restoreWithoutWaiting();
+
  private:
   const Output& m_output;
 };

@@ -46,6 +46,7 @@ Utterance::Utterance(const SayArguments& arguments, const tool::SpokenText& text
     : m_arguments(arguments),
       m_text(text),
       m_positions(text.given(), arguments.positions, first),
+      m_watch(m_signals),
       m_standardOutput(STDOUT_FILENO, "standard output", m_interruption),
       m_standardError(STDERR_FILENO, "standard error", m_interruption),
       m_engine(needsTimes(arguments) ? &m_times : nullptr),
@@ -55,7 +56,7 @@ Utterance::Utterance(const SayArguments& arguments, const tool::SpokenText& text
 
 // Files are created before speaking, so that a file that cannot be written is reported early. If
 // speaking fails, files that were created for it are removed. A signal that arrives in the meantime
-// is pending until the watch exists.
+// takes effect when the watch has its actions.
 int Utterance::speak() {
   try {
     openFiles();
@@ -65,9 +66,10 @@ int Utterance::speak() {
     discardFiles();
     throw;
   }
-  const SignalWatch watch(m_signals, actions());
-  finish(watch);
-  return watch.firstSignal();
+  m_watch.begin(actions());
+  finish();
+  m_watch.finish();
+  return m_watch.firstSignal();
 }
 
 // Opens every output of the command line except standard output.
@@ -149,7 +151,7 @@ void Utterance::warnIfNoDevice() const {
 
 // Waits for the end of the speech and completes all outputs. Each step is attempted even if an
 // earlier one failed, so that the other files are complete; the first failure is thrown at the end.
-void Utterance::finish(const SignalWatch& watch) {
+void Utterance::finish() {
   std::exception_ptr failure;
   const auto attempt = [&failure](const std::function<void()>& work) {
     try {
@@ -166,20 +168,20 @@ void Utterance::finish(const SignalWatch& watch) {
     std::function<void()> onTick;
     if (m_display && m_arguments.progress) onTick = [this] { m_display->refresh(); };
     m_speech.waitForEnd(onTick);
-    const bool wasInterrupted = watch.firstSignal() != 0;
+    const bool wasInterrupted = m_watch.firstSignal() != 0;
     if (m_display) m_display->finish(wasInterrupted);
     if (m_runningText) m_runningText->finish(wasInterrupted);
   });
   // A terminal that closes also sends a signal; that is reported rather than the failed write.
-  if (watch.firstSignal() != 0) failure = nullptr;
+  if (m_watch.firstSignal() != 0) failure = nullptr;
   // The engine's message explains more than a failed check of the file.
   attempt([&] {
-    if (watch.firstSignal() == 0) m_engine.check();
+    if (m_watch.firstSignal() == 0) m_engine.check();
   });
   // After an interruption the audio so far is still written; a second signal ends that, too.
   if (m_audio) {
-    const int before = watch.count();
-    attempt([&] { m_audio->complete(m_interruption, [&] { return watch.count() > before; }); });
+    const int before = m_watch.count();
+    attempt([&] { m_audio->complete(m_interruption, [&] { return m_watch.count() > before; }); });
   }
   if (m_captions) attempt([this] { writeCaptions(); });
   if (failure) std::rethrow_exception(failure);

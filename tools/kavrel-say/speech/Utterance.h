@@ -32,6 +32,9 @@ class Utterance {
   // `first` is the position of the text in all of the input, in the unit of --positions.
   // `arguments` and `text` outlive the object. Throws Failure, as all functions do.
   Utterance(const SayArguments& arguments, const tool::SpokenText& text, std::size_t first);
+  ~Utterance() { m_watch.finish(); }
+  Utterance(const Utterance&) = delete;
+  Utterance& operator=(const Utterance&) = delete;
 
   // Speaks, and waits until the speech has ended and all outputs are written. Returns 0, or the
   // signal that ended the speech. To be called once.
@@ -46,13 +49,14 @@ class Utterance {
   void addListeners();
   SignalWatch::Actions actions();
   void warnIfNoDevice() const;
-  void finish(const SignalWatch& watch);
+  void finish();
   void writeCaptions() const;
 
   const SayArguments& m_arguments;
   const tool::SpokenText& m_text;
   PositionCounter m_positions;
   const BlockedSignals m_signals;  // before all members that start threads
+  SignalWatch m_watch;             // also while the other members are created and destroyed
   const Interruption m_interruption;
   const Output m_standardOutput;
   const Output m_standardError;

@@ -1,12 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // kavrel-say, run as a user runs it. Speech is written to files only.
+#include <chrono>
 #include <csignal>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <ostream>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -15,6 +18,8 @@
 #include <gtest/gtest.h>
 #include <sys/ioctl.h>
 #include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 #include "programs/Program.h"
@@ -573,6 +578,43 @@ TEST_F(Say, DoesNotWaitForABlockedReaderWhenTerminated) {
   EXPECT_EQ(running.finish().signal, SIGINT);
   close(ends[0]);
   EXPECT_GE(secondsIn(m_sound), 0);
+}
+
+// ---- A second signal
+
+// Sends the signal twice, with a pause in which the program takes the first one. Returns how the
+// program ends, and checks that the second one ends it at once.
+Result resultOfTwo(int signal, Running& running) {
+  EXPECT_TRUE(running.waitUntilItTakes(signal));
+  running.sendSignal(signal);
+  std::this_thread::sleep_for(std::chrono::milliseconds(200));
+  const auto second = std::chrono::steady_clock::now();
+  running.sendSignal(signal);
+  Result result = running.finish();
+  EXPECT_LT(std::chrono::steady_clock::now() - second, std::chrono::seconds(1));
+  return result;
+}
+
+// Connections to the sound server are taken by nobody, so it never responds.
+TEST_F(Say, EndsAtTheSecondSignalWhileTheSoundServerHangs) {
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  const std::string path = m_folder.file("server");
+  ASSERT_LT(path.size(), sizeof(address.sun_path));
+  path.copy(address.sun_path, sizeof(address.sun_path) - 1);
+  const int server = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  ASSERT_EQ(bind(server, reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
+  ASSERT_EQ(listen(server, 16), 0);
+  const std::string usual = getenv("KAVREL_AUDIO") != nullptr ? getenv("KAVREL_AUDIO") : "";
+  unsetenv("KAVREL_AUDIO");
+  setenv("PULSE_SERVER", ("unix:" + path).c_str(), 1);
+  for (const int signal : {SIGINT, SIGTERM}) {
+    Running running({"hello [[slnc 600000]]"});
+    EXPECT_EQ(resultOfTwo(signal, running).signal, signal);
+  }
+  unsetenv("PULSE_SERVER");
+  setenv("KAVREL_AUDIO", usual.c_str(), 1);
+  close(server);
 }
 
 // ---- Standard output

@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+//
+// The signal mask of the engine's threads.
+#pragma once
+
+#include <csignal>
+
+#include <pthread.h>
+
+namespace kavrel {
+
+// Keeps the host's signals off the calling thread and the threads that it starts. A write beyond
+// the file size limit then fails with an error, instead of raising SIGXFSZ. Signals of faults and
+// of the profiler stay enabled.
+inline void blockSignals() {
+  sigset_t signals;
+  sigfillset(&signals);
+  for (const int fault : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT, SIGTRAP, SIGPROF}) {
+    sigdelset(&signals, fault);
+  }
+  pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+}
+
+}  // namespace kavrel
