@@ -85,9 +85,9 @@ TextMutator::TextMutator(const std::vector<std::u32string>& lines, std::uint64_t
 }
 
 std::u32string TextMutator::next() {
-  if (oneIn(40)) return anyOf(m_lines);
+  if (oneIn(60)) return anyOf(m_lines);
   std::u32string text;
-  for (std::size_t count = 1 + below(oneIn(4) ? 40 : 8); count > 0; --count) {
+  for (std::size_t count = 1 + below(oneIn(12) ? 40 : 5); count > 0; --count) {
     text += item();
     text += separator();
   }
@@ -107,11 +107,11 @@ char32_t TextMutator::character() {
   return block.first + static_cast<char32_t>(below(block.last - block.first + 1));
 }
 
-// One of about twenty parts of a text.
+// One part of a text. Whole lines are rare: their sound takes long to make.
 std::u32string TextMutator::item() {
   switch (below(20)) {
     case 0:
-      return anyOf(m_lines);
+      return oneIn(4) ? anyOf(m_lines) : std::u32string(1, character());
     case 1:
       return run();
     case 2:
