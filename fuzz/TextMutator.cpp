@@ -58,6 +58,11 @@ std::u32string_view endTagOf(std::u32string_view tag) {
   return tag.starts_with(U"<emphasis") ? U"</emphasis>" : U"</say-as>";
 }
 
+std::u32string utf32Of(std::size_t number) {
+  const std::string digits = std::to_string(number);
+  return {digits.begin(), digits.end()};
+}
+
 // The text's words without its tags, which would not survive a change.
 std::vector<std::u32string> wordsOf(std::u32string_view line) {
   std::vector<std::u32string> words(1);
@@ -86,6 +91,7 @@ TextMutator::TextMutator(const std::vector<std::u32string>& lines, std::uint64_t
 
 std::u32string TextMutator::next() {
   if (oneIn(60)) return anyOf(m_lines);
+  if (oneIn(3)) return list();
   std::u32string text;
   for (std::size_t count = 1 + below(oneIn(12) ? 40 : 5); count > 0; --count) {
     text += item();
@@ -105,6 +111,33 @@ char32_t TextMutator::character() {
   if (oneIn(3)) return anyOf(kSpecial);
   const Block& block = anyOf(kBlocks);
   return block.first + static_cast<char32_t>(below(block.last - block.first + 1));
+}
+
+// Many short items, most of them at the start of a clause: of all texts these lose most processes,
+// and have the least sound.
+std::u32string TextMutator::list() {
+  constexpr std::u32string_view kSeparators[] = {U", ", U", ", U" ", U": ", U". "};
+  std::u32string text = U"<prosody rate='216'>";
+  for (std::size_t count = 10 + below(20); count > 0; --count) {
+    for (std::size_t signs = below(4); signs > 0; --signs) text += anyOf(kSpecial);
+    switch (below(4)) {
+      case 0:
+        text += anyOf(m_words).substr(0, 1 + below(4));
+        break;
+      case 1:
+        text += utf32Of(below(oneIn(4) ? 100000 : 200));
+        break;
+      case 2:
+        text += character();
+        break;
+      default:
+        text += U'a' + static_cast<char32_t>(below(26));
+        break;
+    }
+    for (std::size_t signs = below(3); signs > 0; --signs) text += anyOf(kSpecial);
+    text += anyOf(kSeparators);
+  }
+  return text;
 }
 
 // One part of a text. Whole lines are rare: their sound takes long to make.

@@ -34,6 +34,7 @@ class TextMutator {
   }
 
   char32_t character();
+  std::u32string list();
   std::u32string item();
   std::u32string run();
   std::u32string foreign();
