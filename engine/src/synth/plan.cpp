@@ -119,17 +119,26 @@ bool isLetter(wchar_t c) {
   return isAsciiLetter(c) || c >= 0xC0;
 }
 
-// Rationale: an apostrophe, a hyphen and a letter at the start of a clause crash espeak-ng 1.51 if
-// the language has a rule for the letter that looks at what precedes the word (Danish, Afrikaans),
-// or speaks the word in another language. The hyphen makes no sound, unless it is spelled; then
-// there is no crash.
-bool isCrashingHyphen(std::wstring_view before, wchar_t c, std::wstring_view after) {
+// True for the hyphen of "'-er" and of "bog,(-en)". `before` is the item's text up to it.
+//
+// Rationale: espeak-ng 1.51 crashes on another sign, a hyphen and a letter at the start of a clause
+// if the language has a rule for the letter that looks at what precedes the word (Danish,
+// Afrikaans), or speaks the word in another language. Without the hyphen the audio of most
+// languages is the same; some gain the glottal stop before a vowel. If the signs are spelled, there
+// is no crash.
+bool isCrashingHyphen(std::wstring_view before, std::wstring_view rest) {
   constexpr std::wstring_view kApostrophes = L"'\x2019\x00B4\x2032";
-  if (c != L'-' || before.empty() || after.empty() || !isLetter(after.front())) return false;
-  if (kApostrophes.find(before.back()) == std::wstring_view::npos) return false;
-  const std::size_t letters = before.find_last_not_of(kApostrophes);
-  return letters == std::wstring_view::npos ||
-         !(isLetter(before[letters]) || isDigit(before[letters]));
+  constexpr std::wstring_view kSigns =
+      L"'\x2019\x00B4\x2032()[]{}<>\"\x201C\x201D\x201E\x00AB\x00BB";
+  constexpr std::wstring_view kEnds = L".,:;!?\x2026";
+  if (rest.size() < 2 || rest[0] != L'-' || !isLetter(rest[1])) return false;
+  if (before.empty() || kSigns.find(before.back()) == std::wstring_view::npos) return false;
+  const std::size_t last = before.find_last_not_of(kSigns);
+  if (last != std::wstring_view::npos) {
+    if (kEnds.find(before[last]) != std::wstring_view::npos) return true;
+    if (isLetter(before[last]) || isDigit(before[last])) return false;
+  }
+  return kApostrophes.find(before.back()) != std::wstring_view::npos;
 }
 
 // Returns `characters` in a form that is safe for the synthesiser: without control characters,
@@ -144,7 +153,7 @@ std::wstring plainText(std::wstring_view characters, const Style& style) {
   for (; !characters.empty(); characters.remove_prefix(1)) {
     const wchar_t c = characters.front();
     if (isControl(c)) continue;
-    if (!style.spellOut && isCrashingHyphen(text, c, characters.substr(1))) continue;
+    if (!style.spellOut && isCrashingHyphen(text, characters)) continue;
     const wchar_t last = text.empty() ? L'\0' : text.back();
     if (c == L'[' && last == L'[') text += L' ';
     if (style.digits && isDigit(c) && isDigit(last)) text += L' ';
