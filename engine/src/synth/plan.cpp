@@ -110,20 +110,53 @@ bool leadsNumber(std::wstring_view characters) {
          (isDigit(characters[1]) || characters[1] == L'.');
 }
 
+bool isAsciiLetter(wchar_t c) {
+  return (c >= L'a' && c <= L'z') || (c >= L'A' && c <= L'Z');
+}
+
+// A character that is neither ASCII nor one of the signs of Latin-1 counts as a letter.
+bool isLetter(wchar_t c) {
+  return isAsciiLetter(c) || c >= 0xC0;
+}
+
+// True for the hyphen of "'-er" and of "bog,(-en)". `before` is the item's text up to it.
+//
+// Rationale: espeak-ng 1.51 crashes on another sign, a hyphen and a letter at the start of a clause
+// if the language has a rule for the letter that looks at what precedes the word (Danish,
+// Afrikaans), or speaks the word in another language. Without the hyphen the audio of most
+// languages is the same; some gain the glottal stop before a vowel. If the signs are spelled, there
+// is no crash.
+bool isCrashingHyphen(std::wstring_view before, std::wstring_view rest) {
+  constexpr std::wstring_view kApostrophes = L"'\x2019\x00B4\x2032";
+  constexpr std::wstring_view kSigns =
+      L"'\x2019\x00B4\x2032()[]{}<>\"\x201C\x201D\x201E\x00AB\x00BB";
+  constexpr std::wstring_view kEnds = L".,:;!?\x2026";
+  if (rest.size() < 2 || rest[0] != L'-' || !isLetter(rest[1])) return false;
+  if (before.empty() || kSigns.find(before.back()) == std::wstring_view::npos) return false;
+  const std::size_t last = before.find_last_not_of(kSigns);
+  if (last != std::wstring_view::npos) {
+    if (kEnds.find(before[last]) != std::wstring_view::npos) return true;
+    if (isLetter(before[last]) || isDigit(before[last])) return false;
+  }
+  return kApostrophes.find(before.back()) != std::wstring_view::npos;
+}
+
 // Returns `characters` in a form that is safe for the synthesiser: without control characters,
-// which begin commands, and without "[[", which begins phones. `digitsApart` puts blanks between
-// digits, so that they are read one by one.
-std::wstring plainText(std::wstring_view characters, bool digitsApart) {
+// which begin commands, without "[[", which begins phones, and without hyphens that crash it. In
+// the style "digits", blanks between digits make it read them one by one.
+std::wstring plainText(std::wstring_view characters, const Style& style) {
   std::wstring text;
   if (leadsNumber(characters)) {
     text += kMinus;
     characters.remove_prefix(1);
   }
-  for (const wchar_t c : characters) {
+  for (; !characters.empty(); characters.remove_prefix(1)) {
+    const wchar_t c = characters.front();
     if (isControl(c)) continue;
+    if (!style.spellOut && isCrashingHyphen(text, characters)) continue;
     const wchar_t last = text.empty() ? L'\0' : text.back();
     if (c == L'[' && last == L'[') text += L' ';
-    if (digitsApart && isDigit(c) && isDigit(last)) text += L' ';
+    if (style.digits && isDigit(c) && isDigit(last)) text += L' ';
     text += c;
   }
   return text;
@@ -200,7 +233,7 @@ void Plan::addWordPart(SynthCall& call, const Item& item) {
   const std::size_t limit = item.style.spellOut ? kMaxSpelled : kMaxWordBytes;
   const std::wstring_view rest = std::wstring_view(item.text).substr(m_part);
   const std::wstring_view part = rest.substr(0, rest.empty() ? 0 : partLength(rest, limit));
-  const std::wstring text = plainText(part, item.style.digits);
+  const std::wstring text = plainText(part, item.style);
   call.audible = call.audible || !text.empty();
   m_text += text;
   m_text += L' ';

@@ -175,6 +175,26 @@ TEST(SynthPlan, LetsNothingInTheTextBeACommandOrPhones) {
   EXPECT_FALSE(calls[0].input.hasPhones);
 }
 
+// It crashes the synthesiser in some languages.
+TEST(SynthPlan, LeavesOutAHyphenAfterASignAtTheStartOfAClause) {
+  const auto text = [](const std::wstring& characters, const Style& style = {}) {
+    return planned({word(characters, style)})[0].input.text.substr(4);
+  };
+  EXPECT_EQ(text(L"'-a"), L"'a ");
+  EXPECT_EQ(text(L"\x2019-\xE5"), L"\x2019\xE5 ");
+  EXPECT_EQ(text(L".''-ab"), L".''ab ");
+  EXPECT_EQ(text(L"bog,(-en)"), L"bog,(en) ");
+  EXPECT_EQ(text(L"bog!\"-en\""), L"bog!\"en\" ");
+  EXPECT_EQ(text(L":[{-\xE5]"), L":[{\xE5] ");
+  for (const std::wstring same : {L"'-1", L"'--a", L"-a", L"a-b", L"rock-'n'-roll", L"5'-a", L"'-",
+                                  L"(-a)", L"bog(-en)", L"5,(-1)", L"x.(-", L"x.(a-b)"}) {
+    EXPECT_EQ(text(same), same + L' ');
+  }
+  const Style spelled = style([](Style& s) { s.spellOut = true; });
+  EXPECT_EQ(text(L"'-a", spelled).substr(5), L"'-a ");
+  EXPECT_EQ(text(L"x,(-a", spelled).substr(5), L"x,(-a ");
+}
+
 TEST(SynthPlan, WritesPhonesInTheSynthesisersNotation) {
   Item item;
   item.kind = Item::Kind::Phones;
