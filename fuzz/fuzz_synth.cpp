@@ -1,4 +1,4 @@
-// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-License-Identifier: Apache-2.0
 //
 // Speaks random texts with real synthesiser processes, voice by voice, and counts the processes
 // that are lost to them. It goes as a job does, from marked-up text to the synthesiser's calls

@@ -1,4 +1,4 @@
-// SPDX-License-Identifier: GPL-3.0-or-later
+// SPDX-License-Identifier: Apache-2.0
 //
 // A thread that owns a stream to a sound device, so that nobody waits for the device or its server.
 // Users post requests and read what the thread has found out. A thread that hangs because the sound
