@@ -6,12 +6,12 @@
 #include <system_error>
 #include <utility>
 
+#include "base/threads/Signals.h"
 #include "cst/diag.h"
 #include "output/clock_sink.h"
 #include "output/device.h"
 #include "output/device_sink.h"
 #include "output/file_sink.h"
-#include "signals.h"
 #include "synth/voice_cache.h"
 
 namespace kavrel {
@@ -103,7 +103,7 @@ kavrel_result_t Port::enqueue(JobPointer job) {
 
 // A job stays in the queue while it runs, so that it can be found by its handle.
 void Port::work() {
-  blockSignals();
+  base::blockSignals();
   for (;;) {
     JobPointer job;
     {

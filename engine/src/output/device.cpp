@@ -13,10 +13,10 @@
 
 #include "base/threads/Clock.h"
 #include "base/threads/Mutex.h"
+#include "base/threads/Signals.h"
 #include "cst/diag.h"
 #include "output/playback.h"
 #include "sample_rate.h"
-#include "signals.h"
 
 namespace kavrel {
 
@@ -216,7 +216,7 @@ class Search {
  public:
   // The search's thread.
   void run() {
-    blockSignals();
+    base::blockSignals();
     std::vector<SoundDevice> found;
     try {
       found = DeviceStream::devices();

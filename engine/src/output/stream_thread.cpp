@@ -7,9 +7,9 @@
 #include <utility>
 
 #include "base/threads/Mutex.h"
+#include "base/threads/Signals.h"
 #include "output/device.h"
 #include "output/playback.h"
-#include "signals.h"
 
 namespace kavrel {
 
@@ -67,7 +67,7 @@ class StreamThread::Worker {
 
 // The stream is closed after the last use of the lock: that waits for the server, too.
 void StreamThread::Worker::run() noexcept {
-  blockSignals();
+  base::blockSignals();
   if (const std::unique_ptr<DeviceStream> stream = open()) {
     const base::ScopedLock held(m_lock);
     while (!m_left && m_state == State::Open) serve(*stream);

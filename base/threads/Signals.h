@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The signal mask of the engine's threads.
+// The signal mask of threads that a library starts in a process that it does not own.
 #pragma once
 
 #include <csignal>
 
 #include <pthread.h>
 
-namespace kavrel {
+namespace base {
 
 // Keeps the host's signals off the calling thread and the threads that it starts. A write beyond
 // the file size limit then fails with an error, instead of raising SIGXFSZ. Signals of faults and
@@ -21,4 +21,4 @@ inline void blockSignals() {
   pthread_sigmask(SIG_BLOCK, &signals, nullptr);
 }
 
-}  // namespace kavrel
+}  // namespace base
