@@ -27,6 +27,7 @@
 #include <filesystem>
 #include <fstream>
 #include <map>
+#include <memory>
 #include <set>
 #include <string>
 #include <string_view>
@@ -185,10 +186,19 @@ protocol::Speak frameOf(const kavrel::Synthesiser::Input& input) {
 }
 
 // No process is lost because the machine is busy: an endless loop ends by its limit of CPU time.
-void useNewProcesses() {
+std::unique_ptr<SynthPool> newPool() {
   kavrel::SynthProcess::Limits limits;
-  limits.start = limits.silence = std::chrono::minutes(1);
-  SynthPool::shared().useProgram(kavrel::synthProgram(), limits);
+  limits.start = limits.silence = limits.call = std::chrono::minutes(1);
+  return std::make_unique<SynthPool>(kavrel::synthProgram(), limits);
+}
+
+std::unique_ptr<SynthPool>& pool() {
+  static std::unique_ptr<SynthPool> current = newPool();
+  return current;
+}
+
+void useNewProcesses() {
+  pool() = newPool();
 }
 
 // Speaks until a call fails.
@@ -206,8 +216,7 @@ Outcome speak(const SynthText& text) {
     while (plan.next(call)) {
       if (call.isBreak || !call.audible) continue;
       ++outcome.calls;
-      outcome.result =
-          SynthPool::shared().speak(text.voice, frameOf(call.input), 0, {}, speech, outcome.why);
+      outcome.result = pool()->speak(text.voice, frameOf(call.input), 0, {}, speech, outcome.why);
       if (outcome.result != SynthPool::Result::Done) return outcome;
     }
   }

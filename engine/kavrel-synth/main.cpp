@@ -12,10 +12,13 @@
 // and its samples depend on nothing but the call and the voice. The worker is forked as soon as the
 // one before it has ended, so that no call waits for fork().
 //
-// A worker that ends badly leaves a call half sent. The template then writes its wait status to the
-// pipe and exits, so the client sees the end of the stream and knows why.
+// The template writes the wait status of each worker to the pipe; workers cannot. After 0 the
+// client may send the next call: before that, the worker could read it. After any other status, the
+// template exits, since a call may be half sent: the client sees the end of the stream and knows
+// why.
 //
 // Both exit when the client closes the socket or is idle for long, and at anything odd.
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
@@ -23,6 +26,7 @@
 #include <string_view>
 
 #include <poll.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -73,12 +77,15 @@ bool speakNext(const kavrel::Sandbox& sandbox) {
   if (worker == 0) ::_exit(kavrel::runWorker(sandbox, self));
   waitFor(worker);
   int status = 0;
-  while (::waitpid(worker, &status, 0) != worker) {
+  rusage used{};
+  while (::wait4(worker, &status, 0, &used) != worker) {
   }
   if (WIFEXITED(status) && WEXITSTATUS(status) == kavrel::kWorkerNoCall) return false;
-  if (status == 0) return true;
-  reportEnd(status);
-  return false;
+  // A worker that blocks SIGXCPU gets SIGKILL instead, which must not look as if it came from
+  // outside.
+  const bool tookTooLong = used.ru_utime.tv_sec + used.ru_stime.tv_sec >= kavrel::kCallSeconds;
+  reportEnd(WIFSIGNALED(status) && tookTooLong ? SIGXCPU : status);
+  return status == 0;
 }
 
 void run(const std::string& voice) {

@@ -21,8 +21,6 @@ namespace {
 
 namespace protocol = synth_protocol;
 
-// No honest call takes half a second; this ends an endless loop.
-constexpr unsigned kCallSeconds = 5;
 // A copy of the socket in a process that does not use it must not keep the template forever.
 constexpr int kIdleMilliseconds = 10 * 60 * 1000;
 
@@ -111,6 +109,7 @@ int runWorker(const Sandbox& sandbox, pid_t parent) {
   if (::prctl(PR_SET_PDEATHSIG, SIGKILL, 0, 0, 0) != 0 || ::getppid() != parent) {
     return kWorkerFailed;
   }
+  ::close(connection::kReport);
   if (!sandbox.enterWorker(kCallSeconds)) return kWorkerFailed;
   const std::optional<Call> call = receiveCall();
   if (!call.has_value()) return kWorkerNoCall;

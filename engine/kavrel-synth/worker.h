@@ -15,6 +15,9 @@ inline constexpr int kWorkerClientGone = 1;
 inline constexpr int kWorkerFailed = 2;
 inline constexpr int kWorkerNoCall = 3;  // the client closed the socket, was idle, or sent garbage
 
+// CPU time of a worker. No honest call takes half a second; this ends an endless loop.
+inline constexpr unsigned kCallSeconds = 5;
+
 // `parent` is the template that forked this process. Returns the exit status.
 int runWorker(const Sandbox& sandbox, pid_t parent);
 

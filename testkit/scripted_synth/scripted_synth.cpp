@@ -21,7 +21,8 @@
 //   COUNTS  sends wrong counts in End      NOEND    sends no End, and waits
 //   CALL    uses another call's number     QUIT     exits with a failure
 //   SLOW    speaks a block every 20 ms, 100 of them, unless cancelled
-//   DEAF    as SLOW, but ignores Cancel
+//   DEAF    as SLOW, but ignores Cancel    STAY     speaks, and stays after its End
+//   TRICKLE sends an event every 50 ms, without end
 // A word "ONCE:FILE" makes it do so only if FILE does not exist, and creates it.
 #include <algorithm>
 #include <csignal>
@@ -144,6 +145,12 @@ class Worker {
       waitForever();
     }
     if (word == "CALL") ++m_call;
+    if (word == "STAY") m_stays = true;
+    while (word == "TRICKLE") {
+      addWord();
+      sendSpeech();
+      ::usleep(50'000);
+    }
     if (word == "SLOW" || word == "DEAF") end(speakSlowly(word == "DEAF"));
   }
 
@@ -152,6 +159,7 @@ class Worker {
     m_end.status = status;
     protocol::writeEnd(bytes, m_call, m_end);
     send(bytes);
+    if (m_stays) waitForever();
     ::_exit(0);
   }
 
@@ -188,6 +196,7 @@ class Worker {
   std::vector<protocol::Event> m_events;
   std::vector<std::int16_t> m_samples;
   protocol::End m_end;
+  bool m_stays = false;
 };
 
 [[noreturn]] void runWorker(std::uint32_t call, const std::string& text) {
@@ -254,8 +263,7 @@ int main(int count, char** arguments) {
     }
     int status = 0;
     ::waitpid(worker, &status, 0);
-    if (status == 0) continue;
     (void)!::write(3, &status, sizeof(status));
-    return 1;
+    if (status != 0) return 1;
   }
 }

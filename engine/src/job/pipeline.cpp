@@ -20,7 +20,7 @@ namespace {
 
 // Steps that are spoken or wait, for each thread. Half of the steps of plain text have no audio
 // (ends of sentences), and a call may take several times as long as the next one.
-constexpr std::size_t kStepsPerThread = 8;
+constexpr std::size_t kStepsPerThread = 4;
 
 }  // namespace
 

@@ -39,6 +39,8 @@ constexpr milliseconds kSlice{2};
 constexpr milliseconds kFirstPart{30};
 // Limits the memory for the events of one call: the samples' limit in phones of 2 ms.
 constexpr std::size_t kMaxEvents = 600'000;
+// For a worker to exit after its End, which takes less than a millisecond.
+constexpr milliseconds kWorkersEnd{1000};
 // The starter exits before the process is ready, so this is long.
 constexpr milliseconds kStarterLimit{1000};
 
@@ -377,7 +379,9 @@ SynthProcess::Result SynthProcess::speak(const protocol::Speak& call, const Canc
     return Result::Refused;
   }
   m_busy = true;
-  switch (finishCancelled(cancelled)) {
+  Received ready = finishCancelled(cancelled);
+  if (ready == Received::Frame) ready = awaitWorkersEnd(cancelled);
+  switch (ready) {
     case Received::Frame:
       break;
     case Received::Cancelled:
@@ -387,7 +391,7 @@ SynthProcess::Result SynthProcess::speak(const protocol::Speak& call, const Canc
     case Received::Garbage:
     case Received::Timeout:
       kill();
-      why = "the synthesiser did not end a cancelled call";
+      why = "the synthesiser did not end its last call";
       return Result::Killed;
   }
   const Result result = send(bytes, Clock::now() + m_limits.silence)
@@ -401,9 +405,10 @@ SynthProcess::Result SynthProcess::speak(const protocol::Speak& call, const Canc
 // Receives until End.
 SynthProcess::Result SynthProcess::collect(std::uint32_t call, const Cancelled& cancelled,
                                            Speech& speech, std::string& why) {
+  const Clock::time_point last = Clock::now() + m_limits.call;
   for (;;) {
     protocol::Frame frame;
-    switch (receive(frame, Clock::now() + m_limits.silence, cancelled)) {
+    switch (receive(frame, std::min(Clock::now() + m_limits.silence, last), cancelled)) {
       case Received::Frame:
         break;
       case Received::Cancelled:
@@ -436,6 +441,7 @@ bool SynthProcess::take(const protocol::Frame& frame, Speech& speech) const {
 SynthProcess::Result SynthProcess::finish(const protocol::Frame& frame, const Speech& speech,
                                           std::string& why) {
   const auto end = protocol::readEnd(frame);
+  m_workerRuns = true;
   // Nobody has cancelled the call.
   if (!end.has_value() || end->events != speech.events.size() ||
       end->samples != speech.samples.size() || end->status == protocol::End::Status::Cancelled) {
@@ -467,6 +473,26 @@ SynthProcess::Received SynthProcess::finishCancelled(const Cancelled& cancelled)
     if (frame.type != protocol::FrameType::End) continue;
     if (!protocol::readEnd(frame).has_value()) return Received::Garbage;
     m_cancelled = 0;
+    m_workerRuns = true;
+  }
+  return Received::Frame;
+}
+
+// A worker that a text has taken over could stay after its End and read the next call, which may
+// be somebody else's text. So that is not sent before the worker has ended. Returns Frame then.
+SynthProcess::Received SynthProcess::awaitWorkersEnd(const Cancelled& cancelled) {
+  const Clock::time_point begin = Clock::now();
+  while (m_workerRuns) {
+    int status = 0;
+    if (readReport(status)) {
+      if (status != 0) return Received::End;
+      m_workerRuns = false;
+    } else {
+      if (cancelled && cancelled()) return Received::Cancelled;
+      if (!m_report.isValid()) return Received::End;
+      if (Clock::now() - begin >= kWorkersEnd) return Received::Timeout;
+      waitForSlice(m_report.number(), POLLIN, begin);
+    }
   }
   return Received::Frame;
 }

@@ -30,6 +30,7 @@ class SynthProcess {
   struct Limits {
     std::chrono::milliseconds start{5000};    // until it is ready
     std::chrono::milliseconds silence{5000};  // without a frame during a call
+    std::chrono::milliseconds call{30000};    // until it is complete
     std::chrono::milliseconds cancel{30};     // for the end of a cancelled call, by the next one
     std::uint64_t samples = std::uint64_t{20} * 60 * 22050;
   };
@@ -50,7 +51,7 @@ class SynthProcess {
     Killed,   // ended from outside
     Crashed,  // the call ended it, or took too much CPU time
     Garbage,  // what it sent is not of the protocol
-    Silent,   // it sent nothing for too long
+    Silent,   // it sent nothing for too long, or has not completed the call in time
   };
 
   // The results of a call.
@@ -130,6 +131,7 @@ class SynthProcess {
   Result finish(const synth_protocol::Frame& frame, const Speech& speech, std::string& why);
   Result cancelCall(std::uint32_t call);
   Received finishCancelled(const Cancelled& cancelled);
+  Received awaitWorkersEnd(const Cancelled& cancelled);
   Result garbage(std::string& why);
   Result ended(std::string& why);
   bool readReport(int& status);
@@ -150,6 +152,7 @@ class SynthProcess {
   bool m_broken = false;  // must be ended
   std::uint32_t m_call = 0;
   std::uint32_t m_cancelled = 0;  // number of a cancelled call whose End has not come; 0: none
+  bool m_workerRuns = false;      // its End has come, its wait status has not been read
   std::uint32_t m_missing = 0;
 };
 

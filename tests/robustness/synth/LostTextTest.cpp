@@ -4,7 +4,6 @@
 // tests/robustness/regress/synth: the job ends, each of its words is reported once and in order,
 // and the next job is spoken.
 #include <algorithm>
-#include <atomic>
 #include <cctype>
 #include <filesystem>
 #include <string>
@@ -13,13 +12,13 @@
 
 #include <gtest/gtest.h>
 
-#include "job/producer.h"
+#include "job/pipeline.h"
 #include "synth_texts/SynthText.h"
 #include "text/sentence.h"
 
 namespace {
 
-using kavrel::Producer;
+using kavrel::Pipeline;
 
 // Start and length of words.
 using Words = std::vector<std::pair<std::uint32_t, std::uint32_t>>;
@@ -48,24 +47,23 @@ Words wordsOf(const std::string& text) {
 }
 
 struct Job {
-  Producer::Result result = Producer::Result::Segment;
+  Pipeline::Result result = Pipeline::Result::Segment;
   std::string error;
   Words words;
   std::size_t samples = 0;
 };
 
 Job jobOf(const std::string& text, const kavrel::Voice& voice) {
-  const std::atomic<bool> cancel{false};
-  Producer producer(text, voice, cancel);
+  Pipeline pipeline(text, voice, false);
   Job job;
   kavrel::SpeechSegment segment;
-  while ((job.result = producer.next(segment)) == Producer::Result::Segment) {
+  while ((job.result = pipeline.next(segment)) == Pipeline::Result::Segment) {
     for (const auto& event : segment.events) {
       if (event.type == KAVREL_EVENT_WORD) job.words.emplace_back(event.start, event.length);
     }
     job.samples += segment.samples.size();
   }
-  job.error = producer.error();
+  job.error = pipeline.error();
   return job;
 }
 
@@ -87,11 +85,11 @@ TEST_P(LostText, IsSpokenToItsEndWithAllOfItsWords) {
   ASSERT_TRUE(voice.has_value());
   const std::string engineText = synth_texts::engineTextOf(text->text);
   const Job job = jobOf(engineText, *voice);
-  EXPECT_EQ(job.result, Producer::Result::End) << job.error;
+  EXPECT_EQ(job.result, Pipeline::Result::End) << job.error;
   EXPECT_EQ(job.words, wordsOf(engineText));
 
   const Job next = jobOf("One two.", *voice);
-  EXPECT_EQ(next.result, Producer::Result::End) << next.error;
+  EXPECT_EQ(next.result, Pipeline::Result::End) << next.error;
   EXPECT_GT(next.samples, 0U);
 }
 

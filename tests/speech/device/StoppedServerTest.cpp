@@ -145,7 +145,7 @@ TEST_F(StoppedServer, LaterJobsDoNotWaitForIt) {
 }
 
 TEST_F(StoppedServer, IsUsedAgainWhenItContinues) {
-  const std::size_t threads = threadsWithSynthesiser();
+  const std::size_t threads = idleThreads();
   speakUntilItStops();
   ASSERT_EQ(kavrel_port_wait(m_speaker.port(), nullptr), KAVREL_SUCCESS);
   m_server.resume();

@@ -213,3 +213,25 @@ TEST(SynthProcess, NoticesThatTheHostHasClosedEverything) {
   ASSERT_EQ(::waitpid(child, &status, 0), child);
   EXPECT_EQ(status, 0);
 }
+
+// A worker that has been taken over must not get the texts of later calls.
+TEST(SynthProcess, SendsNoCallWhileTheWorkerOfTheLastOneRuns) {
+  SynthProcess process(KAVREL_SCRIPTED_SYNTH, shortLimits());
+  std::string why;
+  ASSERT_EQ(process.start("any", {}, why), Started::Ready) << why;
+  SynthProcess::Speech speech;
+  ASSERT_EQ(process.speak(call("STAY"), {}, speech, why), Result::Done) << why;
+  EXPECT_EQ(process.speak(call("one"), {}, speech, why), Result::Killed);
+  EXPECT_EQ(why, "the synthesiser did not end its last call");
+  EXPECT_FALSE(process.isUsable());
+}
+
+TEST(SynthProcess, EndsACallThatSendsALittleForever) {
+  SynthProcess::Limits limits = shortLimits();
+  limits.call = milliseconds(400);
+  SynthProcess process(KAVREL_SCRIPTED_SYNTH, limits);
+  std::string why;
+  ASSERT_EQ(process.start("any", {}, why), Started::Ready) << why;
+  SynthProcess::Speech speech;
+  EXPECT_EQ(process.speak(call("TRICKLE"), {}, speech, why), Result::Silent);
+}
