@@ -4,6 +4,7 @@
 #pragma once
 
 #include <csignal>
+#include <initializer_list>
 
 #include <pthread.h>
 
