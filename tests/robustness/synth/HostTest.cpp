@@ -61,7 +61,7 @@ void expectSpeaks(const std::vector<std::string>& kind, const std::string& prepa
   steps.insert(steps.end(), speaking.begin(), speaking.end());
   const Outcome outcome = outcomeOf(folder.runAfter(preparation, steps), audio);
   EXPECT_EQ(outcome.events, usual.events);
-  EXPECT_EQ(outcome.audio, usual.audio);
+  EXPECT_TRUE(outcome.audio == usual.audio);
   EXPECT_EQ(outcome.zombies, usual.zombies);
   EXPECT_TRUE(folder.processesEnd());
 }
@@ -205,7 +205,7 @@ TEST(Host, MaySpeakInTheChildOfAFork) {
   const std::string audio = folder.file("audio");
   const program::Result result = folder.run({"file=" + audio, "speak", "fork-speak", "speak"});
   EXPECT_EQ(linesOf(result.out, "child"), std::vector<std::string>{"child 0"}) << result.err;
-  EXPECT_EQ(program::contentsOf(audio + ".child"), program::contentsOf(audio));
+  EXPECT_TRUE(program::contentsOf(audio + ".child") == program::contentsOf(audio));
   EXPECT_TRUE(folder.processesEnd());
 }
 
@@ -217,7 +217,7 @@ TEST(Host, MayForkAndSpeakInTheChildWhileItSpeaks) {
         folder.run({longText(), "file=" + audio, "begin", "text=One two three. Four five.",
                     "fork-speak", "finish", "speak"});
     EXPECT_EQ(linesOf(result.out, "child"), std::vector<std::string>{"child 0"}) << result.err;
-    EXPECT_EQ(program::contentsOf(audio + ".child"), program::contentsOf(audio));
+    EXPECT_TRUE(program::contentsOf(audio + ".child") == program::contentsOf(audio));
     EXPECT_EQ(linesOf(result.out).back(), "1024 25 0 ");
   }
   EXPECT_TRUE(folder.processesEnd());
