@@ -33,6 +33,7 @@
 #include <vector>
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
@@ -222,6 +223,17 @@ protocol::Frame receive(protocol::FrameReader& reader) {
   }
 }
 
+// Waits for a worker; if the client goes first, exits, and the worker with it.
+int statusOf(pid_t worker) {
+  constexpr int kMilliseconds = 5;
+  int status = 0;
+  while (::waitpid(worker, &status, WNOHANG) == 0) {
+    pollfd socket{0, 0, 0};
+    if (::poll(&socket, 1, kMilliseconds) > 0) ::_exit(0);
+  }
+  return status;
+}
+
 void becomeReady(std::string_view voice) {
   Bytes bytes;
   protocol::Ready ready;
@@ -261,8 +273,7 @@ int main(int count, char** arguments) {
       ::alarm(kLongestLife);
       runWorker(frame.call, speak->text);
     }
-    int status = 0;
-    ::waitpid(worker, &status, 0);
+    const int status = statusOf(worker);
     (void)!::write(3, &status, sizeof(status));
     if (status != 0) return 1;
   }

@@ -61,7 +61,7 @@ void expectSpeaks(const std::vector<std::string>& kind, const std::string& prepa
   steps.insert(steps.end(), speaking.begin(), speaking.end());
   const Outcome outcome = outcomeOf(folder.runAfter(preparation, steps), audio);
   EXPECT_EQ(outcome.events, usual.events);
-  EXPECT_EQ(outcome.audio, usual.audio);
+  EXPECT_TRUE(outcome.audio == usual.audio);
   EXPECT_EQ(outcome.zombies, usual.zombies);
   EXPECT_TRUE(folder.processesEnd());
 }
@@ -205,7 +205,7 @@ TEST(Host, MaySpeakInTheChildOfAFork) {
   const std::string audio = folder.file("audio");
   const program::Result result = folder.run({"file=" + audio, "speak", "fork-speak", "speak"});
   EXPECT_EQ(linesOf(result.out, "child"), std::vector<std::string>{"child 0"}) << result.err;
-  EXPECT_EQ(program::contentsOf(audio + ".child"), program::contentsOf(audio));
+  EXPECT_TRUE(program::contentsOf(audio + ".child") == program::contentsOf(audio));
   EXPECT_TRUE(folder.processesEnd());
 }
 
@@ -217,7 +217,7 @@ TEST(Host, MayForkAndSpeakInTheChildWhileItSpeaks) {
         folder.run({longText(), "file=" + audio, "begin", "text=One two three. Four five.",
                     "fork-speak", "finish", "speak"});
     EXPECT_EQ(linesOf(result.out, "child"), std::vector<std::string>{"child 0"}) << result.err;
-    EXPECT_EQ(program::contentsOf(audio + ".child"), program::contentsOf(audio));
+    EXPECT_TRUE(program::contentsOf(audio + ".child") == program::contentsOf(audio));
     EXPECT_EQ(linesOf(result.out).back(), "1024 25 0 ");
   }
   EXPECT_TRUE(folder.processesEnd());
@@ -255,6 +255,13 @@ TEST(Host, LeavesNoProcessWhenItIsKilledWhileItSpeaks) {
 
 namespace {
 
+// Workers that have no call wait, too. Only root sees the kernel's function that a protected
+// process waits in; for others, the worker may be one that waits for a call.
+bool waitsToSend(pid_t process) {
+  const std::string function = program::contentsOf("/proc/" + std::to_string(process) + "/wchan");
+  return function == "0" || function.find("send") != std::string::npos;
+}
+
 // Stops the host at a moment when a worker has more to send than the socket holds, so that the
 // worker waits for the host. Returns the worker, or 0 if there is no such moment.
 pid_t stopWhileAWorkerWaits(const HostFolder& folder, program::Running& host) {
@@ -269,7 +276,8 @@ pid_t stopWhileAWorkerWaits(const HostFolder& folder, program::Running& host) {
     });
     const std::vector<pid_t> processes = folder.processes();
     for (const pid_t one : processes) {
-      if (std::ranges::find(processes, parentOf(one)) != processes.end()) worker = one;
+      const bool isWorker = std::ranges::find(processes, parentOf(one)) != processes.end();
+      if (isWorker && waitsToSend(one)) worker = one;
     }
     return worker != 0;
   });
@@ -375,7 +383,9 @@ TEST(Host, GivesNothingOfItsOwnToTheSynthesiser) {
   const std::vector<pid_t> processes = folder.processes();
   ASSERT_FALSE(processes.empty());
   for (const pid_t process : processes) {
-    const std::vector<std::string> files = filesOf(process);
+    std::vector<std::string> files = filesOf(process);
+    // A template has a descriptor of its worker.
+    std::erase_if(files, [](const std::string& file) { return file.ends_with(":[pidfd]"); });
     ASSERT_EQ(files.size(), 4u) << testing::PrintToString(files);
     EXPECT_TRUE(files[0].starts_with("0 socket:")) << files[0];
     EXPECT_EQ(files[1], "1 /dev/null");

@@ -149,11 +149,9 @@ void expectAllSpoken(const HostFolder& folder, const std::string& voice, int lon
 TEST(OddText, IsSpokenOrSkippedBySomeVoices) {
   const HostFolder folder;
   const auto voices = offeredVoices();
-  for (const std::string language : {"en-us", "da"}) {
-    ASSERT_TRUE(voices.contains(language));
-    expectAllSpoken(folder, voices.find(language)->second, 4000);
-  }
-  expectAllSpoken(folder, voiceFolder(folder, "my"), 4000);
+  ASSERT_TRUE(voices.contains("da"));
+  expectAllSpoken(folder, voices.find("da")->second, 2000);
+  expectAllSpoken(folder, voiceFolder(folder, "my"), 2000);
 }
 
 TEST(FullOddText, IsSpokenOrSkippedByAllVoices) {
