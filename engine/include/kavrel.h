@@ -201,7 +201,8 @@ KAVREL_API kavrel_voice_struct* kavrel_port_set_voice_from_dir(kavrel_port_struc
 /* A job without an output file is played on a sound device. It holds the device from its first
  * audio to its END. If no device is found, or none of the requested name, or the device is lost
  * during the job, nothing is heard, but the job still runs in real time and sends every event; one
- * diagnostic line reports it. The next job tries the device again.
+ * diagnostic line reports it. The same holds if the device or the sound server stands still for two
+ * seconds. The next job tries the device again.
  *
  * If the environment variable KAVREL_AUDIO is "none", no device is ever used, and no diagnostic
  * line is written. The environment variable KAVREL_AUDIO_DEVICE names the device of ports whose
@@ -213,9 +214,9 @@ typedef void (*kavrel_device_callback_t)(const char* name, const char* descripti
                                          void* user);
 
 /* Calls `callback` on the calling thread, once for every sound device that can be used at this
- * moment. Takes some milliseconds.
- * Results: the number of devices, 0 if there is no sound output; KAVREL_INVALID_POINTER (callback);
- * KAVREL_INTERNAL_ERROR (out of memory).  [any] */
+ * moment. Takes some milliseconds; two seconds if the sound server does not respond.
+ * Results: the number of devices, 0 if there is no sound output or no response;
+ * KAVREL_INVALID_POINTER (callback); KAVREL_INTERNAL_ERROR (out of memory, or no thread).  [any] */
 KAVREL_API int kavrel_audio_devices(kavrel_device_callback_t callback, void* user);
 
 /* ---- Jobs */
