@@ -40,7 +40,7 @@ constexpr milliseconds kFirstPart{30};
 // Limits the memory for the events of one call: the samples' limit in phones of 2 ms.
 constexpr std::size_t kMaxEvents = 600'000;
 // For a worker to exit after its End, which takes less than a millisecond.
-constexpr milliseconds kWorkersEnd{1000};
+constexpr milliseconds kWorkersEnd{200};
 // The starter exits before the process is ready, so this is long.
 constexpr milliseconds kStarterLimit{1000};
 
