@@ -18,7 +18,8 @@ inline constexpr int kWorkerNoCall = 3;  // the client closed the socket, was id
 // CPU time of a worker. No honest call takes half a second; this ends an endless loop.
 inline constexpr unsigned kCallSeconds = 5;
 
-// `parent` is the template that forked this process. Returns the exit status.
+// `parent` is the template that forked this process. Returns the exit status of a worker that has
+// not spoken; one that has spoken exits in here.
 int runWorker(const Sandbox& sandbox, pid_t parent);
 
 }  // namespace kavrel

@@ -119,7 +119,8 @@ bool isLetter(wchar_t c) {
   return isAsciiLetter(c) || c >= 0xC0;
 }
 
-// True for the hyphen of "'-er" and of "bog,(-en)". `before` is the item's text up to it.
+// True for the hyphen of "'-er" and of "bog,(-en)", and the third one of "---og". `before` is the
+// item's text up to it.
 //
 // Rationale: espeak-ng 1.51 crashes on another sign, a hyphen and a letter at the start of a clause
 // if the language has a rule for the letter that looks at what precedes the word (Danish,
@@ -132,7 +133,10 @@ bool isCrashingHyphen(std::wstring_view before, std::wstring_view rest) {
       L"'\x2019\x00B4\x2032()[]{}<>\"\x201C\x201D\x201E\x00AB\x00BB";
   constexpr std::wstring_view kEnds = L".,:;!?\x2026";
   if (rest.size() < 2 || rest[0] != L'-' || !isLetter(rest[1])) return false;
-  if (before.empty() || kSigns.find(before.back()) == std::wstring_view::npos) return false;
+  if (before.empty()) return false;
+  // Each two hyphens are a dash.
+  if (before.find_first_not_of(L'-') == std::wstring_view::npos) return before.size() % 2 == 0;
+  if (kSigns.find(before.back()) == std::wstring_view::npos) return false;
   const std::size_t last = before.find_last_not_of(kSigns);
   if (last != std::wstring_view::npos) {
     if (kEnds.find(before[last]) != std::wstring_view::npos) return true;

@@ -186,8 +186,11 @@ TEST(SynthPlan, LeavesOutAHyphenAfterASignAtTheStartOfAClause) {
   EXPECT_EQ(text(L"bog,(-en)"), L"bog,(en) ");
   EXPECT_EQ(text(L"bog!\"-en\""), L"bog!\"en\" ");
   EXPECT_EQ(text(L":[{-\xE5]"), L":[{\xE5] ");
-  for (const std::wstring same : {L"'-1", L"'--a", L"-a", L"a-b", L"rock-'n'-roll", L"5'-a", L"'-",
-                                  L"(-a)", L"bog(-en)", L"5,(-1)", L"x.(-", L"x.(a-b)"}) {
+  EXPECT_EQ(text(L"---og"), L"--og ");
+  EXPECT_EQ(text(L"-----og"), L"----og ");
+  for (const std::wstring same :
+       {L"----a", L"x---a", L"---1", L"'-1", L"'--a", L"-a", L"a-b", L"rock-'n'-roll", L"5'-a",
+        L"'-", L"(-a)", L"bog(-en)", L"5,(-1)", L"x.(-", L"x.(a-b)"}) {
     EXPECT_EQ(text(same), same + L' ');
   }
   const Style spelled = style([](Style& s) { s.spellOut = true; });
