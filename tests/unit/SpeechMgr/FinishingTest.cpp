@@ -227,6 +227,78 @@ TEST_F(Finishing, AJobWithoutAnEndIsFinishedByAStopAndTheChannelSpeaksAgain) {
   EXPECT_EQ(client().count("done"), 6);
 }
 
+// ---- One speech-done per job
+
+TEST_F(Finishing, AStopOfAChannelPausedWhileClosingGivesNoSecondSpeechDone) {
+  for (const bool continued : {false, true}) {
+    Client& own = newClient();
+    const SpeechChannelIdentifier id = open(own);
+    ASSERT_EQ(speak(id, "Hello"), noErr);
+    speech_channel* const channel = find_channel(id);
+    mutex_lock(&channel->mtx);
+    ASSERT_EQ(SEStopSpeechAt(id, kImmediate), noErr);
+    EXPECT_EQ(SEPauseSpeechAt(id, kImmediate), -1);
+    if (continued) {
+      EXPECT_EQ(SEContinueSpeech(id), -1);
+    }
+    EXPECT_EQ(SEStopSpeechAt(id, kImmediate), noErr);
+    EXPECT_EQ(channel->status, STATUS_CLOSING);
+    mutex_unlock(&channel->mtx);
+    ASSERT_TRUE(own.waitForDone());
+    settle();
+    EXPECT_EQ(own.count("done"), 1);
+    EXPECT_EQ(status(id), STATUS_IDLE);
+  }
+}
+
+TEST_F(Finishing, ACloseOfAChannelPausedWhileClosingGivesNoSecondSpeechDone) {
+  const SpeechChannelIdentifier id = open();
+  ASSERT_EQ(speak(id, "Hello"), noErr);
+  speech_channel* const channel = find_channel(id);
+  mutex_lock(&channel->mtx);
+  ASSERT_EQ(SEStopSpeechAt(id, kImmediate), noErr);
+  EXPECT_EQ(SEPauseSpeechAt(id, kImmediate), -1);
+  mutex_unlock(&channel->mtx);
+  EXPECT_EQ(close(id), noErr);
+  settle();
+  EXPECT_EQ(client().count("done"), 1);
+}
+
+TEST_F(Finishing, AStopOfAChannelPausedWhileIdleGivesOneSpeechDone) {
+  const SpeechChannelIdentifier id = open();
+  EXPECT_EQ(SEPauseSpeechAt(id, kImmediate), -1);
+  EXPECT_EQ(SEStopSpeechAt(id, kImmediate), noErr);
+  ASSERT_TRUE(client().waitForDone());
+  settle();
+  EXPECT_EQ(client().count("done"), 1);
+  EXPECT_EQ(status(id), STATUS_IDLE);
+}
+
+// A pause and a stop inside text-done leave one signal to come when the job begins. A close waits
+// for both signals.
+TEST_F(Finishing, ACloseWaitsForEverySignalThatIsDue) {
+  const SpeechChannelIdentifier id = open();
+  client().onTextDone = [](auto channel, const void** next, unsigned long*, SInt32*) {
+    *next = nullptr;
+    SEPauseSpeechAt(channel, kImmediate);
+    SEStopSpeechAt(channel, kImmediate);
+  };
+  set(id, soTextDoneCallBack, asPointer(Client::textDone));
+  HeldUp first;
+  ASSERT_EQ(speak(id, "Hello"), noErr);
+  ASSERT_TRUE(first.arrived());
+  std::atomic<bool> closed = false;
+  std::thread closer([&] {
+    EXPECT_EQ(close(id), noErr);
+    closed = true;
+  });
+  ASSERT_TRUE(client().waitForDone(1));
+  EXPECT_FALSE(closed);
+  first.release();
+  closer.join();
+  EXPECT_EQ(client().count("done"), 2);
+}
+
 // A finishing thread that runs only after a stop has finished its job.
 class LateFinishing : public Finishing {
  protected:
