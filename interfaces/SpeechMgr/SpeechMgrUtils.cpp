@@ -345,6 +345,6 @@ char* get_c_string(const __CFString* urlpath, unsigned long enc) {
   }
   // Rationale: the size in the message is the next one, which was not tried.
   cst_errmsg("CFStringGetCString still failing at %d\n", static_cast<int>(size));
-  cst_free(buffer);
+  if (buffer != nullptr) cst_free(buffer);
   return nullptr;
 }

@@ -150,6 +150,13 @@ TEST_F(Events, AnUnknownPhoneIsAddedToTheMap) {
   EXPECT_TRUE(gApplePhoneCodes.contains("qq"));
 }
 
+TEST_F(Events, OfAPhoneThePositionIsReadBeforeTheName) {
+  openSpeaking("Hello");
+  engine().port(1).phoneme("ae", 3);
+  EXPECT_THAT(engine().calls(), ElementsAre("kavrel_event_get_textpos(event, start, length) = 0",
+                                            "kavrel_event_get_text(\"ae\") = 0"));
+}
+
 TEST_F(Events, APhoneWithoutACallbackStillUpdatesTheStatus) {
   const SpeechChannelIdentifier id = openSpeaking("Hello");
   set(id, soPhonemeCallBack, nullptr);
