@@ -304,6 +304,10 @@ int applePhoneCode(const std::string& phone) {
   return gApplePhoneCodes[phone];
 }
 
+std::string PreprocessText(unsigned char* text) {
+  return PreprocessText(text, nullptr);
+}
+
 std::string PreprocessText(unsigned char* text, PositionMap* positions) {
   const std::string_view given(reinterpret_cast<const char*>(text));
   if (std::optional<std::string> prepared = prepare(given, positions)) {
