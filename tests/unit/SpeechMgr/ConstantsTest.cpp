@@ -67,6 +67,7 @@ TEST(Constants, EngineResultsAreNegative) {
 
 TEST(Constants, EngineParametersHaveTheirKeys) {
   EXPECT_STREQ(KAVREL_KEY_CACHE_POLICY, "voice/cache-policy");
+  EXPECT_STREQ(KAVREL_KEY_AUDIO_DEVICE, "audio/device");
   EXPECT_STREQ(KAVREL_KEY_OUTPUT_FILE, "audio/output-file");
   EXPECT_STREQ(KAVREL_KEY_OUTPUT_FORMAT, "audio/output-format");
   EXPECT_STREQ(KAVREL_KEY_EVENTS_IMMEDIATE, "events/immediate");
