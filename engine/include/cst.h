@@ -121,9 +121,10 @@ KAVREL_API void cst_dbg_timestamp(void);
 KAVREL_API void cst_dbg_ffl(const char* file, const char* function, int line);
 /* Stores the area of the message, one of the bits above.  [any] */
 KAVREL_API void cst_dbg_context(unsigned int area);
-/* Writes one line: the stored parts, then the message, formatted as by printf. Adds a line feed if
- * the message does not end with one. A null format is ignored; when out of memory, a long message
- * is truncated. Does not change errno.  [any] */
+/* Writes the stored parts, then the message, formatted as by printf. No line feed is added: a
+ * message without one is a line that the caller's next output to standard error completes. A null
+ * format is ignored; when out of memory, a long message is truncated and ends with a line feed.
+ * Does not change errno.  [any] */
 KAVREL_API void cst_errmsg(const char* format, ...)
 #if defined(__GNUC__)
     __attribute__((format(printf, 1, 2)))

@@ -18,7 +18,7 @@ enum AppleSynthesisErrorType {
 
 class AppleSynthesisError {
  public:
-  explicit AppleSynthesisError(AppleSynthesisErrorType type) : lastSetError(type) {}
+  AppleSynthesisError(AppleSynthesisErrorType type) : lastSetError(type) {}
   virtual ~AppleSynthesisError() = default;
   AppleSynthesisError(const AppleSynthesisError&) = default;
   AppleSynthesisError& operator=(const AppleSynthesisError&) = default;

@@ -21,6 +21,15 @@
     DIAG_LINE(kDiagChannels, 3, "SpeechChannel", function, __VA_ARGS__); \
   } while (false)
 
+// Frees memory of the cst allocator, unless `memory` is null, and sets `memory` to null. An engine
+// need not allow cst_free of null.
+template <typename T>
+void free_and_null(T*& memory) {
+  if (memory == nullptr) return;
+  cst_free(memory);
+  memory = nullptr;
+}
+
 // Adds a reference to `channel`. Returns false if the record does not exist or has been freed.
 bool retain_channel(speech_channel* channel);
 

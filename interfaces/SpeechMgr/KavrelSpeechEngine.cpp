@@ -11,6 +11,7 @@
 #include <memory>
 #include <new>
 #include <string>
+#include <utility>
 
 #include <pthread.h>
 
@@ -175,12 +176,24 @@ std::string boundedText(const char* text, long length) {
   return std::string(text, strnlen(text, static_cast<std::size_t>(length)));
 }
 
-// The channel's text as a buffer that grows by doubling, so that many pieces are appended in linear
-// time.
-class GrowingText {
+// Returns `text`; throws std::bad_alloc if it is null, as the cst allocator reports that.
+char* owned_text(char* text) {
+  if (text == nullptr) throw std::bad_alloc();
+  return text;
+}
+
+// The text of one speak while it is gathered. It is not on the channel yet, since a stop or a close
+// inside the text-done callback frees the channel's text. Grows by doubling, so that many pieces
+// are appended in linear time.
+class GatheredText {
  public:
-  explicit GrowingText(char*& text)
-      : m_text(text), m_length(std::strlen(text)), m_room(m_length + 1) {}
+  GatheredText(const char* text, long length)
+      : m_text(owned_text(cst_substr(text, 0, text != nullptr ? length : 0))),
+        m_length(std::strlen(m_text)),
+        m_room(m_length + 1) {}
+  ~GatheredText() { free_and_null(m_text); }
+  GatheredText(const GatheredText&) = delete;
+  GatheredText& operator=(const GatheredText&) = delete;
 
   void append(const char* more) {
     const std::size_t added = std::strlen(more);
@@ -188,6 +201,9 @@ class GrowingText {
     std::memcpy(m_text + m_length, more, added + 1);
     m_length += added;
   }
+
+  // Returns the text; the caller frees it with cst_free.
+  char* release() { return std::exchange(m_text, nullptr); }
 
  private:
   void makeRoom(std::size_t room) {
@@ -197,7 +213,7 @@ class GrowingText {
     m_room = room;
   }
 
-  char*& m_text;
+  char* m_text;
   std::size_t m_length;
   std::size_t m_room;
 };
@@ -217,11 +233,11 @@ class GatheringScope {
 
 // Appends the texts that the client's text-done callback supplies, until it supplies none.
 // Rationale: a text ends at its NUL; the length that the client stores is ignored.
-void gather_more_text(speech_channel* channel, long controlFlags) REQUIRES(channel->lock) {
+void gather_more_text(speech_channel* channel, GatheredText& text, long controlFlags)
+    REQUIRES(channel->lock) {
   const SpeechTextDoneProcPtr text_done = load_shared(channel->cb_text_done);
   if (text_done == nullptr) return;
   const GatheringScope scope(channel->gathering);
-  GrowingText text(channel->text);
   const void* next = nullptr;
   auto flags = static_cast<SInt32>(controlFlags);
   while (true) {
@@ -231,12 +247,6 @@ void gather_more_text(speech_channel* channel, long controlFlags) REQUIRES(chann
     if (next == nullptr) return;
     text.append(static_cast<const char*>(next));
   }
-}
-
-// Returns `text`; throws std::bad_alloc if it is null, as the cst allocator reports that.
-char* owned_text(char* text) {
-  if (text == nullptr) throw std::bad_alloc();
-  return text;
 }
 
 // Replaces the channel's text, as the caller wrote it, by the text for the engine, and makes its
@@ -249,8 +259,7 @@ void convert_text(speech_channel* channel, AppleMarkupConverter& amc) REQUIRES(c
   amc = AppleMarkupConverter(
       PreprocessText(reinterpret_cast<unsigned char*>(channel->text), exact ? &prepared : nullptr),
       AppleMarkupConverter::SSML, channel->environment);
-  cst_free(channel->text);
-  channel->text = nullptr;
+  free_and_null(channel->text);
   channel->text = owned_text(cst_strdup(amc.convertedText().c_str()));
   ENGINE_LINE(2, "SESpeakBuffer", "Converted: \"%s\"\n", channel->text);
 
@@ -277,13 +286,14 @@ long speak_text(speech_channel* channel, AppleMarkupConverter& amc, const char* 
                 long controlFlags) REQUIRES(channel->lock) {
   if (channel->status != STATUS_IDLE || channel->gathering) return synthNotReady;
   try {
-    channel->text = owned_text(cst_substr(text, 0, text != nullptr ? length : 0));
-    gather_more_text(channel, controlFlags);
+    GatheredText gathered(text, length);
+    gather_more_text(channel, gathered, controlFlags);
     // The callback may have closed the channel.
     if (is_closing(channel)) {
       discard_text(channel);
       return noSynthFound;
     }
+    channel->text = gathered.release();
     convert_text(channel, amc);
   } catch (const AppleSynthesisError&) {
     discard_text(channel);
@@ -391,8 +401,7 @@ void set_delimiters(SpeechMgrEnv& environment, const DelimiterInfo& delimiters) 
 // Copies the path of `url`; null ends the output to a file. If the copy fails, `outfile` keeps the
 // buffer that was allocated.
 long set_output_file(speech_channel* channel, CFURLRef url) REQUIRES(channel->lock) {
-  cst_free(channel->outfile);
-  channel->outfile = nullptr;
+  free_and_null(channel->outfile);
   if (url == nullptr) return noErr;
   channel->outfile = static_cast<char*>(cst_safe_alloc(kPathSize));
   if (channel->outfile == nullptr) return paramErr;

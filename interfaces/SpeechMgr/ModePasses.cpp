@@ -8,6 +8,19 @@
 #include "AppleMarkupConverter.h"
 #include "Numbers.h"
 
+namespace {
+
+// Whether every entry of the list starts before `position`. Looks at the last entry first, which
+// decides for nearly every list.
+bool allStartBefore(const TokenList& tokens, int position) {
+  for (int i = tokens.size() - 1; i >= 0; --i) {
+    if (tokens.startAt(i) >= position) return false;
+  }
+  return true;
+}
+
+}  // namespace
+
 void AppleMarkupConverter::convertCharTags(TokenList& tokens) {
   convertBinaryCommands(tokens, AppleMarkupToken::CHAR_SPELLOUT_TAG,
                         AppleMarkupToken::CHAR_NORMAL_TAG, "<say-as type='spell-out'>",
@@ -113,11 +126,15 @@ void AppleMarkupConverter::ignoreContextTags(TokenList& tokens,
     const int end = next == 0 ? static_cast<int>(tokens.base().size()) : tokens.startAt(next);
     const int start = tokens.endAt(i);
 
-    // After the entries that start no later. If all of them do, the list finds the index itself.
+    // After the entries that start no later. If all of them do, the list finds the index itself,
+    // except at its end: there the comment is appended, with the index one past the size.
     const int limit = next == 0 ? tokens.size() : next;
     int index = i;
     while (index < limit && tokens.startAt(index) <= start) ++index;
-    const int at = tokens.insertIgnoredText(index < limit ? index : 0, start, end - start);
+    if (index == limit) {
+      index = next == 0 && allStartBefore(tokens, start) ? tokens.size() + 1 : 0;
+    }
+    const int at = tokens.insertIgnoredText(index, start, end - start);
     // In a list that is out of order the comment can be inserted before its command, which must not
     // be converted again.
     if (at <= i) ++i;

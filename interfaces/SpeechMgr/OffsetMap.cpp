@@ -123,8 +123,10 @@ class TouchingGroups {
 }  // namespace
 
 void OffsetMap::PrefixMaximum::add(const Offset& record) {
-  pos[record.type] = std::max(pos[record.type], record.pos);
-  any[record.type] = true;
+  const auto type = static_cast<std::size_t>(record.type);
+  if (type >= kTypes) return;
+  pos[type] = std::max(pos[type], record.pos);
+  any[type] = true;
 }
 
 // ---- Recording
@@ -171,9 +173,11 @@ void OffsetMap::insert(unsigned int pos, int amount, TokenType type, bool insert
 std::ptrdiff_t OffsetMap::findSlot(const Offset& record) const {
   const Offset& first = m_offsets.front();
   if (first.type == record.type && first.pos == record.pos) return 0;
+  const auto type = static_cast<std::size_t>(record.type);
+  if (type >= kTypes) return slotFrom(1, record);
 
   const auto isBefore = [&](const PrefixMaximum& maximum) {
-    return !maximum.any[record.type] || maximum.pos[record.type] < record.pos;
+    return !maximum.any[type] || maximum.pos[type] < record.pos;
   };
   if (isBefore(m_blockMaxima.back())) return -1;
   // Records mostly come in order, so the last block is tried before the binary search over blocks.
@@ -182,12 +186,18 @@ std::ptrdiff_t OffsetMap::findSlot(const Offset& record) const {
     block = std::partition_point(m_blockMaxima.begin(), m_blockMaxima.end(), isBefore);
   }
   // The maximum of this block reaches the record's position, so the scan ends within the block.
-  std::size_t index = static_cast<std::size_t>(block - m_blockMaxima.begin()) * kBlock;
-  for (index = std::max<std::size_t>(index, 1);; ++index) {
+  const std::size_t index = static_cast<std::size_t>(block - m_blockMaxima.begin()) * kBlock;
+  return slotFrom(std::max<std::size_t>(index, 1), record);
+}
+
+// As findSlot, among the records from `index` on.
+std::ptrdiff_t OffsetMap::slotFrom(std::size_t index, const Offset& record) const {
+  for (; index < m_offsets.size(); ++index) {
     const Offset& later = m_offsets[index];
     if (later.type != record.type || later.pos < record.pos) continue;
     return static_cast<std::ptrdiff_t>(later.pos == record.pos ? index : index - 1);
   }
+  return -1;
 }
 
 // Inserts the record and updates the prefix maxima of the blocks from its own on.

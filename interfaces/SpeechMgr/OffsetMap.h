@@ -17,6 +17,7 @@
 // as a change. Query a map once before another thread gets it: the first query builds the lists.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -25,7 +26,7 @@ class OffsetMap {
  public:
   // ---- The given interface: its names and signatures are fixed
 
-  enum TokenType : std::uint8_t {
+  enum TokenType {
     APPLE_TOKEN = 0,  // command text, removed
     SSML_TOKEN = 1,   // markup, inserted
     UNKNOWN_TOKEN = 2
@@ -34,8 +35,8 @@ class OffsetMap {
   struct Offset {
     std::uint32_t pos = 0;    // start of the range; of derived markup ranges, in the converted text
     std::int32_t amount = 0;  // its length
-    bool insertedCode = false;  // text that the converter added and the caller never wrote
-    TokenType type = APPLE_TOKEN;
+    bool insertedCode = false;         // text that the converter added and the caller never wrote
+    TokenType type : 8 = APPLE_TOKEN;  // a bit-field, since a text may have a million records
 
     bool operator==(const Offset&) const = default;
   };
@@ -78,11 +79,12 @@ class OffsetMap {
  private:
   // Prefix maximum at the end of a block of kBlock records: for each type, the greatest position
   // among the records from index 1 to the end of the block. The record at index 0 follows rules of
-  // its own (see findSlot).
+  // its own (see findSlot). Records of a type outside TokenType's values are not entered.
   static constexpr std::size_t kBlock = 32;
+  static constexpr std::size_t kTypes = UNKNOWN_TOKEN + 1;
   struct PrefixMaximum {
-    std::uint32_t pos[3] = {0, 0, 0};
-    bool any[3] = {false, false, false};
+    std::array<std::uint32_t, kTypes> pos{};
+    std::array<bool, kTypes> any{};
 
     void add(const Offset& record);
   };
@@ -101,6 +103,7 @@ class OffsetMap {
   };
 
   std::ptrdiff_t findSlot(const Offset& record) const;
+  std::ptrdiff_t slotFrom(std::size_t index, const Offset& record) const;
   void insertAt(std::size_t index, const Offset& record);
   void buildAppleRanges();
   std::vector<Offset> plainGaps() const;

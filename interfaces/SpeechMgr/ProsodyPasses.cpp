@@ -54,7 +54,10 @@ void AppleMarkupConverter::convertProsodyTags(TokenList& tokens,
   const std::string suffix = units + "'>";
   const TokenList::MarkupId close = tokens.addMarkup("</prosody>");
   double value = startVal;
-  for (int i = 0; i < tokens.size();) {
+  // Rationale: a region whose opening tag lands after the next command, which a token with a
+  // changed size can cause, is the last one of the pass.
+  bool stop = false;
+  for (int i = 0; i < tokens.size() && !stop;) {
     if (!appleTokenMatches(tokens, i, tagType)) {
       ++i;
       continue;
@@ -64,7 +67,10 @@ void AppleMarkupConverter::convertProsodyTags(TokenList& tokens,
     openTag.append(numberText(convertUnits(value))).append(suffix);
     const TokenList::MarkupId open = tokens.addMarkup(std::move(openTag));
     do {
+      const int begun = i;
       if (!wrapUpToNextCommand(tokens, i, open, close)) return;
+      // The next command has kept its index; the closing tag has then moved it by one.
+      if (i == begun + 2) stop = true;
     } while (!appleTokenMatches(tokens, i, tagType) &&
              !appleTokenMatches(tokens, i, AppleMarkupToken::RESET_TAG));
     if (appleTokenMatches(tokens, i, AppleMarkupToken::RESET_TAG)) value = 0.0;

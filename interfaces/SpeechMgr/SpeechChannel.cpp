@@ -49,10 +49,10 @@ void init_locks(speech_channel* channel) {
 // The last reference is gone, so no lock is needed, and none could be taken.
 void free_record(speech_channel* channel) NO_THREAD_SAFETY_ANALYSIS {
   check_no_leaf_lock();
-  cst_free(channel->outfile);
-  cst_free(channel->voice);
-  cst_free(channel->voxdir);
-  cst_free(channel->text);
+  free_and_null(channel->outfile);
+  free_and_null(channel->voice);
+  free_and_null(channel->voxdir);
+  free_and_null(channel->text);
   delete channel->text_offsets;
   delete channel->text_positions;
   mutex_destroy(&channel->mtx);
@@ -88,21 +88,20 @@ bool begin_closing(speech_channel* channel) {
   return true;
 }
 
-// Waits until the signalling thread of a job that is being finished has called the client.
-void wait_for_signal(speech_channel* channel) REQUIRES(channel->lock) {
-  if (channel->status != STATUS_CLOSING) return;
-  // An entry point that called this callback holds the lock, and the signalling thread waits for
-  // it: to wait for that thread here would be a deadlock.
+// Waits until the signalling threads of finished jobs have called the client. A speech-done call
+// that has begun is not waited for: this may be running inside it.
+void wait_for_signals(speech_channel* channel) REQUIRES(channel->lock) {
+  // An entry point that called this callback holds the lock, and the signalling threads wait for
+  // it: to wait for them here would be a deadlock.
   if (channel->lock.is_held_recursively()) return;
-  const unsigned int before = channel->jobs_signalled;
-  while (channel->jobs_signalled == before) wait_for_finished(channel);
+  channel->signals_awaited = channel->signals_due;
+  while (channel->signals_awaited > 0) wait_for_finished(channel);
 }
 
 // Switches the callbacks off. A job that could not be stopped continues to speak, but its client
-// gets no more calls. A job that is still to be signalled (STATUS_CLOSING) has ended, and its
-// speech-done is due.
+// gets no more calls. Does nothing if a job is still to be signalled: its speech-done is due.
 void drop_callbacks(speech_channel* channel) REQUIRES(channel->lock) {
-  if (channel->status == STATUS_CLOSING) return;
+  if (channel->signals_due > 0) return;
   store_shared(channel->cb_text_done, SpeechTextDoneProcPtr{});
   store_shared(channel->cb_speech_done, SpeechDoneProcPtr{});
   store_shared(channel->cb_sync, SpeechSyncProcPtr{});
@@ -213,14 +212,13 @@ void channel_set_voice(speech_channel* channel, VoiceSpec* voice, char* voxdir) 
   channel->lock.assert_held();
   CHANNEL_LINE("channel_set_voice", "Setting Voice for Channel ID: %d to %s.\n", channel->id,
                voxdir != nullptr ? voxdir : "(null)");
-  cst_free(channel->voice);
-  channel->voice = nullptr;
+  free_and_null(channel->voice);
   if (voice != nullptr) {
     channel->voice = static_cast<VoiceSpec*>(cst_safe_alloc(sizeof(VoiceSpec)));
     if (channel->voice != nullptr)
       outside(MakeVoiceSpec)(voice->creator, voice->id, channel->voice);
   }
-  cst_free(channel->voxdir);
+  free_and_null(channel->voxdir);
   channel->voxdir = voxdir;
   channel->voice_changed = 1;
 }
@@ -233,12 +231,10 @@ void delete_channel(speech_channel* channel) {
   {
     ChannelLock held(channel);
     channel_stop(channel, -1);
-    wait_for_signal(channel);
+    wait_for_signals(channel);
     drop_callbacks(channel);
-    cst_free(channel->voxdir);
-    channel->voxdir = nullptr;
-    cst_free(channel->voice);
-    channel->voice = nullptr;
+    free_and_null(channel->voxdir);
+    free_and_null(channel->voice);
   }
   // Rationale: the port stays open. Ports and the engine live until the process ends.
   {

@@ -56,7 +56,7 @@ struct speech_channel {
   kavrel_port_struct* port GUARDED_BY(lock) = nullptr;  // null until the first job
   kavrel_background_t job GUARDED_BY(lock) = nullptr;   // null between jobs
   pthread_mutex_t mtx;                                  // recursive
-  pthread_cond_t speech_finished;                       // with mtx: jobs_signalled has changed
+  pthread_cond_t speech_finished;                       // with mtx: a speech-done has returned
   channel_status_t status GUARDED_BY(lock) = STATUS_IDLE;
   // Path of the file that jobs are written to, or null; cst allocator.
   char* outfile GUARDED_BY(lock) = nullptr;
@@ -89,7 +89,10 @@ struct speech_channel {
   bool gathering GUARDED_BY(lock) = false;         // the text-done callback is being called
   // True origins of the current job's text; null unless caller_positions. Changed as text_offsets.
   PositionMap* text_positions GUARDED_BY(job_state.leaf) = nullptr;
-  unsigned int jobs_signalled GUARDED_BY(lock) = 0;  // speech-done calls that have returned
+  // Number of signalling threads that have not made the channel idle yet.
+  unsigned int signals_due GUARDED_BY(lock) = 0;
+  // Number of signalling threads whose speech-done call a close waits for.
+  unsigned int signals_awaited GUARDED_BY(lock) = 0;
   channel_job_state job_state;
   int holders GUARDED_BY(channel_registry) = 1;       // number of references
   bool closing GUARDED_BY(channel_registry) = false;  // a close has begun
@@ -116,8 +119,8 @@ speech_channel* find_channel(SpeechChannelIdentifier ssr);
 void channel_set_voice(speech_channel* channel, VoiceSpec* voice, char* voxdir)
     REQUIRES(channel->lock);
 
-// Stops the channel, waits until a job that is being finished has been signalled, and removes the
-// channel from the registry. The caller holds a reference. Does nothing if another thread is
+// Stops the channel, waits until every finished job has been signalled, and removes the channel
+// from the registry. The caller holds a reference. Does nothing if another thread is
 // deleting the channel already. Does not wait if the caller holds the lock, inside a callback:
 // speech-done then comes after the lock is released.
 void delete_channel(speech_channel* channel);
@@ -166,9 +169,9 @@ int channel_stop(speech_channel* channel, long where) REQUIRES(channel->lock);
 
 // ---- Worker threads
 
-// Finishes the current job: waits for the engine, frees the text, and starts the signalling thread.
-// Does nothing if there is no job to finish. Takes the lock. The caller holds a reference. Returns
-// null.
+// Finishes the current job: waits for the engine, frees the text, and starts the signalling thread,
+// unless the job has one already. Does nothing if there is no job to finish. Takes the lock. The
+// caller holds a reference. Returns null.
 void* channel_finish_job(void* channel);
 
 // Makes the channel idle, unless the next job has begun, and calls the speech-done callback without

@@ -98,7 +98,8 @@ void report_word(speech_channel* channel, kavrel_event_struct* event) {
 // Position and code are stored even without a callback, for the status query.
 void report_phoneme(speech_channel* channel, kavrel_event_struct* event) {
   int position = 0;
-  outside(kavrel_event_get_textpos)(event, &position, nullptr);
+  int length = 0;  // unused, but an engine need not allow a null address
+  outside(kavrel_event_get_textpos)(event, &position, &length);
   store_shared(channel->curr_pos, position);
   const char* phone = event_text(event);
   const int code = applePhoneCode(phone);

@@ -122,10 +122,22 @@ void* signal_and_release(void* argument) {
   return nullptr;
 }
 
-// Returns true if there was a job to finish; the caller then has its end signalled. STATUS_CLOSING
-// means that the job is finished or being finished, but not signalled yet.
-bool finish_current_job(speech_channel* channel) REQUIRES(channel->lock) {
-  if (channel->status != STATUS_BUSY && channel->status != STATUS_PAUSED) return false;
+// Returns true if the end of the current job is still to be signalled. A channel that was paused
+// while STATUS_CLOSING or idle is finished like a speaking one although no job has begun since the
+// last one; a signal that is due already covers it, so that no job gets two.
+bool claim_signal(speech_channel* channel) REQUIRES(channel->lock) {
+  if (!next_job_has_begun(channel) && channel->signals_due > 0) return false;
+  ++channel->signals_due;
+  return true;
+}
+
+enum class Finished { Nothing, Unsignalled, ToBeSignalled };
+
+// Finishes the channel's job except for its text. STATUS_CLOSING means that the job is finished or
+// being finished, but not signalled yet.
+Finished finish_current_job(speech_channel* channel) REQUIRES(channel->lock) {
+  if (channel->status != STATUS_BUSY && channel->status != STATUS_PAUSED) return Finished::Nothing;
+  const bool signal = claim_signal(channel);
   channel->status = STATUS_CLOSING;
   CHANNEL_LINE("channel_finish_job", "Waiting for Job to Finish on Channel: %d.\n", channel->id);
   note_finished(channel);
@@ -139,7 +151,7 @@ bool finish_current_job(speech_channel* channel) REQUIRES(channel->lock) {
     close_port(channel);
     channel->output_is_file = 0;
   }
-  return true;
+  return signal ? Finished::ToBeSignalled : Finished::Unsignalled;
 }
 
 // Finishes the current job if `is_ours`, called under the lock, returns true.
@@ -149,12 +161,13 @@ void finish_job(speech_channel* channel, IsOurs is_ours) {
   bool signal_here = false;
   {
     ChannelLock held(channel);
-    if (is_ours() && finish_current_job(channel)) {
+    const Finished finished = is_ours() ? finish_current_job(channel) : Finished::Nothing;
+    if (finished == Finished::ToBeSignalled) {
       retain_channel(channel);
       // The thread waits for the lock, so it cannot call the client before the text is freed.
       signal_here = !start_detached_thread(signal_and_release, channel);
-      release_text(channel);
     }
+    if (finished != Finished::Nothing) release_text(channel);
   }
   if (signal_here) signal_and_release(channel);
   CHANNEL_LINE("channel_finish_job", "Job Finished on Channel: %d.\n", channel->id);
@@ -184,8 +197,7 @@ void release_text(speech_channel* channel) {
   channel->job = nullptr;
   store_shared(channel->curr_pos, 0);
   store_shared(channel->curr_phoneme, 0);
-  cst_free(channel->text);
-  channel->text = nullptr;
+  free_and_null(channel->text);
   OffsetMap* offsets = nullptr;
   PositionMap* positions = nullptr;
   {
@@ -301,26 +313,29 @@ void* channel_finish_job(void* channel) {
 }
 
 // The client is called between two sections under the lock, never inside one, so that it may call
-// any entry point. jobs_signalled is counted after the call: a close waits for it.
+// any entry point. A close that began before the first section waits until the call has returned.
 void* channel_signal_speech_done(void* argument) {
   auto* channel = static_cast<speech_channel*>(argument);
   SpeechDoneProcPtr speech_done = nullptr;
   long refcon = 0;
+  bool awaited = false;
   {
     ChannelLock held(channel);
     CHANNEL_LINE("channel_signal_speech_done", "Calling speech done callback on Channel %d\n",
                  channel->id);
     // If the next job has begun, a thread that signals late must not make the channel idle.
     if (!next_job_has_begun(channel)) channel->status = STATUS_IDLE;
+    if (channel->signals_due > 0) --channel->signals_due;
+    awaited = channel->signals_awaited > 0;
     speech_done = load_shared(channel->cb_speech_done);
     refcon = load_shared(channel->refcon);
   }
   if (speech_done != nullptr) {
     call_client([&] { speech_done(client_channel(channel->id), client_refcon(refcon)); });
   }
-  {
+  if (awaited) {
     ChannelLock held(channel);
-    ++channel->jobs_signalled;
+    --channel->signals_awaited;
   }
   pthread_cond_signal(&channel->speech_finished);
   return nullptr;

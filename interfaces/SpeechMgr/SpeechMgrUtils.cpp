@@ -304,6 +304,10 @@ int applePhoneCode(const std::string& phone) {
   return gApplePhoneCodes[phone];
 }
 
+std::string PreprocessText(unsigned char* text) {
+  return PreprocessText(text, nullptr);
+}
+
 std::string PreprocessText(unsigned char* text, PositionMap* positions) {
   const std::string_view given(reinterpret_cast<const char*>(text));
   if (std::optional<std::string> prepared = prepare(given, positions)) {
@@ -345,6 +349,6 @@ char* get_c_string(const __CFString* urlpath, unsigned long enc) {
   }
   // Rationale: the size in the message is the next one, which was not tried.
   cst_errmsg("CFStringGetCString still failing at %d\n", static_cast<int>(size));
-  cst_free(buffer);
+  if (buffer != nullptr) cst_free(buffer);
   return nullptr;
 }

@@ -62,9 +62,11 @@ int applePhoneCode(const std::string& phone);
 
 // Returns the prepared copy of a NUL-terminated text: "<", ">", "&" and the Apple logo are escaped,
 // "OS X" is spelt "OS 10", and Mac OS Roman is converted to ISO 8859-15. The maps must be built.
-// `positions`, unless null, receives the origin of each byte of the result.
 // Rationale: if the encoding conversion fails, the copy is the text as given, not even escaped.
-std::string PreprocessText(unsigned char* text, PositionMap* positions = nullptr);
+std::string PreprocessText(unsigned char* text);
+
+// The same; `positions`, unless null, receives the origin of each byte of the result.
+std::string PreprocessText(unsigned char* text, PositionMap* positions);
 
 // ---- Paths
 

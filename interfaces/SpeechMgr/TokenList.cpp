@@ -141,8 +141,7 @@ std::uint32_t TokenList::addExternalToken(const SpeechMarkupToken& token) {
 
 // Rebuilds the token: entries hold positions only, so the command is parsed again.
 SpeechMarkupToken TokenList::getTokenAt(unsigned int index) const {
-  checkIndex(index);
-  const TokenEntry& at = m_entries[index];
+  const TokenEntry& at = m_entries[getVectorIterator(index)];
   SpeechMarkupToken token;
   token.setStartPos(static_cast<unsigned int>(at.start));
   if (at.isCommand()) {
@@ -171,18 +170,17 @@ SpeechMarkupToken TokenList::getTokenAt(unsigned int index) const {
 }
 
 void TokenList::replaceTokenAt(unsigned int index, SpeechMarkupToken token) {
-  checkIndex(index);
   removeTokenAt(index);
   m_entries.insert(index, {token.getStartPos(), addExternalToken(token)});
   updateOrder(index);
 }
 
 void TokenList::removeTokenAt(unsigned int index) {
-  checkIndex(index);
+  const std::size_t at = getVectorIterator(index);
   if (!m_startCounts.empty()) {
-    addToCount(m_startCounts, treeIndex(m_entries[index].start), ~0u);
+    addToCount(m_startCounts, treeIndex(m_entries[at].start), ~0u);
   }
-  m_entries.erase(index);
+  m_entries.erase(at);
 }
 
 void TokenList::insertTokenAt(unsigned int index, SpeechMarkupToken token) {
@@ -222,13 +220,11 @@ std::int64_t TokenList::insertEntry(std::int64_t index, const TokenEntry& added)
   if (index == appended) {
     index = size();
   } else {
-    if (index != 0) {
-      checkIndex(index - 1);
-      if (added.start < m_entries[static_cast<std::size_t>(index - 1)].start) {
-        throw AppleSynthesisError(INDEX_OUT_OF_RANGE);
-      }
+    const auto at = static_cast<unsigned int>(index);
+    if (at != 0 && added.start < m_entries[getVectorIterator(at - 1)].start) {
+      throw AppleSynthesisError(INDEX_OUT_OF_RANGE);
     }
-    checkIndex(index);
+    getVectorIterator(at);
   }
   m_entries.insert(static_cast<std::size_t>(index), added);
   updateOrder(static_cast<std::size_t>(index));

@@ -157,12 +157,15 @@ class TokenList {
     std::uint32_t length;
   };
 
-  void checkIndex(std::int64_t index) const {
-    if (index < 0 || index >= size()) throw AppleSynthesisError(INDEX_OUT_OF_RANGE);
+  // Returns the position of entry `index` in m_entries. Throws AppleSynthesisError
+  // (INDEX_OUT_OF_RANGE) if there is no such entry.
+  std::size_t getVectorIterator(unsigned int index) const {
+    if (index >= m_entries.size()) throw AppleSynthesisError(INDEX_OUT_OF_RANGE);
+    return index;
   }
+  // A negative index is greater than the size as an unsigned number.
   const TokenEntry& entry(int index) const {
-    checkIndex(index);
-    return m_entries[static_cast<std::size_t>(index)];
+    return m_entries[getVectorIterator(static_cast<unsigned int>(index))];
   }
   std::int32_t markupOf(const TokenEntry& at) const {
     return at.isCommand() ? m_commands[at.command()].markup : static_cast<std::int32_t>(at.what);
@@ -190,6 +193,7 @@ class TokenList {
   SourceRange rangeOfMarkup(std::int32_t id) const;
   const char* dataOf(const SourceRange& range) const;
 
+  // With m_commands and m_markups, these stand for the vector of SpeechMarkupToken, m_tokens.
   GapBuffer<TokenEntry> m_entries;
   std::string m_base;
   OffsetMap m_inheritedOffsets;

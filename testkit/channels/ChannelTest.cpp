@@ -270,6 +270,7 @@ std::string ChannelTest::converted(const std::string& text) {
 OSErr GetVoiceDescription(const VoiceSpec* voice, VoiceDescription* info, long infoLength) {
   channels::Voices& voices = channels::voices();
   voices.asked.emplace_back(voice ? voice->id : 0, infoLength);
+  if (voices.onAsked) voices.onAsked();
   if (!info) return noErr;
   const auto found = voices.genders.find(voice ? voice->id : 0);
   info->gender = found == voices.genders.end() ? SInt16{kNeuter} : found->second;

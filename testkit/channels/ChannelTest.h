@@ -83,6 +83,7 @@ Client& newClient();
 struct Voices {
   std::map<OSType, SInt16> genders;            // by VoiceSpec::id
   std::vector<std::pair<OSType, long>> asked;  // calls: id (0: null voice), size of the record
+  std::function<void()> onAsked;               // runs in every call
 };
 Voices& voices();
 

@@ -234,7 +234,9 @@ inline std::vector<ConversionExample> noLaterCommandExamples() {
       fails("PhonesWithoutAnEndFail", "[[inpt PHON]]AE [[ see", Failure::BadPhoneSequence),
       fails("AnOpenRateHasNoPositionForItsTag", "x [[rate 5", Failure::IndexOutOfRange),
       fails("AnOpenSilenceHasNoPositionForItsBreak", "x [[slnc 5", Failure::IndexOutOfRange),
-      fails("AnOpenSkippedContextLandsAfterTheText", "a [[ctxt WSKP ", Failure::OutOfRange),
+      {"ASkippingCommandThatIsNeverClosedTakesTheRest", "a [[ctxt WSKP ", "a "},
+      {"ASkippingCommandThatIsTheWholeTextLeavesNothing", "[[ctxt WSKP ", ""},
+      {"ASkippingTextCommandThatIsTheWholeTextLeavesNothing", "[[ctxt TSKP ", ""},
       // The end of the emphasis is first in the list, so the token of the skipped context is not
       // inserted after its command.
       fails("ASkippedContextIsHandledOnce", "ab[[emph +]]cd[[ctxt TSKP]]", Failure::OutOfRange),

@@ -59,6 +59,8 @@ WordEnd endOfFirstWordAfter(const TokenList& tokens, int index) {
   return WordEnd{length, k};
 }
 
+}  // namespace
+
 void convertEmphasisTags(TokenList& tokens) {
   int i = 0;
   while (i < tokens.size()) {
@@ -77,6 +79,8 @@ void convertEmphasisTags(TokenList& tokens) {
     i = word.command == i ? i + 2 : word.command;
   }
 }
+
+namespace {
 
 // A region ends at every command and is opened again after it, until the off command or a reset.
 void convertBinaryCommands(TokenList& tokens, Kind on, Kind off, const std::string& openTag,
@@ -175,6 +179,8 @@ void convertProsodyTags(TokenList& tokens, Kind kind, const std::string& attribu
   }
 }
 
+}  // namespace
+
 // Extends a tune command over the text and markup up to the next command, if that command ends it.
 void ignoreTunePhonesTags(TokenList& tokens) {
   for (int i = 0; i < tokens.size(); i = i + 1) {
@@ -196,10 +202,14 @@ void ignoreTunePhonesTags(TokenList& tokens) {
   }
 }
 
+namespace {
+
 bool endsSkippedContext(Kind kind, Kind context) {
   return kind == context || kind == Kind::TextSkip || kind == Kind::WordSkip ||
          kind == Kind::NormalContext || kind == Kind::Reset;
 }
+
+}  // namespace
 
 // Inserts a token without replacement that covers the skipped text.
 void ignoreContextTags(TokenList& tokens, Kind context) {
@@ -226,6 +236,14 @@ void ignoreContextTags(TokenList& tokens, Kind context) {
     for (int j = i; j <= beyond - 1 && slot == 0; ++j) {
       if (tokens.at(j).start > ignored.start) slot = j;
     }
+    // The list cannot move a token to its end. If all tokens start earlier, append it.
+    if (slot == 0 && toTheEnd) {
+      bool allEarlier = true;
+      for (int j = 0; j < tokens.size(); ++j) {
+        if (tokens.at(j).start >= ignored.start) allEarlier = false;
+      }
+      if (allEarlier) slot = tokens.size() + 1;
+    }
     const int handled = tokens.at(i).number;
     tokens.insert(slot, ignored);
     // In an unordered list the new token can be inserted before the command. Skip the command then:
@@ -233,8 +251,6 @@ void ignoreContextTags(TokenList& tokens, Kind context) {
     if (tokens.at(i).number != handled) i = i + 1;
   }
 }
-
-}  // namespace
 
 std::string numberText(double value) {
   std::ostringstream out;
@@ -266,21 +282,52 @@ void insertAfter(TokenList& tokens, int index, const std::string& ssml) {
   tokens.insert(index + 1, ssmlToken(ssml, tokens.at(index).start + tokens.at(index).size));
 }
 
+void convertCharTags(TokenList& tokens) {
+  convertBinaryCommands(tokens, Kind::CharSpellout, Kind::CharNormal, "<say-as type='spell-out'>",
+                        "</say-as>");
+}
+
+void convertNmbrTags(TokenList& tokens) {
+  convertBinaryCommands(tokens, Kind::NumberSpellout, Kind::NumberNormal,
+                        "<say-as interpret-as='digits'>", "</say-as>");
+}
+
+void convertSilenceTags(TokenList& tokens) {
+  convertEvents(tokens, Kind::Silence, silenceMarkup);
+}
+
+void convertSyncTags(TokenList& tokens) {
+  convertEvents(tokens, Kind::Sync, syncMarkup);
+}
+
+void convertVolumeTags(TokenList& tokens) {
+  convertProsodyTags(tokens, Kind::Volume, "volume", "", volumeUnits, 1.0);
+}
+
+void convertRateTags(TokenList& tokens) {
+  convertProsodyTags(tokens, Kind::Rate, "rate", "", rateUnits, 180.0);
+}
+
+void convertPitchBaseTags(TokenList& tokens, long pitchBase) {
+  convertProsodyTags(tokens, Kind::Pitch, "pitch", "Hz", midiToHz, static_cast<double>(pitchBase));
+}
+
+void convertPitchRangeTags(TokenList& tokens, long pitchRange) {
+  convertProsodyTags(tokens, Kind::PitchRange, "range", "Hz", midiToHz,
+                     static_cast<double>(pitchRange));
+}
+
 // The order is fixed: it decides how elements nest.
 void runPasses(TokenList& tokens, const Settings& settings) {
   convertEmphasisTags(tokens);
-  convertBinaryCommands(tokens, Kind::CharSpellout, Kind::CharNormal, "<say-as type='spell-out'>",
-                        "</say-as>");
-  convertBinaryCommands(tokens, Kind::NumberSpellout, Kind::NumberNormal,
-                        "<say-as interpret-as='digits'>", "</say-as>");
-  convertEvents(tokens, Kind::Silence, silenceMarkup);
-  convertEvents(tokens, Kind::Sync, syncMarkup);
-  convertProsodyTags(tokens, Kind::Volume, "volume", "", volumeUnits, 1.0);
-  convertProsodyTags(tokens, Kind::Rate, "rate", "", rateUnits, 180.0);
-  convertProsodyTags(tokens, Kind::Pitch, "pitch", "Hz", midiToHz,
-                     static_cast<double>(settings.pitchBase));
-  convertProsodyTags(tokens, Kind::PitchRange, "range", "Hz", midiToHz,
-                     static_cast<double>(settings.pitchRange));
+  convertCharTags(tokens);
+  convertNmbrTags(tokens);
+  convertSilenceTags(tokens);
+  convertSyncTags(tokens);
+  convertVolumeTags(tokens);
+  convertRateTags(tokens);
+  convertPitchBaseTags(tokens, settings.pitchBase);
+  convertPitchRangeTags(tokens, settings.pitchRange);
   ignoreTunePhonesTags(tokens);
   ignoreContextTags(tokens, Kind::WordContext);
   ignoreContextTags(tokens, Kind::TextContext);

@@ -21,7 +21,18 @@ double readNumber(const std::string& text);
 // Runs all passes in their fixed order.
 void runPasses(TokenList& tokens, const Settings& settings);
 
-// The last pass.
+// The passes one by one, in their order. An argument `kind` names the commands of the pass.
+void convertEmphasisTags(TokenList& tokens);
+void convertCharTags(TokenList& tokens);
+void convertNmbrTags(TokenList& tokens);
+void convertSilenceTags(TokenList& tokens);
+void convertSyncTags(TokenList& tokens);
+void convertVolumeTags(TokenList& tokens);
+void convertRateTags(TokenList& tokens);
+void convertPitchBaseTags(TokenList& tokens, long pitchBase);
+void convertPitchRangeTags(TokenList& tokens, long pitchRange);
+void ignoreTunePhonesTags(TokenList& tokens);
+void ignoreContextTags(TokenList& tokens, Kind context);
 void convertPhoneTags(TokenList& tokens);
 
 // nextCommand() returns this if no command follows; index 0 never follows another one.

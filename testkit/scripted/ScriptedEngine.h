@@ -18,8 +18,9 @@
 //     callback. Events of a stop and of scripts with When::OnEngineThread run on the port's own
 //     thread, one at a time.
 //  4. The engine misbehaves on request: Port plays events in every state of the job and the port.
-//     Misuse by callers (an unknown handle, a port used after its close, memory released twice) is
-//     recorded in violations(), and the call returns a failure.
+//     Misuse by callers (an unknown handle, a port used after its close, memory released twice,
+//     null where an engine need not allow it) is recorded in violations(), and the call returns a
+//     failure.
 //
 // Threads: every function may be called on any thread; no lock of the engine is held while it calls
 // a callback or an action of the test. Returned references and pointers stay valid until the

@@ -453,7 +453,13 @@ kavrel_result_t kavrel_event_get_textpos(kavrel_event_struct* event, int* start,
                         (start ? ", start" : ", null") + (length ? ", length)" : ", null)"));
   if (!call.usual()) return call.finish(KAVREL_SUCCESS);
   if (!event) return call.finish(KAVREL_INVALID_POINTER);
-  if (start) *start = event->event.start;
-  if (length) *length = event->event.length;
+  if (!start || !length) {
+    State& state = State::get();
+    const Lock held(state.m_lock);
+    state.violation("kavrel_event_get_textpos without an address for its results");
+  }
+  if (!start || !length) return call.finish(KAVREL_INVALID_POINTER);
+  *start = event->event.start;
+  *length = event->event.length;
   return call.finish(KAVREL_SUCCESS);
 }

@@ -86,7 +86,12 @@ void* cst_safe_realloc(void* memory, size_t size) {
 
 void cst_free(void* memory) {
   const InEngine scope;
-  if (!memory) return;
+  if (!memory) {
+    State& state = State::get();
+    const Lock held(state.m_lock);
+    state.violation("cst_free of null");
+    return;
+  }
   State::get().beginService(Op::Free, [] { return std::string("cst_free(block)"); });
   if (!isLive(memory, "cst_free")) return;
   Header* const header = headerOf(memory);

@@ -2,7 +2,7 @@
 //
 // Diagnostic lines. Each thread stores the parts of its next line in fixed thread-local buffers.
 // Only a message that is too long for the stack buffer allocates, so that diagnostics also work
-// when memory is short. Safe on any thread; a line is one write() call.
+// when memory is short. Safe on any thread; a message with its parts is one write() call.
 #include <array>
 #include <cerrno>
 #include <cstdarg>
@@ -55,12 +55,6 @@ void writeAll(const char* bytes, size_t count) {
   }
 }
 
-// Writes a line of `length` bytes. Adds the line feed if missing; `buffer` must have room for it.
-void finishLine(char* buffer, size_t length) {
-  if (length == 0 || buffer[length - 1] != '\n') buffer[length++] = '\n';
-  writeAll(buffer, length);
-}
-
 }  // namespace
 
 void cst_dbg_timestamp(void) {
@@ -101,8 +95,7 @@ void cst_errmsg(const char* format, ...) {
   va_list again;
   va_start(arguments, format);
   va_copy(again, arguments);
-  // One byte is reserved for a missing line feed.
-  const size_t room = shortLine.size() - 1 - prefix;
+  const size_t room = shortLine.size() - prefix;
   const int formatted = std::vsnprintf(shortLine.data() + prefix, room, format, arguments);
   va_end(arguments);
   const auto message = static_cast<size_t>(formatted > 0 ? formatted : 0);
@@ -110,14 +103,15 @@ void cst_errmsg(const char* format, ...) {
   // The line goes out in one write, so it is formatted again on the heap if the stack is too small,
   // and truncated if there is no memory.
   if (message < room) {
-    finishLine(shortLine.data(), prefix + message);
-  } else if (auto* longLine = static_cast<char*>(cst_safe_alloc(prefix + message + 2))) {
+    writeAll(shortLine.data(), prefix + message);
+  } else if (auto* longLine = static_cast<char*>(cst_safe_alloc(prefix + message + 1))) {
     std::memcpy(longLine, shortLine.data(), prefix);
     std::vsnprintf(longLine + prefix, message + 1, format, again);
-    finishLine(longLine, prefix + message);
+    writeAll(longLine, prefix + message);
     cst_free(longLine);
   } else {
-    finishLine(shortLine.data(), prefix + room - 1);
+    shortLine.back() = '\n';
+    writeAll(shortLine.data(), shortLine.size());
   }
   va_end(again);
   errno = savedErrno;

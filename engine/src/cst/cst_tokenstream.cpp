@@ -118,7 +118,7 @@ int ts_eof(cst_tokenstream* stream) {
 
 void ts_close(cst_tokenstream* stream) {
   if (stream == nullptr) return;
-  cst_free(stream->word);
+  if (stream->word != nullptr) cst_free(stream->word);
   stream->~cst_tokenstream();
   cst_free(stream);
 }

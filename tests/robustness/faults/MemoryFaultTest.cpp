@@ -282,6 +282,28 @@ TEST_P(MemoryFaults, AtAnyRequestLetAChannelBeClosedWhileItSpeaks) {
       });
 }
 
+// An identifier whose channel could not be opened is stored and not used again.
+TEST_P(MemoryFaults, AtOpeningUseTheIdentifierUp) {
+  SpeechChannelIdentifier last = 0;
+  ASSERT_EQ(SEOpenSpeechChannel(&last), noErr);
+  ASSERT_EQ(SECloseSpeechChannel(last), noErr);
+  SpeechChannelIdentifier id = 0;
+  long result = noErr;
+  int failed = 0;
+  sweep(
+      [&] {
+        id = 0;
+        result = exposed([&] { return SEOpenSpeechChannel(&id); });
+      },
+      [&] {
+        EXPECT_EQ(id, ++last);
+        expectResult(result, {noErr, synthOpenFailed}, "SEOpenSpeechChannel");
+        if (result == synthOpenFailed) ++failed;
+        EXPECT_EQ(SECloseSpeechChannel(id), result == noErr ? long{noErr} : long{noSynthFound});
+      });
+  EXPECT_GT(failed, 0);
+}
+
 std::string testName(const testing::TestParamInfo<Times>& info) {
   return info.param == Times::Once ? "once" : "forGood";
 }

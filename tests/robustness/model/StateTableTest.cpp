@@ -13,8 +13,8 @@
 #include <memory>
 #include <random>
 
-#include "StateModel.h"
 #include "channels/ChannelTest.h"
+#include "state_model/StateModel.h"
 
 namespace model {
 namespace {
@@ -144,11 +144,11 @@ class AgainstTheModel : public ChannelTest {
   }
 
   bool closeIt(Subject& subject) {
-    subject.model.letThreadsRun();
+    const bool allowed = subject.model.close();
     const long result = SECloseSpeechChannel(subject.id);
-    if (!quiet() || result != noErr) return check(subject, false, "close", result);
+    if (!allowed || !quiet() || result != noErr) return check(subject, false, "close", result);
     const int signalled = subject.signalled;
-    return check(subject, subject.model.closed(signalled), "closed, signalled", signalled);
+    return check(subject, subject.model.settled(signalled), "closed, signalled", signalled);
   }
 
   // Records the step and the model's state after it; if not allowed, collects the history.

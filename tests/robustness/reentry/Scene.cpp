@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Scene.h"
 
-#include <CoreFoundation/CoreFoundation.h>
-
+#include "Calls.h"
 #include "channels/ChannelTest.h"
 
 namespace reentry {
@@ -15,35 +14,13 @@ using scripted::engine;
 using scripted::Script;
 using scripted::When;
 
-constexpr SpeechChannelIdentifier kUnknown = 1'000'000;
-
 Scene& sceneOf(SRefCon refCon) {
   return *static_cast<Scene*>(refCon);
-}
-
-SpeechChannelIdentifier identifier(SpeechChannel channel) {
-  return static_cast<SpeechChannelIdentifier>(reinterpret_cast<std::intptr_t>(channel));
 }
 
 // The expected result of a call for a channel.
 long resultOf(bool channelIsOpen) {
   return channelIsOpen ? long{noErr} : long{noSynthFound};
-}
-
-long speak(SpeechChannelIdentifier id) {
-  std::string text = "Hello";
-  return SESpeakBuffer(id, text.data(), static_cast<long>(text.size()), 0);
-}
-
-long useVoice(SpeechChannelIdentifier id) {
-  const CFURLRef folder = CFURLCreateFromFileSystemRepresentation(
-      nullptr, reinterpret_cast<const UInt8*>("/tmp"), 4, true);
-  const CFBundleRef bundle = CFBundleCreate(nullptr, folder);
-  VoiceSpec voice{channels::code("BRVD"), 1};
-  const long result = SEUseVoice(id, &voice, bundle);
-  CFRelease(bundle);
-  CFRelease(folder);
-  return result;
 }
 
 }  // namespace
@@ -86,41 +63,9 @@ void Scene::word(SpeechChannel /*channel*/, SRefCon refCon, unsigned long /*posi
 // Only the first callback of the kind makes the call: later ones would find another state.
 void Scene::reached(Callback callback) {
   if (callback != m_row.callback || m_called.exchange(true)) return;
-  m_result = callEntryPoint(target());
-  m_returned = true;
-}
-
-long Scene::callEntryPoint(SpeechChannelIdentifier id) {
   SpeechStatusInfo status{};
-  Fixed rate = Long2Fix(200);
-  switch (m_row.entry) {
-    case EntryPoint::Open:
-      m_opened = id;
-      return SEOpenSpeechChannel(&m_opened);
-    case EntryPoint::Close:
-      return SECloseSpeechChannel(id);
-    case EntryPoint::Status:
-      return SESpeechStatus(id, &status);
-    case EntryPoint::Stop:
-      return SEStopSpeechAt(id, kImmediate);
-    case EntryPoint::Pause:
-      return SEPauseSpeechAt(id, kImmediate);
-    case EntryPoint::Continue:
-      return SEContinueSpeech(id);
-    case EntryPoint::TextToPhonemes:
-      return SETextToPhonemes(id, nullptr, 0, nullptr, nullptr);
-    case EntryPoint::UseDictionary:
-      return SEUseDictionary(id, nullptr, 0);
-    case EntryPoint::Speak:
-      return speak(id);
-    case EntryPoint::GetInfo:
-      return SEGetSpeechInfo(id, soRate, &rate);
-    case EntryPoint::SetInfo:
-      return SESetSpeechInfo(id, soRate, &rate);
-    case EntryPoint::UseVoice:
-      return useVoice(id);
-  }
-  return kNever;
+  m_result = callEntryPoint(m_row.entry, target(), m_opened, status);
+  m_returned = true;
 }
 
 // ---- The test
@@ -204,7 +149,7 @@ SpeechChannelIdentifier Scene::target() const {
     case Target::Closed:
       return m_closed;
     case Target::Unknown:
-      return kUnknown;
+      return kUnknownChannel;
   }
   return 0;
 }

@@ -34,7 +34,6 @@ class Scene {
   void openChannels();
   // Called by every callback; the first one of the cell's kind makes the call.
   void reached(Callback callback);
-  long callEntryPoint(SpeechChannelIdentifier id);
   void speakAgain();
   void closeChannels();
   // Waits up to ten seconds until all threads of the plug-in and the engine have exited; returns

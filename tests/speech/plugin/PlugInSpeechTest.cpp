@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The plug-in through its entry points, with the real engine.
+#include <algorithm>
 #include <cctype>
 #include <future>
 #include <sstream>
@@ -330,6 +331,19 @@ TEST_F(Speech, IsRejectedForAFileThatCannotBeWrittenAndWorksAfterwards) {
   speaker.writeTo(folder / "out.aiff");
   ASSERT_EQ(speaker.speak("hello"), noErr);
   EXPECT_TRUE(speaker.waitForDone());
+}
+
+TEST_F(Speech, TheDiagnosticLineAboutAVoiceIsCompletedByTheBundle) {
+  Speaker speaker;
+  testing::internal::CaptureStderr();
+  cst_diag_mask = CST_DIAG_CHANNELS;
+  cst_diag_level = 2;
+  speaker.useVoice("Quill");
+  cst_diag_mask = 0;
+  cst_diag_level = 0;
+  const std::string written = testing::internal::GetCapturedStderr();
+  EXPECT_THAT(written, testing::ContainsRegex("voice bundle info: [^\n]+\n$"));
+  EXPECT_EQ(std::count(written.begin(), written.end(), '\n'), 1) << written;
 }
 
 TEST_F(Speech, IsRejectedWithAMissingVoice) {

@@ -41,6 +41,18 @@ class Lines : public ChannelTest {
     return texts;
   }
 
+  // Runs `action` and returns the last line that it writes before the last call of `op`.
+  static std::string lineBefore(Op op, const std::function<void()>& action) {
+    std::string line;
+    engine().during(op, [&] {
+      const std::vector<std::string> messages = engine().messages();
+      line = messages.empty() ? "(none)" : messages.back();
+    });
+    linesOf(action);
+    engine().during(op, nullptr);
+    return line;
+  }
+
   static std::string with(const char* format, SpeechChannelIdentifier id) {
     std::string text = format;
     const std::size_t at = text.find("%d");
@@ -165,6 +177,25 @@ TEST_F(Lines, OfABufferThatCannotBeSpoken) {
             with("Opening Kavrel Port for Channel ID: %d.\n", id));
 }
 
+TEST_F(Lines, OfAnErrorPrecedesTheClosingOfThePort) {
+  const SpeechChannelIdentifier id = open();
+  engine().fail(Op::Speak, 1);
+  EXPECT_EQ(lineBefore(Op::PortClose, [&] { speak(id, "Hello"); }),
+            with("ERROR Generating Speech on Channel: %d.  Closing Kavrel Port.\n", id));
+}
+
+TEST_F(Lines, OfOpeningFollowTheParameterSet) {
+  SpeechChannelIdentifier id = 0;
+  const std::string line = lineBefore(Op::ParamsNew, [&] { id = openBare(); });
+  EXPECT_EQ(line, with("Open Channel ID: %d\n", id));
+}
+
+TEST_F(Lines, OfSpeakingFollowTheParameterSet) {
+  const SpeechChannelIdentifier id = open();
+  EXPECT_EQ(lineBefore(Op::ParamsNew, [&] { speak(id, "Hello"); }),
+            with("Wait Requested for Channel: %d.\n", id));
+}
+
 TEST_F(Lines, OfABufferThatIsRefused) {
   const SpeechChannelIdentifier id = open();
   ASSERT_EQ(speak(id, "Hello"), noErr);
@@ -208,6 +239,14 @@ TEST_F(Lines, OfEvents) {
                        id),
                   with("Calling phoneme callback on Channel %d for phoneme ae\n", id),
                   "Calling sync callback number 7 on Channel " + std::to_string(id) + "\n"));
+}
+
+TEST_F(Lines, OfABookmarkAreWrittenWithoutACallbackToo) {
+  const SpeechChannelIdentifier id = openBare();
+  ASSERT_EQ(speak(id, "Hello"), noErr);
+  EXPECT_THAT(
+      linesOf([&] { engine().port(1).bookmark("7x"); }),
+      ElementsAre("Calling sync callback number 7 on Channel " + std::to_string(id) + "\n"));
 }
 
 TEST_F(Lines, OfEventsWithoutCallbacks) {

@@ -150,6 +150,13 @@ TEST_F(Events, AnUnknownPhoneIsAddedToTheMap) {
   EXPECT_TRUE(gApplePhoneCodes.contains("qq"));
 }
 
+TEST_F(Events, OfAPhoneThePositionIsReadBeforeTheName) {
+  openSpeaking("Hello");
+  engine().port(1).phoneme("ae", 3);
+  EXPECT_THAT(engine().calls(), ElementsAre("kavrel_event_get_textpos(event, start, length) = 0",
+                                            "kavrel_event_get_text(\"ae\") = 0"));
+}
+
 TEST_F(Events, APhoneWithoutACallbackStillUpdatesTheStatus) {
   const SpeechChannelIdentifier id = openSpeaking("Hello");
   set(id, soPhonemeCallBack, nullptr);
@@ -203,7 +210,8 @@ TEST_F(Events, AnAppleSyncMarkIsReportedAsItsNumber) {
   const std::string text = engine().port(1).text();
   const std::size_t name = text.find("<mark name='") + 12;
   engine().port(1).bookmark(text.substr(name, text.find('\'', name) - name));
-  EXPECT_THAT(client().texts().back(), testing::StartsWith("sync "));
+  // The command's number is in the upper half.
+  EXPECT_EQ(client().texts().back(), "sync " + std::to_string(42 << 16));
 }
 
 // ---- Other events

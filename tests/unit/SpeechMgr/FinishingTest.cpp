@@ -41,8 +41,11 @@ TEST_F(Finishing, TheChannelIsIdleWhenSpeechDoneRuns) {
   bool lockWasFree = false;
   client().onDone = [&](auto channel) {
     seen = status(channel);
-    lockWasFree = pthread_mutex_trylock(&find_channel(channel)->mtx) == 0;
-    if (lockWasFree) pthread_mutex_unlock(&find_channel(channel)->mtx);
+    // On another thread: the one that holds a recursive lock can always lock it again.
+    std::thread([&, record = find_channel(channel)] {
+      lockWasFree = pthread_mutex_trylock(&record->mtx) == 0;
+      if (lockWasFree) pthread_mutex_unlock(&record->mtx);
+    }).join();
   };
   ASSERT_EQ(speak(id, "Hello"), noErr);
   engine().port(1).end();
@@ -114,6 +117,53 @@ TEST_F(Finishing, AFailedWaitDoesNotKeepTheJobFromFinishing) {
   ASSERT_EQ(speak(id, "Hello"), noErr);
   engine().setResult(Op::Wait, KAVREL_INTERNAL_ERROR);
   engine().port(1).end();
+  EXPECT_TRUE(client().waitForDone());
+}
+
+// ---- The order of finishing
+
+TEST_F(Finishing, AFileJobIsWaitedForBeforeItsPortIsClosed) {
+  const SpeechChannelIdentifier id = open();
+  setFile(id, "/tmp/out.aiff");
+  ASSERT_EQ(speak(id, "Hello"), noErr);
+  engine().forgetCalls();
+  engine().port(1).end();
+  ASSERT_TRUE(client().waitForDone());
+  EXPECT_THAT(engine().calls(),
+              ElementsAre("kavrel_port_wait(port 1, job 1) = 0", "kavrel_port_close(port 1) = 0"));
+}
+
+TEST_F(Finishing, TheTextIsKeptUntilTheEngineHasEnded) {
+  const SpeechChannelIdentifier id = open();
+  ASSERT_EQ(speak(id, "Hello"), noErr);
+  speech_channel* const channel = find_channel(id);
+  std::string text;
+  bool hasOffsets = false;
+  kavrel_background_t job = nullptr;
+  // On this thread, which holds the lock.
+  engine().during(Op::Wait, [&] {
+    text = channel->text != nullptr ? channel->text : "(none)";
+    hasOffsets = channel->text_offsets != nullptr;
+    job = channel->job;
+  });
+  ASSERT_EQ(SEStopSpeechAt(id, kImmediate), noErr);
+  engine().during(Op::Wait, nullptr);
+  EXPECT_EQ(text, converted("Hello"));
+  EXPECT_TRUE(hasOffsets);
+  EXPECT_NE(job, nullptr);
+}
+
+// The signalling thread waits for the lock, so it exists for as long as the text is being freed.
+TEST_F(Finishing, TheSignallingThreadStartsBeforeTheTextIsFreed) {
+  const SpeechChannelIdentifier id = open();
+  ASSERT_EQ(speak(id, "Hello"), noErr);
+  engine().onStop(OnStop::EndsSilently);  // no finishing thread
+  const int before = threadCount();
+  int whenFreed = 0;
+  engine().during(Op::Free, [&] { whenFreed = threadCount(); });
+  ASSERT_EQ(SEStopSpeechAt(id, kImmediate), noErr);
+  engine().during(Op::Free, nullptr);
+  EXPECT_EQ(whenFreed, before + 1);
   EXPECT_TRUE(client().waitForDone());
 }
 
@@ -225,6 +275,78 @@ TEST_F(Finishing, AJobWithoutAnEndIsFinishedByAStopAndTheChannelSpeaksAgain) {
   ASSERT_TRUE(client().waitForDone(6));
   settle();
   EXPECT_EQ(client().count("done"), 6);
+}
+
+// ---- One speech-done per job
+
+TEST_F(Finishing, AStopOfAChannelPausedWhileClosingGivesNoSecondSpeechDone) {
+  for (const bool continued : {false, true}) {
+    Client& own = newClient();
+    const SpeechChannelIdentifier id = open(own);
+    ASSERT_EQ(speak(id, "Hello"), noErr);
+    speech_channel* const channel = find_channel(id);
+    mutex_lock(&channel->mtx);
+    ASSERT_EQ(SEStopSpeechAt(id, kImmediate), noErr);
+    EXPECT_EQ(SEPauseSpeechAt(id, kImmediate), -1);
+    if (continued) {
+      EXPECT_EQ(SEContinueSpeech(id), -1);
+    }
+    EXPECT_EQ(SEStopSpeechAt(id, kImmediate), noErr);
+    EXPECT_EQ(channel->status, STATUS_CLOSING);
+    mutex_unlock(&channel->mtx);
+    ASSERT_TRUE(own.waitForDone());
+    settle();
+    EXPECT_EQ(own.count("done"), 1);
+    EXPECT_EQ(status(id), STATUS_IDLE);
+  }
+}
+
+TEST_F(Finishing, ACloseOfAChannelPausedWhileClosingGivesNoSecondSpeechDone) {
+  const SpeechChannelIdentifier id = open();
+  ASSERT_EQ(speak(id, "Hello"), noErr);
+  speech_channel* const channel = find_channel(id);
+  mutex_lock(&channel->mtx);
+  ASSERT_EQ(SEStopSpeechAt(id, kImmediate), noErr);
+  EXPECT_EQ(SEPauseSpeechAt(id, kImmediate), -1);
+  mutex_unlock(&channel->mtx);
+  EXPECT_EQ(close(id), noErr);
+  settle();
+  EXPECT_EQ(client().count("done"), 1);
+}
+
+TEST_F(Finishing, AStopOfAChannelPausedWhileIdleGivesOneSpeechDone) {
+  const SpeechChannelIdentifier id = open();
+  EXPECT_EQ(SEPauseSpeechAt(id, kImmediate), -1);
+  EXPECT_EQ(SEStopSpeechAt(id, kImmediate), noErr);
+  ASSERT_TRUE(client().waitForDone());
+  settle();
+  EXPECT_EQ(client().count("done"), 1);
+  EXPECT_EQ(status(id), STATUS_IDLE);
+}
+
+// A pause and a stop inside text-done leave one signal to come when the job begins. A close waits
+// for both signals.
+TEST_F(Finishing, ACloseWaitsForEverySignalThatIsDue) {
+  const SpeechChannelIdentifier id = open();
+  client().onTextDone = [](auto channel, const void** next, unsigned long*, SInt32*) {
+    *next = nullptr;
+    SEPauseSpeechAt(channel, kImmediate);
+    SEStopSpeechAt(channel, kImmediate);
+  };
+  set(id, soTextDoneCallBack, asPointer(Client::textDone));
+  HeldUp first;
+  ASSERT_EQ(speak(id, "Hello"), noErr);
+  ASSERT_TRUE(first.arrived());
+  std::atomic<bool> closed = false;
+  std::thread closer([&] {
+    EXPECT_EQ(close(id), noErr);
+    closed = true;
+  });
+  ASSERT_TRUE(client().waitForDone(1));
+  EXPECT_FALSE(closed);
+  first.release();
+  closer.join();
+  EXPECT_EQ(client().count("done"), 2);
 }
 
 // A finishing thread that runs only after a stop has finished its job.

@@ -222,14 +222,20 @@ TEST_F(Jobs, AVoiceWithoutAFolderKeepsTheJobFromStarting) {
 
 // The layer below the entry point leaves the state of the channel to its caller.
 TEST_F(Jobs, AFailedStartLeavesStatusAndTextToTheCaller) {
-  const SpeechChannelIdentifier id = open();
-  speech_channel* const channel = find_channel(id);
-  const ChannelLock held(channel);
-  channel->text = cst_strdup("Hello");
-  engine().fail(Op::PortOpen, 1);
-  EXPECT_EQ(channel_speak(channel), -1);
-  EXPECT_EQ(channel->status, STATUS_BUSY);
-  EXPECT_STREQ(channel->text, "Hello");
+  for (const Op op : {Op::PortOpen, Op::SetVoice, Op::Speak}) {
+    SCOPED_TRACE(static_cast<int>(op));
+    const SpeechChannelIdentifier id = open();
+    setVoice(id, "/voices/Ava");
+    speech_channel* const channel = find_channel(id);
+    const ChannelLock held(channel);
+    channel->text = cst_strdup("Hello");
+    engine().fail(op, 1);
+    EXPECT_EQ(channel_speak(channel), -1);
+    EXPECT_EQ(channel->status, STATUS_BUSY);
+    EXPECT_STREQ(channel->text, "Hello");
+    EXPECT_EQ(channel->port, nullptr);
+    EXPECT_EQ(channel->voice_changed, op == Op::Speak ? 0 : 1);
+  }
 }
 
 TEST_F(Jobs, AFailedWaitBeforeTheJobDoesNotKeepItFromStarting) {

@@ -14,6 +14,7 @@
 #include "AppleSynthesisError.h"
 #include "Numbers.h"
 #include "PositionMap.h"
+#include "SpeechMgrUtils.h"
 #include "TokenList.h"
 
 namespace {
@@ -115,6 +116,9 @@ TEST(AppleMarkupToken, PrintsALabelForEveryKind) {
       {"[[volm]]", "volume-tag"},
       {"[[xtnd]]", "extension-tag (ignored)"},
       {"[[ctxt WORD]]", "undefined tag (ignored)"},
+      {"[[ctxt WSKP]]", "undefined tag (ignored)"},
+      {"[[ctxt TEXT]]", "undefined tag (ignored)"},
+      {"[[ctxt TSKP]]", "undefined tag (ignored)"},
       {"[[ctxt NORM]]", "undefined tag (ignored)"},
       {"[[frob]]", "unknown tag (ignored)"}};
   for (const auto& [command, label] : labels) {
@@ -267,11 +271,27 @@ TEST(TokenList, IsResetByEveryText) {
   EXPECT_EQ(list.getBaseString(), "x[[c]]");
 }
 
-TEST(TokenList, KeepsItsTextWhenItIsCleared) {
-  TokenList list = listOf("x[[c]]");
+TEST(TokenList, KeepsItsTextAndEarlierRecordsWhenItIsCleared) {
+  OffsetMap earlier;
+  earlier.insert(0, 40, OffsetMap::APPLE_TOKEN, true);
+  TokenList list;
+  list.create("x[[c]]", earlier);
   list.clear();
   EXPECT_EQ(list.size(), 0);
+  EXPECT_EQ(list.getBaseString(), "x[[c]]");
   EXPECT_EQ(list.getConvertedString(), "x[[c]]");
+  EXPECT_EQ(list.getOffsets().records(), earlier.records());
+}
+
+TEST(TokenList, RemovesOneEntry) {
+  TokenList list = listOf("a[[b]]c[[d]]e[[f]]");
+  list.removeTokenAt(1);
+  EXPECT_THAT(rangesOf(list), ElementsAre(Range{1, 5}, Range{13, 5}));
+  EXPECT_EQ(list.getConvertedString(), "ac[[d]]e");
+  list.removeTokenAt(1);
+  list.removeTokenAt(0);
+  EXPECT_EQ(list.size(), 0);
+  EXPECT_EQ(list.getConvertedString(), "a[[b]]c[[d]]e[[f]]");
 }
 
 TEST(TokenList, RejectsAnIndexThatIsNotAnEntrys) {
@@ -367,6 +387,30 @@ TEST(OffsetMap, MapsEveryPositionToItselfWhenItIsEmpty) {
   }
 }
 
+// 3 is not a value of the enumeration, but its type can hold it.
+TEST(OffsetMap, KeepsRecordsOfUnknownTypes) {
+  for (const int number : {2, 3}) {
+    const auto type = static_cast<OffsetMap::TokenType>(number);
+    OffsetMap map;
+    map.insert(5, 1, OffsetMap::APPLE_TOKEN, false);
+    map.insert(8, 2, type, false);
+    map.insert(30, 10, OffsetMap::APPLE_TOKEN, true);
+    // At the position of a record of its type, it is inserted before that record.
+    map.insert(8, 3, type, false);
+    // Before a later record of its type: one index earlier.
+    map.insert(6, 4, type, false);
+    std::vector<int> amounts;
+    for (const OffsetMap::Offset& record : map.records()) amounts.push_back(record.amount);
+    EXPECT_THAT(amounts, ElementsAre(4, 1, 3, 2, 10)) << number;
+    EXPECT_EQ(map.offset(3), 0u);
+    for (int i = 0; i < 100; ++i) {
+      map.insert(static_cast<unsigned int>(100 + i), 1, type, false);
+    }
+    EXPECT_EQ(map.records().size(), 105u);
+    EXPECT_EQ(map.appleRangeList().size(), 2u);
+  }
+}
+
 TEST(OffsetMap, ReturnsTheSameInAnyOrderOfQueries) {
   OffsetMap map;
   for (unsigned int i = 0; i < 50; ++i) {
@@ -410,6 +454,99 @@ TEST(Converter, ConvertsOnceAndReturnsNewCopiesOfItsMap) {
   const std::unique_ptr<OffsetMap> second(converter.getOffsets());
   EXPECT_NE(first.get(), second.get());
   EXPECT_EQ(first->records(), second->records());
+}
+
+TEST(Converter, IsEmptyPlainTextWithoutSettingsByDefault) {
+  AppleMarkupConverter converter;
+  EXPECT_EQ(converter.getOutputFormat(), AppleMarkupConverter::PLAINTEXT);
+  // No settings and no text: the only record is that of the reset, at 0.
+  const std::unique_ptr<OffsetMap> offsets(converter.getOffsets());
+  EXPECT_THAT(offsets->records(),
+              ElementsAre(OffsetMap::Offset{0, 10, true, OffsetMap::APPLE_TOKEN}));
+  EXPECT_EQ(converter.getConvertedText(), "");
+  // The settings are those of a new channel.
+  EXPECT_EQ(AppleMarkupConverter().defaultsInitStr(), "[[volm -0]]");
+}
+
+// convert() always converts. The second conversion begins with the records of the first.
+TEST(Converter, ConvertsAgainOnRequest) {
+  AppleMarkupConverter converter("a[[rate 200]]b", AppleMarkupConverter::PLAINTEXT);
+  converter.convert();
+  EXPECT_EQ(converter.getConvertedText(), "ab");
+  const std::unique_ptr<OffsetMap> once(converter.getOffsets());
+  EXPECT_THAT(once->records(),
+              ElementsAre(OffsetMap::Offset{1, 12, false, OffsetMap::APPLE_TOKEN},
+                          OffsetMap::Offset{14, 10, true, OffsetMap::APPLE_TOKEN}));
+  converter.convert();
+  EXPECT_EQ(converter.getConvertedText(), "ab");
+  const std::unique_ptr<OffsetMap> twice(converter.getOffsets());
+  EXPECT_THAT(twice->records(),
+              ElementsAre(OffsetMap::Offset{1, 12, false, OffsetMap::APPLE_TOKEN},
+                          OffsetMap::Offset{1, 12, false, OffsetMap::APPLE_TOKEN},
+                          OffsetMap::Offset{14, 10, true, OffsetMap::APPLE_TOKEN}));
+}
+
+std::string prefixOf(double volume, double wpm, long pitchBase = 0, int pitchAssumedBase = 0) {
+  SpeechMgrEnv settings;
+  settings.volume = volume;
+  settings.wpm = wpm;
+  settings.pitchBase = pitchBase;
+  settings.pitchAssumedBase = pitchAssumedBase;
+  return AppleMarkupConverter("", AppleMarkupConverter::SSML, settings).defaultsInitStr();
+}
+
+TEST(Converter, WritesTheSettingsAsCommands) {
+  EXPECT_EQ(prefixOf(100, 180), "[[volm -0]]");
+  EXPECT_EQ(prefixOf(50, 200), "[[volm -0.5]][[rate +20]]");
+  EXPECT_EQ(prefixOf(100, 179.5), "[[volm -0]][[rate -0.5]]");
+  EXPECT_EQ(prefixOf(1, 180), "[[volm -0.99]]");
+  EXPECT_EQ(prefixOf(100, 180, 44, 43), "[[volm -0]][[pbas +0.0025]]");
+  EXPECT_EQ(prefixOf(100, 180, 143, 43), "[[volm -0]][[pbas +0.0025]]");
+  EXPECT_EQ(prefixOf(100, 180, 42, 43), "[[volm -0]][[pbas -0.0025]]");
+  SpeechMgrEnv modes;
+  modes.speakPhones = modes.spellOut = modes.sayDigits = true;
+  EXPECT_EQ(AppleMarkupConverter("", AppleMarkupConverter::SSML, modes).defaultsInitStr(),
+            "[[inpt PHON]][[char LTRL]][[nmbr LTRL]][[volm -0]]");
+}
+
+TEST(Converter, MapsPositionsAfterTuneDataToTheCallersText) {
+  AppleMarkupConverter converter("a [[inpt TUNE]]x{D 120}[[inpt TEXT]]bcd",
+                                 AppleMarkupConverter::SSML);
+  EXPECT_EQ(converter.getConvertedText(), "a bcd");
+  const std::unique_ptr<OffsetMap> offsets(converter.getOffsets());
+  EXPECT_EQ(3 - offsets->offset(3), 37u);  // "c"
+  EXPECT_EQ(4 - offsets->offset(4), 38u);  // "d"
+}
+
+// Adds a symbol to the phone table for the lifetime of the object.
+class AddedPhone {
+ public:
+  AddedPhone(const std::string& symbol, const BrevoldPhone& phone) : m_symbol(symbol) {
+    BuildPhoneTranslationTables();
+    gBrevoldPhones[symbol] = phone;
+  }
+  ~AddedPhone() { gBrevoldPhones.erase(m_symbol); }
+  AddedPhone(const AddedPhone&) = delete;
+  AddedPhone& operator=(const AddedPhone&) = delete;
+
+ private:
+  std::string m_symbol;
+};
+
+TEST(Converter, TakesTheShortestPhoneAtAPosition) {
+  const std::string text = "AEd";
+  AppleMarkupConverter converter;
+  BuildPhoneTranslationTables();
+  EXPECT_EQ(converter.convertPhones(text, 0, 2), "ae0 d");
+  const AddedPhone a("A", {"a", false});
+  const AddedPhone e("E", {"e", true});
+  EXPECT_EQ(converter.convertPhones(text, 0, 2), "a e0 d");
+}
+
+TEST(Converter, TakesTheShortestPhoneOfTwoOrMoreBytes) {
+  const AddedPhone longer("AEd", {"long", false});
+  AppleMarkupConverter converter;
+  EXPECT_EQ(converter.convertPhones("AEd", 0, 2), "ae0 d");
 }
 
 TEST(Converter, RecordsOneResetForAnEmptyPlainText) {
@@ -459,6 +596,33 @@ TEST(Converter, ReturnsIndexZeroWhenNoCommandFollows) {
   EXPECT_EQ(converter.nextAppleToken(list, 0), 1);
   EXPECT_EQ(converter.nextAppleToken(list, 2), 0);
   EXPECT_TRUE(converter.appleTokenMatches(list, 1, AppleMarkupToken::RATE_TAG));
+}
+
+// ---- Phone tables
+
+TEST(PhoneTables, AreTheSameAfterASecondBuild) {
+  BuildPhoneTranslationTables();
+  const auto phones = gBrevoldPhones;
+  const auto codes = gApplePhoneCodes;
+  const auto escapes = gEscapeStrings;
+  BuildPhoneTranslationTables();
+  EXPECT_EQ(gBrevoldPhones, phones);
+  EXPECT_EQ(gApplePhoneCodes, codes);
+  EXPECT_EQ(gEscapeStrings, escapes);
+}
+
+// FirstLoadTest.cpp has the sizes of the maps.
+TEST(PhoneTables, GiveMarksNoPhoneAndSomePhonesNoCode) {
+  BuildPhoneTranslationTables();
+  for (const char* const mark : {"1", "2", "~", "_", "+", "/", "\\", ">", "<", " ", "\t"}) {
+    ASSERT_TRUE(gBrevoldPhones.contains(mark)) << mark;
+    EXPECT_EQ(gBrevoldPhones[mark].phone, "") << mark;
+    EXPECT_FALSE(gBrevoldPhones[mark].isVowel) << mark;
+  }
+  EXPECT_EQ(gBrevoldPhones["="].phone, ".");
+  for (const char* const phone : {"zh", ".", ""}) {
+    EXPECT_FALSE(gApplePhoneCodes.contains(phone)) << phone;
+  }
 }
 
 // ---- PositionMap

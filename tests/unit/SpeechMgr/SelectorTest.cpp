@@ -304,8 +304,14 @@ TEST_F(Selectors, AResetWithoutAVoiceSelectsTheDefaultVoice) {
 
 TEST_F(Selectors, AResetKeepsCallbacksFileAndVoice) {
   const SpeechChannelIdentifier id = open();
+  setVoice(id, "/voices/Ava");
+  setFile(id, "/tmp/out.aiff");
   EXPECT_EQ(SESetSpeechInfo(id, soReset, nullptr), noErr);
+  const VoiceSpec voice = read(id, [](const speech_channel& c) { return *c.voice; });
+  EXPECT_EQ(OSType{voice.id}, 1u);
   ASSERT_EQ(speak(id, "Hello"), noErr);
+  EXPECT_EQ(engine().port(1).voice(), "/voices/Ava");
+  EXPECT_EQ(engine().port(1).parameters()["audio/output-file"], "/tmp/out.aiff");
   engine().port(1).end();
   EXPECT_TRUE(client().waitForDone());
 }

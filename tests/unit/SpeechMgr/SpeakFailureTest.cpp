@@ -101,6 +101,51 @@ TEST_F(InsideTextDone, PauseStopAndContinueDoNoHarm) {
   }
 }
 
+// The text is not on the channel while it is gathered, so that a stop cannot free it.
+TEST_F(InsideTextDone, AStopOfThePausedChannelLeavesTheTextAlone) {
+  for (const bool secondPiece : {false, true}) {
+    for (const bool continued : {false, true}) {
+      Client& own = newClient();
+      const SpeechChannelIdentifier id = open(own);
+      int asked = 0;
+      own.onTextDone = [&](auto channel, const void** next, unsigned long*, SInt32*) {
+        if (asked == (secondPiece ? 1 : 0)) {
+          EXPECT_EQ(SEPauseSpeechAt(channel, kImmediate), -1);
+          if (continued) {
+            EXPECT_EQ(SEContinueSpeech(channel), -1);
+          }
+          EXPECT_EQ(SEStopSpeechAt(channel, kImmediate), noErr);
+        }
+        *next = asked++ < 2 ? " piece" : nullptr;
+      };
+      set(id, soTextDoneCallBack, asPointer(Client::textDone));
+      EXPECT_EQ(speak(id, "outer"), noErr);
+      const scripted::Port port = engine().port(engine().ports());
+      EXPECT_EQ(port.text(), converted("outer piece piece"));
+      settle();
+      EXPECT_EQ(own.count("done"), 1);
+      EXPECT_EQ(status(id), STATUS_BUSY);
+      engine().port(engine().ports()).end();
+      EXPECT_TRUE(own.waitForDone(2));
+    }
+  }
+}
+
+TEST_F(InsideTextDone, ACloseOfThePausedChannelDiscardsTheText) {
+  Client& own = newClient();
+  const SpeechChannelIdentifier id = open(own);
+  own.onTextDone = [&](auto channel, const void** next, unsigned long*, SInt32*) {
+    EXPECT_EQ(SEPauseSpeechAt(channel, kImmediate), -1);
+    EXPECT_EQ(close(channel), noErr);
+    *next = nullptr;
+  };
+  set(id, soTextDoneCallBack, asPointer(Client::textDone));
+  EXPECT_EQ(speak(id, "outer"), noSynthFound);
+  EXPECT_EQ(engine().count(Op::Speak), 0);
+  settle();
+  EXPECT_EQ(own.count("done"), 1);
+}
+
 TEST_F(InsideTextDone, AnotherChannelMaySpeak) {
   const SpeechChannelIdentifier id = open();
   const SpeechChannelIdentifier other = open();

@@ -76,6 +76,22 @@ TEST_F(UseVoice, RecordsTheVoiceAndTheFolderOfItsBundle) {
   EXPECT_EQ(read(id, [](const speech_channel& c) { return c.voice_changed; }), 1);
 }
 
+TEST_F(UseVoice, IsRecordedBeforeThePitchIsDerived) {
+  const SpeechChannelIdentifier id = open();
+  const Bundle bundle("Ava");
+  OSType recorded = 0;
+  std::string folder;
+  voices().onAsked = [&] {
+    const speech_channel* const channel = find_channel(id);
+    recorded = channel->voice != nullptr ? OSType{channel->voice->id} : 0;
+    folder = channel->voxdir != nullptr ? channel->voxdir : "(none)";
+  };
+  EXPECT_EQ(SEUseVoice(id, &m_woman, bundle.get()), noErr);
+  EXPECT_EQ(voices().asked.size(), 1u);
+  EXPECT_EQ(recorded, 2u);
+  EXPECT_EQ(folder, bundle.path());
+}
+
 TEST_F(UseVoice, TheNextJobLoadsIt) {
   const SpeechChannelIdentifier id = open();
   const Bundle bundle("Ava");
@@ -244,7 +260,7 @@ TEST_F(Paths, OutOfMemoryReturnsNoString) {
     engine().fail(Op::Alloc, k);
     char* copy = get_c_string(string, kCFStringEncodingUTF8);
     EXPECT_EQ(copy, nullptr) << k;
-    cst_free(copy);
+    if (copy != nullptr) cst_free(copy);
   }
   CFRelease(string);
 }

@@ -90,10 +90,16 @@ TEST_F(Diagnostics, NameTheArea) {
   EXPECT_EQ(writes(), (std::vector<std::string>{"[markup] x\n", "[engine] x\n", "[0x40] x\n"}));
 }
 
-TEST_F(Diagnostics, EndEveryLine) {
-  cst_errmsg("no line feed");
+// The plug-in writes a line in two parts: the second one is the description of a bundle.
+TEST_F(Diagnostics, AddNoLineFeed) {
+  cst_dbg_ffl("File", "function", 17);
+  cst_errmsg("voice bundle info: ");
   cst_errmsg("%s", "");
-  EXPECT_EQ(writes(), (std::vector<std::string>{"no line feed\n", "\n"}));
+  cst_errmsg("/voices/Ava\n");
+  const auto parts = writes();
+  std::string written;
+  for (const std::string& part : parts) written += part;
+  EXPECT_EQ(written, "File:function:17 voice bundle info: /voices/Ava\n");
 }
 
 TEST_F(Diagnostics, WriteMessagesOfEveryLengthWhole) {
@@ -106,7 +112,7 @@ TEST_F(Diagnostics, WriteMessagesOfEveryLengthWhole) {
     const auto lines = writes();
     ASSERT_EQ(lines.size(), 2u);
     EXPECT_EQ(lines[0], "File:function:1 " + message + "\n");
-    EXPECT_EQ(lines[1], "File:function:1 " + message + "\n");
+    EXPECT_EQ(lines[1], "File:function:1 " + message);
   }
 }
 

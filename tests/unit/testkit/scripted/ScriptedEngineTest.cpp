@@ -312,6 +312,28 @@ TEST_F(ScriptedEngine, NullHandlesReturnResultsAsTheHeaderSays) {
   EXPECT_THAT(engine().violations(), IsEmpty());
 }
 
+// The interface does not say that an engine allows these nulls.
+TEST_F(ScriptedEngine, RejectsNullsThatAnotherEngineNeedNotAllow) {
+  cst_free(nullptr);
+  EXPECT_THAT(engine().violations(), ElementsAre("cst_free of null"));
+  kavrel_port_struct* const port = openPort();
+  std::vector<kavrel_result_t> results;
+  kavrel_port_set_callback(
+      port,
+      [](kavrel_event_struct* event, kavrel_event_t, void* user) {
+        int number = 0;
+        auto& all = *static_cast<std::vector<kavrel_result_t>*>(user);
+        all.push_back(kavrel_event_get_textpos(event, &number, nullptr));
+        all.push_back(kavrel_event_get_textpos(event, nullptr, &number));
+        all.push_back(kavrel_event_get_textpos(event, &number, &number));
+        return KAVREL_SUCCESS;
+      },
+      KAVREL_EVENT_WORD, &results);
+  engine().port(1).word(0, 1);
+  EXPECT_THAT(results, ElementsAre(KAVREL_INVALID_POINTER, KAVREL_INVALID_POINTER, KAVREL_SUCCESS));
+  EXPECT_EQ(engine().violations().size(), 3u);
+}
+
 TEST_F(ScriptedEngine, RecordsErrorsOfCallers) {
   kavrel_port_struct* port = openPort();
   kavrel_port_close(port);

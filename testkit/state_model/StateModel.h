@@ -1,8 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A model of a channel's state table: a nondeterministic state machine. The test cannot know when
+// A model of a channel's state table: a nondeterministic state machine. A test cannot know when
 // worker threads run, so the model keeps the set of all states that the channel may be in, and
 // drops those that contradict a result. An empty set means that the channel has violated the table.
+//
+// The model assumes the scripted engine: a pause succeeds if it finds a job that has not ended, a
+// stop always succeeds, and a stop inside a callback of the channel's port ends the job only after
+// the callback has returned.
 //
 // Threads: one.
 #pragma once
@@ -11,14 +15,15 @@
 #include <set>
 #include <string>
 
-#include "SpeechChannel.h"
-
 namespace model {
 
+enum class Status { Idle, Busy, Paused, Closing };
+
 struct State {
-  channel_status_t status = STATUS_IDLE;
+  Status status = Status::Idle;
   bool running = false;     // the engine is speaking the job
   bool endsItself = false;  // the engine may end the job at any time
+  bool lingering = false;   // a stopped job has not ended, since the port is in a callback
   bool unfinished = false;  // the channel has a job that is not finished
   bool ended = false;       // the job's finishing thread has been started
   int signalling = 0;       // number of signalling threads in progress
@@ -37,18 +42,28 @@ class StateModel {
   bool unpause(long result);
   bool stop(long result);
   bool status(bool busy, bool paused);
+  // A close: the channel is stopped. Later calls are not in the model.
+  bool close();
   // END of the job that the engine is speaking, or a second END of one that has ended.
   bool end();
   // All threads have exited, and speech-done has been called `signalled` times.
   bool settled(int signalled);
 
-  // Adds all states that the threads in progress may lead to. Every other function except closed()
-  // begins with it.
-  void letThreadsRun();
+  // The test calls from inside a callback on the port's thread: no job of the channel ends.
+  void enterPortCallback() { m_inPortCallback = true; }
+  // From now on all jobs may end at any time.
+  void leavePortCallback();
 
-  // Whether `signalled` speech-done calls are possible after a close: one for every job, and at
-  // most one more for each pause of a channel without a job that a stop has ended.
-  bool closed(int signalled) const;
+  // The test calls from inside text-done: the thread holds the channel's lock, so no thread of the
+  // channel takes a step, and a speak is rejected in every state.
+  void enterTextDone() { m_inTextDone = true; }
+  // The speak that called text-done starts its job, whatever the status.
+  void leaveTextDone();
+  // The channel has been closed inside text-done; the speak starts no job.
+  void cancelTextDone() { m_inTextDone = false; }
+
+  // Adds all states that the threads in progress may lead to. Every other function begins with it.
+  void letThreadsRun();
 
   // One of the states as text, for messages.
   std::string text() const;
@@ -56,10 +71,12 @@ class StateModel {
  private:
   template <typename Step>
   bool step(Step allows);
-  static void finish(State& state);
+  void finish(State& state) const;
+  static void begin(State& state, bool endsItself);
 
   std::set<State> m_states;
-  int m_jobs = 0;
+  bool m_inPortCallback = false;
+  bool m_inTextDone = false;
 };
 
 }  // namespace model
