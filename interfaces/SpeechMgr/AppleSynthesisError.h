@@ -18,6 +18,7 @@ enum AppleSynthesisErrorType {
 
 class AppleSynthesisError {
  public:
+  // Not explicit, so that a kind converts, as the given interface allows.
   AppleSynthesisError(AppleSynthesisErrorType type) : lastSetError(type) {}
   virtual ~AppleSynthesisError() = default;
   AppleSynthesisError(const AppleSynthesisError&) = default;
