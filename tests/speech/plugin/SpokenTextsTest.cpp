@@ -94,12 +94,15 @@ class Client {
   Heard m_heard;
 };
 
-// The letters and digits at the start of the word: punctuation after it may belong to it or not.
+bool isWordByte(char c) {
+  return std::isalnum(static_cast<unsigned char>(c)) != 0;
+}
+
+// The first letters and digits of the word: punctuation around it may belong to it or not.
 std::string bareWord(const std::string& text, const speech::Word& word) {
   const std::string slice = text.substr(word.position, word.length);
-  std::size_t end = 0;
-  while (end < slice.size() && std::isalnum(static_cast<unsigned char>(slice[end])) != 0) ++end;
-  return slice.substr(0, end);
+  const auto first = std::ranges::find_if(slice, isWordByte);
+  return {first, std::find_if_not(first, slice.end(), isWordByte)};
 }
 
 TEST(SpokenTexts, AreHeardWithTheirWordsMarksAndProblems) {

@@ -104,6 +104,9 @@ class Adapter {
   // Settings for which a relative command refers to a value that a reset has removed.
   std::vector<Kind> m_unset;
   std::vector<std::size_t> m_unknownPhonemes;
+  // Upper bounds for the bytes of phones: of all phonemes so far, and of all closed regions.
+  std::size_t m_phones = 0;
+  std::size_t m_phonesOfRegions = 0;
 };
 
 AdaptedText Adapter::run() {
@@ -180,6 +183,15 @@ void Adapter::addPhonemes(std::size_t start, std::size_t end) {
   if (!m_isRegionOpen && !hasPhonemes(m_given.substr(start, end - start))) {
     return addPlain(start, end);
   }
+  // A symbol becomes at most this many bytes. The synthesizer repeats the phones of earlier regions
+  // in each region, so the sum grows with the square of their number.
+  constexpr std::size_t kLongestPhone = 4;
+  constexpr std::size_t kMostPhones = std::size_t{16} << 20U;
+  const std::size_t phones = m_phones + kLongestPhone * (end - start);
+  if (m_phonesOfRegions + phones > kMostPhones) {
+    return report(start, Cause::TooManyPhonemes);
+  }
+  m_phones = phones;
   openRegion(start);
   m_unknownPhonemes.clear();
   adaptPhonemes(m_given, start, end, m_result.text, m_unknownPhonemes);
@@ -394,6 +406,7 @@ void Adapter::reset(const EmbeddedCommand& command, std::size_t at) {
   m_skipsWord = false;
   m_emphasis = Emphasis::None;
   m_input = Input::Text;
+  if (m_isRegionOpen) m_phonesOfRegions += m_phones;
   m_isRegionOpen = false;  // the reset closes it
   write(isWritten ? "[[rset 0]]" : command.exactText(), at);
 }
@@ -410,6 +423,7 @@ void Adapter::openRegion(std::size_t at) {
 void Adapter::closeRegion(std::size_t at) {
   if (!m_isRegionOpen) return;
   m_isRegionOpen = false;
+  if (m_input == Input::Phonemes) m_phonesOfRegions += m_phones;
   // The synthesizer ends the region with the text.
   if (at < m_given.size()) write("[[inpt TEXT]]", at);
 }
@@ -438,6 +452,8 @@ const char* describe(TextProblem::Cause cause) {
       return "embedded command that is not closed";
     case Cause::UnknownPhoneme:
       return "unknown phoneme symbol";
+    case Cause::TooManyPhonemes:
+      return "too many phonemes in one text";
   }
   return "";
 }

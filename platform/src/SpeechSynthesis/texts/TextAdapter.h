@@ -51,7 +51,13 @@ struct TextSettings {
 // Something in a text that a synthesizer cannot speak as it is written. Clients get it as
 // badInputText.
 struct TextProblem {
-  enum class Cause : std::uint8_t { UnknownCommand, BadArgument, NotClosed, UnknownPhoneme };
+  enum class Cause : std::uint8_t {
+    UnknownCommand,
+    BadArgument,
+    NotClosed,
+    UnknownPhoneme,
+    TooManyPhonemes  // more than a synthesizer accepts in one text; they are left out
+  };
   std::size_t position;  // in the given text
   Cause cause;
 };

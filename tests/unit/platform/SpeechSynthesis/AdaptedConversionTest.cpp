@@ -299,6 +299,12 @@ TEST(AdaptedConversion, LosesNoWordOutsideCommandsAndNoMark) {
   }
 }
 
+TEST(AdaptedConversion, AcceptsAnyNumberOfPhonemeRegions) {
+  std::string given;
+  for (int i = 0; i < 3000; ++i) given += "[[inpt PHON]]%@%@%@AEy[[inpt TEXT]]x ";
+  ASSERT_NO_THROW(EXPECT_EQ(spokenOf(given, adaptText(given, {}), {}).words.size(), 3000U));
+}
+
 // ---- The collection
 
 TEST(AdaptedConversion, SpeaksEveryTextOfTheCollection) {

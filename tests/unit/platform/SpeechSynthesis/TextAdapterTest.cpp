@@ -24,7 +24,7 @@ using Cause = platform::TextProblem::Cause;
 std::vector<std::string> problemsOf(const AdaptedText& adapted) {
   std::vector<std::string> lines;
   for (const TextProblem& problem : adapted.problems) {
-    const char* const names[] = {"unknown ", "argument ", "unclosed ", "phoneme "};
+    const char* const names[] = {"unknown ", "argument ", "unclosed ", "phoneme ", "many "};
     lines.push_back(names[static_cast<int>(problem.cause)] + std::to_string(problem.position));
   }
   return lines;
@@ -164,6 +164,18 @@ TEST(TextAdapter, LeavesOutUnknownCommandsAndCommentsAmongPhonemes) {
          {"[[inpt PHON]]d[[inpt PHON]]d[[inpt TEXT]]x", "[[inpt PHON]]dd[[inpt TEXT]]x"},
          {"[[inpt PHON; rate 100]]d[[inpt TEXT]]x", "[[rate 100]][[inpt PHON]]d[[inpt TEXT]]x"},
          {"[[inpt PHON]] [[inpt TEXT]]x", " x"}});
+}
+
+// A synthesizer refuses a text for too many of them.
+TEST(TextAdapter, LeavesOutPhonemesAboveTheLimit) {
+  std::string given;
+  for (int i = 0; i < 3000; ++i) given += "[[inpt PHON]]hEHl1OW[[inpt TEXT]]x ";
+  const AdaptedText result = adaptText(given, {});
+  ASSERT_FALSE(result.problems.empty());
+  EXPECT_EQ(result.problems.front().cause, Cause::TooManyPhonemes);
+  EXPECT_LT(result.problems.size(), 2500U);
+  EXPECT_TRUE(result.text.text().starts_with("[[inpt PHON]]hEHl1OW[[inpt TEXT]]x "));
+  EXPECT_TRUE(result.text.text().ends_with("x x x "));
 }
 
 TEST(TextAdapter, EndsPhonemesAtAnInputCommandWithBrokenBrackets) {

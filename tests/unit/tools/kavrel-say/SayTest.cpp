@@ -378,7 +378,7 @@ TEST_F(Say, RejectsAnInputFileThatIsAFolder) {
 }
 
 TEST_F(Say, LeavesNoFileForARejectedText) {
-  const Result result = say({"-o", m_sound, "[[inpt PHON]]qqq[[inpt TEXT]]"});
+  const Result result = say({"--strict", "-o", m_sound, "[[inpt PHON]]qqq[[inpt TEXT]]"});
   EXPECT_EQ(result.status, kFailure);
   EXPECT_THAT(result.err, complaint("cannot speak the text"));
   EXPECT_FALSE(std::filesystem::exists(m_sound));
@@ -567,7 +567,8 @@ TEST_F(Say, WritesCaptionsWithTheTimesOfTheWords) {
 
 TEST_F(Say, LeavesNoCaptionsForARejectedText) {
   const std::string vtt = m_folder.file("speech.vtt");
-  EXPECT_EQ(say({"-o", m_sound, "--vtt", vtt, "[[inpt PHON]]qqq[[inpt TEXT]]"}).status, kFailure);
+  EXPECT_EQ(say({"--strict", "-o", m_sound, "--vtt", vtt, "[[inpt PHON]]qqq[[inpt TEXT]]"}).status,
+            kFailure);
   EXPECT_FALSE(std::filesystem::exists(vtt));
 }
 

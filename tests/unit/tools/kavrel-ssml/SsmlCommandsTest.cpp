@@ -168,10 +168,10 @@ Strings adaptationsOf(const std::string& text, const Strings& arguments = {"--ex
 TEST(ExplainAdaptations, ListsWhatTheManagerChanges) {
   EXPECT_THAT(
       adaptationsOf("\u00E9 [[RATE 200]]a[[frob]]b[[sync 'four']]c [[emph +]]d e"),
-      ElementsAre("3: [[RATE 200]] > [[rate 200]] ()", "15: [[frob]] >  (unknown embedded command)",
-                  "24: [[sync 'four']] > [[sync 1]] (the callback gets 1718580594 "
+      ElementsAre("3: [[RATE 200]] > [[rate 200]] ()", "16: [[frob]] >  (unknown embedded command)",
+                  "25: [[sync 'four']] > [[sync 1]] (the callback gets 1718580594 "
                   "(0x666F7572))",
-                  "52:  > [[cmnt]] ()"));
+                  "53:  > [[cmnt]] ()"));
 }
 
 TEST(ExplainAdaptations, ListsPhonemesAndBrackets) {
@@ -193,7 +193,7 @@ TEST(Adapt, ConvertsTheTextAsTheManagerAdaptsIt) {
   const std::string text = "a [[RATE 200]]b[[sync 0x41]]c[[inpt PHON]]d.[[inpt TEXT]] [[ e";
   EXPECT_EQ(ssml({}, text).status, ssmlprogram::kFailure);
   EXPECT_EQ(outputOf({"--adapt"}, text),
-            "a <prosody rate='200'>b</prosody><mark name='65536'/><prosody rate='200'>c</prosody>"
+            "a <prosody rate='200'>b</prosody><prosody rate='200'><mark name='65536'/>c</prosody>"
             "<phoneme ph='d pau'><prosody rate='200'>d%</prosody></phoneme>"
             "<prosody rate='200'> [ [ e</prosody>\n");
 }
