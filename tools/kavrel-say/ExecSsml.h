@@ -10,8 +10,9 @@
 namespace say {
 
 // Executes the kavrel-ssml in this program's folder; it writes the markup that the engine receives
-// for `text` at `rate` words per minute (none: the default rate). Throws Failure if kavrel-ssml
-// cannot be executed.
-[[noreturn]] void execKavrelSsml(const tool::SpokenText& text, std::optional<int> rate);
+// for `text` at `rate` words per minute (none: the default rate). `isStrict`: the text is not
+// adapted. Throws Failure if kavrel-ssml cannot be executed.
+[[noreturn]] void execKavrelSsml(const tool::SpokenText& text, std::optional<int> rate,
+                                 bool isStrict);
 
 }  // namespace say

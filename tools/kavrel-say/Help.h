@@ -17,6 +17,8 @@ Speech
   -r, --rate WPM             speak this many words per minute, 20 to 1000
   -f, --input-file FILE      speak this file; - is standard input
       --plain                ignore speech commands in the text
+      --strict               do not adapt speech commands that are not exact; a
+                             text with unknown phonemes is refused
   -a, --audio-device DEVICE  use this sound device; ? lists the devices
 
 Files
@@ -52,8 +54,9 @@ Events
   {"event":"done","time":T}                     the speech has ended
 
 Positions and lengths count bytes, or characters, of the input text. N of a
-sync event is the lower 16 bits of the number, unsigned. T is the time in
-seconds from the start of the audio.
+sync event is the 32-bit value that the text has for the mark, unsigned; with
+--strict the lower 16 bits of a decimal number. T is the time in seconds from
+the start of the audio.
 
 Exit status: 0 success, 1 failure, 2 usage error, 128 + N ended by signal N.
 )";

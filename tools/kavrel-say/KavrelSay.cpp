@@ -101,7 +101,7 @@ int speakWhole(const SayArguments& arguments) {
   const tool::SpokenText text = makeSpokenText(
       arguments, arguments.text ? *arguments.text
                                 : tool::readInput(arguments.inputFile.value_or(kStandardStream)));
-  if (arguments.ssml) execKavrelSsml(text, arguments.rate);
+  if (arguments.ssml) execKavrelSsml(text, arguments.rate, arguments.strict);
   return Utterance(arguments, text, 0).speak();
 }
 

@@ -31,6 +31,7 @@ struct SayArguments {
   std::optional<int> rate;
   std::optional<std::string> device;
   bool plain = false;
+  bool strict = false;
 
   // At most one of the two is set. With neither, the text is read from standard input.
   std::optional<std::string> text;

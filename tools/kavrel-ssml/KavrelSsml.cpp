@@ -16,6 +16,7 @@
 #include "SsmlArguments.h"
 #include "StandardOutput.h"
 #include "document/Document.h"
+#include "explanation/Adaptations.h"
 #include "explanation/Explanation.h"
 #include "text/Conversion.h"
 #include "text/SourceText.h"
@@ -37,6 +38,20 @@ Json jsonOf(const Commands& commands) {
                     {"text", command.text},
                     {"kind", command.kind},
                     {"result", command.result}});
+  }
+  return list;
+}
+
+Json jsonOf(const std::vector<Adaptation>& adaptations) {
+  Json list = Json::array();
+  for (const Adaptation& part : adaptations) {
+    list.push_back({{"position", part.location.position},
+                    {"length", part.length},
+                    {"line", part.location.line},
+                    {"column", part.location.column},
+                    {"text", part.text},
+                    {"becomes", part.becomes},
+                    {"note", part.note}});
   }
   return list;
 }
@@ -73,7 +88,9 @@ int report(const std::string& file, const Fault& fault, const SourceLocation& lo
 // A fault is reported after the output: the explanation and the JSON object are written in any
 // case, since they help to find it.
 int run(const SsmlArguments& arguments) {
-  const SourceText text(tool::readInput(arguments.file), arguments.encoding);
+  const platform::TextSettings adaptation = adaptationFor(arguments.conversion);
+  const SourceText text(tool::readInput(arguments.file), arguments.encoding,
+                        arguments.adapt ? std::optional(adaptation) : std::nullopt);
   auto result = convert(text, arguments.conversion);
   if (auto* const converted = std::get_if<base::OriginText>(&result);
       converted && arguments.document) {
@@ -86,13 +103,21 @@ int run(const SsmlArguments& arguments) {
   const SourceLocation location = text.locationOf(fault != nullptr ? fault->position : 0);
 
   Commands commands;
-  if (arguments.explain) commands = explain(text, arguments.conversion);
+  std::vector<Adaptation> adaptations;
+  if (arguments.explain) {
+    commands = explain(text, arguments.conversion);
+    adaptations = findAdaptations(text, adaptation);
+  }
   if (arguments.json) {
     Json json = converted != nullptr ? jsonOf(*converted) : jsonOf(*fault, location);
-    if (arguments.explain) json["commands"] = jsonOf(commands);
+    if (arguments.explain) {
+      json["commands"] = jsonOf(commands);
+      json["adaptations"] = jsonOf(adaptations);
+    }
     writeLine(json.dump());
   } else if (arguments.explain) {
     tool::writeOut(tableOf(commands));
+    if (!adaptations.empty()) tool::writeOut("\n" + tableOf(adaptations));
   } else if (converted != nullptr) {
     writeLine(converted->text());
   }

@@ -20,7 +20,7 @@ constexpr const char* kFooter =
     "  {\"converted\":\"...\",\"error\":null,\"caller_positions\":[...]}\n"
     "caller_positions has one number for each byte of the UTF-8 text in \"converted\": the\n"
     "position in FILE of the byte that it came from. Markup has the position of the text after\n"
-    "it. --explain adds \"commands\" to the object.\n"
+    "it. --explain adds \"commands\" and \"adaptations\" to the object.\n"
     "\n"
     "Exit status: 0 success, 1 failure, 2 usage error.";
 
@@ -82,7 +82,9 @@ void declareOptions(CLI::App& app, SsmlArguments& result) {
       ->type_name("utf-8|macroman|latin9")
       ->transform(CLI::CheckedTransformer(kEncodings).description(""));
   app.add_flag("--json", result.json, "Write JSON, with positions");
-  app.add_flag("--explain", result.explain, "Write the effect of each command");
+  app.add_flag("--adapt", result.adapt, "Convert the text as the Manager adapts it");
+  app.add_flag("--explain", result.explain,
+               "Write the effect of each command, and what the Manager adapts");
   app.add_option("FILE", result.file,
                  "Text with embedded commands (default, and for -: standard input)")
       ->type_name("");

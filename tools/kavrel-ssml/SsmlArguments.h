@@ -18,6 +18,7 @@ struct SsmlArguments {
   Encoding encoding = Encoding::Utf8;
   bool json = false;
   bool explain = false;
+  bool adapt = false;
   bool document = false;
   std::string language = "en-US";
   std::string file = "-";  // "-": standard input

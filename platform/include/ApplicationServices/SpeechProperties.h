@@ -66,6 +66,11 @@ SPEECH_PLATFORM_API extern const CFStringRef kSpeechPhonemeCallBack;
 SPEECH_PLATFORM_API extern const CFStringRef kSpeechErrorCFCallBack; /* SpeechErrorCFProcPtr */
 SPEECH_PLATFORM_API extern const CFStringRef kSpeechWordCFCallBack;  /* SpeechWordCFProcPtr */
 
+/* An addition of this platform. A boolean or a number; false (0) at first, and not changed by a
+ * reset. False: texts are adapted to what the synthesizer understands; see SpeakBuffer. True: texts
+ * go to the synthesizer as they are written. */
+SPEECH_PLATFORM_API extern const CFStringRef kSpeechStrictTextProperty;
+
 /* ---- Values and keys */
 
 SPEECH_PLATFORM_API extern const CFStringRef kSpeechModeText;
@@ -116,7 +121,7 @@ SPEECH_PLATFORM_API extern const CFStringRef kSpeechCommandPrefix;
 SPEECH_PLATFORM_API extern const CFStringRef kSpeechCommandSuffix;
 
 /* Keys of the user info of an error: the spoken text (string), and the position of the error in it
- * (number). */
+ * (number). Each error also has kCFErrorLocalizedDescriptionKey. */
 SPEECH_PLATFORM_API extern const CFStringRef kSpeechErrorCallbackSpokenString;
 SPEECH_PLATFORM_API extern const CFStringRef kSpeechErrorCallbackCharacterOffset;
 

@@ -257,10 +257,13 @@ typedef void (*SpeechTextDoneProcPtr)(SpeechChannel chan, SRefCon refCon, const 
  */
 typedef void (*SpeechDoneProcPtr)(SpeechChannel chan, SRefCon refCon);
 
-/* A sync mark was reached. `syncMessage` is the mark's four-character code. */
+/* A sync mark was reached. `syncMessage` is the 32-bit value that the text has for it: [[sync 65]],
+ * [[sync 0x41]], [[sync $41]], [[sync 'four']]. */
 typedef void (*SpeechSyncProcPtr)(SpeechChannel chan, SRefCon refCon, OSType syncMessage);
 
-/* An error occurred at position `bytePos` of the text. `theError` is a result. */
+/* An error occurred at position `bytePos` of the text. `theError` is a result; badInputText for a
+ * part of the text that is left out or spoken in another way than it is written. Such errors come
+ * before the first word. */
 typedef void (*SpeechErrorProcPtr)(SpeechChannel chan, SRefCon refCon, OSErr theError,
                                    long bytePos);
 
@@ -388,6 +391,10 @@ SPEECH_PLATFORM_API OSErr DisposeSpeechChannel(SpeechChannel chan);
  *   kNoEndingProsody     a last word without punctuation does not sound like the end of a sentence
  *   kNoSpeechInterrupt   a channel that is speaking or paused keeps its text: synthNotReady
  *   kPreflightThenPause  the channel is paused before the first word, until ContinueSpeech
+ * Embedded commands that are not exact are adapted to what the synthesizer understands. Each part
+ * that has no meaning (an unknown command, an unknown phoneme, a bracket that is not closed) is
+ * reported by the error callback and by soErrors; the rest is spoken. kSpeechStrictTextProperty
+ * switches that off.
  * With a text-done callback or kPreflightThenPause, the synthesizer receives the text after this
  * function has returned. If it then cannot speak the text, the error callback is called, then
  * speech-done. Results: noErr; paramErr if the text is longer than 2147483647 bytes; synthNotReady,

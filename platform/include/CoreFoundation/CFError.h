@@ -14,6 +14,9 @@ extern "C" {
 /* The domain whose codes are results (OSErr, OSStatus), for example those of speech synthesis. */
 SPEECH_PLATFORM_API extern const CFStringRef kCFErrorDomainOSStatus;
 
+/* The key of an error's description for users in its user info: a string. */
+SPEECH_PLATFORM_API extern const CFStringRef kCFErrorLocalizedDescriptionKey;
+
 SPEECH_PLATFORM_API CFTypeID CFErrorGetTypeID(void);
 
 /* Creates an error; it retains `domain` and `userInfo`. `userInfo` may be null. */
@@ -28,6 +31,10 @@ SPEECH_PLATFORM_API CFStringRef CFErrorGetDomain(CFErrorRef error);
 
 /* Returns the user info, an empty dictionary if there is none. The caller releases it. */
 SPEECH_PLATFORM_API CFDictionaryRef CFErrorCopyUserInfo(CFErrorRef error);
+
+/* Returns the description of the user info, or one made of domain and code if there is none. The
+ * caller releases it. */
+SPEECH_PLATFORM_API CFStringRef CFErrorCopyDescription(CFErrorRef error);
 
 #ifdef __cplusplus
 }

@@ -11,6 +11,8 @@
 
 const CFStringRef kCFErrorDomainOSStatus = CFSTR("NSOSStatusErrorDomain");
 
+const CFStringRef kCFErrorLocalizedDescriptionKey = CFSTR("NSLocalizedDescription");
+
 CFTypeID CFErrorGetTypeID() {
   return static_cast<CFTypeID>(platform::CFType::Error);
 }
@@ -47,6 +49,19 @@ CFStringRef CFErrorGetDomain(CFErrorRef error) {
 
 CFDictionaryRef CFErrorCopyUserInfo(CFErrorRef error) {
   return error == nullptr ? nullptr : static_cast<CFDictionaryRef>(CFRetain(error->info.get()));
+}
+
+// The domain of an error from a client may be any string, and the key any object.
+CFStringRef CFErrorCopyDescription(CFErrorRef error) {
+  if (error == nullptr) return nullptr;
+  const void* const given =
+      CFDictionaryGetValue(error->info.get(), kCFErrorLocalizedDescriptionKey);
+  if (given != nullptr && CFGetTypeID(given) == CFStringGetTypeID()) {
+    return static_cast<CFStringRef>(CFRetain(given));
+  }
+  const std::string text =
+      error->domain.get()->description() + " error " + std::to_string(error->code);
+  return CFStringCreateWithCString(kCFAllocatorDefault, text.c_str(), kCFStringEncodingUTF8);
 }
 
 std::string __CFError::description() const {

@@ -226,7 +226,11 @@ TEST_F(ManagerSpeech, ReturnsPhonemesThatAreSpokenTheSame) {
   std::erase(again, ' ');
   std::erase(expected, ' ');
   EXPECT_EQ(again, expected);
-  ASSERT_EQ(TextToPhonemes(client.channel(), "QQ", 2, handle, &bytes), badInputText);
+  // Unknown symbols are left out, unless texts are passed on as they are.
+  ASSERT_EQ(TextToPhonemes(client.channel(), "QhAY", 4, handle, &bytes), noErr);
+  EXPECT_EQ(std::string(*handle, static_cast<std::size_t>(bytes)), "hAY");
+  ASSERT_EQ(SetSpeechProperty(client.channel(), kSpeechStrictTextProperty, kCFBooleanTrue), noErr);
+  ASSERT_EQ(TextToPhonemes(client.channel(), "QhAY", 4, handle, &bytes), badInputText);
   ASSERT_EQ(TextToPhonemes(client.channel(), nullptr, 0, handle, &bytes), noErr);
   EXPECT_EQ(bytes, 0);
   EXPECT_EQ(TextToPhonemes(client.channel(), "a", 1, nullptr, &bytes), paramErr);
@@ -251,6 +255,7 @@ TEST_F(ManagerSpeech, LeavesNoFileAfterReturningPhonemes) {
 TEST_F(ManagerSpeech, SpeaksAgainAfterATextThatCannotBeSpoken) {
   Client client;
   client.writeTo(folder / "after.aiff");
+  ASSERT_EQ(SetSpeechProperty(client.channel(), kSpeechStrictTextProperty, kCFBooleanTrue), noErr);
   EXPECT_EQ(client.speak("[[inpt PHON]]QQ[[inpt TEXT]]"), badInputText);
   SpeechErrorInfo errors{};
   EXPECT_EQ(GetSpeechInfo(client.channel(), soErrors, &errors), noErr);

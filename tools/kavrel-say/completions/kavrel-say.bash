@@ -31,7 +31,7 @@ _kavrel_say() {
       ;;
     *)
       if [[ $word == -* ]]; then
-        list='-v --voice -r --rate -f --input-file --plain -a --audio-device -o --output-file
+        list='-v --voice -r --rate -f --input-file --plain --strict -a --audio-device -o --output-file
           --file-format --data-format --vtt --srt -i --interactive --progress --events --positions
           --ssml -q --quiet -h --help --version'
       fi

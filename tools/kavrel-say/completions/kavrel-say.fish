@@ -15,6 +15,7 @@ complete -c kavrel-say -s v -l voice -x -a '(__kavrel_say_voices)' -d 'Speak wit
 complete -c kavrel-say -s r -l rate -x -d 'Speak this many words per minute'
 complete -c kavrel-say -s f -l input-file -r -F -d 'Speak this file'
 complete -c kavrel-say -l plain -d 'Ignore speech commands in the text'
+complete -c kavrel-say -l strict -d 'Do not adapt speech commands'
 complete -c kavrel-say -s a -l audio-device -x -a '(__kavrel_say_list -a)' -d 'Use this sound device'
 complete -c kavrel-say -s o -l output-file -r -F -d 'Write the speech to this file'
 complete -c kavrel-say -l file-format -x -a '(__kavrel_say_list --file-format)' -d 'Use this file format'

@@ -41,8 +41,8 @@ void EventWriter::phoneme(int code) {
 }
 
 void EventWriter::sync(std::uint32_t message) {
-  // The Manager carries the number in the upper half.
-  write({{"event", "sync"}, {"number", message >> 16U}});
+  const std::uint32_t number = m_marks == Marks::Values ? message : message >> 16U;
+  write({{"event", "sync"}, {"number", number}});
 }
 
 void EventWriter::done() {

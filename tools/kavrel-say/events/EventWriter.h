@@ -18,10 +18,13 @@ namespace say {
 
 class EventWriter : public Listener {
  public:
-  // All arguments outlive the writer.
+  // What the messages of sync events hold: values, or numbers in the upper half.
+  enum class Marks { Values, Numbers };
+
+  // All references outlive the writer.
   EventWriter(const tool::SpokenText& text, PositionCounter& positions, const EventTimes& times,
-              const Output& output)
-      : m_text(text), m_positions(positions), m_times(times), m_output(output) {}
+              const Output& output, Marks marks)
+      : m_text(text), m_positions(positions), m_times(times), m_output(output), m_marks(marks) {}
 
   void word(std::size_t position, std::size_t length) override;
   void phoneme(int code) override;
@@ -35,6 +38,7 @@ class EventWriter : public Listener {
   PositionCounter& m_positions;
   const EventTimes& m_times;
   const Output& m_output;
+  const Marks m_marks;
 };
 
 }  // namespace say

@@ -19,7 +19,8 @@ class Listener {
   virtual void word(std::size_t /*position*/, std::size_t /*length*/) {}
   // A phoneme begins. `code` is the Manager's opcode.
   virtual void phoneme(int /*code*/) {}
-  // A sync command is reached. `message` has the command's number in the upper half.
+  // A sync command is reached. `message` is its value; in a strict speech it has the command's
+  // number in the upper half.
   virtual void sync(std::uint32_t /*message*/) {}
   // The speech has ended, for any reason. The last call.
   virtual void done() {}

@@ -64,6 +64,11 @@ void Speech::setRate(int wordsPerMinute) {
   check(SetSpeechRate(m_channel, wordsPerMinute * kFixedOne), "cannot set the rate");
 }
 
+void Speech::setStrict() {
+  check(SetSpeechProperty(m_channel, kSpeechStrictTextProperty, kCFBooleanTrue),
+        "cannot switch the adaptation of texts off");
+}
+
 // The Manager reports only that the file cannot be written; AudioTarget has found the usual reasons
 // before.
 void Speech::setOutputFile(const std::string& path) {

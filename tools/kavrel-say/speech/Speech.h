@@ -35,6 +35,9 @@ class Speech {
 
   void setRate(int wordsPerMinute);
 
+  // The synthesizer gets texts as they are written; the Manager does not adapt them.
+  void setStrict();
+
   // Writes the speech to this AIFF file instead of the sound device.
   void setOutputFile(const std::string& path);
 

@@ -52,6 +52,7 @@ Utterance::Utterance(const SayArguments& arguments, const tool::SpokenText& text
       m_engine(needsTimes(arguments) ? &m_times : nullptr),
       m_speech(voiceFor(arguments)) {
   if (arguments.rate) m_speech.setRate(*arguments.rate);
+  if (arguments.strict) m_speech.setStrict();
 }
 
 // Files are created before speaking, so that a file that cannot be written is reported early. If
@@ -96,7 +97,9 @@ void Utterance::addListeners() {
   if (needsTimes(m_arguments)) m_speech.addListener(m_times);
   if (hasCaptions(m_arguments)) m_speech.addListener(m_captions.emplace(m_text, m_times));
   if (m_arguments.events) {
-    m_speech.addListener(m_events.emplace(m_text, m_positions, m_times, m_standardOutput));
+    const auto marks =
+        m_arguments.strict ? EventWriter::Marks::Numbers : EventWriter::Marks::Values;
+    m_speech.addListener(m_events.emplace(m_text, m_positions, m_times, m_standardOutput, marks));
   }
   // Text goes to standard output; a bar without text goes to standard error, away from events.
   const bool showsText = m_arguments.interactive.has_value();

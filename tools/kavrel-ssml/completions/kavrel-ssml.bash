@@ -20,7 +20,7 @@ _kavrel_ssml() {
         compopt -o filenames 2>/dev/null
         return
       fi
-      list='--plain --document --lang --from --json --explain --rate --volume --pitch-base
+      list='--plain --document --lang --from --json --adapt --explain --rate --volume --pitch-base
         --voice-pitch --phonemes --spell --digits --no-settings -h --help --version'
       ;;
   esac

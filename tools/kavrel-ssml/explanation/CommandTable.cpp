@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// CommandTable: writes explained commands as a table (tableOf() of Explanation.h).
+// CommandTable: writes explained commands and adaptations as tables (tableOf() of Explanation.h and
+// Adaptations.h).
 #include <algorithm>
 #include <array>
 #include <string_view>
 
 #include "base/text/Utf8.h"
+#include "explanation/Adaptations.h"
 #include "explanation/Explanation.h"
 
 namespace ssml {
@@ -31,18 +33,8 @@ std::string oneLine(std::string_view text, std::size_t limit) {
   return line;
 }
 
-}  // namespace
-
 // Columns are as wide as their longest cell, counted in characters.
-std::string tableOf(const std::vector<ExplainedCommand>& commands) {
-  std::vector<Row> rows = {{"BYTE", "LINE", "COMMAND", "KIND", "RESULT"}};
-  for (const ExplainedCommand& command : commands) {
-    rows.push_back(
-        {std::to_string(command.location.position),
-         std::to_string(command.location.line) + ":" + std::to_string(command.location.column),
-         oneLine(command.text, kLongestCommand), command.kind,
-         oneLine(command.result, kLongestResult)});
-  }
+std::string alignedTable(const std::vector<Row>& rows) {
   std::array<std::size_t, kColumns> widths{};
   for (const Row& row : rows) {
     for (std::size_t i = 0; i < kColumns; ++i)
@@ -50,12 +42,42 @@ std::string tableOf(const std::vector<ExplainedCommand>& commands) {
   }
   std::string table;
   for (const Row& row : rows) {
+    std::string line;
     for (std::size_t i = 0; i + 1 < kColumns; ++i) {
-      table += row[i] + std::string(widths[i] + 2 - base::countCharacters(row[i]), ' ');
+      line += row[i] + std::string(widths[i] + 2 - base::countCharacters(row[i]), ' ');
     }
-    table += row.back() + "\n";
+    line += row.back();
+    // An empty last cell leaves no blanks at the end.
+    line.erase(line.find_last_not_of(' ') + 1);
+    table += line + "\n";
   }
   return table;
+}
+
+std::string cellOf(const SourceLocation& location) {
+  return std::to_string(location.line) + ":" + std::to_string(location.column);
+}
+
+}  // namespace
+
+std::string tableOf(const std::vector<ExplainedCommand>& commands) {
+  std::vector<Row> rows = {{"BYTE", "LINE", "COMMAND", "KIND", "RESULT"}};
+  for (const ExplainedCommand& command : commands) {
+    rows.push_back({std::to_string(command.location.position), cellOf(command.location),
+                    oneLine(command.text, kLongestCommand), command.kind,
+                    oneLine(command.result, kLongestResult)});
+  }
+  return alignedTable(rows);
+}
+
+std::string tableOf(const std::vector<Adaptation>& adaptations) {
+  std::vector<Row> rows = {{"BYTE", "LINE", "TEXT", "ADAPTED", "NOTE"}};
+  for (const Adaptation& part : adaptations) {
+    rows.push_back({std::to_string(part.location.position), cellOf(part.location),
+                    oneLine(part.text, kLongestCommand), oneLine(part.becomes, kLongestCommand),
+                    oneLine(part.note, kLongestResult)});
+  }
+  return alignedTable(rows);
 }
 
 }  // namespace ssml

@@ -41,6 +41,24 @@ PositionMap originsOf(const base::OriginText& text) {
   return origins;
 }
 
+// Bytes with one origin stand for everything up to the next origin: a command that was rewritten,
+// or an insertion.
+PositionMap originsOfAdapted(const base::OriginText& text) {
+  PositionMap origins;
+  for (std::size_t at = 0; at < text.size();) {
+    const std::size_t origin = text.originOf(at);
+    std::size_t end = at + 1;
+    while (end < text.size() && text.originOf(end) == origin) ++end;
+    if (end == at + 1) {
+      origins.addCopied(1, narrow(origin));
+    } else {
+      origins.addReplacement(narrow(end - at), narrow(origin), narrow(text.originOf(end)));
+    }
+    at = end;
+  }
+  return origins;
+}
+
 // Converts ISO 8859-15 to Mac OS Roman, with plain forms for characters that Mac OS Roman lacks.
 base::OriginText macRomanOfLatin9(std::string_view given) {
   base::MacRomanEncoder encoder;
@@ -53,31 +71,48 @@ base::OriginText macRomanOfLatin9(std::string_view given) {
 
 }  // namespace
 
-SourceText::SourceText(std::string given, Encoding encoding)
+SourceText::SourceText(std::string given, Encoding encoding,
+                       const std::optional<platform::TextSettings>& adaptation)
     : m_given(std::move(given)), m_encoding(encoding) {
   if (m_given.size() > kLongestText) throw tool::Failure("the text is too long");
-  switch (encoding) {
+  m_macRoman = encode();
+  platform::AdaptedText adapted;
+  if (adaptation) adapted = platform::adaptText(m_macRoman.text(), *adaptation);
+  if (adapted.isChanged) {
+    prepare(adapted.text.text());
+    m_origins = m_origins.composeAfter(originsOfAdapted(adapted.text));
+  } else {
+    prepare(m_macRoman.text());
+  }
+  // Mac OS Roman in the file needs no map.
+  if (encoding != Encoding::MacRoman) m_origins = m_origins.composeAfter(originsOf(m_macRoman));
+}
+
+// Returns the text in Mac OS Roman, with a blank for each NUL.
+base::OriginText SourceText::encode() const {
+  base::OriginText text;
+  switch (m_encoding) {
     case Encoding::MacRoman:
-      prepare(m_given);
+      text.appendCopy(m_given, 0);
+      text.finish(narrow(m_given.size()));
       break;
     case Encoding::Utf8:
-      prepare(tool::SpokenText(m_given).converted());
+      text = tool::SpokenText(m_given).converted();
       break;
     case Encoding::Latin9:
-      prepare(macRomanOfLatin9(m_given));
+      text = macRomanOfLatin9(m_given);
       break;
   }
+  for (std::size_t at = text.text().find('\0'); at != std::string::npos;
+       at = text.text().find('\0', at + 1)) {
+    text.replace(at, ' ');
+  }
+  return text;
 }
 
-void SourceText::prepare(const base::OriginText& macRoman) {
-  prepare(macRoman.text());
-  m_origins = m_origins.composeAfter(originsOf(macRoman));
-}
-
-void SourceText::prepare(std::string macRoman) {
-  std::replace(macRoman.begin(), macRoman.end(), '\0', ' ');
+void SourceText::prepare(std::string text) {
   BuildPhoneTranslationTables();
-  m_prepared = PreprocessText(reinterpret_cast<unsigned char*>(macRoman.data()), &m_origins);
+  m_prepared = PreprocessText(reinterpret_cast<unsigned char*>(text.data()), &m_origins);
 }
 
 std::size_t SourceText::originOf(std::size_t at) const {

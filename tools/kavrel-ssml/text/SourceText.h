@@ -7,13 +7,17 @@
 // Characters of UTF-8 and ISO 8859-15 that Mac OS Roman lacks are replaced by the plain forms of
 // base/text/PlainForms.h. A NUL becomes a blank.
 //
+// The text may also be adapted in between, as the Manager does it.
+//
 // Threads: constant after construction. Positions count bytes of the file.
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <string>
 
 #include "PositionMap.h"
+#include "SpeechSynthesis/texts/TextAdapter.h"
 #include "base/text/OriginText.h"
 
 namespace ssml {
@@ -30,8 +34,10 @@ struct SourceLocation {
 
 class SourceText {
  public:
-  // Throws tool::Failure if the text is longer than positions can express.
-  SourceText(std::string given, Encoding encoding);
+  // Adapts the text if there are settings for it. Throws tool::Failure if the text is longer than
+  // positions can express.
+  SourceText(std::string given, Encoding encoding,
+             const std::optional<platform::TextSettings>& adaptation = std::nullopt);
 
   std::size_t size() const { return m_given.size(); }
 
@@ -39,6 +45,9 @@ class SourceText {
   const std::string& prepared() const { return m_prepared; }
   // Returns the origins of the bytes of prepared().
   const PositionMap& origins() const { return m_origins; }
+
+  // Returns the text in Mac OS Roman, not adapted, with the origins of its bytes.
+  const base::OriginText& macRoman() const { return m_macRoman; }
 
   // Returns the file position of the byte at `at` of prepared(); the size of the file if `at` is
   // the end of prepared() or after it.
@@ -55,11 +64,12 @@ class SourceText {
   std::string displayText(std::size_t start, std::size_t end) const;
 
  private:
-  void prepare(std::string macRoman);
-  void prepare(const base::OriginText& macRoman);
+  base::OriginText encode() const;
+  void prepare(std::string text);
 
   std::string m_given;
   Encoding m_encoding;
+  base::OriginText m_macRoman;
   std::string m_prepared;
   PositionMap m_origins;
 };

@@ -29,6 +29,7 @@ SPEECH_KEY(kSpeechSyncCallBack);
 SPEECH_KEY(kSpeechPhonemeCallBack);
 SPEECH_KEY(kSpeechErrorCFCallBack);
 SPEECH_KEY(kSpeechWordCFCallBack);
+SPEECH_KEY(kSpeechStrictTextProperty);
 SPEECH_KEY(kSpeechModeText);
 SPEECH_KEY(kSpeechModePhoneme);
 SPEECH_KEY(kSpeechModeTune);

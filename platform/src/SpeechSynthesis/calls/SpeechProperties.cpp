@@ -39,7 +39,8 @@ enum class Kind {
   File,
   Pointer,
   ErrorCallback,
-  WordCallback
+  WordCallback,
+  Strict
 };
 
 struct Property {
@@ -51,7 +52,7 @@ struct Property {
 // Null if the property is unknown. The table is local: the keys are constants of another file,
 // which are set at an undefined time before main().
 const Property* propertyOf(CFStringRef key) {
-  static const std::array<Property, 23> table = {
+  static const std::array<Property, 24> table = {
       {{kSpeechStatusProperty, soStatus, Kind::Status},
        {kSpeechErrorsProperty, soErrors, Kind::Errors},
        {kSpeechInputModeProperty, soInputMode, Kind::Mode},
@@ -74,7 +75,8 @@ const Property* propertyOf(CFStringRef key) {
        {kSpeechSyncCallBack, soSyncCallBack, Kind::Pointer},
        {kSpeechPhonemeCallBack, soPhonemeCallBack, Kind::Pointer},
        {kSpeechErrorCFCallBack, 0, Kind::ErrorCallback},
-       {kSpeechWordCFCallBack, 0, Kind::WordCallback}}};
+       {kSpeechWordCFCallBack, 0, Kind::WordCallback},
+       {kSpeechStrictTextProperty, 0, Kind::Strict}}};
   for (const Property& property : table) {
     if (CFEqual(property.key, key) != 0) return &property;
   }
@@ -256,6 +258,9 @@ OSErr copyProperty(Channel& channel, const Property& property, CFTypeRef* object
     case Kind::Symbols:
       *object = copySymbols();
       return noErr;
+    case Kind::Strict:
+      *object = CFRetain(channel.isStrict() ? kCFBooleanTrue : kCFBooleanFalse);
+      return noErr;
     default:
       return siUnknownInfoType;
   }
@@ -275,6 +280,16 @@ std::optional<long> longOf(CFTypeRef object) {
     return std::nullopt;
   }
   return value;
+}
+
+// A boolean, or a number: true unless it is 0. Empty for other objects.
+std::optional<bool> switchOf(CFTypeRef object) {
+  if (isOfType(object, CFBooleanGetTypeID())) {
+    return CFBooleanGetValue(static_cast<CFBooleanRef>(object)) != 0;
+  }
+  const auto number = longOf(object);
+  if (!number) return std::nullopt;
+  return *number != 0;
 }
 
 // Empty if the object is not a number or is out of the range of Fixed, NaN included.
@@ -393,6 +408,12 @@ OSErr setProperty(Channel& channel, const Property& property, CFTypeRef object) 
     case Kind::ErrorCallback:
     case Kind::WordCallback:
       return setPointer(channel, property, object);
+    case Kind::Strict: {
+      const auto isStrict = switchOf(object);
+      if (!isStrict) return paramErr;
+      channel.setStrict(*isStrict);
+      return noErr;
+    }
     default:
       return siUnknownInfoType;
   }
@@ -400,11 +421,7 @@ OSErr setProperty(Channel& channel, const Property& property, CFTypeRef object) 
 
 // True if the option exists and is a true boolean or a number other than 0.
 bool isSet(CFDictionaryRef options, CFStringRef key) {
-  const void* const value = CFDictionaryGetValue(options, key);
-  if (isOfType(value, CFBooleanGetTypeID())) {
-    return CFBooleanGetValue(static_cast<CFBooleanRef>(value)) != 0;
-  }
-  return longOf(value).value_or(0) != 0;
+  return switchOf(CFDictionaryGetValue(options, key)).value_or(false);
 }
 
 SInt32 flagsOf(CFDictionaryRef options) {

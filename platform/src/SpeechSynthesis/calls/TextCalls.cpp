@@ -141,7 +141,7 @@ OSErr TextToPhonemes(SpeechChannel chan, const void* textBuf, unsigned long text
     std::string phonemes;
     if (textBytes > 0) {
       const CallerText text(textBuf, textBytes);
-      const OSErr result = phonemesOf(channel, text.bytes(), phonemes);
+      const OSErr result = phonemesOf(channel, channel.adaptedFor(text.bytes()), phonemes);
       if (result != noErr) return result;
     }
     // The last step that can fail; before it, nothing of the caller is changed.
@@ -160,7 +160,7 @@ OSErr CopyPhonemesFromText(SpeechChannel chan, CFStringRef text, CFStringRef* ph
     std::string collected;
     const CallerText converted(text);
     if (!converted.bytes().empty()) {
-      const OSErr result = phonemesOf(channel, converted.bytes(), collected);
+      const OSErr result = phonemesOf(channel, channel.adaptedFor(converted.bytes()), collected);
       if (result != noErr) return result;
     }
     *phonemes =

@@ -26,10 +26,11 @@ struct Report {
   enum class Kind { TextDone, SpeechDone, Sync, Error, Phoneme, Word };
   Kind kind;
   std::uint64_t job;
-  long position = 0;  // of a word or an error, in the caller's units
-  long length = 0;    // of a word, in the caller's units
-  OSType value = 0;   // the sync message
-  SInt16 code = 0;    // the phoneme or the error
+  long position = 0;                  // of a word or an error, in the caller's units
+  long length = 0;                    // of a word, in the caller's units
+  OSType value = 0;                   // the sync message
+  SInt16 code = 0;                    // the phoneme or the error
+  const char* description = nullptr;  // of an error; null if only its code is known
 };
 
 // Receives reports: a channel.

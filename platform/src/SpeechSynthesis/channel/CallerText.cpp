@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <string_view>
+#include <utility>
 
 #include "CoreFoundation/Characters.h"
 #include "base/text/MacRomanEncoder.h"
@@ -52,12 +53,36 @@ void CallerText::append(const void* text, unsigned long bytes) {
   m_text.finish(static_cast<Position>(m_text.size()));
 }
 
+void CallerText::adapt(base::OriginText adapted) {
+  m_adapted = std::move(adapted);
+  m_isAdapted = true;
+}
+
+// A position in m_text.
 CFIndex CallerText::unitAt(std::size_t position) const {
   const std::size_t beyond = position - std::min(position, m_text.size());
   return static_cast<CFIndex>(m_text.originOf(position) + beyond);
 }
 
+// A range of the adapted text ends with the origin of its last byte: what was left out after it
+// does not belong to it.
 CFRange CallerText::inCallersUnits(unsigned long position, unsigned long length) const {
+  if (!m_isAdapted) return convertedInCallersUnits(position, length);
+  const std::size_t start = std::min<std::size_t>(position, m_adapted.size());
+  const std::size_t end = start + std::min<std::size_t>(length, m_adapted.size() - start);
+  const std::size_t first = m_adapted.originOf(start);
+  if (end == start) return {unitAt(first), 0};
+  const std::size_t last = std::min<std::size_t>(m_adapted.originOf(end - 1) + 1, m_text.size());
+  return convertedInCallersUnits(first, last - std::min(first, last));
+}
+
+CFIndex CallerText::unitsFrom(unsigned long position) const {
+  const CFIndex end = unitAt(m_text.size());
+  return position == 0 ? end : end - inCallersUnits(position, 0).location;
+}
+
+// A range of m_text.
+CFRange CallerText::convertedInCallersUnits(std::size_t position, std::size_t length) const {
   const CFIndex first = unitAt(position);
   if (position + length > m_text.size()) return {first, unitAt(position + length) - first};
   return {first, static_cast<CFIndex>(m_text.sourceOf(position, length).length)};

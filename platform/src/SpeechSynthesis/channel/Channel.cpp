@@ -144,8 +144,14 @@ OSErr Channel::setInfo(OSType selector, const void* value) {
     }
     case soOutputToFileWithCFURL:
       return setOutputFile(static_cast<CFURLRef>(value));
+    case soCommandDelimiter: {
+      DelimiterInfo delimiters{};
+      std::memcpy(&delimiters, value, sizeof delimiters);
+      return runOrQueue(
+          [delimiters](Channel& channel) { return channel.setDelimiters(delimiters); });
+    }
     case soReset:
-      return runOrQueue([](Channel& channel) { return channel.set(soReset, nullptr); });
+      return runOrQueue([](Channel& channel) { return channel.resetSettings(); });
     case kExactPositions:
       return noErr;  // on for every channel
     default:
@@ -192,6 +198,16 @@ OSErr Channel::useDictionary(void* dictionary, long bytes) {
   });
 }
 
+void Channel::setStrict(bool isStrict) {
+  const base::ScopedLock held(m_lock);
+  m_isStrict = isStrict;
+}
+
+bool Channel::isStrict() const {
+  const base::ScopedLock held(m_lock);
+  return m_isStrict;
+}
+
 void Channel::setErrorCallback(SpeechErrorCFProcPtr callback) {
   const base::ScopedLock held(m_lock);
   m_callbacks.errorCF = callback;
@@ -233,11 +249,8 @@ OSErr Channel::readStatus(SpeechStatusInfo& status) const {
   if (m_phase == Phase::Idle) return noErr;
   status.outputPaused = m_paused;
   status.outputBusy = !m_paused;
-  // The rest of the text from the start of the last word, in the caller's units.
-  const CFRange left =
-      m_text.inCallersUnits(m_wordPosition, m_text.bytes().size() - m_wordPosition);
   constexpr CFIndex kMost = std::numeric_limits<SInt32>::max();
-  status.inputBytesLeft = static_cast<SInt32>(std::min(left.length, kMost));
+  status.inputBytesLeft = static_cast<SInt32>(std::min(m_text.unitsFrom(m_wordPosition), kMost));
   status.phonemeCode = m_phonemeCode;
   return noErr;
 }
@@ -281,6 +294,23 @@ OSErr Channel::setCallback(OSType selector, const void* value) {
       m_callbacks.word = asFunction<SpeechWordProcPtr>(value);
       break;
   }
+  return noErr;
+}
+
+// The synthesizer only records delimiters; they are for the adaptation of texts.
+OSErr Channel::setDelimiters(const DelimiterInfo& delimiters) {
+  const OSErr result = set(soCommandDelimiter, &delimiters);
+  if (result != noErr) return result;
+  const base::ScopedLock held(m_lock);
+  m_delimiters = delimiters;
+  return noErr;
+}
+
+OSErr Channel::resetSettings() {
+  const OSErr result = set(soReset, nullptr);
+  if (result != noErr) return result;
+  const base::ScopedLock held(m_lock);
+  m_delimiters = kUsualDelimiters;
   return noErr;
 }
 

@@ -6,8 +6,9 @@
 // reference constant and gives the synthesizer functions of its own instead (Trampolines.h); what
 // the synthesizer reports is forwarded to the callback thread. It adds what clients expect and a
 // synthesizer lacks: a new text replaces the old one, text-done callbacks do not block the caller,
-// a pause is possible before the speech starts, a stop at a boundary returns immediately, and the
-// state can be read at any time.
+// a pause is possible before the speech starts, a stop at a boundary returns immediately, the state
+// can be read at any time, and texts are adapted to what a synthesizer understands
+// (texts/TextAdapter.h).
 //
 // A job is one text, from the call that starts it to its speech-done. Its phase is Gathering while
 // the client is asked for more text, Ready while it waits for ContinueSpeech, and Speaking while
@@ -26,15 +27,19 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "SpeechSynthesis/bundles/SynthesizerPlugIn.h"
 #include "SpeechSynthesis/bundles/VoiceCatalogue.h"
 #include "SpeechSynthesis/channel/CallQueue.h"
 #include "SpeechSynthesis/channel/CallbackThread.h"
 #include "SpeechSynthesis/channel/CallerText.h"
+#include "SpeechSynthesis/texts/TextAdapter.h"
 #include "base/threads/Mutex.h"
 
 namespace platform {
+
+inline constexpr DelimiterInfo kUsualDelimiters = {{'[', '['}, {']', ']'}};
 
 // The callbacks of the client. A null callback is off.
 struct ClientCallbacks {
@@ -81,6 +86,12 @@ class Channel final : public ReportReceiver, public std::enable_shared_from_this
   void setWordCallback(SpeechWordCFProcPtr callback) EXCLUDES(m_lock);
   ClientCallbacks callbacks() const EXCLUDES(m_lock);
 
+  // Strict: texts go to the synthesizer as they are written. Holds for texts that start later.
+  void setStrict(bool isStrict) EXCLUDES(m_lock);
+  bool isStrict() const EXCLUDES(m_lock);
+  // Returns the text as the synthesizer gets it. Waits for a pending stop.
+  std::string adaptedFor(const std::string& text) EXCLUDES(m_lock);
+
   // True if there is a job that is not stopped: gathering, ready, speaking or paused.
   bool isActive() const EXCLUDES(m_lock);
 
@@ -98,7 +109,8 @@ class Channel final : public ReportReceiver, public std::enable_shared_from_this
   OSType creator() const EXCLUDES(m_lock);
 
   // Events of the synthesizer, on its threads. Called by the trampolines. Positions and lengths are
-  // in bytes of the converted text, except the position of an error, which is passed on as it is.
+  // in bytes of the text that the synthesizer has. The position of an error is mapped only if that
+  // text is adapted, and else passed on as it is.
   void handleJobEnd() EXCLUDES(m_lock);
   void handleSync(OSType message) EXCLUDES(m_lock);
   void handleWord(unsigned long position, UInt16 length) EXCLUDES(m_lock);
@@ -122,6 +134,8 @@ class Channel final : public ReportReceiver, public std::enable_shared_from_this
   void clearStalePause() EXCLUDES(m_lock);
   OSErr acceptJob(CallerText text, SInt32 flags) EXCLUDES(m_lock);
   OSErr speakInPlugIn() EXCLUDES(m_lock);
+  TextSettings textSettings() EXCLUDES(m_lock);
+  void acceptAdaptedText(AdaptedText adapted) EXCLUDES(m_lock);
 
   OSErr runOrQueue(std::function<OSErr(Channel&)> work) EXCLUDES(m_lock);
   OSErr startReadyJob() EXCLUDES(m_lock);
@@ -135,6 +149,8 @@ class Channel final : public ReportReceiver, public std::enable_shared_from_this
 
   OSErr set(OSType selector, const void* value) const;
   OSErr setCallback(OSType selector, const void* value) EXCLUDES(m_lock);
+  OSErr setDelimiters(const DelimiterInfo& delimiters) EXCLUDES(m_lock);
+  OSErr resetSettings() EXCLUDES(m_lock);
   OSErr setCurrentVoice(const VoiceSpec& spec) EXCLUDES(m_lock);
   OSErr setOutputFile(CFURLRef url) EXCLUDES(m_lock);
   OSErr readStatus(SpeechStatusInfo& status) const EXCLUDES(m_lock);
@@ -142,6 +158,7 @@ class Channel final : public ReportReceiver, public std::enable_shared_from_this
 
   void post(const Report& report) noexcept REQUIRES(m_lock);
   bool endUnspokenJob() REQUIRES(m_lock);
+  OSType syncValueOf(OSType message) REQUIRES(m_lock);
   void noteError(OSErr error, long position) REQUIRES(m_lock);
   CallbackThread::ReportList takeDoneReport() REQUIRES(m_lock);
 
@@ -170,6 +187,11 @@ class Channel final : public ReportReceiver, public std::enable_shared_from_this
   bool m_disposed GUARDED_BY(m_lock) = false;
   ClientCallbacks m_callbacks GUARDED_BY(m_lock);
   OSType m_recentSync GUARDED_BY(m_lock) = 0;
+  bool m_isStrict GUARDED_BY(m_lock) = false;
+  DelimiterInfo m_delimiters GUARDED_BY(m_lock) = kUsualDelimiters;
+  // The values of the current text's sync marks, and the index of the one that is expected next.
+  std::vector<std::uint32_t> m_syncValues GUARDED_BY(m_lock);
+  std::size_t m_nextSync GUARDED_BY(m_lock) = 0;
   SpeechErrorInfo m_errors GUARDED_BY(m_lock){};
   VoiceSpec m_voice GUARDED_BY(m_lock){};
 };

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <chrono>
 #include <exception>
+#include <iterator>
 #include <limits>
 #include <thread>
 #include <utility>
@@ -131,6 +132,8 @@ OSErr Channel::acceptJob(CallerText text, SInt32 flags) {
     m_flags = flags;
     m_wordPosition = 0;
     m_phonemeCode = 0;
+    m_syncValues.clear();
+    m_nextSync = 0;
     m_paused = (flags & kPreflightThenPause) != 0;
     m_phase = gathers ? Phase::Gathering : Phase::Ready;
     if (gathers || m_paused) return noErr;
@@ -162,13 +165,16 @@ OSErr Channel::startSpeaking() {
 }
 
 // The comma of kNoEndingProsody is added only for ordinary text: in other modes it would be spoken.
+// It comes before the adaptation, which may end the text with a command.
 OSErr Channel::speakInPlugIn() {
   std::string text;
   SInt32 flags = 0;
+  bool isStrict = false;
   {
     const base::ScopedLock held(m_lock);
     text = m_text.bytes();
     flags = m_flags;
+    isStrict = m_isStrict;
   }
   if ((flags & kNoEndingProsody) != 0) {
     OSType input = modeText;
@@ -177,8 +183,62 @@ OSErr Channel::speakInPlugIn() {
     m_plugIn.call().getSpeechInfo(m_identifier, soCharacterMode, &characters);
     if (input == modeText && characters == modeNormal) text = withoutEndingProsody(text);
   }
+  if (!isStrict) {
+    AdaptedText adapted = adaptText(text, textSettings());
+    if (adapted.isChanged) text = adapted.text.text();
+    acceptAdaptedText(std::move(adapted));
+  }
   return toClientResult(m_plugIn.call().speakBuffer(m_identifier, text.data(),
                                                     static_cast<long>(text.size()), flags));
+}
+
+// Reads the state that decides what a text means. A synthesizer that does not know a selector has
+// the initial value.
+TextSettings Channel::textSettings() {
+  const auto read = [this](OSType selector, auto value) {
+    m_plugIn.call().getSpeechInfo(m_identifier, selector, &value);
+    return value;
+  };
+  constexpr double kFixedOne = 65536;
+  TextSettings settings;
+  settings.startsInPhonemes = read(soInputMode, OSType{modeText}) == modePhonemes;
+  settings.pitchBase = read(soPitchBase, Fixed{0}) / kFixedOne;
+  settings.pitchRange = read(soPitchMod, Fixed{0}) / kFixedOne;
+  // A delimiter of one character ends with a zero; one that begins with it is empty.
+  const auto textOf = [](const UInt8(&delimiter)[2]) {
+    std::string characters(std::begin(delimiter), std::end(delimiter));
+    return characters.substr(0, characters.find('\0'));
+  };
+  const base::ScopedLock held(m_lock);
+  settings.openDelimiter = textOf(m_delimiters.startDelimiter);
+  settings.closeDelimiter = textOf(m_delimiters.endDelimiter);
+  return settings;
+}
+
+// Reports the problems of the text, before any event of its speech.
+void Channel::acceptAdaptedText(AdaptedText adapted) {
+  const base::ScopedLock held(m_lock);
+  const bool isReported = m_callbacks.error != nullptr || m_callbacks.errorCF != nullptr;
+  for (const TextProblem& problem : adapted.problems) {
+    Report report{Report::Kind::Error, m_job};
+    report.code = badInputText;
+    report.position = m_text.inCallersUnits(problem.position, 0).location;
+    report.description = describe(problem.cause);
+    noteError(report.code, report.position);
+    if (isReported) post(report);
+  }
+  m_syncValues = std::move(adapted.syncValues);
+  if (adapted.isChanged) m_text.adapt(std::move(adapted.text));
+}
+
+std::string Channel::adaptedFor(const std::string& text) {
+  if (isStrict()) return text;
+  std::string result = text;
+  m_calls.runNow([&] {
+    const AdaptedText adapted = adaptText(text, textSettings());
+    if (adapted.isChanged) result = adapted.text.text();
+  });
+  return result;
 }
 
 // ---- On the call queue: stopping and pausing
@@ -297,6 +357,20 @@ bool Channel::endUnspokenJob() {
   m_silencedJob = m_job;
   CallbackThread::shared().post(takeDoneReport());
   return true;
+}
+
+// Returns the value that the text has for the mark with this number. Marks come in order; their
+// numbers repeat. Synthesizers report the number in the upper or in the lower half of the message.
+OSType Channel::syncValueOf(OSType message) {
+  constexpr OSType kLowerHalf = 0xFFFF;
+  const OSType number = (message & kLowerHalf) == 0 ? message >> 16U : message;
+  if (m_syncValues.empty() || number == 0 || number > kMostSyncNumber) return message;
+  const std::size_t wanted = number - 1;
+  const std::size_t expected = m_nextSync % kMostSyncNumber;
+  const std::size_t mark = m_nextSync + (wanted + kMostSyncNumber - expected) % kMostSyncNumber;
+  if (mark >= m_syncValues.size()) return message;
+  m_nextSync = mark + 1;
+  return m_syncValues[mark];
 }
 
 // Updates the record of soErrors, whose counters saturate.

@@ -42,10 +42,10 @@ void Channel::handleJobEnd() {
 
 void Channel::handleSync(OSType message) {
   Report report{Report::Kind::Sync, 0};
-  report.value = message;
   const base::ScopedLock held(m_lock);
+  report.value = syncValueOf(message);
   // Kept for soRecentSync even after the end of the job.
-  m_recentSync = message;
+  m_recentSync = report.value;
   if (!m_endOwed || m_callbacks.sync == nullptr) return;
   report.job = m_job;
   post(report);
@@ -81,9 +81,12 @@ void Channel::handlePhoneme(SInt16 opcode) {
 void Channel::handleError(OSErr error, long position) {
   Report report{Report::Kind::Error, 0};
   report.code = error;
-  report.position = position;
   const base::ScopedLock held(m_lock);
-  noteError(error, position);
+  report.position = position;
+  if (m_text.isAdapted() && position >= 0) {
+    report.position = m_text.inCallersUnits(static_cast<unsigned long>(position), 0).location;
+  }
+  noteError(error, report.position);
   if (m_callbacks.error == nullptr && m_callbacks.errorCF == nullptr) return;
   report.job = m_job;
   post(report);
@@ -166,7 +169,8 @@ void Channel::callErrorCallbacks(const ClientCallbacks& callbacks, const Report&
     if (m_disposed) return;
     if (report.job == m_job) text = Owned(static_cast<CFStringRef>(CFRetain(m_text.string())));
   }
-  const Owned error(createSpeechError(report.code, text.get(), report.position));
+  const Owned error(
+      createSpeechError(report.code, text.get(), report.position, report.description));
   callbacks.errorCF(m_handle, callbacks.refCon, error.get());
 }
 

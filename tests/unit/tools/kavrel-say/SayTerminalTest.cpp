@@ -263,7 +263,7 @@ TEST_F(SayOnATerminal, EndsWhenTheTerminalIsClosed) {
 }
 
 TEST_F(SayOnATerminal, RestoresTheTerminalWhenTheTextIsRejected) {
-  TerminalProgram say({}, {"-i", "[[inpt PHON]]qqq[[inpt TEXT]]"});
+  TerminalProgram say({}, {"-i", "--strict", "[[inpt PHON]]qqq[[inpt TEXT]]"});
   EXPECT_EQ(say.finish().status, 1);
   EXPECT_THAT(say.written(), HasSubstr("kavrel-say: cannot speak the text"));
   expectTerminalAsBefore(say);

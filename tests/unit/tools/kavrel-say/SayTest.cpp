@@ -173,7 +173,33 @@ TEST_F(Say, CountsSilenceInTheTimes) {
 TEST_F(Say, ReportsMarksWithTheNumbersThatTheTextGivesThem) {
   EXPECT_THAT(
       valuesOf<int>(eventsFor("[[sync 1]] a [[sync 65535]] b [[sync 65539]]"), "sync", "number"),
-      ElementsAre(1, 65535, 3));
+      ElementsAre(1, 65535, 65539));
+  EXPECT_THAT(valuesOf<unsigned>(eventsFor("[[sync 0xFFFFFFFF]] a [[sync 'four']] b [[sync $A]]"),
+                                 "sync", "number"),
+              ElementsAre(0xFFFFFFFFU, 0x666F7572U, 10U));
+}
+
+TEST_F(Say, ReportsTheLowerHalfOfDecimalMarksIfStrict) {
+  const Result result = say({"--strict", "--events", "-o", m_sound, "-f", "-"},
+                            "[[sync 1]] a [[sync 0x41]] b [[sync 65539]]");
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_THAT(valuesOf<int>(eventsOf(result.out), "sync", "number"), ElementsAre(1, 0, 3));
+}
+
+TEST_F(Say, SpeaksTextsThatStrictRefuses) {
+  const std::string text = "a [[inpt PHON]]hAY, q.[[inpt TEXT]] b [[ c";
+  EXPECT_THAT(wordsOf(text), ElementsAre("a", "hAY, q.", "b", "c"));
+  const Result refused = say({"--strict", "-o", m_sound, "-f", "-"}, text);
+  EXPECT_EQ(refused.status, 1);
+  EXPECT_THAT(refused.err, complaint("a phoneme is unknown"));
+}
+
+TEST_F(Say, WritesTheMarkupOfTheAdaptedText) {
+  const std::string text = "a [[RATE 200]]b [[sync 0x41]]c";
+  EXPECT_THAT(say({"--ssml", "-f", "-"}, text).out,
+              AllOf(HasSubstr("rate='200'"), HasSubstr("<mark name='65536'/>")));
+  EXPECT_THAT(say({"--ssml", "--strict", "-f", "-"}, text).out,
+              AllOf(testing::Not(HasSubstr("rate=")), HasSubstr("<mark name='0'/>")));
 }
 
 TEST_F(Say, ReportsMarksBetweenTheirWords) {
@@ -352,7 +378,7 @@ TEST_F(Say, RejectsAnInputFileThatIsAFolder) {
 }
 
 TEST_F(Say, LeavesNoFileForARejectedText) {
-  const Result result = say({"-o", m_sound, "[[inpt PHON]]qqq[[inpt TEXT]]"});
+  const Result result = say({"--strict", "-o", m_sound, "[[inpt PHON]]qqq[[inpt TEXT]]"});
   EXPECT_EQ(result.status, kFailure);
   EXPECT_THAT(result.err, complaint("cannot speak the text"));
   EXPECT_FALSE(std::filesystem::exists(m_sound));
@@ -541,7 +567,8 @@ TEST_F(Say, WritesCaptionsWithTheTimesOfTheWords) {
 
 TEST_F(Say, LeavesNoCaptionsForARejectedText) {
   const std::string vtt = m_folder.file("speech.vtt");
-  EXPECT_EQ(say({"-o", m_sound, "--vtt", vtt, "[[inpt PHON]]qqq[[inpt TEXT]]"}).status, kFailure);
+  EXPECT_EQ(say({"--strict", "-o", m_sound, "--vtt", vtt, "[[inpt PHON]]qqq[[inpt TEXT]]"}).status,
+            kFailure);
   EXPECT_FALSE(std::filesystem::exists(vtt));
 }
 

@@ -31,7 +31,10 @@ TEST(Explain, WritesATable) {
   EXPECT_EQ(outputOf({"--explain"}, "Hi [[rate 200]]you\n[[sync 3]]there"),
             "BYTE  LINE  COMMAND       KIND  RESULT\n"
             "3     1:4   [[rate 200]]  rate  <prosody rate='200'> up to the end of the text\n"
-            "19    2:1   [[sync 3]]    sync  <mark name='196608'/>\n");
+            "19    2:1   [[sync 3]]    sync  <mark name='196608'/>\n"
+            "\n"
+            "BYTE  LINE  TEXT        ADAPTED     NOTE\n"
+            "19    2:1   [[sync 3]]  [[sync 1]]  the callback gets 3 (0x3)\n");
 }
 
 TEST(Explain, WritesOnlyTheHeadingWithoutCommands) {
@@ -147,6 +150,65 @@ TEST(Explain, WorksForTextsThatCannotBeConverted) {
   EXPECT_EQ(result.status, ssmlprogram::kFailure);
   EXPECT_THAT(result.out, HasSubstr("dropped: cannot be converted"));
   EXPECT_THAT(result.out, HasSubstr("<break time='5ms'/>"));
+}
+
+// ---- What the Manager adapts
+
+Strings adaptationsOf(const std::string& text, const Strings& arguments = {"--explain"}) {
+  Strings lines;
+  const nlohmann::json json = jsonOf(arguments, text);
+  for (const auto& part : json.at("adaptations")) {
+    std::string line = std::to_string(part.at("position").get<int>()) + ": ";
+    line += part.at("text").get<std::string>() + " > " + part.at("becomes").get<std::string>();
+    lines.push_back(line + " (" + part.at("note").get<std::string>() + ")");
+  }
+  return lines;
+}
+
+TEST(ExplainAdaptations, ListsWhatTheManagerChanges) {
+  EXPECT_THAT(
+      adaptationsOf("\u00E9 [[RATE 200]]a[[frob]]b[[sync 'four']]c [[emph +]]d e"),
+      ElementsAre("3: [[RATE 200]] > [[rate 200]] ()", "16: [[frob]] >  (unknown embedded command)",
+                  "25: [[sync 'four']] > [[sync 1]] (the callback gets 1718580594 "
+                  "(0x666F7572))",
+                  "53:  > [[cmnt]] ()"));
+}
+
+TEST(ExplainAdaptations, ListsPhonemesAndBrackets) {
+  EXPECT_THAT(adaptationsOf("[[inpt PHON]]d.dqd[[inpt TEXT]] [[rate x]] [["),
+              ElementsAre("14: . > % ()", "16: q >  (unknown phoneme symbol)",
+                          "32: [[rate x]] >  (missing or invalid argument of an embedded command)",
+                          "44:  >   (embedded command that is not closed)"));
+}
+
+TEST(ExplainAdaptations, AreEmptyForExactTexts) {
+  EXPECT_THAT(adaptationsOf("[[rate 200]]a [[inpt PHON]]hEH[[inpt TEXT]] b"), testing::IsEmpty());
+}
+
+TEST(ExplainAdaptations, FollowTheSettings) {
+  EXPECT_THAT(adaptationsOf("d.", {"--explain", "--phonemes"}), ElementsAre("1: . > % ()"));
+}
+
+TEST(Adapt, ConvertsTheTextAsTheManagerAdaptsIt) {
+  const std::string text = "a [[RATE 200]]b[[sync 0x41]]c[[inpt PHON]]d.[[inpt TEXT]] [[ e";
+  EXPECT_EQ(ssml({}, text).status, ssmlprogram::kFailure);
+  EXPECT_EQ(outputOf({"--adapt"}, text),
+            "a <prosody rate='200'>b</prosody><prosody rate='200'><mark name='65536'/>c</prosody>"
+            "<phoneme ph='d pau'><prosody rate='200'>d%</prosody></phoneme>"
+            "<prosody rate='200'> [ [ e</prosody>\n");
+}
+
+TEST(Adapt, KeepsPositionsInTheFile) {
+  const nlohmann::json json = jsonOf({"--adapt"}, "\u00E9[[frob]]b [[sync 0x41]]c");
+  const std::string converted = json.at("converted");
+  const auto& positions = json.at("caller_positions");
+  EXPECT_EQ(positions.at(converted.find('b')), 10);
+  EXPECT_EQ(positions.at(converted.rfind('c')), 25);
+}
+
+TEST(Adapt, ExplainsTheCommandsOfTheAdaptedText) {
+  EXPECT_THAT(resultsOf("[[RATE 200]]a[[frob]]b", {"--adapt", "--explain"}),
+              ElementsAre("<prosody rate='200'> up to the end of the text"));
 }
 
 struct Slip {
