@@ -2,8 +2,8 @@
 """The changes that scripts/mutate makes: all single changes of a C++ source file, by kind.
 
 Works on tokens, not on a syntax tree: comments, preprocessor lines and static assertions are never
-changed, and a change that gives an invalid program is found by the compiler. Relies on the format of
-.clang-format, in which a binary "<" or "&&" has blanks on both sides and that of a type has not.
+changed, and a change that gives an invalid program is found by the compiler. Relies on the format
+of .clang-format: a binary "<" or "&&" has blanks on both sides, that of a type has not.
 """
 import dataclasses
 import re
@@ -30,6 +30,8 @@ DECLARING = {
     "template", "thread_local", "typedef", "typename", "union", "unsigned", "using", "void",
 }
 SCOPES = {"namespace", "class", "struct", "union", "enum", "extern"}
+FIXED = {"static_assert", "CAPABILITY", "REQUIRES", "ACQUIRE", "RELEASE"}
+IN_CALLS = {"(", "[", "{", "::", ".", "->", "<", ">"}
 LOCK = re.compile(r"(Lock|Unlock|lock_guard|scoped_lock|shared_lock|unique_lock)$")
 
 
@@ -184,8 +186,7 @@ class SourceFile:
         fixed = set()
         for index in range(len(self.tokens)):
             text = self.text(index)
-            if text == "static_assert" or (re.fullmatch(r"[A-Z][A-Z_]+", text) and
-                                           text in ("CAPABILITY", "REQUIRES", "ACQUIRE", "RELEASE")):
+            if text in FIXED:
                 if self.text(index + 1) == "(":
                     fixed.update(range(index, self.match[index + 1] + 1))
             elif text == "extern" and self.tokens[index + 1].kind == "string":
@@ -281,8 +282,7 @@ class SourceFile:
         """Returns true for an expression that is a call and nothing else."""
         at = first
         while at < last - 1:
-            if self.tokens[at].kind == "sign" and self.text(at) not in ("(", "[", "{", "::", ".", "->",
-                                                                        "<", ">"):
+            if self.tokens[at].kind == "sign" and self.text(at) not in IN_CALLS:
                 return False
             at = self.match.get(at, at) + 1
         return self.text(last - 1) == ")"
@@ -373,19 +373,22 @@ class SourceFile:
 
     def _is_binary(self, index):
         token = self.tokens[index]
-        return (token.kind == "sign" and 0 < index < len(self.tokens) - 1 and
-                token.begin > self.tokens[index - 1].end and token.end < self.tokens[index + 1].begin)
+        if token.kind != "sign" or index == 0 or index == len(self.tokens) - 1:
+            return False
+        return (token.begin > self.tokens[index - 1].end and
+                token.end < self.tokens[index + 1].begin)
 
     def _drop_operands(self, index):
         """Leaves one operand of "&&" or "||" out."""
-        stops = {",", ";", "?", ":", "||", "return", "=", "{", "("} | (
-            {"&&"} if self.text(index) == "&&" else set())
+        stops = {",", ";", "?", ":", "||", "return", "="} | set("([{")
+        if self.text(index) == "&&":
+            stops.add("&&")
         first = index
-        while first > 0 and self.text(first - 1) not in stops and not (
-                self.text(first - 1) in OPENING):
-            first = self.match[first - 1] if first - 1 in self.match else first - 1
+        while first > 0 and self.text(first - 1) not in stops:
+            first = self.match.get(first - 1, first - 1)
+        stops = (stops - set("([{")) | set(")]}")
         last = index
-        while self.text(last + 1) not in stops | set(OPENING.values()) or self.text(last + 1) in OPENING:
+        while self.text(last + 1) not in stops:
             last = self.match.get(last + 1, last + 1)
         if first < index:
             rest = self.source[self.tokens[index + 1].begin : self.tokens[last].end]
