@@ -256,6 +256,10 @@ std::uint32_t Sandbox::enter(const std::string& folder) {
   return missing;
 }
 
+bool Sandbox::isBuiltWithoutFilter() {
+  return kSanitized;
+}
+
 bool Sandbox::enterWorker(unsigned seconds) const {
   // One second more for a handler that somebody might have installed.
   if (!lower(RLIMIT_CPU, seconds, seconds + 1)) return false;

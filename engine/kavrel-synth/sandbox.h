@@ -23,6 +23,10 @@ class Sandbox {
   // synth_protocol::Ready.
   std::uint32_t enter(const std::string& folder);
 
+  // True if the program is built with a sanitizer, whose system calls are not known, and so has no
+  // filter of system calls. enter() then reports it as missing.
+  static bool isBuiltWithoutFilter();
+
   // In a worker, after fork(): takes fork() and its relatives too, and limits the worker's CPU time
   // to `seconds`, after which SIGXCPU ends it. Returns false if the system refuses.
   bool enterWorker(unsigned seconds) const;

@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include "KeptSynthesiser.h"
 #include "job/pipeline.h"
 #include "synth/synth_pool.h"
 #include "synth/synth_program.h"
@@ -21,12 +22,9 @@ namespace {
 using kavrel::Pipeline;
 using kavrel::SpeechSegment;
 using kavrel::Synthesiser;
-using kavrel::SynthPool;
 
-// Never destroyed, since threads of a pipeline may outlive it.
 Synthesiser& synthesiserOf(std::size_t processes) {
-  auto& pool = *new SynthPool(kavrel::synthProgram(), {}, processes);
-  return *new Synthesiser(pool);
+  return test::keptSynthesiser(kavrel::synthProgram(), {}, processes);
 }
 
 std::vector<SpeechSegment> speechOf(const std::string& text, Synthesiser& synthesiser,

@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include "KeptSynthesiser.h"
 #include "base/threads/Clock.h"
 #include "job/pipeline.h"
 #include "synth/synth_pool.h"
@@ -28,18 +29,12 @@ kavrel::SynthProcess::Limits shortLimits() {
   return limits;
 }
 
-// Never destroyed, since threads of a pipeline may outlive it.
-Synthesiser& synthesiserOf(const std::string& program) {
-  auto& pool = *new SynthPool(program, shortLimits());
-  return *new Synthesiser(pool);
-}
-
 class ScriptedSynthJob : public testing::Test {
  protected:
   // Produces a text to its end; returns the texts of its words.
   std::vector<std::string> wordsOf(const std::string& text,
                                    const std::string& program = KAVREL_SCRIPTED_SYNTH) {
-    Pipeline pipeline(text, m_voice, true, synthesiserOf(program));
+    Pipeline pipeline(text, m_voice, true, test::keptSynthesiser(program, shortLimits()));
     std::vector<std::string> words;
     kavrel::SpeechSegment segment;
     for (;;) {

