@@ -40,17 +40,26 @@ struct CaptionWord {
   double end;
 };
 
-// Returns the ranges of the text outside commands, in order. A command that is not closed extends
-// to the end of the text, as in the converter.
+// Returns the ranges of the text outside commands, in order. A bracket that is not closed before
+// the next one is text, as for the Manager. Linear time: the next "]]" is searched once.
 std::vector<TextRange> displayedRanges(std::string_view text, tool::Brackets brackets) {
   if (brackets == tool::Brackets::Text) return {{0, text.size()}};
   std::vector<TextRange> ranges;
-  std::size_t at = 0;
-  while (at < text.size()) {
-    const std::size_t open = std::min(text.find("[[", at), text.size());
+  const auto find = [text](std::string_view what, std::size_t from) {
+    return std::min(text.find(what, from), text.size());
+  };
+  std::size_t close = 0;  // the first "]]" at or after the last bracket
+  for (std::size_t at = 0; at < text.size();) {
+    const std::size_t open = find("[[", at);
     if (at < open) ranges.push_back({at, open});
-    const std::size_t close = open < text.size() ? text.find("]]", open + 2) : text.size();
-    at = close >= text.size() ? text.size() : close + 2;
+    if (open == text.size()) break;
+    at = open + 2;
+    if (close < at) close = find("]]", at);
+    if (close < text.size() && close <= find("[[", at)) {
+      at = close + 2;
+    } else {
+      ranges.push_back({open, at});
+    }
   }
   return ranges;
 }

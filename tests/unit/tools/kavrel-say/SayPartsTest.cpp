@@ -189,7 +189,10 @@ TEST(Captions, OmitCommandsUnlessBracketsAreText) {
   EXPECT_THAT(linesOf(cues(text, {"One", "two", "three"})), ElementsAre(Strings{"One two three"}));
   EXPECT_THAT(linesOf(cues("a [[b]] c", {"a", "c"}, tool::Brackets::Text)),
               ElementsAre(Strings{"a [[b]] c"}));
-  EXPECT_THAT(linesOf(cues("a b [[ never closed", {"a", "b"})), ElementsAre(Strings{"a b"}));
+  EXPECT_THAT(linesOf(cues("a [[ b [[rate 9]]c", {"a", "b", "c"})),
+              ElementsAre(Strings{"a [[ b c"}));
+  EXPECT_THAT(linesOf(cues("a [[ never closed", {"a", "never", "closed"})),
+              ElementsAre(Strings{"a [[ never closed"}));
 }
 
 TEST(Captions, SplitALongSentenceAfterACommaIntoTwoLinesAtMost) {
