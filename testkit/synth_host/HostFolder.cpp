@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <fstream>
 #include <sstream>
+#include <stdexcept>
 #include <thread>
 
 namespace hosts {
@@ -13,10 +14,13 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Other users may run what is in it: hosts that give up their rights.
+// Other users may run what is in it: hosts that give up their rights. Another process copies: if
+// this one had the file open for writing, a process that another thread starts meanwhile would have
+// it, too, and a file that is open for writing cannot be executed.
 void copyProgram(const std::string& from, const std::string& to) {
   fs::create_directories(fs::path(to).parent_path());
-  fs::copy_file(from, to);
+  const program::Result copied = program::run("/bin/cp", {from, to});
+  if (copied.status != 0) throw std::runtime_error(copied.err);
   fs::permissions(to, fs::perms(0755));
 }
 

@@ -66,8 +66,8 @@ class Killer {
 
 }  // namespace
 
-// The engine reports its own gaps in a diagnostic line. The recording has others, too, up to a tenth
-// of a second, when the machine does other work.
+// The engine reports its own gaps in a diagnostic line. The recording has others, too, up to a
+// tenth of a second, when the machine does other work.
 TEST(HeardUnderKills, HasNoGapAndLosesNothing) {
   std::string text;
   for (int number = 0; number < 5; ++number) text += "One two three four five. ";
