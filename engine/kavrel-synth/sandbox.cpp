@@ -195,10 +195,10 @@ bool addRules(Filter& filter) {
       filter.allowIf(SCMP_SYS(openat), SCMP_A2(SCMP_CMP_MASKED_EQ, kWriting, O_RDONLY)) &&
       filter.allowIf(SCMP_SYS(mmap), SCMP_A2(SCMP_CMP_MASKED_EQ, PROT_EXEC, 0)) &&
       filter.allowIf(SCMP_SYS(mprotect), SCMP_A2(SCMP_CMP_MASKED_EQ, PROT_EXEC, 0)) &&
-      filter.allowIf(SCMP_SYS(clone), SCMP_A0(SCMP_CMP_EQ, kFork)) &&
-      filter.allowIf(SCMP_SYS(prlimit64), SCMP_A0(SCMP_CMP_EQ, 0)) &&
-      filter.allowIf(SCMP_SYS(prctl), SCMP_A0(SCMP_CMP_EQ, PR_SET_PDEATHSIG)) &&
-      filter.allowIf(SCMP_SYS(prctl), SCMP_A0(SCMP_CMP_EQ, PR_SET_SECCOMP)) &&
+      filter.allowIf(SCMP_SYS(clone), SCMP_A0(SCMP_CMP_EQ, kFork, 0)) &&
+      filter.allowIf(SCMP_SYS(prlimit64), SCMP_A0(SCMP_CMP_EQ, 0, 0)) &&
+      filter.allowIf(SCMP_SYS(prctl), SCMP_A0(SCMP_CMP_EQ, PR_SET_PDEATHSIG, 0)) &&
+      filter.allowIf(SCMP_SYS(prctl), SCMP_A0(SCMP_CMP_EQ, PR_SET_SECCOMP, 0)) &&
       // Its flags cannot be checked, so glibc must take clone().
       filter.add(SCMP_ACT_ERRNO(ENOSYS), {SCMP_SYS(clone3)});
   return plain && conditional;

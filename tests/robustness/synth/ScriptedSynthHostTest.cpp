@@ -19,7 +19,8 @@ using namespace hosts;
 constexpr int kWords = 6;
 
 // A host speaks a sentence with that word, on the scripted synthesiser.
-void expectAllWords(const HostFolder& folder, const std::string& word, std::chrono::seconds limit) {
+void expectAllWords(const std::string& word, std::chrono::seconds limit) {
+  const HostFolder folder(HostFolder::Synthesiser::Scripted);
   const std::string audio = folder.file("audio");
   const Clock::time_point begin = Clock::now();
   const program::Result result =
