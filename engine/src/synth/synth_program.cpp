@@ -67,7 +67,7 @@ std::string synthProgram() {
   const std::string file = ownFile();
   const std::string folder = file.substr(0, file.rfind('/') + 1);
   for (const char* const relative : kFolders) {
-    const std::string program = programIn(folder + relative);
+    std::string program = programIn(folder + relative);
     if (::access(program.c_str(), X_OK) == 0) return program;
   }
   return programIn(folder + kFolders[0]);

@@ -125,12 +125,13 @@ TEST_F(ManagerTexts, ReportsProblemsBeforeTheSpeech) {
   synthesizer().sendWord(m_identifier, 0, 1);
   EXPECT_THAT(reportsAfter(4),
               ElementsAre("error -247 at 2", "error -247 at 28", "error -247 at 43", "word 0+1"));
+  // Copies, since the record is packed and a reference to its positions would be misaligned.
   const SpeechErrorInfo info = errors();
   EXPECT_EQ(info.count, 3);
   EXPECT_EQ(info.oldest, badInputText);
-  EXPECT_EQ(info.oldPos, 2);
+  EXPECT_EQ(SInt32{info.oldPos}, 2);
   EXPECT_EQ(info.newest, badInputText);
-  EXPECT_EQ(info.newPos, 43);
+  EXPECT_EQ(SInt32{info.newPos}, 43);
 }
 
 void onErrorObject(SpeechChannel channel, SRefCon refCon, CFErrorRef error) {
