@@ -49,8 +49,6 @@ using base::Clock;
 using kavrel::SynthPool;
 using synth_texts::SynthText;
 
-namespace protocol = kavrel::synth_protocol;
-
 struct Options {
   std::uint64_t seed = 1;
   double minutes = 1;
@@ -173,18 +171,6 @@ struct Outcome {
   bool isLost() const { return result == SynthPool::Result::Unspeakable; }
 };
 
-// As the engine's own; see synth/synthesiser.cpp.
-protocol::Speak frameOf(const kavrel::Synthesiser::Input& input) {
-  protocol::Speak frame;
-  frame.rate = input.settings.rate;
-  frame.pitch = input.settings.pitch;
-  frame.range = input.settings.range;
-  if (input.hasPhones) frame.flags |= protocol::Speak::kPhones;
-  if (input.endPause) frame.flags |= protocol::Speak::kEndPause;
-  frame.text = protocol::utf8Of(input.text);
-  return frame;
-}
-
 // No process is lost because the machine is busy: an endless loop ends by its limit of CPU time.
 std::unique_ptr<SynthPool> newPool() {
   kavrel::SynthProcess::Limits limits;
@@ -216,7 +202,7 @@ Outcome speak(const SynthText& text) {
     while (plan.next(call)) {
       if (call.isBreak || !call.audible) continue;
       ++outcome.calls;
-      outcome.result = pool()->speak(text.voice, frameOf(call.input), 0, {}, speech, outcome.why);
+      outcome.result = pool()->speak(text.voice, call.input.frame(), 0, {}, speech, outcome.why);
       if (outcome.result != SynthPool::Result::Done) return outcome;
     }
   }

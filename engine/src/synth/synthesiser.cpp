@@ -18,17 +18,6 @@ namespace protocol = synth_protocol;
 // After a crash or the like, a call is repeated so often before it is spoken word by word.
 constexpr int kRepeats = 1;
 
-protocol::Speak frameOf(const Synthesiser::Input& input) {
-  protocol::Speak frame;
-  frame.rate = input.settings.rate;
-  frame.pitch = input.settings.pitch;
-  frame.range = input.settings.range;
-  if (input.hasPhones) frame.flags |= protocol::Speak::kPhones;
-  if (input.endPause) frame.flags |= protocol::Speak::kEndPause;
-  frame.text = protocol::utf8Of(input.text);
-  return frame;
-}
-
 // Appends what a process has spoken.
 void append(SynthAudio& audio, SynthProcess::Speech&& speech) {
   const auto offset = static_cast<std::int64_t>(audio.samples().size());
@@ -54,7 +43,7 @@ class Synthesiser::Call {
   // Fills `audio`. A cancelled call counts as a success, without audio.
   bool run(SynthAudio& audio, std::string& why) {
     SynthProcess::Speech speech;
-    switch (m_pool.speak(m_voice, frameOf(m_input), kRepeats, m_cancelled, speech, why)) {
+    switch (m_pool.speak(m_voice, m_input.frame(), kRepeats, m_cancelled, speech, why)) {
       case SynthPool::Result::Done:
         append(audio, std::move(speech));
         return true;
@@ -74,7 +63,7 @@ class Synthesiser::Call {
   bool runByWords(SynthAudio& audio, std::string& why) {
     const std::vector<WordPiece> pieces = wordPieces(m_input.text);
     for (const WordPiece& piece : pieces) {
-      protocol::Speak frame = frameOf(m_input);
+      protocol::Speak frame = m_input.frame();
       frame.text = protocol::utf8Of(piece.text);
       if (&piece != &pieces.back()) frame.flags &= ~protocol::Speak::kEndPause;
       SynthProcess::Speech speech;
@@ -113,6 +102,17 @@ class Synthesiser::Call {
   const std::string m_voice;
   const Cancelled& m_cancelled;
 };
+
+protocol::Speak Synthesiser::Input::frame() const {
+  protocol::Speak speak;
+  speak.rate = settings.rate;
+  speak.pitch = settings.pitch;
+  speak.range = settings.range;
+  if (hasPhones) speak.flags |= protocol::Speak::kPhones;
+  if (endPause) speak.flags |= protocol::Speak::kEndPause;
+  speak.text = protocol::utf8Of(text);
+  return speak;
+}
 
 Synthesiser& Synthesiser::shared() {
   static Synthesiser& synthesiser = *new Synthesiser(SynthPool::shared());

@@ -50,6 +50,9 @@ class Synthesiser {
     bool hasPhones = false;
     // The audio ends with the pause of the last character (a full stop, a comma).
     bool endPause = false;
+
+    // What a process is sent. The adjustments and inner marks are the caller's to apply.
+    synth_protocol::Speak frame() const;
   };
 
   // Speaks with processes of `pool`, which must never be destroyed.
