@@ -123,6 +123,7 @@ void expectSameUnderKills(std::size_t bytes, int kills) {
 // for the engine's time limit.
 void expectSameUnderStops(std::size_t bytes, int threads, int stopsEach) {
   std::vector<std::jthread> disturbers;
+  disturbers.reserve(static_cast<std::size_t>(threads));
   std::atomic<int> total{0};
   for (int number = 0; number < threads; ++number) {
     disturbers.emplace_back([&, number] {

@@ -70,6 +70,7 @@ TEST(SameSpeech, AfterOtherTextsAndBesideThem) {
   const std::vector<SpeechSegment> expected = speechOf(text, synthesiser);
   std::atomic<bool> done{false};
   std::vector<std::jthread> others;
+  others.reserve(3);
   for (int other = 0; other < 3; ++other) {
     others.emplace_back([&, other] {
       const std::string rate = std::to_string(150 + 50 * other);

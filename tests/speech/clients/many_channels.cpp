@@ -84,9 +84,11 @@ int main(int argc, char** argv) {
   const std::string file = argv[1];
   std::atomic<int> done = 0;
   std::vector<std::thread> threads;
+  threads.reserve(kThreads);
   for (int thread = 0; thread < kThreads; ++thread) {
     threads.emplace_back([&, thread] {
       std::vector<std::unique_ptr<Talker>> talkers;
+      talkers.reserve(kChannelsOfAThread);
       for (int i = 0; i < kChannelsOfAThread; ++i) {
         talkers.push_back(
             std::make_unique<Talker>(file + std::to_string(thread) + std::to_string(i)));

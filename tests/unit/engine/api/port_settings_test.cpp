@@ -11,7 +11,6 @@
 #include "cst.h"
 #include "speakers/PortSpeaker.h"
 
-using test::Event;
 using test::Folder;
 using test::kProse;
 using test::readSamples;

@@ -4,6 +4,7 @@
 #include <CoreFoundation/CoreFoundation.h>
 
 #include <array>
+#include <cstring>
 #include <filesystem>
 #include <string>
 #include <thread>
@@ -41,7 +42,8 @@ std::string representation(CFURLRef url, bool absolute, std::size_t room = 4096)
 std::string cString(CFStringRef string, CFStringEncoding encoding, CFIndex room = 65536) {
   std::string buffer(static_cast<std::size_t>(room), '#');
   if (!CFStringGetCString(string, buffer.data(), room, encoding)) return "(fails)";
-  return buffer.c_str();
+  buffer.resize(std::strlen(buffer.data()));
+  return buffer;
 }
 
 TEST(CFObject, IsDestroyedByTheLastRelease) {
@@ -66,6 +68,7 @@ TEST(CFObject, CountsReferencesFromManyThreads) {
   CFStringRef const string = utf8("shared");
   {
     std::vector<std::jthread> threads;
+    threads.reserve(4);
     for (int i = 0; i < 4; ++i) {
       threads.emplace_back([string] {
         for (int round = 0; round < 10'000; ++round) {
@@ -248,7 +251,7 @@ std::string pathByString(CFURLRef url) {
   CFURLRef const absolute = CFURLCopyAbsoluteURL(url);
   CFStringRef const path = CFURLCopyFileSystemPath(absolute, kCFURLPOSIXPathStyle);
   CFRelease(absolute);
-  const std::string lent = CFStringGetCStringPtr(path, CFStringGetSystemEncoding());
+  std::string lent = CFStringGetCStringPtr(path, CFStringGetSystemEncoding());
   EXPECT_EQ(cString(path, CFStringGetSystemEncoding()), lent);
   CFRelease(path);
   return lent;
