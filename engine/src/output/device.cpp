@@ -9,6 +9,7 @@
 #include <utility>
 
 #include <cubeb/cubeb.h>
+#include <pulse/pulseaudio.h>
 #include <unistd.h>
 
 #include "base/threads/Clock.h"
@@ -35,6 +36,26 @@ constexpr std::chrono::milliseconds kRetryAfter(250);
 constexpr std::chrono::milliseconds kServerLimit(2000);
 
 constexpr const char* kProgramName = "Kavrel";
+
+// Returns true if a PulseAudio server accepts the process as a client. Takes as long as the server
+// makes it wait.
+bool hasPulseServer() {
+  const std::unique_ptr<pa_mainloop, decltype(&pa_mainloop_free)> loop(pa_mainloop_new(),
+                                                                       pa_mainloop_free);
+  if (loop == nullptr) return false;
+  const std::unique_ptr<pa_context, decltype(&pa_context_unref)> context(
+      pa_context_new(pa_mainloop_get_api(loop.get()), kProgramName), pa_context_unref);
+  if (context == nullptr) return false;
+  // Starts a server for the user if the system is configured so.
+  if (pa_context_connect(context.get(), nullptr, PA_CONTEXT_NOFLAGS, nullptr) < 0) return false;
+  pa_context_state_t state = PA_CONTEXT_CONNECTING;
+  while (PA_CONTEXT_IS_GOOD(state) && state != PA_CONTEXT_READY) {
+    if (pa_mainloop_iterate(loop.get(), /*block=*/1, nullptr) < 0) return false;
+    state = pa_context_get_state(context.get());
+  }
+  pa_context_disconnect(context.get());
+  return state == PA_CONTEXT_READY;
+}
 
 }  // namespace
 
@@ -109,8 +130,12 @@ DeviceStream::Context::Current& DeviceStream::Context::current() {
 }
 
 // Takes as long as the sound server makes it wait. Returns false on failure.
+// Rationale: if PulseAudio fails, cubeb tries JACK before ALSA. The library of JACK opens a database
+// in shared memory, without a time limit, and a process that ends at that moment leaves it locked:
+// from then on, every program that tries JACK hangs. So cubeb is told which backend will work.
 bool DeviceStream::Context::connect() {
-  if (cubeb_init(&m_handle, kProgramName, nullptr) != CUBEB_OK) {
+  const char* const backend = hasPulseServer() ? "pulse" : "alsa";
+  if (cubeb_init(&m_handle, kProgramName, backend) != CUBEB_OK) {
     m_handle = nullptr;
     return false;
   }

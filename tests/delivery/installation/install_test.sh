@@ -106,7 +106,7 @@ case $what in
     package=$(echo "$folder"/package/*.deb)
     dpkg-deb --info "$package" | tee "$folder/package.info"
     # All but the data are libraries, which dpkg-shlibdeps has found.
-    for needed in libespeak-ng1 espeak-ng-data libseccomp2 libcubeb0; do
+    for needed in libespeak-ng1 espeak-ng-data libseccomp2 libcubeb0 libpulse0; do
       grep -q "^ Depends:.* $needed\\b" "$folder/package.info" || fail "The package does not depend on $needed."
     done
     dpkg-deb -x "$package" "$folder/package/root"
