@@ -1,6 +1,7 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 /*
- * SpeechSynthesis: the client interface of the Speech Synthesis Manager. C11 and C++20.
+ * SpeechSynthesis: the client interface of the Speech Synthesis Manager. C89 and later,
+ * C++98 and later.
  *
  * Names, values and layouts are the platform's. Records are packed to 2 bytes and in the machine's
  * byte order.
