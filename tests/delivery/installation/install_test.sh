@@ -114,6 +114,11 @@ case $what in
     for page in kavrel-say kavrel-ssml; do
       [[ -e $folder/package/root/usr/share/man/man1/$page.1 ]] || fail "The package has no page $page(1)."
     done
+    # Every header of the source tree.
+    for headers in platform/include=speechmanager engine/include=kavrel; do
+      diff -r "$here/../../../${headers%=*}" "$folder/package/root/usr/include/${headers#*=}" ||
+        fail 'The package has other headers than the source tree.'
+    done
     speak_from "$folder/package/root/usr"
     ;;
   *) fail "unknown test $what" ;;
