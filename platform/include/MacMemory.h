@@ -15,8 +15,6 @@
 extern "C" {
 #endif
 
-typedef long Size;
-
 enum {
   nilHandleErr = -109 /* the handle is null */
 };

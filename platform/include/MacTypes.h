@@ -8,6 +8,7 @@
 #ifndef MACTYPES_H
 #define MACTYPES_H
 
+#include <stddef.h>
 #include <stdint.h>
 
 /* Marks the symbols that the shared library exports; all others are hidden. */
@@ -17,11 +18,40 @@
 #define SPEECH_PLATFORM_API
 #endif
 
-/* Static assertion in C and C++, for sizes and offsets. */
-#ifdef __cplusplus
+/* Static assertion in every dialect, for sizes and offsets. Before C11 and C++11 it declares an
+ * array, whose size is negative if the condition is false. */
+#if defined(__cplusplus) && __cplusplus >= 201103L
 #define SPEECH_PLATFORM_CHECK(condition, message) static_assert(condition, message)
-#else
+#elif !defined(__cplusplus) && defined(__STDC_VERSION__) && __STDC_VERSION__ >= 201112L
 #define SPEECH_PLATFORM_CHECK(condition, message) _Static_assert(condition, message)
+#else
+#define SPEECH_PLATFORM_CHECK(condition, message) \
+  extern const char speech_platform_check[(condition) ? 1 : -1]
+#endif
+
+/* An inline function of a header, in every dialect: C89 has no such keyword. */
+#if defined(__GNUC__)
+#define SPEECH_PLATFORM_INLINE static __inline__
+#else
+#define SPEECH_PLATFORM_INLINE static
+#endif
+
+/* Marks a function that follows the platform's old calling convention; there is only one here. */
+#ifndef pascal
+#define pascal
+#endif
+
+/* The null pointer. */
+#ifndef nil
+#define nil NULL
+#endif
+
+/* Values of a Boolean. */
+#ifndef TRUE
+#define TRUE 1
+#endif
+#ifndef FALSE
+#define FALSE 0
 #endif
 
 #ifdef __cplusplus
@@ -36,6 +66,10 @@ typedef int32_t SInt32;
 typedef uint32_t UInt32;
 typedef int64_t SInt64;
 typedef uint64_t UInt64;
+typedef UInt8 Byte;
+typedef SInt8 SignedByte;
+typedef float Float32;
+typedef double Float64;
 
 /* 0 is false, anything else is true. */
 typedef unsigned char Boolean;
@@ -46,13 +80,30 @@ typedef SInt32 OSStatus;
 
 typedef UInt32 FourCharCode;
 typedef FourCharCode OSType;
+typedef FourCharCode ResType; /* the type of a resource */
 
 /* A signed fixed-point number with 16 bits before and 16 bits after the point: value * 65536. */
 typedef SInt32 Fixed;
 
 typedef char* Ptr;
 typedef Ptr* Handle;
+
+/* Amounts: of bytes; of anything. They are as wide as a pointer. */
+typedef long Size;
 typedef unsigned long ByteCount;
+typedef unsigned long ByteOffset;
+typedef unsigned long ItemCount;
+
+/* A set of flags. */
+typedef UInt32 OptionBits;
+
+/* Any function. It is converted to its own type before it is called. */
+typedef void (*ProcPtr)(void);
+typedef ProcPtr UniversalProcPtr;
+
+/* A UTF-16 unit, and a number of them. */
+typedef UInt16 UniChar;
+typedef unsigned long UniCharCount;
 
 /* A client's own value, which callbacks get back unchanged; as wide as a pointer. */
 typedef void* SRefCon;
@@ -121,6 +172,7 @@ SPEECH_PLATFORM_CHECK(sizeof(NumVersion) == 4, "NumVersion is four bytes");
 /* Results that several components use. */
 enum {
   noErr = 0,
+  unimpErr = -4,             /* not implemented */
   ioErr = -36,               /* reading or writing has failed */
   fnfErr = -43,              /* file or folder not found */
   paramErr = -50,            /* an argument is invalid */

@@ -28,6 +28,19 @@ SPEECH_PLATFORM_API Fixed FixMul(Fixed a, Fixed b);
  * returns the smallest Fixed if x is negative, else the largest. */
 SPEECH_PLATFORM_API Fixed FixDiv(Fixed x, Fixed y);
 
+/* Returns numer / denom as Fixed, rounded like FixDiv, which also says what division by zero gives.
+ */
+SPEECH_PLATFORM_API Fixed FixRatio(short numer, short denom);
+
+/* Returns the Fixed nearest to `x`; halves round away from zero. NaN gives 0. */
+SPEECH_PLATFORM_API Fixed X2Fix(double x);
+
+/* Returns the value of `x`, exactly. */
+SPEECH_PLATFORM_API double Fix2X(Fixed x);
+
+/* The number 1. */
+#define fixed1 ((Fixed)0x00010000L)
+
 #ifdef __cplusplus
 }
 #endif

@@ -1,6 +1,7 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 /*
- * SpeechSynthesis: the client interface of the Speech Synthesis Manager. C11 and C++20.
+ * SpeechSynthesis: the client interface of the Speech Synthesis Manager. C89 and later,
+ * C++98 and later.
  *
  * Names, values and layouts are the platform's. Records are packed to 2 bytes and in the machine's
  * byte order.
@@ -80,7 +81,7 @@ enum {
   soVolume = 0x766F6C6D,               /* 'volm'; Fixed *: 0.0 to 1.0 */
   soSynthType = 0x76657273,            /* 'vers'; read: SpeechVersionInfo * */
   soRecentSync = 0x73796E63,           /* 'sync'; read: OSType *, the last sync mark reached */
-  soPhonemeSymbols = 0x70687379,       /* 'phsy'; read: PhonemeDescriptor *; see below */
+  soPhonemeSymbols = 0x70687379,       /* 'phsy'; read: Handle *; see below */
   soCurrentVoice = 0x63766F78,         /* 'cvox'; VoiceSpec * */
   soCommandDelimiter = 0x646C696D,     /* 'dlim'; write: DelimiterInfo * */
   soReset = 0x72736574,                /* 'rset'; write: the value is ignored */
@@ -94,8 +95,8 @@ enum {
   soSynthExtension = 0x78746E64,       /* 'xtnd'; write: SpeechXtndData * */
   soOutputToFileWithCFURL = 0x6F706166 /* 'opaf'; write: CFURLRef of an AIFF file; null: device */
 };
-/* soPhonemeSymbols: the synthesizer of this project does not know it (siUnknownInfoType). Use
- * CopySpeechProperty with kSpeechPhonemeSymbolsProperty. */
+/* soPhonemeSymbols: the Manager creates a handle with a PhonemeDescriptor and stores it at the
+ * address; whatever is there before is not read. The caller releases it with DisposeHandle. */
 
 /* Selectors of GetVoiceInfo. */
 enum {
@@ -460,10 +461,10 @@ SPEECH_PLATFORM_API OSErr TextToPhonemes(SpeechChannel chan, const void* textBuf
 SPEECH_PLATFORM_API OSErr UseDictionary(SpeechChannel chan, Handle dictionary);
 
 /* Changes a setting of the channel. A text that is being spoken keeps its settings; callbacks and
- * soRefCon apply from the next callback on. Selectors that are read-only or unknown to the
- * synthesizer are ignored, with noErr. Results: noErr; paramErr if the selector needs a value and
- * `speechInfo` is null, or if a file URL has a path longer than 2047 bytes; voiceNotFound and
- * incompatibleVoice (soCurrentVoice only). */
+ * soRefCon apply from the next callback on. Read-only selectors are ignored, with noErr. Results:
+ * noErr; siUnknownInfoType if the selector is unknown; paramErr if the selector needs a value and
+ * `speechInfo` is null, if the selector has no such mode, or if a file URL has a path longer than
+ * 2047 bytes; voiceNotFound and incompatibleVoice (soCurrentVoice only). */
 SPEECH_PLATFORM_API OSErr SetSpeechInfo(SpeechChannel chan, OSType selector,
                                         const void* speechInfo);
 

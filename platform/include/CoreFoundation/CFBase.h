@@ -11,7 +11,8 @@
  *  3. Objects are immutable (except those called mutable), so several threads may use one at the
  *     same time; reference counting is atomic. Each thread holds a reference of its own, or relies
  *     on one that another thread keeps for the time.
- *  4. There are no allocators: pass null (kCFAllocatorDefault). The argument is ignored.
+ *  4. Memory comes from malloc. An `allocator` argument is ignored: pass null
+ *     (kCFAllocatorDefault). Only CFStringCreateWithCStringNoCopy distinguishes allocators.
  */
 #ifndef COREFOUNDATION_CFBASE_H
 #define COREFOUNDATION_CFBASE_H
@@ -45,14 +46,27 @@ typedef struct __CFDictionary* CFMutableDictionaryRef;
 typedef struct __CFError* CFErrorRef;
 /* NOLINTEND(bugprone-reserved-identifier) */
 
+/* The allocators: malloc and free, by two names; and one whose blocks are never freed. */
 #define kCFAllocatorDefault ((CFAllocatorRef)0)
+SPEECH_PLATFORM_API extern const CFAllocatorRef kCFAllocatorSystemDefault;
+SPEECH_PLATFORM_API extern const CFAllocatorRef kCFAllocatorNull;
+
+/* A set of flags. */
+typedef unsigned long CFOptionFlags;
+
+/* An index that does not exist. */
+enum { kCFNotFound = -1 };
+
+/* The order of two values. */
+typedef CFIndex CFComparisonResult;
+enum { kCFCompareLessThan = -1, kCFCompareEqualTo = 0, kCFCompareGreaterThan = 1 };
 
 typedef struct CFRange {
   CFIndex location;
   CFIndex length;
 } CFRange;
 
-static inline CFRange CFRangeMake(CFIndex location, CFIndex length) {
+SPEECH_PLATFORM_INLINE CFRange CFRangeMake(CFIndex location, CFIndex length) {
   CFRange range;
   range.location = location;
   range.length = length;
@@ -74,7 +88,8 @@ SPEECH_PLATFORM_API CFIndex CFGetRetainCount(CFTypeRef object);
 /* Returns the type of the object, as CFStringGetTypeID etc. return it; 0 for null. */
 SPEECH_PLATFORM_API CFTypeID CFGetTypeID(CFTypeRef object);
 
-/* Writes one line about the object to standard error; "(null)" for null. */
+/* Writes one line about the object to standard error; "(null)" for null. For an array or a
+ * dictionary the line contains the values, and the values of those inside, to a depth of 8. */
 SPEECH_PLATFORM_API void CFShow(CFTypeRef object);
 
 #ifdef __cplusplus

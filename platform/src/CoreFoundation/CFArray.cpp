@@ -66,8 +66,15 @@ void __CFArray::append(const void* value) {
   if (countsValues) CFRetain(value);
 }
 
-std::string __CFArray::description() const {
-  return "CFArray of " + std::to_string(values.size());
+// "(value, value)".
+std::string __CFArray::describe(unsigned levels) const {
+  if (levels == 0 && !values.empty()) return "(...)";
+  std::string line = "(";
+  for (const void* const value : values) {
+    if (line.size() > 1) line += ", ";
+    line += platform::describeValue(value, countsValues, levels - 1);
+  }
+  return line + ')';
 }
 
 bool __CFArray::equals(const CFObject& other) const {

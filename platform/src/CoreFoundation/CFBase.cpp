@@ -3,8 +3,10 @@
 // CFBase: the functions for objects of every type. Each forwards to CFObject.
 #include <CoreFoundation/CFBase.h>
 
+#include <array>
 #include <cstdio>
 #include <exception>
+#include <new>
 
 #include "CFObject.h"
 
@@ -15,6 +17,17 @@ const platform::CFObject* objectOf(CFTypeRef reference) {
 }
 
 }  // namespace
+
+const CFAllocatorRef kCFAllocatorSystemDefault = new (std::nothrow) __CFAllocator;
+const CFAllocatorRef kCFAllocatorNull = new (std::nothrow) __CFAllocator;
+
+std::string platform::describeValue(const void* value, bool isObject, unsigned levels) {
+  if (isObject && value != nullptr) return objectOf(value)->describe(levels);
+  if (value == nullptr) return "(null)";
+  std::array<char, 32> text{};
+  std::snprintf(text.data(), text.size(), "%p", value);
+  return text.data();
+}
 
 Boolean CFEqual(CFTypeRef a, CFTypeRef b) {
   if (a == b) return true;

@@ -130,8 +130,16 @@ void __CFDictionary::remove(const void* key) {
   if (countsValues) CFRelease(entry.value);
 }
 
-std::string __CFDictionary::description() const {
-  return "CFDictionary of " + std::to_string(entries.size());
+// "{key = value, key = value}".
+std::string __CFDictionary::describe(unsigned levels) const {
+  if (levels == 0 && !entries.empty()) return "{...}";
+  std::string line = "{";
+  for (const KeyValue& entry : entries) {
+    if (line.size() > 1) line += ", ";
+    line += platform::describeValue(entry.key, countsKeys, levels - 1) + " = ";
+    line += platform::describeValue(entry.value, countsValues, levels - 1);
+  }
+  return line + '}';
 }
 
 // The order of the entries does not matter.

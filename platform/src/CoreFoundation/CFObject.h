@@ -12,6 +12,7 @@
 #include <CoreFoundation/CFString.h>
 
 #include <atomic>
+#include <cstdlib>
 #include <string>
 #include <utility>
 #include <variant>
@@ -20,7 +21,20 @@
 namespace platform {
 
 // The values that CFGetTypeID returns.
-enum class CFType : CFTypeID { String = 1, URL, Bundle, Number, Boolean, Array, Dictionary, Error };
+enum class CFType : CFTypeID {
+  String = 1,
+  URL,
+  Bundle,
+  Number,
+  Boolean,
+  Array,
+  Dictionary,
+  Error,
+  Allocator
+};
+
+// How deep CFShow shows the values of arrays and dictionaries: a mutable one may contain itself.
+inline constexpr unsigned kShownLevels = 8;
 
 class CFObject {
  public:
@@ -45,6 +59,10 @@ class CFObject {
   // One line of text without a line feed, for CFShow.
   virtual std::string description() const = 0;
 
+  // The same for an object that contains others: those of `levels` levels are shown with their
+  // values, deeper ones as "..." in their brackets.
+  virtual std::string describe(unsigned /*levels*/) const { return description(); }
+
   // Compares values. `other` is a different object of the same type.
   virtual bool equals(const CFObject& /*other*/) const { return false; }
 
@@ -57,6 +75,10 @@ class CFObject {
   const CFType m_type;
   bool m_immortal = false;
 };
+
+// One line about a value of an array or a dictionary: of the object, or the address of a value that
+// is a plain pointer.
+std::string describeValue(const void* value, bool isObject, unsigned levels);
 
 // RAII reference: adopts what a Create or Copy function returned and releases it at the end of the
 // scope. May be null.
@@ -83,14 +105,21 @@ class Owned {
 
 // NOLINTBEGIN(bugprone-reserved-identifier): the tags are part of the platform's interface.
 
+struct __CFAllocator final : platform::CFObject {
+  __CFAllocator() : CFObject(platform::CFType::Allocator) { makeImmortal(); }
+  std::string description() const override { return "CFAllocator"; }
+};
+
 struct __CFString final : platform::CFObject {
   __CFString(std::string text, CFStringEncoding itsEncoding)
       : CFObject(platform::CFType::String), bytes(std::move(text)), encoding(itsEncoding) {}
+  ~__CFString() override { std::free(adopted); }
   std::string description() const override;
   bool equals(const CFObject& other) const override;
 
   const std::string bytes;  // in `encoding`; for a path any bytes
   const CFStringEncoding encoding;
+  char* adopted = nullptr;  // the caller's text if it belongs to the string; from malloc
 };
 
 struct __CFURL final : platform::CFObject {
@@ -134,7 +163,8 @@ struct __CFArray final : platform::CFObject {
   explicit __CFArray(bool itsValuesAreCounted)
       : CFObject(platform::CFType::Array), countsValues(itsValuesAreCounted) {}
   ~__CFArray() override;
-  std::string description() const override;
+  std::string description() const override { return describe(platform::kShownLevels); }
+  std::string describe(unsigned levels) const override;
   bool equals(const CFObject& other) const override;
   // Throws std::bad_alloc; the array is unchanged then.
   void append(const void* value);
@@ -153,7 +183,8 @@ struct __CFDictionary final : platform::CFObject {
         countsKeys(itsKeysAreCounted),
         countsValues(itsValuesAreCounted) {}
   ~__CFDictionary() override;
-  std::string description() const override;
+  std::string description() const override { return describe(platform::kShownLevels); }
+  std::string describe(unsigned levels) const override;
   bool equals(const CFObject& other) const override;
   // Null if there is no such key. Linear search.
   const KeyValue* find(const void* key) const;

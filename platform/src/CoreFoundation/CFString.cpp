@@ -6,14 +6,17 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 #include <map>
 #include <new>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
 
 #include "CFObject.h"
 #include "Characters.h"
+#include "base/text/CaseFolding.h"
 #include "base/text/Utf16.h"
 #include "base/text/Utf8.h"
 #include "base/threads/Mutex.h"
@@ -48,6 +51,21 @@ CFStringRef create(std::string_view text, CFStringEncoding encoding) {
   } catch (const std::bad_alloc&) {
     return nullptr;
   }
+}
+
+// The same for UTF-16, which is stored as UTF-8.
+CFStringRef createFromUtf16(std::string_view text, CFStringEncoding encoding, bool hasMark) {
+  try {
+    auto utf8 = platform::utf8FromUtf16(text, encoding, hasMark);
+    return utf8 ? new __CFString(std::move(*utf8), kCFStringEncodingUTF8) : nullptr;
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
+}
+
+bool isAscii(const std::string& bytes) {
+  return std::all_of(bytes.begin(), bytes.end(),
+                     [](char c) { return static_cast<unsigned char>(c) < 0x80; });
 }
 
 bool containsNul(const std::string& bytes) {
@@ -99,8 +117,9 @@ CFIndex skipUnits(std::string_view& text, CFStringEncoding encoding, CFIndex uni
 std::string encodeWithLoss(Character character, CFStringEncoding encoding, UInt8 lossByte) {
   std::string encoded;
   if (character.code) encoded = platform::encodeCharacter(*character.code, encoding);
-  if (encoded.empty() && lossByte != 0) encoded += static_cast<char>(lossByte);
-  return encoded;
+  if (!encoded.empty() || lossByte == 0) return encoded;
+  if (platform::isUtf16(encoding)) return platform::encodeCharacter(lossByte, encoding);
+  return {static_cast<char>(lossByte)};
 }
 
 }  // namespace
@@ -118,11 +137,32 @@ CFStringRef CFStringCreateWithCString(CFAllocatorRef /*allocator*/, const char* 
   return text == nullptr ? nullptr : create(text, encoding);
 }
 
+CFStringRef CFStringCreateWithCStringNoCopy(CFAllocatorRef allocator, const char* text,
+                                            CFStringEncoding encoding,
+                                            CFAllocatorRef contentsDeallocator) {
+  CFStringRef const string = CFStringCreateWithCString(allocator, text, encoding);
+  // The only reference to the string is here, so it may still change. Clients use the text as long
+  // as the string exists, so it is not freed before.
+  if (string != nullptr && contentsDeallocator != kCFAllocatorNull) {
+    const_cast<__CFString*>(string)->adopted = const_cast<char*>(text);
+  }
+  return string;
+}
+
+CFStringRef CFStringCreateWithPascalString(CFAllocatorRef allocator, ConstStr255Param text,
+                                           CFStringEncoding encoding) {
+  if (text == nullptr) return nullptr;
+  return CFStringCreateWithBytes(allocator, text + 1, text[0], encoding, false);
+}
+
 CFStringRef CFStringCreateWithBytes(CFAllocatorRef /*allocator*/, const UInt8* bytes,
                                     CFIndex length, CFStringEncoding encoding,
-                                    Boolean /*isExternalRepresentation*/) {
+                                    Boolean isExternalRepresentation) {
   if (bytes == nullptr || length < 0) return nullptr;
-  return create({reinterpret_cast<const char*>(bytes), static_cast<std::size_t>(length)}, encoding);
+  const std::string_view text(reinterpret_cast<const char*>(bytes),
+                              static_cast<std::size_t>(length));
+  if (platform::isUtf16(encoding)) return createFromUtf16(text, encoding, isExternalRepresentation);
+  return create(text, encoding);
 }
 
 // Computed at each call by a linear scan.
@@ -137,12 +177,26 @@ CFIndex CFStringGetLength(CFStringRef string) {
   return units;
 }
 
+CFIndex CFStringGetMaximumSizeForEncoding(CFIndex length, CFStringEncoding encoding) {
+  CFIndex most = 1;  // bytes of one UTF-16 unit
+  if (encoding == kCFStringEncodingUTF8) {
+    most = 3;  // a surrogate pair has four bytes
+  } else if (platform::isUtf16(encoding)) {
+    most = 2;
+  } else if (!platform::isAsciiCompatible(encoding)) {
+    return kCFNotFound;
+  }
+  return length < 0 || length > std::numeric_limits<CFIndex>::max() / most ? CFIndex{kCFNotFound}
+                                                                           : length * most;
+}
+
 // Without conversion only: the result is the bytes of the string itself. With a NUL inside, a C
 // string would end too early.
 const char* CFStringGetCStringPtr(CFStringRef string, CFStringEncoding encoding) {
-  if (string == nullptr || encoding != string->encoding || containsNul(string->bytes))
-    return nullptr;
-  return string->bytes.c_str();
+  if (string == nullptr || containsNul(string->bytes)) return nullptr;
+  const bool hasTheseBytes = encoding == string->encoding ||
+                             (platform::isAsciiCompatible(encoding) && isAscii(string->bytes));
+  return hasTheseBytes ? string->bytes.c_str() : nullptr;
 }
 
 Boolean CFStringGetCString(CFStringRef string, char* buffer, CFIndex bufferSize,
@@ -163,7 +217,8 @@ CFIndex CFStringGetBytes(CFStringRef string, CFRange range, CFStringEncoding enc
                          UInt8 lossByte, Boolean /*isExternalRepresentation*/, UInt8* buffer,
                          CFIndex maxBufLen, CFIndex* usedBufLen) {
   if (usedBufLen != nullptr) *usedBufLen = 0;
-  if (string == nullptr || !platform::isKnownEncoding(encoding)) return 0;
+  if (string == nullptr) return 0;
+  if (!platform::isKnownEncoding(encoding) && !platform::isUtf16(encoding)) return 0;
   if (range.location < 0 || range.length < 0) return 0;
 
   CFIndex at = 0;  // position of the first character of `rest`, in units
@@ -273,6 +328,32 @@ UniChar CFStringGetCharacterAtIndex(CFStringRef string, CFIndex index) {
   UniChar unit = 0xFFFD;
   CFStringGetCharacters(string, {index, 1}, &unit);
   return unit;
+}
+
+// Malformed bytes of a path count as U+FFFD, as in CFStringGetCharacters.
+CFComparisonResult CFStringCompare(CFStringRef a, CFStringRef b,
+                                   CFStringCompareFlags compareOptions) {
+  if (a == b) return kCFCompareEqualTo;
+  if (a == nullptr || b == nullptr)
+    return a == nullptr ? kCFCompareLessThan : kCFCompareGreaterThan;
+  std::string_view restA = a->bytes;
+  std::string_view restB = b->bytes;
+  while (!restA.empty() && !restB.empty()) {
+    constexpr char32_t kReplacement = 0xFFFD;
+    const Character nextA = platform::readCharacter(restA, a->encoding);
+    const Character nextB = platform::readCharacter(restB, b->encoding);
+    char32_t codeA = nextA.code.value_or(kReplacement);
+    char32_t codeB = nextB.code.value_or(kReplacement);
+    if ((compareOptions & kCFCompareCaseInsensitive) != 0) {
+      codeA = base::foldCase(codeA);
+      codeB = base::foldCase(codeB);
+    }
+    if (codeA != codeB) return codeA < codeB ? kCFCompareLessThan : kCFCompareGreaterThan;
+    restA.remove_prefix(nextA.length);
+    restB.remove_prefix(nextB.length);
+  }
+  if (restA.empty() && restB.empty()) return kCFCompareEqualTo;
+  return restA.empty() ? kCFCompareLessThan : kCFCompareGreaterThan;
 }
 
 // Strings in different encodings are equal if their characters are.

@@ -4,6 +4,7 @@
 #include <ApplicationServices/FixMath.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <limits>
 
@@ -45,4 +46,21 @@ Fixed FixMul(Fixed a, Fixed b) {
 Fixed FixDiv(Fixed x, Fixed y) {
   if (y == 0) return static_cast<Fixed>(x < 0 ? kSmallest : kLargest);
   return saturate(nearestQuotient(static_cast<std::int64_t>(x) * kOne, y));
+}
+
+Fixed FixRatio(short numer, short denom) {
+  // The quotient of two Fixed with the same scale is that of the integers.
+  return FixDiv(numer, denom);
+}
+
+Fixed X2Fix(double x) {
+  if (std::isnan(x)) return 0;
+  // Clamp before rounding: llround of a larger value is undefined.
+  const double scaled = std::clamp(x * static_cast<double>(kOne), static_cast<double>(kSmallest),
+                                   static_cast<double>(kLargest));
+  return static_cast<Fixed>(std::llround(scaled));
+}
+
+double Fix2X(Fixed x) {
+  return static_cast<double>(x) / static_cast<double>(kOne);
 }

@@ -36,6 +36,12 @@ build_and_run() {
   check_sound "$folder/client.aiff" 20000
 }
 
+# build_and_test_clients FOLDER LIBRARIES: most clients wait most of the time, so many run at once.
+build_and_test_clients() {
+  cmake --build "$1" >/dev/null
+  LD_LIBRARY_PATH=$2 ctest --test-dir "$1" --no-tests=error --output-on-failure --parallel 6
+}
+
 speak_from() {
   rm -f "$folder/spoken.aiff"
   "$1/bin/kavrel-say" -o "$folder/spoken.aiff" 'From where it was put.'
@@ -63,8 +69,14 @@ case $what in
     rm -rf "$folder/clients"
     PKG_CONFIG_PATH=$prefix/lib/pkgconfig cmake -S "$here/../../speech/clients" -B "$folder/clients" \
       -G Ninja >/dev/null
-    cmake --build "$folder/clients" >/dev/null
-    LD_LIBRARY_PATH=$prefix/lib ctest --test-dir "$folder/clients" --no-tests=error --output-on-failure
+    build_and_test_clients "$folder/clients" "$prefix/lib"
+    ;;
+  package-clients)
+    # The same with the CMake package; CMake tells the programs where the library is.
+    rm -rf "$folder/package-clients"
+    cmake -S "$here/../../speech/clients" -B "$folder/package-clients" -G Ninja \
+      -DSPEECH_CLIENTS_FIND=package -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
+    build_and_test_clients "$folder/package-clients" ''
     ;;
   speak) speak_from "$prefix" ;;
   moved)
@@ -113,6 +125,11 @@ case $what in
     "$here/linked_test.sh" "$folder/package/root"
     for page in kavrel-say kavrel-ssml; do
       [[ -e $folder/package/root/usr/share/man/man1/$page.1 ]] || fail "The package has no page $page(1)."
+    done
+    # Every header of the source tree.
+    for headers in platform/include=speechmanager engine/include=kavrel; do
+      diff -r "$here/../../../${headers%=*}" "$folder/package/root/usr/include/${headers#*=}" ||
+        fail 'The package has other headers than the source tree.'
     done
     speak_from "$folder/package/root/usr"
     ;;

@@ -5,7 +5,8 @@
 - Every source, script and build file names its licence in its first three lines. It is the one that
   packaging/copyright gives for the file: GPL-3.0-or-later for the two programs that are linked with
   espeak-ng, one of which is only for the benchmark, and Apache-2.0 everywhere else.
-- No two source files share a name, so that a name says which file is meant.
+- No two source files share a name, so that a name says which file is meant. Except the headers that
+  only include another one, for clients that include it without its folder.
 - No build file compiles a source by a path into another folder.
 - CMake files have no damaged comments, tabs, odd indentation or overlong lines.
 - Section rulers have one form, "// ---- Title".
@@ -21,6 +22,9 @@ SKIPPED = {"build", ".git", "corpus", "vectors", "regress"}
 SOURCES = {".h", ".cpp", ".c"}
 LICENSED = SOURCES | {".sh", ".bash", ".fish", ".cmake", ".py", ".map", ".in", ".1"}
 SPDX = re.compile(r"SPDX-License-Identifier: (\S+)$")
+FORWARDING_HEADERS = {
+    f"platform/include/{name}.h" for name in ("ApplicationServices", "FixMath", "SpeechSynthesis")
+}
 GPL_FOLDERS = ("engine/kavrel-synth/", "bench/anchor_synth/")
 
 failures = []
@@ -107,7 +111,7 @@ def main():
             check_cmake(path, lines)
         if path.suffix in SOURCES or path.suffix in (".sh", ".py"):
             check_rulers(path, lines)
-        if path.suffix in SOURCES:
+        if path.suffix in SOURCES and path.relative_to(ROOT).as_posix() not in FORWARDING_HEADERS:
             names.setdefault(path.name.lower(), []).append(path)
     for same in names.values():
         for path in same[1:]:

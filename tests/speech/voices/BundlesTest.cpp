@@ -23,8 +23,8 @@ struct Found {
   std::string locale;
 };
 
-std::string textOf(const unsigned char* pascal) {
-  return {reinterpret_cast<const char*>(pascal + 1), pascal[0]};
+std::string textOf(const unsigned char* string) {
+  return {reinterpret_cast<const char*>(string + 1), string[0]};
 }
 
 std::vector<Found> allVoices() {

@@ -12,9 +12,9 @@ namespace say {
 namespace {
 
 // Converts a Pascal string in Mac OS Roman to UTF-8. Returns an empty string if that fails.
-std::string fromPascal(const unsigned char* pascal) {
+std::string fromPascal(const unsigned char* text) {
   const CFStringRef string =
-      CFStringCreateWithBytes(nullptr, pascal + 1, pascal[0], kCFStringEncodingMacRoman, false);
+      CFStringCreateWithPascalString(nullptr, text, kCFStringEncodingMacRoman);
   if (string == nullptr) return {};
   // A character of Mac OS Roman takes at most three bytes.
   std::array<char, 3 * 255 + 1> bytes{};

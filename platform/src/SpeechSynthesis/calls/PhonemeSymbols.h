@@ -14,6 +14,8 @@
 #include <array>
 #include <string_view>
 
+#include <MacMemory.h>
+
 namespace platform {
 
 struct PhonemeSymbol {
@@ -39,5 +41,9 @@ inline constexpr std::array<PhonemeSymbol, 42> kPhonemeSymbols = {{
 
 // Codes up to this one are pauses, not phonemes.
 inline constexpr SInt16 kLastPauseCode = 1;
+
+// Creates a handle with the table as a PhonemeDescriptor. The caller disposes it. Null if out of
+// memory. Safe on any thread.
+Handle newPhonemeDescriptor();
 
 }  // namespace platform

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// PropertyKeys: the constants of SpeechProperties.h. The text of each is its own name, so that a
-// printed dictionary is readable.
+// PropertyKeys: the constants of SpeechProperties.h and SpeechOldNames.h. The text of each is its
+// own name, so that a printed dictionary is readable.
+#include <ApplicationServices/SpeechOldNames.h>
 #include <ApplicationServices/SpeechProperties.h>
 
 #define SPEECH_KEY(name) const CFStringRef name = CFSTR(#name)
@@ -30,6 +31,10 @@ SPEECH_KEY(kSpeechPhonemeCallBack);
 SPEECH_KEY(kSpeechErrorCFCallBack);
 SPEECH_KEY(kSpeechWordCFCallBack);
 SPEECH_KEY(kSpeechStrictTextProperty);
+SPEECH_KEY(kSpeechPhonemeOptionsProperty);
+SPEECH_KEY(kSpeechOutputToExtAudioFileProperty);
+SPEECH_KEY(kSpeechOutputToAudioDeviceProperty);
+SPEECH_KEY(kSpeechOutputChannelMapProperty);
 SPEECH_KEY(kSpeechModeText);
 SPEECH_KEY(kSpeechModePhoneme);
 SPEECH_KEY(kSpeechModeTune);

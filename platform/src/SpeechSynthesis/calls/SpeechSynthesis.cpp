@@ -13,7 +13,9 @@
 #include "SpeechSynthesis/bundles/Synthesizers.h"
 #include "SpeechSynthesis/bundles/VoiceCatalogue.h"
 #include "SpeechSynthesis/calls/OnChannel.h"
+#include "SpeechSynthesis/calls/PhonemeSymbols.h"
 #include "SpeechSynthesis/calls/Results.h"
+#include "SpeechSynthesis/calls/Selectors.h"
 #include "SpeechSynthesis/channel/ChannelRegistry.h"
 
 namespace {
@@ -53,6 +55,15 @@ OSErr openChannel(const Voice& voice, std::shared_ptr<Channel>& made) {
 // Of several threads that close the same channel, one finds it in the registry.
 void closeChannel(SpeechChannel handle) {
   if (const auto channel = ChannelRegistry::shared().remove(handle)) channel->close();
+}
+
+// Stores a new handle at `speechInfo`.
+OSErr copyPhonemeSymbols(void* speechInfo) {
+  if (speechInfo == nullptr) return paramErr;
+  Handle const symbols = platform::newPhonemeDescriptor();
+  if (symbols == nullptr) return memFullErr;
+  std::memcpy(speechInfo, &symbols, sizeof symbols);
+  return noErr;
 }
 
 }  // namespace
@@ -200,11 +211,18 @@ SInt16 SpeechBusy() {
 }
 
 OSErr SetSpeechInfo(SpeechChannel chan, OSType selector, const void* speechInfo) {
-  return onChannel(chan, [&](Channel& channel) { return channel.setInfo(selector, speechInfo); });
+  return onChannel(chan, [&](Channel& channel) {
+    const OSErr result = platform::checkSetting(selector, speechInfo);
+    return result == noErr ? channel.setInfo(selector, speechInfo) : result;
+  });
 }
 
 OSErr GetSpeechInfo(SpeechChannel chan, OSType selector, void* speechInfo) {
-  return onChannel(chan, [&](Channel& channel) { return channel.getInfo(selector, speechInfo); });
+  return onChannel(chan, [&](Channel& channel) {
+    // The Manager's own table: a synthesizer has none.
+    if (selector == soPhonemeSymbols) return copyPhonemeSymbols(speechInfo);
+    return channel.getInfo(selector, speechInfo);
+  });
 }
 
 OSErr SetSpeechRate(SpeechChannel chan, Fixed rate) {

@@ -166,10 +166,10 @@ TEST(CFString, CountsUtf16Units) {
 }
 
 TEST(CFString, ReturnsItsBytesInItsOwnEncodingOnly) {
-  CFStringRef const string = utf8("plain");
-  EXPECT_STREQ(CFStringGetCStringPtr(string, kCFStringEncodingUTF8), "plain");
+  CFStringRef const string = utf8("caf\xC3\xA9");
+  EXPECT_STREQ(CFStringGetCStringPtr(string, kCFStringEncodingUTF8), "caf\xC3\xA9");
   EXPECT_EQ(CFStringGetCStringPtr(string, kCFStringEncodingMacRoman), nullptr);
-  EXPECT_EQ(cString(string, kCFStringEncodingMacRoman), "plain");
+  EXPECT_EQ(cString(string, kCFStringEncodingMacRoman), "caf\x8E");
   CFRelease(string);
 }
 

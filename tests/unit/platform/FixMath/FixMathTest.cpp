@@ -93,4 +93,42 @@ TEST(FixMath, AgreesWithExactArithmeticOnManyNumbers) {
   }
 }
 
+TEST(FixRatio, RoundsAndSaturatesLikeFixDiv) {
+  EXPECT_EQ(FixRatio(1, 2), kHalf);
+  EXPECT_EQ(FixRatio(-1, 2), -kHalf);
+  EXPECT_EQ(FixRatio(1, 3), 0x00005555);
+  EXPECT_EQ(FixRatio(2, 3), 0x0000AAAB);
+  EXPECT_EQ(FixRatio(-2, 3), -0x0000AAAB);
+  EXPECT_EQ(FixRatio(32767, 1), 0x7FFF0000);
+  EXPECT_EQ(FixRatio(-32768, 1), kSmallest);
+  EXPECT_EQ(FixRatio(-32768, -1), kLargest);
+  EXPECT_EQ(FixRatio(0, 0), kLargest);
+  EXPECT_EQ(FixRatio(-5, 0), kSmallest);
+}
+
+TEST(X2Fix, RoundsToTheNearestAndSaturates) {
+  EXPECT_EQ(X2Fix(180.5), 0x00B48000);
+  EXPECT_EQ(X2Fix(-0.5), -kHalf);
+  EXPECT_EQ(X2Fix(1.0 / 3), 0x00005555);
+  EXPECT_EQ(X2Fix(2.0 / 3), 0x0000AAAB);
+  EXPECT_EQ(X2Fix(0.5 / 65536), 1);
+  EXPECT_EQ(X2Fix(-0.5 / 65536), -1);
+  EXPECT_EQ(X2Fix(0.4 / 65536), 0);
+  EXPECT_EQ(X2Fix(32768), kLargest);
+  EXPECT_EQ(X2Fix(-32769), kSmallest);
+  EXPECT_EQ(X2Fix(std::numeric_limits<double>::infinity()), kLargest);
+  EXPECT_EQ(X2Fix(-std::numeric_limits<double>::infinity()), kSmallest);
+  EXPECT_EQ(X2Fix(std::numeric_limits<double>::quiet_NaN()), 0);
+}
+
+TEST(Fix2X, IsExact) {
+  EXPECT_EQ(Fix2X(0x00B48000), 180.5);
+  EXPECT_EQ(Fix2X(1), 1.0 / 65536);
+  EXPECT_EQ(Fix2X(kSmallest), -32768.0);
+  EXPECT_EQ(Fix2X(fixed1), 1.0);
+  for (const Fixed value : {kSmallest, kLargest, -1, 0, 1, kHalf}) {
+    EXPECT_EQ(X2Fix(Fix2X(value)), value);
+  }
+}
+
 }  // namespace

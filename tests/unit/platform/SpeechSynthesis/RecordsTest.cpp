@@ -46,6 +46,15 @@ TEST(Records, StatusHas32BitsForTheBytesLeft) {
   EXPECT_EQ(nonZeroRuns(status), "1+1 6+2");
 }
 
+TEST(Records, FilesOfVoicesHaveThePublishedLayout) {
+  VoiceFileInfo info{};
+  ASSERT_EQ(sizeof info, 72U);
+  info.fileSpec.vRefNum = -1;
+  info.fileSpec.name[0] = 1;
+  info.resID = -1;
+  EXPECT_EQ(nonZeroRuns(info), "0+2 6+1 70+2");
+}
+
 TEST(Records, ErrorsAndVersionsHaveThePublishedLayout) {
   SpeechErrorInfo errors{};
   ASSERT_EQ(sizeof errors, 14U);
@@ -68,17 +77,42 @@ TEST(Records, SelectorsAreTheirFourCharacters) {
   const struct {
     OSType code;
     const char* characters;
-  } table[] = {
-      {soStatus, "stat"},        {soErrors, "erro"},           {soInputMode, "inpt"},
-      {soCharacterMode, "char"}, {soNumberMode, "nmbr"},       {soRate, "rate"},
-      {soPitchBase, "pbas"},     {soPitchMod, "pmod"},         {soVolume, "volm"},
-      {soSynthType, "vers"},     {soRecentSync, "sync"},       {soPhonemeSymbols, "phsy"},
-      {soCurrentVoice, "cvox"},  {soCommandDelimiter, "dlim"}, {soReset, "rset"},
-      {soRefCon, "refc"},        {soTextDoneCallBack, "tdcb"}, {soSpeechDoneCallBack, "sdcb"},
-      {soSyncCallBack, "sycb"},  {soErrorCallBack, "ercb"},    {soPhonemeCallBack, "phcb"},
-      {soWordCallBack, "wdcb"},  {soSynthExtension, "xtnd"},   {soOutputToFileWithCFURL, "opaf"},
-      {modeText, "TEXT"},        {modePhonemes, "PHON"},       {modeTune, "TUNE"},
-      {modeNormal, "NORM"},      {modeLiteral, "LTRL"}};
+  } table[] = {{soStatus, "stat"},
+               {soErrors, "erro"},
+               {soInputMode, "inpt"},
+               {soCharacterMode, "char"},
+               {soNumberMode, "nmbr"},
+               {soRate, "rate"},
+               {soPitchBase, "pbas"},
+               {soPitchMod, "pmod"},
+               {soVolume, "volm"},
+               {soSynthType, "vers"},
+               {soRecentSync, "sync"},
+               {soPhonemeSymbols, "phsy"},
+               {soCurrentVoice, "cvox"},
+               {soCommandDelimiter, "dlim"},
+               {soReset, "rset"},
+               {soRefCon, "refc"},
+               {soTextDoneCallBack, "tdcb"},
+               {soSpeechDoneCallBack, "sdcb"},
+               {soSyncCallBack, "sycb"},
+               {soErrorCallBack, "ercb"},
+               {soPhonemeCallBack, "phcb"},
+               {soWordCallBack, "wdcb"},
+               {soSynthExtension, "xtnd"},
+               {soOutputToFileWithCFURL, "opaf"},
+               {modeText, "TEXT"},
+               {modePhonemes, "PHON"},
+               {modeTune, "TUNE"},
+               {modeNormal, "NORM"},
+               {modeLiteral, "LTRL"},
+               {soCurrentA5, "myA5"},
+               {soSoundOutput, "sndo"},
+               {soOutputToExtAudioFile, "opax"},
+               {soOutputToAudioDevice, "opad"},
+               {soPhonemeOptions, "popt"},
+               {soVoiceFile, "fref"},
+               {gestaltSpeechAttr, "ttsc"}};
   for (const auto& row : table) EXPECT_EQ(characters(row.code), row.characters);
 }
 

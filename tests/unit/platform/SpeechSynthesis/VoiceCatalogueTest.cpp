@@ -76,7 +76,7 @@ class Bundles : public testing::Test {
   fs::path m_folder;
 };
 
-std::string pascal(const unsigned char* string) {
+std::string pascalText(const unsigned char* string) {
   return {reinterpret_cast<const char*>(string) + 1, string[0]};
 }
 
@@ -95,8 +95,8 @@ TEST_F(Bundles, HaveADescriptionInMacOSRoman) {
   EXPECT_EQ(voice.description.gender, kFemale);
   EXPECT_EQ(voice.description.language, langEnglish);
   EXPECT_EQ(voice.description.region, verBritain);
-  EXPECT_EQ(pascal(voice.description.name), "Test");
-  EXPECT_EQ(pascal(voice.description.comment), "Caf\x8E & cr\x8Fme.");
+  EXPECT_EQ(pascalText(voice.description.name), "Test");
+  EXPECT_EQ(pascalText(voice.description.comment), "Caf\x8E & cr\x8Fme.");
 }
 
 TEST_F(Bundles, MayKeepTheListUnderContents) {
@@ -236,10 +236,10 @@ TEST(VoiceCatalogue, ReadsTheVoicesOfTheProject) {
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
   EXPECT_FALSE(catalogue.voices().empty());
   for (const Voice& voice : catalogue.voices()) {
-    EXPECT_EQ(voice.bundle.stem(), pascal(voice.description.name));
+    EXPECT_EQ(voice.bundle.stem(), pascalText(voice.description.name));
     EXPECT_TRUE(fs::exists(voice.bundle / "kavrel.voice"));
   }
-  EXPECT_EQ(pascal(catalogue.defaultVoice()->description.name), "Corin");
+  EXPECT_EQ(pascalText(catalogue.defaultVoice()->description.name), "Corin");
 }
 
 TEST(SearchPaths, ListTheFoldersOfAVariableInOrder) {
