@@ -9,6 +9,8 @@
 - No build file compiles a source by a path into another folder.
 - CMake files have no damaged comments, tabs, odd indentation or overlong lines.
 - Section rulers have one form, "// ---- Title".
+- The product reads the environment with secure_getenv(), so that nobody can steer a program that has
+  other privileges than the user who starts it.
 """
 import fnmatch
 import os
@@ -21,6 +23,7 @@ SKIPPED = {"build", ".git", "corpus", "vectors", "regress"}
 SOURCES = {".h", ".cpp", ".c"}
 LICENSED = SOURCES | {".sh", ".bash", ".fish", ".cmake", ".py", ".map", ".in", ".1"}
 SPDX = re.compile(r"SPDX-License-Identifier: (\S+)$")
+PRODUCT = ("base/", "engine/", "interfaces/", "platform/", "tools/")
 GPL_FOLDERS = ("engine/kavrel-synth/", "bench/anchor_synth/")
 
 failures = []
@@ -96,6 +99,14 @@ def check_rulers(path, lines):
             fail(path, number, "a section begins with '// ---- Title' and nothing else")
 
 
+def check_environment(path, lines):
+    if not path.relative_to(ROOT).as_posix().startswith(PRODUCT):
+        return
+    for number, line in enumerate(lines, 1):
+        if re.search(r"(?<!secure_)getenv\(", line):
+            fail(path, number, "reads the environment with getenv() instead of secure_getenv()")
+
+
 def main():
     names = {}
     packaged = packaged_licences()
@@ -108,6 +119,7 @@ def main():
         if path.suffix in SOURCES or path.suffix in (".sh", ".py"):
             check_rulers(path, lines)
         if path.suffix in SOURCES:
+            check_environment(path, lines)
             names.setdefault(path.name.lower(), []).append(path)
     for same in names.values():
         for path in same[1:]:

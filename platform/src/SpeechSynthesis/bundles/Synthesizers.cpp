@@ -9,7 +9,7 @@
 #include <system_error>
 #include <utility>
 
-#include "SpeechSynthesis/bundles/SearchPaths.h"
+#include "SpeechSynthesis/bundles/TrustedPaths.h"
 #include "SpeechSynthesis/calls/StandardError.h"
 
 namespace platform {
@@ -100,23 +100,33 @@ const SynthesizerPlugIn* Synthesizers::find(OSType creator) {
 
 // Returns the libraries that have not been tried, in the order of the folders, and sorted by name
 // in each folder: the system lists a folder in any order. A folder that cannot be read is empty.
+// One that is not trusted is reported and skipped, if it has libraries.
 std::vector<fs::path> Synthesizers::listUntriedFiles() {
   std::vector<fs::path> files;
   for (const fs::path& folder : searchFolders()) {
+    if (wasTried(folder)) continue;
     std::error_code failure;
     std::vector<fs::path> found;
     for (fs::directory_iterator entry(folder, failure), end; !failure && entry != end;
          entry.increment(failure)) {
       if (entry->path().extension() == kSuffix) found.push_back(entry->path());
     }
+    if (found.empty()) continue;
+    if (const auto reason = TrustedPaths(m_ownFile).problemOf(folder)) {
+      m_seen.push_back(folder);
+      writeMessage("The synthesizers in " + folder.string() + " are not loaded: " + *reason);
+      continue;
+    }
     std::sort(found.begin(), found.end());
     for (fs::path& file : found) {
-      if (std::find(m_seen.begin(), m_seen.end(), file) == m_seen.end()) {
-        files.push_back(std::move(file));
-      }
+      if (!wasTried(file)) files.push_back(std::move(file));
     }
   }
   return files;
+}
+
+bool Synthesizers::wasTried(const fs::path& path) const {
+  return std::find(m_seen.begin(), m_seen.end(), path) != m_seen.end();
 }
 
 // Loads one library and opens a channel, which is the only way to read the creator. The channel is
@@ -125,6 +135,10 @@ Synthesizers::TryResult Synthesizers::tryFile(const fs::path& file, OSType creat
                                               OpenedChannel& opened) {
   std::unique_ptr<const SynthesizerPlugIn> plugIn;
   try {
+    // Before it is loaded, since loading it runs its code.
+    if (const auto reason = TrustedPaths(m_ownFile).problemOf(file)) {
+      throw PlugInError("The synthesizer " + file.string() + " is not loaded: " + *reason);
+    }
     plugIn = std::make_unique<SynthesizerPlugIn>(file);
   } catch (const PlugInError& reason) {
     // Not tried again: the message appears once per process.

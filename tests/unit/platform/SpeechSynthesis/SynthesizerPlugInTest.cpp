@@ -9,6 +9,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include "SpeechSynthesis/bundles/SynthesizerPlugIn.h"
 #include "SpeechSynthesis/bundles/Synthesizers.h"
@@ -87,7 +88,8 @@ class SynthesizersTest : public testing::Test {
   }
 
   fs::path m_folder;
-  platform::Synthesizers m_synthesizers;
+  // Only root can replace the Manager.
+  platform::Synthesizers m_synthesizers{"/"};
   std::string m_said;
 };
 
@@ -114,6 +116,70 @@ TEST_F(SynthesizersTest, AreSkippedWithOneLineEachWhenBroken) {
   EXPECT_EQ(std::count(m_said.begin(), m_said.end(), '\n'), 3);
   EXPECT_EQ(open(kOurs, m_said), noErr);
   EXPECT_EQ(m_said, "");
+}
+
+// A library that others can write is not loaded, as its code would run.
+TEST_F(SynthesizersTest, AreSkippedWithOneLineEachWhenOthersCanChangeThem) {
+  fs::copy_file(kComplete, m_folder / "a-open.so");
+  fs::permissions(m_folder / "a-open.so", fs::perms(0646));
+  fs::copy_file(kComplete, m_folder / "b-whole.so");
+  setenv("SPEECH_SYNTHESIZER_PATH", m_folder.c_str(), 1);
+  EXPECT_EQ(open(kOurs, m_said), noErr);
+  const std::string file = (m_folder / "a-open.so").native();
+  EXPECT_EQ(m_said,
+            "The synthesizer " + file + " is not loaded: everybody can write to " + file + ".\n");
+  EXPECT_EQ(open(kOther, m_said), noSynthFound);
+  EXPECT_EQ(std::count(m_said.begin(), m_said.end(), '\n'), 1) << m_said;
+}
+
+TEST_F(SynthesizersTest, AreSkippedWithOneLineWhenOthersCanChangeTheirFolder) {
+  const fs::path openFolder = m_folder / "open";
+  fs::create_directory(openFolder);
+  fs::permissions(openFolder, fs::perms(01777));
+  setenv("SPEECH_SYNTHESIZER_PATH", (openFolder.native() + ":" COMPLETE_SYNTHESIZER_DIR).c_str(),
+         1);
+  // Nothing is lost without an empty folder.
+  EXPECT_EQ(open(kOther, m_said), noSynthFound);
+  EXPECT_THAT(m_said, testing::Not(HasSubstr("everybody")));
+  fs::copy_file(kComplete, openFolder / "a.so");
+  fs::copy_file(kComplete, openFolder / "b.so");
+  EXPECT_EQ(open(kOther, m_said), noSynthFound);
+  EXPECT_THAT(m_said,
+              HasSubstr("The synthesizers in " + openFolder.native() +
+                        " are not loaded: everybody can write to " + openFolder.native() + ".\n"));
+  EXPECT_EQ(open(kOurs, m_said), noErr);
+  EXPECT_EQ(m_said, "");
+}
+
+// The system would map bytes after the end of the file, and reading them ends a process.
+TEST_F(SynthesizersTest, AreNotLoadedWhenTruncatedAtAnySize) {
+  const std::uintmax_t size = fs::file_size(kComplete);
+  const fs::path file = m_folder / "cut.so";
+  for (std::uintmax_t cut = 0; cut < 4096; cut += 64) {
+    fs::copy_file(kComplete, file, fs::copy_options::overwrite_existing);
+    fs::resize_file(file, cut);
+    EXPECT_THAT(problemOf(file), HasSubstr("cut.so cannot be loaded: ")) << cut;
+  }
+  fs::copy_file(kComplete, file, fs::copy_options::overwrite_existing);
+  fs::resize_file(file, size / 2);
+  EXPECT_THAT(problemOf(file), HasSubstr("cut.so cannot be loaded: the file is truncated"));
+}
+
+TEST_F(SynthesizersTest, AreSkippedWithOneLineEachWhenDamaged) {
+  fs::copy_file(kComplete, m_folder / "a-cut.so");
+  fs::resize_file(m_folder / "a-cut.so", 1000);
+  std::ofstream(m_folder / "b-empty.so").close();
+  fs::create_symlink("nothing.so", m_folder / "c-dangling.so");
+  fs::copy_file(DEPENDENT_SYNTHESIZER_DIR "/KavrelSpeech.so", m_folder / "d-lost.so");
+  ASSERT_EQ(mkfifo((m_folder / "e-pipe.so").c_str(), 0644), 0);
+  setenv("SPEECH_SYNTHESIZER_PATH", (m_folder.native() + ":" COMPLETE_SYNTHESIZER_DIR).c_str(), 1);
+  EXPECT_EQ(open(kOurs, m_said), noErr);
+  EXPECT_THAT(m_said, AllOf(HasSubstr("a-cut.so cannot be loaded: the file is truncated."),
+                            HasSubstr("b-empty.so cannot be loaded"),
+                            HasSubstr("c-dangling.so is not loaded: "),
+                            HasSubstr("d-lost.so cannot be loaded: libneeded.so"),
+                            HasSubstr("e-pipe.so cannot be loaded: it is not a regular file.")));
+  EXPECT_EQ(std::count(m_said.begin(), m_said.end(), '\n'), 5) << m_said;
 }
 
 TEST_F(SynthesizersTest, AreFoundInTheUsersFolder) {
