@@ -5,6 +5,7 @@
 #include "SpeechSynthesis/bundles/Synthesizers.h"
 
 #include <algorithm>
+#include <exception>
 #include <string>
 #include <system_error>
 #include <utility>
@@ -19,11 +20,40 @@ namespace fs = std::filesystem;
 
 constexpr const char* kSuffix = ".so";
 
+// Opens a channel. Returns false if the synthesizer cannot; `reason` is then what it has thrown, if
+// anything, as the end of a message.
+bool openChannel(const SynthesizerPlugIn& plugIn, SpeechChannelIdentifier& channel,
+                 std::string& reason) {
+  try {
+    return plugIn.call().openSpeechChannel(&channel) == noErr;
+  } catch (const std::exception& thrown) {
+    reason = std::string(": ") + thrown.what();
+  } catch (...) {
+    reason = ": it throws an exception";
+  }
+  return false;
+}
+
 // The creator of a synthesizer's voices; 0 if it does not report one.
 OSType creatorOf(const SynthesizerPlugIn& plugIn, SpeechChannelIdentifier channel) {
   SpeechVersionInfo version{};
-  if (plugIn.call().getSpeechInfo(channel, soSynthType, &version) != noErr) return 0;
-  return version.synthSubType;
+  try {
+    if (plugIn.call().getSpeechInfo(channel, soSynthType, &version) == noErr) {
+      return version.synthSubType;
+    }
+  } catch (...) {
+    // The same as no report, which is a line of its own.
+  }
+  return 0;
+}
+
+// Closes a channel that nobody has used. What the synthesizer says about it changes nothing.
+void closeUnused(const SynthesizerPlugIn& plugIn, SpeechChannelIdentifier channel) {
+  try {
+    plugIn.call().closeSpeechChannel(channel);
+  } catch (...) {
+    writeException("closing a channel of the synthesizer");
+  }
 }
 
 std::string joinNames(const std::vector<fs::path>& folders) {
@@ -71,8 +101,8 @@ OSErr Synthesizers::open(OSType creator, OpenedChannel& opened) {
   }
   // Without the lock: opening a channel may take long, and a loaded synthesizer never goes away.
   opened.plugIn = known;
-  const long result = known->call().openSpeechChannel(&opened.identifier);
-  return result == noErr ? OSErr{noErr} : OSErr{synthOpenFailed};
+  std::string reason;
+  return openChannel(*known, opened.identifier, reason) ? OSErr{noErr} : OSErr{synthOpenFailed};
 }
 
 // Loads untried libraries until one of them speaks voices of `creator`. All of it under the lock,
@@ -147,9 +177,10 @@ Synthesizers::TryResult Synthesizers::tryFile(const fs::path& file, OSType creat
     return TryResult::OfOthers;
   }
   SpeechChannelIdentifier channel = 0;
-  if (plugIn->call().openSpeechChannel(&channel) != noErr) {
+  std::string reason;
+  if (!openChannel(*plugIn, channel, reason)) {
     // Not in m_seen: it may succeed next time.
-    writeMessage("The synthesizer " + file.string() + " cannot open a channel");
+    writeMessage("The synthesizer " + file.string() + " cannot open a channel" + reason);
     return TryResult::Unusable;
   }
   m_seen.push_back(file);
@@ -163,7 +194,7 @@ Synthesizers::TryResult Synthesizers::tryFile(const fs::path& file, OSType creat
     opened = {kept, channel};
     return TryResult::Opened;
   }
-  kept->call().closeSpeechChannel(channel);
+  closeUnused(*kept, channel);
   return TryResult::OfOthers;
 }
 

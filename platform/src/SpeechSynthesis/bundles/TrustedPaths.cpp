@@ -88,9 +88,8 @@ std::optional<std::string> walk(const fs::path& path, const std::set<std::string
     }
     const fs::path target = fs::read_symlink(step.path, failure);
     if (failure || ++links > kMostLinks) return step.path.string() + " is not a usable link";
+    // The first name of an absolute target is "/", which replaces `reached`.
     rest.insert(rest.begin(), target.begin(), target.end());
-    // Its first name is "/".
-    if (target.is_absolute()) reached.clear();
   }
   step.path = reached;
   step.isLast = true;

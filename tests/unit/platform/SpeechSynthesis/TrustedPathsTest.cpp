@@ -90,10 +90,13 @@ TEST_F(TrustedPathsTest, MayBeInAFolderWithTheStickyBitThatIsNotTrustedItself) {
 TEST_F(TrustedPathsTest, DependOnWhatLinksLeadTo) {
   fs::create_symlink("plain", m_folder / "link");
   fs::create_directory_symlink("../own", m_folder / "own/up");
+  fs::create_symlink(m_folder / "plain", m_folder / "own/absolute");
   EXPECT_EQ(problemOf("link"), "");
   EXPECT_EQ(problemOf("own/up/manager"), "");
+  EXPECT_EQ(problemOf("own/absolute"), "");
   permit("plain", 0646);
   EXPECT_EQ(problemOf("link"), "everybody can write to " + (m_folder / "plain").native());
+  EXPECT_EQ(problemOf("own/absolute"), problemOf("link"));
   fs::create_symlink("loop", m_folder / "loop");
   EXPECT_THAT(problemOf("loop"), HasSubstr("is not a usable link"));
   fs::create_symlink("nothing", m_folder / "dangling");

@@ -205,13 +205,12 @@ TEST_F(Bundles, AreSkippedWhenOthersCanChangeThem) {
   writeVoice("File.SpeechVoice", goodVoice(1));
   writeVoice("Folder.SpeechVoice", goodVoice(2));
   writeVoice("Good.SpeechVoice", goodVoice(3));
-  writeVoice("Linked.SpeechVoice", goodVoice(4), "list");
-  write("open-list", "");
-  fs::copy_file(m_folder / "Linked.SpeechVoice/list", m_folder / "open-list",
-                fs::copy_options::overwrite_existing);
-  fs::create_symlink("../open-list", m_folder / "Linked.SpeechVoice/Info.plist");
+  // The folder that a link leads to is not a part of the bundle.
+  writeVoice("elsewhere", goodVoice(4));
+  fs::create_directory(m_folder / "Linked.SpeechVoice");
+  fs::create_directory_symlink("../elsewhere", m_folder / "Linked.SpeechVoice/Contents");
   for (const char* const open :
-       {"File.SpeechVoice/Info.plist", "Folder.SpeechVoice", "open-list"}) {
+       {"File.SpeechVoice/Info.plist", "Folder.SpeechVoice", "elsewhere/Info.plist"}) {
     fs::permissions(m_folder / open, fs::perms::others_write, fs::perm_options::add);
   }
   testing::internal::CaptureStderr();
@@ -222,7 +221,8 @@ TEST_F(Bundles, AreSkippedWhenOthersCanChangeThem) {
                 "/File.SpeechVoice/Info.plist.\n" + "Voice " + in +
                 "/Folder.SpeechVoice is skipped: everybody can write to " + in +
                 "/Folder.SpeechVoice.\n" + "Voice " + in +
-                "/Linked.SpeechVoice is skipped: everybody can write to " + in + "/open-list.\n");
+                "/Linked.SpeechVoice is skipped: everybody can write to " + in +
+                "/elsewhere/Info.plist.\n");
   ASSERT_EQ(catalogue.voices().size(), 1U);
   EXPECT_EQ(catalogue.voices().front().bundle, m_folder / "Good.SpeechVoice");
 }
