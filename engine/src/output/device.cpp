@@ -10,6 +10,7 @@
 
 #include <cubeb/cubeb.h>
 #include <pulse/pulseaudio.h>
+#include <sys/auxv.h>
 #include <unistd.h>
 
 #include "base/threads/Clock.h"
@@ -61,7 +62,13 @@ bool hasPulseServer() {
 
 bool soundOutputIsWanted() {
   static const bool wanted = [] {
-    const char* const choice = std::getenv("KAVREL_AUDIO");
+    // The libraries of sound servers take their settings from the environment and the user's
+    // folder. A setting can name a program to start, which would get the raised privileges.
+    if (::getauxval(AT_SECURE) != 0) {
+      KAVREL_DIAG("device", "no sound device is used, as the program has raised privileges");
+      return false;
+    }
+    const char* const choice = ::secure_getenv("KAVREL_AUDIO");
     return choice == nullptr || std::string_view(choice) != "none";
   }();
   return wanted;
@@ -69,7 +76,7 @@ bool soundOutputIsWanted() {
 
 const std::string& usualSoundDevice() {
   static const std::string name = [] {
-    const char* const choice = std::getenv("KAVREL_AUDIO_DEVICE");
+    const char* const choice = ::secure_getenv("KAVREL_AUDIO_DEVICE");
     return std::string(choice != nullptr ? choice : "");
   }();
   return name;
