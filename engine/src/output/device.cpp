@@ -137,9 +137,10 @@ DeviceStream::Context::Current& DeviceStream::Context::current() {
 }
 
 // Takes as long as the sound server makes it wait. Returns false on failure.
-// Rationale: if PulseAudio fails, cubeb tries JACK before ALSA. The library of JACK opens a database
-// in shared memory, without a time limit, and a process that ends at that moment leaves it locked:
-// from then on, every program that tries JACK hangs. So cubeb is told which backend will work.
+// Rationale: if PulseAudio fails, cubeb tries JACK before ALSA. The library of JACK opens a
+// database in shared memory, without a time limit, and a process that ends at that moment leaves it
+// locked: from then on, every program that tries JACK hangs. So cubeb is told which backend will
+// work.
 bool DeviceStream::Context::connect() {
   const char* const backend = hasPulseServer() ? "pulse" : "alsa";
   if (cubeb_init(&m_handle, kProgramName, backend) != CUBEB_OK) {

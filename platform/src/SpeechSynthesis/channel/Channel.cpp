@@ -17,8 +17,8 @@
 #include "CoreFoundation/CFObject.h"
 #include "SpeechSynthesis/calls/Results.h"
 #include "SpeechSynthesis/calls/StandardError.h"
-#include "SpeechSynthesis/channel/OutputFile.h"
 #include "SpeechSynthesis/channel/Trampolines.h"
+#include "SpeechSynthesis/channel/WritableFile.h"
 
 namespace platform {
 namespace {

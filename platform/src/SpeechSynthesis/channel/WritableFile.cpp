@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "SpeechSynthesis/channel/OutputFile.h"
+#include "SpeechSynthesis/channel/WritableFile.h"
 
 #include <filesystem>
 #include <system_error>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// OutputFile: finds out in advance why a file cannot be written. Stateless; safe on any thread.
+// WritableFile: finds out in advance why a file cannot be written. Stateless; safe on any thread.
 #pragma once
 
 #include <ApplicationServices/SpeechSynthesis.h>
