@@ -60,7 +60,8 @@ void Channel::handleWord(unsigned long position, UInt16 length) {
   const unsigned long end = m_text.bytes().size();
   // Clients rely on positions that do not decrease and lie within the text.
   m_wordPosition = std::clamp(position, m_wordPosition, end);
-  if (end - m_wordPosition <= bytesBeforeEnd(m_numbers[0].value_or(kUsualRate))) requestText();
+  const bool runsLow = end - m_wordPosition <= bytesBeforeEnd(m_numbers[0].value_or(kUsualRate));
+  if (runsLow && !hasEnoughText()) requestText();
   if (m_callbacks.word == nullptr && m_callbacks.wordCF == nullptr) return;
   const CFRange range =
       m_text.inCallersUnits(m_wordPosition, std::min<unsigned long>(length, end - m_wordPosition));
