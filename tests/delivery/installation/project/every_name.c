@@ -1,26 +1,11 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 /*
  * Uses every name that older programs for the platform's C speech interface need, valid in C89 and
- * later and in C++98 and later. It is compiled with UMBRELLA as the only header it includes first,
+ * later and in C++98 and later. UMBRELLA is the only header that it includes before their use,
  * for example -DUMBRELLA='<Carbon/Carbon.h>'. Exit status: 0 if everything has the value it should
  * have; else 1, with a line on standard error for each failure.
  */
 #include UMBRELLA
-
-/* Each of these names resolves, after the umbrella as well. */
-#include <ApplicationServices/ApplicationServices.h>
-
-#include <ApplicationServices.h>
-#include <Carbon/Carbon.h>
-#include <Components.h>
-#include <CoreServices/CoreServices.h>
-#include <FixMath.h>
-#include <Gestalt.h>
-#include <MacMemory.h>
-#include <MacTypes.h>
-#include <SpeechSynthesis.h>
-#include <StringCompare.h>
-#include <TextUtils.h>
 
 static int g_failures = 0;
 
@@ -266,3 +251,22 @@ int main(void) {
   CHECK(DisposeSpeechChannel(channel) == noErr);
   return g_failures == 0 ? 0 : 1;
 }
+
+/* ---- Headers
+ *
+ * Each of these resolves. They come last, so that the umbrella alone has to bring what is used
+ * above.
+ */
+#include <ApplicationServices/ApplicationServices.h>
+
+#include <ApplicationServices.h>
+#include <Carbon/Carbon.h>
+#include <Components.h>
+#include <CoreServices/CoreServices.h>
+#include <FixMath.h>
+#include <Gestalt.h>
+#include <MacMemory.h>
+#include <MacTypes.h>
+#include <SpeechSynthesis.h>
+#include <StringCompare.h>
+#include <TextUtils.h>
