@@ -29,7 +29,7 @@ typedef struct Reader {
   int pages;
   int words;
   int lateWords;
-  int misplaced;
+  int misplaced; /* not in a page */
   int stopped;
   int done;
   char page[sizeof kPage];
@@ -62,7 +62,7 @@ static void hear(SpeechChannel chan, SRefCon refCon, unsigned long wordPos, UInt
   int stop;
   pthread_mutex_lock(&reader->lock);
   if (reader->stopped) reader->lateWords++;
-  if (wordPos % (sizeof kPage - 1) + wordLen >= sizeof kPage - 1) reader->misplaced++;
+  if (wordPos + wordLen >= sizeof kPage - 1) reader->misplaced++;
   stop = ++reader->words == reader->stopAtWord;
   if (stop) reader->stopped = 1;
   pthread_mutex_unlock(&reader->lock);

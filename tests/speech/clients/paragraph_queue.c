@@ -14,7 +14,6 @@
 
 typedef struct Paragraph {
   struct Paragraph* next;
-  unsigned long start; /* in the whole article */
   unsigned long length;
   int words;
   const char* original;
@@ -23,8 +22,9 @@ typedef struct Paragraph {
 
 typedef struct Article {
   Paragraph* first;
-  Paragraph* current; /* the one that the Manager has */
-  unsigned long length;
+  Paragraph* current; /* the one that the Manager has got last */
+  Paragraph* heard;   /* the one that is being spoken */
+  unsigned long lastWord;
   int asked;
   int strayWords;
   int pipe[2];
@@ -51,8 +51,6 @@ static void AddParagraph(Article* article, const char* text) {
   paragraph->text = (char*)malloc(paragraph->length);
   if (paragraph->text == NULL) Die("malloc", memFullErr);
   memcpy(paragraph->text, text, paragraph->length);
-  paragraph->start = article->length;
-  article->length += paragraph->length;
 }
 
 /* The Manager has finished with the buffer that it got last. */
@@ -83,15 +81,14 @@ static int IsWord(const Paragraph* paragraph, unsigned long at, unsigned long le
          !isalpha((unsigned char)text[at + length]);
 }
 
+/* Positions are those in a paragraph: one that decreases is in the next paragraph. */
 static void MyWord(SpeechChannel chan, SRefCon refCon, unsigned long wordPos, UInt16 wordLen) {
   Article* article = (Article*)refCon;
-  Paragraph* paragraph = article->first;
   (void)chan;
-  while (paragraph != NULL && wordPos >= paragraph->start + paragraph->length) {
-    paragraph = paragraph->next;
-  }
-  if (paragraph != NULL && IsWord(paragraph, wordPos - paragraph->start, wordLen)) {
-    paragraph->words++;
+  if (wordPos < article->lastWord && article->heard != NULL) article->heard = article->heard->next;
+  article->lastWord = wordPos;
+  if (article->heard != NULL && IsWord(article->heard, wordPos, wordLen)) {
+    article->heard->words++;
   } else {
     article->strayWords++;
   }
@@ -120,7 +117,7 @@ static void ReadArticle(Article* article, const char* path) {
   if (err == noErr) err = SetSpeechInfo(chan, soOutputToFileWithCFURL, url);
   if (err != noErr) Die("setting up", err);
   CFRelease(url);
-  article->current = article->first;
+  article->current = article->heard = article->first;
   err = SpeakText(chan, article->current->text, article->current->length);
   if (err != noErr) Die("SpeakText", err);
   if (read(article->pipe[0], &mark, 1) != 1) Die("read", paramErr);
@@ -142,7 +139,7 @@ int main(int argc, char** argv) {
   while (article.first != NULL) {
     Paragraph* paragraph = article.first;
     article.first = paragraph->next;
-    printf("at %3lu: %2d words, %s\n", paragraph->start, paragraph->words,
+    printf("%3lu bytes, %2d words, %s\n", paragraph->length, paragraph->words,
            paragraph->text == NULL ? "freed" : "kept");
     free(paragraph->text);
     free(paragraph);
