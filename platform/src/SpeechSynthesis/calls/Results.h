@@ -20,16 +20,25 @@ inline OSErr toClientResult(long result) {
   return static_cast<OSErr>(result);
 }
 
-// Returns what `work` returns, or the result for the exception it throws: memFullErr for
-// std::bad_alloc, badInputText for any other. No diagnostic line: the result reports the failure.
-template <typename Work>
-OSErr resultOf(Work work) {
+// Returns the result for the exception that is being handled: memFullErr for std::bad_alloc,
+// badInputText for any other. No diagnostic line: the result reports the failure.
+inline OSErr resultOfException() {
   try {
-    return work();
+    throw;
   } catch (const std::bad_alloc&) {
     return memFullErr;
   } catch (...) {
     return badInputText;
+  }
+}
+
+// Returns what `work` returns, or the result for the exception it throws.
+template <typename Work>
+OSErr resultOf(Work work) {
+  try {
+    return work();
+  } catch (...) {
+    return resultOfException();
   }
 }
 

@@ -152,7 +152,12 @@ OSErr Channel::startSpeaking() {
     m_phase = Phase::Speaking;
     m_endOwed = true;
   }
-  const OSErr result = resultOf([&] { return speakInPlugIn(std::move(batch)); });
+  OSErr result = noErr;
+  try {
+    result = speakInPlugIn(std::move(batch));
+  } catch (...) {
+    result = resultOfException();
+  }
   if (result == noErr) return noErr;
   const base::ScopedLock held(m_lock);
   becomeIdle();
