@@ -217,12 +217,18 @@ TEST_F(Paths, AStringInItsOwnEncodingIsCopied) {
   CFRelease(string);
 }
 
+// A string in Mac OS Roman that has `length` bytes in UTF-8. It has a character that is not ASCII,
+// and so must be converted.
+CFStringRef convertedString(std::size_t length) {
+  return stringOf('\x8E' + std::string(length - 2, 'x'), kCFStringEncodingMacRoman);
+}
+
 // A string in another encoding is converted into a buffer that is doubled until the string fits.
 TEST_F(Paths, AStringOfAnotherEncodingIsConvertedUpTo65535Bytes) {
-  for (const std::size_t length : {0u, 1u, 255u, 256u, 257u, 511u, 512u, 5000u, 65535u}) {
+  for (const std::size_t length : {2u, 255u, 256u, 257u, 511u, 512u, 5000u, 65535u}) {
     SCOPED_TRACE(length);
-    const std::string text(length, 'x');
-    const CFStringRef string = stringOf(text, kCFStringEncodingMacRoman);
+    const std::string text = "\u00E9" + std::string(length - 2, 'x');
+    const CFStringRef string = convertedString(length);
     char* copy = get_c_string(string, kCFStringEncodingUTF8);
     ASSERT_NE(copy, nullptr);
     EXPECT_EQ(copy, text);
@@ -233,7 +239,7 @@ TEST_F(Paths, AStringOfAnotherEncodingIsConvertedUpTo65535Bytes) {
 }
 
 TEST_F(Paths, ALongerStringIsRejectedWithTheSizeThatWasNotTried) {
-  const CFStringRef string = stringOf(std::string(65536, 'x'), kCFStringEncodingMacRoman);
+  const CFStringRef string = convertedString(65536);
   engine().recordServices(true);
   EXPECT_EQ(get_c_string(string, kCFStringEncodingUTF8), nullptr);
   EXPECT_THAT(engine().messages(), ElementsAre("CFStringGetCString still failing at 131072\n"));
@@ -255,7 +261,7 @@ TEST_F(Paths, AStringThatTheEncodingCannotRepresentIsRejected) {
 }
 
 TEST_F(Paths, OutOfMemoryReturnsNoString) {
-  const CFStringRef string = stringOf(std::string(1000, 'x'), kCFStringEncodingMacRoman);
+  const CFStringRef string = convertedString(1000);
   for (int k = 1; k <= 3; ++k) {
     engine().fail(Op::Alloc, k);
     char* copy = get_c_string(string, kCFStringEncodingUTF8);

@@ -24,6 +24,9 @@ class CarriedState {
   // Adds a command, without delimiters, after the settings.
   void add(std::string_view command);
 
+  // True if the commands begin with a reset.
+  bool isReset() const { return m_isReset; }
+
   // Returns the commands between delimiters; empty if there are none.
   std::string text(std::string_view open, std::string_view close) const;
 

@@ -141,7 +141,7 @@ AdaptedText Adapter::run() {
 // The delimiters come last, so that all commands are written between the initial ones.
 std::string Adapter::stateAtEnd() const {
   CarriedState state = m_carried;
-  const bool startsInText = !m_settings.startsInPhonemes;
+  const bool startsInText = !m_settings.startsInPhonemes || state.isReset();
   if (m_input == Input::Phonemes && startsInText) state.add("inpt PHON");
   if (m_input == Input::Tune) state.add("inpt TUNE");
   if (m_input == Input::Text && !startsInText) state.add("inpt TEXT");
@@ -149,7 +149,10 @@ std::string Adapter::stateAtEnd() const {
   if (m_skipsWord) state.add("ctxt WSKP");
   // Emphasis that was written had no word after it either.
   if (m_emphasis != Emphasis::None) state.add("emph +");
-  if (!m_delimiters.empty()) state.add("dlim" + m_delimiters);
+  // The blank keeps the last delimiter apart from the initial one. One that contains the initial
+  // one cannot be written.
+  const bool fits = m_delimiters.find(m_settings.closeDelimiter) == std::string::npos;
+  if (!m_delimiters.empty() && fits) state.add("dlim" + m_delimiters + ' ');
   return state.text(m_settings.openDelimiter, m_settings.closeDelimiter);
 }
 
