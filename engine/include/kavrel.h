@@ -206,7 +206,11 @@ KAVREL_API kavrel_voice_struct* kavrel_port_set_voice_from_dir(kavrel_port_struc
  *
  * If the environment variable KAVREL_AUDIO is "none", no device is ever used, and no diagnostic
  * line is written. The environment variable KAVREL_AUDIO_DEVICE names the device of ports whose
- * "audio/device" is "". Both are read once. */
+ * "audio/device" is "". Both are read once.
+ *
+ * A program with raised privileges (setuid, setgid, capabilities) uses no device either, since the
+ * libraries of sound servers read the user's settings, which can name programs to start. Both
+ * variables count as unset there. */
 
 /* Receives one device: its name for KAVREL_KEY_AUDIO_DEVICE, a description for people (both UTF-8,
  * valid only during the call), and 1 for a default device, else 0. */

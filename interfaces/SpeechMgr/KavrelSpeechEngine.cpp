@@ -377,6 +377,9 @@ long get_info(speech_channel* channel, unsigned long selector, void* speechInfo)
       valueAt<Fixed>(speechInfo) = FixDiv(percent, Long2Fix(100));
       return noErr;
     }
+    case kStopAtBoundary:
+      valueAt<UInt32>(speechInfo) = 1;
+      return noErr;
     case soSynthType:
       get_version(valueAt<SpeechVersionInfo>(speechInfo));
       return noErr;
@@ -486,6 +489,12 @@ long set_info(speech_channel* channel, unsigned long selector, void* speechInfo)
       return noErr;
     case kCallerPositions:
       channel->caller_positions = speechInfo != nullptr;
+      return noErr;
+    case kStopAtBoundary:
+      return channel_request_stop(channel,
+                                  static_cast<long>(reinterpret_cast<std::intptr_t>(speechInfo)));
+    case kEngineErrors:
+      store_shared(channel->engine_errors, speechInfo != nullptr ? 1 : 0);
       return noErr;
     default:
       return set_value(channel, selector, speechInfo);

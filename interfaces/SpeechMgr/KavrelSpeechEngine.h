@@ -43,6 +43,23 @@ static const int kAssumedFemalePitch = assumedPitchNote(180.0);  // 53
 // (OffsetMap). Takes effect with the next SESpeakBuffer. Cannot be read.
 inline constexpr unsigned long kCallerPositions = 0x63706F73;  // "cpos"
 
+// Private selector of SESetSpeechInfo: stops the job at a boundary, as SEStopSpeechAt does, but
+// without waiting for it: the channel stays busy until speech-done. Meanwhile every entry point
+// returns at once, and an immediate stop takes effect immediately. The value is the boundary
+// itself, in place of the pointer. -1: the engine refused. SEGetSpeechInfo stores 1 as a 32-bit
+// number, so that a host can find out whether a synthesizer has the selector.
+inline constexpr unsigned long kStopAtBoundary = 0x73746264;  // "stbd"
+
+// Private selector of SESetSpeechInfo. The value is the pointer itself. Non-null: the error
+// callback reports a job that the engine gives up, such as one whose file cannot be written, with
+// kEngineError and the position reached; speech-done follows. Null, the default: the error callback
+// is not called. Takes effect with the next port, so it should be set before the first job. Cannot
+// be read.
+inline constexpr unsigned long kEngineErrors = 0x65657272;  // "eerr"
+
+// The result that the error callback gets: ioErr of the platform.
+inline constexpr OSErr kEngineError = -36;
+
 // Opens a channel and stores its identifier in `*ssr`: 1, 2, 3 ..., never reused.
 // paramErr: `ssr` is null; no identifier is used. synthOpenFailed: out of memory; no channel is
 // open, but the identifier is used and stored.

@@ -86,6 +86,7 @@ struct speech_channel {
   // Fields that are not part of the given interface.
   ChannelOwner lock;                               // of mtx
   bool caller_positions GUARDED_BY(lock) = false;  // word events report true origins
+  int engine_errors = 0;                           // ERROR is reported; access is atomic
   bool gathering GUARDED_BY(lock) = false;         // the text-done callback is being called
   // True origins of the current job's text; null unless caller_positions. Changed as text_offsets.
   PositionMap* text_positions GUARDED_BY(job_state.leaf) = nullptr;
@@ -167,6 +168,10 @@ int channel_wait(speech_channel* channel) REQUIRES(channel->lock);
 // refuses; nothing has changed then.
 int channel_stop(speech_channel* channel, long where) REQUIRES(channel->lock);
 
+// Asks the engine to stop at the boundary; the END event then finishes the job. Returns 0, or -1 if
+// the engine refuses; nothing has changed then.
+int channel_request_stop(speech_channel* channel, long where) REQUIRES(channel->lock);
+
 // ---- Worker threads
 
 // Finishes the current job: waits for the engine, frees the text, and starts the signalling thread,
@@ -180,7 +185,7 @@ void* channel_signal_speech_done(void* channel);
 
 // ---- Engine events
 
-// The events that channel_stream_callback is installed for.
+// The events that channel_stream_callback is installed for. With engine_errors, ERROR too.
 inline constexpr kavrel_event_t kChannelEvents = KAVREL_EVENT_END | KAVREL_EVENT_PHONEME |
                                                  KAVREL_EVENT_BOOKMARK | KAVREL_EVENT_WORD |
                                                  KAVREL_EVENT_SENTENCE;

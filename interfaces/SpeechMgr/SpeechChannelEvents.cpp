@@ -10,6 +10,7 @@
 #include <limits>
 
 #include "ChannelSupport.h"
+#include "KavrelSpeechEngine.h"
 #include "SpeechChannel.h"
 #include "SpeechMgrUtils.h"
 
@@ -114,6 +115,20 @@ void report_phoneme(speech_channel* channel, kavrel_event_struct* event) {
   });
 }
 
+void report_error(speech_channel* channel, kavrel_event_struct* event) {
+  const SpeechErrorProcPtr error = load_shared(channel->cb_error);
+  if (error == nullptr || load_shared(channel->engine_errors) == 0) return;
+  int start = 0;
+  int length = 0;
+  outside(kavrel_event_get_textpos)(event, &start, &length);
+  WordPosition found;
+  if (!find_word(channel, start, 0, found)) return;
+  const long refcon = load_shared(channel->refcon);
+  call_client([&] {
+    error(client_channel(channel->id), client_refcon(refcon), kEngineError, found.position);
+  });
+}
+
 // The END of the current job starts its finishing. An END owed by an earlier job, which was
 // finished without it, only drops that job's reference.
 void note_end(speech_channel* channel) {
@@ -144,6 +159,8 @@ void dispatch(speech_channel* channel, kavrel_event_struct* event, kavrel_event_
       return report_word(channel, event);
     case KAVREL_EVENT_PHONEME:
       return report_phoneme(channel, event);
+    case KAVREL_EVENT_ERROR:
+      return report_error(channel, event);
     case KAVREL_EVENT_END:
       return note_end(channel);
     default:  // sentence events are subscribed to but not used

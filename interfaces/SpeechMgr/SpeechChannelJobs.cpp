@@ -64,6 +64,11 @@ bool is_unfinished(speech_channel* channel, unsigned int number) {
   return channel->job_state.number == number && channel->job_state.finished != number;
 }
 
+// Returns true if the channel has a job that is not being finished yet.
+bool has_job(const speech_channel* channel) REQUIRES(channel->lock) {
+  return channel->status == STATUS_BUSY || channel->status == STATUS_PAUSED;
+}
+
 void close_port(speech_channel* channel) REQUIRES(channel->lock) {
   outside(kavrel_port_close)(channel->port);
   channel->port = nullptr;
@@ -88,7 +93,9 @@ bool open_port(speech_channel* channel, kavrel_params* params) REQUIRES(channel-
   CHANNEL_LINE("channel_speak", "Opening Kavrel Port for Channel ID: %d.\n", channel->id);
   channel->port = outside(kavrel_port_open)(channel_engine(), params);
   if (channel->port == nullptr) return false;
-  outside(kavrel_port_set_callback)(channel->port, channel_stream_callback, kChannelEvents,
+  const kavrel_event_t errors =
+      load_shared(channel->engine_errors) != 0 ? KAVREL_EVENT_ERROR : KAVREL_EVENT_NONE;
+  outside(kavrel_port_set_callback)(channel->port, channel_stream_callback, kChannelEvents | errors,
                                     channel);
   return true;
 }
@@ -136,7 +143,7 @@ enum class Finished { Nothing, Unsignalled, ToBeSignalled };
 // Finishes the channel's job except for its text. STATUS_CLOSING means that the job is finished or
 // being finished, but not signalled yet.
 Finished finish_current_job(speech_channel* channel) REQUIRES(channel->lock) {
-  if (channel->status != STATUS_BUSY && channel->status != STATUS_PAUSED) return Finished::Nothing;
+  if (!has_job(channel)) return Finished::Nothing;
   const bool signal = claim_signal(channel);
   channel->status = STATUS_CLOSING;
   CHANNEL_LINE("channel_finish_job", "Waiting for Job to Finish on Channel: %d.\n", channel->id);
@@ -291,20 +298,24 @@ int channel_wait(speech_channel* channel) {
   return outside(kavrel_port_wait)(channel->port, channel->job) < 0 ? -1 : 0;
 }
 
+int channel_request_stop(speech_channel* channel, long where) {
+  channel->lock.assert_held();
+  CHANNEL_LINE("channel_stop", "Stop Requested for Channel: %d.\n", channel->id);
+  if (!has_job(channel)) return 0;
+  const kavrel_result_t result =
+      outside(kavrel_port_stop)(channel->port, channel->job, get_kavrel_event(where));
+  if (result >= 0) return 0;
+  std::fprintf(stderr, "Stopping channel failed (%s)\n", kavrel_strerror(result));
+  return -1;
+}
+
 // Finishes the job on this thread, so that a stop returns only when the job is finished. The END
 // that the engine sends meanwhile finds it finished.
 int channel_stop(speech_channel* channel, long where) {
-  channel->lock.assert_held();
-  CHANNEL_LINE("channel_stop", "Stop Requested for Channel: %d.\n", channel->id);
-  if (channel->status != STATUS_BUSY && channel->status != STATUS_PAUSED) return 0;
-  const kavrel_result_t result =
-      outside(kavrel_port_stop)(channel->port, channel->job, get_kavrel_event(where));
-  if (result < 0) {
-    std::fprintf(stderr, "Stopping channel failed (%s)\n", kavrel_strerror(result));
-    return -1;
-  }
-  channel_finish_job(channel);
-  return 0;
+  const bool finishes = has_job(channel);
+  const int result = channel_request_stop(channel, where);
+  if (finishes && result == 0) channel_finish_job(channel);
+  return result;
 }
 
 void* channel_finish_job(void* channel) {

@@ -173,8 +173,10 @@ SPEECH_PLATFORM_CHECK(sizeof(NumVersion) == 4, "NumVersion is four bytes");
 enum {
   noErr = 0,
   unimpErr = -4,             /* not implemented */
-  fnfErr = -43,              /* file not found */
+  ioErr = -36,               /* reading or writing has failed */
+  fnfErr = -43,              /* file or folder not found */
   paramErr = -50,            /* an argument is invalid */
+  permErr = -54,             /* writing is not permitted */
   memFullErr = -108,         /* out of memory */
   invalidComponentID = -3000 /* not an open handle, for example a disposed speech channel */
 };

@@ -23,6 +23,9 @@ struct Target {
   SRefCon refCon = nullptr;
 };
 
+// Selector for a stop at a boundary that does not wait for it.
+constexpr OSType kStopAtBoundary = 0x73746264;  // 'stbd'
+
 SpeechChannel asChannel(SpeechChannelIdentifier identifier) {
   return reinterpret_cast<SpeechChannel>(static_cast<std::intptr_t>(identifier));
 }
@@ -40,6 +43,7 @@ class Implementation final : public FakeSynthesizer {
     holdStopsAtBoundaries(false);
     const std::lock_guard held(m_lock);
     m_refusesToOpen = false;
+    m_stopsWithoutWaiting = true;
     m_outcome = SpeakOutcome::Speaks;
   }
 
@@ -62,15 +66,15 @@ class Implementation final : public FakeSynthesizer {
   void holdStopsAtBoundaries(bool holds) override {
     const std::lock_guard held(m_lock);
     m_holdsStops = holds;
-    m_changed.notify_all();
+    if (holds) return;
+    for (const auto& [identifier, record] : m_channels) {
+      if (record.stopPending) endJob(identifier);
+    }
   }
 
-  void waitForHeldStop() override {
-    std::unique_lock held(m_lock);
-    m_changed.wait(held, [this] {
-      return std::any_of(m_channels.begin(), m_channels.end(),
-                         [](const auto& entry) { return entry.second.blocked; });
-    });
+  void stopWithoutWaiting(bool can) override {
+    const std::lock_guard held(m_lock);
+    m_stopsWithoutWaiting = can;
   }
 
   std::map<SpeechChannelIdentifier, ChannelRecord> channels() override {
@@ -131,8 +135,7 @@ class Implementation final : public FakeSynthesizer {
   }
 
   long close(SpeechChannelIdentifier identifier) {
-    std::unique_lock held(m_lock);
-    waitUntilUnblocked(held, identifier);
+    const std::lock_guard held(m_lock);
     return m_channels.erase(identifier) == 1 ? long{noErr} : long{noSynthFound};
   }
 
@@ -143,20 +146,21 @@ class Implementation final : public FakeSynthesizer {
     });
   }
 
-  // A held stop waits outside of with(), so that other channels still work.
   long stop(SpeechChannelIdentifier identifier, unsigned long where) {
-    const long found = with(identifier, [&](ChannelRecord& record) -> long {
+    return with(identifier, [&](ChannelRecord& record) -> long {
       record.stops.push_back(where);
-      record.blocked = where != kImmediate && m_holdsStops;
-      m_changed.notify_all();
+      endJob(identifier);
       return noErr;
     });
-    std::unique_lock held(m_lock);
-    if (where != kImmediate) m_changed.wait(held, [this] { return !m_holdsStops; });
-    if (found == noErr) m_channels[identifier].blocked = false;
-    endJob(identifier);
-    m_changed.notify_all();
-    return found;
+  }
+
+  long stopAtBoundary(SpeechChannelIdentifier identifier, unsigned long where) {
+    return with(identifier, [&](ChannelRecord& record) -> long {
+      record.stops.push_back(where);
+      record.stopPending = m_holdsStops;
+      if (!m_holdsStops) endJob(identifier);
+      return noErr;
+    });
   }
 
   long pause(SpeechChannelIdentifier identifier, unsigned long where) {
@@ -209,6 +213,10 @@ class Implementation final : public FakeSynthesizer {
         *static_cast<SpeechVersionInfo*>(value) = {0x74747363, m_creator, 0x54455354, 0, {}};
         return noErr;
       }
+      if (selector == kStopAtBoundary && m_stopsWithoutWaiting) {
+        *static_cast<UInt32*>(value) = 1;
+        return noErr;
+      }
       const auto number = record.numbers.find(selector);
       if (number != record.numbers.end()) {
         *static_cast<Fixed*>(value) = number->second;
@@ -218,9 +226,13 @@ class Implementation final : public FakeSynthesizer {
     });
   }
 
+  // Rationale: an unknown selector is recorded and accepted, as synthesizers do.
   // Fixed-point values are copied, since the caller's variable may be temporary; all other values
   // are recorded as pointers.
   long setInfo(SpeechChannelIdentifier identifier, OSType selector, const void* value) {
+    if (selector == kStopAtBoundary) {
+      return stopAtBoundary(identifier, reinterpret_cast<std::uintptr_t>(value));
+    }
     return with(identifier, [&](ChannelRecord& record) -> long {
       switch (selector) {
         case soInputMode:
@@ -260,25 +272,16 @@ class Implementation final : public FakeSynthesizer {
   }
 
  private:
-  void waitUntilUnblocked(std::unique_lock<std::mutex>& held, SpeechChannelIdentifier identifier) {
-    m_changed.wait(held, [&] {
-      const auto found = m_channels.find(identifier);
-      return found == m_channels.end() || !found->second.blocked;
-    });
-  }
-
   // Returns the result of `work` for the channel, called under the lock; noSynthFound for an
   // unknown channel.
   template <typename Work>
   long with(SpeechChannelIdentifier identifier, Work work) {
-    std::unique_lock held(m_lock);
-    waitUntilUnblocked(held, identifier);
+    const std::lock_guard held(m_lock);
     const auto found = m_channels.find(identifier);
     return found == m_channels.end() ? long{noSynthFound} : work(found->second);
   }
 
-  // The client's callback. Does not wait for a held stop, since the synthesizer's own threads use
-  // it.
+  // The client's callback.
   template <typename Function>
   Target<Function> targetOf(SpeechChannelIdentifier identifier, OSType selector) {
     const std::lock_guard held(m_lock);
@@ -296,6 +299,7 @@ class Implementation final : public FakeSynthesizer {
     ChannelRecord& record = found->second;
     if (record.status != Status::Busy && record.status != Status::Paused) return;
     record.status = Status::Closing;
+    record.stopPending = false;
     m_threads.emplace_back([this, identifier] { signalDone(identifier); });
   }
 
@@ -315,7 +319,7 @@ class Implementation final : public FakeSynthesizer {
 
   std::mutex m_lock;
   // With m_lock:
-  std::condition_variable m_changed;  // a hold, or `blocked` of a channel, has changed
+  std::condition_variable m_changed;  // m_holdsEnds has changed
   std::map<SpeechChannelIdentifier, ChannelRecord> m_channels;
   std::vector<std::thread> m_threads;
   SpeechChannelIdentifier m_lastIdentifier = 0;
@@ -323,6 +327,7 @@ class Implementation final : public FakeSynthesizer {
   bool m_refusesToOpen = false;
   bool m_holdsEnds = false;
   bool m_holdsStops = false;
+  bool m_stopsWithoutWaiting = true;
   const OSType m_creator = FAKE_CREATOR;
 };
 

@@ -33,7 +33,7 @@ struct ChannelRecord {
   std::vector<unsigned long> stops;  // boundaries, in order of the calls
   std::vector<unsigned long> pauses;
   std::string dictionary;
-  bool blocked = false;  // a held stop blocks all other calls
+  bool stopPending = false;  // a stop is held
 };
 
 enum class SpeakOutcome { Speaks, RunsOutOfMemory, Throws, RefusesText };
@@ -48,11 +48,11 @@ class FakeSynthesizer {
   virtual void setSpeakOutcome(SpeakOutcome outcome) = 0;
   // true: stopped and finished jobs stay in Closing until false is set.
   virtual void holdEndsOfJobs(bool holds) = 0;
-  // true: a stop at the end of a word or sentence does not return until false is set; meanwhile all
-  // other calls of the channel block.
+  // true: a job that is to stop at the end of a word or sentence does not reach it until false is
+  // set.
   virtual void holdStopsAtBoundaries(bool holds) = 0;
-  // Waits until a stop is held; only the test's time limit ends the wait.
-  virtual void waitForHeldStop() = 0;
+  // false: there is no way to stop at a boundary without waiting for it (selector "stbd").
+  virtual void stopWithoutWaiting(bool can) = 0;
 
   // Open channels by identifier.
   virtual std::map<SpeechChannelIdentifier, ChannelRecord> channels() = 0;

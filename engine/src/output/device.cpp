@@ -9,6 +9,8 @@
 #include <utility>
 
 #include <cubeb/cubeb.h>
+#include <pulse/pulseaudio.h>
+#include <sys/auxv.h>
 #include <unistd.h>
 
 #include "base/threads/Clock.h"
@@ -36,11 +38,37 @@ constexpr std::chrono::milliseconds kServerLimit(2000);
 
 constexpr const char* kProgramName = "Kavrel";
 
+// Returns true if a PulseAudio server accepts the process as a client. Takes as long as the server
+// makes it wait.
+bool hasPulseServer() {
+  const std::unique_ptr<pa_mainloop, decltype(&pa_mainloop_free)> loop(pa_mainloop_new(),
+                                                                       pa_mainloop_free);
+  if (loop == nullptr) return false;
+  const std::unique_ptr<pa_context, decltype(&pa_context_unref)> context(
+      pa_context_new(pa_mainloop_get_api(loop.get()), kProgramName), pa_context_unref);
+  if (context == nullptr) return false;
+  // Starts a server for the user if the system is configured so.
+  if (pa_context_connect(context.get(), nullptr, PA_CONTEXT_NOFLAGS, nullptr) < 0) return false;
+  pa_context_state_t state = PA_CONTEXT_CONNECTING;
+  while (PA_CONTEXT_IS_GOOD(state) && state != PA_CONTEXT_READY) {
+    if (pa_mainloop_iterate(loop.get(), /*block=*/1, nullptr) < 0) return false;
+    state = pa_context_get_state(context.get());
+  }
+  pa_context_disconnect(context.get());
+  return state == PA_CONTEXT_READY;
+}
+
 }  // namespace
 
 bool soundOutputIsWanted() {
   static const bool wanted = [] {
-    const char* const choice = std::getenv("KAVREL_AUDIO");
+    // The libraries of sound servers take their settings from the environment and the user's
+    // folder. A setting can name a program to start, which would get the raised privileges.
+    if (::getauxval(AT_SECURE) != 0) {
+      KAVREL_DIAG("device", "no sound device is used, as the program has raised privileges");
+      return false;
+    }
+    const char* const choice = ::secure_getenv("KAVREL_AUDIO");
     return choice == nullptr || std::string_view(choice) != "none";
   }();
   return wanted;
@@ -48,7 +76,7 @@ bool soundOutputIsWanted() {
 
 const std::string& usualSoundDevice() {
   static const std::string name = [] {
-    const char* const choice = std::getenv("KAVREL_AUDIO_DEVICE");
+    const char* const choice = ::secure_getenv("KAVREL_AUDIO_DEVICE");
     return std::string(choice != nullptr ? choice : "");
   }();
   return name;
@@ -109,8 +137,13 @@ DeviceStream::Context::Current& DeviceStream::Context::current() {
 }
 
 // Takes as long as the sound server makes it wait. Returns false on failure.
+// Rationale: if PulseAudio fails, cubeb tries JACK before ALSA. The library of JACK opens a
+// database in shared memory, without a time limit, and a process that ends at that moment leaves it
+// locked: from then on, every program that tries JACK hangs. So cubeb is told which backend will
+// work.
 bool DeviceStream::Context::connect() {
-  if (cubeb_init(&m_handle, kProgramName, nullptr) != CUBEB_OK) {
+  const char* const backend = hasPulseServer() ? "pulse" : "alsa";
+  if (cubeb_init(&m_handle, kProgramName, backend) != CUBEB_OK) {
     m_handle = nullptr;
     return false;
   }

@@ -25,7 +25,8 @@ namespace kavrel {
 
 class Playback;
 
-// Returns false if the environment variable KAVREL_AUDIO is "none". It is read once.
+// Returns false if the environment variable KAVREL_AUDIO is "none", which is read once, or if the
+// program has raised privileges (setuid, setgid, capabilities); one diagnostic line says so.
 bool soundOutputIsWanted();
 
 // Returns the name of the device for ports that name none: the environment variable

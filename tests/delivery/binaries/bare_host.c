@@ -72,8 +72,8 @@ static void call_with_null_arguments(const struct entry_points* se, int channel)
   expect("SEUseVoice without voice and bundle", se->voice(channel, NULL, NULL), noErr);
   expect("SEGetSpeechInfo without a pointer", se->get(channel, 0, NULL), paramErr);
   expect("SESetSpeechInfo of an unknown selector", se->set(channel, 0, NULL), noErr);
-  static const char* const callbacks[] = {"tdcb", "sdcb", "sycb", "ercb", "phcb",
-                                          "wdcb", "refc", "opaf", "cpos", "rset"};
+  static const char* const callbacks[] = {"tdcb", "sdcb", "sycb", "ercb", "phcb", "wdcb",
+                                          "refc", "opaf", "cpos", "eerr", "rset"};
   for (size_t i = 0; i < sizeof callbacks / sizeof *callbacks; ++i) {
     expect(callbacks[i], se->set(channel, code(callbacks[i]), NULL), noErr);
   }

@@ -76,6 +76,7 @@ LIBRARIES = {
     "espeak-ng/": {"kavrel-synth"},
     "seccomp.h": {"kavrel-synth"},
     "cubeb/": {"engine output"},
+    "pulse/": {"engine output"},
     "sndfile.h": {"kavrel-say"},
     "samplerate.h": {"kavrel-say"},
     "unicode/": {"base"},

@@ -10,6 +10,8 @@
 - No build file compiles a source by a path into another folder.
 - CMake files have no damaged comments, tabs, odd indentation or overlong lines.
 - Section rulers have one form, "// ---- Title".
+- The product reads the environment with secure_getenv(), so that nobody can steer a program that has
+  other privileges than the user who starts it.
 """
 import fnmatch
 import os
@@ -22,6 +24,7 @@ SKIPPED = {"build", ".git", "corpus", "vectors", "regress"}
 SOURCES = {".h", ".cpp", ".c"}
 LICENSED = SOURCES | {".sh", ".bash", ".fish", ".cmake", ".py", ".map", ".in", ".1"}
 SPDX = re.compile(r"SPDX-License-Identifier: (\S+)$")
+PRODUCT = ("base/", "engine/", "interfaces/", "platform/", "tools/")
 FORWARDING_HEADERS = {
     f"platform/include/{name}.h" for name in ("ApplicationServices", "FixMath", "SpeechSynthesis")
 }
@@ -100,6 +103,14 @@ def check_rulers(path, lines):
             fail(path, number, "a section begins with '// ---- Title' and nothing else")
 
 
+def check_environment(path, lines):
+    if not path.relative_to(ROOT).as_posix().startswith(PRODUCT):
+        return
+    for number, line in enumerate(lines, 1):
+        if re.search(r"(?<!secure_)getenv\(", line):
+            fail(path, number, "reads the environment with getenv() instead of secure_getenv()")
+
+
 def main():
     names = {}
     packaged = packaged_licences()
@@ -111,6 +122,8 @@ def main():
             check_cmake(path, lines)
         if path.suffix in SOURCES or path.suffix in (".sh", ".py"):
             check_rulers(path, lines)
+        if path.suffix in SOURCES:
+            check_environment(path, lines)
         if path.suffix in SOURCES and path.relative_to(ROOT).as_posix() not in FORWARDING_HEADERS:
             names.setdefault(path.name.lower(), []).append(path)
     for same in names.values():

@@ -400,20 +400,31 @@ TEST(Host, GivesNothingOfItsOwnToTheSynthesiser) {
   }
 }
 
-// A host with raised rights: the synthesiser has those of the user, and no variable chooses a file.
-TEST(Host, GivesNoRaisedRightsToTheSynthesiser) {
-  constexpr const char* kUser = "65534";
-  constexpr uid_t kOwner = 65533;
-  const HostFolder folder;
+// Whether a program can have other rights than the user who starts it, and this test can make one.
+bool canRaiseRights(const HostFolder& folder) {
   struct statvfs system {};
-  ASSERT_EQ(::statvfs(folder.host().c_str(), &system), 0);
-  if (::geteuid() != 0 || (system.f_flag & ST_NOSUID) != 0 || !fs::exists("/usr/bin/setpriv")) {
-    GTEST_SKIP() << "needs root, setpriv, and a temporary folder where programs may raise rights";
-  }
+  return ::geteuid() == 0 && ::statvfs(folder.host().c_str(), &system) == 0 &&
+         (system.f_flag & ST_NOSUID) == 0 && fs::exists("/usr/bin/setpriv");
+}
+
+constexpr const char* kNoRaisedRights =
+    "needs root, setpriv, and a temporary folder where programs may raise rights";
+constexpr const char* kUser = "65534";
+constexpr uid_t kOwner = 65533;
+
+// The host gets the rights of another user than the one who starts it, with a folder for both.
+void raiseRights(const HostFolder& folder) {
   ASSERT_EQ(::chown(folder.host().c_str(), kOwner, kOwner), 0);
   fs::permissions(folder.host(), fs::perms(04755));
   fs::create_directory(folder.file("out"));
   fs::permissions(folder.file("out"), fs::perms(0777));
+}
+
+// A host with raised rights: the synthesiser has those of the user, and no variable chooses a file.
+TEST(Host, GivesNoRaisedRightsToTheSynthesiser) {
+  const HostFolder folder;
+  if (!canRaiseRights(folder)) GTEST_SKIP() << kNoRaisedRights;
+  raiseRights(folder);
   program::Running host(
       "/usr/bin/setpriv",
       {"--reuid", kUser, "--clear-groups", "/usr/bin/env", "ESPEAK_DATA_PATH=/nowhere",
@@ -430,4 +441,33 @@ TEST(Host, GivesNoRaisedRightsToTheSynthesiser) {
     const std::string status = program::contentsOf("/proc/" + std::to_string(process) + "/status");
     EXPECT_NE(status.find("Uid:\t65534\t65534\t65534\t65534\n"), std::string::npos) << status;
   }
+}
+
+// The library of the sound server would start the program that the user's settings name, with the
+// rights of the host.
+TEST(Host, LooksForNoSoundServerWithRaisedRights) {
+  const HostFolder folder;
+  if (!canRaiseRights(folder)) GTEST_SKIP() << kNoRaisedRights;
+  const std::string started = folder.file("out/started");
+  const std::string server = folder.write("server", "#!/bin/sh\n: >" + started + "\n");
+  fs::permissions(server, fs::perms(0755));
+  const std::string settings =
+      folder.write("client.conf", "autospawn = yes\ndaemon-binary = " + server + "\n");
+  const auto speak = [&] {
+    return program::run(
+        "/usr/bin/setpriv",
+        {"--reuid", kUser, "--clear-groups", "/usr/bin/env", "-u", "KAVREL_AUDIO", "-u",
+         "PULSE_SERVER", "HOME=" + folder.file("out"), "XDG_RUNTIME_DIR=" + folder.file("out"),
+         "PULSE_CLIENTCONFIG=" + settings, folder.host(), "text=A.", "speak"});
+  };
+  fs::create_directory(folder.file("out"));
+  fs::permissions(folder.file("out"), fs::perms(0777));
+  fs::permissions(folder.host(), fs::perms(0755));
+  EXPECT_EQ(speak().status, 0);
+  // Otherwise the rest could not fail: the system's library starts no servers.
+  if (!fs::exists(started)) GTEST_SKIP() << "no sound server is started here";
+  fs::remove_all(folder.file("out"));
+  raiseRights(folder);
+  EXPECT_EQ(speak().status, 0);
+  EXPECT_FALSE(fs::exists(started));
 }

@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 /*
  * Supplies a text piece by piece with a text-done callback, and shows each word as it is spoken:
- * the positions count through all pieces. Speaks into the file named by its argument.
+ * its position is that in its piece. Speaks into the file named by its argument.
  */
 #include <ApplicationServices/ApplicationServices.h>
 
@@ -10,14 +10,17 @@
 #include <stdlib.h>
 #include <string.h>
 
-static const char kText[] = "Once upon a time there was a text that came in pieces.";
-enum { kPiece = 10 };
+static const char* const kPieces[] = {"Once upon ", "a time there ", "was a text ", "that came ",
+                                      "in pieces."};
+enum { kPieceCount = sizeof kPieces / sizeof kPieces[0] };
 
 static pthread_mutex_t g_lock = PTHREAD_MUTEX_INITIALIZER;
 static pthread_cond_t g_changed = PTHREAD_COND_INITIALIZER;
 static int g_done = 0;
-static unsigned long g_given = 0;
-static char g_piece[kPiece];
+static int g_given = 0;
+static char g_piece[20];
+static int g_spoken = -1; /* the piece of the last word */
+static unsigned long g_lastPosition = 0;
 
 static void check(OSErr result, const char* what) {
   if (result == noErr) return;
@@ -28,20 +31,26 @@ static void check(OSErr result, const char* what) {
 /* All pieces share one buffer: a piece has been copied when the next is requested. */
 static void onTextDone(SpeechChannel chan, SRefCon refCon, const void** nextBuf,
                        unsigned long* byteLen, SInt32* controlFlags) {
-  const unsigned long left = sizeof kText - 1 - g_given;
   (void)chan;
   (void)refCon;
   (void)controlFlags;
-  *byteLen = left < kPiece ? left : kPiece;
-  memcpy(g_piece, kText + g_given, *byteLen);
-  *nextBuf = left > 0 ? g_piece : NULL;
-  g_given += *byteLen;
+  *nextBuf = NULL;
+  *byteLen = 0;
+  if (g_given == kPieceCount) return;
+  memset(g_piece, '!', sizeof g_piece);
+  *byteLen = strlen(kPieces[g_given]);
+  memcpy(g_piece, kPieces[g_given], *byteLen);
+  *nextBuf = g_piece;
+  g_given++;
 }
 
+/* Pieces begin with a word, so a position that does not grow is in the next piece. */
 static void onWord(SpeechChannel chan, SRefCon refCon, unsigned long wordPos, UInt16 wordLen) {
   (void)chan;
   (void)refCon;
-  printf("%.*s\n", (int)wordLen, kText + wordPos);
+  if (g_spoken < 0 || wordPos <= g_lastPosition) g_spoken++;
+  g_lastPosition = wordPos;
+  printf("%.*s\n", (int)wordLen, kPieces[g_spoken] + wordPos);
 }
 
 static void onDone(SpeechChannel chan, SRefCon refCon) {
@@ -65,8 +74,8 @@ int main(int argc, char** argv) {
   check(SetSpeechInfo(chan, soSpeechDoneCallBack, (void*)onDone), "done callback");
   check(SetSpeechInfo(chan, soOutputToFileWithCFURL, url), "file");
   CFRelease(url);
-  g_given = kPiece;
-  check(SpeakBuffer(chan, kText, kPiece, 0), "speak");
+  g_given = 1;
+  check(SpeakBuffer(chan, kPieces[0], strlen(kPieces[0]), 0), "speak");
   pthread_mutex_lock(&g_lock);
   while (!g_done) pthread_cond_wait(&g_changed, &g_lock);
   pthread_mutex_unlock(&g_lock);

@@ -1,13 +1,18 @@
 # SPDX-License-Identifier: Apache-2.0
 #
-# Runs PROGRAM with ARGUMENTS and the name of an audio file in FOLDER; fails unless it succeeds and
-# prints the content of EXPECTED.
+# Runs PROGRAM, a list with its arguments, and the name of an audio file in FOLDER, NAME.aiff, with
+# the file INPUT as its standard input if there is one; fails unless it succeeds and prints the
+# content of EXPECTED.
 cmake_minimum_required(VERSION 3.25)
 
-cmake_path(GET PROGRAM STEM name)
-set(sound "${FOLDER}/${name}.aiff")
+set(sound "${FOLDER}/client_${NAME}.aiff")
+set(input "")
+if(INPUT)
+  set(input INPUT_FILE "${INPUT}")
+endif()
 file(REMOVE "${sound}")
-execute_process(COMMAND "${PROGRAM}" ${ARGUMENTS} "${sound}" OUTPUT_VARIABLE printed RESULT_VARIABLE result)
+execute_process(COMMAND ${PROGRAM} "${sound}" ${input}
+  OUTPUT_VARIABLE printed RESULT_VARIABLE result)
 if(NOT result EQUAL 0)
   message(FATAL_ERROR "It ended with ${result}, and had printed\n${printed}")
 endif()

@@ -316,6 +316,24 @@ TEST_F(Events, ACallbackChangedDuringAJobAppliesFromTheNextEvent) {
 
 // ---- Exact positions of words
 
+TEST_F(Events, AnEngineErrorIsNotReportedByDefault) {
+  openSpeaking("one two");
+  EXPECT_EQ(engine().port(1).mask() & KAVREL_EVENT_ERROR, 0u);
+}
+
+TEST_F(Events, AnEngineErrorIsReportedAtItsPositionToAHostThatWantsIt) {
+  const SpeechChannelIdentifier id = open();
+  int wanted = 0;
+  ASSERT_EQ(set(id, kEngineErrors, &wanted), noErr);
+  ASSERT_EQ(speak(id, "one two"), noErr);
+  EXPECT_EQ(engine().port(1).mask(), kChannelEvents | KAVREL_EVENT_ERROR);
+  engine().port(1).event({KAVREL_EVENT_ERROR, "the disk is full", positionOf("two"), 3});
+  EXPECT_THAT(client().texts(), ElementsAre("error -36 4"));
+  set(id, soErrorCallBack, nullptr);
+  engine().port(1).event({KAVREL_EVENT_ERROR, "the disk is full", positionOf("two"), 3});
+  EXPECT_EQ(client().texts().size(), 1u);
+}
+
 class CallerPositions : public Events {
  protected:
   // Speaks `text` with exact positions enabled.

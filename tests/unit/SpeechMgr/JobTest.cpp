@@ -453,5 +453,66 @@ TEST_F(Jobs, AStopAtTheEndOfAWordReturnsWhenTheEngineHasReachedIt) {
   EXPECT_EQ(client().count("done"), 1);
 }
 
+// ---- Stops that do not wait
+
+class StopsAtBoundaries : public Jobs {
+ protected:
+  static long stopAt(SpeechChannelIdentifier id, std::uintptr_t where) {
+    return SESetSpeechInfo(id, kStopAtBoundary, reinterpret_cast<void*>(where));
+  }
+};
+
+TEST_F(StopsAtBoundaries, ReturnBeforeTheEngineHasReachedTheBoundary) {
+  const SpeechChannelIdentifier id = open();
+  ASSERT_EQ(speak(id, "one two"), noErr);
+  engine().onStop(OnStop::TestEnds);
+  engine().forgetCalls();
+  EXPECT_EQ(stopAt(id, kEndOfSentence), noErr);
+  EXPECT_THAT(engine().calls(Op::Stop),
+              ElementsAre("kavrel_port_stop(port 1, job 1, SENTENCE) = 0"));
+  EXPECT_EQ(engine().count(Op::Wait), 0);
+  EXPECT_EQ(status(id), STATUS_BUSY);
+  EXPECT_EQ(speak(id, "next"), synthNotReady);
+  engine().port(1).end();
+  ASSERT_TRUE(client().waitForDone());
+  EXPECT_EQ(client().count("done"), 1);
+  EXPECT_EQ(speak(id, "next"), noErr);
+}
+
+TEST_F(StopsAtBoundaries, AreOvertakenByAnImmediateStop) {
+  const SpeechChannelIdentifier id = open();
+  ASSERT_EQ(speak(id, "one two"), noErr);
+  engine().onStop(OnStop::TestEnds);
+  EXPECT_EQ(stopAt(id, kEndOfWord), noErr);
+  engine().onStop(OnStop::EndsAtOnce);
+  EXPECT_EQ(SEStopSpeechAt(id, kImmediate), noErr);
+  ASSERT_TRUE(client().waitForDone());
+  EXPECT_EQ(client().count("done"), 1);
+}
+
+TEST_F(StopsAtBoundaries, DoNothingWithoutAJob) {
+  const SpeechChannelIdentifier id = open();
+  EXPECT_EQ(stopAt(id, kEndOfWord), noErr);
+  EXPECT_EQ(engine().count(Op::Stop), 0);
+  EXPECT_EQ(stopAt(id + 1, kEndOfWord), noSynthFound);
+}
+
+TEST_F(StopsAtBoundaries, ReportThatTheEngineRefuses) {
+  const SpeechChannelIdentifier id = open();
+  ASSERT_EQ(speak(id, "one"), noErr);
+  engine().queueResult(Op::Stop, KAVREL_FILE_ERROR);
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(stopAt(id, kEndOfWord), -1);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "Stopping channel failed (file error)\n");
+  EXPECT_EQ(status(id), STATUS_BUSY);
+}
+
+TEST_F(StopsAtBoundaries, AreOffered) {
+  const SpeechChannelIdentifier id = open();
+  UInt32 offered = 0;
+  EXPECT_EQ(SEGetSpeechInfo(id, kStopAtBoundary, &offered), noErr);
+  EXPECT_EQ(offered, 1U);
+}
+
 }  // namespace
 }  // namespace channels

@@ -165,7 +165,7 @@ TEST_F(Selectors, WriteOnlySelectorsAreUnknownWhenRead) {
   for (const OSType selector :
        std::vector<OSType>{soCommandDelimiter, soReset, soOutputToFileWithCFURL, soTextDoneCallBack,
                            soSpeechDoneCallBack, soSyncCallBack, soErrorCallBack, soPhonemeCallBack,
-                           soWordCallBack, soRefCon, kCallerPositions}) {
+                           soWordCallBack, soRefCon, kCallerPositions, kEngineErrors}) {
     std::array<unsigned char, 64> record{};
     EXPECT_EQ(SEGetSpeechInfo(id, selector, record.data()), siUnknownInfoType) << selector;
   }

@@ -36,7 +36,7 @@ const SoundDevice* only(const std::vector<SoundDevice>& devices, Matches matches
 }  // namespace
 
 bool isSoundWanted() {
-  const char* const choice = std::getenv("KAVREL_AUDIO");
+  const char* const choice = ::secure_getenv("KAVREL_AUDIO");
   return choice == nullptr || std::strcmp(choice, "none") != 0;
 }
 

@@ -8,24 +8,36 @@
 #include <system_error>
 
 #include <dlfcn.h>
+#include <link.h>
 
 namespace platform {
 
-std::filesystem::path managerLibraryFolder() {
+std::filesystem::path managerLibraryFile() {
   Dl_info found{};
-  // The library that contains this function, whatever program has loaded it.
-  if (dladdr(reinterpret_cast<const void*>(&managerLibraryFolder), &found) == 0) return {};
-  if (found.dli_fname == nullptr) return {};
+  link_map* map = nullptr;
+  // The file that contains this function, whatever program has loaded it.
+  if (dladdr1(reinterpret_cast<const void*>(&managerLibraryFile), &found,
+              reinterpret_cast<void**>(&map), RTLD_DL_LINKMAP) == 0 ||
+      map == nullptr || map->l_name == nullptr) {
+    return {};
+  }
+  // The name of the program itself is empty. What starts the program chooses the name that the
+  // program is called by, so that name leads anywhere.
+  const char* const file = map->l_name[0] == '\0' ? "/proc/self/exe" : map->l_name;
   std::error_code failure;
   // canonical: data folders are found relative to the real file, not to a link to it.
-  const std::filesystem::path library = std::filesystem::canonical(found.dli_fname, failure);
-  return failure ? std::filesystem::path() : library.parent_path();
+  std::filesystem::path library = std::filesystem::canonical(file, failure);
+  return failure ? std::filesystem::path() : library;
+}
+
+std::filesystem::path managerLibraryFolder() {
+  return managerLibraryFile().parent_path();
 }
 
 std::filesystem::path userDataFolder() {
   // A relative path would depend on the working directory, so it counts as unset.
   const auto absoluteOf = [](const char* variable) {
-    const char* const value = std::getenv(variable);
+    const char* const value = secure_getenv(variable);
     std::filesystem::path path = value == nullptr ? "" : value;
     return path.is_absolute() ? path : std::filesystem::path();
   };
@@ -36,7 +48,7 @@ std::filesystem::path userDataFolder() {
 
 std::vector<std::filesystem::path> foldersInVariable(const char* variable) {
   std::vector<std::filesystem::path> folders;
-  const char* const value = std::getenv(variable);
+  const char* const value = secure_getenv(variable);
   if (value == nullptr) return folders;
   for (std::string_view rest = value; !rest.empty();) {
     const std::size_t length = std::min(rest.find(':'), rest.size());

@@ -3,7 +3,8 @@
 // SearchPaths: the folders in which the Manager searches for voices and synthesizers.
 //
 // The environment is read at each call; the folders need not exist. The caller must not change the
-// environment on another thread at the same time.
+// environment on another thread at the same time. In a program with raised privileges (setuid,
+// setgid, capabilities) all variables count as unset: the user who started it chooses no folder.
 #pragma once
 
 #include <filesystem>
@@ -11,7 +12,11 @@
 
 namespace platform {
 
-// The absolute folder of the Manager's own library; empty if the system cannot provide it.
+// The absolute path of the Manager's own library, or of the program that contains the Manager;
+// empty if the system cannot provide it.
+std::filesystem::path managerLibraryFile();
+
+// The folder of that file; empty if the system cannot provide it.
 std::filesystem::path managerLibraryFolder();
 
 // The user's data folder: ${XDG_DATA_HOME:-~/.local/share}. Empty if neither XDG_DATA_HOME nor HOME

@@ -4,10 +4,14 @@
 #include <CoreFoundation/CFBundle.h>
 #include <CoreFoundation/CFURL.h>
 
+#include <cstdint>
+#include <cstring>
+#include <fstream>
 #include <string>
 #include <system_error>
 
 #include <dlfcn.h>
+#include <link.h>
 
 #include "CoreFoundation/CFObject.h"
 #include "SpeechSynthesis/calls/Results.h"
@@ -23,6 +27,32 @@ std::string loaderMessage() {
   return message == nullptr ? "no reason given" : message;
 }
 
+// True if `file` is a library of this machine's word size that ends before the contents that its
+// headers announce. The dynamic linker maps such contents, and the process would end with SIGBUS.
+// Whatever else is wrong with a file, the linker finds.
+bool isTruncated(const fs::path& file) {
+  std::ifstream stream(file, std::ios::binary);
+  ElfW(Ehdr) header{};
+  stream.read(reinterpret_cast<char*>(&header), sizeof header);
+  constexpr unsigned char kClass = sizeof(void*) == 8 ? ELFCLASS64 : ELFCLASS32;
+  if (!stream || std::memcmp(header.e_ident, ELFMAG, SELFMAG) != 0 ||
+      header.e_ident[EI_CLASS] != kClass || header.e_phentsize != sizeof(ElfW(Phdr))) {
+    return false;
+  }
+  std::error_code failure;
+  const std::uintmax_t size = fs::file_size(file, failure);
+  stream.seekg(static_cast<std::streamoff>(header.e_phoff));
+  for (unsigned count = 0; count < header.e_phnum; ++count) {
+    ElfW(Phdr) segment{};
+    stream.read(reinterpret_cast<char*>(&segment), sizeof segment);
+    if (!stream) return true;
+    // The first test: the sum may overflow.
+    const bool fits = segment.p_offset <= size && segment.p_filesz <= size - segment.p_offset;
+    if (segment.p_type == PT_LOAD && !fits) return true;
+  }
+  return false;
+}
+
 // A library that is opened at construction and never closed.
 class Library {
  public:
@@ -31,13 +61,14 @@ class Library {
     if (!fs::exists(file, failure)) {
       throw PlugInError("The synthesizer " + m_file + " does not exist");
     }
+    // Opening a pipe would block.
+    if (!fs::is_regular_file(file, failure)) cannotLoad("it is not a regular file");
+    if (isTruncated(file)) cannotLoad("the file is truncated");
     // An absolute path: dlopen searches its own folders for a name without a slash. RTLD_NOW:
     // missing symbols are found here, not in the middle of speech. RTLD_LOCAL: synthesizers must
     // not use each other's symbols.
     m_handle = dlopen(fs::absolute(file, failure).c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (m_handle == nullptr) {
-      throw PlugInError("The synthesizer " + m_file + " cannot be loaded: " + loaderMessage());
-    }
+    if (m_handle == nullptr) cannotLoad(loaderMessage());
   }
 
   // Throws PlugInError if there is no such symbol.
@@ -50,6 +81,10 @@ class Library {
   }
 
  private:
+  [[noreturn]] void cannotLoad(const std::string& reason) const {
+    throw PlugInError("The synthesizer " + m_file + " cannot be loaded: " + reason);
+  }
+
   std::string m_file;
   void* m_handle = nullptr;  // never closed
 };

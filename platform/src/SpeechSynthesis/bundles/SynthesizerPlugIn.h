@@ -25,8 +25,8 @@ class PlugInError : public std::runtime_error {
 class SynthesizerPlugIn {
  public:
   // Loads the library `file` and looks up all entry points. Throws PlugInError, which names the
-  // file and says what is wrong: the file does not exist, the system cannot load it, or an entry
-  // point is missing.
+  // file and says what is wrong: the file does not exist, it is truncated, the system cannot load
+  // it, or an entry point is missing.
   explicit SynthesizerPlugIn(const std::filesystem::path& file);
 
   // The entry points. All return 0 or one of the Manager's results; -240 for a channel that they do

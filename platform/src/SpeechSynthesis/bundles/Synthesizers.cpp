@@ -5,11 +5,12 @@
 #include "SpeechSynthesis/bundles/Synthesizers.h"
 
 #include <algorithm>
+#include <exception>
 #include <string>
 #include <system_error>
 #include <utility>
 
-#include "SpeechSynthesis/bundles/SearchPaths.h"
+#include "SpeechSynthesis/bundles/TrustedPaths.h"
 #include "SpeechSynthesis/calls/StandardError.h"
 
 namespace platform {
@@ -19,11 +20,40 @@ namespace fs = std::filesystem;
 
 constexpr const char* kSuffix = ".so";
 
+// Opens a channel. Returns false if the synthesizer cannot; `reason` is then what it has thrown, if
+// anything, as the end of a message.
+bool openChannel(const SynthesizerPlugIn& plugIn, SpeechChannelIdentifier& channel,
+                 std::string& reason) {
+  try {
+    return plugIn.call().openSpeechChannel(&channel) == noErr;
+  } catch (const std::exception& thrown) {
+    reason = std::string(": ") + thrown.what();
+  } catch (...) {
+    reason = ": it throws an exception";
+  }
+  return false;
+}
+
 // The creator of a synthesizer's voices; 0 if it does not report one.
 OSType creatorOf(const SynthesizerPlugIn& plugIn, SpeechChannelIdentifier channel) {
   SpeechVersionInfo version{};
-  if (plugIn.call().getSpeechInfo(channel, soSynthType, &version) != noErr) return 0;
-  return version.synthSubType;
+  try {
+    if (plugIn.call().getSpeechInfo(channel, soSynthType, &version) == noErr) {
+      return version.synthSubType;
+    }
+  } catch (...) {
+    // The same as no report, which is a line of its own.
+  }
+  return 0;
+}
+
+// Closes a channel that nobody has used. What the synthesizer says about it changes nothing.
+void closeUnused(const SynthesizerPlugIn& plugIn, SpeechChannelIdentifier channel) {
+  try {
+    plugIn.call().closeSpeechChannel(channel);
+  } catch (...) {
+    writeException("closing a channel of the synthesizer");
+  }
 }
 
 std::string joinNames(const std::vector<fs::path>& folders) {
@@ -71,8 +101,8 @@ OSErr Synthesizers::open(OSType creator, OpenedChannel& opened) {
   }
   // Without the lock: opening a channel may take long, and a loaded synthesizer never goes away.
   opened.plugIn = known;
-  const long result = known->call().openSpeechChannel(&opened.identifier);
-  return result == noErr ? OSErr{noErr} : OSErr{synthOpenFailed};
+  std::string reason;
+  return openChannel(*known, opened.identifier, reason) ? OSErr{noErr} : OSErr{synthOpenFailed};
 }
 
 // Loads untried libraries until one of them speaks voices of `creator`. All of it under the lock,
@@ -100,23 +130,33 @@ const SynthesizerPlugIn* Synthesizers::find(OSType creator) {
 
 // Returns the libraries that have not been tried, in the order of the folders, and sorted by name
 // in each folder: the system lists a folder in any order. A folder that cannot be read is empty.
+// One that is not trusted is reported and skipped, if it has libraries.
 std::vector<fs::path> Synthesizers::listUntriedFiles() {
   std::vector<fs::path> files;
   for (const fs::path& folder : searchFolders()) {
+    if (wasTried(folder)) continue;
     std::error_code failure;
     std::vector<fs::path> found;
     for (fs::directory_iterator entry(folder, failure), end; !failure && entry != end;
          entry.increment(failure)) {
       if (entry->path().extension() == kSuffix) found.push_back(entry->path());
     }
+    if (found.empty()) continue;
+    if (const auto reason = TrustedPaths(m_ownFile).problemOf(folder)) {
+      m_seen.push_back(folder);
+      writeMessage("The synthesizers in " + folder.string() + " are not loaded: " + *reason);
+      continue;
+    }
     std::sort(found.begin(), found.end());
     for (fs::path& file : found) {
-      if (std::find(m_seen.begin(), m_seen.end(), file) == m_seen.end()) {
-        files.push_back(std::move(file));
-      }
+      if (!wasTried(file)) files.push_back(std::move(file));
     }
   }
   return files;
+}
+
+bool Synthesizers::wasTried(const fs::path& path) const {
+  return std::find(m_seen.begin(), m_seen.end(), path) != m_seen.end();
 }
 
 // Loads one library and opens a channel, which is the only way to read the creator. The channel is
@@ -125,6 +165,10 @@ Synthesizers::TryResult Synthesizers::tryFile(const fs::path& file, OSType creat
                                               OpenedChannel& opened) {
   std::unique_ptr<const SynthesizerPlugIn> plugIn;
   try {
+    // Before it is loaded, since loading it runs its code.
+    if (const auto reason = TrustedPaths(m_ownFile).problemOf(file)) {
+      throw PlugInError("The synthesizer " + file.string() + " is not loaded: " + *reason);
+    }
     plugIn = std::make_unique<SynthesizerPlugIn>(file);
   } catch (const PlugInError& reason) {
     // Not tried again: the message appears once per process.
@@ -133,9 +177,10 @@ Synthesizers::TryResult Synthesizers::tryFile(const fs::path& file, OSType creat
     return TryResult::OfOthers;
   }
   SpeechChannelIdentifier channel = 0;
-  if (plugIn->call().openSpeechChannel(&channel) != noErr) {
+  std::string reason;
+  if (!openChannel(*plugIn, channel, reason)) {
     // Not in m_seen: it may succeed next time.
-    writeMessage("The synthesizer " + file.string() + " cannot open a channel");
+    writeMessage("The synthesizer " + file.string() + " cannot open a channel" + reason);
     return TryResult::Unusable;
   }
   m_seen.push_back(file);
@@ -149,7 +194,7 @@ Synthesizers::TryResult Synthesizers::tryFile(const fs::path& file, OSType creat
     opened = {kept, channel};
     return TryResult::Opened;
   }
-  kept->call().closeSpeechChannel(channel);
+  closeUnused(*kept, channel);
   return TryResult::OfOthers;
 }
 

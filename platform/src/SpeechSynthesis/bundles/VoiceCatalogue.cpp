@@ -28,8 +28,8 @@ void reportSkipped(const fs::path& bundle, const std::string& reason) {
 
 }  // namespace
 
-VoiceCatalogue::VoiceCatalogue(const std::vector<fs::path>& folders) {
-  for (const fs::path& folder : folders) addFolder(folder);
+VoiceCatalogue::VoiceCatalogue(const std::vector<fs::path>& folders, TrustedPaths trusted) {
+  for (const fs::path& folder : folders) addFolder(folder, trusted);
 }
 
 const VoiceCatalogue& VoiceCatalogue::shared() {
@@ -73,7 +73,7 @@ const Voice* VoiceCatalogue::defaultVoice() const {
   return m_voices.empty() ? nullptr : &m_voices.front();
 }
 
-void VoiceCatalogue::addFolder(const fs::path& folder) {
+void VoiceCatalogue::addFolder(const fs::path& folder, TrustedPaths& trusted) {
   std::error_code failure;
   std::vector<fs::path> bundles;
   for (fs::directory_iterator entry(folder, failure), end; !failure && entry != end;
@@ -82,15 +82,20 @@ void VoiceCatalogue::addFolder(const fs::path& folder) {
       bundles.push_back(fs::absolute(entry->path(), failure));
     }
   }
+  if (bundles.empty()) return;
+  if (const auto reason = trusted.problemOf(folder)) {
+    writeMessage("The voices in " + folder.string() + " are skipped: " + *reason);
+    return;
+  }
   // The system lists a folder in any order, but the indices of voices must not vary between
   // processes.
   std::sort(bundles.begin(), bundles.end());
-  for (const fs::path& bundle : bundles) addBundle(bundle);
+  for (const fs::path& bundle : bundles) addBundle(bundle, trusted);
 }
 
-void VoiceCatalogue::addBundle(const fs::path& bundle) {
+void VoiceCatalogue::addBundle(const fs::path& bundle, TrustedPaths& trusted) {
   try {
-    Voice voice = readVoice(bundle);
+    Voice voice = readVoice(bundle, trusted);
     if (const Voice* const earlier = find(voice.spec)) {
       // In an earlier folder it replaces this voice on purpose; in the same folder it is a mistake.
       if (earlier->bundle.parent_path() == bundle.parent_path()) {

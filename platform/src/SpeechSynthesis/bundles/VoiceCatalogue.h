@@ -13,8 +13,9 @@
 //   VoiceAge               integer   years, 0 to 32767; optional
 //   VoiceVersion           integer   signed 32 bits, not negative; optional
 //
-// Other keys are ignored. A bundle that cannot be used is skipped, with one line on standard error
-// that says which and why.
+// Other keys are ignored. A property list has at most 64 KiB. A bundle that cannot be used is
+// skipped, with one line on standard error that says which and why; so is a bundle, or a folder of
+// bundles, that others can change (TrustedPaths.h).
 //
 // Threads: a catalogue is immutable; any thread may use it.
 #pragma once
@@ -25,6 +26,8 @@
 #include <optional>
 #include <string>
 #include <vector>
+
+#include "SpeechSynthesis/bundles/TrustedPaths.h"
 
 namespace platform {
 
@@ -41,7 +44,9 @@ class VoiceCatalogue {
   // does not exist is skipped silently. Of two voices with the same VoiceSpec the first is kept, so
   // that an earlier folder can replace a voice of a later one; if both are in one folder, a line on
   // standard error says so.
-  explicit VoiceCatalogue(const std::vector<std::filesystem::path>& folders);
+  // `trusted` decides which bundles may be used.
+  explicit VoiceCatalogue(const std::vector<std::filesystem::path>& folders,
+                          TrustedPaths trusted = TrustedPaths());
 
   // The catalogue of the process, created from searchFolders() at the first call. Never destroyed.
   static const VoiceCatalogue& shared();
@@ -60,8 +65,8 @@ class VoiceCatalogue {
   const Voice* defaultVoice() const;
 
  private:
-  void addFolder(const std::filesystem::path& folder);
-  void addBundle(const std::filesystem::path& bundle);
+  void addFolder(const std::filesystem::path& folder, TrustedPaths& trusted);
+  void addBundle(const std::filesystem::path& bundle, TrustedPaths& trusted);
 
   std::vector<Voice> m_voices;
 };

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// VoiceDescriptionReader: checks every value before it is stored, since bundles are untrusted:
-// anyone may put one into the user's folder. pugixml parses the property list.
+// VoiceDescriptionReader: checks every value before it is stored, since a bundle of another maker
+// may be damaged. pugixml parses the property list.
 #include "SpeechSynthesis/bundles/VoiceDescriptionReader.h"
 
 #include <CoreFoundation/CFString.h>
@@ -10,6 +10,7 @@
 #include <array>
 #include <charconv>
 #include <cstring>
+#include <fstream>
 #include <limits>
 #include <optional>
 #include <string>
@@ -25,12 +26,29 @@ namespace {
 
 namespace fs = std::filesystem;
 
+// The most that is read of a property list. One with all keys has about 1 KiB.
+constexpr std::size_t kMostBytes = 65536;
+
+std::string contentOf(const fs::path& file) {
+  std::ifstream stream(file, std::ios::binary);
+  std::string content(kMostBytes + 1, '\0');
+  stream.read(content.data(), static_cast<std::streamsize>(content.size()));
+  // bad(): an error of the system. A file that ends before the limit sets other flags.
+  if (!stream.is_open() || stream.bad()) throw BundleError("Info.plist cannot be read");
+  content.resize(static_cast<std::size_t>(stream.gcount()));
+  if (content.size() > kMostBytes) {
+    throw BundleError("Info.plist is longer than " + std::to_string(kMostBytes) + " bytes");
+  }
+  return content;
+}
+
 // The dictionary at the root of a property list. The functions throw BundleError, which names the
 // key whose value is missing or has the wrong type.
 class PropertyList {
  public:
   explicit PropertyList(const fs::path& file) {
-    const pugi::xml_parse_result parsed = m_document.load_file(file.c_str());
+    const std::string content = contentOf(file);
+    const pugi::xml_parse_result parsed = m_document.load_buffer(content.data(), content.size());
     if (!parsed) throw BundleError("Info.plist cannot be read: " + describe(parsed));
     m_dictionary = m_document.child("plist").child("dict");
     if (!m_dictionary) throw BundleError("Info.plist has no dictionary");
@@ -190,10 +208,14 @@ void storePascal(const std::string& text, unsigned char* destination, std::size_
 }  // namespace
 
 // The order of the checks decides which of several mistakes is reported.
-Voice readVoice(const fs::path& bundle) {
+Voice readVoice(const fs::path& bundle, TrustedPaths& trusted) {
   std::error_code failure;
   if (!fs::is_directory(bundle, failure)) throw BundleError("it is not a folder");
-  const PropertyList list(propertyListOf(bundle));
+  if (const auto reason = trusted.problemOfTree(bundle)) throw BundleError(*reason);
+  const fs::path file = propertyListOf(bundle);
+  // Again, as a link in the bundle may lead to another folder.
+  if (const auto reason = trusted.problemOf(file)) throw BundleError(*reason);
+  const PropertyList list(file);
 
   Voice voice{};
   voice.bundle = bundle;

@@ -17,7 +17,8 @@ class BundleError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-// Reads the voice in the folder `bundle`. Throws BundleError if the bundle cannot be used.
-Voice readVoice(const std::filesystem::path& bundle);
+// Reads the voice in the folder `bundle`. Throws BundleError if the bundle cannot be used, or if
+// `trusted` has a problem with anything in it.
+Voice readVoice(const std::filesystem::path& bundle, TrustedPaths& trusted);
 
 }  // namespace platform

@@ -15,6 +15,8 @@ inline OSErr toClientResult(long result) {
   if (result == kRefused) return synthNotReady;
   // The synthesizer does not know the channel: another thread has disposed it meanwhile.
   if (result == noSynthFound) return invalidComponentID;
+  // No result at all. Cut to 16 bits it could be noErr.
+  if (result != static_cast<OSErr>(result)) return synthNotReady;
   return static_cast<OSErr>(result);
 }
 

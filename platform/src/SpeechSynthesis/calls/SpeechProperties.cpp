@@ -5,7 +5,6 @@
 #include <ApplicationServices/SpeechProperties.h>
 
 #include <array>
-#include <cmath>
 #include <cstdint>
 #include <limits>
 #include <new>
@@ -29,7 +28,7 @@ enum class Kind {
   Status,
   Errors,
   Mode,
-  Fixed,
+  Number,
   Synthesizer,
   Sync,
   Symbols,
@@ -58,10 +57,10 @@ const Property* propertyOf(CFStringRef key) {
        {kSpeechInputModeProperty, soInputMode, Kind::Mode},
        {kSpeechCharacterModeProperty, soCharacterMode, Kind::Mode},
        {kSpeechNumberModeProperty, soNumberMode, Kind::Mode},
-       {kSpeechRateProperty, soRate, Kind::Fixed},
-       {kSpeechPitchBaseProperty, soPitchBase, Kind::Fixed},
-       {kSpeechPitchModProperty, soPitchMod, Kind::Fixed},
-       {kSpeechVolumeProperty, soVolume, Kind::Fixed},
+       {kSpeechRateProperty, soRate, Kind::Number},
+       {kSpeechPitchBaseProperty, soPitchBase, Kind::Number},
+       {kSpeechPitchModProperty, soPitchMod, Kind::Number},
+       {kSpeechVolumeProperty, soVolume, Kind::Number},
        {kSpeechSynthesizerInfoProperty, soSynthType, Kind::Synthesizer},
        {kSpeechRecentSyncProperty, soRecentSync, Kind::Sync},
        {kSpeechPhonemeSymbolsProperty, 0, Kind::Symbols},
@@ -211,11 +210,13 @@ CFTypeRef copyMode(OSType code) {
   return CFRetain(createString(fourCharacters(code)).get());
 }
 
-CFTypeRef copyFixed(Fixed fixed) {
-  constexpr double kOne = 65536;
-  const double value = fixed / kOne;
-  return CFRetain(
-      ownOrThrow(CFNumberCreate(kCFAllocatorDefault, kCFNumberDoubleType, &value)).get());
+OSErr copyNumber(Channel& channel, OSType selector, CFTypeRef* object) {
+  double value = 0;
+  const OSErr result = channel.getNumber(selector, value);
+  if (result != noErr) return result;
+  *object =
+      CFRetain(ownOrThrow(CFNumberCreate(kCFAllocatorDefault, kCFNumberDoubleType, &value)).get());
+  return noErr;
 }
 
 CFTypeRef copySynthesizer(const SpeechVersionInfo& info) {
@@ -247,8 +248,8 @@ OSErr copyProperty(Channel& channel, const Property& property, CFTypeRef* object
       return copyValue<SpeechErrorInfo>(channel, selector, object, copyErrors);
     case Kind::Mode:
       return copyValue<OSType>(channel, selector, object, copyMode);
-    case Kind::Fixed:
-      return copyValue<Fixed>(channel, selector, object, copyFixed);
+    case Kind::Number:
+      return copyNumber(channel, selector, object);
     case Kind::Synthesizer:
       return copyValue<SpeechVersionInfo>(channel, selector, object, copySynthesizer);
     case Kind::Sync:
@@ -292,17 +293,11 @@ std::optional<bool> switchOf(CFTypeRef object) {
   return *number != 0;
 }
 
-// Empty if the object is not a number or is out of the range of Fixed, NaN included.
-std::optional<Fixed> fixedOf(CFTypeRef object) {
+OSErr setNumber(Channel& channel, OSType selector, CFTypeRef object) {
+  if (!isOfType(object, CFNumberGetTypeID())) return paramErr;
   double value = 0;
-  if (!isOfType(object, CFNumberGetTypeID())) return std::nullopt;
   CFNumberGetValue(static_cast<CFNumberRef>(object), kCFNumberDoubleType, &value);
-  const double scaled = std::round(value * 65536);
-  if (!(scaled >= std::numeric_limits<Fixed>::min() &&
-        scaled <= std::numeric_limits<Fixed>::max())) {
-    return std::nullopt;
-  }
-  return static_cast<Fixed>(scaled);
+  return channel.setNumber(selector, value);
 }
 
 // Empty if the object is not a mode of that selector: input has modes of its own.
@@ -393,8 +388,8 @@ OSErr setProperty(Channel& channel, const Property& property, CFTypeRef object) 
   switch (property.kind) {
     case Kind::Mode:
       return setValue(channel, selector, modeOf(object, selector));
-    case Kind::Fixed:
-      return setValue(channel, selector, fixedOf(object));
+    case Kind::Number:
+      return setNumber(channel, selector, object);
     case Kind::Voice:
       return setValue(channel, selector, voiceOf(object));
     case Kind::Delimiters:

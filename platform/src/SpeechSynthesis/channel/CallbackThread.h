@@ -23,7 +23,8 @@ namespace platform {
 
 // An event for the client. `job` is the number of the job in the channel that it belongs to.
 struct Report {
-  enum class Kind { TextDone, SpeechDone, Sync, Error, Phoneme, Word };
+  // NextBatch is not for the client: the receiver continues its job.
+  enum class Kind { TextDone, NextBatch, SpeechDone, Sync, Error, Phoneme, Word };
   Kind kind;
   std::uint64_t job;
   long position = 0;                  // of a word or an error, in the caller's units
@@ -31,6 +32,9 @@ struct Report {
   OSType value = 0;                   // the sync message
   SInt16 code = 0;                    // the phoneme or the error
   const char* description = nullptr;  // of an error; null if only its code is known
+  // The text that the position of a word or an error refers to, as a string. Only for callbacks
+  // that take one.
+  std::shared_ptr<const __CFString> text = nullptr;
 };
 
 // Receives reports: a channel.

@@ -2,9 +2,11 @@
 #include "SpeechSynthesis/channel/CallerText.h"
 
 #include <algorithm>
-#include <string_view>
+#include <iterator>
+#include <new>
 #include <utility>
 
+#include "CoreFoundation/CFObject.h"
 #include "CoreFoundation/Characters.h"
 #include "base/text/MacRomanEncoder.h"
 
@@ -19,9 +21,7 @@ CallerText::CallerText(const void* text, unsigned long bytes) {
   append(text, bytes);
 }
 
-CallerText::CallerText(CFStringRef string) : m_isString(true) {
-  string->retain();
-  m_string = Owned<CFStringRef>(string);
+CallerText::CallerText(CFStringRef string) : m_string(retained(string)) {
   base::MacRomanEncoder encoder;
   encoder.reserve(string->bytes.size());
   CFIndex unit = 0;
@@ -41,16 +41,57 @@ CallerText::CallerText(CFStringRef string) : m_isString(true) {
   m_text = encoder.finish(static_cast<Position>(unit));
 }
 
-// Drops the cached string, which does not contain the new bytes.
+// A NUL becomes a blank.
 void CallerText::append(const void* text, unsigned long bytes) {
-  m_string = Owned<CFStringRef>();
+  const std::string_view added(static_cast<const char*>(text), bytes);
   const std::size_t before = m_text.size();
-  m_text.appendCopy({static_cast<const char*>(text), bytes}, static_cast<Position>(before));
+  const CFIndex unit = unitAt(before);
+  if (unit > 0) {
+    startPieces();
+    m_pieces.push_back(std::make_shared<Piece>(
+        Piece{unit, static_cast<CFIndex>(bytes), std::string(added), nullptr}));
+  }
+  m_text.appendCopy(added, static_cast<Position>(unit));
   for (std::size_t at = m_text.text().find('\0', before); at != std::string::npos;
        at = m_text.text().find('\0', at + 1)) {
     m_text.replace(at, ' ');
   }
-  m_text.finish(static_cast<Position>(m_text.size()));
+  m_text.finish(static_cast<Position>(unit + static_cast<CFIndex>(bytes)));
+}
+
+// Makes a piece of the text that has been the only one so far.
+void CallerText::startPieces() {
+  if (!m_pieces.empty() || m_firstUnit > 0) return;
+  const CFIndex length = unitAt(m_text.size());
+  m_pieces.push_back(std::make_shared<Piece>(Piece{0, length, m_text.text(), std::move(m_string)}));
+}
+
+CallerText CallerText::splitOff(std::size_t position) {
+  startPieces();
+  const CFIndex end = unitAt(m_text.size());
+  CallerText rest;
+  rest.m_firstUnit = unitAt(position);
+  rest.m_text.append(m_text, position, m_text.size());
+  rest.m_text.finish(static_cast<Position>(end));
+  base::OriginText head;
+  head.append(m_text, 0, position);
+  head.finish(static_cast<Position>(rest.m_firstUnit));
+  m_text = std::move(head);
+  rest.m_pieces = m_pieces;
+  std::erase_if(rest.m_pieces, [&](const auto& piece) {
+    return piece->start + piece->length <= rest.m_firstUnit;
+  });
+  std::erase_if(m_pieces, [&](const auto& piece) { return piece->start >= rest.m_firstUnit; });
+  return rest;
+}
+
+void CallerText::insertAtStart(std::string_view bytes) {
+  if (bytes.empty()) return;
+  base::OriginText whole;
+  whole.insert(bytes);
+  whole.append(m_text);
+  whole.finish(static_cast<Position>(unitAt(m_text.size())));
+  m_text = std::move(whole);
 }
 
 void CallerText::adapt(base::OriginText adapted) {
@@ -64,38 +105,71 @@ CFIndex CallerText::unitAt(std::size_t position) const {
   return static_cast<CFIndex>(m_text.originOf(position) + beyond);
 }
 
+CFRange CallerText::inCallersUnits(unsigned long position, unsigned long length) const {
+  CFRange range = inUnits(position, length);
+  const Piece* const piece = pieceAt(range.location);
+  if (piece == nullptr) return range;
+  const CFIndex end = piece->start + piece->length;
+  range.length = std::min(range.length, std::max(end - range.location, CFIndex{0}));
+  range.location -= piece->start;
+  return range;
+}
+
+// The last piece that begins at or before the unit; null if there is only one.
+const CallerText::Piece* CallerText::pieceAt(CFIndex unit) const {
+  const auto after =
+      std::ranges::upper_bound(m_pieces, unit, {}, [](const auto& piece) { return piece->start; });
+  return after == m_pieces.begin() ? nullptr : std::prev(after)->get();
+}
+
 // A range of the adapted text ends with the origin of its last byte: what was left out after it
 // does not belong to it.
-CFRange CallerText::inCallersUnits(unsigned long position, unsigned long length) const {
-  if (!m_isAdapted) return convertedInCallersUnits(position, length);
+CFRange CallerText::inUnits(unsigned long position, unsigned long length) const {
+  if (!m_isAdapted) return convertedInUnits(position, length);
   const std::size_t start = std::min<std::size_t>(position, m_adapted.size());
   const std::size_t end = start + std::min<std::size_t>(length, m_adapted.size() - start);
   const std::size_t first = m_adapted.originOf(start);
   if (end == start) return {unitAt(first), 0};
   const std::size_t last = std::min<std::size_t>(m_adapted.originOf(end - 1) + 1, m_text.size());
-  return convertedInCallersUnits(first, last - std::min(first, last));
-}
-
-CFIndex CallerText::unitsFrom(unsigned long position) const {
-  const CFIndex end = unitAt(m_text.size());
-  return position == 0 ? end : end - inCallersUnits(position, 0).location;
+  return convertedInUnits(first, last - std::min(first, last));
 }
 
 // A range of m_text.
-CFRange CallerText::convertedInCallersUnits(std::size_t position, std::size_t length) const {
+CFRange CallerText::convertedInUnits(std::size_t position, std::size_t length) const {
   const CFIndex first = unitAt(position);
   if (position + length > m_text.size()) return {first, unitAt(position + length) - first};
   return {first, static_cast<CFIndex>(m_text.sourceOf(position, length).length)};
 }
 
-CFStringRef CallerText::string() {
-  if (!m_string) {
-    const std::string& bytes = m_text.text();
-    m_string = Owned(CFStringCreateWithBytes(
-        kCFAllocatorDefault, reinterpret_cast<const UInt8*>(bytes.data()),
-        static_cast<CFIndex>(bytes.size()), kCFStringEncodingMacRoman, false));
+CFIndex CallerText::unitsFrom(unsigned long position) const {
+  const CFIndex first = position == 0 ? m_firstUnit : inUnits(position, 0).location;
+  return unitAt(m_text.size()) - first;
+}
+
+CallerText::String CallerText::stringAt(unsigned long position) {
+  const Piece* const found = pieceAt(inUnits(position, 0).location);
+  if (found == nullptr) {
+    if (m_string == nullptr) m_string = stringOf(m_text.text());
+    return m_string;
   }
-  return m_string.get();
+  const auto piece = std::ranges::find(m_pieces, found, [](const auto& p) { return p.get(); });
+  if ((*piece)->string == nullptr) (*piece)->string = stringOf((*piece)->bytes);
+  return (*piece)->string;
+}
+
+CallerText::String CallerText::retained(CFStringRef string) {
+  return String(static_cast<CFStringRef>(CFRetain(string)), CFRelease);
+}
+
+CallerText::String CallerText::stringOf(const std::string& bytes) {
+  try {
+    return String(CFStringCreateWithBytes(
+                      kCFAllocatorDefault, reinterpret_cast<const UInt8*>(bytes.data()),
+                      static_cast<CFIndex>(bytes.size()), kCFStringEncodingMacRoman, false),
+                  CFRelease);
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
 }
 
 }  // namespace platform

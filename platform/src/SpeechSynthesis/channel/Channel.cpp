@@ -7,7 +7,9 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstddef>
+#include <cstdlib>
 #include <cstring>
 #include <limits>
 #include <utility>
@@ -16,45 +18,57 @@
 #include "SpeechSynthesis/calls/Results.h"
 #include "SpeechSynthesis/calls/StandardError.h"
 #include "SpeechSynthesis/channel/Trampolines.h"
+#include "SpeechSynthesis/channel/WritableFile.h"
 
 namespace platform {
 namespace {
 
-// Selector 'cpos' of the synthesizer: word positions are exact positions in the caller's bytes. The
-// value is a number instead of a pointer; a value other than 0 switches it on.
-constexpr OSType kExactPositions = 0x63706F73;
+// Selectors of our synthesizer. Others ignore them. The value is a number instead of a pointer; a
+// value other than 0 switches the first two on.
+constexpr OSType kExactPositions = 0x63706F73;  // 'cpos': word positions are bytes of the caller
+constexpr OSType kReportErrors = 0x65657272;    // 'eerr': failures during speech are reported
 // NOLINTNEXTLINE(performance-no-int-to-ptr)
 const void* const kYes = reinterpret_cast<const void*>(std::uintptr_t{1});
 
 // The longest path that a synthesizer accepts, with its NUL.
 constexpr std::size_t kLongestPath = 2048;
 
-// The number of bytes that SetSpeechInfo reads at its pointer; 0 for a selector whose value is not
-// read through a pointer or has no fixed size.
-std::size_t sizeOfValue(OSType selector) {
+// True for a selector for which SetSpeechInfo reads its pointer.
+bool needsValue(OSType selector) {
   switch (selector) {
     case soInputMode:
     case soCharacterMode:
     case soNumberMode:
-      return sizeof(OSType);
     case soRate:
     case soPitchBase:
     case soPitchMod:
     case soVolume:
-      return sizeof(Fixed);
     case soCommandDelimiter:
-      return sizeof(DelimiterInfo);
     case soCurrentVoice:
-      return sizeof(VoiceSpec);
+    case soSynthExtension:
+      return true;
     default:
-      return 0;
+      return false;
   }
 }
 
-// Room for the value of any selector with a size: it must outlive the caller when it is queued.
-struct alignas(8) ValueCopy {
-  std::array<std::byte, 8> bytes{};
-};
+constexpr double kFixedOne = 65536;
+
+// Index in the numbers that a channel keeps; empty for other selectors.
+std::optional<std::size_t> indexOfNumber(OSType selector) {
+  switch (selector) {
+    case soRate:
+      return 0;
+    case soPitchBase:
+      return 1;
+    case soPitchMod:
+      return 2;
+    case soVolume:
+      return 3;
+    default:
+      return std::nullopt;
+  }
+}
 
 template <typename Function>
 Function asFunction(const void* value) {
@@ -73,8 +87,7 @@ Channel::Channel(const SynthesizerPlugIn& plugIn, SpeechChannelIdentifier identi
     : m_plugIn(plugIn), m_identifier(identifier), m_handle(handle) {}
 
 OSErr Channel::prepare() {
-  // Text-done is missing: the Manager asks for more text itself and gives the synthesizer all of
-  // it.
+  // Text-done is missing: the Manager asks for more text itself.
   const struct {
     OSType selector;
     const void* value;
@@ -84,7 +97,12 @@ OSErr Channel::prepare() {
                   {soErrorCallBack, asValue(trampolines::error)},
                   {soPhonemeCallBack, asValue(trampolines::phoneme)},
                   {soWordCallBack, asValue(trampolines::word)},
-                  {kExactPositions, kYes}};
+                  {kExactPositions, kYes},
+                  {kReportErrors, kYes}};
+  const base::ScopedLock turn(m_turn);
+  // Read, since synthesizers may accept any selector that is set.
+  UInt32 stops = 0;
+  m_stopsWithoutWaiting = get(kStopAtBoundary, &stops) == noErr && stops != 0;
   for (const auto& setting : settings) {
     if (const OSErr result = set(setting.selector, setting.value); result != noErr) return result;
   }
@@ -95,27 +113,27 @@ void Channel::close() {
   {
     const base::ScopedLock held(m_lock);
     m_disposed = true;
-    m_phase = Phase::Idle;
+    becomeIdle();
     // The report holds a reference to this channel, which would never be destroyed.
     m_doneReport.clear();
     m_jobEnded.notifyAll();
   }
-  // Calls that are still queued must not run on a closed channel.
-  m_calls.dropQueued();
-  m_calls.runOrQueue(shared_from_this(), [this] {
+  {
+    const base::ScopedLock turn(m_turn);
     try {
       m_plugIn.call().closeSpeechChannel(m_identifier);
     } catch (...) {
       // The channel is closed for the client in any case.
       writeException("closing a channel of the synthesizer");
     }
-  });
+  }
   CallbackThread::shared().waitForReportTo(*this);
 }
 
 // The synthesizer first: m_voice is what soCurrentVoice reports, so it must be a voice that was
 // accepted.
 OSErr Channel::useVoice(const Voice& voice) {
+  const base::ScopedLock turn(m_turn);
   const OSErr result = m_plugIn.useVoice(m_identifier, voice);
   if (result != noErr) return result;
   const base::ScopedLock held(m_lock);
@@ -124,10 +142,9 @@ OSErr Channel::useVoice(const Voice& voice) {
 }
 
 // Callbacks and the reference constant stay in the Manager; everything else goes to the
-// synthesizer. Values of known size are copied, so that they can be queued during a pending stop.
+// synthesizer.
 OSErr Channel::setInfo(OSType selector, const void* value) {
-  const std::size_t size = sizeOfValue(selector);
-  if (value == nullptr && (size > 0 || selector == soSynthExtension)) return paramErr;
+  if (value == nullptr && needsValue(selector)) return paramErr;
   switch (selector) {
     case soRefCon:
     case soTextDoneCallBack:
@@ -137,6 +154,14 @@ OSErr Channel::setInfo(OSType selector, const void* value) {
     case soPhonemeCallBack:
     case soWordCallBack:
       return setCallback(selector, value);
+    case soRate:
+    case soPitchBase:
+    case soPitchMod:
+    case soVolume: {
+      Fixed fixed = 0;
+      std::memcpy(&fixed, value, sizeof fixed);
+      return setNumber(selector, fixed / kFixedOne);
+    }
     case soCurrentVoice: {
       VoiceSpec spec{};
       std::memcpy(&spec, value, sizeof spec);
@@ -144,30 +169,22 @@ OSErr Channel::setInfo(OSType selector, const void* value) {
     }
     case soOutputToFileWithCFURL:
       return setOutputFile(static_cast<CFURLRef>(value));
-    case soCommandDelimiter: {
-      DelimiterInfo delimiters{};
-      std::memcpy(&delimiters, value, sizeof delimiters);
-      return runOrQueue(
-          [delimiters](Channel& channel) { return channel.setDelimiters(delimiters); });
-    }
-    case soReset:
-      return runOrQueue([](Channel& channel) { return channel.resetSettings(); });
     case kExactPositions:
-      return noErr;  // on for every channel
+    case kReportErrors:
+    case kStopAtBoundary:
+      return noErr;  // for the Manager only
     default:
       break;
   }
-  // Of unknown size: cannot be copied, so the caller waits for a pending stop.
-  if (size == 0) {
-    return callInTurn([&](const auto&, auto) { return set(selector, value); });
-  }
-  ValueCopy copy;
-  std::memcpy(copy.bytes.data(), value, size);
-  return runOrQueue(
-      [selector, copy](Channel& channel) { return channel.set(selector, copy.bytes.data()); });
+  const base::ScopedLock turn(m_turn);
+  if (selector == soReset) return resetSettings();
+  if (selector != soCommandDelimiter) return set(selector, value);
+  DelimiterInfo delimiters{};
+  std::memcpy(&delimiters, value, sizeof delimiters);
+  return setDelimiters(delimiters);
 }
 
-// What the Manager knows itself is returned without the call queue, so reading it never waits.
+// What the Manager knows itself is returned without the synthesizer.
 OSErr Channel::getInfo(OSType selector, void* value) {
   if (value == nullptr) return paramErr;
   switch (selector) {
@@ -185,17 +202,60 @@ OSErr Channel::getInfo(OSType selector, void* value) {
       std::memcpy(value, &m_voice, sizeof m_voice);
       return noErr;
     }
-    default:
-      return callInTurn([=](const SynthesizerPlugIn& plugIn, SpeechChannelIdentifier identifier) {
-        return toClientResult(plugIn.call().getSpeechInfo(identifier, selector, value));
-      });
+    case soRate:
+    case soPitchBase:
+    case soPitchMod:
+    case soVolume: {
+      double number = 0;
+      const OSErr result = getNumber(selector, number);
+      const auto fixed = static_cast<Fixed>(std::lround(number * kFixedOne));
+      if (result == noErr) std::memcpy(value, &fixed, sizeof fixed);
+      return result;
+    }
+    case kStopAtBoundary:
+      return siUnknownInfoType;
+    default: {
+      const base::ScopedLock turn(m_turn);
+      return get(selector, value);
+    }
   }
 }
 
+OSErr Channel::setNumber(OSType selector, double value) {
+  const double scaled = std::round(value * kFixedOne);
+  // False for NaN, too.
+  const bool fits =
+      scaled >= std::numeric_limits<Fixed>::min() && scaled <= std::numeric_limits<Fixed>::max();
+  const std::optional<std::size_t> index = indexOfNumber(selector);
+  if (!fits || !index) return paramErr;
+  const auto fixed = static_cast<Fixed>(scaled);
+  const base::ScopedLock turn(m_turn);
+  const OSErr result = set(selector, &fixed);
+  if (result != noErr) return result;
+  const base::ScopedLock held(m_lock);
+  m_numbers.at(*index) = value;
+  return noErr;
+}
+
+// A synthesizer may keep whole numbers only. The number that was set is returned while it differs
+// from the synthesizer's by rounding only: another voice may have changed that.
+OSErr Channel::getNumber(OSType selector, double& value) {
+  const std::optional<std::size_t> index = indexOfNumber(selector);
+  if (!index) return paramErr;
+  const base::ScopedLock turn(m_turn);
+  Fixed fixed = 0;
+  const OSErr result = get(selector, &fixed);
+  if (result != noErr) return result;
+  value = fixed / kFixedOne;
+  const base::ScopedLock held(m_lock);
+  const std::optional<double>& number = m_numbers.at(*index);
+  if (number && std::abs(*number - value) < 1) value = *number;
+  return noErr;
+}
+
 OSErr Channel::useDictionary(void* dictionary, long bytes) {
-  return callInTurn([=](const SynthesizerPlugIn& plugIn, SpeechChannelIdentifier identifier) {
-    return toClientResult(plugIn.call().useDictionary(identifier, dictionary, bytes));
-  });
+  const base::ScopedLock turn(m_turn);
+  return toClientResult(m_plugIn.call().useDictionary(m_identifier, dictionary, bytes));
 }
 
 void Channel::setStrict(bool isStrict) {
@@ -233,16 +293,6 @@ OSType Channel::creator() const {
   return m_voice.creator;
 }
 
-// Runs `work` on the call queue and returns its result. If it must be queued because a stop waits
-// for its boundary, returns noErr immediately.
-OSErr Channel::runOrQueue(std::function<OSErr(Channel&)> work) {
-  // Shared, since queued work outlives this call; its result is not used then.
-  const auto result = std::make_shared<OSErr>(OSErr{noErr});
-  m_calls.runOrQueue(shared_from_this(),
-                     [this, result, work = std::move(work)] { *result = work(*this); });
-  return *result;
-}
-
 OSErr Channel::readStatus(SpeechStatusInfo& status) const {
   status = {};
   const base::ScopedLock held(m_lock);
@@ -250,7 +300,9 @@ OSErr Channel::readStatus(SpeechStatusInfo& status) const {
   status.outputPaused = m_paused;
   status.outputBusy = !m_paused;
   constexpr CFIndex kMost = std::numeric_limits<SInt32>::max();
-  status.inputBytesLeft = static_cast<SInt32>(std::min(m_text.unitsFrom(m_wordPosition), kMost));
+  CFIndex left = m_next.unitsFrom(0);
+  if (m_phase == Phase::Speaking) left += m_text.unitsFrom(m_wordPosition);
+  status.inputBytesLeft = static_cast<SInt32>(std::min(left, kMost));
   status.phonemeCode = m_phonemeCode;
   return noErr;
 }
@@ -265,6 +317,10 @@ OSErr Channel::readErrors(SpeechErrorInfo& errors) {
 OSErr Channel::set(OSType selector, const void* value) const {
   return toClientResult(
       m_plugIn.call().setSpeechInfo(m_identifier, selector, const_cast<void*>(value)));
+}
+
+OSErr Channel::get(OSType selector, void* value) const {
+  return toClientResult(m_plugIn.call().getSpeechInfo(m_identifier, selector, value));
 }
 
 // The synthesizer keeps the trampolines; only the Manager's record changes. `selector` is soRefCon
@@ -311,6 +367,7 @@ OSErr Channel::resetSettings() {
   if (result != noErr) return result;
   const base::ScopedLock held(m_lock);
   m_delimiters = kUsualDelimiters;
+  m_numbers = {};
   return noErr;
 }
 
@@ -319,21 +376,37 @@ OSErr Channel::setCurrentVoice(const VoiceSpec& spec) {
   if (voice == nullptr) return voiceNotFound;
   // A channel belongs to one synthesizer.
   if (voice->spec.creator != creator()) return incompatibleVoice;
-  return runOrQueue([voice](Channel& channel) { return channel.useVoice(*voice); });
+  return useVoice(*voice);
 }
 
-// An unusable path is rejected here: the synthesizer would keep part of it even if it returns an
-// error.
+// A file that cannot be written is rejected here: the synthesizer would find out in the next
+// speech. It would also keep part of a path that is too long.
 OSErr Channel::setOutputFile(CFURLRef url) {
+  std::array<char, kLongestPath> path{};
   if (url != nullptr) {
-    std::array<UInt8, kLongestPath> path{};
-    if (!CFURLGetFileSystemRepresentation(url, true, path.data(), path.size())) return paramErr;
+    auto* const bytes = reinterpret_cast<UInt8*>(path.data());
+    if (!CFURLGetFileSystemRepresentation(url, true, bytes, path.size())) return paramErr;
+    if (const OSErr problem = problemOfFile(path.data()); problem != noErr) return problem;
   }
-  // The URL must outlive a queued call.
-  std::shared_ptr<const void> kept;
-  if (url != nullptr) kept.reset(CFRetain(url), CFRelease);
-  return runOrQueue(
-      [kept](Channel& channel) { return channel.set(soOutputToFileWithCFURL, kept.get()); });
+  const base::ScopedLock turn(m_turn);
+  const OSErr result = set(soOutputToFileWithCFURL, url);
+  if (result != noErr) return result;
+  const base::ScopedLock held(m_lock);
+  m_file = path.data();
+  return noErr;
+}
+
+// Synthesizers report a file that they cannot write as if they were not ready.
+OSErr Channel::resultForFile(OSErr result) const {
+  if (result != synthNotReady) return result;
+  std::string file;
+  {
+    const base::ScopedLock held(m_lock);
+    file = m_file;
+  }
+  if (file.empty()) return result;
+  const OSErr problem = problemOfFile(file);
+  return problem == noErr ? OSErr{ioErr} : problem;
 }
 
 }  // namespace platform

@@ -3,10 +3,8 @@
 // Channel, second part: starting, stopping, pausing and resuming jobs.
 #include <algorithm>
 #include <chrono>
-#include <exception>
 #include <iterator>
 #include <limits>
-#include <thread>
 #include <utility>
 
 #include "SpeechSynthesis/calls/Results.h"
@@ -28,52 +26,36 @@ bool isStopBoundary(SInt32 where) {
 
 // ---- Client functions
 
-// The work may be queued and then outlives this call, so what it uses is shared. If it runs on this
-// thread, its result is returned; otherwise a failure is reported as the error and the end of a
-// job.
 OSErr Channel::speak(CallerText text, SInt32 flags) {
   if ((flags & kNoSpeechInterrupt) != 0 && isActive()) return synthNotReady;
-  const auto shared = std::make_shared<CallerText>(std::move(text));
-  const auto result = std::make_shared<OSErr>(OSErr{noErr});
-  const std::thread::id caller = std::this_thread::get_id();
-  m_calls.runOrQueue(shared_from_this(), [this, shared, result, flags, caller] {
-    const OSErr outcome = resultOf([&] { return startJob(std::move(*shared), flags); });
-    if (outcome == noErr) return;
-    if (std::this_thread::get_id() == caller) {
-      *result = outcome;
-    } else {
-      reportUnstartedJob(outcome);
-    }
-  });
+  const base::ScopedLock turn(m_turn);
+  const OSErr result = resultForFile(startJob(std::move(text), flags));
   // soErrors counts refused texts too.
-  if (*result == badInputText) {
+  if (result == badInputText) {
     const base::ScopedLock held(m_lock);
-    noteError(*result, 0);
+    noteError(result, 0);
   }
-  return *result;
+  return result;
 }
 
 OSErr Channel::stop(SInt32 where) {
   if (!isStopBoundary(where)) return paramErr;
-  {
-    const base::ScopedLock held(m_lock);
-    // This stop is queued after a pending one. Until it can run, the job speaks on, but its events
-    // are not reported.
-    if (m_stopPending && where == kImmediate) m_silencedJob = m_job;
-  }
-  return runOrQueue([where](Channel& channel) { return channel.performStop(where); });
+  const base::ScopedLock turn(m_turn);
+  return performStop(where);
 }
 
 OSErr Channel::pause(SInt32 where) {
   if (!isStopBoundary(where)) return paramErr;
-  return runOrQueue([where](Channel& channel) { return channel.performPause(where); });
+  const base::ScopedLock turn(m_turn);
+  return performPause(where);
 }
 
 OSErr Channel::resume() {
-  return runOrQueue([](Channel& channel) { return channel.performResume(); });
+  const base::ScopedLock turn(m_turn);
+  return performResume();
 }
 
-// ---- On the call queue: starting
+// ---- Starting
 
 // Replaces the current job: stops it, waits for its end, then accepts the new text.
 OSErr Channel::startJob(CallerText text, SInt32 flags) {
@@ -81,7 +63,6 @@ OSErr Channel::startJob(CallerText text, SInt32 flags) {
     if ((flags & kNoSpeechInterrupt) != 0) return synthNotReady;
     if (const OSErr result = performStop(kImmediate); result != noErr) return result;
   }
-  clearStalePause();
   if (!waitForEndOfJob()) return synthNotReady;
   return acceptJob(std::move(text), flags);
 }
@@ -118,25 +99,27 @@ OSErr Channel::acceptJob(CallerText text, SInt32 flags) {
   {
     const base::ScopedLock held(m_lock);
     if (m_disposed) return invalidComponentID;
-    // First the steps that can fail. The report of speech-done is allocated here, so that the end
-    // of the job can always be reported.
+    // First the step that can fail. The report of speech-done is allocated here, so that the end of
+    // the job can always be reported.
     CallbackThread::ReportList doneReport{
         {shared_from_this(), {Report::Kind::SpeechDone, m_job + 1}}};
-    const bool gathers = m_callbacks.textDone != nullptr && !text.isString();
-    if (gathers) {
-      CallbackThread::shared().post(shared_from_this(), {Report::Kind::TextDone, m_job + 1});
-    }
     ++m_job;
     m_doneReport = std::move(doneReport);
-    m_text = std::move(text);
+    m_text = {};
+    m_next = std::move(text);
     m_flags = flags;
+    m_carried.clear();
+    m_mayHaveMore = m_callbacks.textDone != nullptr;
+    m_isAsking = false;
+    m_pausesBeforeNext = false;
     m_wordPosition = 0;
     m_phonemeCode = 0;
     m_syncValues.clear();
     m_nextSync = 0;
     m_paused = (flags & kPreflightThenPause) != 0;
-    m_phase = gathers ? Phase::Gathering : Phase::Ready;
-    if (gathers || m_paused) return noErr;
+    m_phase = hasEnoughText() ? Phase::Ready : Phase::Gathering;
+    if (m_phase == Phase::Gathering) requestText();
+    if (m_phase == Phase::Gathering || m_paused) return noErr;
   }
   const OSErr result = startSpeaking();
   if (result != noErr) {
@@ -146,57 +129,61 @@ OSErr Channel::acceptJob(CallerText text, SInt32 flags) {
   return result;
 }
 
-// Passes a job in phase Ready to the synthesizer. No effect in any other phase, or while paused.
-// After a failure the channel is idle.
+// Passes the next batch of a job in phase Ready to the synthesizer. No effect in any other phase,
+// or while paused. After a failure the channel is idle.
 OSErr Channel::startSpeaking() {
   {
     const base::ScopedLock held(m_lock);
     if (m_phase != Phase::Ready || m_paused) return noErr;
-    // Set before the call: a short job may end before the call returns.
+  }
+  clearStalePause();
+  const bool isFree = waitForEndOfJob();
+  Batch batch;
+  {
+    const base::ScopedLock held(m_lock);
+    if (!isFree) {
+      becomeIdle();
+      return synthNotReady;
+    }
+    // The client may have stopped or paused the job during the wait.
+    if (m_phase != Phase::Ready || m_paused) return noErr;
+    batch = takeBatch();
+    // Set before the call: a short batch may end before the call returns.
     m_phase = Phase::Speaking;
     m_endOwed = true;
   }
-  const OSErr result = resultOf([this] { return speakInPlugIn(); });
+  const OSErr result = resultOf([&] { return speakInPlugIn(std::move(batch)); });
   if (result == noErr) return noErr;
   const base::ScopedLock held(m_lock);
-  m_phase = Phase::Idle;
+  becomeIdle();
   m_endOwed = false;
   return result;
 }
 
 // The comma of kNoEndingProsody is added only for ordinary text: in other modes it would be spoken.
 // It comes before the adaptation, which may end the text with a command.
-OSErr Channel::speakInPlugIn() {
-  std::string text;
-  SInt32 flags = 0;
-  bool isStrict = false;
-  {
-    const base::ScopedLock held(m_lock);
-    text = m_text.bytes();
-    flags = m_flags;
-    isStrict = m_isStrict;
-  }
-  if ((flags & kNoEndingProsody) != 0) {
+OSErr Channel::speakInPlugIn(Batch batch) {
+  if ((batch.flags & kNoEndingProsody) != 0 && batch.isLast) {
     OSType input = modeText;
     OSType characters = modeNormal;
-    m_plugIn.call().getSpeechInfo(m_identifier, soInputMode, &input);
-    m_plugIn.call().getSpeechInfo(m_identifier, soCharacterMode, &characters);
-    if (input == modeText && characters == modeNormal) text = withoutEndingProsody(text);
+    get(soInputMode, &input);
+    get(soCharacterMode, &characters);
+    if (input == modeText && characters == modeNormal) {
+      batch.text = withoutEndingProsody(batch.text);
+    }
   }
-  if (!isStrict) {
-    AdaptedText adapted = adaptText(text, textSettings());
-    if (adapted.isChanged) text = adapted.text.text();
-    acceptAdaptedText(std::move(adapted));
-  }
-  return toClientResult(m_plugIn.call().speakBuffer(m_identifier, text.data(),
-                                                    static_cast<long>(text.size()), flags));
+  AdaptedText adapted = adaptText(batch.text, textSettings());
+  if (adapted.isChanged && !batch.isStrict) batch.text = adapted.text.text();
+  acceptAdaptedText(std::move(adapted), batch.isStrict);
+  return toClientResult(m_plugIn.call().speakBuffer(
+      m_identifier, batch.text.data(), static_cast<long>(batch.text.size()), batch.flags));
 }
 
 // Reads the state that decides what a text means. A synthesizer that does not know a selector has
 // the initial value.
 TextSettings Channel::textSettings() {
-  const auto read = [this](OSType selector, auto value) {
-    m_plugIn.call().getSpeechInfo(m_identifier, selector, &value);
+  const auto read = [this](OSType selector, auto value) REQUIRES(m_turn) {
+    get(selector, &value);
     return value;
   };
   constexpr double kFixedOne = 65536;
@@ -216,8 +203,10 @@ TextSettings Channel::textSettings() {
 }
 
 // Reports the problems of the text, before any event of its speech.
-void Channel::acceptAdaptedText(AdaptedText adapted) {
+void Channel::acceptAdaptedText(AdaptedText adapted, bool isStrict) {
   const base::ScopedLock held(m_lock);
+  m_carried = std::move(adapted.stateAtEnd);
+  if (isStrict) return;
   const bool isReported = m_callbacks.error != nullptr || m_callbacks.errorCF != nullptr;
   for (const TextProblem& problem : adapted.problems) {
     Report report{Report::Kind::Error, m_job};
@@ -225,6 +214,7 @@ void Channel::acceptAdaptedText(AdaptedText adapted) {
     report.position = m_text.inCallersUnits(problem.position, 0).location;
     report.description = describe(problem.cause);
     noteError(report.code, report.position);
+    if (m_callbacks.errorCF != nullptr) report.text = m_text.stringAt(problem.position);
     if (isReported) post(report);
   }
   m_syncValues = std::move(adapted.syncValues);
@@ -233,58 +223,56 @@ void Channel::acceptAdaptedText(AdaptedText adapted) {
 
 std::string Channel::adaptedFor(const std::string& text) {
   if (isStrict()) return text;
-  std::string result = text;
-  m_calls.runNow([&] {
-    const AdaptedText adapted = adaptText(text, textSettings());
-    if (adapted.isChanged) result = adapted.text.text();
-  });
-  return result;
+  const base::ScopedLock turn(m_turn);
+  const AdaptedText adapted = adaptText(text, textSettings());
+  return adapted.isChanged ? adapted.text.text() : text;
 }
 
-// ---- On the call queue: stopping and pausing
+// ---- Stopping and pausing
 
-// A stop at a boundary is queued as the waiting call, so that the caller need not wait.
 OSErr Channel::performStop(SInt32 where) {
-  bool atOnce = where == kImmediate;
   {
     const base::ScopedLock held(m_lock);
-    if (endUnspokenJob() || m_phase == Phase::Idle) return noErr;
+    if (m_phase == Phase::Idle || endUnspokenJob()) return noErr;
     // A paused job reaches no boundary, so it stops immediately.
-    atOnce = atOnce || m_paused;
-    if (!atOnce) m_stopPending = true;
+    if (m_paused) where = kImmediate;
   }
-  if (atOnce) return stopImmediately();
-  try {
-    m_calls.queue(shared_from_this(), [this, where] { stopAtBoundary(where); });
-  } catch (const std::exception&) {
-    // No thread for the wait, so the caller waits. The stop itself must not fail.
-    stopAtBoundary(where);
-  }
-  return noErr;
+  return where == kImmediate ? stopImmediately() : stopAtBoundary(where);
 }
 
-// Returns when the boundary is reached. A failure has no caller to report to: the channel counts as
-// idle then, and a new text waits for the end of the old one.
-void Channel::stopAtBoundary(SInt32 where) {
-  resultOf([&] {
-    return toClientResult(
-        m_plugIn.call().stopSpeechAt(m_identifier, static_cast<unsigned long>(where)));
-  });
+// The job speaks on until the boundary and ends there. Nothing is spoken after this batch.
+OSErr Channel::stopAtBoundary(SInt32 where) {
+  {
+    const base::ScopedLock held(m_lock);
+    m_stopPending = true;
+  }
+  const auto boundary = static_cast<std::uintptr_t>(where);
+  // NOLINTNEXTLINE(performance-no-int-to-ptr): the selector's value is a number
+  const void* const value = reinterpret_cast<const void*>(boundary);
+  const OSErr result = m_stopsWithoutWaiting
+                           ? set(kStopAtBoundary, value)
+                           : toClientResult(m_plugIn.call().stopSpeechAt(m_identifier, boundary));
   const base::ScopedLock held(m_lock);
-  m_stopPending = false;
-  if (m_phase == Phase::Speaking) m_phase = Phase::Idle;
+  if (result != noErr) {
+    m_stopPending = false;
+  } else {
+    endUnspokenJob();  // if the batch has ended meanwhile
+  }
+  return result;
 }
 
 OSErr Channel::stopImmediately() {
   const OSErr result = toClientResult(m_plugIn.call().stopSpeechAt(m_identifier, kImmediate));
   if (result != noErr) return result;
   const base::ScopedLock held(m_lock);
-  m_phase = Phase::Idle;
+  if (endUnspokenJob()) return noErr;  // the batch has ended meanwhile
+  becomeIdle();
   m_silencedJob = m_job;
   return noErr;
 }
 
 OSErr Channel::performPause(SInt32 where) {
+  bool isStopping = false;
   {
     const base::ScopedLock held(m_lock);
     // An idle synthesizer must not be asked: it would remain in a paused state.
@@ -294,11 +282,14 @@ OSErr Channel::performPause(SInt32 where) {
       m_paused = true;
       return noErr;
     }
+    isStopping = m_stopPending;
   }
+  // A paused job would not reach the boundary at which it is to stop.
+  if (isStopping) return where == kImmediate ? stopImmediately() : OSErr{noErr};
   const OSErr result = toClientResult(
       m_plugIn.call().pauseSpeechAt(m_identifier, static_cast<unsigned long>(where)));
   const base::ScopedLock held(m_lock);
-  if (result == noErr && m_phase == Phase::Speaking) m_paused = true;
+  if (result == noErr && m_phase != Phase::Idle) m_paused = true;
   // A job that has ended during the call cannot be paused; that is not a failure.
   return m_phase == Phase::Idle ? OSErr{noErr} : result;
 }
@@ -322,7 +313,7 @@ OSErr Channel::performResume() {
 // The client has noErr for this job already, so a failure is reported as an error and the end of
 // the job.
 OSErr Channel::startReadyJob() {
-  const OSErr result = startSpeaking();
+  const OSErr result = resultForFile(startSpeaking());
   if (result != noErr) reportFailure(result);
   return result;
 }
@@ -338,22 +329,20 @@ void Channel::reportFailure(OSErr error) {
   CallbackThread::shared().post(takeDoneReport());
 }
 
-// The client has noErr for a queued text already. A failure to start it is reported as the error
-// and the end of a job, so that each accepted text has its speech-done.
-void Channel::reportUnstartedJob(OSErr error) {
-  {
-    const base::ScopedLock held(m_lock);
-    m_doneReport = {{shared_from_this(), {Report::Kind::SpeechDone, ++m_job}}};
-  }
-  reportFailure(error);
-}
-
 // ---- With m_lock
 
-// Ends a job that the synthesizer does not have yet. Returns false if there is none.
+// Forgets what has not been spoken.
+void Channel::becomeIdle() {
+  m_phase = Phase::Idle;
+  m_stopPending = false;
+  m_mayHaveMore = false;
+  m_next = {};
+}
+
+// Ends a job of which the synthesizer has nothing at the moment. Returns false if it has a batch.
 bool Channel::endUnspokenJob() {
   if (m_phase != Phase::Gathering && m_phase != Phase::Ready) return false;
-  m_phase = Phase::Idle;
+  becomeIdle();
   m_silencedJob = m_job;
   CallbackThread::shared().post(takeDoneReport());
   return true;

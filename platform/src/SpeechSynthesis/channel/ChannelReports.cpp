@@ -7,18 +7,17 @@
 #include <algorithm>
 #include <limits>
 #include <new>
-#include <utility>
 
 #include "CoreFoundation/CFObject.h"
 #include "SpeechSynthesis/calls/Results.h"
 #include "SpeechSynthesis/calls/SpeechErrors.h"
 #include "SpeechSynthesis/channel/Channel.h"
+#include "SpeechSynthesis/channel/SpokenPieces.h"
 
 namespace platform {
 namespace {
 
-// Positions have 32 bits, so no text may be longer.
-constexpr std::size_t kLongestText = std::numeric_limits<SInt32>::max();
+constexpr double kUsualRate = 180;  // words per minute
 
 }  // namespace
 
@@ -32,11 +31,14 @@ void Channel::handleJobEnd() {
   const base::ScopedLock held(m_lock);
   if (!m_endOwed) return;
   m_endOwed = false;
-  if (m_phase == Phase::Speaking) m_phase = Phase::Idle;
-  // Posted under the lock, before anyone is woken: a thread that waits for this starts the next
-  // job.
-  CallbackThread::shared().post(takeDoneReport());
-  m_calls.markWaitOver();
+  if (m_phase == Phase::Speaking && hasNextBatch()) {
+    prepareNextBatch();
+  } else if (m_phase == Phase::Speaking || m_phase == Phase::Idle) {
+    becomeIdle();
+    // Posted under the lock, before anyone is woken: a thread that waits for this starts the next
+    // job.
+    CallbackThread::shared().post(takeDoneReport());
+  }
   m_jobEnded.notifyAll();
 }
 
@@ -58,12 +60,15 @@ void Channel::handleWord(unsigned long position, UInt16 length) {
   const unsigned long end = m_text.bytes().size();
   // Clients rely on positions that do not decrease and lie within the text.
   m_wordPosition = std::clamp(position, m_wordPosition, end);
+  const bool runsLow = end - m_wordPosition <= bytesBeforeEnd(m_numbers[0].value_or(kUsualRate));
+  if (runsLow && !hasEnoughText()) requestText();
   if (m_callbacks.word == nullptr && m_callbacks.wordCF == nullptr) return;
   const CFRange range =
       m_text.inCallersUnits(m_wordPosition, std::min<unsigned long>(length, end - m_wordPosition));
   report.job = m_job;
   report.position = range.location;
   report.length = range.length;
+  if (m_callbacks.wordCF != nullptr) report.text = m_text.stringAt(m_wordPosition);
   post(report);
 }
 
@@ -87,6 +92,9 @@ void Channel::handleError(OSErr error, long position) {
     report.position = m_text.inCallersUnits(static_cast<unsigned long>(position), 0).location;
   }
   noteError(error, report.position);
+  if (m_callbacks.errorCF != nullptr && m_endOwed) {
+    report.text = m_text.stringAt(static_cast<unsigned long>(std::max(position, 0L)));
+  }
   if (m_callbacks.error == nullptr && m_callbacks.errorCF == nullptr) return;
   report.job = m_job;
   post(report);
@@ -111,10 +119,13 @@ void Channel::deliver(const Report& report) {
     if (report.kind != Report::Kind::SpeechDone && report.job <= m_silencedJob) return;
     callbacks = m_callbacks;
   }
-  if (report.kind == Report::Kind::TextDone) {
-    askForMoreText(callbacks, report);
-  } else {
-    callClient(callbacks, report);
+  switch (report.kind) {
+    case Report::Kind::TextDone:
+      return askForMoreText(callbacks, report);
+    case Report::Kind::NextBatch:
+      return startNextBatch();
+    default:
+      return callClient(callbacks, report);
   }
 }
 
@@ -135,26 +146,24 @@ void Channel::callClient(const ClientCallbacks& callbacks, const Report& report)
     case Report::Kind::Error:
       return callErrorCallbacks(callbacks, report);
     case Report::Kind::TextDone:
+    case Report::Kind::NextBatch:
       return;
   }
 }
 
-// The plain callback first. It may have stopped or disposed the channel, so the text for the second
-// one is read under the lock again, and retained: another job may replace it.
+// The plain callback first. It may have stopped or disposed the channel.
 void Channel::callWordCallbacks(const ClientCallbacks& callbacks, const Report& report) {
   if (callbacks.word != nullptr) {
     constexpr long kMost = std::numeric_limits<UInt16>::max();
     callbacks.word(m_handle, callbacks.refCon, static_cast<unsigned long>(report.position),
                    static_cast<UInt16>(std::min(report.length, kMost)));
   }
-  if (callbacks.wordCF == nullptr) return;
-  Owned<CFStringRef> text;
+  if (callbacks.wordCF == nullptr || report.text == nullptr) return;
   {
     const base::ScopedLock held(m_lock);
     if (m_disposed || report.job != m_job || report.job <= m_silencedJob) return;
-    text = Owned(static_cast<CFStringRef>(CFRetain(m_text.string())));
   }
-  callbacks.wordCF(m_handle, callbacks.refCon, text.get(), {report.position, report.length});
+  callbacks.wordCF(m_handle, callbacks.refCon, report.text.get(), {report.position, report.length});
 }
 
 // As callWordCallbacks(), but an error is reported even if its text is no longer current.
@@ -163,54 +172,13 @@ void Channel::callErrorCallbacks(const ClientCallbacks& callbacks, const Report&
     callbacks.error(m_handle, callbacks.refCon, report.code, report.position);
   }
   if (callbacks.errorCF == nullptr) return;
-  Owned<CFStringRef> text;
   {
     const base::ScopedLock held(m_lock);
     if (m_disposed) return;
-    if (report.job == m_job) text = Owned(static_cast<CFStringRef>(CFRetain(m_text.string())));
   }
   const Owned error(
-      createSpeechError(report.code, text.get(), report.position, report.description));
+      createSpeechError(report.code, report.text.get(), report.position, report.description));
   callbacks.errorCF(m_handle, callbacks.refCon, error.get());
-}
-
-// Asks the client for one piece of text. The next piece is a report of its own, so that a client
-// with an endless text does not block the callbacks of other channels.
-void Channel::askForMoreText(const ClientCallbacks& callbacks, const Report& report) {
-  SInt32 flags = 0;
-  {
-    const base::ScopedLock held(m_lock);
-    flags = m_flags;
-  }
-  const void* piece = nullptr;
-  unsigned long bytes = 0;
-  if (callbacks.textDone != nullptr) {
-    callbacks.textDone(m_handle, callbacks.refCon, &piece, &bytes, &flags);
-  }
-  if (!appendPiece(report, piece, bytes)) return;
-  resultOf([this]() -> OSErr {
-    return runOrQueue([](Channel& channel) { return channel.startReadyJob(); });
-  });
-}
-
-// Appends the piece and posts the request for the next one. Returns true if the text is complete;
-// the job is ready then.
-bool Channel::appendPiece(const Report& report, const void* piece, unsigned long bytes) {
-  const base::ScopedLock held(m_lock);
-  // The callback may have stopped the channel or started another text.
-  if (m_phase != Phase::Gathering || report.job != m_job) return false;
-  const std::size_t room = kLongestText - m_text.bytes().size();
-  try {
-    if (piece != nullptr && bytes > 0 && bytes <= room) {
-      m_text.append(piece, bytes);
-      CallbackThread::shared().post(shared_from_this(), {Report::Kind::TextDone, m_job});
-      return false;
-    }
-  } catch (const std::bad_alloc&) {
-    // Out of memory: the text ends here.
-  }
-  m_phase = Phase::Ready;
-  return true;
 }
 
 }  // namespace platform

@@ -5,6 +5,7 @@
 #include <charconv>
 #include <utility>
 
+#include "SpeechSynthesis/texts/CarriedState.h"
 #include "SpeechSynthesis/texts/CommandFinder.h"
 #include "SpeechSynthesis/texts/EmbeddedCommand.h"
 #include "SpeechSynthesis/texts/PhonemeText.h"
@@ -78,6 +79,7 @@ class Adapter {
   void padEmphasisAtEnd();
   void report(std::size_t position, Cause cause) { m_result.problems.push_back({position, cause}); }
   bool isSkipping() const { return m_skipsText || m_skipsWord; }
+  std::string stateAtEnd() const;
 
   const std::string_view m_given;
   const TextSettings& m_settings;
@@ -103,6 +105,8 @@ class Adapter {
 
   // Settings for which a relative command refers to a value that a reset has removed.
   std::vector<Kind> m_unset;
+  CarriedState m_carried;
+  std::string m_delimiters;  // argument of the last valid "dlim"; empty if there was none
   std::vector<std::size_t> m_unknownPhonemes;
   // Upper bounds for the bytes of phones: of all phonemes so far, and of all closed regions.
   std::size_t m_phones = 0;
@@ -125,12 +129,28 @@ AdaptedText Adapter::run() {
     }
     at = found.end;
   }
+  m_result.stateAtEnd = stateAtEnd();
   closeRegion(m_given.size());
   padEmphasisAtEnd();
   m_result.text.finish(static_cast<Position>(m_given.size()));
   m_result.isChanged = m_result.text.text() != m_given;
   if (!m_result.isChanged) m_result.text.clear();
   return std::move(m_result);
+}
+
+// The delimiters come last, so that all commands are written between the initial ones.
+std::string Adapter::stateAtEnd() const {
+  CarriedState state = m_carried;
+  const bool startsInText = !m_settings.startsInPhonemes;
+  if (m_input == Input::Phonemes && startsInText) state.add("inpt PHON");
+  if (m_input == Input::Tune) state.add("inpt TUNE");
+  if (m_input == Input::Text && !startsInText) state.add("inpt TEXT");
+  if (m_skipsText) state.add("ctxt TSKP");
+  if (m_skipsWord) state.add("ctxt WSKP");
+  // Emphasis that was written had no word after it either.
+  if (m_emphasis != Emphasis::None) state.add("emph +");
+  if (!m_delimiters.empty()) state.add("dlim" + m_delimiters);
+  return state.text(m_settings.openDelimiter, m_settings.closeDelimiter);
 }
 
 // ---- Text
@@ -230,10 +250,12 @@ void Adapter::addCommands(const FoundCommand& found) {
   }
 }
 
-// True if every command of the text between two brackets is exact and needs nothing else.
-bool isUsable(std::string_view body) {
+// True if every command of the text between two brackets is exact and needs nothing else. Passes
+// the commands to `carried` then.
+bool isUsable(std::string_view body, CarriedState& carried) {
   // An escape that a synthesizer makes of these contains a ";", which ends a command.
   if (body.find_first_of("[&<>\xF0") != std::string_view::npos) return false;
+  CarriedState changed = carried;
   for (;;) {
     const std::size_t length = lengthOfFirstCommand(body);
     const EmbeddedCommand command = readCommand(body.substr(0, length));
@@ -252,9 +274,12 @@ bool isUsable(std::string_view body) {
         break;
     }
     if (!command.isExact) return false;
-    if (length == body.size()) return true;
+    changed.apply(command);
+    if (length == body.size()) break;
     body.remove_prefix(length + 1);
   }
+  carried = std::move(changed);
+  return true;
 }
 
 // Copies commands that a synthesizer understands as they are, so that ordinary texts are unchanged.
@@ -262,7 +287,8 @@ bool Adapter::keepAsWritten(const FoundCommand& found) {
   const std::string_view written = m_given.substr(found.start, found.end - found.start);
   if (m_input != Input::Text || isSkipping() || !m_unset.empty() || !found.isClosed) return false;
   if (!written.starts_with("[[") || !written.ends_with("]]")) return false;
-  if (!isUsable(m_given.substr(found.bodyStart, found.bodyEnd - found.bodyStart))) return false;
+  const std::string_view body = m_given.substr(found.bodyStart, found.bodyEnd - found.bodyStart);
+  if (!isUsable(body, m_carried)) return false;
   write(written, found.start);
   return true;
 }
@@ -279,6 +305,7 @@ void Adapter::addValid(const EmbeddedCommand& command, std::size_t at, const Fou
   const bool hasEffect = command.kind != Kind::Comment && command.kind != Kind::Version &&
                          command.kind != Kind::Extension;
   if (m_input == Input::Tune && hasEffect) closeRegion(at);
+  m_carried.apply(command);
   switch (command.kind) {
     case Kind::Comment:
     case Kind::Version:
@@ -392,10 +419,14 @@ void Adapter::changeDelimiters(const EmbeddedCommand& command, std::size_t at) {
   const std::size_t stop = std::min(text.find_first_of(kBlanks, second), text.size());
   const std::string_view open = text.substr(start, end - start);
   const std::string_view close = text.substr(second, stop - second);
-  if (open.empty()) return m_finder.setDelimiters("[[", "]]");
+  if (open.empty()) {
+    m_delimiters = " ";
+    return m_finder.setDelimiters("[[", "]]");
+  }
   if (close.empty() || open.size() > kLongest || close.size() > kLongest) {
     return report(at, Cause::BadArgument);
   }
+  m_delimiters = ' ' + std::string(open) + ' ' + std::string(close);
   m_finder.setDelimiters(open, close);
 }
 

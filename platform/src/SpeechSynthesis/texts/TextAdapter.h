@@ -74,6 +74,10 @@ struct AdaptedText {
   std::vector<TextProblem> problems;
   // The value of each sync mark, in order. The n-th mark, from 0, has the number syncNumber(n).
   std::vector<std::uint32_t> syncValues;
+  // Commands that bring about the state at the end of the text, as far as it lasts: settings,
+  // modes, skipped context, delimiters, emphasis of the next word. A text that continues this one
+  // begins with them. Empty if there is nothing to carry over; never longer than a few commands.
+  std::string stateAtEnd;
 };
 
 // The highest number of a sync mark. A synthesizer keeps 16 bits of it.

@@ -279,7 +279,6 @@ TEST_F(ManagerBehaviour, AStopAtABoundaryReturnsAtOnce) {
   ASSERT_EQ(speak("one two three"), noErr);
   synthesizer().holdStopsAtBoundaries(true);
   EXPECT_EQ(StopSpeechAt(m_channel, kEndOfSentence), noErr);
-  synthesizer().waitForHeldStop();
   EXPECT_EQ(SpeechBusy(), 1);
   // Words up to the boundary are still reported.
   synthesizer().sendWord(m_identifier, 4, 3);
@@ -289,20 +288,6 @@ TEST_F(ManagerBehaviour, AStopAtABoundaryReturnsAtOnce) {
   ASSERT_TRUE(m_reports.wait(2));
   EXPECT_THAT(m_reports.lines(), ElementsAre("word 4+3", "done"));
   EXPECT_EQ(SpeechBusy(), 0);
-}
-
-TEST_F(ManagerBehaviour, AStopAtOnceSilencesAJobWithAPendingStop) {
-  installAll();
-  ASSERT_EQ(speak("one two three"), noErr);
-  synthesizer().holdStopsAtBoundaries(true);
-  EXPECT_EQ(StopSpeechAt(m_channel, kEndOfSentence), noErr);
-  synthesizer().waitForHeldStop();
-  EXPECT_EQ(StopSpeech(m_channel), noErr);
-  synthesizer().sendWord(m_identifier, 4, 3);
-  synthesizer().holdStopsAtBoundaries(false);
-  ASSERT_TRUE(m_reports.wait(1));
-  letCallbacksPass();
-  EXPECT_THAT(m_reports.lines(), ElementsAre("done"));
 }
 
 TEST_F(ManagerBehaviour, CurrentVoiceSwitchesTheVoiceOfTheSameSynthesizer) {

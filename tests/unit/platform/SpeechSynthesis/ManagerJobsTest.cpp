@@ -347,56 +347,86 @@ TEST_F(Manager, AppendsACommaForNoEndingProsody) {
   EXPECT_EQ(spoken(" "), " ");
 }
 
-// ---- Calls after a pending stop
+// ---- Calls after a stop at a boundary
 
-TEST_F(Manager, KeepsTheOrderOfCallsAfterAPendingStop) {
-  installAll();
-  ASSERT_EQ(speak("one two"), noErr);
-  synthesizer().holdStopsAtBoundaries(true);
-  ASSERT_EQ(StopSpeechAt(m_channel, kEndOfSentence), noErr);
-  synthesizer().waitForHeldStop();
-  EXPECT_EQ(SetSpeechRate(m_channel, Long2Fix(210)), noErr);
-  EXPECT_EQ(SetSpeechInfo(m_channel, soCurrentVoice, &kMaren), noErr);
-  EXPECT_EQ(speak("next"), noErr);
-  EXPECT_EQ(PauseSpeechAt(m_channel, kImmediate), noErr);
-  EXPECT_EQ(status(), "busy, 7 left");
-  EXPECT_FALSE(record().numbers.contains(soRate));
-  EXPECT_EQ(record().text, "one two");
+// A channel that speaks "one two three" and is to stop at the end of the sentence, which it does
+// not reach.
+class ManagerStopping : public Manager {
+ protected:
+  void SetUp() override {
+    Manager::SetUp();
+    installAll();
+    ASSERT_EQ(speak("one two three"), noErr);
+    synthesizer().holdStopsAtBoundaries(true);
+    ASSERT_EQ(StopSpeechAt(m_channel, kEndOfSentence), noErr);
+  }
+};
 
+TEST_F(ManagerStopping, AnImmediateStopEndsTheJobAtOnce) {
+  EXPECT_EQ(StopSpeech(m_channel), noErr);
+  EXPECT_EQ(status(), "idle, 0 left");
+  synthesizer().sendWord(m_identifier, 4, 3);
+  ASSERT_TRUE(m_reports.wait(1));
+  letCallbacksPass();
+  EXPECT_THAT(m_reports.lines(), ElementsAre("done"));
+}
+
+TEST_F(ManagerStopping, ANearerBoundaryIsPassedOn) {
+  EXPECT_EQ(StopSpeechAt(m_channel, kEndOfWord), noErr);
+  EXPECT_THAT(record().stops, ElementsAre(kEndOfSentence, kEndOfWord));
   synthesizer().holdStopsAtBoundaries(false);
-  Fixed rate = 0;
-  EXPECT_EQ(GetSpeechRate(m_channel, &rate), noErr);  // waits for all calls before it
-  EXPECT_EQ(rate, Long2Fix(210));
+  ASSERT_TRUE(m_reports.wait(1));
+  letCallbacksPass();
+  EXPECT_THAT(m_reports.lines(), ElementsAre("done"));
+}
+
+TEST_F(ManagerStopping, NewTextIsSpokenAtOnce) {
+  EXPECT_EQ(speak("next", kNoSpeechInterrupt), synthNotReady);
+  EXPECT_EQ(speak("next"), noErr);
   EXPECT_EQ(record().text, "next");
+  ASSERT_TRUE(m_reports.wait(1));
+  synthesizer().finish(m_identifier);
+  ASSERT_TRUE(m_reports.wait(2));
+  EXPECT_THAT(m_reports.lines(), ElementsAre("done", "done"));
+}
+
+TEST_F(ManagerStopping, SettingsAreSetAndReadAtOnce) {
+  EXPECT_EQ(SetSpeechRate(m_channel, Long2Fix(210)), noErr);
+  Fixed rate = 0;
+  EXPECT_EQ(GetSpeechRate(m_channel, &rate), noErr);
+  EXPECT_EQ(rate, Long2Fix(210));
+  EXPECT_EQ(SetSpeechInfo(m_channel, soCurrentVoice, &kMaren), noErr);
   EXPECT_EQ(OSType{record().voice.id}, kMaren.id);
-  EXPECT_EQ(status(), "paused, 4 left");
+  EXPECT_EQ(status(), "busy, 13 left");
 }
 
-TEST_F(Manager, ReportsTheEndOfATextThatCouldNotBeSpokenAfterAPendingStop) {
-  installAll();
-  ASSERT_EQ(speak("one two"), noErr);
-  synthesizer().holdStopsAtBoundaries(true);
-  ASSERT_EQ(StopSpeechAt(m_channel, kEndOfWord), noErr);
-  synthesizer().waitForHeldStop();
-  synthesizer().setSpeakOutcome(SpeakOutcome::RefusesText);
-  EXPECT_EQ(speak("next"), noErr);
-  synthesizer().holdStopsAtBoundaries(false);
-  ASSERT_TRUE(m_reports.wait(3));
-  EXPECT_THAT(m_reports.lines(), ElementsAre("done", "error -247 at 0", "done"));
+TEST_F(ManagerStopping, APauseAtOnceEndsTheJobAndOneAtABoundaryHasNoEffect) {
+  EXPECT_EQ(PauseSpeechAt(m_channel, kEndOfWord), noErr);
+  EXPECT_EQ(ContinueSpeech(m_channel), noErr);
+  EXPECT_EQ(status(), "busy, 13 left");
+  EXPECT_EQ(PauseSpeechAt(m_channel, kImmediate), noErr);
+  EXPECT_EQ(status(), "idle, 0 left");
+  ASSERT_TRUE(m_reports.wait(1));
+  EXPECT_THAT(m_reports.lines(), ElementsAre("done"));
 }
 
-TEST_F(Manager, IsDisposedAtOnceAfterAPendingStop) {
-  installAll();
-  ASSERT_EQ(speak("one two"), noErr);
-  synthesizer().holdStopsAtBoundaries(true);
-  ASSERT_EQ(StopSpeechAt(m_channel, kEndOfWord), noErr);
-  synthesizer().waitForHeldStop();
+TEST_F(ManagerStopping, DisposalClosesTheSynthesizersChannel) {
   EXPECT_EQ(DisposeSpeechChannel(m_channel), noErr);
   m_channel = nullptr;
-  EXPECT_EQ(synthesizer().channels().size(), 1U);
-  synthesizer().holdStopsAtBoundaries(false);
-  while (!synthesizer().channels().empty()) std::this_thread::yield();
+  EXPECT_TRUE(synthesizer().channels().empty());
   EXPECT_THAT(m_reports.lines(), IsEmpty());
+}
+
+TEST_F(Manager, StopsAtABoundaryWithASynthesizerThatWaitsForIt) {
+  synthesizer().stopWithoutWaiting(false);
+  SpeechChannel channel = nullptr;
+  ASSERT_EQ(NewSpeechChannel(nullptr, &channel), noErr);
+  ASSERT_EQ(SpeakText(channel, "one two", 7), noErr);
+  EXPECT_EQ(StopSpeechAt(channel, kEndOfWord), noErr);
+  const ChannelRecord other = synthesizer().channels().rbegin()->second;
+  EXPECT_THAT(other.stops, ElementsAre(kEndOfWord));
+  EXPECT_FALSE(other.pointers.contains(0x73746264));
+  EXPECT_EQ(DisposeSpeechChannel(channel), noErr);
 }
 
 TEST_F(Manager, SpeaksAgainAfterASynthesizerTreatedAnIdleChannelAsPaused) {

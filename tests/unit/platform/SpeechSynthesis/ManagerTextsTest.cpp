@@ -231,7 +231,7 @@ TEST_F(ManagerTexts, AdaptsTheTextAndItsPiecesTogether) {
   };
   install(soTextDoneCallBack, +more);
   ASSERT_EQ(speak("a [[sync "), noErr);
-  EXPECT_THAT(reportsAfter(1), ElementsAre("error -247 at 17"));
+  EXPECT_THAT(reportsAfter(1), ElementsAre("error -247 at 8"));
   EXPECT_EQ(record().text, "a [[sync 1]]b c");
 }
 

@@ -9,6 +9,8 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <link.h>
+#include <sys/stat.h>
 
 #include "SpeechSynthesis/bundles/SynthesizerPlugIn.h"
 #include "SpeechSynthesis/bundles/Synthesizers.h"
@@ -87,7 +89,8 @@ class SynthesizersTest : public testing::Test {
   }
 
   fs::path m_folder;
-  platform::Synthesizers m_synthesizers;
+  // Only root can replace the Manager.
+  platform::Synthesizers m_synthesizers{"/"};
   std::string m_said;
 };
 
@@ -114,6 +117,86 @@ TEST_F(SynthesizersTest, AreSkippedWithOneLineEachWhenBroken) {
   EXPECT_EQ(std::count(m_said.begin(), m_said.end(), '\n'), 3);
   EXPECT_EQ(open(kOurs, m_said), noErr);
   EXPECT_EQ(m_said, "");
+}
+
+// A library that others can write is not loaded, as its code would run.
+TEST_F(SynthesizersTest, AreSkippedWithOneLineEachWhenOthersCanChangeThem) {
+  fs::copy_file(kComplete, m_folder / "a-open.so");
+  fs::permissions(m_folder / "a-open.so", fs::perms(0646));
+  fs::copy_file(kComplete, m_folder / "b-whole.so");
+  setenv("SPEECH_SYNTHESIZER_PATH", m_folder.c_str(), 1);
+  EXPECT_EQ(open(kOurs, m_said), noErr);
+  const std::string file = (m_folder / "a-open.so").native();
+  EXPECT_EQ(m_said,
+            "The synthesizer " + file + " is not loaded: everybody can write to " + file + ".\n");
+  EXPECT_EQ(open(kOther, m_said), noSynthFound);
+  EXPECT_EQ(std::count(m_said.begin(), m_said.end(), '\n'), 1) << m_said;
+}
+
+TEST_F(SynthesizersTest, AreSkippedWithOneLineWhenOthersCanChangeTheirFolder) {
+  const fs::path openFolder = m_folder / "open";
+  fs::create_directory(openFolder);
+  fs::permissions(openFolder, fs::perms(01777));
+  setenv("SPEECH_SYNTHESIZER_PATH", (openFolder.native() + ":" COMPLETE_SYNTHESIZER_DIR).c_str(),
+         1);
+  // An empty folder is not worth a line.
+  EXPECT_EQ(open(kOther, m_said), noSynthFound);
+  EXPECT_THAT(m_said, testing::Not(HasSubstr("everybody")));
+  fs::copy_file(kComplete, openFolder / "a.so");
+  fs::copy_file(kComplete, openFolder / "b.so");
+  EXPECT_EQ(open(kOther, m_said), noSynthFound);
+  EXPECT_THAT(m_said,
+              HasSubstr("The synthesizers in " + openFolder.native() +
+                        " are not loaded: everybody can write to " + openFolder.native() + ".\n"));
+  EXPECT_EQ(open(kOurs, m_said), noErr);
+  EXPECT_EQ(m_said, "");
+}
+
+// The end of what the system loads of a library; other parts may follow.
+std::uintmax_t endOfSegments(const fs::path& file) {
+  std::ifstream stream(file, std::ios::binary);
+  ElfW(Ehdr) header{};
+  stream.read(reinterpret_cast<char*>(&header), sizeof header);
+  stream.seekg(static_cast<std::streamoff>(header.e_phoff));
+  std::uintmax_t end = 0;
+  for (unsigned count = 0; count < header.e_phnum; ++count) {
+    ElfW(Phdr) segment{};
+    stream.read(reinterpret_cast<char*>(&segment), sizeof segment);
+    if (segment.p_type == PT_LOAD) end = std::max(end, segment.p_offset + segment.p_filesz);
+  }
+  return end;
+}
+
+// The system would map bytes after the end of the file, and reading them ends a process.
+TEST_F(SynthesizersTest, AreNotLoadedWhenTruncatedAtAnySize) {
+  const fs::path file = m_folder / "cut.so";
+  fs::copy_file(kComplete, file);
+  const std::uintmax_t end = endOfSegments(file);
+  ASSERT_GT(end, 4096U);
+  constexpr std::uintmax_t kStep = 64;
+  for (std::uintmax_t size = end - 1; size > sizeof(ElfW(Ehdr)); size -= std::min(size, kStep)) {
+    fs::resize_file(file, size);
+    ASSERT_THAT(problemOf(file), HasSubstr("cut.so cannot be loaded: the file is truncated"));
+  }
+  fs::resize_file(file, sizeof(ElfW(Ehdr)) - 1);
+  EXPECT_THAT(problemOf(file), HasSubstr("cut.so cannot be loaded: "));
+}
+
+TEST_F(SynthesizersTest, AreSkippedWithOneLineEachWhenDamaged) {
+  fs::copy_file(kComplete, m_folder / "a-cut.so");
+  fs::resize_file(m_folder / "a-cut.so", 1000);
+  std::ofstream(m_folder / "b-empty.so").close();
+  fs::create_symlink("nothing.so", m_folder / "c-dangling.so");
+  fs::copy_file(DEPENDENT_SYNTHESIZER_DIR "/KavrelSpeech.so", m_folder / "d-lost.so");
+  ASSERT_EQ(mkfifo((m_folder / "e-pipe.so").c_str(), 0644), 0);
+  setenv("SPEECH_SYNTHESIZER_PATH", (m_folder.native() + ":" COMPLETE_SYNTHESIZER_DIR).c_str(), 1);
+  EXPECT_EQ(open(kOurs, m_said), noErr);
+  EXPECT_THAT(m_said, AllOf(HasSubstr("a-cut.so cannot be loaded: the file is truncated."),
+                            HasSubstr("b-empty.so cannot be loaded"),
+                            HasSubstr("c-dangling.so is not loaded: "),
+                            HasSubstr("d-lost.so cannot be loaded: libneeded.so"),
+                            HasSubstr("e-pipe.so cannot be loaded: it is not a regular file.")));
+  EXPECT_EQ(std::count(m_said.begin(), m_said.end(), '\n'), 5) << m_said;
 }
 
 TEST_F(SynthesizersTest, AreFoundInTheUsersFolder) {

@@ -10,6 +10,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include "SpeechSynthesis/bundles/SearchPaths.h"
 #include "SpeechSynthesis/bundles/VoiceCatalogue.h"
@@ -165,6 +166,83 @@ TEST_F(Bundles, AreSkippedWhenTheListIsMalformed) {
   EXPECT_THAT(said, HasSubstr("Other.SpeechVoice is skipped: Info.plist has no dictionary"));
   EXPECT_THAT(said, HasSubstr("Without.SpeechVoice is skipped: it has no Info.plist"));
   EXPECT_THAT(said, HasSubstr("File.SpeechVoice is skipped: it is not a folder"));
+}
+
+TEST_F(Bundles, AreSkippedWhenTheListIsLongerThan64KiB) {
+  const auto writeWith = [this](const std::string& bundle, std::size_t size) {
+    writeVoice(bundle, goodVoice(static_cast<int>(size)));
+    std::ofstream(m_folder / bundle / "Info.plist", std::ios::app)
+        << std::string(size - fs::file_size(m_folder / bundle / "Info.plist"), ' ');
+  };
+  writeWith("Long.SpeechVoice", 65536);
+  writeWith("Longer.SpeechVoice", 65537);
+  // Other files of a bundle may have any size.
+  std::ofstream(m_folder / "Long.SpeechVoice/other") << std::string(100'000, ' ');
+  fs::create_directory(m_folder / "Pipe.SpeechVoice");
+  ASSERT_EQ(::mkfifo((m_folder / "Pipe.SpeechVoice/Info.plist").c_str(), 0644), 0);
+  testing::internal::CaptureStderr();
+  const VoiceCatalogue catalogue({m_folder});
+  EXPECT_EQ(testing::internal::GetCapturedStderr(),
+            "Voice " + (m_folder / "Longer.SpeechVoice").native() +
+                " is skipped: Info.plist is longer than 65536 bytes.\nVoice " +
+                (m_folder / "Pipe.SpeechVoice").native() + " is skipped: it has no Info.plist.\n");
+  ASSERT_EQ(catalogue.voices().size(), 1U);
+  EXPECT_EQ(catalogue.voices().front().bundle, m_folder / "Long.SpeechVoice");
+}
+
+// Elements in elements, as many as fit.
+TEST_F(Bundles, MayNestElementsDeeply) {
+  std::string nested;
+  for (int depth = 0; depth < 20'000; ++depth) nested += "<a>";
+  write("Deep.SpeechVoice/Info.plist", "<plist><dict>" + nested);
+  writeVoice("Good.SpeechVoice", goodVoice(9));
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(VoiceCatalogue({m_folder}).voices().size(), 1U);
+  EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("Deep.SpeechVoice is skipped: "));
+}
+
+TEST_F(Bundles, AreSkippedWhenOthersCanChangeThem) {
+  writeVoice("File.SpeechVoice", goodVoice(1));
+  writeVoice("Folder.SpeechVoice", goodVoice(2));
+  writeVoice("Good.SpeechVoice", goodVoice(3));
+  // The folder that a link leads to is not a part of the bundle.
+  writeVoice("elsewhere", goodVoice(4));
+  fs::create_directory(m_folder / "Linked.SpeechVoice");
+  fs::create_directory_symlink("../elsewhere", m_folder / "Linked.SpeechVoice/Contents");
+  for (const char* const open :
+       {"File.SpeechVoice/Info.plist", "Folder.SpeechVoice", "elsewhere/Info.plist"}) {
+    fs::permissions(m_folder / open, fs::perms::others_write, fs::perm_options::add);
+  }
+  testing::internal::CaptureStderr();
+  const VoiceCatalogue catalogue({m_folder}, platform::TrustedPaths("/"));
+  const std::string in = m_folder.native();
+  EXPECT_EQ(testing::internal::GetCapturedStderr(),
+            "Voice " + in + "/File.SpeechVoice is skipped: everybody can write to " + in +
+                "/File.SpeechVoice/Info.plist.\n" + "Voice " + in +
+                "/Folder.SpeechVoice is skipped: everybody can write to " + in +
+                "/Folder.SpeechVoice.\n" + "Voice " + in +
+                "/Linked.SpeechVoice is skipped: everybody can write to " + in +
+                "/elsewhere/Info.plist.\n");
+  ASSERT_EQ(catalogue.voices().size(), 1U);
+  EXPECT_EQ(catalogue.voices().front().bundle, m_folder / "Good.SpeechVoice");
+}
+
+// One line for all of them; none for a folder without voices.
+TEST_F(Bundles, AreSkippedTogetherWhenOthersCanChangeTheirFolder) {
+  writeVoice("open/A.SpeechVoice", goodVoice(1));
+  writeVoice("open/B.SpeechVoice", goodVoice(2));
+  writeVoice("safe/C.SpeechVoice", goodVoice(3));
+  fs::create_directory(m_folder / "empty");
+  for (const char* const open : {"open", "empty"}) {
+    fs::permissions(m_folder / open, fs::perms(01777));
+  }
+  testing::internal::CaptureStderr();
+  const VoiceCatalogue catalogue({m_folder / "open", m_folder / "empty", m_folder / "safe"},
+                                 platform::TrustedPaths("/"));
+  const std::string open = (m_folder / "open").native();
+  EXPECT_EQ(testing::internal::GetCapturedStderr(),
+            "The voices in " + open + " are skipped: everybody can write to " + open + ".\n");
+  EXPECT_EQ(catalogue.voices().size(), 1U);
 }
 
 TEST_F(Bundles, WithOtherNamesAreIgnored) {

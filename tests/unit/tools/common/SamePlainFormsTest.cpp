@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include "CoreFoundation/CFObject.h"
 #include "SpeechSynthesis/channel/CallerText.h"
 #include "SpokenText.h"
 #include "base/text/Utf8.h"
