@@ -139,8 +139,8 @@ SPEECH_PLATFORM_API extern const CFStringRef kSpeechDictionaryEntryPhonemes;
 /* Speaks a string; see SpeakBuffer. Null or an empty string stops the channel. `options` is a
  * dictionary of the options above; null and objects of other types count as no options. The string
  * and the options are retained or copied as needed. Positions of words, errors and the state count
- * UTF-16 units of the string, in every callback. No text-done is called. Results: those of
- * SpeakBuffer; paramErr if the converted text is longer than 2147483647 bytes. */
+ * UTF-16 units of the string, in every callback. Text-done is called as for SpeakBuffer. Results:
+ * those of SpeakBuffer; paramErr if the converted text is longer than 2147483647 bytes. */
 SPEECH_PLATFORM_API OSErr SpeakCFString(SpeechChannel chan, CFStringRef aString,
                                         CFDictionaryRef options);
 

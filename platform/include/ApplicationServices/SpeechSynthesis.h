@@ -15,24 +15,23 @@
  *  3. Arguments are copied: no text, record or URL has to outlive the call. Text is Mac OS Roman. A
  *     NUL inside a text is read as a blank.
  *  4. Positions and lengths count bytes of the caller's text, from 0. For a text of SpeakCFString
- *     they count UTF-16 units of the string. Word positions never decrease within a text, and
- *     position + length of a word is never more than the length of the text.
+ *     they count UTF-16 units of the string, and for a piece of a text-done callback the bytes of
+ *     the piece. Word positions never decrease within a text or piece, and position + length of a
+ *     word is never more than its length.
  *  5. All functions are safe to call from any thread, and from inside any callback. Several threads
  *     may use one channel at the same time; the calls take effect one after the other.
  *  6. Callbacks run on one thread that the Manager creates for them, one at a time, in the order of
  *     the events, and under no lock. A callback that does not return delays the callbacks of all
  *     channels, but no speech. A callback receives the client's channel and its soRefCon. It must
  *     not throw: an exception that leaves a callback ends the process.
- *  7. A job is one text, from the call that starts it to its speech-done callback. Speech-done is
- *     called exactly once per job, however the job ends; it is not called after the channel is
- *     disposed. After an immediate stop, no other callback of the stopped job begins.
- *  8. StopSpeechAt with kEndOfWord or kEndOfSentence returns immediately; a thread of the Manager
- *     waits for the boundary. Until the boundary is reached, the synthesizer accepts no other call
- *     for the channel. Calls that change the channel return noErr and take effect after the stop,
- *     in the order of the calls. Calls that need the synthesizer's result wait for the stop:
- *     GetSpeechInfo (except for soStatus, soErrors, soRecentSync and soCurrentVoice),
- * UseDictionary, TextToPhonemes, and SetSpeechInfo with a selector whose value has no known size.
- * Voice functions and DisposeSpeechChannel do not wait for it.
+ *  7. A job is one text with the pieces that the text-done callback adds to it, from the call that
+ *     starts it to its speech-done callback. Speech-done is called exactly once per job, however it
+ *     ends; it is not called after the channel is disposed. After an immediate stop, no other
+ *     callback of the stopped job begins.
+ *  8. No call waits for speech to reach a boundary. After StopSpeechAt and PauseSpeechAt with
+ *     kEndOfWord or kEndOfSentence every function works at once: StopSpeech ends the speech
+ *     immediately, a new text replaces the old one. With a synthesizer that can only wait for a
+ *     boundary, the stop waits, and so do later calls for the channel.
  *  9. After exit() is called, no callback begins. A process created by fork() has no channels of
  *     its parent; it can open its own.
  */
@@ -67,8 +66,9 @@ enum {
 
 /* Selectors of GetSpeechInfo and SetSpeechInfo, each with the type of `speechInfo`. "read": only
  * GetSpeechInfo accepts it; "write": only SetSpeechInfo. Values that a pointer refers to are read
- * or filled during the call. The synthesizer of this project keeps rates and pitches as whole
- * numbers and the volume in steps of 0.01, rounded toward zero. */
+ * or filled during the call. Rate, pitch, modulation and volume read back as they were set, until a
+ * reset; the synthesizer of this project speaks with whole numbers, and with steps of 0.01 for the
+ * volume, rounded toward zero. */
 enum {
   soStatus = 0x73746174,               /* 'stat'; read: SpeechStatusInfo * */
   soErrors = 0x6572726F,               /* 'erro'; read: SpeechErrorInfo * */
@@ -95,7 +95,8 @@ enum {
   soSynthExtension = 0x78746E64,       /* 'xtnd'; write: SpeechXtndData * */
   soOutputToFileWithCFURL = 0x6F706166 /* 'opaf'; write: CFURLRef of an AIFF file; null: device */
 };
-/* soPhonemeSymbols: the Manager creates a handle with a PhonemeDescriptor and stores it at the
+/* soInputMode: modeTune is accepted and has no effect; [[inpt TUNE]] in a text has.
+ * soPhonemeSymbols: the Manager creates a handle with a PhonemeDescriptor and stores it at the
  * address; whatever is there before is not read. The caller releases it with DisposeHandle. */
 
 /* Selectors of GetVoiceInfo. */
@@ -242,14 +243,17 @@ SPEECH_PLATFORM_CHECK(sizeof(DelimiterInfo) == 4, "DelimiterInfo");
  * callback thread (conventions 5 and 6) and may call any function, DisposeSpeechChannel included. A
  * change of a callback or of soRefCon applies from the next callback on. */
 
-/* Asks for more text, which is spoken after the text of SpeakBuffer as if both were one text. The
- * callback sets `*nextBuf` and `*byteLen` to the next piece; it must stay valid until the next call
- * of the callback or speech-done. Null or length 0 ends the text. So does a piece that would make
- * the text longer than 2147483647 bytes; that piece is not spoken. Positions count on from piece to
- * piece. The callback is called repeatedly until the text ends, never from inside SpeakBuffer; the
- * first word is spoken after that. If the complete text cannot be spoken, the error callback is
- * called, then speech-done. `*controlFlags` holds the flags of SpeakBuffer; changes to it are
- * ignored. Not called for texts of SpeakCFString. */
+/* Asks for more text, which is spoken after the text of the job so far. The callback sets
+ * `*nextBuf` and `*byteLen` to the next piece, in Mac OS Roman; it must stay valid until the next
+ * call of the callback or speech-done. Null or length 0 ends the text. So does a piece that would
+ * make the text that is not spoken yet longer than 2147483647 bytes; that piece is not spoken.
+ *
+ * The callback is called for every text before speech-done, when about two seconds of speech are
+ * left, but not after a stop, and never from inside the call that starts the text. With an output
+ * file it is called until the text ends, before the first word. `*controlFlags` holds the flags of
+ * the text so far; the value that the callback leaves there holds for the next piece. What commands
+ * have set (rate, pitch, volume, modes) holds in later pieces. If a piece cannot be spoken, the
+ * error callback is called, then speech-done. */
 typedef void (*SpeechTextDoneProcPtr)(SpeechChannel chan, SRefCon refCon, const void** nextBuf,
                                       unsigned long* byteLen, SInt32* controlFlags);
 
@@ -263,8 +267,9 @@ typedef void (*SpeechDoneProcPtr)(SpeechChannel chan, SRefCon refCon);
 typedef void (*SpeechSyncProcPtr)(SpeechChannel chan, SRefCon refCon, OSType syncMessage);
 
 /* An error occurred at position `bytePos` of the text. `theError` is a result; badInputText for a
- * part of the text that is left out or spoken in another way than it is written. Such errors come
- * before the first word. */
+ * part of the text that is left out or spoken in another way than it is written, and ioErr if the
+ * output file cannot be written any more. The former come before the first word of the text or
+ * piece, the latter before speech-done. */
 typedef void (*SpeechErrorProcPtr)(SpeechChannel chan, SRefCon refCon, OSErr theError,
                                    long bytePos);
 
@@ -396,11 +401,12 @@ SPEECH_PLATFORM_API OSErr DisposeSpeechChannel(SpeechChannel chan);
  * that has no meaning (an unknown command, an unknown phoneme, a bracket that is not closed) is
  * reported by the error callback and by soErrors; the rest is spoken. kSpeechStrictTextProperty
  * switches that off.
- * With a text-done callback or kPreflightThenPause, the synthesizer receives the text after this
- * function has returned. If it then cannot speak the text, the error callback is called, then
- * speech-done. Results: noErr; paramErr if the text is longer than 2147483647 bytes; synthNotReady,
- * also if the stopped speech does not end within one second; badInputText if the synthesizer cannot
- * speak the text. */
+ * With kPreflightThenPause, and with a text-done callback after a short text, the synthesizer
+ * receives the text after this function has returned. If it then cannot speak the text, the error
+ * callback is called, then speech-done. Results: noErr; paramErr if the text is longer than
+ * 2147483647 bytes; synthNotReady, also if the stopped speech does not end within one second;
+ * badInputText if the synthesizer cannot speak the text; fnfErr, permErr or ioErr if the output
+ * file cannot be written. */
 SPEECH_PLATFORM_API OSErr SpeakBuffer(SpeechChannel chan, const void* textBuf,
                                       unsigned long textBytes, SInt32 controlFlags);
 
@@ -464,7 +470,8 @@ SPEECH_PLATFORM_API OSErr UseDictionary(SpeechChannel chan, Handle dictionary);
  * soRefCon apply from the next callback on. Read-only selectors are ignored, with noErr. Results:
  * noErr; siUnknownInfoType if the selector is unknown; paramErr if the selector needs a value and
  * `speechInfo` is null, if the selector has no such mode, or if a file URL has a path longer than
- * 2047 bytes; voiceNotFound and incompatibleVoice (soCurrentVoice only). */
+ * 2047 bytes; fnfErr if the folder of the file does not exist; permErr if the file cannot be
+ * written; voiceNotFound and incompatibleVoice (soCurrentVoice only). */
 SPEECH_PLATFORM_API OSErr SetSpeechInfo(SpeechChannel chan, OSType selector,
                                         const void* speechInfo);
 

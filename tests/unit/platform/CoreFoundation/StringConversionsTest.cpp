@@ -281,6 +281,14 @@ TEST(ShownCollections, MayContainThemselves) {
   // Breaks the cycle, so that the array is destroyed.
   outer.get()->values.clear();
   CFRelease(outer.get());
+
+  const auto dictionary = Owned(CFDictionaryCreateMutable(
+      nullptr, 0, &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks));
+  CFDictionarySetValue(dictionary.get(), CFSTR("me"), dictionary.get());
+  std::string expected = "{...}";
+  for (int level = 0; level < 8; ++level) expected = "{me = " + expected + "}";
+  EXPECT_EQ(shown(dictionary.get()), expected + "\n");
+  CFDictionaryRemoveValue(dictionary.get(), CFSTR("me"));
 }
 
 // ---- Byte order
