@@ -189,6 +189,11 @@ class Paths : public ChannelTest {
     return CFStringCreateWithBytes(nullptr, reinterpret_cast<const UInt8*>(text.data()),
                                    static_cast<CFIndex>(text.size()), encoding, false);
   }
+  // A string in Mac OS Roman that has `length` bytes in UTF-8. It has a character that is not
+  // ASCII, and so must be converted.
+  static CFStringRef convertedString(std::size_t length) {
+    return stringOf('\x8E' + std::string(length - 2, 'x'), kCFStringEncodingMacRoman);
+  }
 };
 
 TEST_F(Paths, AURLIsConvertedToItsPath) {
@@ -215,12 +220,6 @@ TEST_F(Paths, AStringInItsOwnEncodingIsCopied) {
   EXPECT_EQ(engine().live().blocks, 1);
   cst_free(copy);
   CFRelease(string);
-}
-
-// A string in Mac OS Roman that has `length` bytes in UTF-8. It has a character that is not ASCII,
-// and so must be converted.
-CFStringRef convertedString(std::size_t length) {
-  return stringOf('\x8E' + std::string(length - 2, 'x'), kCFStringEncodingMacRoman);
 }
 
 // A string in another encoding is converted into a buffer that is doubled until the string fits.
