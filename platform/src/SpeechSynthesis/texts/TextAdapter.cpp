@@ -149,9 +149,10 @@ std::string Adapter::stateAtEnd() const {
   if (m_skipsWord) state.add("ctxt WSKP");
   // Emphasis that was written had no word after it either.
   if (m_emphasis != Emphasis::None) state.add("emph +");
-  // The blank keeps the last delimiter apart from the initial one. One that contains the initial
-  // one cannot be written.
-  const bool fits = m_delimiters.find(m_settings.closeDelimiter) == std::string::npos;
+  // The blank keeps the last delimiter apart from the initial one. One that contains an initial one
+  // cannot be written.
+  const bool fits = m_delimiters.find(m_settings.openDelimiter) == std::string::npos &&
+                    m_delimiters.find(m_settings.closeDelimiter) == std::string::npos;
   if (!m_delimiters.empty() && fits) state.add("dlim" + m_delimiters + ' ');
   return state.text(m_settings.openDelimiter, m_settings.closeDelimiter);
 }
