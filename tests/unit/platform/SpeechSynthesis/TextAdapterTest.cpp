@@ -335,6 +335,42 @@ TEST(TextAdapter, CountsFromTheInitialValueAfterAReset) {
 
 // ---- Positions
 
+TEST(TextAdapter, ReturnsTheStateAtTheEnd) {
+  const auto stateAfter = [](const std::string& text, const TextSettings& settings = {}) {
+    return adaptText(text, settings).stateAtEnd;
+  };
+  EXPECT_EQ(stateAfter("plain"), "");
+  EXPECT_EQ(stateAfter("[[slnc 5]][[sync 3]][[cmnt rate 5]][[frob]]x"), "");
+  EXPECT_EQ(stateAfter("[[rate 200]]a[[RATE 90]]b"), "[[rate 90]]");
+  EXPECT_EQ(stateAfter("[[rate 200; rate +20]]a[[rate -5.5]]b"), "[[rate 200; rate +14.5]]");
+  EXPECT_EQ(stateAfter("[[rate +20]]a[[rate -20]]"), "");
+  EXPECT_EQ(stateAfter("[[volm +0.25]]a[[volm +.25]]"), "[[volm +0.5]]");
+  EXPECT_EQ(stateAfter("[[volm -1e300]]"), "[[volm -100000]]");
+  EXPECT_EQ(stateAfter("[[pbas 50]][[pmod 3]][[char LTRL; nmbr ltrl]]"),
+            "[[char LTRL; nmbr LTRL; pbas 50; pmod 3]]");
+  EXPECT_EQ(stateAfter("[[rate 90]]a[[rset 0]]b[[rate +10]]"), "[[rset 0; rate +10]]");
+  EXPECT_EQ(stateAfter("[[inpt PHON]]hEH"), "[[inpt PHON]]");
+  EXPECT_EQ(stateAfter("[[inpt TUNE]]~"), "[[inpt TUNE]]");
+  EXPECT_EQ(stateAfter("[[inpt PHON]]hEH[[inpt TEXT]]"), "");
+  EXPECT_EQ(stateAfter("[[inpt PHON]]hEH[[rset]]"), "[[rset 0]]");
+  EXPECT_EQ(stateAfter("[[ctxt WSKP]]a[[ctxt TSKP]]"), "[[ctxt TSKP; ctxt WSKP]]");
+  EXPECT_EQ(stateAfter("a [[emph +]] "), "[[emph +]]");
+  EXPECT_EQ(stateAfter("a [[emph +]] b"), "");
+  EXPECT_EQ(stateAfter("[[dlim << >>]]<<rate 90>>"), "[[rate 90; dlim << >> ]]");
+  EXPECT_EQ(stateAfter("[[dlim << >>]]<<dlim>>"), "[[dlim  ]]");
+  EXPECT_EQ(stateAfter("[[dlim << ]>]]"), "[[dlim << ]> ]]");
+
+  TextSettings settings;
+  settings.startsInPhonemes = true;
+  EXPECT_EQ(stateAfter("hEH", settings), "");
+  EXPECT_EQ(stateAfter("hEH[[inpt TEXT]]", settings), "[[inpt TEXT]]");
+  EXPECT_EQ(stateAfter("hEH[[rset]]a[[inpt PHON]]", settings), "[[rset 0; inpt PHON]]");
+  settings.openDelimiter = "<<";
+  settings.closeDelimiter = ">>";
+  EXPECT_EQ(stateAfter("hEH<<rate 90>>", settings), "<<rate 90>>");
+  EXPECT_EQ(stateAfter("hEH<<dlim {{ }}>>{{dlim << ]]}}", settings), "");  // cannot be written
+}
+
 TEST(TextAdapter, KnowsWhereEachWordCameFrom) {
   const std::string given =
       "one [[frob]]two [[sync 0x9]]three [[ctxt TSKP]]x[[ctxt NORM]]four [[emph +]]five [[ six";
