@@ -17,10 +17,30 @@
 #include <string>
 #include <thread>
 
+extern "C" __attribute__((weak, visibility("default"))) bool beepSynthesizerRuns(bool runs);
+
 namespace {
 
+// Scope guards for code of the synthesizer, and for its calls of the Manager.
+template <bool kRuns>
+class Running {
+ public:
+  Running() : m_before(tell(kRuns)) {}
+  ~Running() { tell(m_before); }
+  Running(const Running&) = delete;
+  Running& operator=(const Running&) = delete;
+
+ private:
+  static bool tell(bool runs) {
+    return beepSynthesizerRuns != nullptr && beepSynthesizerRuns(runs);
+  }
+  bool m_before;
+};
+using Inside = Running<true>;
+using Outside = Running<false>;
+
 constexpr OSType kBeep = 0x42454550;
-constexpr std::chrono::milliseconds kWordTime{10};
+constexpr std::chrono::milliseconds kWordTime{1};
 constexpr long kRefused = -1;
 
 class Beeper {
@@ -82,12 +102,15 @@ class Beeper {
  private:
   // Beeps for every word, until the end of the text or a stop.
   void run(const std::string& text) {
+    const Inside inside;
     const auto refCon = [this] { return const_cast<void*>(get(soRefCon)); };
     constexpr const char* kBlanks = " \t\r\n";
     for (std::size_t begin = text.find_first_not_of(kBlanks); begin != std::string::npos;) {
       const std::size_t end = std::min(text.find_first_of(kBlanks, begin), text.size());
       if (const auto word = callback<SpeechWordProcPtr>(soWordCallBack)) {
-        word(nullptr, refCon(), begin, static_cast<UInt16>(end - begin));
+        void* const who = refCon();
+        const Outside outside;
+        word(nullptr, who, begin, static_cast<UInt16>(end - begin));
       }
       std::unique_lock held(m_lock);
       m_changed.wait_for(held, kWordTime, [this] { return m_stopped; });
@@ -100,7 +123,9 @@ class Beeper {
       m_busy = false;
     }
     if (const auto done = callback<SpeechDoneProcPtr>(soSpeechDoneCallBack)) {
-      done(nullptr, refCon());
+      void* const who = refCon();
+      const Outside outside;
+      done(nullptr, who);
     }
   }
 
@@ -122,6 +147,7 @@ SpeechChannelIdentifier g_last = 0;
 // Returns what `work` returns for an open channel.
 template <typename Work>
 long with(SpeechChannelIdentifier channel, Work work) {
+  const Inside inside;
   std::shared_ptr<Beeper> beeper;
   {
     const std::lock_guard held(g_lock);
@@ -137,6 +163,7 @@ long with(SpeechChannelIdentifier channel, Work work) {
 #define ENTRY_POINT extern "C" __attribute__((visibility("default"))) long
 
 ENTRY_POINT SEOpenSpeechChannel(SpeechChannelIdentifier* channel) {
+  const Inside inside;
   const std::lock_guard held(g_lock);
   *channel = ++g_last;
   g_beepers[*channel] = std::make_shared<Beeper>();
@@ -144,10 +171,16 @@ ENTRY_POINT SEOpenSpeechChannel(SpeechChannelIdentifier* channel) {
 }
 
 ENTRY_POINT SECloseSpeechChannel(SpeechChannelIdentifier channel) {
-  std::unique_lock held(g_lock);
-  const auto closed = g_beepers.extract(channel);
-  held.unlock();
-  return closed.empty() ? long{noSynthFound} : long{noErr};
+  const Inside inside;
+  std::shared_ptr<Beeper> closed;
+  {
+    const std::lock_guard held(g_lock);
+    const auto found = g_beepers.find(channel);
+    if (found == g_beepers.end()) return noSynthFound;
+    closed = std::move(found->second);
+    g_beepers.erase(found);
+  }
+  return noErr;
 }
 
 ENTRY_POINT SESpeechStatus(SpeechChannelIdentifier channel, SpeechStatusInfo* status) {

@@ -9,9 +9,11 @@
  * Conventions
  *  1. Results are OSErr; 0 (noErr) is success. Every function that takes a channel returns
  *     invalidComponentID and has no effect if the channel is null, disposed or otherwise not open.
- *  2. Every function with a result may also return memFullErr (out of memory), or badInputText for
- *     a failure inside the synthesizer that has no result of its own. The lists of results below do
- *     not repeat these two and invalidComponentID. No C++ exception leaves a function.
+ *  2. Every function with a result may also return memFullErr (out of memory; for a text also: no
+ *     thread for the callbacks), or badInputText for a failure inside the synthesizer that has no
+ *     result of its own. The lists of results below do not repeat these two and
+ *     invalidComponentID. No C++ exception leaves a function. A text is accepted if and only if the
+ *     result is noErr; then its speech-done comes, even if memory runs out meanwhile.
  *  3. Arguments are copied: no text, record or URL has to outlive the call. Text is Mac OS Roman. A
  *     NUL inside a text is read as a blank.
  *  4. Positions and lengths count bytes of the caller's text, from 0. For a text of SpeakCFString

@@ -34,7 +34,8 @@ constexpr VoiceSpec kAbsent = {0x41425354, 4};
 class SearchFolders : public testing::Environment {
  public:
   void SetUp() override {
-    ASSERT_EQ(setenv("SPEECH_VOICE_PATH", MORE_VOICES_DIR ":" VOICES_DIR, 1), 0);
+    ASSERT_EQ(setenv("SPEECH_VOICE_PATH", BEEP_VOICES_DIR ":" BROKEN_VOICES_DIR ":" VOICES_DIR, 1),
+              0);
     ASSERT_EQ(
         setenv("SPEECH_SYNTHESIZER_PATH",
                THROWING_SYNTHESIZER_DIR ":" DEPENDENT_SYNTHESIZER_DIR ":" INCOMPLETE_SYNTHESIZER_DIR

@@ -3,10 +3,15 @@
 // SearchPaths: folders from the dynamic linker and from environment variables.
 #include "SpeechSynthesis/bundles/SearchPaths.h"
 
+#include <algorithm>
+#include <cerrno>
 #include <cstdlib>
+#include <memory>
+#include <new>
 #include <string_view>
 #include <system_error>
 
+#include <dirent.h>
 #include <dlfcn.h>
 #include <link.h>
 
@@ -27,6 +32,7 @@ std::filesystem::path managerLibraryFile() {
   std::error_code failure;
   // canonical: data folders are found relative to the real file, not to a link to it.
   std::filesystem::path library = std::filesystem::canonical(file, failure);
+  if (failure == std::errc::not_enough_memory) throw std::bad_alloc();
   return failure ? std::filesystem::path() : library;
 }
 
@@ -57,6 +63,22 @@ std::vector<std::filesystem::path> foldersInVariable(const char* variable) {
     rest.remove_prefix(std::min(length + 1, rest.size()));
   }
   return folders;
+}
+
+// Not with std::filesystem, whose iterators end the process when there is no memory for a name.
+std::vector<std::filesystem::path> pathsIn(const std::filesystem::path& folder) {
+  const std::unique_ptr<DIR, int (*)(DIR*)> list(opendir(folder.c_str()), &closedir);
+  // Otherwise a folder would seem empty that is not.
+  if (list == nullptr && errno == ENOMEM) throw std::bad_alloc();
+  std::vector<std::filesystem::path> paths;
+  while (list != nullptr) {
+    const dirent* const entry = readdir(list.get());
+    if (entry == nullptr) break;
+    const std::string_view name = entry->d_name;
+    if (name != "." && name != "..") paths.push_back(folder / name);
+  }
+  std::sort(paths.begin(), paths.end());
+  return paths;
 }
 
 }  // namespace platform

@@ -5,6 +5,7 @@
 // The environment is read at each call; the folders need not exist. The caller must not change the
 // environment on another thread at the same time. In a program with raised privileges (setuid,
 // setgid, capabilities) all variables count as unset: the user who started it chooses no folder.
+// Every function may throw std::bad_alloc.
 #pragma once
 
 #include <filesystem>
@@ -25,5 +26,9 @@ std::filesystem::path userDataFolder();
 
 // The folders in an environment variable, separated by colons, in order. Empty names are skipped.
 std::vector<std::filesystem::path> foldersInVariable(const char* variable);
+
+// What is in `folder`, sorted by name: the system lists a folder in any order. Empty if the folder
+// does not exist or cannot be read.
+std::vector<std::filesystem::path> pathsIn(const std::filesystem::path& folder);
 
 }  // namespace platform

@@ -4,9 +4,11 @@
 #include <CoreFoundation/CFBundle.h>
 #include <CoreFoundation/CFURL.h>
 
+#include <cerrno>
 #include <cstdint>
 #include <cstring>
 #include <fstream>
+#include <new>
 #include <string>
 #include <system_error>
 
@@ -21,10 +23,16 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// The system's message about the last dlopen or dlsym that failed.
+// The system's message about the last dlopen that failed. Throws std::bad_alloc if memory was the
+// reason: then the library may load later. The message is all that the linker tells about that; it
+// ends with the text of the system's error, and has another text if there is no memory for that.
 std::string loaderMessage() {
-  const char* const message = dlerror();
-  return message == nullptr ? "no reason given" : message;
+  const char* const found = dlerror();
+  const std::string message = found == nullptr ? "no reason given" : found;
+  if (message.ends_with(std::strerror(ENOMEM)) || message == "out of memory") {
+    throw std::bad_alloc();
+  }
+  return message;
 }
 
 // True if `file` is a library of this machine's word size that ends before the contents that its
@@ -114,7 +122,12 @@ OSErr SynthesizerPlugIn::useVoice(SpeechChannelIdentifier channel, const Voice& 
       kCFAllocatorDefault, reinterpret_cast<const UInt8*>(path.data()),
       static_cast<CFIndex>(path.size()), true));
   const Owned bundle(CFBundleCreate(kCFAllocatorDefault, url.get()));
-  if (!bundle) return voiceNotFound;
+  if (!bundle) {
+    // Core Foundation does not say which of the two it is.
+    std::error_code failure;
+    if (fs::is_directory(voice.bundle, failure)) throw std::bad_alloc();
+    return voiceNotFound;
+  }
   VoiceSpec spec = voice.spec;
   return toClientResult(m_entryPoints.useVoice(channel, &spec, bundle.get()));
 }

@@ -26,7 +26,7 @@ class SynthesizerPlugIn {
  public:
   // Loads the library `file` and looks up all entry points. Throws PlugInError, which names the
   // file and says what is wrong: the file does not exist, it is truncated, the system cannot load
-  // it, or an entry point is missing.
+  // it, or an entry point is missing. Throws std::bad_alloc if memory is all that is missing.
   explicit SynthesizerPlugIn(const std::filesystem::path& file);
 
   // The entry points. All return 0 or one of the Manager's results; -240 for a channel that they do
@@ -54,7 +54,7 @@ class SynthesizerPlugIn {
   const EntryPoints& call() const { return m_entryPoints; }
 
   // Sets the voice of an open channel. Results: noErr; voiceNotFound if the bundle of the voice no
-  // longer exists; those of the synthesizer.
+  // longer exists; those of the synthesizer. Throws std::bad_alloc.
   OSErr useVoice(SpeechChannelIdentifier channel, const Voice& voice) const;
 
  private:

@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <exception>
 #include <string>
-#include <system_error>
 #include <utility>
 
 #include "SpeechSynthesis/bundles/TrustedPaths.h"
@@ -129,25 +128,20 @@ const SynthesizerPlugIn* Synthesizers::find(OSType creator) {
 }
 
 // Returns the libraries that have not been tried, in the order of the folders, and sorted by name
-// in each folder: the system lists a folder in any order. A folder that cannot be read is empty.
+// in each folder. A folder that cannot be read is empty.
 // One that is not trusted is reported and skipped, if it has libraries.
 std::vector<fs::path> Synthesizers::listUntriedFiles() {
   std::vector<fs::path> files;
   for (const fs::path& folder : searchFolders()) {
     if (wasTried(folder)) continue;
-    std::error_code failure;
-    std::vector<fs::path> found;
-    for (fs::directory_iterator entry(folder, failure), end; !failure && entry != end;
-         entry.increment(failure)) {
-      if (entry->path().extension() == kSuffix) found.push_back(entry->path());
-    }
+    std::vector<fs::path> found = pathsIn(folder);
+    std::erase_if(found, [](const fs::path& file) { return file.extension() != kSuffix; });
     if (found.empty()) continue;
     if (const auto reason = TrustedPaths(m_ownFile).problemOf(folder)) {
       m_seen.push_back(folder);
       writeMessage("The synthesizers in " + folder.string() + " are not loaded: " + *reason);
       continue;
     }
-    std::sort(found.begin(), found.end());
     for (fs::path& file : found) {
       if (!wasTried(file)) files.push_back(std::move(file));
     }
@@ -176,6 +170,10 @@ Synthesizers::TryResult Synthesizers::tryFile(const fs::path& file, OSType creat
     writeMessage(reason.what());
     return TryResult::OfOthers;
   }
+  // Out of memory is found before the channel is open, and leaves nothing half done.
+  fs::path tried = file;
+  m_seen.reserve(m_seen.size() + 1);
+  m_loaded.reserve(m_loaded.size() + 1);
   SpeechChannelIdentifier channel = 0;
   std::string reason;
   if (!openChannel(*plugIn, channel, reason)) {
@@ -183,18 +181,19 @@ Synthesizers::TryResult Synthesizers::tryFile(const fs::path& file, OSType creat
     writeMessage("The synthesizer " + file.string() + " cannot open a channel" + reason);
     return TryResult::Unusable;
   }
-  m_seen.push_back(file);
   const OSType its = creatorOf(*plugIn, channel);
-  // Kept all the same, so that it is not loaded and reported again.
-  if (its == 0)
-    writeMessage("The synthesizer " + file.string() + " does not report the creator of its voices");
   const SynthesizerPlugIn* const kept = plugIn.get();
+  m_seen.push_back(std::move(tried));
+  // Kept also without a creator, so that it is not loaded and reported again.
   m_loaded.push_back({its, std::move(plugIn)});
   if (its == creator) {
     opened = {kept, channel};
     return TryResult::Opened;
   }
   closeUnused(*kept, channel);
+  if (its == 0) {
+    writeMessage("The synthesizer " + file.string() + " does not report the creator of its voices");
+  }
   return TryResult::OfOthers;
 }
 

@@ -4,10 +4,12 @@
 // every folder above a link's target is seen.
 #include "SpeechSynthesis/bundles/TrustedPaths.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
+#include <climits>
 #include <cstring>
-#include <deque>
+#include <new>
 #include <system_error>
 #include <vector>
 
@@ -32,7 +34,7 @@ constexpr std::size_t kRecordSize = 16384;
 
 // Something that a path leads through.
 struct Step {
-  fs::path path;
+  std::string path;
   struct stat about {};
   bool isLast = false;  // what the path leads to
 
@@ -47,11 +49,21 @@ struct Step {
   }
 };
 
+// Removes the first name from `rest`, a path without a root, and returns it; empty if there is
+// none.
+std::string takeName(std::string& rest) {
+  const std::size_t begin = std::min(rest.find_first_not_of('/'), rest.size());
+  const std::size_t end = std::min(rest.find('/', begin), rest.size());
+  std::string name = rest.substr(begin, end - begin);
+  rest.erase(0, end);
+  return name;
+}
+
 // Reads about `step.path` and calls visit(step).
 template <typename Visit>
 std::optional<std::string> visitStep(Step& step, Visit& visit) {
   if (::lstat(step.path.c_str(), &step.about) == 0) return visit(step);
-  return step.path.string() + ": " + std::strerror(errno);
+  return step.path + ": " + std::strerror(errno);
 }
 
 // Calls visit(step) for the root, and for each folder, link and file on the way to `path`; then for
@@ -61,42 +73,41 @@ template <typename Visit>
 std::optional<std::string> walk(const fs::path& path, const std::set<std::string>& known,
                                 Visit visit) {
   std::error_code failure;
-  const fs::path whole = fs::absolute(path, failure);
+  std::string rest = fs::absolute(path, failure).native();
   if (failure) return path.string() + " is not a usable path";
-  std::deque<fs::path> rest(whole.begin(), whole.end());
-  Step step;
-  fs::path reached;
+  constexpr const char* kRoot = "/";
+  std::string reached = kRoot;
+  Step step{reached};
+  if (const auto reason = visitStep(step, visit)) return reason;
   int links = 0;
-  while (!rest.empty()) {
-    const fs::path name = std::move(rest.front());
-    rest.pop_front();
-    if (name.empty() || name == ".") continue;
+  for (std::string name; !(name = takeName(rest)).empty();) {
+    if (name == ".") continue;
     // Links are resolved, so the parent is that of the real folder.
     if (name == "..") {
-      reached = reached.parent_path();
+      reached.erase(std::max<std::size_t>(reached.rfind('/'), 1));
       continue;
     }
-    step.path = reached / name;
-    if (known.contains(step.path.native())) {
+    step.path = reached == kRoot ? kRoot + name : reached + '/' + name;
+    const bool isKnown = known.contains(step.path);
+    if (!isKnown) {
+      if (const auto reason = visitStep(step, visit)) return reason;
+    }
+    if (isKnown || !step.isLink()) {
       reached = step.path;
       continue;
     }
-    if (const auto reason = visitStep(step, visit)) return reason;
-    if (!step.isLink()) {
-      reached = step.path;
-      continue;
-    }
-    const fs::path target = fs::read_symlink(step.path, failure);
-    if (failure || ++links > kMostLinks) return step.path.string() + " is not a usable link";
-    // The first name of an absolute target is "/", which replaces `reached`.
-    rest.insert(rest.begin(), target.begin(), target.end());
+    std::array<char, PATH_MAX> target;
+    const ssize_t length = ::readlink(step.path.c_str(), target.data(), target.size());
+    if (length <= 0 || ++links > kMostLinks) return step.path + " is not a usable link";
+    rest.insert(0, target.data(), static_cast<std::size_t>(length));
+    if (target[0] == '/') reached = kRoot;
   }
   step.path = reached;
   step.isLast = true;
   return visitStep(step, visit);
 }
 
-bool hasAccessList(const fs::path& path) {
+bool hasAccessList(const std::string& path) {
   return ::getxattr(path.c_str(), "system.posix_acl_access", nullptr, 0) > 0;
 }
 
@@ -130,8 +141,10 @@ bool isPrivateGroup(gid_t number, uid_t user) {
   passwd* foundUser = nullptr;
   group members{};
   group* foundGroup = nullptr;
-  ::getpwuid_r(user, &owner, roomOfUser.data(), roomOfUser.size(), &foundUser);
-  ::getgrgid_r(number, &members, roomOfGroup.data(), roomOfGroup.size(), &foundGroup);
+  const int ofUser = ::getpwuid_r(user, &owner, roomOfUser.data(), roomOfUser.size(), &foundUser);
+  const int ofGroup =
+      ::getgrgid_r(number, &members, roomOfGroup.data(), roomOfGroup.size(), &foundGroup);
+  if (ofUser == ENOMEM || ofGroup == ENOMEM) throw std::bad_alloc();
   if (foundUser == nullptr || foundGroup == nullptr) return false;
   if (owner.pw_gid != number || std::strcmp(owner.pw_name, members.gr_name) != 0) return false;
   for (char** member = members.gr_mem; *member != nullptr; ++member) {
@@ -175,7 +188,7 @@ bool TrustedPaths::isTrustedGroup(gid_t group) const {
 std::optional<std::string> TrustedPaths::problemOf(const fs::path& path) {
   if (m_everybody) return std::nullopt;
   return walk(path, m_folders, [this](const Step& step) -> std::optional<std::string> {
-    const std::string name = step.path.string();
+    const std::string& name = step.path;
     if (!m_users.contains(step.about.st_uid)) {
       return name + " belongs to " + nameOfUser(step.about.st_uid);
     }
@@ -186,18 +199,18 @@ std::optional<std::string> TrustedPaths::problemOf(const fs::path& path) {
         return "the group " + nameOfGroup(step.about.st_gid) + " can write to " + name;
       }
     }
-    if (S_ISDIR(step.about.st_mode)) m_folders.insert(step.path.native());
+    if (S_ISDIR(step.about.st_mode)) m_folders.insert(step.path);
     return std::nullopt;
   });
 }
 
 std::optional<std::string> TrustedPaths::problemOfTree(const fs::path& folder) {
   if (auto reason = problemOf(folder)) return reason;
-  std::error_code failure;
-  constexpr auto kOptions = fs::directory_options::skip_permission_denied;
-  for (fs::recursive_directory_iterator entry(folder, kOptions, failure), end;
-       !failure && entry != end; entry.increment(failure)) {
-    if (auto reason = problemOf(entry->path())) return reason;
+  for (const fs::path& entry : pathsIn(folder)) {
+    // A link is followed to what it leads to, but not into a folder.
+    std::error_code failure;
+    const bool isFolder = fs::symlink_status(entry, failure).type() == fs::file_type::directory;
+    if (auto reason = isFolder ? problemOfTree(entry) : problemOf(entry)) return reason;
   }
   return std::nullopt;
 }

@@ -15,6 +15,8 @@
 // A group whose folder or file has an access control list is not trusted, as the list may name any
 // user.
 //
+// Every function may throw std::bad_alloc.
+//
 // Threads: an object belongs to one thread at a time. A trusted path stays trusted unless a trusted
 // user changes it, so it can be used after the check.
 #pragma once

@@ -76,20 +76,14 @@ const Voice* VoiceCatalogue::defaultVoice() const {
 void VoiceCatalogue::addFolder(const fs::path& folder, TrustedPaths& trusted) {
   std::error_code failure;
   std::vector<fs::path> bundles;
-  for (fs::directory_iterator entry(folder, failure), end; !failure && entry != end;
-       entry.increment(failure)) {
-    if (entry->path().extension() == kBundleSuffix) {
-      bundles.push_back(fs::absolute(entry->path(), failure));
-    }
+  for (const fs::path& entry : pathsIn(folder)) {
+    if (entry.extension() == kBundleSuffix) bundles.push_back(fs::absolute(entry, failure));
   }
   if (bundles.empty()) return;
   if (const auto reason = trusted.problemOf(folder)) {
     writeMessage("The voices in " + folder.string() + " are skipped: " + *reason);
     return;
   }
-  // The system lists a folder in any order, but the indices of voices must not vary between
-  // processes.
-  std::sort(bundles.begin(), bundles.end());
   for (const fs::path& bundle : bundles) addBundle(bundle, trusted);
 }
 

@@ -44,11 +44,12 @@ class VoiceCatalogue {
   // does not exist is skipped silently. Of two voices with the same VoiceSpec the first is kept, so
   // that an earlier folder can replace a voice of a later one; if both are in one folder, a line on
   // standard error says so.
-  // `trusted` decides which bundles may be used.
+  // `trusted` decides which bundles may be used. Throws std::bad_alloc.
   explicit VoiceCatalogue(const std::vector<std::filesystem::path>& folders,
                           TrustedPaths trusted = TrustedPaths());
 
   // The catalogue of the process, created from searchFolders() at the first call. Never destroyed.
+  // Throws std::bad_alloc; the next call tries again.
   static const VoiceCatalogue& shared();
 
   // The folders to search, in order: those of SPEECH_VOICE_PATH, the user's folder, those next to

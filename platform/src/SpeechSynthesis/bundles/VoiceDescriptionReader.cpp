@@ -4,22 +4,24 @@
 // may be damaged. pugixml parses the property list.
 #include "SpeechSynthesis/bundles/VoiceDescriptionReader.h"
 
-#include <CoreFoundation/CFString.h>
-
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <charconv>
 #include <cstring>
-#include <fstream>
 #include <limits>
+#include <new>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <system_error>
 
+#include <fcntl.h>
 #include <pugixml.hpp>
+#include <unistd.h>
 
-#include "CoreFoundation/CFObject.h"
+#include "base/text/MacRoman.h"
+#include "base/text/Utf8.h"
 
 namespace platform {
 namespace {
@@ -29,14 +31,28 @@ namespace fs = std::filesystem;
 // The most that is read of a property list. One with all keys has about 1 KiB.
 constexpr std::size_t kMostBytes = 65536;
 
+// Throws std::bad_alloc if the system is out of memory, which says nothing about the file.
+[[noreturn]] void throwUnreadable(int error) {
+  if (error == ENOMEM) throw std::bad_alloc();
+  throw BundleError(std::string("Info.plist cannot be read: ") + std::strerror(error));
+}
+
+// No streams: these report a lack of memory as any other failure.
 std::string contentOf(const fs::path& file) {
-  std::ifstream stream(file, std::ios::binary);
   std::string content(kMostBytes + 1, '\0');
-  stream.read(content.data(), static_cast<std::streamsize>(content.size()));
-  // bad(): an error of the system. A file that ends before the limit sets other flags.
-  if (!stream.is_open() || stream.bad()) throw BundleError("Info.plist cannot be read");
-  content.resize(static_cast<std::size_t>(stream.gcount()));
-  if (content.size() > kMostBytes) {
+  const int descriptor = ::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+  if (descriptor < 0) throwUnreadable(errno);
+  std::size_t size = 0;
+  ssize_t count = 1;
+  while (count > 0 && size < content.size()) {
+    count = ::read(descriptor, content.data() + size, content.size() - size);
+    if (count > 0) size += static_cast<std::size_t>(count);
+  }
+  const int error = errno;
+  ::close(descriptor);
+  if (count < 0) throwUnreadable(error);
+  content.resize(size);
+  if (size > kMostBytes) {
     throw BundleError("Info.plist is longer than " + std::to_string(kMostBytes) + " bytes");
   }
   return content;
@@ -49,6 +65,7 @@ class PropertyList {
   explicit PropertyList(const fs::path& file) {
     const std::string content = contentOf(file);
     const pugi::xml_parse_result parsed = m_document.load_buffer(content.data(), content.size());
+    if (parsed.status == pugi::status_out_of_memory) throw std::bad_alloc();
     if (!parsed) throw BundleError("Info.plist cannot be read: " + describe(parsed));
     m_dictionary = m_document.child("plist").child("dict");
     if (!m_dictionary) throw BundleError("Info.plist has no dictionary");
@@ -191,18 +208,18 @@ LocaleCodes codesOf(std::string_view locale) {
 // after the characters are not changed.
 void storePascal(const std::string& text, unsigned char* destination, std::size_t room,
                  const char* key) {
-  const Owned string(
-      CFStringCreateWithCString(kCFAllocatorDefault, text.c_str(), kCFStringEncodingUTF8));
-  // Room for the characters and a NUL, which the length byte replaces.
-  std::string converted(room, '\0');
-  if (!string || !CFStringGetCString(string.get(), converted.data(), static_cast<CFIndex>(room),
-                                     kCFStringEncodingMacRoman)) {
-    throw BundleError(std::string(key) + " is longer than " + std::to_string(room - 1) +
-                      " characters or not Mac OS Roman");
+  std::size_t length = 0;
+  for (std::string_view rest = text; !rest.empty();) {
+    const base::Utf8Character character = base::firstCharacter(rest);
+    const auto byte = character.length > 0 ? base::toMacRoman(character.code) : std::nullopt;
+    if (!byte || length + 1 == room) {
+      throw BundleError(std::string(key) + " is longer than " + std::to_string(room - 1) +
+                        " characters or not Mac OS Roman");
+    }
+    destination[++length] = *byte;
+    rest.remove_prefix(character.length);
   }
-  const std::size_t length = std::strlen(converted.c_str());
   destination[0] = static_cast<unsigned char>(length);
-  std::memcpy(destination + 1, converted.data(), length);
 }
 
 }  // namespace

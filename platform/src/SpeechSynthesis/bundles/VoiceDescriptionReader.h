@@ -18,7 +18,7 @@ class BundleError : public std::runtime_error {
 };
 
 // Reads the voice in the folder `bundle`. Throws BundleError if the bundle cannot be used, or if
-// `trusted` has a problem with anything in it.
+// `trusted` has a problem with anything in it; std::bad_alloc.
 Voice readVoice(const std::filesystem::path& bundle, TrustedPaths& trusted);
 
 }  // namespace platform

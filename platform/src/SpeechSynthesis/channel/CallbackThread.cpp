@@ -8,6 +8,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <exception>
+#include <new>
 #include <utility>
 
 #include <pthread.h>
@@ -31,8 +32,9 @@ std::atomic<CallbackThread*> g_shared = nullptr;
 
 CallbackThread& CallbackThread::shared() {
   static const bool made = [] {
-    g_shared = new CallbackThread;
-    pthread_atfork(nullptr, nullptr, makeForChild);
+    // A part of this may have succeeded before.
+    if (g_shared == nullptr) g_shared = new CallbackThread;
+    if (pthread_atfork(nullptr, nullptr, makeForChild) != 0) throw std::bad_alloc();
     std::atexit(endAtExit);
     return true;
   }();

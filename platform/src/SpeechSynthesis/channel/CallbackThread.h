@@ -47,7 +47,7 @@ class ReportReceiver {
 
 class CallbackThread {
  public:
-  // The instance of the process. Never destroyed.
+  // The instance of the process. Never destroyed. The first call may throw std::bad_alloc.
   static CallbackThread& shared();
 
   // A report and its receiver, which the queue keeps alive until the delivery. A ReportList of one

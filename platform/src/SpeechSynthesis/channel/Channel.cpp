@@ -84,7 +84,10 @@ const void* asValue(Function* function) {
 
 Channel::Channel(const SynthesizerPlugIn& plugIn, SpeechChannelIdentifier identifier,
                  SpeechChannel handle)
-    : m_plugIn(plugIn), m_identifier(identifier), m_handle(handle) {}
+    : m_plugIn(plugIn), m_identifier(identifier), m_handle(handle) {
+  // Created now, since close() must not fail.
+  CallbackThread::shared();
+}
 
 OSErr Channel::prepare() {
   // Text-done is missing: the Manager asks for more text itself.

@@ -65,8 +65,8 @@ struct ClientCallbacks {
 
 class Channel final : public ReportReceiver, public std::enable_shared_from_this<Channel> {
  public:
-  // `plugIn` outlives the channel. `identifier` is an open channel of the plug-in; close() closes
-  // it. `handle` is the client's handle.
+  // Throws std::bad_alloc. `plugIn` outlives the channel. `identifier` is an open channel of the
+  // plug-in; close() closes it. `handle` is the client's handle.
   Channel(const SynthesizerPlugIn& plugIn, SpeechChannelIdentifier identifier,
           SpeechChannel handle);
 

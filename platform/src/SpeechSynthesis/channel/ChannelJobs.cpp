@@ -96,6 +96,8 @@ bool Channel::waitForEndOfJob() {
 // Creates the job. It starts at once, unless the client must be asked for more text or has set
 // kPreflightThenPause.
 OSErr Channel::acceptJob(CallerText text, SInt32 flags) {
+  // Without the thread, nothing of an accepted job could be reported.
+  if (!CallbackThread::shared().start()) return memFullErr;
   {
     const base::ScopedLock held(m_lock);
     if (m_disposed) return invalidComponentID;
@@ -121,16 +123,18 @@ OSErr Channel::acceptJob(CallerText text, SInt32 flags) {
     if (m_phase == Phase::Gathering) requestText();
     if (m_phase == Phase::Gathering || m_paused) return noErr;
   }
-  const OSErr result = startSpeaking();
+  const OSErr result = resultOf([this]() REQUIRES(m_turn) { return startSpeaking(); });
   if (result != noErr) {
     const base::ScopedLock held(m_lock);
+    becomeIdle();
     m_doneReport.clear();
   }
   return result;
 }
 
 // Passes the next batch of a job in phase Ready to the synthesizer. No effect in any other phase,
-// or while paused. After a failure the channel is idle.
+// or while paused. After a failure the channel is idle; after an exception (out of memory), the
+// caller has to make it so.
 OSErr Channel::startSpeaking() {
   {
     const base::ScopedLock held(m_lock);
@@ -318,7 +322,9 @@ OSErr Channel::performResume() {
 // The client has noErr for this job already, so a failure is reported as an error and the end of
 // the job.
 OSErr Channel::startReadyJob() {
-  const OSErr result = resultForFile(startSpeaking());
+  // resultOf: on the callback thread nobody catches an exception.
+  const OSErr result =
+      resultForFile(resultOf([this]() REQUIRES(m_turn) { return startSpeaking(); }));
   if (result != noErr) reportFailure(result);
   return result;
 }
@@ -328,6 +334,7 @@ void Channel::reportFailure(OSErr error) {
   Report report{Report::Kind::Error, 0};
   report.code = error;
   const base::ScopedLock held(m_lock);
+  becomeIdle();
   noteError(error, 0);
   report.job = m_job;
   post(report);

@@ -100,6 +100,7 @@ bool Channel::acceptPiece(const Report& report, const void* piece, unsigned long
   // The callback may have stopped the channel or started another text.
   if (report.job != m_job || m_phase == Phase::Idle) return false;
   m_isAsking = false;
+  const bool isGathering = m_phase == Phase::Gathering;
   const std::size_t room = kLongestText - m_next.bytes().size();
   m_mayHaveMore = m_mayHaveMore && piece != nullptr && bytes > 0 && bytes <= room;
   try {
@@ -112,7 +113,8 @@ bool Channel::acceptPiece(const Report& report, const void* piece, unsigned long
     if ((flags & kPreflightThenPause) != 0) m_pausesBeforeNext = true;
     if (!hasEnoughText()) requestText();
   }
-  if (m_phase != Phase::Gathering || m_isAsking) return false;
+  // Without memory for the request, the text ends here, and requestText() has changed the phase.
+  if (!isGathering || m_isAsking) return false;
   m_phase = Phase::Ready;
   return true;
 }

@@ -2,6 +2,7 @@
 #include "SpeechSynthesis/channel/ChannelRegistry.h"
 
 #include <atomic>
+#include <new>
 #include <utility>
 
 #include <pthread.h>
@@ -20,8 +21,9 @@ std::atomic<ChannelRegistry*> g_shared = nullptr;
 
 ChannelRegistry& ChannelRegistry::shared() {
   static const bool made = [] {
-    g_shared = new ChannelRegistry;
-    pthread_atfork(nullptr, nullptr, makeForChild);
+    // A part of this may have succeeded before.
+    if (g_shared == nullptr) g_shared = new ChannelRegistry;
+    if (pthread_atfork(nullptr, nullptr, makeForChild) != 0) throw std::bad_alloc();
     return true;
   }();
   static_cast<void>(made);

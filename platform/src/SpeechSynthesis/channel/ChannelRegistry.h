@@ -23,6 +23,7 @@ class ChannelRegistry {
  public:
   // The instance of the process. Never destroyed: a synthesizer's threads may report until the
   // process exits. A process created by fork() gets a new one, without the channels of its parent.
+  // The first call may throw std::bad_alloc.
   static ChannelRegistry& shared();
 
   // Returns a new handle, for a channel that is then added.

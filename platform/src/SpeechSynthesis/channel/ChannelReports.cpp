@@ -176,8 +176,15 @@ void Channel::callErrorCallbacks(const ClientCallbacks& callbacks, const Report&
     const base::ScopedLock held(m_lock);
     if (m_disposed) return;
   }
-  const Owned error(
-      createSpeechError(report.code, report.text.get(), report.position, report.description));
+  Owned<CFErrorRef> error;
+  try {
+    error = Owned(
+        createSpeechError(report.code, report.text.get(), report.position, report.description));
+  } catch (const std::bad_alloc&) {
+    // Out of memory: null, as when the last step fails.
+  }
+  // This report is lost then, but soErrors has it.
+  if (!error) return;
   callbacks.errorCF(m_handle, callbacks.refCon, error.get());
 }
 

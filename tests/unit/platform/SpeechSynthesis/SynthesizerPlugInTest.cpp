@@ -148,6 +148,9 @@ TEST_F(SynthesizersTest, AreSkippedWithOneLineWhenOthersCanChangeTheirFolder) {
   EXPECT_THAT(m_said,
               HasSubstr("The synthesizers in " + openFolder.native() +
                         " are not loaded: everybody can write to " + openFolder.native() + ".\n"));
+  // Reported once.
+  EXPECT_EQ(open(kOther, m_said), noSynthFound);
+  EXPECT_THAT(m_said, testing::Not(HasSubstr("everybody")));
   EXPECT_EQ(open(kOurs, m_said), noErr);
   EXPECT_EQ(m_said, "");
 }
