@@ -29,7 +29,7 @@ typedef struct Reader {
   int pages;
   int words;
   int lateWords;
-  int misplaced; /* not in a page */
+  int misplaced;
   int stopped;
   int done;
   char page[sizeof kPage];
@@ -57,12 +57,17 @@ static void feed(SpeechChannel chan, SRefCon refCon, const void** nextBuf, unsig
   *byteLen = sizeof kPage - 1;
 }
 
+/* Each page is a text of its own for positions. */
+static int isInPage(unsigned long at, unsigned long length) {
+  return at + length < sizeof kPage && (at == 0 || kPage[at - 1] == ' ');
+}
+
 static void hear(SpeechChannel chan, SRefCon refCon, unsigned long wordPos, UInt16 wordLen) {
   Reader* reader = (Reader*)refCon;
   int stop;
   pthread_mutex_lock(&reader->lock);
   if (reader->stopped) reader->lateWords++;
-  if (wordPos + wordLen >= sizeof kPage - 1) reader->misplaced++;
+  if (!isInPage(wordPos, wordLen)) reader->misplaced++;
   stop = ++reader->words == reader->stopAtWord;
   if (stop) reader->stopped = 1;
   pthread_mutex_unlock(&reader->lock);
