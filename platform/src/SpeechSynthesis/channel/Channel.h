@@ -138,6 +138,7 @@ class Channel final : public ReportReceiver, public std::enable_shared_from_this
   OSErr startJob(CallerText text, SInt32 flags) REQUIRES(m_turn) EXCLUDES(m_lock);
   OSErr acceptJob(CallerText text, SInt32 flags) REQUIRES(m_turn) EXCLUDES(m_lock);
   OSErr startSpeaking() REQUIRES(m_turn) EXCLUDES(m_lock);
+  OSErr speakNextBatch() REQUIRES(m_turn) EXCLUDES(m_lock);
   OSErr speakInPlugIn(Batch batch) REQUIRES(m_turn) EXCLUDES(m_lock);
   OSErr performStop(SInt32 where) REQUIRES(m_turn) EXCLUDES(m_lock);
   OSErr performPause(SInt32 where) REQUIRES(m_turn) EXCLUDES(m_lock);

@@ -123,19 +123,29 @@ OSErr Channel::acceptJob(CallerText text, SInt32 flags) {
     if (m_phase == Phase::Gathering) requestText();
     if (m_phase == Phase::Gathering || m_paused) return noErr;
   }
-  const OSErr result = resultOf([this]() REQUIRES(m_turn) { return startSpeaking(); });
+  const OSErr result = startSpeaking();
   if (result != noErr) {
     const base::ScopedLock held(m_lock);
-    becomeIdle();
     m_doneReport.clear();
   }
   return result;
 }
 
 // Passes the next batch of a job in phase Ready to the synthesizer. No effect in any other phase,
-// or while paused. After a failure the channel is idle; after an exception (out of memory), the
-// caller has to make it so.
+// or while paused. After a failure the channel is idle. Throws nothing: on the callback thread
+// nobody would catch it.
 OSErr Channel::startSpeaking() {
+  try {
+    return speakNextBatch();
+  } catch (...) {
+    const base::ScopedLock held(m_lock);
+    becomeIdle();
+    return resultOfException();
+  }
+}
+
+// Throws std::bad_alloc; the phase is then as before.
+OSErr Channel::speakNextBatch() {
   {
     const base::ScopedLock held(m_lock);
     if (m_phase != Phase::Ready || m_paused) return noErr;
@@ -322,9 +332,7 @@ OSErr Channel::performResume() {
 // The client has noErr for this job already, so a failure is reported as an error and the end of
 // the job.
 OSErr Channel::startReadyJob() {
-  // resultOf: on the callback thread nobody catches an exception.
-  const OSErr result =
-      resultForFile(resultOf([this]() REQUIRES(m_turn) { return startSpeaking(); }));
+  const OSErr result = resultForFile(startSpeaking());
   if (result != noErr) reportFailure(result);
   return result;
 }
