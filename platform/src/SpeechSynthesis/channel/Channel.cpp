@@ -402,14 +402,18 @@ OSErr Channel::setOutputFile(CFURLRef url) {
 // Synthesizers report a file that they cannot write as if they were not ready.
 OSErr Channel::resultForFile(OSErr result) const {
   if (result != synthNotReady) return result;
-  std::string file;
-  {
-    const base::ScopedLock held(m_lock);
-    file = m_file;
+  try {
+    std::string file;
+    {
+      const base::ScopedLock held(m_lock);
+      file = m_file;
+    }
+    if (file.empty()) return result;
+    const OSErr problem = problemOfFile(file);
+    return problem == noErr ? OSErr{ioErr} : problem;
+  } catch (...) {
+    return resultOfException();
   }
-  if (file.empty()) return result;
-  const OSErr problem = problemOfFile(file);
-  return problem == noErr ? OSErr{ioErr} : problem;
 }
 
 }  // namespace platform

@@ -79,8 +79,12 @@ class RaisedPrivileges : public testing::Test {
 
   // What the client says when the user starts it with these settings.
   program::Result runWith(const std::vector<std::string>& settings) const {
-    std::vector<std::string> arguments = {"--reuid", kUser, "--clear-groups", "/usr/bin/env",
-                                          "HOME=/nowhere"};
+    std::vector<std::string> arguments = {"--reuid", kUser, "--clear-groups", "/usr/bin/env"};
+    for (const char* const variable :
+         {"SPEECH_VOICE_PATH", "SPEECH_SYNTHESIZER_PATH", "XDG_DATA_HOME"}) {
+      arguments.insert(arguments.end(), {"-u", variable});
+    }
+    arguments.push_back("HOME=/nowhere");
     arguments.insert(arguments.end(), settings.begin(), settings.end());
     arguments.push_back(client());
     return program::run("/usr/bin/setpriv", arguments);
