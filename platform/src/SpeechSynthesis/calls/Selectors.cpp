@@ -50,13 +50,13 @@ OSErr checkSetting(OSType selector, const void* value) {
     case soWordCallBack:
     case soSynthExtension:
     case soOutputToFileWithCFURL:
-      return noErr;
+    // Read-only: the synthesizer ignores them.
     case soStatus:
     case soErrors:
     case soSynthType:
     case soRecentSync:
     case soPhonemeSymbols:
-      return noErr;  // read-only: the synthesizer ignores them
+      return noErr;
     default:
       return siUnknownInfoType;
   }
