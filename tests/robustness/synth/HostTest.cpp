@@ -448,6 +448,8 @@ TEST(Host, GivesNoRaisedRightsToTheSynthesiser) {
 TEST(Host, LooksForNoSoundServerWithRaisedRights) {
   const HostFolder folder;
   if (!canRaiseRights(folder)) GTEST_SKIP() << kNoRaisedRights;
+  // The event, not the status: a sanitizer's checks at exit need rights that the host may lack.
+  constexpr const char* kEnd = "1024";
   const std::string started = folder.file("out/started");
   const std::string server = folder.write("server", "#!/bin/sh\n: >" + started + "\n");
   fs::permissions(server, fs::perms(0755));
@@ -463,11 +465,11 @@ TEST(Host, LooksForNoSoundServerWithRaisedRights) {
   fs::create_directory(folder.file("out"));
   fs::permissions(folder.file("out"), fs::perms(0777));
   fs::permissions(folder.host(), fs::perms(0755));
-  EXPECT_EQ(speak().status, 0);
+  EXPECT_EQ(linesOf(speak().out, kEnd).size(), 1u);
   // Otherwise the rest could not fail: the system's library starts no servers.
   if (!fs::exists(started)) GTEST_SKIP() << "no sound server is started here";
   fs::remove_all(folder.file("out"));
   raiseRights(folder);
-  EXPECT_EQ(speak().status, 0);
+  EXPECT_EQ(linesOf(speak().out, kEnd).size(), 1u);
   EXPECT_FALSE(fs::exists(started));
 }
