@@ -151,8 +151,9 @@ TEST_F(ManagerPieces, AnEndlessTextIsSpokenBatchByBatch) {
     finishBatch();
   }
   EXPECT_EQ(m_supply.pieces.size(), 980U);
+  const std::size_t before = m_reports.lines().size();
   EXPECT_EQ(StopSpeech(m_channel), noErr);
-  ASSERT_TRUE(m_reports.wait(m_reports.lines().size() + 1));
+  ASSERT_TRUE(m_reports.wait(before + 1));
   letTextBeRequested();
   EXPECT_EQ(m_reports.lines().back(), "done");
   EXPECT_EQ(SpeechBusy(), 0);
