@@ -23,7 +23,8 @@
 //   SLOW    speaks a block every 20 ms, 100 of them, unless cancelled
 //   DEAF    as SLOW, but ignores Cancel    STAY     speaks, and stays after its End
 //   TRICKLE sends an event every 50 ms, without end
-// A word "ONCE:FILE" makes it do so only if FILE does not exist, and creates it.
+// A word "ONCE:FILE" makes it do so only if FILE does not exist, and creates it; "TWENTY:FILE" only
+// while FILE has less than 20 bytes, and appends one.
 #include <algorithm>
 #include <csignal>
 #include <cstdint>
@@ -73,19 +74,30 @@ bool isFirst(std::string_view file) {
   return ::open(std::string(file).c_str(), O_CREAT | O_EXCL | O_WRONLY, 0600) >= 0;
 }
 
-bool isKilledAgain(std::string_view voice) {
-  constexpr off_t kKills = 4;
-  if (!voice.starts_with("kill:")) return false;
-  const int file = ::open(std::string(voice.substr(5)).c_str(), O_CREAT | O_RDWR | O_APPEND, 0600);
-  if (::lseek(file, 0, SEEK_END) >= kKills) return false;
+// Appends a byte to the file; returns false if it has `most` bytes.
+bool isAmongTheFirst(off_t most, std::string_view name) {
+  const int file = ::open(std::string(name).c_str(), O_CREAT | O_RDWR | O_APPEND, 0600);
+  if (::lseek(file, 0, SEEK_END) >= most) return false;
   return ::write(file, "k", 1) == 1;
 }
 
-// Returns false if a "ONCE:FILE" says that it has been done.
+bool isKilledAgain(std::string_view voice) {
+  constexpr off_t kKills = 4;
+  return voice.starts_with("kill:") && isAmongTheFirst(kKills, voice.substr(5));
+}
+
+constexpr std::string_view kOnce = "ONCE:";
+constexpr std::string_view kTwenty = "TWENTY:";
+
+bool isLimit(std::string_view word) {
+  return word.starts_with(kOnce) || word.starts_with(kTwenty);
+}
+
+// Returns false if a limit says that it has been done often enough.
 bool mustMisbehave(const std::vector<std::string_view>& words) {
   for (const std::string_view word : words) {
-    if (!word.starts_with("ONCE:")) continue;
-    return isFirst(word.substr(5));
+    if (word.starts_with(kOnce)) return isFirst(word.substr(kOnce.size()));
+    if (word.starts_with(kTwenty)) return isAmongTheFirst(20, word.substr(kTwenty.size()));
   }
   return true;
 }
@@ -105,7 +117,7 @@ class Worker {
         if (word.back() == 'M') addMark(std::atoi(word.data() + 1));
         continue;
       }
-      if (!word.starts_with("ONCE:")) addWord();
+      if (!isLimit(word)) addWord();
     }
     sendSpeech();
   }

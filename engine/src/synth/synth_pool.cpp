@@ -20,7 +20,11 @@ namespace {
 
 using base::Clock;
 
-constexpr int kMaxKills = 5;
+// Somebody who ends processes at random may hit one call several times, on a busy machine many
+// times. Then again, the system may end every process of a call that needs too much memory.
+constexpr int kMaxKills = 50;
+constexpr int kLeastKills = 5;
+constexpr std::chrono::seconds kKillTime{5};
 constexpr int kMaxStarts = 3;
 constexpr std::chrono::seconds kMaxIdleTime{60};
 // Idle processes beside those that can work at the same time: for other voices.
@@ -124,9 +128,13 @@ SynthPool::Result SynthPool::speak(const std::string& voice, const synth_protoco
                                    SynthProcess::Speech& speech, std::string& why) {
   const Turn turn(*this, cancelled);
   if (!turn) return Result::Cancelled;
+  const Clock::time_point killLimit = Clock::now() + kKillTime;
   int kills = 0;
   int failures = 0;
-  while (kills <= kMaxKills && failures <= repeats) {
+  const auto mayRepeat = [&] {
+    return kills <= kLeastKills || (kills <= kMaxKills && Clock::now() < killLimit);
+  };
+  while (mayRepeat() && failures <= repeats) {
     Result result = Result::Done;
     auto process = take(voice, cancelled, result, why);
     if (process == nullptr) return result;

@@ -5,10 +5,10 @@
 //
 // A call that a process did not complete is repeated on another one, so what callers see does not
 // depend on what happens to processes:
-//   ended from outside       repeated, up to 5 times
+//   ended from outside       repeated, up to 5 times, and up to 50 times within 5 s
 //   crash, silence, garbage  repeated as often as the caller says
 //   a start that fails       repeated twice
-//   a start that is ended    repeated, up to 5 times
+//   a start that is ended    repeated, up to 50 times
 // All attempts to start a process for a call share one time limit.
 //
 // Threads: all functions may be called on any thread. As many calls run at the same time as there

@@ -92,10 +92,23 @@ class DisturbedText {
     const program::Result result = host.finish();
     const Spoken spoken{result.out, program::contentsOf(m_folder.file("audio"))};
     EXPECT_EQ(result.status, 0) << result.err;
-    EXPECT_TRUE(spoken == m_spoken) << result.err;
+    EXPECT_TRUE(spoken == m_spoken) << firstDifference(spoken) << '\n' << result.err;
   }
 
  private:
+  // The first event that is not as expected, or the sizes of the audio.
+  std::string firstDifference(const Spoken& spoken) const {
+    const std::vector<std::string> expected = linesOf(m_spoken.events);
+    const std::vector<std::string> actual = linesOf(spoken.events);
+    const auto [wanted, found] = std::ranges::mismatch(expected, actual);
+    if (wanted != expected.end() || found != actual.end()) {
+      return "expected " + (wanted != expected.end() ? *wanted : "no event") + ", found " +
+             (found != actual.end() ? *found : "no event");
+    }
+    return std::to_string(spoken.audio.size()) + " bytes of audio instead of " +
+           std::to_string(m_spoken.audio.size());
+  }
+
   HostFolder m_folder;
   const MarkedProse m_prose;
   milliseconds m_start{0};

@@ -93,6 +93,14 @@ TEST_F(SynthPoolTest, SpeaksAndRepeatsWhatWasKilled) {
   EXPECT_EQ(m_speech.samples.size(), 200u);
 }
 
+TEST_F(SynthPoolTest, RepeatsWhatIsKilledManyTimesInAShortTime) {
+  const std::string file = freshFile();
+  EXPECT_EQ(speak("one TERM TWENTY:" + file, 0), Result::Done) << m_why;
+  EXPECT_EQ(m_speech.samples.size(), 200u);
+  EXPECT_EQ(std::filesystem::file_size(file), 20u);
+  std::filesystem::remove(file);
+}
+
 TEST_F(SynthPoolTest, RepeatsACallThatFailedOnceInAnyWay) {
   for (const std::string fault :
        {"CRASH", "SPIN", "STOP", "HALF", "GARBAGE", "COUNTS", "NOEND", "CALL", "QUIT"}) {
