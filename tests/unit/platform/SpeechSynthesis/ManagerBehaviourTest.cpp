@@ -18,7 +18,6 @@ namespace {
 using namespace manager;
 using testing::Each;
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 // A latch at which a callback waits until the test opens it.
 class Door {
