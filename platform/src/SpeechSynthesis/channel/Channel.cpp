@@ -172,10 +172,6 @@ OSErr Channel::setInfo(OSType selector, const void* value) {
     }
     case soOutputToFileWithCFURL:
       return setOutputFile(static_cast<CFURLRef>(value));
-    case kExactPositions:
-    case kReportErrors:
-    case kStopAtBoundary:
-      return noErr;  // for the Manager only
     default:
       break;
   }
