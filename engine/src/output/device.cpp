@@ -60,17 +60,23 @@ bool hasPulseServer() {
 
 }  // namespace
 
+namespace {
+
+// The libraries of sound servers take their settings from the environment and the user's folder. A
+// setting can name a program to start, which would get the raised privileges.
+bool outputIsAllowed() {
+  if (::getauxval(AT_SECURE) != 0) {
+    KAVREL_DIAG("device", "no sound device is used, as the program has raised privileges");
+    return false;
+  }
+  const char* const choice = ::secure_getenv("KAVREL_AUDIO");
+  return choice == nullptr || std::string_view(choice) != "none";
+}
+
+}  // namespace
+
 bool soundOutputIsWanted() {
-  static const bool wanted = [] {
-    // The libraries of sound servers take their settings from the environment and the user's
-    // folder. A setting can name a program to start, which would get the raised privileges.
-    if (::getauxval(AT_SECURE) != 0) {
-      KAVREL_DIAG("device", "no sound device is used, as the program has raised privileges");
-      return false;
-    }
-    const char* const choice = ::secure_getenv("KAVREL_AUDIO");
-    return choice == nullptr || std::string_view(choice) != "none";
-  }();
+  static const bool wanted = outputIsAllowed();
   return wanted;
 }
 
