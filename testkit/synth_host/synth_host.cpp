@@ -26,6 +26,7 @@
 //
 // What it does once:
 //   wait-for-children  waits until it has no children
+//   wait-for=FILE      waits until the file exists
 //   close-all          closes all descriptors above 2, and opens as many of its own
 //   count              writes "count", its zombies and its descriptors
 //   fork-speak         the child of a fork() speaks the text to FILE.child; writes its exit status
@@ -326,6 +327,11 @@ const std::map<std::string_view, std::function<void(Value)>> kSteps = {
      [](Value) {
        while (::wait(nullptr) > 0) {
        }
+     }},
+    {"wait-for",
+     [](Value value) {
+       while (!std::filesystem::exists(value))
+         std::this_thread::sleep_for(std::chrono::milliseconds(1));
      }},
     {"close-all", [](Value) { closeAll(); }},
     {"count", [](Value) { count(); }},

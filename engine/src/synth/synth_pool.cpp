@@ -166,6 +166,7 @@ SynthPool::Result SynthPool::speak(const std::string& voice, const synth_protoco
 
 // Returns an idle process for the voice, or null. Idle processes that have ended are left.
 std::unique_ptr<SynthProcess> SynthPool::takeIdle(const std::string& voice) {
+  SynthProcess::reapLeft();
   std::vector<Idle> left;
   const base::ScopedLock held(m_lock);
   leaveOld(left);

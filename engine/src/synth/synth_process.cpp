@@ -619,6 +619,11 @@ void SynthProcess::close() {
   sweep();
 }
 
+void SynthProcess::reapLeft() {
+  const base::ScopedLock held(g_lock);
+  sweep();
+}
+
 void SynthProcess::closeAll() {
   m_socket.close();
   m_report.close();

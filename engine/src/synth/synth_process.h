@@ -90,6 +90,9 @@ class SynthProcess {
   // Ends the process at once.
   void kill();
 
+  // If this process adopts orphans: waits for those that objects have left and that have ended.
+  static void reapLeft();
+
   // Called in the child of a fork(): closes what all objects of the process hold. Before and after
   // the fork the two others are called.
   static void prepareFork();

@@ -54,6 +54,10 @@ std::size_t RunningHost::outputSize() const {
   return std::filesystem::file_size(m_file);
 }
 
+bool RunningHost::hasWritten(const std::string& text) const {
+  return program::contentsOf(m_file).find(text) != std::string::npos;
+}
+
 program::Result RunningHost::finish() {
   m_thread.join();
   m_result.out = program::contentsOf(m_file);
@@ -61,9 +65,9 @@ program::Result RunningHost::finish() {
 }
 
 int killWhileRunning(const HostFolder& folder, const RunningHost& host, milliseconds pause,
-                     int most, std::mt19937& random) {
+                     int most, std::mt19937& random, const std::string& last) {
   int killed = 0;
-  while (host.isRunning() && killed < most) {
+  while (host.isRunning() && !host.hasWritten(last) && killed < most) {
     sleepWhile(host, randomPause(pause, random));
     const pid_t process = oneOf(folder, random);
     if (process != 0 && ::kill(process, SIGKILL) == 0) ++killed;

@@ -7,6 +7,7 @@
 #include <chrono>
 #include <csignal>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <iostream>
 #include <random>
@@ -209,7 +210,16 @@ TEST(Host, MaySpeakInTheChildOfAFork) {
   EXPECT_TRUE(folder.processesEnd());
 }
 
+// The allocator of AddressSanitizer takes no lock for fork(): a child of a process in which another
+// thread allocates at that moment hangs at its next allocation.
+#ifdef __SANITIZE_ADDRESS__
+constexpr bool kMayAllocateInChild = false;
+#else
+constexpr bool kMayAllocateInChild = true;
+#endif
+
 TEST(Host, MayForkAndSpeakInTheChildWhileItSpeaks) {
+  if (!kMayAllocateInChild) GTEST_SKIP() << "a child may hang in the sanitizer's allocator";
   const HostFolder folder;
   const std::string audio = folder.file("audio");
   for (int round = 0; round < 3; ++round) {
@@ -334,15 +344,20 @@ namespace {
 void expectNothingLeft(const std::vector<std::string>& kind, int jobs, int kills) {
   const HostFolder folder;
   const std::string audio = folder.file("audio");
+  const std::string quiet = folder.file("quiet");
   std::vector<std::string> steps = kind;
   for (const std::string& step :
        {"file=" + audio, std::string("speak"), std::string("count"), "jobs=" + std::to_string(jobs),
-        std::string("speak"), std::string("count")}) {
+        "wait-for=" + quiet, std::string("speak"), std::string("speak"), std::string("count")}) {
     steps.push_back(step);
   }
   RunningHost host(folder, steps);
+  while (host.isRunning() && !host.hasWritten("count "))
+    std::this_thread::sleep_for(milliseconds(1));
   std::mt19937 random(7);
-  const int killed = killWhileRunning(folder, host, milliseconds(150), kills, random);
+  const int killed = killWhileRunning(folder, host, milliseconds(150), kills, random, "jobs ");
+  // The engine notices the end of an idle process when it next speaks.
+  std::ofstream{quiet};
   const Outcome outcome = outcomeOf(host.finish(), audio);
   ASSERT_EQ(outcome.zombies.size(), 2u);
   EXPECT_EQ(outcome.zombies, (std::vector<int>{0, 0}));
