@@ -30,16 +30,18 @@ OSErr resultIf(bool isValid) {
 OSErr checkSetting(OSType selector, const void* value) {
   switch (selector) {
     case soInputMode:
-      return resultIf(value == nullptr || isInputMode(modeAt(value)));
+      return resultIf(value != nullptr && isInputMode(modeAt(value)));
     case soCharacterMode:
     case soNumberMode:
-      return resultIf(value == nullptr || isReadingMode(modeAt(value)));
+      return resultIf(value != nullptr && isReadingMode(modeAt(value)));
     case soRate:
     case soPitchBase:
     case soPitchMod:
     case soVolume:
     case soCurrentVoice:
     case soCommandDelimiter:
+    case soSynthExtension:
+      return resultIf(value != nullptr);
     case soReset:
     case soRefCon:
     case soTextDoneCallBack:
@@ -48,7 +50,6 @@ OSErr checkSetting(OSType selector, const void* value) {
     case soErrorCallBack:
     case soPhonemeCallBack:
     case soWordCallBack:
-    case soSynthExtension:
     case soOutputToFileWithCFURL:
     // Read-only: the synthesizer ignores them.
     case soStatus:

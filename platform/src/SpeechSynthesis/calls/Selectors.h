@@ -10,7 +10,7 @@ namespace platform {
 
 // Returns noErr if the selector is known and its value may be passed on; siUnknownInfoType for a
 // selector that SpeechSynthesis.h does not declare; paramErr for a mode that the selector does not
-// have. `value` is that of SetSpeechInfo; a null value is passed on.
+// have, and for null if the value would be read. `value` is that of SetSpeechInfo.
 OSErr checkSetting(OSType selector, const void* value);
 
 }  // namespace platform

@@ -33,25 +33,6 @@ const void* const kYes = reinterpret_cast<const void*>(std::uintptr_t{1});
 // The longest path that a synthesizer accepts, with its NUL.
 constexpr std::size_t kLongestPath = 2048;
 
-// True for a selector for which SetSpeechInfo reads its pointer.
-bool needsValue(OSType selector) {
-  switch (selector) {
-    case soInputMode:
-    case soCharacterMode:
-    case soNumberMode:
-    case soRate:
-    case soPitchBase:
-    case soPitchMod:
-    case soVolume:
-    case soCommandDelimiter:
-    case soCurrentVoice:
-    case soSynthExtension:
-      return true;
-    default:
-      return false;
-  }
-}
-
 constexpr double kFixedOne = 65536;
 
 // Index in the numbers that a channel keeps; empty for other selectors.
@@ -147,7 +128,11 @@ OSErr Channel::useVoice(const Voice& voice) {
 // Callbacks and the reference constant stay in the Manager; everything else goes to the
 // synthesizer.
 OSErr Channel::setInfo(OSType selector, const void* value) {
-  if (value == nullptr && needsValue(selector)) return paramErr;
+  if (indexOfNumber(selector)) {
+    Fixed fixed = 0;
+    std::memcpy(&fixed, value, sizeof fixed);
+    return setNumber(selector, fixed / kFixedOne);
+  }
   switch (selector) {
     case soRefCon:
     case soTextDoneCallBack:
@@ -157,14 +142,6 @@ OSErr Channel::setInfo(OSType selector, const void* value) {
     case soPhonemeCallBack:
     case soWordCallBack:
       return setCallback(selector, value);
-    case soRate:
-    case soPitchBase:
-    case soPitchMod:
-    case soVolume: {
-      Fixed fixed = 0;
-      std::memcpy(&fixed, value, sizeof fixed);
-      return setNumber(selector, fixed / kFixedOne);
-    }
     case soCurrentVoice: {
       VoiceSpec spec{};
       std::memcpy(&spec, value, sizeof spec);
@@ -186,6 +163,13 @@ OSErr Channel::setInfo(OSType selector, const void* value) {
 // What the Manager knows itself is returned without the synthesizer.
 OSErr Channel::getInfo(OSType selector, void* value) {
   if (value == nullptr) return paramErr;
+  if (indexOfNumber(selector)) {
+    double number = 0;
+    const OSErr result = getNumber(selector, number);
+    const auto fixed = static_cast<Fixed>(std::lround(number * kFixedOne));
+    if (result == noErr) std::memcpy(value, &fixed, sizeof fixed);
+    return result;
+  }
   switch (selector) {
     case soStatus:
       return readStatus(*static_cast<SpeechStatusInfo*>(value));
@@ -201,17 +185,8 @@ OSErr Channel::getInfo(OSType selector, void* value) {
       std::memcpy(value, &m_voice, sizeof m_voice);
       return noErr;
     }
-    case soRate:
-    case soPitchBase:
-    case soPitchMod:
-    case soVolume: {
-      double number = 0;
-      const OSErr result = getNumber(selector, number);
-      const auto fixed = static_cast<Fixed>(std::lround(number * kFixedOne));
-      if (result == noErr) std::memcpy(value, &fixed, sizeof fixed);
-      return result;
-    }
     case kStopAtBoundary:
+      // Between the Manager and the synthesizer only.
       return siUnknownInfoType;
     default: {
       const base::ScopedLock turn(m_turn);

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Channel, second part: starting, stopping, pausing and resuming jobs.
+#include <ApplicationServices/FixMath.h>
+
 #include <algorithm>
 #include <chrono>
 #include <iterator>
@@ -116,8 +118,6 @@ OSErr Channel::acceptJob(CallerText text, SInt32 flags) {
     m_pausesBeforeNext = false;
     m_wordPosition = 0;
     m_phonemeCode = 0;
-    m_syncValues.clear();
-    m_nextSync = 0;
     m_paused = (flags & kPreflightThenPause) != 0;
     m_phase = hasEnoughText() ? Phase::Ready : Phase::Gathering;
     if (m_phase == Phase::Gathering) requestText();
@@ -205,11 +205,10 @@ TextSettings Channel::textSettings() {
     get(selector, &value);
     return value;
   };
-  constexpr double kFixedOne = 65536;
   TextSettings settings;
   settings.startsInPhonemes = read(soInputMode, OSType{modeText}) == modePhonemes;
-  settings.pitchBase = read(soPitchBase, Fixed{0}) / kFixedOne;
-  settings.pitchRange = read(soPitchMod, Fixed{0}) / kFixedOne;
+  settings.pitchBase = Fix2X(read(soPitchBase, Fixed{0}));
+  settings.pitchRange = Fix2X(read(soPitchMod, Fixed{0}));
   // A delimiter of one character ends with a zero; one that begins with it is empty.
   const auto textOf = [](const UInt8(&delimiter)[2]) {
     std::string characters(std::begin(delimiter), std::end(delimiter));
