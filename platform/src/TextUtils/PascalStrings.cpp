@@ -24,6 +24,7 @@ void CopyCStringToPascal(const char* source, Str255 dest) {
   if (source == nullptr || dest == nullptr) return;
   const std::size_t length = std::min(std::strlen(source), kLongest);
   // The characters first: in place, the length overwrites the first of them.
+  // NOLINTNEXTLINE(bugprone-not-null-terminated-result): its length ends a Pascal string
   std::memmove(dest + 1, source, length);
   dest[0] = static_cast<unsigned char>(length);
 }

@@ -28,7 +28,7 @@ namespace fs = std::filesystem;
 // ends with the text of the system's error, and has another text if there is no memory for that.
 std::string loaderMessage() {
   const char* const found = dlerror();
-  const std::string message = found == nullptr ? "no reason given" : found;
+  std::string message = found == nullptr ? "no reason given" : found;
   if (message.ends_with(std::strerror(ENOMEM)) || message == "out of memory") {
     throw std::bad_alloc();
   }

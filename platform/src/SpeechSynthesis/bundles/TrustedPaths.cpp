@@ -78,7 +78,7 @@ std::optional<std::string> walk(const fs::path& path, const std::set<std::string
   constexpr const char* kRoot = "/";
   std::string reached = kRoot;
   Step step{reached};
-  if (const auto reason = visitStep(step, visit)) return reason;
+  if (auto reason = visitStep(step, visit)) return reason;
   int links = 0;
   for (std::string name; !(name = takeName(rest)).empty();) {
     if (name == ".") continue;
@@ -87,10 +87,12 @@ std::optional<std::string> walk(const fs::path& path, const std::set<std::string
       reached.erase(std::max<std::size_t>(reached.rfind('/'), 1));
       continue;
     }
-    step.path = reached == kRoot ? kRoot + name : reached + '/' + name;
+    step.path = reached;
+    if (reached != kRoot) step.path += '/';
+    step.path += name;
     const bool isKnown = known.contains(step.path);
     if (!isKnown) {
-      if (const auto reason = visitStep(step, visit)) return reason;
+      if (auto reason = visitStep(step, visit)) return reason;
     }
     if (isKnown || !step.isLink()) {
       reached = step.path;

@@ -59,12 +59,10 @@ FoundCommand CommandFinder::at(std::size_t start) {
   while (m_open == kDefaultOpen && bodyStart < m_text.size() && m_text[bodyStart] == '[') {
     ++bodyStart;
   }
-  std::size_t opening = bodyStart;
+  std::size_t opening = m_text.size();
   if (m_open != m_close) {
     m_knownOpen = 0;
     opening = find(m_open, bodyStart, m_knownOpen);
-  } else {
-    opening = m_text.size();
   }
   const std::size_t close = find(m_close, bodyStart, m_knownClose);
   bool isClosed = close < m_text.size() && close <= opening;
