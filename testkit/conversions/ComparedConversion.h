@@ -50,6 +50,7 @@ inline AppleMarkupConverter converterFor(const std::string& text,
 
 inline std::vector<oracle::Record> recordsOf(const std::vector<OffsetMap::Offset>& list) {
   std::vector<oracle::Record> records;
+  records.reserve(list.size());
   for (const OffsetMap::Offset& each : list) {
     records.push_back({each.pos, each.amount, each.insertedCode, each.type});
   }

@@ -102,7 +102,7 @@ Function nextDefinition(const char* name) {
 
 }  // namespace
 
-#define REAL(function) nextDefinition<decltype(&function)>(#function)
+#define REAL(function) nextDefinition<decltype(&(function))>(#function)
 
 // NOLINTBEGIN(bugprone-reserved-identifier,readability-identifier-naming)
 extern "C" {
