@@ -12,9 +12,6 @@ set(KAVREL_SYNTHESIZERS_SUBDIR "speechmanager/Synthesizers")
 set(KAVREL_VOICES_SUBDIR "speechmanager/Voices")
 set(KAVREL_VOICES_DIR "${PROJECT_BINARY_DIR}/share/${KAVREL_VOICES_SUBDIR}")
 
-# What targets are compiled with; a folder may choose less than KAVREL_SANITIZE.
-set(KAVREL_COMPILED_SANITIZERS "${KAVREL_SANITIZE}")
-
 find_package(Threads REQUIRED)
 
 function(kavrel_target target)
@@ -52,7 +49,7 @@ function(kavrel_target target)
   endif()
   if(KAVREL_SANITIZE)
     # -Wno-maybe-uninitialized: g++ 12 reports false findings in the code that its sanitizers add.
-    target_compile_options(${target} PRIVATE -fsanitize=${KAVREL_COMPILED_SANITIZERS}
+    target_compile_options(${target} PRIVATE -fsanitize=${KAVREL_SANITIZE}
       -fno-sanitize-recover=all -fno-omit-frame-pointer
       $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
     target_link_options(${target} PRIVATE -fsanitize=${KAVREL_SANITIZE})

@@ -90,7 +90,8 @@ class SynthProcess {
   // Ends the process at once.
   void kill();
 
-  // If this process adopts orphans: waits for those that objects have left and that have ended.
+  // If this process adopts orphans: reaps those that objects have left and that have ended. Does
+  // not wait for the others.  [any thread]
   static void reapLeft();
 
   // Called in the child of a fork(): closes what all objects of the process hold. Before and after

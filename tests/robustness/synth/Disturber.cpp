@@ -66,8 +66,9 @@ program::Result RunningHost::finish() {
 
 int killWhileRunning(const HostFolder& folder, const RunningHost& host, milliseconds pause,
                      int most, std::mt19937& random, const std::string& last) {
+  const auto isOver = [&] { return !last.empty() && host.hasWritten(last); };
   int killed = 0;
-  while (host.isRunning() && !host.hasWritten(last) && killed < most) {
+  while (host.isRunning() && killed < most && !isOver()) {
     sleepWhile(host, randomPause(pause, random));
     const pid_t process = oneOf(folder, random);
     if (process != 0 && ::kill(process, SIGKILL) == 0) ++killed;

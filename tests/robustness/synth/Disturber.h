@@ -32,6 +32,7 @@ class RunningHost {
   bool isRunning() const { return !m_ended; }
   // Bytes of standard output so far.
   std::size_t outputSize() const;
+  // Returns true if `text` is part of standard output so far.
   bool hasWritten(const std::string& text) const;
   // Waits for the host's end. The output is in `out` of the result.
   program::Result finish();
@@ -46,10 +47,10 @@ class RunningHost {
 };
 
 // Kills random synthesiser processes of `folder`, one after a random time of a quarter to twice
-// `pause`, while the host runs and has not written `last`, and until `most` have been killed.
-// Returns how many were.
+// `pause`, until `most` have been killed, the host has ended, or it has written `last`, unless that
+// is empty. Returns how many were.
 int killWhileRunning(const HostFolder& folder, const RunningHost& host, milliseconds pause,
-                     int most, std::mt19937& random, const std::string& last = "the end");
+                     int most, std::mt19937& random, const std::string& last = {});
 
 // Stops random processes until `most` have been stopped or the host has ended; returns how many
 // were. One process at a time is stopped: after the engine has got rid of it, the next one is

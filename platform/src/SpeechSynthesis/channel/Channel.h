@@ -87,7 +87,7 @@ class Channel final : public ReportReceiver, public std::enable_shared_from_this
   OSErr stop(SInt32 where) EXCLUDES(m_turn, m_lock);
   OSErr pause(SInt32 where) EXCLUDES(m_turn, m_lock);
   OSErr resume() EXCLUDES(m_turn, m_lock);
-  // `value` has been accepted by checkSetting().
+  // `value` must be one that checkSetting() accepts.
   OSErr setInfo(OSType selector, const void* value) EXCLUDES(m_turn, m_lock);
   OSErr getInfo(OSType selector, void* value) EXCLUDES(m_turn, m_lock);
   OSErr useDictionary(void* dictionary, long bytes) EXCLUDES(m_turn, m_lock);
