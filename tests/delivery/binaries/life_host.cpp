@@ -24,6 +24,7 @@
 #include <unistd.h>
 
 #include "LoadedPlugIn.h"
+#include "processes/LeakCheck.h"
 
 namespace {
 
@@ -282,6 +283,7 @@ void forkWhileSpeaking(const char* plugIn, const std::string& /*argument*/) {
     const pid_t child = fork();
     if (child == 0) {
       alarm(kPatience);
+      processes::turnOffLeakCheck();
       // The child has none of the parent's threads; it may exit either way.
       if (byReturn) std::exit(0);
       std::_Exit(0);

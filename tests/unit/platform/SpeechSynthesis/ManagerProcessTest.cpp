@@ -11,10 +11,7 @@
 #include <unistd.h>
 
 #include "ManagerFixture.h"
-
-#if defined(__SANITIZE_ADDRESS__)
-extern "C" void __lsan_disable();
-#endif
+#include "processes/LeakCheck.h"
 
 namespace {
 
@@ -27,10 +24,7 @@ int inChild(Work work) {
   const pid_t child = fork();
   if (child == 0) {
     alarm(60);
-#if defined(__SANITIZE_ADDRESS__)
-    // In a forked child the leak checker may miss what other threads hold.
-    __lsan_disable();
-#endif
+    processes::turnOffLeakCheck();
     work();
     _exit(99);
   }
