@@ -7,9 +7,9 @@
  * the other; jobs of several ports are spoken at the same time.
  *
  * Conventions
- *  1. Text. Text is ISO 8859-15, one byte per character, with speech markup: prosody, say-as,
- *     emphasis, break, mark and phoneme elements, and entities. Positions and lengths count bytes
- *     of the text as the caller gave it, markup included.
+ *  1. Text. Text is ISO 8859-15 or UTF-8, with speech markup: prosody, say-as, emphasis, break,
+ *     mark and phoneme elements, and entities. A byte of malformed UTF-8 separates words. Positions
+ *     and lengths count bytes of the text as the caller gave it, markup included.
  *  2. Strings. Strings are NUL-terminated. The engine copies what it keeps: nothing that a caller
  *     passes has to outlive the call. Strings that the engine returns belong to the engine.
  *  3. Errors. A kavrel_result_t of 0 or more is success, a negative one is failure. Functions that
@@ -227,11 +227,10 @@ KAVREL_API int kavrel_audio_devices(kavrel_device_callback_t callback, void* use
 
 /* Starts to speak `length` bytes of `text` in the background. Stores the job's handle in `*job`
  * before the job's first event. A job that is still running on the port is not disturbed: the new
- * one starts when it has ended. `encoding` is null or "iso-8859-15". `params` is null or overrides
- * the port's parameters for this job.
- * With file output, the file exists when the call returns. It is complete when the job is over, and
- * is then a valid AIFF file even if the text has no audio. A later failure to write is reported
- * only by an ERROR event.
+ * one starts when it has ended. `encoding` is "iso-8859-15", null for the same, or "utf-8".
+ * `params` is null or overrides the port's parameters for this job. With file output, the file
+ * exists when the call returns. It is complete when the job is over, and is then a valid AIFF file
+ * even if the text has no audio. A later failure to write is reported only by an ERROR event.
  * Results: KAVREL_SUCCESS; KAVREL_INVALID_POINTER (port or job is null, or text is null and length
  * is not 0); KAVREL_UNKNOWN_ENCODING; KAVREL_FILE_ERROR (the file cannot be opened for writing);
  * KAVREL_INTERNAL_ERROR (out of memory, or no thread). On failure no event is sent and `*job` is
@@ -275,10 +274,10 @@ KAVREL_API kavrel_result_t kavrel_port_wait(kavrel_port_struct* port, kavrel_bac
 
 /* ---- Events */
 
-/* Stores in `*text` the text of the event. WORD: the word as written in the text, entities
- * resolved. PHONEME: the phone's name ("ae", "pau" …). BOOKMARK: the mark's name. ERROR: a message.
- * Other types: "". The event owns it.
- * Results: KAVREL_SUCCESS; KAVREL_INVALID_POINTER.  [callback] */
+/* Stores in `*text` the text of the event, in the encoding of the job's text. WORD: the word as
+ * written in the text, entities resolved. PHONEME: the phone's name ("ae", "pau" …). BOOKMARK: the
+ * mark's name. ERROR: a message. Other types: "". The event owns it. Results: KAVREL_SUCCESS;
+ * KAVREL_INVALID_POINTER.  [callback] */
 KAVREL_API kavrel_result_t kavrel_event_get_text(kavrel_event_struct* event, char** text);
 
 /* Stores the event's position and length in the text given to kavrel_port_speak_text, in bytes.

@@ -39,10 +39,6 @@ kavrel_result_t resultOf(Operation operation) {
   }
 }
 
-bool isKnownEncoding(const char* encoding) {
-  return encoding == nullptr || std::string_view(encoding) == "iso-8859-15";
-}
-
 // As kavrel::loadVoice, but reports the cause as a diagnostic line.
 const kavrel::Voice* loadVoiceFrom(const char* directory) {
   if (directory == nullptr) {
@@ -158,9 +154,10 @@ kavrel_result_t kavrel_port_speak_text(kavrel_port_struct* port, const char* tex
   if (port == nullptr || job == nullptr || (text == nullptr && length > 0)) {
     return KAVREL_INVALID_POINTER;
   }
-  if (!isKnownEncoding(encoding)) return KAVREL_UNKNOWN_ENCODING;
-  const kavrel_result_t result =
-      resultOf([&] { return port->port->speakText(std::string_view(text, length), *job, params); });
+  const auto known = kavrel::encodingNamed(encoding);
+  if (!known) return KAVREL_UNKNOWN_ENCODING;
+  const kavrel_result_t result = resultOf(
+      [&] { return port->port->speakText(std::string_view(text, length), *known, *job, params); });
   if (result < 0) *job = nullptr;
   return result;
 }

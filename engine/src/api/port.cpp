@@ -59,14 +59,15 @@ void Port::setVoice(const Voice& voice) {
   m_voice = &voice;
 }
 
-kavrel_result_t Port::speakText(std::string_view text, kavrel_background_t& handle,
-                                const kavrel_params* params) {
+kavrel_result_t Port::speakText(std::string_view text, Encoding encoding,
+                                kavrel_background_t& handle, const kavrel_params* params) {
   // The file is opened before the job is queued, so that the caller learns at once that it cannot
   // be written. The handle is stored before the job can send an event.
   PortSettings settings = m_settings;
   settings.apply(params);
   Job::Request request;
   request.text = text;
+  request.encoding = encoding;
   request.sink = openSink(settings);
   if (request.sink == nullptr) return KAVREL_FILE_ERROR;
   request.eventsImmediate = settings.eventsImmediate;

@@ -30,7 +30,7 @@ class Port : public std::enable_shared_from_this<Port> {
   void setVoice(const Voice& voice) EXCLUDES(m_lock);
 
   // As the functions of the C interface with these names. May throw std::bad_alloc.
-  kavrel_result_t speakText(std::string_view text, kavrel_background_t& handle,
+  kavrel_result_t speakText(std::string_view text, Encoding encoding, kavrel_background_t& handle,
                             const kavrel_params* params) EXCLUDES(m_lock);
   kavrel_result_t pause(kavrel_background_t handle, StopBoundary boundary) EXCLUDES(m_lock);
   void stop(kavrel_background_t handle, StopBoundary boundary) EXCLUDES(m_lock);

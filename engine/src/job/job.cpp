@@ -60,7 +60,7 @@ void Job::run() {
 // comes.
 void Job::speak() {
   // A sink without a lead takes audio as fast as it is produced, so production runs ahead of it.
-  m_pipeline.emplace(m_request.text, *m_request.voice, m_sink.lead() == 0);
+  m_pipeline.emplace(m_request.text, m_request.encoding, *m_request.voice, m_sink.lead() == 0);
   while (m_stopAt != StopBoundary::Now && !m_failed) {
     if (m_paused) {
       m_wake.wait(m_lock);

@@ -18,6 +18,7 @@
 #include "job/timeline.h"
 #include "kavrel.h"
 #include "output/sink.h"
+#include "text/encoding.h"
 
 namespace kavrel {
 
@@ -38,6 +39,7 @@ class Job {
   // are never destroyed.
   struct Request {
     std::string text;
+    Encoding encoding = Encoding::Latin9;  // of the text and of the texts of its events
     const Voice* voice = nullptr;
     std::unique_ptr<Sink> sink;
     bool eventsImmediate = false;

@@ -37,8 +37,8 @@ class Pipeline::Queue {
     std::exception_ptr thrown;  // by the thread
   };
 
-  Queue(std::string_view text, const Voice& voice, Synthesiser& synthesiser)
-      : m_voice(voice), m_synthesiser(synthesiser), m_reader(text, voice) {}
+  Queue(std::string_view text, Encoding encoding, const Voice& voice, Synthesiser& synthesiser)
+      : m_voice(voice), m_synthesiser(synthesiser), m_reader(text, encoding, voice) {}
 
   // Starts the threads, which share `queue`. Returns false if there are none.
   static bool start(const std::shared_ptr<Queue>& queue) {
@@ -173,8 +173,9 @@ class Pipeline::Queue {
   std::exception_ptr m_thrown GUARDED_BY(m_lock);  // by the reader
 };
 
-Pipeline::Pipeline(std::string_view text, const Voice& voice, bool ahead, Synthesiser& synthesiser)
-    : m_queue(std::make_shared<Queue>(text, voice, synthesiser)),
+Pipeline::Pipeline(std::string_view text, Encoding encoding, const Voice& voice, bool ahead,
+                   Synthesiser& synthesiser)
+    : m_queue(std::make_shared<Queue>(text, encoding, voice, synthesiser)),
       m_builder(voice.language()),
       m_ahead(ahead) {}
 

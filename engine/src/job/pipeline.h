@@ -24,10 +24,10 @@ class Pipeline {
  public:
   enum class Result { Segment, End, Failed, Cancelled };
 
-  // `text` (ISO 8859-15) must outlive the pipeline; `voice` and `synthesiser` must never be
+  // `text` must outlive the pipeline; `voice` and `synthesiser` must never be
   // destroyed. With `ahead`, the first next() starts the threads; if the system refuses them,
   // segments are produced on demand.
-  Pipeline(std::string_view text, const Voice& voice, bool ahead,
+  Pipeline(std::string_view text, Encoding encoding, const Voice& voice, bool ahead,
            Synthesiser& synthesiser = Synthesiser::shared());
 
   // Cancels.

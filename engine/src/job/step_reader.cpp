@@ -3,10 +3,12 @@
 
 #include <utility>
 
+#include "synth/voice.h"
+
 namespace kavrel {
 
-StepReader::StepReader(std::string_view text, const Voice& voice)
-    : m_voice(voice), m_reader(text) {}
+StepReader::StepReader(std::string_view text, Encoding encoding, const Voice& voice)
+    : m_voice(voice), m_reader(text, encoding, voice.language()) {}
 
 bool StepReader::next(Step& step) {
   step = Step();

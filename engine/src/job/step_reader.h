@@ -29,8 +29,8 @@ struct Step {
 
 class StepReader {
  public:
-  // `text` (ISO 8859-15) and `voice` must outlive the reader.
-  StepReader(std::string_view text, const Voice& voice);
+  // `text` and `voice` must outlive the reader.
+  StepReader(std::string_view text, Encoding encoding, const Voice& voice);
 
   // Fills `step` and returns true; returns false at the end of the text. The last step of every
   // sentence is its end. May throw std::bad_alloc.

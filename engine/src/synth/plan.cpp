@@ -7,6 +7,8 @@
 #include <iterator>
 #include <span>
 
+#include <unicode/uchar.h>
+
 #include "synth/voice.h"
 #include "text/phones.h"
 
@@ -68,9 +70,9 @@ std::size_t utf8Bytes(std::wstring_view text) {
 
 // Characters that change the one before them: combining marks, joiners, variation selectors.
 bool isAttached(wchar_t c) {
-  return (c >= 0x300 && c < 0x370) || (c >= 0x1AB0 && c < 0x1B00) || (c >= 0x1DC0 && c < 0x1E00) ||
-         (c >= 0x200C && c <= 0x200D) || (c >= 0x20D0 && c < 0x2100) ||
-         (c >= 0xFE00 && c <= 0xFE0F) || (c >= 0xFE20 && c < 0xFE30);
+  const auto code = static_cast<UChar32>(c);
+  return c >= 0x300 && (u_hasBinaryProperty(code, UCHAR_GRAPHEME_EXTEND) != 0 || c == 0x200D ||
+                        u_charType(code) == U_COMBINING_SPACING_MARK);
 }
 
 // Returns how many characters from the start of `text` make up its next part, at least one.

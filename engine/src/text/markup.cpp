@@ -5,7 +5,6 @@
 #include <charconv>
 #include <utility>
 
-#include "base/text/Latin9.h"
 #include "base/text/Utf16.h"
 
 namespace kavrel {
@@ -21,18 +20,12 @@ bool isLetter(char c) {
 }
 
 bool isNameStart(char c) {
-  return isLetter(c) || c == '_' || c == ':' || static_cast<unsigned char>(c) >= 0xC0;
+  return isLetter(c) || c == '_' || c == ':';
 }
 
 bool isNamePart(char c) {
   return isNameStart(c) || (c >= '0' && c <= '9') || c == '-' || c == '.';
 }
-
-// A character, and how many bytes it takes in the text: more than one for an entity.
-struct Entity {
-  char32_t character = 0;
-  std::size_t length = 0;
-};
 
 // Reads the number of a character reference, after "&#". Surrogates and numbers beyond Unicode are
 // not characters.
@@ -53,7 +46,7 @@ std::optional<char32_t> numberedCharacter(std::string_view digits) {
 
 // Reads the entity at the start of `text`; nullopt if it is not one. The search for ";" is limited,
 // so that a text full of "&" is scanned in linear time.
-std::optional<Entity> readEntity(std::string_view text) {
+std::optional<EncodedCharacter> readEntity(std::string_view text) {
   static constexpr std::array<std::pair<std::string_view, char32_t>, 5> kNamed = {
       {{"lt", '<'}, {"gt", '>'}, {"amp", '&'}, {"quot", '"'}, {"apos", '\''}}};
   const std::size_t semicolon = text.substr(0, MarkupScanner::kMaxEntityBytes).find(';');
@@ -62,28 +55,28 @@ std::optional<Entity> readEntity(std::string_view text) {
   if (name[0] == '#') {
     const auto character = numberedCharacter(name.substr(1));
     if (!character) return std::nullopt;
-    return Entity{*character, semicolon + 1};
+    return EncodedCharacter{*character, semicolon + 1};
   }
   for (const auto& [known, character] : kNamed) {
-    if (name == known) return Entity{character, semicolon + 1};
+    if (name == known) return EncodedCharacter{character, semicolon + 1};
   }
   return std::nullopt;
 }
 
-// Reads the character at the start of `text`, which is not empty.
-Entity readCharacter(std::string_view text) {
+// Reads the character or entity at the start of `text`, which is not empty.
+EncodedCharacter readCharacter(std::string_view text, Encoding encoding) {
   if (text[0] == '&') {
     if (const auto entity = readEntity(text)) return *entity;
   }
-  return {base::fromLatin9(static_cast<unsigned char>(text[0])), 1};
+  return firstCharacter(text, encoding);
 }
 
-std::string resolveEntities(std::string_view text) {
+std::string resolveEntities(std::string_view text, Encoding encoding) {
   std::string resolved;
   resolved.reserve(text.size());
   while (!text.empty()) {
-    const Entity character = readCharacter(text);
-    appendLatin9(resolved, character.character);
+    const EncodedCharacter character = readCharacter(text, encoding);
+    append(resolved, character.character, encoding);
     text.remove_prefix(character.length);
   }
   return resolved;
@@ -170,30 +163,12 @@ class AttributeReader {
 
 }  // namespace
 
-// Quotes, dashes and the ellipsis have customary ASCII forms.
-void appendLatin9(std::string& text, char32_t character) {
-  const auto byte = base::toLatin9(character);
-  if (byte && *byte != 0) {
-    text += static_cast<char>(*byte);
-  } else if (character >= 0x2018 && character <= 0x201B) {
-    text += '\'';
-  } else if (character >= 0x201C && character <= 0x201F) {
-    text += '"';
-  } else if (character >= 0x2010 && character <= 0x2015) {
-    text += '-';
-  } else if (character == 0x2026) {
-    text += "...";
-  } else {
-    text += '?';
-  }
-}
-
 std::optional<std::string> MarkupEvent::attribute(std::string_view wanted) const {
   AttributeReader reader(attributes, 0);
   std::string_view attributeName;
   std::string_view value;
   while (reader.next(attributeName, value)) {
-    if (attributeName == wanted) return resolveEntities(value);
+    if (attributeName == wanted) return resolveEntities(value, encoding);
   }
   return std::nullopt;
 }
@@ -207,7 +182,7 @@ MarkupEvent MarkupScanner::next() {
     return to(m_at + std::string_view("]]>").size(), MarkupEvent::Kind::Other);
   }
   if (m_text[m_at] == '<') return markup();
-  const Entity character = readCharacter(m_text.substr(m_at));
+  const EncodedCharacter character = readCharacter(m_text.substr(m_at), m_encoding);
   MarkupEvent event = to(m_at + character.length, MarkupEvent::Kind::Character);
   event.character = character.character;
   return event;
@@ -264,8 +239,9 @@ MarkupEvent MarkupScanner::tag(bool endTag) {
 }
 
 MarkupEvent MarkupScanner::literal(std::size_t start) {
-  MarkupEvent event = to(start + 1, MarkupEvent::Kind::Character);
-  event.character = base::fromLatin9(static_cast<unsigned char>(m_text[start]));
+  const EncodedCharacter character = firstCharacter(m_text.substr(start), m_encoding);
+  MarkupEvent event = to(start + character.length, MarkupEvent::Kind::Character);
+  event.character = character.character;
   return event;
 }
 
@@ -299,6 +275,7 @@ MarkupEvent MarkupScanner::to(std::size_t end, MarkupEvent::Kind kind) {
   event.kind = kind;
   event.start = m_at;
   event.end = end;
+  event.encoding = m_encoding;
   m_at = end;
   return event;
 }

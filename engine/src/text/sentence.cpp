@@ -8,6 +8,7 @@
 
 #include "cst.h"
 #include "text/phones.h"
+#include "text/spoken_form.h"
 
 namespace kavrel {
 
@@ -18,14 +19,14 @@ std::uint32_t position(std::size_t bytes) {
   return static_cast<std::uint32_t>(bytes);
 }
 
-std::string latin9(std::span<const Letter> letters) {
+std::string textOf(std::span<const Letter> letters, Encoding encoding) {
   std::string text;
-  for (const Letter& letter : letters) appendLatin9(text, letter.character);
+  for (const Letter& letter : letters) append(text, letter.character, encoding);
   return text;
 }
 
 // Returns an item that reports a token's word. The letters that it speaks are filled in later.
-Item wordItem(std::span<const Letter> token) {
+Item wordItem(std::span<const Letter> token, Encoding encoding) {
   std::span<const Letter> word = wordOf(token);
   if (word.empty()) word = token;
   Item item;
@@ -33,7 +34,7 @@ Item wordItem(std::span<const Letter> token) {
   item.reported = false;
   item.start = position(word.front().start);
   item.length = position(word.back().start + word.back().length - word.front().start);
-  item.name = latin9(word);
+  item.name = textOf(word, encoding);
   return item;
 }
 
@@ -51,6 +52,8 @@ bool endsBefore(Stop stop, char32_t following) {
   switch (stop) {
     case Stop::None:
       return false;
+    case Stop::Always:
+      return true;
     case Stop::UnlessLowerCase:
       return !digit && !isLowerCase(following) && kGoOn.find(following) == kGoOn.npos;
     case Stop::UnlessDigit:
@@ -74,40 +77,51 @@ void reportUnknownPhones(const PhoneText& read, const MarkupEvent& tag) {
 
 }  // namespace
 
-// Returns the index after the runs that can be spoken in one go with the run `first`.
-std::size_t SentenceReader::Token::endOfPart(std::size_t first) const {
-  std::size_t end = first + 1;
-  while (end < runs.size() && !needSeparateItems(runs[first].style, runs[end].style)) {
-    ++end;
-  }
-  return end;
+// Returns the index of the run with `letter`.
+std::size_t SentenceReader::Token::runAt(std::size_t letter) const {
+  const auto run =
+      std::ranges::find_if(runs, [letter](const StyleRun& one) { return letter < one.end; });
+  return static_cast<std::size_t>(std::distance(runs.begin(), run));
 }
 
-// Returns the style in which the runs from `first` up to, not including, `end` are spoken in one
+// Returns the index after the letters from `first` on, and before `end`, that can be spoken in one
+// go.
+std::size_t SentenceReader::Token::endOfPart(std::size_t first, std::size_t end) const {
+  const std::size_t start = runAt(first);
+  std::size_t run = start + 1;
+  while (run < runs.size() && !needSeparateItems(runs[start].style, runs[run].style)) ++run;
+  return std::min(runs[run - 1].end, end);
+}
+
+// Returns the style in which the letters from `first` up to, not including, `end` are spoken in one
 // go: that of the longest run, with emphasis if any run has it.
 Style SentenceReader::Token::styleOf(std::size_t first, std::size_t end) const {
   Style style;
   bool emphasis = false;
   std::size_t longest = 0;
-  for (std::size_t at = first; at < end; ++at) {
-    const std::size_t length = runs[at].end - (at > 0 ? runs[at - 1].end : 0);
-    if (length > longest) style = runs[at].style;
+  std::size_t begin = first;
+  for (std::size_t run = runAt(first); begin < end; begin = runs[run++].end) {
+    const std::size_t length = std::min(runs[run].end, end) - begin;
+    if (length > longest) style = runs[run].style;
     longest = std::max(longest, length);
-    emphasis = emphasis || runs[at].style.emphasis;
+    emphasis = emphasis || runs[run].style.emphasis;
   }
   style.emphasis = emphasis;
   return style;
 }
 
-SentenceReader::SentenceReader(std::string_view text) : m_scanner(text) {}
+SentenceReader::SentenceReader(std::string_view text, Encoding encoding, std::string_view language)
+    : m_scanner(text, encoding), m_encoding(encoding), m_rules(rulesOf(language)) {}
 
 // Keeps the capacity of the vectors for the next token.
 void SentenceReader::Token::clear() {
   letters.clear();
   runs.clear();
   marks.clear();
+  marksAdded = 0;
   bytes = 0;
   afterTag = false;
+  afterWideStop = false;
 }
 
 // Reads events until the piece is complete. An event that belongs to the next piece is kept and
@@ -164,13 +178,14 @@ SentenceReader::ReadResult SentenceReader::handleBlank(const MarkupEvent& event,
   if (newline && !(event.character == '\n' && m_afterReturn)) ++m_newlines;
   m_afterReturn = event.character == '\r';
   const bool emptyLine = m_newlines > 1 && (m_hasTokens || m_begun);
-  if (m_stop != Stop::Full && !emptyLine) return ReadResult::Continue;
+  if (m_stop != Stop::Full && m_stop != Stop::Always && !emptyLine) return ReadResult::Continue;
   m_stop = Stop::None;
   return ReadResult::End;
 }
 
-// Before a letter is added, three things may end the token or the sentence: the token is too long;
-// a tag separates a stop from the letter; the stop of the token before is decided by this letter.
+// Before a letter is added, four things may end the token or the sentence: the token is too long; a
+// tag separates a stop from the letter; the letter follows a wide stop; the stop of the token
+// before is decided by this letter.
 SentenceReader::ReadResult SentenceReader::handleLetter(const MarkupEvent& event,
                                                         Sentence& sentence) {
   const std::vector<Letter>& letters = m_token.letters;
@@ -179,7 +194,10 @@ SentenceReader::ReadResult SentenceReader::handleLetter(const MarkupEvent& event
     m_stop = Stop::None;
   }
   if (!letters.empty() && m_token.afterTag && !isClosing(event.character) &&
-      endsBefore(stopOf(letters), event.character)) {
+      endsBefore(stopOf(letters, m_rules), event.character)) {
+    endToken(sentence);
+  }
+  if (m_token.afterWideStop && !isClosing(event.character) && !isWideStop(event.character)) {
     endToken(sentence);
   }
   if (letters.empty()) {
@@ -199,6 +217,8 @@ void SentenceReader::addLetter(const MarkupEvent& event) {
     m_token.runs.push_back({0, m_styles.style()});
   }
   m_token.afterTag = false;
+  m_token.afterWideStop =
+      isWideStop(event.character) || (m_token.afterWideStop && isClosing(event.character));
   m_token.letters.push_back({event.character, event.start, event.end - event.start});
   m_token.runs.back().end = m_token.letters.size();
   m_token.bytes += event.end - event.start;
@@ -284,7 +304,7 @@ SentenceReader::ReadResult SentenceReader::handleContent(const MarkupEvent& even
     item.style = m_styles.style();
   }
   item.reported = true;
-  appendLatin9(item.name, blank ? U' ' : event.character);
+  append(item.name, blank ? U' ' : event.character, m_encoding);
   if (blank) return ReadResult::Continue;
   item.length = position(event.end) - item.start;
   m_phonesName = item.name.size();
@@ -316,41 +336,52 @@ void SentenceReader::endToken(Sentence& sentence) {
   m_hasWords = m_hasWords || !wordOf(letters).empty();
   // A token of closing quotes only, without a blank before it, keeps the stop of the token before.
   const bool closing = std::ranges::all_of(letters, isClosing, &Letter::character);
-  if (!closing || !m_adjacent) m_stop = stopOf(letters);
+  if (!closing || !m_adjacent) m_stop = stopOf(letters, m_rules);
   m_adjacent = true;
   m_token.clear();
 }
 
-// Adds an item for each part of the token that is spoken in one go, and the marks between and
-// inside them. The part in which the word begins reports the word.
-void SentenceReader::addToken(Sentence& sentence) const {
-  const std::span<const Letter> letters(m_token.letters);
+// Adds the items of the words that the token is cut into: one word, but in scripts without blanks.
+void SentenceReader::addToken(Sentence& sentence) {
+  std::size_t first = 0;
+  for (const std::size_t cut : m_segmenter.cuts(m_token.letters)) {
+    addWord(first, cut, sentence);
+    first = cut;
+  }
+  addWord(first, m_token.letters.size(), sentence);
+}
+
+// Adds an item for each part of the token's letters from `first` to `last` that is spoken in one
+// go, and the marks between and inside them. The part in which the word begins reports the word.
+void SentenceReader::addWord(std::size_t first, std::size_t last, Sentence& sentence) {
+  const std::span<const Letter> all(m_token.letters);
+  const std::span<const Letter> letters = all.subspan(first, last - first);
   const std::span<const Letter> word = wordOf(letters);
-  const auto wordBegin = static_cast<std::size_t>(
-      std::distance(letters.data(), word.empty() ? letters.data() + letters.size() : word.data()));
-  const Item whole = wordItem(letters);
-  auto mark = m_token.marks.begin();
-  std::size_t run = 0;
-  for (std::size_t begin = 0, end = 0; begin < letters.size(); begin = end) {
-    const std::size_t runEnd = m_token.endOfPart(run);
-    end = m_token.runs[runEnd - 1].end;
+  const std::size_t wordBegin =
+      word.empty() ? last : static_cast<std::size_t>(std::distance(all.data(), word.data()));
+  const Item whole = wordItem(letters, m_encoding);
+  const auto nextMark = [this](std::size_t letter) -> const Item* {
+    if (m_token.marksAdded >= m_token.marks.size()) return nullptr;
+    const Token::Mark& mark = m_token.marks[m_token.marksAdded];
+    return mark.letter <= letter ? &mark.item : nullptr;
+  };
+  for (std::size_t begin = first, end = first; begin < last; begin = end) {
+    end = m_token.endOfPart(begin, last);
     Item item = whole;
-    item.style = m_token.styleOf(run, runEnd);
-    for (const Letter& letter : letters.subspan(begin, end - begin)) {
-      item.text += static_cast<wchar_t>(letter.character);
-    }
+    item.style = m_token.styleOf(begin, end);
+    item.text = spokenForm(all.subspan(begin, end - begin), m_rules);
     item.reported = begin <= wordBegin && wordBegin < end;
     // Marks before the word, for example between a quote and the word, are reached before it.
-    for (; item.reported && mark != m_token.marks.end() && mark->letter <= wordBegin; ++mark) {
-      sentence.items.push_back(mark->item);
+    for (; item.reported && nextMark(wordBegin) != nullptr; ++m_token.marksAdded) {
+      sentence.items.push_back(*nextMark(wordBegin));
     }
     sentence.items.push_back(std::move(item));
-    for (; mark != m_token.marks.end() && mark->letter <= end; ++mark) {
-      sentence.items.push_back(mark->item);
+    for (; nextMark(end) != nullptr; ++m_token.marksAdded) {
+      const std::size_t letter = m_token.marks[m_token.marksAdded].letter;
+      sentence.items.push_back(*nextMark(end));
       sentence.items.back().share =
-          static_cast<double>(mark->letter - begin) / static_cast<double>(end - begin);
+          static_cast<double>(letter - begin) / static_cast<double>(end - begin);
     }
-    run = runEnd;
   }
 }
 

@@ -7,7 +7,8 @@
 // plain data, used by one thread at a time.
 //
 // Words. A token is a run of characters that are not blank, including the tags inside it; only a
-// break element and a phoneme element end a token as a blank does. Control characters are blanks. A
+// break element and a phoneme element end a token as a blank does. Control characters are blanks.
+// In scripts that are written without blanks, a token is cut into its words (text/segments.h). A
 // word is a token without the punctuation around it. Signs that are spoken (& % + = @ # and the
 // like) are not punctuation. If settings change inside a token, the token is still spoken in one
 // go: in the style that most of its characters have, with emphasis if any character has it. Only
@@ -37,7 +38,9 @@
 #include <string_view>
 #include <vector>
 
+#include "text/language_rules.h"
 #include "text/markup.h"
+#include "text/segments.h"
 #include "text/style.h"
 #include "text/words.h"
 
@@ -69,13 +72,14 @@ struct Item {
   // Mark, Break: the whole tag. Phones: the content of the element without the blanks around it.
   std::uint32_t start = 0;
   std::uint32_t length = 0;
-  // Word: the characters to speak (Unicode), with punctuation, without blanks, entities resolved.
+  // Word: the characters to speak (text/spoken_form.h), with punctuation, without blanks, entities
+  // resolved. Empty if the word has no sound.
   std::wstring text;
   // Word: false for a token of punctuation only, which is spoken but is not a word, and for a part
   // of a word that another item reports. Phones: false for an element without content.
   bool reported = true;
   // Mark: the name, entities resolved. Word and Phones: the text from `start` on, `length` bytes
-  // long, without tags, entities resolved (for kavrel_event_get_text).
+  // long, without tags, entities resolved, in the encoding of the text (for kavrel_event_get_text).
   std::string name;
   // Mark: the share of the preceding word, 0 to 1, that has been spoken when the mark is reached.
   // Less than 1 for a mark inside a word.
@@ -112,8 +116,9 @@ class SentenceReader {
   static constexpr std::size_t kMaxTokenBytes = 512;
   static constexpr std::size_t kMaxTokenMarks = 64;
 
-  // `text` (ISO 8859-15) must outlive the reader.
-  explicit SentenceReader(std::string_view text);
+  // `text` must outlive the reader. `language` is that of the voice, as for rulesOf().
+  explicit SentenceReader(std::string_view text, Encoding encoding = Encoding::Latin9,
+                          std::string_view language = {});
 
   // Fills `sentence` and returns true; returns false at the end of the text. A text without any
   // item has no sentence.
@@ -140,14 +145,17 @@ class SentenceReader {
     };
 
     void clear();
-    std::size_t endOfPart(std::size_t first) const;
+    std::size_t runAt(std::size_t letter) const;
+    std::size_t endOfPart(std::size_t first, std::size_t end) const;
     Style styleOf(std::size_t first, std::size_t end) const;
 
     std::vector<Letter> letters;
     std::vector<StyleRun> runs;
     std::vector<Mark> marks;
-    std::size_t bytes = 0;  // of the letters
-    bool afterTag = false;  // a tag follows the last letter
+    std::size_t marksAdded = 0;  // to the sentence
+    std::size_t bytes = 0;       // of the letters
+    bool afterTag = false;       // a tag follows the last letter
+    bool afterWideStop = false;  // the last letter is a wide stop, or closes a quote after one
   };
 
   // Each handles one kind of event, and adds to `sentence` what it completes.
@@ -162,13 +170,17 @@ class SentenceReader {
   bool fits(std::size_t end, const Sentence& sentence) const;
   void addLetter(const MarkupEvent& event);
   void endToken(Sentence& sentence);
-  void addToken(Sentence& sentence) const;
+  void addToken(Sentence& sentence);
+  void addWord(std::size_t first, std::size_t end, Sentence& sentence);
   void closePhones(Sentence& sentence);
   ReadResult add(Item item, const MarkupEvent& tag, Sentence& sentence);
   void extendRange(std::size_t start, std::size_t end, const Sentence& sentence);
   bool finish(bool ended, Sentence& sentence);
 
   MarkupScanner m_scanner;
+  const Encoding m_encoding;
+  const LanguageRules m_rules;
+  Segmenter m_segmenter;
   StyleStack m_styles;
   MarkupEvent m_held;  // to be handled again in the next piece
   bool m_isHeld = false;

@@ -6,6 +6,10 @@
 #include <string>
 #include <string_view>
 
+#include <unicode/uchar.h>
+
+#include "text/encoding.h"
+
 namespace kavrel {
 
 namespace {
@@ -34,21 +38,41 @@ bool contains(std::u32string_view set, char32_t character) {
   return set.find(character) != std::u32string_view::npos;
 }
 
-bool isPunctuation(char32_t character) {
-  return contains(
-             U".,;:!?\"'`()[]{}_*/\\|~^-\u00A1\u00A8\u00AB\u00AD\u00AF\u00B4\u00B7\u00B8"
-             U"\u00BB\u00BF\u2022\u2026\u2039\u203A"sv,
-             character) ||
-         (character >= 0x2010 && character <= 0x201F);
+UChar32 asIcu(char32_t character) {
+  return static_cast<UChar32>(character);
 }
 
-bool isStop(char32_t character) {
-  return contains(U".!?\u2026"sv, character);
+// Signs of other scripts and widths that are spoken, though Unicode counts them as punctuation:
+// those for "per cent", "per mille", "&", "#", "*" and "@".
+bool isSpokenSign(char32_t character) {
+  return contains(U"\u066A\u2030\u2031\u0609\u060A\uFE60\uFE6A\uFE6B\uFF03\uFF05\uFF06\uFF20"sv,
+                  character);
+}
+
+bool isPunctuation(char32_t character) {
+  if (character <= 0xFF) {
+    return contains(
+        U".,;:!?\"'`()[]{}_*/\\|~^-\u00A1\u00A8\u00AB\u00AD\u00AF\u00B4\u00B7\u00B8\u00BB\u00BF"sv,
+        character);
+  }
+  if (isSpokenSign(character)) return false;
+  return u_ispunct(asIcu(character)) != 0 ||
+         u_hasBinaryProperty(asIcu(character), UCHAR_DEFAULT_IGNORABLE_CODE_POINT) != 0 ||
+         u_hasBinaryProperty(asIcu(character), UCHAR_BIDI_CONTROL) != 0;
+}
+
+// U+104A separates parts of a sentence. "\u037E" is the Greek ";".
+bool isStop(char32_t character, const LanguageRules& rules) {
+  if (character < 0x80) {
+    return contains(U".!?"sv, character) || (character == ';' && rules.endsAtSemicolon);
+  }
+  if (character == 0x2026) return true;
+  if (character == 0x037E) return rules.endsAtSemicolon;
+  return character != 0x104A && u_hasBinaryProperty(asIcu(character), UCHAR_S_TERM) != 0;
 }
 
 bool isUpperCase(char32_t character) {
-  return (character >= 'A' && character <= 'Z') ||
-         (character >= 0xC0 && character <= 0xDE && character != 0xD7);
+  return u_isupper(asIcu(character)) != 0;
 }
 
 // Returns true for a sign or decimal point at `at` that is spoken with the number after it: "-5",
@@ -57,11 +81,13 @@ bool leadsNumber(std::span<const Letter> token, std::size_t at) {
   const auto is = [&token](std::size_t position, std::u32string_view set) {
     return position < token.size() && contains(set, token[position].character);
   };
-  static constexpr auto kDigits = U"0123456789"sv;
-  if (is(at, U"."sv)) return is(at + 1, kDigits);
+  const auto isDigitAt = [&token](std::size_t position) {
+    return position < token.size() && isDigit(token[position].character);
+  };
+  if (is(at, U"."sv)) return isDigitAt(at + 1);
   if (!is(at, U"-"sv)) return false;
-  if (is(at + 1, U"$\u00A3\u20AC\u00A5."sv)) return is(at + 2, kDigits);
-  return is(at + 1, kDigits);
+  if (is(at + 1, U"$\u00A3\u20AC\u00A5."sv)) return isDigitAt(at + 2);
+  return isDigitAt(at + 1);
 }
 
 // Returns the letters in lower case for a lookup; "?" for characters outside ASCII.
@@ -88,6 +114,13 @@ bool isInitials(std::string_view text) {
   return true;
 }
 
+// Longer numbers are years and amounts, which end a sentence more often.
+bool isOrdinal(std::span<const Letter> letters) {
+  constexpr std::size_t kMostDigits = 3;
+  return !letters.empty() && letters.size() <= kMostDigits &&
+         std::ranges::all_of(letters, isDigit, &Letter::character);
+}
+
 // Returns how a token of `letters` and one "." ends.
 Stop stopOfAbbreviation(std::span<const Letter> letters) {
   static constexpr std::size_t kLongest = 8;
@@ -106,24 +139,32 @@ Stop stopOfAbbreviation(std::span<const Letter> letters) {
 }  // namespace
 
 bool isBlank(char32_t character) {
-  return character <= 0x20 || (character >= 0x7F && character <= 0xA0) || character == 0x1680 ||
-         (character >= 0x2000 && character <= 0x200F) ||
-         (character >= 0x2028 && character <= 0x202F) || character == 0x205F ||
-         character == 0x3000 || character == 0xFEFF;
+  if (character <= 0xA0) return character <= 0x20 || character >= 0x7F;
+  return character == kMalformed || u_isUWhiteSpace(asIcu(character)) != 0;
 }
 
 bool isDigit(char32_t character) {
-  return character >= '0' && character <= '9';
+  if (character < 0x80) return character >= '0' && character <= '9';
+  return u_isdigit(asIcu(character)) != 0;
 }
 
 bool isLowerCase(char32_t character) {
-  return (character >= 'a' && character <= 'z') ||
-         (character >= 0xDF && character <= 0xFF && character != 0xF7) || character == 0x153 ||
-         character == 0x161 || character == 0x17E;
+  return u_islower(asIcu(character)) != 0;
 }
 
+// German and its neighbours close with the marks with which English opens.
 bool isClosing(char32_t character) {
-  return contains(U"\"')]}\u00BB\u2019\u201D\u203A"sv, character);
+  if (character <= 0xFF) return contains(U"\"')]}\u00BB"sv, character);
+  if (character == 0x201C || character == 0x2018) return true;
+  const int kind = u_charType(asIcu(character));
+  return kind == U_FINAL_PUNCTUATION || kind == U_END_PUNCTUATION;
+}
+
+bool isWideStop(char32_t character) {
+  constexpr char32_t kFirstWide = 0x3000;
+  if (character < kFirstWide || !isStop(character, {})) return false;
+  const int width = u_getIntPropertyValue(asIcu(character), UCHAR_EAST_ASIAN_WIDTH);
+  return width == U_EA_WIDE || width == U_EA_FULLWIDTH;
 }
 
 std::span<const Letter> wordOf(std::span<const Letter> token) {
@@ -137,13 +178,15 @@ std::span<const Letter> wordOf(std::span<const Letter> token) {
 }
 
 // "!", "?" and more than one stop always end the sentence; a single "." depends on the word.
-Stop stopOf(std::span<const Letter> token) {
+Stop stopOf(std::span<const Letter> token, const LanguageRules& rules) {
   while (!token.empty() && isClosing(token.back().character)) token = token.first(token.size() - 1);
-  if (token.empty() || !isStop(token.back().character)) return Stop::None;
+  if (token.empty() || !isStop(token.back().character, rules)) return Stop::None;
+  if (isWideStop(token.back().character)) return Stop::Always;
   if (token.back().character != '.') return Stop::Full;
   token = token.first(token.size() - 1);
-  if (token.empty() || isStop(token.back().character)) return Stop::Full;
+  if (token.empty() || isStop(token.back().character, rules)) return Stop::Full;
   while (!token.empty() && isPunctuation(token.front().character)) token = token.subspan(1);
+  if (rules.hasOrdinals && isOrdinal(token)) return Stop::None;
   return stopOfAbbreviation(token);
 }
 

@@ -54,7 +54,7 @@ struct Job {
 };
 
 Job jobOf(const std::string& text, const kavrel::Voice& voice) {
-  Pipeline pipeline(text, voice, false);
+  Pipeline pipeline(text, kavrel::Encoding::Latin9, voice, false);
   Job job;
   kavrel::SpeechSegment segment;
   while ((job.result = pipeline.next(segment)) == Pipeline::Result::Segment) {

@@ -29,7 +29,7 @@ Synthesiser& synthesiserOf(std::size_t processes) {
 
 std::vector<SpeechSegment> speechOf(const std::string& text, Synthesiser& synthesiser,
                                     bool ahead = true) {
-  Pipeline pipeline(text, kavrel::defaultVoice(), ahead, synthesiser);
+  Pipeline pipeline(text, kavrel::Encoding::Latin9, kavrel::defaultVoice(), ahead, synthesiser);
   std::vector<SpeechSegment> segments;
   SpeechSegment segment;
   Pipeline::Result result = pipeline.next(segment);

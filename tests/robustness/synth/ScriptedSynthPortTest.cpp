@@ -34,7 +34,8 @@ class ScriptedSynthJob : public testing::Test {
   // Produces a text to its end; returns the texts of its words.
   std::vector<std::string> wordsOf(const std::string& text,
                                    const std::string& program = KAVREL_SCRIPTED_SYNTH) {
-    Pipeline pipeline(text, m_voice, true, test::keptSynthesiser(program, shortLimits()));
+    Pipeline pipeline(text, kavrel::Encoding::Latin9, m_voice, true,
+                      test::keptSynthesiser(program, shortLimits()));
     std::vector<std::string> words;
     kavrel::SpeechSegment segment;
     for (;;) {

@@ -17,7 +17,7 @@ const std::string kProse =
     "come in over the bar during the long night.";
 
 Recording record(std::string_view text, const kavrel::Voice& voice) {
-  kavrel::Pipeline pipeline(text, voice, false);
+  kavrel::Pipeline pipeline(text, kavrel::Encoding::Latin9, voice, false);
   Recording recording;
   kavrel::SpeechSegment segment;
   kavrel::Pipeline::Result result = pipeline.next(segment);

@@ -125,7 +125,7 @@ TEST(PortArguments, ThatAreNullReturnResults) {
             KAVREL_INVALID_POINTER);
   EXPECT_EQ(kavrel_port_speak_text(speaker.port(), "a", 1, nullptr, nullptr, nullptr),
             KAVREL_INVALID_POINTER);
-  EXPECT_EQ(kavrel_port_speak_text(speaker.port(), "a", 1, "utf-8", &job, nullptr),
+  EXPECT_EQ(kavrel_port_speak_text(speaker.port(), "a", 1, "utf-16", &job, nullptr),
             KAVREL_UNKNOWN_ENCODING);
   EXPECT_EQ(kavrel_port_pause(nullptr, nullptr, KAVREL_EVENT_NOW), KAVREL_INVALID_POINTER);
   EXPECT_EQ(kavrel_port_pause(speaker.port(), nullptr, KAVREL_EVENT_NOW), KAVREL_OBJECT_NOT_FOUND);

@@ -38,8 +38,8 @@ std::vector<SpeechSegment> segmentsOf(Pipeline& pipeline) {
 
 TEST(Pipeline, GivesTheSameSegmentsAheadAsOnDemand) {
   for (const std::string& text : {kText, longText(), std::string()}) {
-    Pipeline onDemand(text, kavrel::defaultVoice(), false);
-    Pipeline ahead(text, kavrel::defaultVoice(), true);
+    Pipeline onDemand(text, kavrel::Encoding::Latin9, kavrel::defaultVoice(), false);
+    Pipeline ahead(text, kavrel::Encoding::Latin9, kavrel::defaultVoice(), true);
     const std::vector<SpeechSegment> expected = segmentsOf(onDemand);
     const std::vector<SpeechSegment> segments = segmentsOf(ahead);
     ASSERT_EQ(segments.size(), expected.size());
@@ -49,7 +49,7 @@ TEST(Pipeline, GivesTheSameSegmentsAheadAsOnDemand) {
 
 TEST(Pipeline, CanBeAbandonedAtAnyPoint) {
   for (std::size_t taken = 0; taken < 8; ++taken) {
-    Pipeline pipeline(kText, kavrel::defaultVoice(), true);
+    Pipeline pipeline(kText, kavrel::Encoding::Latin9, kavrel::defaultVoice(), true);
     SpeechSegment segment;
     for (std::size_t i = 0; i < taken; ++i) {
       ASSERT_EQ(pipeline.next(segment), Pipeline::Result::Segment);
@@ -59,7 +59,7 @@ TEST(Pipeline, CanBeAbandonedAtAnyPoint) {
 
 TEST(Pipeline, GivesNothingMoreOnceItIsCancelled) {
   for (const bool ahead : {false, true}) {
-    Pipeline pipeline(kText, kavrel::defaultVoice(), ahead);
+    Pipeline pipeline(kText, kavrel::Encoding::Latin9, kavrel::defaultVoice(), ahead);
     SpeechSegment segment;
     ASSERT_EQ(pipeline.next(segment), Pipeline::Result::Segment);
     pipeline.cancel();
@@ -70,7 +70,7 @@ TEST(Pipeline, GivesNothingMoreOnceItIsCancelled) {
 TEST(Pipeline, IsCancelledOnAnyThread) {
   const std::string text = longText();
   for (const bool ahead : {false, true}) {
-    Pipeline pipeline(text, kavrel::defaultVoice(), ahead);
+    Pipeline pipeline(text, kavrel::Encoding::Latin9, kavrel::defaultVoice(), ahead);
     SpeechSegment segment;
     ASSERT_EQ(pipeline.next(segment), Pipeline::Result::Segment);
     std::jthread other([&] { pipeline.cancel(); });
@@ -84,7 +84,7 @@ TEST(Pipeline, IsCancelledOnAnyThread) {
 TEST(Pipeline, MayBeDestroyedWithItsTextWhileItProduces) {
   for (int round = 0; round < 20; ++round) {
     const auto text = std::make_unique<std::string>(longText());
-    Pipeline pipeline(*text, kavrel::defaultVoice(), true);
+    Pipeline pipeline(*text, kavrel::Encoding::Latin9, kavrel::defaultVoice(), true);
     SpeechSegment segment;
     ASSERT_EQ(pipeline.next(segment), Pipeline::Result::Segment);
   }

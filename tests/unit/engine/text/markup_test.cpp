@@ -27,7 +27,7 @@ std::string scan(std::string_view text) {
     at = event.end;
     switch (event.kind) {
       case MarkupEvent::Kind::Character:
-        appendLatin9(seen, event.character);
+        append(seen, event.character, Encoding::Latin9);
         break;
       case MarkupEvent::Kind::StartTag:
         seen += '{' + std::string(event.name) + (event.empty ? "/}" : "}");
@@ -243,12 +243,12 @@ TEST(MarkupScanner, ConvertsBytesToUnicode) {
       EXPECT_EQ(character, value);
     }
     std::string back;
-    appendLatin9(back, character);
+    append(back, character, Encoding::Latin9);
     EXPECT_EQ(back, text);
   }
   for (const char32_t none : {0xA4u, 0xBEu, 0x100u, 0x10FFFFu}) {
     std::string form;
-    appendLatin9(form, none);
+    append(form, none, Encoding::Latin9);
     EXPECT_EQ(form, "?");
   }
 }

@@ -102,8 +102,9 @@ TEST(StopOf, DependsOnTheNextTokenForSomeStops) {
 TEST(Characters, AreBlankWhenTheyAreControlCharacters) {
   for (char32_t c = 0; c <= 0x20; ++c) EXPECT_TRUE(isBlank(c));
   for (char32_t c = 0x7F; c <= 0xA0; ++c) EXPECT_TRUE(isBlank(c));
-  for (const char32_t c : {0x2003u, 0x2028u, 0x3000u, 0xFEFFu}) EXPECT_TRUE(isBlank(c));
-  for (const char32_t c : {0x21u, 0x7Eu, 0xA1u, 0xFFu, 0x20ACu, 0x2019u}) EXPECT_FALSE(isBlank(c));
+  for (const char32_t c : {0x2003u, 0x2028u, 0x3000u, 0xFFFDu}) EXPECT_TRUE(isBlank(c));
+  for (const char32_t c : {0x21u, 0x7Eu, 0xA1u, 0xFFu, 0x20ACu, 0x2019u, 0x200Cu, 0xFEFFu})
+    EXPECT_FALSE(isBlank(c));
 }
 
 }  // namespace
