@@ -49,12 +49,12 @@ Speaker::~Speaker() {
   if (m_port != nullptr) kavrel_port_close(m_port);
 }
 
-kavrel_result_t Speaker::speak(std::string_view text) {
-  return kavrel_port_speak_text(m_port, text.data(), text.size(), nullptr, &m_job, nullptr);
+kavrel_result_t Speaker::speak(std::string_view text, const char* encoding) {
+  return kavrel_port_speak_text(m_port, text.data(), text.size(), encoding, &m_job, nullptr);
 }
 
-std::vector<Event> Speaker::speakAll(std::string_view text) {
-  EXPECT_EQ(speak(text), KAVREL_SUCCESS);
+std::vector<Event> Speaker::speakAll(std::string_view text, const char* encoding) {
+  EXPECT_EQ(speak(text, encoding), KAVREL_SUCCESS);
   EXPECT_EQ(kavrel_port_wait(m_port, m_job), KAVREL_SUCCESS);
   return events();
 }
