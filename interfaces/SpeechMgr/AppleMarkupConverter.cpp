@@ -10,6 +10,7 @@
 #include "Diagnostics.h"
 #include "Numbers.h"
 #include "SpeechMgrUtils.h"
+#include "base/text/Utf8.h"
 
 namespace {
 
@@ -170,6 +171,15 @@ AppleMarkupConverter::CommandRun AppleMarkupConverter::findCommandRun(
   }
 }
 
+// Returns the position of the first byte of the character with the byte at `p`, but not less than
+// `least`.
+std::size_t AppleMarkupConverter::startOfCharacter(const std::string& text, std::size_t p,
+                                                   std::size_t least) const {
+  if (!m_isUtf8) return p;
+  while (p > least && base::isContinuation(text[p])) --p;
+  return p;
+}
+
 // Returns the end of the first word at or after `textPos`: the white space after it, or its last
 // byte if a command follows.
 unsigned int AppleMarkupConverter::endOfWord(const TokenList& tokens, unsigned int textPos) const {
@@ -178,7 +188,8 @@ unsigned int AppleMarkupConverter::endOfWord(const TokenList& tokens, unsigned i
     if (!isSpace(text[p]) && p + 1 < text.size() && isSpace(text[p + 1])) {
       return static_cast<unsigned int>(p + 1);
     }
-    if (text.compare(p + 1, 2, "[[") == 0) return static_cast<unsigned int>(p);
+    if (text.compare(p + 1, 2, "[[") == 0)
+      return static_cast<unsigned int>(startOfCharacter(text, p, textPos));
   }
   return static_cast<unsigned int>(text.size());
 }

@@ -129,6 +129,10 @@ class AppleMarkupConverter {
 
   // ---- Used inside the plug-in
 
+  // Declares the text to be UTF-8: a word that loses its last byte loses its last character. Called
+  // before the conversion.
+  void useUtf8() { m_isUtf8 = true; }
+
   // Limit of the total size of all `ph` attributes of a text, in bytes. Phones are carried over
   // from region to region, so a hostile text could make them grow with the cube of its length.
   static constexpr std::size_t kMaxPhones = std::size_t{16} * 1024 * 1024;
@@ -152,6 +156,7 @@ class AppleMarkupConverter {
 
   CommandRun findCommandRun(const TokenList& tokens, int index, const CommandRun& known) const;
   unsigned int endOfWord(const TokenList& tokens, unsigned int textPos) const;
+  std::size_t startOfCharacter(const std::string& text, std::size_t p, std::size_t least) const;
   bool wrapUpToNextCommand(TokenList& tokens, int& index, TokenList::MarkupId open,
                            TokenList::MarkupId close);
   int convertPhoneRegion(TokenList& tokens, int index, std::string& phonemes, std::size_t& written);
@@ -165,5 +170,6 @@ class AppleMarkupConverter {
   TokenList m_tokens;
   std::string m_converted;
   OffsetMap m_offsets;
+  bool m_isUtf8 = false;
   bool m_didConversion = false;
 };

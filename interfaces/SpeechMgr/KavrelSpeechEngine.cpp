@@ -256,9 +256,12 @@ void convert_text(speech_channel* channel, AppleMarkupConverter& amc) REQUIRES(c
   ENGINE_LINE(2, "SESpeakBuffer", "Converting: \"%s\"\n", channel->text);
   PositionMap prepared;
   const bool exact = channel->caller_positions;
-  amc = AppleMarkupConverter(
-      PreprocessText(reinterpret_cast<unsigned char*>(channel->text), exact ? &prepared : nullptr),
-      AppleMarkupConverter::SSML, channel->environment);
+  channel->text_is_utf8 = channel->utf8_text;
+  const TextForm form = channel->text_is_utf8 ? TextForm::Utf8 : TextForm::MacRoman;
+  amc = AppleMarkupConverter(PreprocessText(reinterpret_cast<unsigned char*>(channel->text),
+                                            exact ? &prepared : nullptr, form),
+                             AppleMarkupConverter::SSML, channel->environment);
+  if (channel->text_is_utf8) amc.useUtf8();
   free_and_null(channel->text);
   channel->text = owned_text(cst_strdup(amc.convertedText().c_str()));
   ENGINE_LINE(2, "SESpeakBuffer", "Converted: \"%s\"\n", channel->text);
@@ -378,6 +381,7 @@ long get_info(speech_channel* channel, unsigned long selector, void* speechInfo)
       return noErr;
     }
     case kStopAtBoundary:
+    case kUtf8Text:
       valueAt<UInt32>(speechInfo) = 1;
       return noErr;
     case soSynthType:
@@ -489,6 +493,9 @@ long set_info(speech_channel* channel, unsigned long selector, void* speechInfo)
       return noErr;
     case kCallerPositions:
       channel->caller_positions = speechInfo != nullptr;
+      return noErr;
+    case kUtf8Text:
+      channel->utf8_text = speechInfo != nullptr;
       return noErr;
     case kStopAtBoundary:
       return channel_request_stop(channel,

@@ -57,6 +57,12 @@ inline constexpr unsigned long kStopAtBoundary = 0x73746264;  // "stbd"
 // be read.
 inline constexpr unsigned long kEngineErrors = 0x65657272;  // "eerr"
 
+// Private selector of SESetSpeechInfo. The value is the pointer itself. Non-null: the texts of the
+// channel are UTF-8, those of the text-done callback included. Null, the default: they are Mac OS
+// Roman. Takes effect with the next SESpeakBuffer. SEGetSpeechInfo stores 1 as a 32-bit number, so
+// that a host can find out whether a synthesizer has the selector.
+inline constexpr unsigned long kUtf8Text = 0x75746638;  // "utf8"
+
 // The result that the error callback gets: ioErr of the platform.
 inline constexpr OSErr kEngineError = -36;
 

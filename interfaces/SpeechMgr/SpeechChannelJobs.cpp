@@ -114,7 +114,8 @@ bool apply_voice(speech_channel* channel) REQUIRES(channel->lock) {
 bool start_job(speech_channel* channel) REQUIRES(channel->lock) {
   begin_job(channel);
   const kavrel_result_t result = outside(kavrel_port_speak_text)(
-      channel->port, channel->text, std::strlen(channel->text), nullptr, &channel->job, nullptr);
+      channel->port, channel->text, std::strlen(channel->text),
+      channel->text_is_utf8 ? "utf-8" : nullptr, &channel->job, nullptr);
   if (result >= 0) return true;
   note_finished(channel);
   release_job_hold(channel);

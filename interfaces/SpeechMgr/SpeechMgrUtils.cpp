@@ -86,15 +86,22 @@ Bytes bytesOf(std::string_view text) {
 
 // Escapes the markup characters and spells out "OS X", in one walk. A table of bytes marks where
 // the walk has to stop; the text between two stops is copied as a whole.
+// In UTF-8, the logo is the character U+F8FF, and the byte that stands for it in Mac OS Roman
+// begins other characters.
 class Escaper {
  public:
   // `positions` may be null; otherwise it receives the origins and must be empty.
-  Escaper(std::string_view text, PositionMap* positions) : m_text(text), m_positions(positions) {
+  Escaper(std::string_view text, PositionMap* positions, TextForm form)
+      : m_text(text), m_positions(positions) {
+    const bool isUtf8 = form == TextForm::Utf8;
     for (const auto& [character, escape] : gEscapeStrings) {
+      if (character == kLogo && isUtf8) m_logo = &escape;
+      if (character == kLogo && isUtf8) continue;
       m_escapes[static_cast<unsigned char>(character)] = &escape;
       m_stops[static_cast<unsigned char>(character)] = true;
     }
     m_stops[static_cast<unsigned char>(kSystemName[0])] = true;
+    if (m_logo != nullptr) m_stops[static_cast<unsigned char>(kLogoInUtf8[0])] = true;
   }
 
   std::string run() {
@@ -109,6 +116,9 @@ class Escaper {
       } else if (m_text.substr(position, kSystemName.size()) == kSystemName) {
         replace(position + kSystemName.size() - 1, 1, kSystemNumber);
         position += kSystemName.size();
+      } else if (m_logo != nullptr && m_text.substr(position).starts_with(kLogoInUtf8)) {
+        replace(position, kLogoInUtf8.size(), *m_logo);
+        position += kLogoInUtf8.size();
       } else {
         position += 1;
       }
@@ -120,6 +130,8 @@ class Escaper {
  private:
   static constexpr std::string_view kSystemName = "OS X";
   static constexpr std::string_view kSystemNumber = "10";  // replaces the "X"
+  static constexpr char kLogo = '\xF0';
+  static constexpr std::string_view kLogoInUtf8 = "\xEF\xA3\xBF";
 
   unsigned char byteAt(std::size_t position) const {
     return static_cast<unsigned char>(m_text[position]);
@@ -156,6 +168,7 @@ class Escaper {
   PositionMap* m_positions;
   std::array<const std::string*, 256> m_escapes{};
   std::array<bool, 256> m_stops{};
+  const std::string* m_logo = nullptr;  // the text for it in UTF-8
   std::string m_result;
   std::size_t m_done = 0;  // bytes of m_text that are in m_result
 };
@@ -267,9 +280,10 @@ std::optional<std::string> convertEscaped(std::string_view escaped, LatinConvert
 }
 
 // Returns nothing if the encoding conversion fails; `positions` then holds no valid map.
-std::optional<std::string> prepare(std::string_view text, PositionMap* positions) {
+std::optional<std::string> prepare(std::string_view text, PositionMap* positions, TextForm form) {
   if (positions != nullptr) *positions = PositionMap();
-  const std::string escaped = Escaper(text, positions).run();
+  std::string escaped = Escaper(text, positions, form).run();
+  if (form == TextForm::Utf8) return escaped;
   LatinConverter converter;
   if (!converter.open()) return std::nullopt;
   std::optional<std::string> result;
@@ -308,9 +322,9 @@ std::string PreprocessText(unsigned char* text) {
   return PreprocessText(text, nullptr);
 }
 
-std::string PreprocessText(unsigned char* text, PositionMap* positions) {
+std::string PreprocessText(unsigned char* text, PositionMap* positions, TextForm form) {
   const std::string_view given(reinterpret_cast<const char*>(text));
-  if (std::optional<std::string> prepared = prepare(given, positions)) {
+  if (std::optional<std::string> prepared = prepare(given, positions, form)) {
     return std::move(*prepared);
   }
   if (positions != nullptr) {

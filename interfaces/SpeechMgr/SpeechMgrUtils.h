@@ -65,8 +65,13 @@ int applePhoneCode(const std::string& phone);
 // Rationale: if the encoding conversion fails, the copy is the text as given, not even escaped.
 std::string PreprocessText(unsigned char* text);
 
-// The same; `positions`, unless null, receives the origin of each byte of the result.
-std::string PreprocessText(unsigned char* text, PositionMap* positions);
+// What the client's text is encoded in.
+enum class TextForm { MacRoman, Utf8 };
+
+// The same; `positions`, unless null, receives the origin of each byte of the result. UTF-8 is
+// escaped only, so nothing can fail; malformed parts stay as they are.
+std::string PreprocessText(unsigned char* text, PositionMap* positions,
+                           TextForm form = TextForm::MacRoman);
 
 // ---- Paths
 

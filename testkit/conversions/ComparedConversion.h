@@ -66,10 +66,11 @@ inline std::vector<std::size_t> originsOf(const PositionMap& positions) {
 // Does what oracle::convert does, with the product's converter.
 inline oracle::Result convertByProduct(const std::string& text,
                                        const std::optional<oracle::Settings>& settings,
-                                       oracle::Output output) {
+                                       oracle::Output output, bool utf8 = false) {
   oracle::Result result;
   try {
     AppleMarkupConverter converter = converterFor(text, settings, output);
+    if (utf8) converter.useUtf8();
     const std::string converted = converter.getConvertedText();
     const std::unique_ptr<OffsetMap> offsets(converter.getOffsets());
     offsets->buildFinalLists();

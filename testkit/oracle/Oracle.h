@@ -99,8 +99,9 @@ struct Result {
   std::vector<std::size_t> origins;
 };
 
-// Converts `text`. Without settings the text has no prefix.
-Result convert(const std::string& text, const std::optional<Settings>& settings, Output output);
+// Converts `text`. Without settings the text has no prefix. `utf8`: the text is UTF-8.
+Result convert(const std::string& text, const std::optional<Settings>& settings, Output output,
+               bool utf8 = false);
 
 // The offset map after convert(), for queries; empty if the conversion fails.
 OffsetMap offsetsOf(const std::string& text, const std::optional<Settings>& settings,
@@ -112,6 +113,9 @@ std::string settingsPrefix(const Settings& settings);
 // Prepares Mac OS Roman text up to the first NUL: escapes characters of markup, replaces "OS X" by
 // "OS 10", converts to ISO 8859-15.
 std::string prepare(const std::string& text);
+
+// The same for UTF-8, which is not converted; U+F8FF takes the place of the byte 0xF0.
+std::string prepareUtf8(const std::string& text);
 
 struct Phones {
   Error error = Error::None;

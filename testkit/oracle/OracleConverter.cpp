@@ -16,14 +16,15 @@ struct Conversion {
 
 // The base text is prefix, text and closing reset. The records of prefix and reset are inserted
 // before and after those of the tokens.
-Conversion run(const std::string& text, const std::optional<Settings>& settings, Output output) {
+Conversion run(const std::string& text, const std::optional<Settings>& settings, Output output,
+               bool utf8 = false) {
   const std::string prefix = settings ? settingsPrefix(*settings) : "";
   OffsetMap inherited;
   if (settings) {
     inherited.insert(0, static_cast<std::int32_t>(prefix.size()), kAppleToken, true);
   }
   TokenList tokens;
-  tokens.create(prefix + text + kReset, inherited);
+  tokens.create(prefix + text + kReset, inherited, utf8);
 
   if (output == Output::Ssml) runPasses(tokens, settings.value_or(Settings{}));
 
@@ -71,10 +72,11 @@ std::string settingsPrefix(const Settings& settings) {
   return prefix;
 }
 
-Result convert(const std::string& text, const std::optional<Settings>& settings, Output output) {
+Result convert(const std::string& text, const std::optional<Settings>& settings, Output output,
+               bool utf8) {
   Result result;
   try {
-    Conversion conversion = run(text, settings, output);
+    Conversion conversion = run(text, settings, output, utf8);
     conversion.offsets.buildFinalLists();
     for (const Carried& each : conversion.text) result.converted += each.byte;
     const std::size_t prefix = settings ? settingsPrefix(*settings).size() : 0;

@@ -53,7 +53,14 @@ WordEnd endOfFirstWordAfter(const TokenList& tokens, int index) {
     const bool blankFollows = here + 1 < text.size() && isBlank(text[here + 1]);
     if (!isBlank(text[here]) && blankFollows) return WordEnd{p + 1, k};
     // Rationale: before a command the word loses its last character.
-    if (text.substr(here + 1, 2) == "[[") return WordEnd{p, k};
+    if (text.substr(here + 1, 2) == "[[") {
+      // In UTF-8, bytes 10xxxxxx continue a character.
+      while (tokens.isUtf8() && p > end &&
+             (static_cast<unsigned char>(text[static_cast<std::size_t>(p)]) & 0xC0) == 0x80) {
+        p = p - 1;
+      }
+      return WordEnd{p, k};
+    }
     p = p + 1;
   }
   return WordEnd{length, k};

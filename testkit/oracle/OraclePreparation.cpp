@@ -106,6 +106,20 @@ std::string inLatin9(char byte) {
 
 }  // namespace
 
+namespace {
+
+// "OS X" becomes "OS 10".
+std::string withSystemNumber(std::string text) {
+  std::size_t pos = text.find("OS X");
+  while (pos != std::string::npos) {
+    text.replace(pos, 4, "OS 10");
+    pos = text.find("OS X", pos);
+  }
+  return text;
+}
+
+}  // namespace
+
 std::string prepare(const std::string& text) {
   std::string result = text.substr(0, text.find('\0'));
 
@@ -114,15 +128,24 @@ std::string prepare(const std::string& text) {
     if (!escape.empty()) result.replace(i, 1, escape);
   }
 
-  std::size_t pos = result.find("OS X");
-  while (pos != std::string::npos) {
-    result.replace(pos, 4, "OS 10");
-    pos = result.find("OS X", pos);
-  }
-
   std::string encoded;
-  for (char byte : result) encoded += inLatin9(byte);
+  for (char byte : withSystemNumber(result)) encoded += inLatin9(byte);
   return encoded;
+}
+
+std::string prepareUtf8(const std::string& text) {
+  std::string result;
+  for (std::size_t i = 0; i < text.size() && text[i] != '\0'; ++i) {
+    if (text.substr(i, 3) == "\xEF\xA3\xBF") {
+      result += "Apple";
+      i = i + 2;
+    } else if (text[i] == '\xF0' || escapeOf(text[i]).empty()) {
+      result += text[i];
+    } else {
+      result += escapeOf(text[i]);
+    }
+  }
+  return withSystemNumber(result);
 }
 
 }  // namespace oracle

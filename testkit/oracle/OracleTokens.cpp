@@ -93,8 +93,9 @@ std::string Token::argument(std::size_t index) const {
 }
 
 // Splits the text at "[[", at ";" inside a command, and at "]]".
-void TokenList::create(const std::string& text, const OffsetMap& inherited) {
+void TokenList::create(const std::string& text, const OffsetMap& inherited, bool utf8) {
   m_base = text;
+  m_utf8 = utf8;
   m_inherited = inherited;
   m_tokens.clear();
 

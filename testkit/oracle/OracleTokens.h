@@ -81,11 +81,13 @@ struct Carried {
 
 class TokenList {
  public:
-  // Reads all commands of `text`, the base text. `inherited` holds records made before.
-  void create(const std::string& text, const OffsetMap& inherited);
+  // Reads all commands of `text`, the base text. `inherited` holds records made before. `utf8`: the
+  // text is UTF-8.
+  void create(const std::string& text, const OffsetMap& inherited, bool utf8 = false);
 
   int size() const { return static_cast<int>(m_tokens.size()); }
   std::string base() const { return m_base; }
+  bool isUtf8() const { return m_utf8; }
 
   // These throw Failure{IndexOutOfRange}.
   Token at(int index) const;
@@ -105,6 +107,7 @@ class TokenList {
 
   std::vector<Token> m_tokens;
   std::string m_base;
+  bool m_utf8 = false;
   OffsetMap m_inherited;
 };
 

@@ -7,8 +7,7 @@
 #include <iterator>
 #include <span>
 
-#include <unicode/uchar.h>
-
+#include "base/text/CharacterProperties.h"
 #include "synth/voice.h"
 #include "text/phones.h"
 
@@ -68,13 +67,6 @@ std::size_t utf8Bytes(std::wstring_view text) {
   return bytes;
 }
 
-// Characters that change the one before them: combining marks, joiners, variation selectors.
-bool isAttached(wchar_t c) {
-  const auto code = static_cast<UChar32>(c);
-  return c >= 0x300 && (u_hasBinaryProperty(code, UCHAR_GRAPHEME_EXTEND) != 0 || c == 0x200D ||
-                        u_charType(code) == U_COMBINING_SPACING_MARK);
-}
-
 // Returns how many characters from the start of `text` make up its next part, at least one.
 std::size_t partLength(std::wstring_view text, std::size_t mostCharacters) {
   std::size_t length = 0;
@@ -86,7 +78,7 @@ std::size_t partLength(std::wstring_view text, std::size_t mostCharacters) {
   }
   if (length == text.size()) return length;
   std::size_t whole = length;
-  while (whole > 0 && isAttached(text[whole])) --whole;
+  while (whole > 0 && base::extendsCharacter(static_cast<char32_t>(text[whole]))) --whole;
   return whole > 0 ? whole : std::max<std::size_t>(length, 1);
 }
 

@@ -343,8 +343,10 @@ void SentenceReader::endToken(Sentence& sentence) {
 
 // Adds the items of the words that the token is cut into: one word, but in scripts without blanks.
 void SentenceReader::addToken(Sentence& sentence) {
+  std::u32string characters;
+  for (const Letter& letter : m_token.letters) characters += letter.character;
   std::size_t first = 0;
-  for (const std::size_t cut : m_segmenter.cuts(m_token.letters)) {
+  for (const std::size_t cut : m_wordBreaks.in(characters)) {
     addWord(first, cut, sentence);
     first = cut;
   }

@@ -8,12 +8,12 @@
 //
 // Words. A token is a run of characters that are not blank, including the tags inside it; only a
 // break element and a phoneme element end a token as a blank does. Control characters are blanks.
-// In scripts that are written without blanks, a token is cut into its words (text/segments.h). A
-// word is a token without the punctuation around it. Signs that are spoken (& % + = @ # and the
-// like) are not punctuation. If settings change inside a token, the token is still spoken in one
-// go: in the style that most of its characters have, with emphasis if any character has it. Only
-// spelled parts are spoken separately from parts that are not. Marks inside a token are reported on
-// the way.
+// In scripts that are written without blanks, a token is cut into its words
+// (base/text/WordBreaks.h). A word is a token without the punctuation around it. Signs that are
+// spoken (& % + = @ # and the like) are not punctuation. If settings change inside a token, the
+// token is still spoken in one go: in the style that most of its characters have, with emphasis if
+// any character has it. Only spelled parts are spoken separately from parts that are not. Marks
+// inside a token are reported on the way.
 //
 // Sentences. A sentence ends after ". ! ?" or "..." at the end of a token, closing quotes and
 // brackets included, unless the token is an abbreviation. Between such a stop and a capital letter,
@@ -38,9 +38,9 @@
 #include <string_view>
 #include <vector>
 
+#include "base/text/WordBreaks.h"
 #include "text/language_rules.h"
 #include "text/markup.h"
-#include "text/segments.h"
 #include "text/style.h"
 #include "text/words.h"
 
@@ -180,7 +180,7 @@ class SentenceReader {
   MarkupScanner m_scanner;
   const Encoding m_encoding;
   const LanguageRules m_rules;
-  Segmenter m_segmenter;
+  base::WordBreaks m_wordBreaks;
   StyleStack m_styles;
   MarkupEvent m_held;  // to be handled again in the next piece
   bool m_isHeld = false;

@@ -6,8 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include <unicode/uchar.h>
-
+#include "base/text/CharacterProperties.h"
 #include "text/encoding.h"
 
 namespace kavrel {
@@ -38,10 +37,6 @@ bool contains(std::u32string_view set, char32_t character) {
   return set.find(character) != std::u32string_view::npos;
 }
 
-UChar32 asIcu(char32_t character) {
-  return static_cast<UChar32>(character);
-}
-
 // Signs of other scripts and widths that are spoken, though Unicode counts them as punctuation:
 // those for "per cent", "per mille", "&", "#", "*" and "@".
 bool isSpokenSign(char32_t character) {
@@ -56,9 +51,7 @@ bool isPunctuation(char32_t character) {
         character);
   }
   if (isSpokenSign(character)) return false;
-  return u_ispunct(asIcu(character)) != 0 ||
-         u_hasBinaryProperty(asIcu(character), UCHAR_DEFAULT_IGNORABLE_CODE_POINT) != 0 ||
-         u_hasBinaryProperty(asIcu(character), UCHAR_BIDI_CONTROL) != 0;
+  return base::isPunctuation(character) || base::isInvisible(character);
 }
 
 // U+104A separates parts of a sentence. "\u037E" is the Greek ";".
@@ -68,11 +61,7 @@ bool isStop(char32_t character, const LanguageRules& rules) {
   }
   if (character == 0x2026) return true;
   if (character == 0x037E) return rules.endsAtSemicolon;
-  return character != 0x104A && u_hasBinaryProperty(asIcu(character), UCHAR_S_TERM) != 0;
-}
-
-bool isUpperCase(char32_t character) {
-  return u_isupper(asIcu(character)) != 0;
+  return character != 0x104A && base::endsSentences(character);
 }
 
 // Returns true for a sign or decimal point at `at` that is spoken with the number after it: "-5",
@@ -126,7 +115,8 @@ Stop stopOfAbbreviation(std::span<const Letter> letters) {
   static constexpr std::size_t kLongest = 8;
   if (letters.empty() || letters.size() > kLongest) return Stop::Full;
   // A single capital is an initial, except "I.", which more often ends a sentence.
-  if (letters.size() == 1 && isUpperCase(letters[0].character) && letters[0].character != 'I') {
+  if (letters.size() == 1 && base::isUpperCase(letters[0].character) &&
+      letters[0].character != 'I') {
     return Stop::None;
   }
   const std::string text = lowerAscii(letters);
@@ -140,31 +130,28 @@ Stop stopOfAbbreviation(std::span<const Letter> letters) {
 
 bool isBlank(char32_t character) {
   if (character <= 0xA0) return character <= 0x20 || character >= 0x7F;
-  return character == kMalformed || u_isUWhiteSpace(asIcu(character)) != 0;
+  return character == kMalformed || base::isWhiteSpace(character);
 }
 
 bool isDigit(char32_t character) {
   if (character < 0x80) return character >= '0' && character <= '9';
-  return u_isdigit(asIcu(character)) != 0;
+  return base::digitValue(character).has_value();
 }
 
 bool isLowerCase(char32_t character) {
-  return u_islower(asIcu(character)) != 0;
+  return base::isLowerCase(character);
 }
 
 // German and its neighbours close with the marks with which English opens.
 bool isClosing(char32_t character) {
   if (character <= 0xFF) return contains(U"\"')]}\u00BB"sv, character);
   if (character == 0x201C || character == 0x2018) return true;
-  const int kind = u_charType(asIcu(character));
-  return kind == U_FINAL_PUNCTUATION || kind == U_END_PUNCTUATION;
+  return base::closesPunctuation(character);
 }
 
 bool isWideStop(char32_t character) {
   constexpr char32_t kFirstWide = 0x3000;
-  if (character < kFirstWide || !isStop(character, {})) return false;
-  const int width = u_getIntPropertyValue(asIcu(character), UCHAR_EAST_ASIAN_WIDTH);
-  return width == U_EA_WIDE || width == U_EA_FULLWIDTH;
+  return character >= kFirstWide && isStop(character, {}) && base::isWide(character);
 }
 
 std::span<const Letter> wordOf(std::span<const Letter> token) {
