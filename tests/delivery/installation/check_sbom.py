@@ -91,7 +91,7 @@ def check_packages(document):
 # start of the name.
 EXPECTED = {
     "kavrel-synth": ["espeak-ng-data", "libespeak-ng1", "libseccomp2"],
-    "libkavrel.so": ["kavrel-synth", "libcubeb0", "libpulse0"],
+    "libkavrel.so": ["kavrel-synth", "libcubeb0", "libicu", "libpulse0"],
     "libSpeechManager.so": ["libicu", "libpugixml"],
     "KavrelSpeech.so": ["libSpeechManager.so", "libkavrel.so"],
     "kavrel-say": [

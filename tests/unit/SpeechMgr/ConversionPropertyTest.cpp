@@ -161,6 +161,7 @@ TEST(RandomUtf8, EqualsTheOracleAndStaysWellFormed) {
 }
 
 TEST(Utf8Preparation, IsThatOf8BitTextButForTheLogo) {
+  BuildPhoneTranslationTables();
   const auto prepared = [](std::string text) {
     return PreprocessText(reinterpret_cast<unsigned char*>(text.data()), nullptr, TextForm::Utf8);
   };
