@@ -125,12 +125,16 @@ KAVREL_API const char* kavrel_strerror(kavrel_result_t result);
  *    up to that point.
  *  - "audio/output-format", a string: "aiff" (the default).
  *  - "events/immediate", an integer. 1: events are sent as the audio is produced; 0: as it is
- *    heard. With file output they are always sent as the audio is produced. */
+ *    heard. With file output they are always sent as the audio is produced.
+ *  - "voice/one-voice", an integer. 1: the whole text is spoken by the port's voice; 0, the
+ * default: words in a script that the voice's language does not write may be spoken by another
+ * voice. */
 #define KAVREL_KEY_CACHE_POLICY "voice/cache-policy"
 #define KAVREL_KEY_AUDIO_DEVICE "audio/device"
 #define KAVREL_KEY_OUTPUT_FILE "audio/output-file"
 #define KAVREL_KEY_OUTPUT_FORMAT "audio/output-format"
 #define KAVREL_KEY_EVENTS_IMMEDIATE "events/immediate"
+#define KAVREL_KEY_ONE_VOICE "voice/one-voice"
 
 /* Returns a new set, a copy of `base`, or an empty one if `base` is null. The caller owns it and
  * releases it with kavrel_params_delete; a set that is never released leaks less than 200 bytes.

@@ -382,6 +382,7 @@ long get_info(speech_channel* channel, unsigned long selector, void* speechInfo)
     }
     case kStopAtBoundary:
     case kUtf8Text:
+    case kOneVoice:
       valueAt<UInt32>(speechInfo) = 1;
       return noErr;
     case soSynthType:
@@ -496,6 +497,9 @@ long set_info(speech_channel* channel, unsigned long selector, void* speechInfo)
       return noErr;
     case kUtf8Text:
       channel->utf8_text = speechInfo != nullptr;
+      return noErr;
+    case kOneVoice:
+      channel->one_voice = speechInfo != nullptr;
       return noErr;
     case kStopAtBoundary:
       return channel_request_stop(channel,

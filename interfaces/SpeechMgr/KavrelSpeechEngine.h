@@ -63,6 +63,12 @@ inline constexpr unsigned long kEngineErrors = 0x65657272;  // "eerr"
 // that a host can find out whether a synthesizer has the selector.
 inline constexpr unsigned long kUtf8Text = 0x75746638;  // "utf8"
 
+// Private selector of SESetSpeechInfo. The value is the pointer itself. Non-null: the voice of the
+// channel speaks the whole text. Null, the default: the engine may speak words in a script that the
+// voice's language does not write with another voice. Takes effect with the next SESpeakBuffer.
+// SEGetSpeechInfo stores 1 as a 32-bit number, as for kUtf8Text.
+inline constexpr unsigned long kOneVoice = 0x31766365;  // "1vce"
+
 // The result that the error callback gets: ioErr of the platform.
 inline constexpr OSErr kEngineError = -36;
 

@@ -88,6 +88,7 @@ struct speech_channel {
   bool caller_positions GUARDED_BY(lock) = false;  // word events report true origins
   bool utf8_text GUARDED_BY(lock) = false;         // the next text from the client is UTF-8
   bool text_is_utf8 GUARDED_BY(lock) = false;      // `text` is
+  bool one_voice GUARDED_BY(lock) = false;         // no other voice for words in another script
   int engine_errors = 0;                           // ERROR is reported; access is atomic
   bool gathering GUARDED_BY(lock) = false;         // the text-done callback is being called
   // True origins of the current job's text; null unless caller_positions. Changed as text_offsets.

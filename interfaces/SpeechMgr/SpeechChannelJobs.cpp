@@ -109,13 +109,23 @@ bool apply_voice(speech_channel* channel) REQUIRES(channel->lock) {
   return true;
 }
 
+// A setting of the job, not of the port, which serves later jobs too. Jobs that need none get no
+// parameters.
+const kavrel_params* job_parameters(speech_channel* channel, kavrel_params* params)
+    REQUIRES(channel->lock) {
+  if (!channel->one_voice) return nullptr;
+  outside(kavrel_params_set_val)(params, "voice/one-voice", kavrel_val_int(1));
+  return params;
+}
+
 // The job's reference is taken before the engine is called, as its END may come before the call
 // returns.
-bool start_job(speech_channel* channel) REQUIRES(channel->lock) {
+bool start_job(speech_channel* channel, kavrel_params* params) REQUIRES(channel->lock) {
+  const kavrel_params* const settings = job_parameters(channel, params);
   begin_job(channel);
   const kavrel_result_t result = outside(kavrel_port_speak_text)(
       channel->port, channel->text, std::strlen(channel->text),
-      channel->text_is_utf8 ? "utf-8" : nullptr, &channel->job, nullptr);
+      channel->text_is_utf8 ? "utf-8" : nullptr, &channel->job, settings);
   if (result >= 0) return true;
   note_finished(channel);
   release_job_hold(channel);
@@ -243,13 +253,14 @@ void start_finishing(speech_channel* channel, unsigned int job) {
 // A failure closes the port, so that the next job starts with a new one.
 int channel_speak(speech_channel* channel) {
   channel->lock.assert_held();
-  // Rationale: one set for every job, used only when a port is opened, and never released.
+  // Rationale: one set for every job, never released. It is used when a port is opened, and for a
+  // job with settings of its own.
   kavrel_params* params = outside(kavrel_params_new)(nullptr);
   channel->status = STATUS_BUSY;
   CHANNEL_LINE("channel_speak", "Speech requested for Channel ID: %d, text: \"%s\"\n", channel->id,
                channel->text);
   prepare_output(channel, params);
-  if (open_port(channel, params) && apply_voice(channel) && start_job(channel)) return 0;
+  if (open_port(channel, params) && apply_voice(channel) && start_job(channel, params)) return 0;
   if (channel->port != nullptr) {
     CHANNEL_LINE("channel_speak", "ERROR Generating Speech on Channel: %d.  Closing Kavrel Port.\n",
                  channel->id);

@@ -15,6 +15,9 @@ terminal are spoken one by one. All arguments after "--" are text.
 Speech
   -v, --voice VOICE          speak with this voice; ? lists the voices
   -r, --rate WPM             speak this many words per minute, 20 to 1000
+      --one-voice            speak the whole text with this voice; without it,
+                             words in a script that the language of the voice
+                             does not write may get another voice
   -f, --input-file FILE      speak this file; - is standard input
       --plain                ignore speech commands in the text
       --strict               do not adapt speech commands that are not exact; a

@@ -66,6 +66,7 @@ void declareOptions(CLI::App& app, SayArguments& result, std::string& markup) {
   app.add_option("-f,--input-file", result.inputFile);
   app.add_flag("--plain", result.plain);
   app.add_flag("--strict", result.strict);
+  app.add_flag("--one-voice", result.oneVoice);
   app.add_option("-a,--audio-device", result.device);
   app.add_option("-o,--output-file", result.outputFile);
   app.add_option("--file-format", result.fileFormat);

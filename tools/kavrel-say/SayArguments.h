@@ -32,6 +32,7 @@ struct SayArguments {
   std::optional<std::string> device;
   bool plain = false;
   bool strict = false;
+  bool oneVoice = false;
 
   // At most one of the two is set. With neither, the text is read from standard input.
   std::optional<std::string> text;

@@ -11,9 +11,9 @@
 
 namespace {
 
-constexpr std::array<std::string_view, 5> kKnownKeys{
-    KAVREL_KEY_CACHE_POLICY, KAVREL_KEY_AUDIO_DEVICE, KAVREL_KEY_OUTPUT_FILE,
-    KAVREL_KEY_OUTPUT_FORMAT, KAVREL_KEY_EVENTS_IMMEDIATE};
+constexpr std::array<std::string_view, 6> kKnownKeys{
+    KAVREL_KEY_CACHE_POLICY,  KAVREL_KEY_AUDIO_DEVICE,     KAVREL_KEY_OUTPUT_FILE,
+    KAVREL_KEY_OUTPUT_FORMAT, KAVREL_KEY_EVENTS_IMMEDIATE, KAVREL_KEY_ONE_VOICE};
 // The index of keys that the engine does not know; such a value stores its key itself.
 constexpr std::uint8_t kOtherKey = 0xFF;
 
@@ -95,6 +95,13 @@ const char* findText(const kavrel_params* params, std::string_view key) {
   return val != nullptr && val->isText ? val->text() : nullptr;
 }
 
+// Sets `flag` to whether the number under `key` is not 0. A missing value or a text changes
+// nothing.
+void applySwitch(const kavrel_params* params, std::string_view key, bool& flag) {
+  const kavrel_val* const val = find(params, key);
+  if (val != nullptr && !val->isText) flag = val->number != 0;
+}
+
 }  // namespace
 
 kavrel_params* kavrel_params_new(const kavrel_params* base) {
@@ -167,8 +174,8 @@ void PortSettings::apply(const kavrel_params* params) {
   if (const char* const device = findText(params, KAVREL_KEY_AUDIO_DEVICE)) audioDevice = device;
   if (const char* const file = findText(params, KAVREL_KEY_OUTPUT_FILE)) outputFile = file;
   if (const char* const format = findText(params, KAVREL_KEY_OUTPUT_FORMAT)) outputFormat = format;
-  const kavrel_val* const immediate = find(params, KAVREL_KEY_EVENTS_IMMEDIATE);
-  if (immediate != nullptr && !immediate->isText) eventsImmediate = immediate->number != 0;
+  applySwitch(params, KAVREL_KEY_EVENTS_IMMEDIATE, eventsImmediate);
+  applySwitch(params, KAVREL_KEY_ONE_VOICE, oneVoice);
 }
 
 bool wantsPreload(const kavrel_params* params) {

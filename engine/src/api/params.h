@@ -21,6 +21,7 @@ struct PortSettings {
   std::string outputFile;   // empty: the sound device
   std::string outputFormat = "aiff";
   bool eventsImmediate = false;
+  bool oneVoice = false;  // no other voice for words in another script
 
   // Overwrites the settings that `params` contains, and keeps the others. Null changes nothing. A
   // value of the wrong type is ignored.

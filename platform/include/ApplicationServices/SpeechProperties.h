@@ -70,6 +70,11 @@ SPEECH_PLATFORM_API extern const CFStringRef kSpeechWordCFCallBack;  /* SpeechWo
  * reset. False: texts are adapted to what the synthesizer understands; see SpeakBuffer. True: texts
  * go to the synthesizer as they are written. */
 SPEECH_PLATFORM_API extern const CFStringRef kSpeechStrictTextProperty;
+/* An addition of this platform. A boolean or a number; false (0) at first, and not changed by a
+ * reset. False: words in a script that the voice's language does not write may be spoken by another
+ * voice. True: the channel's voice speaks the whole text. Applies from the next text on; has no
+ * effect on synthesizers that never change the voice. */
+SPEECH_PLATFORM_API extern const CFStringRef kSpeechOneVoiceProperty;
 
 /* ---- Values and keys */
 

@@ -71,6 +71,7 @@ TEST(Constants, EngineParametersHaveTheirKeys) {
   EXPECT_STREQ(KAVREL_KEY_OUTPUT_FILE, "audio/output-file");
   EXPECT_STREQ(KAVREL_KEY_OUTPUT_FORMAT, "audio/output-format");
   EXPECT_STREQ(KAVREL_KEY_EVENTS_IMMEDIATE, "events/immediate");
+  EXPECT_STREQ(KAVREL_KEY_ONE_VOICE, "voice/one-voice");
 }
 
 TEST(Constants, ResultsOfThePlatform) {

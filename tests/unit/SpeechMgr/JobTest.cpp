@@ -57,6 +57,22 @@ TEST_F(Jobs, TheSecondJobUsesThePortAsItIs) {
                   speakCall(1, converted("again"))));
 }
 
+// A parameter of the job: the port is the same for later jobs.
+TEST_F(Jobs, OneVoiceIsAParameterOfTheJob) {
+  const SpeechChannelIdentifier id = open();
+  const auto lastCall = [&](const char* text) {
+    EXPECT_EQ(speak(id, text), noErr);
+    const std::string call = engine().calls().back();
+    return call.substr(call.find("job, "));
+  };
+  int wanted = 0;
+  ASSERT_EQ(set(id, kOneVoice, &wanted), noErr);
+  EXPECT_EQ(lastCall("Hello"), "job, {events/immediate: 0, voice/one-voice: 1}) = 0");
+  finish(id, 1, 1);
+  ASSERT_EQ(SESetSpeechInfo(id, kOneVoice, nullptr), noErr);
+  EXPECT_EQ(lastCall("again"), "job, null) = 0");
+}
+
 TEST_F(Jobs, AFileIsWrittenByAPortOfItsOwn) {
   const SpeechChannelIdentifier id = open();
   ASSERT_EQ(speak(id, "heard"), noErr);

@@ -160,6 +160,15 @@ TEST_F(Selectors, UnknownSelectorsAreRejectedWhenReadAndAcceptedWhenWritten) {
   }
 }
 
+TEST_F(Selectors, PrivateOnesThatHostsMayUseReadAsOne) {
+  const SpeechChannelIdentifier id = open();
+  for (const unsigned long selector : {kStopAtBoundary, kUtf8Text, kOneVoice}) {
+    UInt32 offered = 0;
+    EXPECT_EQ(SEGetSpeechInfo(id, selector, &offered), noErr) << selector;
+    EXPECT_EQ(offered, 1U) << selector;
+  }
+}
+
 TEST_F(Selectors, WriteOnlySelectorsAreUnknownWhenRead) {
   const SpeechChannelIdentifier id = open();
   for (const OSType selector :

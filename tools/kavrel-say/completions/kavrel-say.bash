@@ -31,9 +31,9 @@ _kavrel_say() {
       ;;
     *)
       if [[ $word == -* ]]; then
-        list='-v --voice -r --rate -f --input-file --plain --strict -a --audio-device -o --output-file
-          --file-format --data-format --vtt --srt -i --interactive --progress --events --positions
-          --ssml -q --quiet -h --help --version'
+        list='-v --voice -r --rate -f --input-file --plain --strict --one-voice -a --audio-device
+          -o --output-file --file-format --data-format --vtt --srt -i --interactive --progress
+          --events --positions --ssml -q --quiet -h --help --version'
       fi
       ;;
   esac

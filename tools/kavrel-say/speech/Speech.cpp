@@ -69,6 +69,11 @@ void Speech::setStrict() {
         "cannot switch the adaptation of texts off");
 }
 
+void Speech::setOneVoice() {
+  check(SetSpeechProperty(m_channel, kSpeechOneVoiceProperty, kCFBooleanTrue),
+        "cannot keep other voices out");
+}
+
 // The Manager reports only that the file cannot be written; AudioTarget has found the usual reasons
 // before.
 void Speech::setOutputFile(const std::string& path) {

@@ -38,6 +38,9 @@ class Speech {
   // The synthesizer gets texts as they are written; the Manager does not adapt them.
   void setStrict();
 
+  // The voice speaks the whole text, words in other scripts included.
+  void setOneVoice();
+
   // Writes the speech to this AIFF file instead of the sound device.
   void setOutputFile(const std::string& path);
 

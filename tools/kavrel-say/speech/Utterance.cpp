@@ -53,6 +53,7 @@ Utterance::Utterance(const SayArguments& arguments, const tool::SpokenText& text
       m_speech(voiceFor(arguments)) {
   if (arguments.rate) m_speech.setRate(*arguments.rate);
   if (arguments.strict) m_speech.setStrict();
+  if (arguments.oneVoice) m_speech.setOneVoice();
 }
 
 // Files are created before speaking, so that a file that cannot be written is reported early. If

@@ -31,6 +31,7 @@ SPEECH_KEY(kSpeechPhonemeCallBack);
 SPEECH_KEY(kSpeechErrorCFCallBack);
 SPEECH_KEY(kSpeechWordCFCallBack);
 SPEECH_KEY(kSpeechStrictTextProperty);
+SPEECH_KEY(kSpeechOneVoiceProperty);
 SPEECH_KEY(kSpeechPhonemeOptionsProperty);
 SPEECH_KEY(kSpeechOutputToExtAudioFileProperty);
 SPEECH_KEY(kSpeechOutputToAudioDeviceProperty);

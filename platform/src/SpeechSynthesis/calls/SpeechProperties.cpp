@@ -39,7 +39,8 @@ enum class Kind {
   Pointer,
   ErrorCallback,
   WordCallback,
-  Strict
+  Strict,
+  OneVoice
 };
 
 struct Property {
@@ -51,7 +52,7 @@ struct Property {
 // Null if the property is unknown. The table is local: the keys are constants of another file,
 // which are set at an undefined time before main().
 const Property* propertyOf(CFStringRef key) {
-  static const std::array<Property, 24> table = {
+  static const std::array<Property, 25> table = {
       {{kSpeechStatusProperty, soStatus, Kind::Status},
        {kSpeechErrorsProperty, soErrors, Kind::Errors},
        {kSpeechInputModeProperty, soInputMode, Kind::Mode},
@@ -75,7 +76,8 @@ const Property* propertyOf(CFStringRef key) {
        {kSpeechPhonemeCallBack, soPhonemeCallBack, Kind::Pointer},
        {kSpeechErrorCFCallBack, 0, Kind::ErrorCallback},
        {kSpeechWordCFCallBack, 0, Kind::WordCallback},
-       {kSpeechStrictTextProperty, 0, Kind::Strict}}};
+       {kSpeechStrictTextProperty, 0, Kind::Strict},
+       {kSpeechOneVoiceProperty, 0, Kind::OneVoice}}};
   for (const Property& property : table) {
     if (CFEqual(property.key, key) != 0) return &property;
   }
@@ -262,6 +264,9 @@ OSErr copyProperty(Channel& channel, const Property& property, CFTypeRef* object
     case Kind::Strict:
       *object = CFRetain(channel.isStrict() ? kCFBooleanTrue : kCFBooleanFalse);
       return noErr;
+    case Kind::OneVoice:
+      *object = CFRetain(channel.hasOneVoice() ? kCFBooleanTrue : kCFBooleanFalse);
+      return noErr;
     default:
       return siUnknownInfoType;
   }
@@ -408,6 +413,10 @@ OSErr setProperty(Channel& channel, const Property& property, CFTypeRef object) 
       if (!isStrict) return paramErr;
       channel.setStrict(*isStrict);
       return noErr;
+    }
+    case Kind::OneVoice: {
+      const auto hasOneVoice = switchOf(object);
+      return hasOneVoice ? channel.setOneVoice(*hasOneVoice) : OSErr{paramErr};
     }
     default:
       return siUnknownInfoType;

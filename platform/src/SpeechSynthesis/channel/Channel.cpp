@@ -24,9 +24,10 @@ namespace platform {
 namespace {
 
 // Selectors of our synthesizer. Others ignore them. The value is a number instead of a pointer; a
-// value other than 0 switches the first two on.
+// value other than 0 switches them on.
 constexpr OSType kExactPositions = 0x63706F73;  // 'cpos': word positions are bytes of the caller
 constexpr OSType kReportErrors = 0x65657272;    // 'eerr': failures during speech are reported
+constexpr OSType kOneVoice = 0x31766365;        // '1vce': no other voice for another script
 // NOLINTNEXTLINE(performance-no-int-to-ptr)
 const void* const kYes = reinterpret_cast<const void*>(std::uintptr_t{1});
 
@@ -240,6 +241,21 @@ void Channel::setStrict(bool isStrict) {
 bool Channel::isStrict() const {
   const base::ScopedLock held(m_lock);
   return m_isStrict;
+}
+
+OSErr Channel::setOneVoice(bool hasOneVoice) {
+  const base::ScopedLock turn(m_turn);
+  if (const OSErr result = set(kOneVoice, hasOneVoice ? kYes : nullptr); result != noErr) {
+    return result;
+  }
+  const base::ScopedLock held(m_lock);
+  m_hasOneVoice = hasOneVoice;
+  return noErr;
+}
+
+bool Channel::hasOneVoice() const {
+  const base::ScopedLock held(m_lock);
+  return m_hasOneVoice;
 }
 
 void Channel::setErrorCallback(SpeechErrorCFProcPtr callback) {

@@ -103,6 +103,10 @@ class Channel final : public ReportReceiver, public std::enable_shared_from_this
   // Strict: texts go to the synthesizer as they are written. Holds for texts that start later.
   void setStrict(bool isStrict) EXCLUDES(m_lock);
   bool isStrict() const EXCLUDES(m_lock);
+  // One voice: the synthesizer speaks the whole text with the channel's voice. No effect if the
+  // synthesizer lacks the setting. Results: those of the synthesizer.
+  OSErr setOneVoice(bool hasOneVoice) EXCLUDES(m_turn, m_lock);
+  bool hasOneVoice() const EXCLUDES(m_lock);
   // Returns the text as the synthesizer gets it.
   std::string adaptedFor(const std::string& text) EXCLUDES(m_turn, m_lock);
 
@@ -219,6 +223,7 @@ class Channel final : public ReportReceiver, public std::enable_shared_from_this
   ClientCallbacks m_callbacks GUARDED_BY(m_lock);
   OSType m_recentSync GUARDED_BY(m_lock) = 0;
   bool m_isStrict GUARDED_BY(m_lock) = false;
+  bool m_hasOneVoice GUARDED_BY(m_lock) = false;
   DelimiterInfo m_delimiters GUARDED_BY(m_lock) = kUsualDelimiters;
   // Rate, pitch base, pitch range and volume, if they were set.
   std::array<std::optional<double>, 4> m_numbers GUARDED_BY(m_lock);

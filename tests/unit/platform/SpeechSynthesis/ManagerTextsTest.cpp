@@ -197,6 +197,27 @@ TEST_F(ManagerTexts, ReadsAndWritesStrictness) {
   EXPECT_EQ(SetSpeechProperty(m_channel, kSpeechStrictTextProperty, nullptr), paramErr);
 }
 
+TEST_F(ManagerTexts, PassesOneVoiceOnAndReadsItBack) {
+  constexpr OSType kOneVoice = 0x31766365;  // '1vce'
+  const auto property = [&] {
+    CFTypeRef value = nullptr;
+    EXPECT_EQ(CopySpeechProperty(m_channel, kSpeechOneVoiceProperty, &value), noErr);
+    const bool result = CFBooleanGetValue(static_cast<CFBooleanRef>(value)) != 0;
+    CFRelease(value);
+    return result;
+  };
+  EXPECT_FALSE(property());
+  ASSERT_EQ(SetSpeechProperty(m_channel, kSpeechOneVoiceProperty, kCFBooleanTrue), noErr);
+  EXPECT_TRUE(property());
+  EXPECT_NE(record().pointers[kOneVoice], nullptr);
+  ASSERT_EQ(SetSpeechInfo(m_channel, soReset, nullptr), noErr);
+  EXPECT_TRUE(property());
+  ASSERT_EQ(SetSpeechProperty(m_channel, kSpeechOneVoiceProperty, kCFBooleanFalse), noErr);
+  EXPECT_FALSE(property());
+  EXPECT_EQ(record().pointers[kOneVoice], nullptr);
+  EXPECT_EQ(SetSpeechProperty(m_channel, kSpeechOneVoiceProperty, CFSTR("yes")), paramErr);
+}
+
 TEST_F(ManagerTexts, HonoursTheDelimitersOfTheChannel) {
   DelimiterInfo delimiters = {{'(', '('}, {')', ')'}};
   ASSERT_EQ(SetSpeechInfo(m_channel, soCommandDelimiter, &delimiters), noErr);
