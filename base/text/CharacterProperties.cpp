@@ -2,6 +2,7 @@
 #include "base/text/CharacterProperties.h"
 
 #include <unicode/uchar.h>
+#include <unicode/uscript.h>
 
 namespace base {
 
@@ -76,6 +77,16 @@ bool isInvisible(char32_t character) {
 bool extendsCharacter(char32_t character) {
   return hasProperty(character, UCHAR_GRAPHEME_EXTEND) || character == 0x200D ||
          u_charType(asIcu(character)) == U_COMBINING_SPACING_MARK;
+}
+
+std::string_view scriptOf(char32_t character) {
+  UErrorCode error = U_ZERO_ERROR;
+  const UScriptCode script = uscript_getScript(asIcu(character), &error);
+  if (U_FAILURE(error) || script == USCRIPT_COMMON || script == USCRIPT_INHERITED ||
+      script == USCRIPT_UNKNOWN) {
+    return {};
+  }
+  return uscript_getShortName(script);
 }
 
 // ICU knows the scripts of South-East Asia by the way in which their lines break.

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <optional>
+#include <string_view>
 
 namespace base {
 
@@ -37,6 +38,10 @@ bool isInvisible(char32_t character);
 
 // Changes the character before it: combining marks, joiners, variation selectors.
 bool extendsCharacter(char32_t character);
+
+// Returns the script of a character by its code in ISO 15924, such as "Cyrl"; an empty view for
+// characters that several scripts share: digits, punctuation, symbols, most combining marks.
+std::string_view scriptOf(char32_t character);
 
 // A letter or mark of a script that is written without blanks between words: Han, Hiragana,
 // Katakana, Thai, Lao, Khmer, Myanmar.

@@ -49,12 +49,14 @@ Speaker::~Speaker() {
   if (m_port != nullptr) kavrel_port_close(m_port);
 }
 
-kavrel_result_t Speaker::speak(std::string_view text, const char* encoding) {
-  return kavrel_port_speak_text(m_port, text.data(), text.size(), encoding, &m_job, nullptr);
+kavrel_result_t Speaker::speak(std::string_view text, const char* encoding,
+                               const kavrel_params* params) {
+  return kavrel_port_speak_text(m_port, text.data(), text.size(), encoding, &m_job, params);
 }
 
-std::vector<Event> Speaker::speakAll(std::string_view text, const char* encoding) {
-  EXPECT_EQ(speak(text, encoding), KAVREL_SUCCESS);
+std::vector<Event> Speaker::speakAll(std::string_view text, const char* encoding,
+                                     const kavrel_params* params) {
+  EXPECT_EQ(speak(text, encoding, params), KAVREL_SUCCESS);
   EXPECT_EQ(kavrel_port_wait(m_port, m_job), KAVREL_SUCCESS);
   return events();
 }

@@ -59,10 +59,12 @@ class Speaker {
   // first job.
   std::function<void(const Event&)> onEvent;
 
-  // `encoding` is as for kavrel_port_speak_text.
-  kavrel_result_t speak(std::string_view text, const char* encoding = nullptr);
+  // `encoding` and `params` are as for kavrel_port_speak_text.
+  kavrel_result_t speak(std::string_view text, const char* encoding = nullptr,
+                        const kavrel_params* params = nullptr);
   // Speaks, waits for the end, and returns all events recorded so far.
-  std::vector<Event> speakAll(std::string_view text, const char* encoding = nullptr);
+  std::vector<Event> speakAll(std::string_view text, const char* encoding = nullptr,
+                              const kavrel_params* params = nullptr);
 
   // Blocks until `count` events of `type` have been recorded; only the test's time limit ends a
   // wait for events that do not come.

@@ -71,6 +71,7 @@ kavrel_result_t Port::speakText(std::string_view text, Encoding encoding,
   request.sink = openSink(settings);
   if (request.sink == nullptr) return KAVREL_FILE_ERROR;
   request.eventsImmediate = settings.eventsImmediate;
+  request.oneVoice = settings.oneVoice;
   {
     const base::ScopedLock held(m_lock);
     request.voice = m_voice;

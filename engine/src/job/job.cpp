@@ -9,6 +9,7 @@
 #include "job/event.h"
 #include "job/observer.h"
 #include "sample_rate.h"
+#include "synth/voice_cache.h"
 
 namespace kavrel {
 
@@ -60,7 +61,9 @@ void Job::run() {
 // comes.
 void Job::speak() {
   // A sink without a lead takes audio as fast as it is produced, so production runs ahead of it.
-  m_pipeline.emplace(m_request.text, m_request.encoding, *m_request.voice, m_sink.lead() == 0);
+  ScriptVoices voices = m_request.oneVoice ? ScriptVoices(*m_request.voice)
+                                           : ScriptVoices(*m_request.voice, loadVoice);
+  m_pipeline.emplace(m_request.text, m_request.encoding, std::move(voices), m_sink.lead() == 0);
   while (m_stopAt != StopBoundary::Now && !m_failed) {
     if (m_paused) {
       m_wake.wait(m_lock);

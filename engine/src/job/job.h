@@ -41,6 +41,7 @@ class Job {
     std::string text;
     Encoding encoding = Encoding::Latin9;  // of the text and of the texts of its events
     const Voice* voice = nullptr;
+    bool oneVoice = false;  // other scripts are spoken by `voice`, too
     std::unique_ptr<Sink> sink;
     bool eventsImmediate = false;
     kavrel_callback_t callback = nullptr;

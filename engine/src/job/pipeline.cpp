@@ -37,8 +37,8 @@ class Pipeline::Queue {
     std::exception_ptr thrown;  // by the thread
   };
 
-  Queue(std::string_view text, Encoding encoding, const Voice& voice, Synthesiser& synthesiser)
-      : m_voice(voice), m_synthesiser(synthesiser), m_reader(text, encoding, voice) {}
+  Queue(std::string_view text, Encoding encoding, ScriptVoices voices, Synthesiser& synthesiser)
+      : m_synthesiser(synthesiser), m_reader(text, encoding, std::move(voices)) {}
 
   // Starts the threads, which share `queue`. Returns false if there are none.
   static bool start(const std::shared_ptr<Queue>& queue) {
@@ -153,13 +153,12 @@ class Pipeline::Queue {
     if (!needsSpeech(entry.step)) return;
     std::string why;
     if (!m_synthesiser.speak(
-            entry.step.call.input, m_voice, [this] { return m_cancelled.load(); }, entry.audio,
-            why)) {
+            entry.step.call.input, *entry.step.call.voice, [this] { return m_cancelled.load(); },
+            entry.audio, why)) {
       entry.error = why.empty() ? "the synthesiser failed" : std::move(why);
     }
   }
 
-  const Voice& m_voice;
   Synthesiser& m_synthesiser;
   std::atomic<bool> m_cancelled{false};  // written with the lock held
 
@@ -173,10 +172,9 @@ class Pipeline::Queue {
   std::exception_ptr m_thrown GUARDED_BY(m_lock);  // by the reader
 };
 
-Pipeline::Pipeline(std::string_view text, Encoding encoding, const Voice& voice, bool ahead,
+Pipeline::Pipeline(std::string_view text, Encoding encoding, ScriptVoices voices, bool ahead,
                    Synthesiser& synthesiser)
-    : m_queue(std::make_shared<Queue>(text, encoding, voice, synthesiser)),
-      m_builder(voice.language()),
+    : m_queue(std::make_shared<Queue>(text, encoding, std::move(voices), synthesiser)),
       m_ahead(ahead) {}
 
 Pipeline::~Pipeline() {

@@ -14,20 +14,19 @@
 
 #include "job/segment.h"
 #include "job/segment_builder.h"
+#include "synth/script_voices.h"
 #include "synth/synthesiser.h"
 
 namespace kavrel {
-
-class Voice;
 
 class Pipeline {
  public:
   enum class Result { Segment, End, Failed, Cancelled };
 
-  // `text` must outlive the pipeline; `voice` and `synthesiser` must never be
-  // destroyed. With `ahead`, the first next() starts the threads; if the system refuses them,
-  // segments are produced on demand.
-  Pipeline(std::string_view text, Encoding encoding, const Voice& voice, bool ahead,
+  // `text` must outlive the pipeline; the voices and `synthesiser` must never be destroyed. With
+  // `ahead`, the first next() starts the threads; if the system refuses them, segments are produced
+  // on demand.
+  Pipeline(std::string_view text, Encoding encoding, ScriptVoices voices, bool ahead,
            Synthesiser& synthesiser = Synthesiser::shared());
 
   // Cancels.

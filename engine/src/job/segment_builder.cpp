@@ -6,6 +6,7 @@
 
 #include "cst/diag.h"
 #include "sample_rate.h"
+#include "synth/voice.h"
 #include "text/phones.h"
 
 namespace kavrel {
@@ -19,8 +20,6 @@ std::uint64_t samplesOf(std::uint32_t milliseconds) {
 }
 
 }  // namespace
-
-SegmentBuilder::SegmentBuilder(std::string language) : m_language(std::move(language)) {}
 
 SpeechSegment SegmentBuilder::build(const Step& step, SynthAudio&& audio) {
   m_segment = SpeechSegment();
@@ -59,7 +58,7 @@ void SegmentBuilder::announce(const Sentence& sentence) {
 
 void SegmentBuilder::addCall(const Step& step, SynthAudio&& audio) {
   m_lastMark = 0;
-  m_phoneLanguage = m_language;
+  m_phoneLanguage = step.call.voice->language();
   for (const SynthAudio::Event& event : audio.events()) {
     if (event.mark > 0) {
       reachMarks(step, event.mark, event.sample);

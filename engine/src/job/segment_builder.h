@@ -18,9 +18,6 @@ namespace kavrel {
 
 class SegmentBuilder {
  public:
-  // `language` is that of the voice, in which calls begin.
-  explicit SegmentBuilder(std::string language);
-
   // Returns the segment of `step`, which may have no audio. Must be called for all steps of the
   // text, in order: phones at the start of one belong to the word before. `audio` is that of the
   // step's call, else empty. May throw std::bad_alloc.
@@ -38,7 +35,6 @@ class SegmentBuilder {
   void addPhone(std::string_view name, std::uint64_t sample);
   void addBoundary(bool endsSentence);
 
-  const std::string m_language;
   SpeechSegment m_segment;      // under construction
   bool m_announced = true;      // the sentence has been reported or needs no report
   std::string m_phoneLanguage;  // in which the next phones are spoken

@@ -7,8 +7,8 @@
 
 namespace kavrel {
 
-StepReader::StepReader(std::string_view text, Encoding encoding, const Voice& voice)
-    : m_voice(voice), m_reader(text, encoding, voice.language()) {}
+StepReader::StepReader(std::string_view text, Encoding encoding, ScriptVoices voices)
+    : m_voices(std::move(voices)), m_reader(text, encoding, m_voices.own().language()) {}
 
 bool StepReader::next(Step& step) {
   step = Step();
@@ -17,7 +17,7 @@ bool StepReader::next(Step& step) {
     if (!m_reader.next(sentence)) return false;
     // The plan refers to the sentence, which therefore must not move.
     m_sentence = std::make_shared<const Sentence>(std::move(sentence));
-    m_plan.emplace(*m_sentence, m_voice);
+    m_plan.emplace(*m_sentence, m_voices.own(), m_voices.of(*m_sentence));
     step.isFirst = true;
   }
   step.sentence = m_sentence;

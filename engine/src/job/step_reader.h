@@ -12,11 +12,10 @@
 #include <string_view>
 
 #include "synth/plan.h"
+#include "synth/script_voices.h"
 #include "text/sentence.h"
 
 namespace kavrel {
-
-class Voice;
 
 struct Step {
   enum class Kind { Call, Break, SentenceEnd };
@@ -29,15 +28,15 @@ struct Step {
 
 class StepReader {
  public:
-  // `text` and `voice` must outlive the reader.
-  StepReader(std::string_view text, Encoding encoding, const Voice& voice);
+  // `text` must outlive the reader.
+  StepReader(std::string_view text, Encoding encoding, ScriptVoices voices);
 
   // Fills `step` and returns true; returns false at the end of the text. The last step of every
   // sentence is its end. May throw std::bad_alloc.
   bool next(Step& step);
 
  private:
-  const Voice& m_voice;
+  ScriptVoices m_voices;
   SentenceReader m_reader;
   std::shared_ptr<const Sentence> m_sentence;
   std::optional<Plan> m_plan;  // of m_sentence; nullopt between sentences

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <iterator>
 #include <span>
+#include <utility>
 
 #include "base/text/CharacterProperties.h"
 #include "synth/voice.h"
@@ -67,6 +68,14 @@ std::size_t utf8Bytes(std::wstring_view text) {
   return bytes;
 }
 
+// Returns how much of kMaxTextBytes `text` takes. espeak-ng takes a Hangul syllable apart, and
+// loses words from 200 syllables on.
+std::size_t clauseBytes(std::wstring_view text) {
+  const auto syllables =
+      std::ranges::count_if(text, [](wchar_t c) { return c >= 0xAC00 && c <= 0xD7A3; });
+  return utf8Bytes(text) + static_cast<std::size_t>(syllables);
+}
+
 // Returns how many characters from the start of `text` make up its next part, at least one.
 std::size_t partLength(std::wstring_view text, std::size_t mostCharacters) {
   std::size_t length = 0;
@@ -111,6 +120,31 @@ bool isAsciiLetter(wchar_t c) {
 // A character that is neither ASCII nor one of the signs of Latin-1 counts as a letter.
 bool isLetter(wchar_t c) {
   return isAsciiLetter(c) || c >= 0xC0;
+}
+
+// Returns how many letters and digits `text` has: a measure of the time that it takes.
+std::size_t lettersOf(std::wstring_view text) {
+  return static_cast<std::size_t>(std::ranges::count_if(text, [](wchar_t c) {
+    return isDigit(c) || (isLetter(c) && !base::isPunctuation(static_cast<char32_t>(c)));
+  }));
+}
+
+// Returns true if `text` ends with a character at which the synthesiser makes a pause.
+bool endsClause(std::wstring_view text) {
+  constexpr std::wstring_view kPauses = L",;:.!?\x2026\x060C\x061B\x3001\xFF0C";
+  return !text.empty() && kPauses.find(text.back()) != std::wstring_view::npos;
+}
+
+// Returns true for a Hangul syllable with the first letter N or M. The syllables are ordered by
+// their 19 first letters, with 588 syllables each.
+bool beginsWithNasal(std::wstring_view text) {
+  constexpr wchar_t kFirst = 0xAC00;
+  constexpr wchar_t kEach = 588;
+  constexpr wchar_t kN = 2;
+  constexpr wchar_t kM = 6;
+  if (text.empty() || text[0] < kFirst || text[0] > 0xD7A3) return false;
+  const wchar_t letter = (text[0] - kFirst) / kEach;
+  return letter == kN || letter == kM;
 }
 
 // True for the hyphen of "'-er" and of "bog,(-en)", and the third one of "---og". `before` is the
@@ -162,10 +196,24 @@ std::wstring plainText(std::wstring_view characters, const Style& style) {
 
 }  // namespace
 
-Plan::Plan(const Sentence& sentence, const Voice& voice) : m_sentence(sentence), m_voice(voice) {}
+Plan::Plan(const Sentence& sentence, const Voice& own, std::vector<const Voice*> voices)
+    : m_sentence(sentence), m_own(own), m_voices(std::move(voices)) {}
+
+const Voice& Plan::voiceOf(std::size_t item) const {
+  return m_voices.empty() ? m_own : *m_voices[item];
+}
+
+// In Korean, espeak-ng begins no word before the letters N and M, unless a quote or a bracket makes
+// a pause before it.
+bool Plan::isJoined(const SynthCall& call, const Item& item) const {
+  if (call.voice->language() != "ko" || !beginsWithNasal(item.text)) return false;
+  if (m_item == 0) return true;
+  const std::wstring& before = m_sentence.items[m_item - 1].text;
+  return before.empty() || !isClosing(static_cast<char32_t>(before.back()));
+}
 
 // Fills the call with items until it is full, then ends it at the last comma if there is one: a
-// pause is natural there. A break is a call of its own.
+// pause is natural there. A break is a call of its own, and each voice speaks calls of its own.
 bool Plan::next(SynthCall& call) {
   call = SynthCall();
   if (m_item >= m_sentence.items.size()) return false;
@@ -179,27 +227,32 @@ bool Plan::next(SynthCall& call) {
   m_hasSettings = false;
   m_inForce = ResolvedStyle();
   m_split = SplitPoint();
+  call.voice = &voiceOf(m_item);
+  call.input.marked.resize(1);
   while (m_item < m_sentence.items.size() && m_sentence.items[m_item].kind != Item::Kind::Break &&
-         !isFull()) {
+         &voiceOf(m_item) == call.voice && !isFull()) {
     addItem(call);
   }
   const bool atEnd = m_item >= m_sentence.items.size();
+  const bool atOtherVoice = !atEnd && &voiceOf(m_item) != call.voice;
   const bool atComma = !atEnd && isFull() && splitAtComma(call);
   // Else emphasis would stay in force for the calls of other ports.
   if (m_inForce.emphasis) addCommand(kNormalEmphasis, L'F');
   call.input.text = m_text;
-  call.input.endPause = atEnd ? m_sentence.ends : atComma;
+  call.input.endPause = atEnd ? m_sentence.ends
+                              : atComma || (atOtherVoice && m_item > 0 &&
+                                            endsClause(m_sentence.items[m_item - 1].text));
   return true;
 }
 
 bool Plan::isFull() const {
-  return utf8Bytes(m_text) >= kMaxTextBytes || m_commandCount >= kMaxCommands;
+  return clauseBytes(m_text) >= kMaxTextBytes || m_commandCount >= kMaxCommands;
 }
 
 // Marks have no style of their own. An item that is spoken in parts has its mark before the first.
 void Plan::addItem(SynthCall& call) {
   const Item& item = m_sentence.items[m_item];
-  if (item.kind != Item::Kind::Mark) applyStyle(call, resolve(item.style));
+  if (item.kind != Item::Kind::Mark) applyStyle(call, resolve(item.style, *call.voice));
   if (m_part == 0) addMark(call, item);
   switch (item.kind) {
     case Item::Kind::Word:
@@ -218,6 +271,7 @@ void Plan::addItem(SynthCall& call) {
 // A command inside a word would break the word apart, so a mark there is placed afterwards.
 void Plan::addMark(SynthCall& call, const Item& item) {
   call.marks.push_back(m_item);
+  call.input.marked.push_back({0, item.kind != Item::Kind::Mark, false, isJoined(call, item)});
   const auto number = static_cast<int>(call.marks.size());
   if (item.kind == Item::Kind::Mark && item.share < 1) {
     call.input.innerMarks.push_back({number, item.share});
@@ -233,6 +287,9 @@ void Plan::addWordPart(SynthCall& call, const Item& item) {
   const std::wstring_view part = rest.substr(0, rest.empty() ? 0 : partLength(rest, limit));
   const std::wstring text = plainText(part, item.style);
   call.audible = call.audible || !text.empty();
+  SynthAudio::Marked& marked = call.input.marked.back();
+  marked.letters += lettersOf(part);
+  marked.endsClause = endsClause(part);
   m_text += text;
   m_text += L' ';
   m_part += part.size();
@@ -247,10 +304,11 @@ void Plan::addWordPart(SynthCall& call, const Item& item) {
 void Plan::addPhonesPart(SynthCall& call, const Item& item) {
   const std::size_t count = std::min(kMaxPhones, item.phones.size() - m_part);
   const std::string notation =
-      synthesiserInput(std::span(item.phones).subspan(m_part, count), m_voice.language());
+      synthesiserInput(std::span(item.phones).subspan(m_part, count), call.voice->language());
   if (!notation.empty()) {
     call.audible = true;
     call.input.hasPhones = true;
+    call.input.marked.back().letters += count;
     m_text += L"[[" + std::wstring(notation.begin(), notation.end()) + L"]] ";
   }
   m_part += count;
@@ -262,7 +320,7 @@ void Plan::addPhonesPart(SynthCall& call, const Item& item) {
 // A long call is best ended where a speaker breathes anyway, but not in its first third.
 void Plan::noteSplitPoint(const SynthCall& call, const Item& item) {
   constexpr std::wstring_view kBreath = L",;:";
-  if (item.text.empty() || utf8Bytes(m_text) < kMaxTextBytes / 3) return;
+  if (item.text.empty() || clauseBytes(m_text) < kMaxTextBytes / 3) return;
   if (kBreath.find(item.text.back()) == std::wstring_view::npos) return;
   m_split = {m_item,
              m_text.size(),
@@ -280,6 +338,7 @@ bool Plan::splitAtComma(SynthCall& call) {
   m_part = 0;
   m_text.resize(m_split.textSize);
   call.marks.resize(m_split.marks);
+  call.input.marked.resize(m_split.marks + 1);
   call.input.adjustments.resize(m_split.adjustments);
   call.input.innerMarks.resize(m_split.innerMarks);
   m_inForce.emphasis = m_split.emphasis;
@@ -288,7 +347,7 @@ bool Plan::splitAtComma(SynthCall& call) {
 
 // Rate is shared by the synthesiser's setting, the pauses' factor and TimeScale; volume is done by
 // SynthAudio only.
-Plan::ResolvedStyle Plan::resolve(const Style& style) const {
+Plan::ResolvedStyle Plan::resolve(const Style& style, const Voice& voice) const {
   ResolvedStyle resolved;
   Synthesiser::Settings& settings = resolved.settings;
   const double wordsPerMinute = isSet(style.rate) ? style.rate : kDefaultRate;
@@ -296,11 +355,11 @@ Plan::ResolvedStyle Plan::resolve(const Style& style) const {
   settings.rate = static_cast<int>(std::lround(rate.setting));
   resolved.pauses = rate.pauses;
   resolved.speed = std::clamp(wordsPerMinute / kFastestOwn, 1.0, kMaxRate / kFastestOwn);
-  if (isSet(style.range)) settings.range = m_voice.rangeFor(style.range);
+  if (isSet(style.range)) settings.range = voice.rangeFor(style.range);
   // A wider range also raises the median pitch, so the pitch setting must compensate for it.
-  if (isSet(style.pitch) || isSet(style.range)) {
-    const double pitch = isSet(style.pitch) ? style.pitch : m_voice.ownPitch();
-    settings.pitch = m_voice.pitchFor(pitch, settings.range);
+  if (isSet(style.pitch) || isSet(style.range) || &voice != &m_own) {
+    const double pitch = isSet(style.pitch) ? style.pitch : m_own.ownPitch();
+    settings.pitch = voice.pitchFor(pitch, settings.range);
   }
   double volume = isSet(style.volume) ? style.volume : 100;
   if (style.emphasis) volume *= kEmphasisVolume;

@@ -22,6 +22,7 @@ class Voice;
 // One call of the synthesiser, or a silence.
 struct SynthCall {
   Synthesiser::Input input;
+  const Voice* voice = nullptr;  // that speaks `input`; null for a break
   // Mark number n (from 1) is the sentence's item with index marks[n - 1].
   std::vector<std::size_t> marks;
   // False if `input` makes no sound: its marks are then reached at once, and no call is needed.
@@ -41,8 +42,9 @@ class Plan {
   // Volumes are clamped to this, in percent.
   static constexpr double kMaxVolume = 300;
 
-  // Both must outlive the plan.
-  Plan(const Sentence& sentence, const Voice& voice);
+  // The sentence and the voices must outlive the plan. `voices` are those of the items
+  // (ScriptVoices); none: `own` speaks them all. Other voices speak at the pitch of `own`.
+  Plan(const Sentence& sentence, const Voice& own, std::vector<const Voice*> voices = {});
 
   // Fills `call` and returns true; returns false at the end of the sentence.
   bool next(SynthCall& call);
@@ -68,7 +70,9 @@ class Plan {
     bool set = false;
   };
 
-  ResolvedStyle resolve(const Style& style) const;
+  const Voice& voiceOf(std::size_t item) const;
+  ResolvedStyle resolve(const Style& style, const Voice& voice) const;
+  bool isJoined(const SynthCall& call, const Item& item) const;
   void addCommand(int number, wchar_t letter);
   void applyStyle(SynthCall& call, const ResolvedStyle& resolved);
   bool isFull() const;
@@ -81,8 +85,9 @@ class Plan {
   bool splitAtComma(SynthCall& call);
 
   const Sentence& m_sentence;
-  const Voice& m_voice;
-  std::size_t m_item = 0;  // index of the next item
+  const Voice& m_own;
+  const std::vector<const Voice*> m_voices;  // of the items; may be empty
+  std::size_t m_item = 0;                    // index of the next item
   std::size_t m_part = 0;  // how much of it earlier parts have spoken: characters or phones
   // The call under construction.
   std::wstring m_text;

@@ -7,6 +7,7 @@
 #include <limits>
 #include <utility>
 
+#include "synth/late_marks.h"
 #include "synth/time_scale.h"
 
 namespace kavrel {
@@ -82,6 +83,50 @@ void SynthAudio::applySpeeds(std::span<const Adjustment> adjustments) {
   if (scale.isIdentity()) return;
   for (Event& event : m_events) event.sample = scale.positionOf(event.sample);
   m_samples = scale.apply(m_samples);
+}
+
+void SynthAudio::correctLateMarks(std::span<const Marked> marked) {
+  if (std::ranges::any_of(marked, &Marked::isJoined)) kavrel::correctLateMarks(m_events, marked);
+}
+
+// espeak-ng 1.51 has none for the last of the words whose marks it reports late, and for words that
+// its dictionary joins to the word before. The start and the end of the audio count as marks.
+void SynthAudio::addLostMarks(std::span<const Marked> marked, std::span<const InnerMark> inner) {
+  if (marked.empty()) return;
+  constexpr std::uint64_t kLost = std::numeric_limits<std::uint64_t>::max();
+  std::vector<std::uint64_t> samples(marked.size() + 1, kLost);
+  samples.front() = 0;
+  samples.back() = m_samples.size();
+  std::size_t reached = 0;
+  for (const Event& event : m_events) {
+    const auto mark = static_cast<std::size_t>(event.mark);
+    if (event.mark <= 0 || mark >= marked.size() || samples[mark] != kLost) continue;
+    samples[mark] = event.sample;
+    ++reached;
+  }
+  if (reached + inner.size() + 1 >= marked.size()) return;
+  const auto isInner = [inner](std::size_t mark) {
+    return std::ranges::find(inner, static_cast<int>(mark), &InnerMark::mark) != inner.end();
+  };
+  std::vector<Event> lost;
+  std::size_t before = 0;
+  for (std::size_t after = 1; after < samples.size(); ++after) {
+    if (samples[after] == kLost) continue;
+    const std::uint64_t time = samples[after] - std::min(samples[before], samples[after]);
+    std::size_t all = 0;
+    for (std::size_t mark = before; mark < after; ++mark) all += marked[mark].letters;
+    std::size_t spoken = marked[before].letters;
+    for (std::size_t mark = before + 1; mark < after; spoken += marked[mark++].letters) {
+      if (isInner(mark)) continue;
+      const double share = all > 0 ? static_cast<double>(spoken) / static_cast<double>(all) : 1;
+      const auto offset = static_cast<std::uint64_t>(share * static_cast<double>(time));
+      lost.push_back({static_cast<int>(mark), {}, samples[before] + offset});
+    }
+    before = after;
+  }
+  // At the same sample, a word comes before its phones.
+  m_events.insert(m_events.begin(), lost.begin(), lost.end());
+  std::ranges::stable_sort(m_events, {}, &Event::sample);
 }
 
 // Interpolates between the neighbouring marks of the synthesiser; the start and the end of the

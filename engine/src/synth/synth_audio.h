@@ -46,6 +46,18 @@ class SynthAudio {
     bool operator==(const InnerMark&) const = default;
   };
 
+  // What follows a mark, up to the next one.
+  struct Marked {
+    std::size_t letters = 0;  // or phones: a measure of the time that it takes
+    bool isWord = false;      // false for a bookmark, which is reached with the next word
+    bool endsClause = false;  // a comma or a stop follows
+    // The synthesiser does not begin a word here: it reports this mark late, at the next word that
+    // it begins, that word's mark at the one after it, and so on, up to the end of the clause.
+    bool isJoined = false;
+
+    bool operator==(const Marked&) const = default;
+  };
+
   // Called for each block, its events first, in order of time. `sample` counts from the start of
   // the audio.
   void addMark(int number, std::int64_t sample);
@@ -56,7 +68,16 @@ class SynthAudio {
   // Samples that would be too loud are soft-clipped. Called once, after the last block.
   void adjust(std::span<const Adjustment> adjustments);
 
-  // Adds an event for each of `marks`, which are in order. Called after adjust().
+  // Gives each mark that is reported late to the word that begins there. `marked`: what follows
+  // mark n; what comes before the first mark has index 0. Called before adjust().
+  void correctLateMarks(std::span<const Marked> marked);
+
+  // Adds an event for each mark that the synthesiser did not report, unless it is in `inner`: after
+  // the share of the time between its neighbours that the letters before it have. Called after
+  // adjust().
+  void addLostMarks(std::span<const Marked> marked, std::span<const InnerMark> inner);
+
+  // Adds an event for each of `marks`, which are in order. Called after addLostMarks().
   void addInnerMarks(std::span<const InnerMark> marks);
 
   const std::vector<Event>& events() const { return m_events; }

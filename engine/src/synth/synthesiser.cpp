@@ -141,7 +141,9 @@ bool Synthesiser::speak(const Input& input, const Voice& voice, const Cancelled&
     audio = SynthAudio();
     return false;
   }
+  audio.correctLateMarks(input.marked);
   audio.adjust(input.adjustments);
+  audio.addLostMarks(input.marked, input.innerMarks);
   audio.addInnerMarks(input.innerMarks);
   return true;
 }

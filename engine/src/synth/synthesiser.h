@@ -44,6 +44,9 @@ class Synthesiser {
     Settings settings;
     // Applied to the audio after synthesis, in order of their marks.
     std::vector<SynthAudio::Adjustment> adjustments;
+    // What follows mark n. What comes before the first mark, the rest of a word that began in the
+    // call before, has index 0.
+    std::vector<SynthAudio::Marked> marked;
     // Marks that have no command.
     std::vector<SynthAudio::InnerMark> innerMarks;
     // "[[" … "]]" in `text` enclose phones in the synthesiser's notation.
@@ -51,7 +54,8 @@ class Synthesiser {
     // The audio ends with the pause of the last character (a full stop, a comma).
     bool endPause = false;
 
-    // What a process is sent. The adjustments and inner marks are the caller's to apply.
+    // What a process is sent. The adjustments and the marks without a command are the caller's to
+    // apply.
     synth_protocol::Speak frame() const;
   };
 

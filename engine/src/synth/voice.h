@@ -33,6 +33,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace kavrel {
 
@@ -56,6 +57,11 @@ class Voice {
   // Returns the path of the data file, relative to the folder of this voice's, of the voice that
   // speaks words of `script` within a text for this voice; null if there is none.
   const std::string* voiceFor(std::string_view script) const;
+
+  // The folder of the data file; empty for a voice that was not read from one. Set before the voice
+  // is shared.
+  const std::string& folder() const { return m_folder; }
+  void setFolder(std::string folder) { m_folder = std::move(folder); }
 
   // Returns the synthesiser's pitch setting, 0 to 99, for a median of `hertz` at range setting
   // `range`. Values beyond the voice's limits are clamped.
@@ -86,6 +92,7 @@ class Voice {
   std::string m_name = "default";
   std::string m_language = "en-us";
   std::string m_variant;
+  std::string m_folder;
   std::string m_scripts = "Latn";
   std::map<std::string, std::string, std::less<>> m_voices;  // by script
   double m_offset = 19.3;

@@ -118,6 +118,7 @@ const Voice* loadVoice(const std::string& directory, std::string& why) {
     why = printable(path) + ": " + why;
     return nullptr;
   }
+  voice->setFolder(directory);
   const base::ScopedLock held(cache.lock);
   const auto [entry, added] = cache.voices.try_emplace(key, voice.get());
   if (added) (void)voice.release();

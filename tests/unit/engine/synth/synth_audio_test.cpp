@@ -98,6 +98,95 @@ TEST(SynthAudio, PutsInnerMarksBetweenTheirNeighbours) {
   EXPECT_EQ(positions(audio), (Positions{0, 100, 250, 500, 1000, 1500}));
 }
 
+TEST(SynthAudio, PutsLostMarksByTheLettersBeforeThem) {
+  SynthAudio audio;
+  audio.addPhone("a", 0);
+  audio.addMark(3, 1000);
+  audio.addPhone("b", 1500);
+  audio.addSamples(tone(3000));
+  audio.adjust({});
+  // Of marks 1 to 6, mark 5 is in a word and is not lost, mark 6 is a sign after the last word.
+  audio.addLostMarks(std::vector<SynthAudio::Marked>{{0}, {6}, {4}, {2}, {6}, {0}, {0}},
+                     std::vector<SynthAudio::InnerMark>{{5, 0.5}});
+  std::vector<std::pair<int, std::uint64_t>> events;
+  for (const SynthAudio::Event& event : audio.events())
+    events.emplace_back(event.mark, event.sample);
+  EXPECT_EQ(events, (std::vector<std::pair<int, std::uint64_t>>{
+                        {1, 0}, {0, 0}, {2, 600}, {3, 1000}, {4, 1500}, {0, 1500}, {6, 3000}}));
+}
+
+// ---- Late marks
+
+namespace {
+
+using Marks = std::vector<std::pair<int, std::uint64_t>>;
+using Marked = SynthAudio::Marked;
+
+Marked word(bool isJoined = false, bool endsClause = false) {
+  return {2, true, endsClause, isJoined};
+}
+
+// Gives the marks after correction and completion. Marks 1, 2 ... are reported at `samples`.
+Marks corrected(const std::vector<Marked>& marked, const std::vector<std::uint64_t>& samples) {
+  SynthAudio audio;
+  for (std::size_t i = 0; i < samples.size(); ++i) {
+    audio.addMark(static_cast<int>(i + 1), static_cast<std::int64_t>(samples[i]));
+  }
+  audio.addSamples(tone(5000));
+  audio.correctLateMarks(marked);
+  audio.adjust({});
+  audio.addLostMarks(marked, {});
+  Marks marks;
+  for (const SynthAudio::Event& event : audio.events())
+    marks.emplace_back(event.mark, event.sample);
+  return marks;
+}
+
+}  // namespace
+
+TEST(SynthAudio, GivesLateMarksToTheWordsThatBegin) {
+  EXPECT_EQ(corrected({{}, word(), word(true), word(), word(true), word()}, {0, 1000, 2000}),
+            (Marks{{1, 0}, {2, 500}, {3, 1000}, {4, 1500}, {5, 2000}}));
+}
+
+TEST(SynthAudio, GivesLateMarksToTheFirstWordThatBegins) {
+  EXPECT_EQ(corrected({{}, word(true), word(true), word()}, {1000}),
+            (Marks{{1, 0}, {2, 500}, {3, 1000}}));
+}
+
+TEST(SynthAudio, GivesLateMarksToBookmarksToo) {
+  EXPECT_EQ(corrected({{}, word(), word(true), {}, word(), {}, word(), {}}, {0, 1000, 2000, 2000}),
+            (Marks{{1, 0}, {2, 500}, {3, 1000}, {4, 1000}, {5, 2000}, {6, 2000}, {7, 5000}}));
+}
+
+TEST(SynthAudio, CorrectsLateMarksClauseByClause) {
+  EXPECT_EQ(corrected({{}, word(), word(true, true), word(), word(true), word()}, {0}),
+            (Marks{{1, 0}, {2, 1000}, {3, 2000}, {4, 3000}, {5, 4000}}));
+}
+
+TEST(SynthAudio, LeavesAClauseWithAnotherNumberOfMarksAsItIs) {
+  EXPECT_EQ(corrected({{}, word(), word(true), word()}, {0, 1000, 2000}),
+            (Marks{{1, 0}, {2, 1000}, {3, 2000}}));
+}
+
+// The first part of a word may be in the call before.
+TEST(SynthAudio, PutsTheFirstLostMarkAfterTheLettersBeforeIt) {
+  SynthAudio audio;
+  audio.addSamples(tone(1000));
+  audio.adjust({});
+  audio.addLostMarks(std::vector<SynthAudio::Marked>{{3}, {1}, {0}}, {});
+  EXPECT_EQ(positions(audio), (Positions{750, 1000}));
+}
+
+TEST(SynthAudio, StaysAsItIsIfNoMarkIsLost) {
+  SynthAudio audio;
+  audio.addMark(1, 0);
+  audio.addMark(2, 600);
+  audio.addSamples(tone(1000));
+  audio.addLostMarks(std::vector<SynthAudio::Marked>{{0}, {1}, {1}}, {});
+  EXPECT_EQ(positions(audio), (Positions{0, 600}));
+}
+
 TEST(TimeScale, ShortensAudioByItsSpeed) {
   const std::vector<TimeScale::SpeedChange> changes = {{0, 2}};
   const TimeScale scale(changes, 20000);
