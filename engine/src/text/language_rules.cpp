@@ -16,6 +16,8 @@ constexpr auto kWithOrdinals = std::to_array<std::string_view>(
 LanguageRules rulesOf(std::string_view language) {
   const std::string_view primary = language.substr(0, language.find('-'));
   LanguageRules rules;
+  if (!primary.empty()) rules.language = primary;
+  rules.spacesQuotes = primary == "fr";
   rules.hasOrdinals = std::ranges::find(kWithOrdinals, primary) != kWithOrdinals.end();
   rules.endsAtSemicolon = primary == "el" || primary == "grc";
   rules.hasLetterApostrophe = primary == "uk";

@@ -14,6 +14,9 @@ namespace kavrel {
 
 namespace {
 
+// Closes a quote in French, after a blank.
+constexpr char32_t kGuillemet = 0xBB;
+
 // Texts are shorter than 2 GiB, so every position fits.
 std::uint32_t position(std::size_t bytes) {
   return static_cast<std::uint32_t>(bytes);
@@ -168,8 +171,8 @@ SentenceReader::ReadResult SentenceReader::handle(const MarkupEvent& event, Sent
   }
 }
 
-// A certain stop ends the sentence at the first blank, without look-ahead. CR LF is one line end,
-// and two line ends are an empty line.
+// A certain stop ends the sentence at the first blank, without look-ahead, unless a quote can
+// follow. CR LF is one line end, and two line ends are an empty line.
 SentenceReader::ReadResult SentenceReader::handleBlank(const MarkupEvent& event,
                                                        Sentence& sentence) {
   endToken(sentence);
@@ -178,9 +181,14 @@ SentenceReader::ReadResult SentenceReader::handleBlank(const MarkupEvent& event,
   if (newline && !(event.character == '\n' && m_afterReturn)) ++m_newlines;
   m_afterReturn = event.character == '\r';
   const bool emptyLine = m_newlines > 1 && (m_hasTokens || m_begun);
-  if (m_stop != Stop::Full && m_stop != Stop::Always && !emptyLine) return ReadResult::Continue;
+  const bool ends = stopIsCertain() && !m_rules.spacesQuotes;
+  if (!ends && !emptyLine) return ReadResult::Continue;
   m_stop = Stop::None;
   return ReadResult::End;
+}
+
+bool SentenceReader::stopIsCertain() const {
+  return m_stop == Stop::Full || m_stop == Stop::Always;
 }
 
 // Before a letter is added, four things may end the token or the sentence: the token is too long; a
@@ -230,6 +238,12 @@ SentenceReader::ReadResult SentenceReader::handleStartTag(const MarkupEvent& eve
   if (event.name == "phoneme" && !m_styles.insidePhoneme()) {
     endToken(sentence);
     return handlePhoneme(event, sentence);
+  }
+  // Here a blank has ended the sentence already, but for a quote that could have followed.
+  if ((event.name == "mark" || event.name == "break") && m_token.letters.empty() && !m_adjacent &&
+      stopIsCertain()) {
+    m_stop = Stop::None;
+    return ReadResult::EndBefore;
   }
   if (event.name == "mark") {
     Item item;
@@ -317,6 +331,7 @@ SentenceReader::ReadResult SentenceReader::handleContent(const MarkupEvent& even
 bool SentenceReader::stopHolds(char32_t following) {
   // A closing quote belongs to the sentence; the character after it decides.
   if (m_adjacent && isClosing(following)) return false;
+  if (m_rules.spacesQuotes && following == kGuillemet) return false;
   const bool ends = endsBefore(m_stop, following);
   m_stop = Stop::None;
   return ends;
@@ -336,7 +351,8 @@ void SentenceReader::endToken(Sentence& sentence) {
   m_hasWords = m_hasWords || !wordOf(letters).empty();
   // A token of closing quotes only, without a blank before it, keeps the stop of the token before.
   const bool closing = std::ranges::all_of(letters, isClosing, &Letter::character);
-  if (!closing || !m_adjacent) m_stop = stopOf(letters, m_rules);
+  const bool spaced = m_rules.spacesQuotes && letters.front().character == kGuillemet;
+  if (!closing || !(m_adjacent || spaced)) m_stop = stopOf(letters, m_rules);
   m_adjacent = true;
   m_token.clear();
 }

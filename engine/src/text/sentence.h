@@ -116,7 +116,8 @@ class SentenceReader {
   static constexpr std::size_t kMaxTokenBytes = 512;
   static constexpr std::size_t kMaxTokenMarks = 64;
 
-  // `text` must outlive the reader. `language` is that of the voice, as for rulesOf().
+  // `text` and `language` must outlive the reader. `language` is that of the voice, as for
+  // rulesOf().
   explicit SentenceReader(std::string_view text, Encoding encoding = Encoding::Latin9,
                           std::string_view language = {});
 
@@ -166,6 +167,7 @@ class SentenceReader {
   ReadResult handlePhoneme(const MarkupEvent& event, Sentence& sentence);
   ReadResult handleContent(const MarkupEvent& event, Sentence& sentence);
   ReadResult handleMark(Item item, const MarkupEvent& event, Sentence& sentence);
+  bool stopIsCertain() const;
   bool stopHolds(char32_t following);
   bool fits(std::size_t end, const Sentence& sentence) const;
   void addLetter(const MarkupEvent& event);

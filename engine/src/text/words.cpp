@@ -2,11 +2,14 @@
 #include "text/words.h"
 
 #include <algorithm>
-#include <array>
+#include <optional>
 #include <string>
 #include <string_view>
 
+#include "base/text/CaseFolding.h"
 #include "base/text/CharacterProperties.h"
+#include "base/text/Utf8.h"
+#include "text/abbreviations.h"
 #include "text/encoding.h"
 
 namespace kavrel {
@@ -14,24 +17,6 @@ namespace kavrel {
 namespace {
 
 using namespace std::string_view_literals;
-
-// A name or a number follows these, never the end of a sentence. In lower case, without the last
-// stop.
-constexpr auto kNeverEnd = std::to_array<std::string_view>(
-    {"adm",  "approx", "asst", "brig", "capt", "cf",     "cmdr", "col", "cpl", "dr",  "e.g", "gen",
-     "gov",  "hon",    "i.e",  "lt",   "maj",  "messrs", "mlle", "mme", "mr",  "mrs", "ms",  "mt",
-     "pres", "prof",   "rep",  "rev",  "rt",   "sen",    "sgt",  "st",  "viz", "vs"});
-
-// These occur at the end of a sentence as well as inside one.
-constexpr auto kMayEnd = std::to_array<std::string_view>(
-    {"al",   "apr", "assn", "aug", "ave", "blvd", "bros", "co",   "corp", "dec",
-     "dept", "ed",  "eds",  "est", "etc", "feb",  "hrs",  "inc",  "jan",  "jr",
-     "jul",  "jun", "ltd",  "mar", "min", "nov",  "oct",  "rd",   "sec",  "sep",
-     "sept", "sq",  "sr",   "ft",  "lb",  "lbs",  "oz",   "univ", "yr",   "yrs"});
-
-// These are abbreviations only before a number.
-constexpr auto kBeforeNumber = std::to_array<std::string_view>(
-    {"art", "ch", "chap", "fig", "figs", "no", "nos", "nr", "p", "pp", "par", "vol", "vols"});
 
 bool contains(std::u32string_view set, char32_t character) {
   return set.find(character) != std::u32string_view::npos;
@@ -79,26 +64,23 @@ bool leadsNumber(std::span<const Letter> token, std::size_t at) {
   return isDigitAt(at + 1);
 }
 
-// Returns the letters in lower case for a lookup; "?" for characters outside ASCII.
-std::string lowerAscii(std::span<const Letter> letters) {
+// Returns the letters in lower case, as UTF-8, for a lookup.
+std::string lowerCase(std::span<const Letter> letters) {
   std::string text;
-  for (const Letter& letter : letters) {
-    const char32_t c = letter.character;
-    if (c >= 'A' && c <= 'Z') {
-      text += static_cast<char>(c - 'A' + 'a');
-    } else {
-      text += c < 0x80 ? static_cast<char>(c) : '?';
-    }
-  }
+  for (const Letter& letter : letters) base::appendUtf8(text, base::foldCase(letter.character));
   return text;
 }
 
-// "u.s", "p.m": single letters separated by stops.
-bool isInitials(std::string_view text) {
-  if (text.size() < 3 || text.size() % 2 == 0) return false;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    const bool letter = text[i] >= 'a' && text[i] <= 'z';
-    if (i % 2 == 0 ? !letter : text[i] != '.') return false;
+bool hasCase(char32_t character) {
+  return base::isLowerCase(character) || base::isUpperCase(character);
+}
+
+// "U.S", "p.m": single letters separated by stops.
+bool isInitials(std::span<const Letter> letters) {
+  if (letters.size() < 3 || letters.size() % 2 == 0) return false;
+  for (std::size_t i = 0; i < letters.size(); ++i) {
+    const char32_t character = letters[i].character;
+    if (i % 2 == 0 ? !hasCase(character) : character != '.') return false;
   }
   return true;
 }
@@ -111,7 +93,7 @@ bool isOrdinal(std::span<const Letter> letters) {
 }
 
 // Returns how a token of `letters` and one "." ends.
-Stop stopOfAbbreviation(std::span<const Letter> letters) {
+Stop stopOfAbbreviation(std::span<const Letter> letters, const LanguageRules& rules) {
   static constexpr std::size_t kLongest = 8;
   if (letters.empty() || letters.size() > kLongest) return Stop::Full;
   // A single capital is an initial, except "I.", which more often ends a sentence.
@@ -119,11 +101,10 @@ Stop stopOfAbbreviation(std::span<const Letter> letters) {
       letters[0].character != 'I') {
     return Stop::None;
   }
-  const std::string text = lowerAscii(letters);
-  if (std::ranges::find(kNeverEnd, text) != kNeverEnd.end()) return Stop::None;
-  if (std::ranges::find(kBeforeNumber, text) != kBeforeNumber.end()) return Stop::UnlessDigit;
-  const bool mayEnd = std::ranges::find(kMayEnd, text) != kMayEnd.end();
-  return mayEnd || isInitials(text) ? Stop::UnlessLowerCase : Stop::Full;
+  const std::optional<Abbreviation> known = abbreviationOf(lowerCase(letters), rules.language);
+  if (known == Abbreviation::NeverEnds) return Stop::None;
+  if (known == Abbreviation::BeforeNumber) return Stop::UnlessDigit;
+  return known == Abbreviation::MayEnd || isInitials(letters) ? Stop::UnlessLowerCase : Stop::Full;
 }
 
 }  // namespace
@@ -174,7 +155,7 @@ Stop stopOf(std::span<const Letter> token, const LanguageRules& rules) {
   if (token.empty() || isStop(token.back().character, rules)) return Stop::Full;
   while (!token.empty() && isPunctuation(token.front().character)) token = token.subspan(1);
   if (rules.hasOrdinals && isOrdinal(token)) return Stop::None;
-  return stopOfAbbreviation(token);
+  return stopOfAbbreviation(token, rules);
 }
 
 }  // namespace kavrel

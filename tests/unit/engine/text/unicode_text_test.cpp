@@ -182,6 +182,30 @@ TEST(UnicodeSentences, GoOnAfterAnOrdinal) {
   EXPECT_EQ(sentences("It was 3. Then he came.", "en-us").size(), 2u);
 }
 
+TEST(UnicodeSentences, GoOnAfterAnAbbreviationOfTheirLanguage) {
+  const std::vector<Row> rows = {
+      {"de", "Das z. B. Anna u. a. mag. Gut.", {"Das z. B. Anna u. a. mag.", "Gut."}},
+      {"de-AT", "Mit Hrn. usw. Ende.", {"Mit Hrn.", "usw.", "Ende."}},
+      {"fr", "Mme. Rue. Va.", {"Mme. Rue.", "Va."}},
+      {"es", "La Sra. Paz. Sí.", {"La Sra. Paz.", "Sí."}},
+      {"ru", "Это т.е. Анна и т.д. Да.", {"Это т.е. Анна и т.д.", "Да."}},
+      {"ru", "На ул. Мира. См. стр. 5.", {"На ул. Мира.", "См. стр. 5."}},
+      {"el", "Ο κ. Νίκος. Ναι.", {"Ο κ. Νίκος.", "Ναι."}},
+      {"it", "Il mar. Poi. Sig. Rossi.", {"Il mar.", "Poi.", "Sig. Rossi."}},
+      {"eo", "D-ro. Dr. Zo. Ek etc. kaj.", {"D-ro.", "Dr. Zo.", "Ek etc. kaj."}}};
+  for (const Row& row : rows) EXPECT_EQ(sentences(row.text, row.language), row.parts) << row.text;
+}
+
+TEST(UnicodeSentences, IncludeAQuoteAfterABlankInFrench) {
+  const std::vector<Row> rows = {
+      {"fr", "« Oui ! » Non.", {"« Oui ! »", "Non."}},
+      {"fr-fr", "« Oui. » « Non ? » Ah ! Oh", {"« Oui. »", "« Non ? »", "Ah !", "Oh"}},
+      {"fr", "Oui ! <mark name='1'/>Non.", {"Oui !", "Non."}},
+      {"fr", "Oui ! <break/> » Non.", {"Oui !", "» Non."}},
+      {"de", "Ja! » Nein.", {"Ja!", "» Nein."}}};
+  for (const Row& row : rows) EXPECT_EQ(sentences(row.text, row.language), row.parts) << row.text;
+}
+
 // ---- The form that is spoken
 
 TEST(SpokenForm, IsComposed) {
