@@ -62,18 +62,10 @@ bool isDigit(wchar_t c) {
 std::size_t utf8Bytes(wchar_t c) {
   return c < 0x80 ? 1 : c < 0x800 ? 2 : c < 0x10000 ? 3 : 4;
 }
-std::size_t utf8Bytes(std::wstring_view text) {
-  std::size_t bytes = 0;
-  for (const wchar_t c : text) bytes += utf8Bytes(c);
-  return bytes;
-}
-
-// Returns how much of kMaxTextBytes `text` takes. espeak-ng takes a Hangul syllable apart, and
+// Returns how much of kMaxTextBytes a character takes. espeak-ng takes a Hangul syllable apart, and
 // loses words from 200 syllables on.
-std::size_t clauseBytes(std::wstring_view text) {
-  const auto syllables =
-      std::ranges::count_if(text, [](wchar_t c) { return c >= 0xAC00 && c <= 0xD7A3; });
-  return utf8Bytes(text) + static_cast<std::size_t>(syllables);
+std::size_t bytesInClause(wchar_t c) {
+  return utf8Bytes(c) + (c >= 0xAC00 && c <= 0xD7A3 ? 1 : 0);
 }
 
 // Returns how many characters from the start of `text` make up its next part, at least one.
@@ -223,6 +215,7 @@ bool Plan::next(SynthCall& call) {
     return true;
   }
   m_text.clear();
+  m_counted = m_clauseBytes = 0;
   m_commandCount = 0;
   m_hasSettings = false;
   m_inForce = ResolvedStyle();
@@ -245,8 +238,14 @@ bool Plan::next(SynthCall& call) {
   return true;
 }
 
-bool Plan::isFull() const {
-  return clauseBytes(m_text) >= kMaxTextBytes || m_commandCount >= kMaxCommands;
+bool Plan::isFull() {
+  return clauseBytes() >= kMaxTextBytes || m_commandCount >= kMaxCommands;
+}
+
+// Counts each character of the text once.
+std::size_t Plan::clauseBytes() {
+  for (; m_counted < m_text.size(); ++m_counted) m_clauseBytes += bytesInClause(m_text[m_counted]);
+  return m_clauseBytes;
 }
 
 // Marks have no style of their own. An item that is spoken in parts has its mark before the first.
@@ -320,7 +319,7 @@ void Plan::addPhonesPart(SynthCall& call, const Item& item) {
 // A long call is best ended where a speaker breathes anyway, but not in its first third.
 void Plan::noteSplitPoint(const SynthCall& call, const Item& item) {
   constexpr std::wstring_view kBreath = L",;:";
-  if (item.text.empty() || clauseBytes(m_text) < kMaxTextBytes / 3) return;
+  if (item.text.empty() || clauseBytes() < kMaxTextBytes / 3) return;
   if (kBreath.find(item.text.back()) == std::wstring_view::npos) return;
   m_split = {m_item,
              m_text.size(),
@@ -337,6 +336,7 @@ bool Plan::splitAtComma(SynthCall& call) {
   m_item = m_split.item;
   m_part = 0;
   m_text.resize(m_split.textSize);
+  m_counted = m_clauseBytes = 0;
   call.marks.resize(m_split.marks);
   call.input.marked.resize(m_split.marks + 1);
   call.input.adjustments.resize(m_split.adjustments);

@@ -75,7 +75,8 @@ class Plan {
   bool isJoined(const SynthCall& call, const Item& item) const;
   void addCommand(int number, wchar_t letter);
   void applyStyle(SynthCall& call, const ResolvedStyle& resolved);
-  bool isFull() const;
+  std::size_t clauseBytes();
+  bool isFull();
   void addItem(SynthCall& call);
   void addMark(SynthCall& call, const Item& item);
   void addWordPart(SynthCall& call, const Item& item);
@@ -91,6 +92,8 @@ class Plan {
   std::size_t m_part = 0;  // how much of it earlier parts have spoken: characters or phones
   // The call under construction.
   std::wstring m_text;
+  std::size_t m_counted = 0;      // characters of m_text that are in m_clauseBytes
+  std::size_t m_clauseBytes = 0;  // what they take of the longest clause
   std::size_t m_commandCount = 0;
   ResolvedStyle m_inForce;     // after the last command
   bool m_hasSettings = false;  // an item has decided the call's settings
