@@ -192,8 +192,7 @@ Outcome speak(const SynthText& text) {
   Outcome outcome;
   const auto voice = synth_texts::voiceNamed(text.voice);
   if (!voice.has_value()) return {SynthPool::Result::NoVoice, "invalid name of a voice"};
-  const std::string engineText = synth_texts::engineTextOf(text.text);
-  kavrel::SentenceReader reader(engineText);
+  kavrel::SentenceReader reader(text.text, kavrel::Encoding::Utf8, voice->language());
   kavrel::Sentence sentence;
   kavrel::SynthProcess::Speech speech;
   while (reader.next(sentence)) {

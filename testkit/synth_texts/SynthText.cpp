@@ -4,7 +4,6 @@
 #include <fstream>
 #include <iterator>
 
-#include "base/text/Utf8.h"
 
 namespace synth_texts {
 
@@ -20,22 +19,6 @@ bool writeFile(const std::filesystem::path& file, const SynthText& text) {
   std::ofstream stream(file, std::ios::binary);
   stream << text.voice << '\n' << text.text;
   return static_cast<bool>(stream.flush());
-}
-
-std::string engineTextOf(std::string_view text) {
-  constexpr char32_t kReplacement = 0xFFFD;
-  std::string encoded;
-  while (!text.empty()) {
-    const base::Utf8Character character = base::firstCharacter(text);
-    const char32_t code = character.length > 0 ? character.code : kReplacement;
-    text.remove_prefix(base::firstCharacterLength(text));
-    if (code < 0x80) {
-      encoded += static_cast<char>(code);
-    } else {
-      encoded += "&#" + std::to_string(static_cast<std::uint32_t>(code)) + ";";
-    }
-  }
-  return encoded;
 }
 
 std::optional<kavrel::Voice> voiceNamed(std::string_view name) {

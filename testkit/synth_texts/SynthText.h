@@ -27,10 +27,6 @@ std::optional<SynthText> readFile(const std::filesystem::path& file);
 // Returns false if the file cannot be written.
 bool writeFile(const std::filesystem::path& file, const SynthText& text);
 
-// Returns the text in the encoding of the engine, ISO 8859-15: characters beyond ASCII become
-// character references. Malformed UTF-8 becomes U+FFFD.
-std::string engineTextOf(std::string_view text);
-
 // Returns the voice with this name, with the pitch of the engine's own default voice; nullopt if
 // the engine accepts no voice of that name.
 std::optional<kavrel::Voice> voiceNamed(std::string_view name);
