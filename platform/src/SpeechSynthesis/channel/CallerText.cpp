@@ -120,7 +120,12 @@ void CallerText::useMacRoman() {
     encoder.add(character.length == 0 ? U' ' : character.code, origin);
     at += std::max<std::size_t>(character.length, 1);
   }
-  m_text = encoder.finish(m_text.originOf(m_text.size()));
+  const Position end = m_text.originOf(m_text.size());
+  const bool wasEmpty = m_text.empty();
+  m_text = encoder.finish(end);
+  // Nothing has a width. A synthesizer would take an empty text for a stop.
+  if (m_text.empty() && !wasEmpty) m_text.append(" ", 0);
+  m_text.finish(end);
   m_charset = Charset::MacRoman;
   m_isConverted = true;
 }
