@@ -26,6 +26,9 @@ struct Target {
 // Selector for a stop at a boundary that does not wait for it.
 constexpr OSType kStopAtBoundary = 0x73746264;  // 'stbd'
 
+// Selector for texts in UTF-8.
+constexpr OSType kUtf8Text = 0x75746638;  // 'utf8'
+
 SpeechChannel asChannel(SpeechChannelIdentifier identifier) {
   return reinterpret_cast<SpeechChannel>(static_cast<std::intptr_t>(identifier));
 }
@@ -44,6 +47,7 @@ class Implementation final : public FakeSynthesizer {
     const std::lock_guard held(m_lock);
     m_refusesToOpen = false;
     m_stopsWithoutWaiting = true;
+    m_takesUtf8 = false;
     m_outcome = SpeakOutcome::Speaks;
   }
 
@@ -75,6 +79,11 @@ class Implementation final : public FakeSynthesizer {
   void stopWithoutWaiting(bool can) override {
     const std::lock_guard held(m_lock);
     m_stopsWithoutWaiting = can;
+  }
+
+  void takeUtf8(bool takes) override {
+    const std::lock_guard held(m_lock);
+    m_takesUtf8 = takes;
   }
 
   std::map<SpeechChannelIdentifier, ChannelRecord> channels() override {
@@ -200,6 +209,8 @@ class Implementation final : public FakeSynthesizer {
       if (m_outcome == SpeakOutcome::Throws) throw std::out_of_range("a text");
       if (m_outcome == SpeakOutcome::RefusesText) return badInputText;
       record.text = all;
+      const auto utf8 = record.pointers.find(kUtf8Text);
+      record.isUtf8 = utf8 != record.pointers.end() && utf8->second != nullptr;
       record.flags = flags;
       record.status = Status::Busy;
       return noErr;
@@ -213,7 +224,8 @@ class Implementation final : public FakeSynthesizer {
         *static_cast<SpeechVersionInfo*>(value) = {0x74747363, m_creator, 0x54455354, 0, {}};
         return noErr;
       }
-      if (selector == kStopAtBoundary && m_stopsWithoutWaiting) {
+      if ((selector == kStopAtBoundary && m_stopsWithoutWaiting) ||
+          (selector == kUtf8Text && m_takesUtf8)) {
         *static_cast<UInt32*>(value) = 1;
         return noErr;
       }
@@ -328,6 +340,7 @@ class Implementation final : public FakeSynthesizer {
   bool m_holdsEnds = false;
   bool m_holdsStops = false;
   bool m_stopsWithoutWaiting = true;
+  bool m_takesUtf8 = false;
   const OSType m_creator = FAKE_CREATOR;
 };
 

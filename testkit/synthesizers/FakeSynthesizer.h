@@ -25,6 +25,7 @@ enum class Status { Idle, Busy, Paused, Closing };
 struct ChannelRecord {
   Status status = Status::Idle;
   std::string text;                        // of the last job, text-done pieces included
+  bool isUtf8 = false;                     // the last job's text was announced as UTF-8
   long flags = 0;                          // of the last job
   std::map<OSType, const void*> pointers;  // by selector: the value itself
   std::map<OSType, Fixed> numbers;         // by selector: rate, pitch, volume and modes
@@ -53,6 +54,10 @@ class FakeSynthesizer {
   virtual void holdStopsAtBoundaries(bool holds) = 0;
   // false: there is no way to stop at a boundary without waiting for it (selector "stbd").
   virtual void stopWithoutWaiting(bool can) = 0;
+
+  // true: texts are UTF-8 if a channel is told so (selector "utf8"). false, the default: there is
+  // no such selector.
+  virtual void takeUtf8(bool takes) = 0;
 
   // Open channels by identifier.
   virtual std::map<SpeechChannelIdentifier, ChannelRecord> channels() = 0;

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "RunTool.h"
 
-#include <clocale>
 #include <csignal>
 #include <cstdio>
 #include <exception>
@@ -38,9 +37,6 @@ int report(const char* program, const char* message) {
 int runTool(const char* program, const std::function<int()>& work) {
   try {
     occupyStandardStreams();
-    // wcwidth() takes the width of characters from this locale. Only the character type is set:
-    // numbers stay in the classic locale.
-    std::setlocale(LC_CTYPE, "C.UTF-8");
     // Every write checks its result, so a broken pipe or a size limit is an error, not a signal.
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "SpokenText.h"
 
-#include <algorithm>
 #include <cstdint>
 #include <limits>
+#include <string_view>
 #include <utility>
 
 #include "Failure.h"
-#include "base/text/MacRomanEncoder.h"
+#include "base/text/PlainForms.h"
 #include "base/text/Utf8.h"
 
 namespace tool {
@@ -17,49 +17,56 @@ using Position = base::OriginText::Position;
 
 constexpr std::size_t kLongestText = std::numeric_limits<std::int32_t>::max();
 
-// Checked during conversion too, since plain forms can make a text longer.
 void checkLength(std::size_t bytes) {
   if (bytes > kLongestText) throw Failure("the text is longer than 2 GiB");
 }
 
-// Runs of ASCII are added at once, since most texts consist of them.
-base::OriginText encode(std::string_view given) {
-  base::MacRomanEncoder encoder;
-  encoder.reserve(given.size());
+// What a character is for a synthesizer that takes only Mac OS Roman.
+enum class Role { Text, Bracket, Brackets, Nothing };
+
+Role roleOf(std::string_view character) {
+  if (character.size() == 1) return character.front() == '[' ? Role::Bracket : Role::Text;
+  std::string form;
+  base::appendPlainForm(form, base::firstCharacter(character).code);
+  if (form.empty()) return Role::Nothing;
+  if (form.find("[[") != std::string::npos) return Role::Brackets;
+  return form.find('[') == std::string::npos ? Role::Text : Role::Bracket;
+}
+
+// Copies the text so that it has no "[[", also not after a conversion to Mac OS Roman.
+base::OriginText withoutCommands(const std::string& given) {
+  base::OriginText spoken;
+  spoken.reserve(given.size());
+  bool isAfterBracket = false;
   for (std::size_t at = 0; at < given.size();) {
-    const std::string_view rest = given.substr(at);
-    if (const std::size_t ascii = base::asciiLength(rest); ascii > 0) {
-      encoder.addAscii(rest.substr(0, ascii), static_cast<Position>(at));
-      at += ascii;
-      continue;
+    const std::string_view rest = std::string_view(given).substr(at);
+    const std::string_view character = rest.substr(0, base::firstCharacterLength(rest));
+    const Role role = roleOf(character);
+    const bool isReplaced = role == Role::Brackets || (role == Role::Bracket && isAfterBracket);
+    if (isReplaced) {
+      spoken.append("(", static_cast<Position>(at));
+    } else {
+      spoken.appendCopy(character, static_cast<Position>(at));
     }
-    const base::Utf8Character character = base::firstCharacter(rest);
-    encoder.add(character.length == 0 ? U' ' : character.code, static_cast<Position>(at));
-    checkLength(encoder.size());
-    at += std::max<std::size_t>(character.length, 1);
+    if (role != Role::Nothing) isAfterBracket = role == Role::Bracket && !isReplaced;
+    at += character.size();
   }
-  return encoder.finish(static_cast<Position>(given.size()));
+  // A bracket at the end would form "[[" with the start of the command that follows every text.
+  if (isAfterBracket) spoken.append(" ", spoken.originOf(spoken.size() - 1));
+  spoken.finish(static_cast<Position>(given.size()));
+  return spoken;
 }
 
 }  // namespace
 
 SpokenText::SpokenText(std::string given, Brackets brackets) : m_given(std::move(given)) {
   checkLength(m_given.size());
-  m_macRoman = encode(m_given);
-  if (brackets == Brackets::Text) disarmBrackets();
-  checkLength(m_macRoman.size());
-}
-
-// Changes the converted text, not the given one, because several characters become brackets.
-void SpokenText::disarmBrackets() {
-  const std::string& text = m_macRoman.text();
-  for (std::size_t at = 1; at < text.size(); ++at) {
-    if (text[at - 1] == '[' && text[at] == '[') m_macRoman.replace(at, '(');
-  }
-  // A bracket at the end would form "[[" with the start of the command that follows every text.
-  if (text.ends_with('[')) {
-    m_macRoman.append(" ", m_macRoman.originOf(text.size() - 1));
-    m_macRoman.finish(static_cast<Position>(m_given.size()));
+  if (brackets == Brackets::Text) {
+    m_spoken = withoutCommands(m_given);
+    checkLength(m_spoken.size());
+  } else {
+    m_spoken.appendCopy(m_given, 0);
+    m_spoken.finish(static_cast<Position>(m_given.size()));
   }
 }
 

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// SpokenText: the user's text converted for the Manager, with the origin of each byte.
+// SpokenText: the user's text for the Manager, with the origin of each byte.
 //
-// The given text is UTF-8; the Manager takes Mac OS Roman. Characters that Mac OS Roman lacks are
-// replaced by their plain forms, and accents are combined with their letters: see
-// base/text/MacRomanEncoder.h. A byte that is not part of well-formed UTF-8 becomes a blank.
+// Both texts are UTF-8 and differ only if "[[" is ordinary text. A byte that is not part of
+// well-formed UTF-8 separates words.
 //
 // Threads: constant after construction.
 #pragma once
@@ -20,7 +19,7 @@ namespace tool {
 // The meaning of "[[" in a text.
 enum class Brackets {
   Command,  // begins a speech command
-  Text,     // is ordinary text: the second bracket is passed to the Manager as "("
+  Text,     // is ordinary text: the second bracket is spoken as "("
 };
 
 // A range of bytes of the given text.
@@ -32,14 +31,13 @@ class SpokenText {
   explicit SpokenText(std::string given, Brackets brackets = Brackets::Command);
 
   const std::string& given() const { return m_given; }
-  const std::string& macRoman() const { return m_macRoman.text(); }
-  // Returns macRoman() with the position in given() of each byte.
-  const base::OriginText& converted() const { return m_macRoman; }
+  // Returns the text that is spoken.
+  const std::string& spoken() const { return m_spoken.text(); }
 
-  // Returns the range of given() that `length` bytes of macRoman() from `position` came from. It
-  // consists of whole characters and is always inside the text.
+  // Returns the range of given() that `length` bytes of spoken() from `position` came from. It is
+  // always inside the text.
   Slice origin(std::size_t position, std::size_t length) const {
-    return m_macRoman.sourceOf(position, length);
+    return m_spoken.sourceOf(position, length);
   }
 
   // Returns a range of given(), as a view into it.
@@ -48,10 +46,8 @@ class SpokenText {
   }
 
  private:
-  void disarmBrackets();
-
   std::string m_given;
-  base::OriginText m_macRoman;
+  base::OriginText m_spoken;
 };
 
 }  // namespace tool

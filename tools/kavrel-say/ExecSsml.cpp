@@ -15,13 +15,13 @@
 
 namespace say {
 
-// The text is passed as standard input in Mac OS Roman, already converted, so that --plain and
-// unsupported characters have the same effect as when the text is spoken. An unnamed file holds it:
+// The text is passed as standard input as the Manager gets it, so that --plain has the same effect
+// as when the text is spoken. An unnamed file holds it:
 // a pipe would need a second process to fill it.
 void execKavrelSsml(const tool::SpokenText& text, std::optional<int> rate, bool isStrict) {
   const TemporaryFile file(".");
   const Interruption never;  // signals still end the program here
-  Output(file.descriptor(), "the text", never).write(text.macRoman());
+  Output(file.descriptor(), "the text", never).write(text.spoken());
   ::lseek(file.descriptor(), 0, SEEK_SET);
   ::dup2(file.descriptor(), STDIN_FILENO);
 
@@ -29,7 +29,7 @@ void execKavrelSsml(const tool::SpokenText& text, std::optional<int> rate, bool 
   const std::string program =
       std::filesystem::read_symlink("/proc/self/exe").replace_filename("kavrel-ssml");
   // kavrel-ssml inserts all settings of a channel if at least one is given. 100 is the default.
-  std::vector<std::string> words = {"kavrel-ssml", "--from", "macroman", "--volume", "100"};
+  std::vector<std::string> words = {"kavrel-ssml", "--volume", "100"};
   if (!isStrict) words.emplace_back("--adapt");
   if (rate) words.insert(words.end(), {"--rate", std::to_string(*rate)});
   std::vector<char*> arguments;

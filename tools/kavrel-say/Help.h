@@ -13,7 +13,8 @@ Without TEXT and -f, the text is read from standard input; lines typed on a
 terminal are spoken one by one. All arguments after "--" are text.
 
 Speech
-  -v, --voice VOICE          speak with this voice; ? lists the voices
+  -v, --voice VOICE          speak with this voice: its name, locale or language;
+                             ? lists the voices
   -r, --rate WPM             speak this many words per minute, 20 to 1000
       --one-voice            speak the whole text with this voice; without it,
                              words in a script that the language of the voice

@@ -5,10 +5,10 @@
  * The conventions of SpeechSynthesis.h (results, threads, callbacks) and of CFBase.h (ownership,
  * null) apply.
  *
- * Strings are converted to Mac OS Roman before they are spoken. A character that Mac OS Roman lacks
- * is replaced by its plain form (a letter without its accent, "-" for every dash, "1/2"), by
- * nothing if it has no width, or else by a blank. Positions count UTF-16 units of the original
- * string, not of the converted text.
+ * Strings may contain any Unicode text. Positions count UTF-16 units of the string. A synthesizer
+ * that takes only Mac OS Roman gets the string converted: a character that Mac OS Roman lacks is
+ * then replaced by its plain form (a letter without its accent, "-" for every dash, "1/2"), by
+ * nothing if it has no width, or else by a blank.
  */
 #ifndef APPLICATIONSERVICES_SPEECHPROPERTIES_H
 #define APPLICATIONSERVICES_SPEECHPROPERTIES_H
@@ -75,8 +75,18 @@ SPEECH_PLATFORM_API extern const CFStringRef kSpeechStrictTextProperty;
  * voice. True: the channel's voice speaks the whole text. Applies from the next text on; has no
  * effect on synthesizers that never change the voice. */
 SPEECH_PLATFORM_API extern const CFStringRef kSpeechOneVoiceProperty;
+/* An addition of this platform. A string: the encoding of the texts that SpeakText, SpeakBuffer,
+ * TextToPhonemes and the text-done callback pass as bytes; kSpeechTextEncodingMacRoman at first, or
+ * kSpeechTextEncodingUTF8 if the environment variable KAVREL_TEXT_ENCODING is "utf-8" when the
+ * channel is opened. Not changed by a reset; applies from the next text on. Positions count bytes
+ * of the text in either encoding. Each byte of malformed UTF-8 separates words. */
+SPEECH_PLATFORM_API extern const CFStringRef kSpeechTextEncodingProperty;
 
 /* ---- Values and keys */
+
+/* Values of kSpeechTextEncodingProperty: "macroman" and "utf-8". */
+SPEECH_PLATFORM_API extern const CFStringRef kSpeechTextEncodingMacRoman;
+SPEECH_PLATFORM_API extern const CFStringRef kSpeechTextEncodingUTF8;
 
 SPEECH_PLATFORM_API extern const CFStringRef kSpeechModeText;
 SPEECH_PLATFORM_API extern const CFStringRef kSpeechModePhoneme;
@@ -145,7 +155,7 @@ SPEECH_PLATFORM_API extern const CFStringRef kSpeechDictionaryEntryPhonemes;
  * dictionary of the options above; null and objects of other types count as no options. The string
  * and the options are retained or copied as needed. Positions of words, errors and the state count
  * UTF-16 units of the string, in every callback. Text-done is called as for SpeakBuffer. Results:
- * those of SpeakBuffer; paramErr if the converted text is longer than 2147483647 bytes. */
+ * those of SpeakBuffer; paramErr if the text is longer than 2147483647 bytes in UTF-8. */
 SPEECH_PLATFORM_API OSErr SpeakCFString(SpeechChannel chan, CFStringRef aString,
                                         CFDictionaryRef options);
 

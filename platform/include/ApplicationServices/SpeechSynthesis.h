@@ -14,8 +14,8 @@
  *     result of its own. The lists of results below do not repeat these two and
  *     invalidComponentID. No C++ exception leaves a function. A text is accepted if and only if the
  *     result is noErr; then its speech-done comes, even if memory runs out meanwhile.
- *  3. Arguments are copied: no text, record or URL has to outlive the call. Text is Mac OS Roman. A
- *     NUL inside a text is read as a blank.
+ *  3. Arguments are copied: no text, record or URL has to outlive the call. Text is Mac OS Roman,
+ *     or UTF-8 if kSpeechTextEncodingProperty says so. A NUL inside a text is read as a blank.
  *  4. Positions and lengths count bytes of the caller's text, from 0. For a text of SpeakCFString
  *     they count UTF-16 units of the string, and for a piece of a text-done callback the bytes of
  *     the piece. Word positions never decrease within a text or piece, and position + length of a
@@ -246,8 +246,9 @@ SPEECH_PLATFORM_CHECK(sizeof(DelimiterInfo) == 4, "DelimiterInfo");
  * change of a callback or of soRefCon applies from the next callback on. */
 
 /* Asks for more text, which is spoken after the text of the job so far. The callback sets
- * `*nextBuf` and `*byteLen` to the next piece, in Mac OS Roman; it must stay valid until the next
- * call of the callback or speech-done. Null or length 0 ends the text. So does a piece that would
+ * `*nextBuf` and `*byteLen` to the next piece, in the encoding that the channel had when the text
+ * started; a character may be cut between two pieces. The piece must stay valid until the next call
+ * of the callback or speech-done. Null or length 0 ends the text. So does a piece that would
  * make the text that is not spoken yet longer than 2147483647 bytes; that piece is not spoken.
  *
  * The callback is called for every text before speech-done, when about two seconds of speech are

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <fstream>
+#include <set>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -18,6 +19,7 @@
 
 #include "acoustics/Pitch.h"
 #include "languages/Languages.h"
+#include "languages/Samples.h"
 #include "programs/Program.h"
 
 namespace {
@@ -146,4 +148,43 @@ TEST(EachVoice, SpeaksItsOwnSentence) {
     EXPECT_EQ(result.status, 0) << voice.name << ": " << result.err;
     EXPECT_GT(program::secondsIn(sound), 2) << voice.name;
   }
+}
+
+// Speaks the samples of the locales, or all, with the first voice of each locale. Returns their
+// number.
+static int checkSamples(const std::set<std::string>& locales) {
+  const Folder folder;
+  const std::vector<ListedVoice> voices = listedVoices();
+  int spoken = 0;
+  for (const languages::Sample& sample : languages::samplesIn(KAVREL_SAMPLES)) {
+    const auto voice = std::ranges::find(voices, sample.locale, &ListedVoice::locale);
+    if (voice == voices.end()) continue;
+    if (!locales.empty() && !locales.contains(sample.locale)) continue;
+    const Result result = say(
+        {"--events", "-v", voice->name, "-o", folder.file("sound.aiff"), "-f", "-"}, sample.text);
+    EXPECT_EQ(result.status, 0) << sample.locale << ": " << result.err;
+    const auto events = eventsOf(result.out);
+    const auto positions = valuesOf<std::size_t>(events, "word", "position");
+    const auto lengths = valuesOf<std::size_t>(events, "word", "length");
+    std::vector<std::string> words;
+    std::string joined;
+    for (std::size_t i = 0; i < positions.size(); ++i) {
+      joined += words.emplace_back(sample.text.substr(positions[i], lengths[i]));
+    }
+    if (sample.hasBlanks) {
+      EXPECT_EQ(words, sample.words()) << sample.locale;
+    } else {
+      EXPECT_EQ(joined + "。", sample.text);
+    }
+    ++spoken;
+  }
+  return spoken;
+}
+
+TEST(EachLanguage, ReportsTheWordsOfItsSampleAtTheirBytes) {
+  EXPECT_GE(checkSamples({"de_DE", "fr_FR", "ru_RU", "hi_IN", "zh_CN", "ar_001"}), 2);
+}
+
+TEST(FullEachLanguage, ReportsTheWordsOfItsSampleAtTheirBytes) {
+  EXPECT_GE(checkSamples({}), 10);
 }

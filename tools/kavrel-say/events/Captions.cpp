@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <utility>
 
+#include "base/text/CharacterProperties.h"
 #include "base/text/Utf8.h"
 #include "screen/TextLayout.h"
 
@@ -22,6 +23,10 @@ constexpr double kShortestCue = 1;
 constexpr double kLongPause = 1.5;
 // Words within a phrase may have shorter silences between them.
 constexpr double kShortestPause = 0.05;
+
+// Marks after which a sentence may be cut, in all scripts.
+constexpr std::u32string_view kCommas =
+    U",;:\u2013\u2014\u060C\u061B\u3001\uFF0C\uFF1A\uFF1B\u055D\u1361\u1363\u1364";
 
 constexpr std::string_view kReplacement = "\uFFFD";
 
@@ -209,14 +214,21 @@ char32_t lastSign(const std::string& text) {
   for (std::size_t at = 0; at < text.size();) {
     const base::Utf8Character character = base::firstCharacter(std::string_view(text).substr(at));
     constexpr std::u32string_view kClosing = U"\"')]}\u2019\u201D\u00BB\u203A";
-    if (kClosing.find(character.code) == std::u32string_view::npos) last = character.code;
-    at += character.length;
+    const bool isClosing = kClosing.find(character.code) != std::u32string_view::npos ||
+                           base::closesPunctuation(character.code);
+    if (!isClosing) last = character.code;
+    at += std::max<std::size_t>(character.length, 1);
   }
   return last;
 }
 
 bool endsWithOneOf(const CaptionWord& word, std::u32string_view signs) {
   return signs.find(lastSign(word.text)) != std::u32string_view::npos;
+}
+
+bool endsWithStop(const CaptionWord& word) {
+  const char32_t last = lastSign(word.text);
+  return base::endsSentences(last) || last == U'\u2026';
 }
 
 double pauseAfter(const std::vector<CaptionWord>& words, std::size_t at) {
@@ -228,7 +240,7 @@ double pauseAfter(const std::vector<CaptionWord>& words, std::size_t at) {
 bool endsSentence(const std::vector<CaptionWord>& words, std::size_t at) {
   if (at + 1 == words.size() || words[at + 1].isParagraph) return true;
   const double pause = pauseAfter(words, at);
-  return pause >= kLongPause || (pause >= kShortestPause && endsWithOneOf(words[at], U".!?\u2026"));
+  return pause >= kLongPause || (pause >= kShortestPause && endsWithStop(words[at]));
 }
 
 // Returns the index of the word at which a sentence is cut that does not fit into one cue: after
@@ -239,8 +251,7 @@ std::size_t findCut(const std::vector<CaptionWord>& words, WordRange sentence) {
   while (end < sentence.second && fitsInCue(words, {sentence.first, end + 1})) ++end;
   if (end == sentence.second) return end;
   for (std::size_t at = end; at > sentence.first + (end - sentence.first + 1) / 2; --at) {
-    if (endsWithOneOf(words[at - 1], U",;:\u2013\u2014") ||
-        pauseAfter(words, at - 1) >= kShortestPause) {
+    if (endsWithOneOf(words[at - 1], kCommas) || pauseAfter(words, at - 1) >= kShortestPause) {
       return at;
     }
   }

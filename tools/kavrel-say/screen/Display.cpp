@@ -8,6 +8,9 @@
 #include <utility>
 #include <vector>
 
+#include "base/text/CharacterProperties.h"
+#include "base/text/Utf8.h"
+
 namespace say {
 namespace {
 
@@ -158,9 +161,16 @@ void RunningText::finish(bool wasInterrupted) {
 
 // Positions can go back in text with unusual markup; nothing is written twice.
 void RunningText::writeUpTo(std::size_t end) {
+  const std::string_view given = m_text.given();
+  // Marks after the word belong to its last character.
+  while (end < given.size()) {
+    const base::Utf8Character next = base::firstCharacter(given.substr(end));
+    if (next.length == 0 || !base::extendsCharacter(next.code)) break;
+    end += next.length;
+  }
   if (end <= m_written) return;
   const std::size_t from = std::exchange(m_written, end);
-  m_output.write(std::string_view(m_text.given()).substr(from, end - from));
+  m_output.write(given.substr(from, end - from));
 }
 
 }  // namespace say

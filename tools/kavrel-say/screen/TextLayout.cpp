@@ -3,8 +3,8 @@
 
 #include <algorithm>
 
-#include <wchar.h>
-
+#include "base/text/CharacterProperties.h"
+#include "base/text/Clusters.h"
 #include "base/text/Utf8.h"
 
 namespace say {
@@ -14,12 +14,12 @@ constexpr std::string_view kReplacement = "\uFFFD";
 constexpr std::string_view kTooWide = "?";
 constexpr std::size_t kTabStops = 8;
 
-// A character and how it is displayed.
+// A cluster and how it is displayed.
 struct Glyph {
   std::size_t length;      // bytes of the text
   std::size_t width;       // cells
   std::string_view shown;  // empty: `width` blanks
-  char32_t code;           // U+FFFD for a byte that is not UTF-8
+  char32_t code;           // its first character; U+FFFD for a byte that is not UTF-8
 };
 
 constexpr char32_t kNoCharacter = 0xFFFD;
@@ -37,20 +37,29 @@ bool changesDirection(char32_t code) {
   return (0x202A <= code && code <= 0x202E) || (0x2066 <= code && code <= 0x2069);
 }
 
-// Returns the character at `at`, for display in cell `column` of `width`. A character wider than
-// the screen is replaced by "?", so that no row is wider than the screen.
+// Returns the cluster at `at`, for display in cell `column` of `width`. A cluster wider than the
+// screen is replaced by "?", so that no row is wider than the screen.
 Glyph glyphAt(std::string_view text, std::size_t at, std::size_t column, std::size_t width) {
   const std::string_view rest = text.substr(at);
   const base::Utf8Character character = base::firstCharacter(rest);
   if (character.length == 0) return {1, 1, kReplacement, kNoCharacter};
   if (character.code == '\t') return {1, kTabStops - column % kTabStops, {}, '\t'};
-  const int cells = ::wcwidth(static_cast<wchar_t>(character.code));
-  if (cells < 0 || character.code == 0 || changesDirection(character.code)) {
+  if (base::isUnprintable(character.code) || changesDirection(character.code)) {
     return {character.length, 1, kReplacement, character.code};
   }
-  const auto taken = static_cast<std::size_t>(cells);
-  if (taken > width) return {character.length, 1, kTooWide, character.code};
-  return {character.length, taken, rest.substr(0, character.length), character.code};
+  const std::string_view cluster = rest.substr(0, base::firstClusterLength(rest));
+  const std::size_t cells = base::cellsOfCluster(cluster);
+  if (cells > width) return {cluster.size(), 1, kTooWide, character.code};
+  return {cluster.size(), cells, cluster, character.code};
+}
+
+// Whether a row may end between two clusters that no blank separates: after a hyphen, and at wide
+// characters, which are written without blanks, except before closing punctuation and after opening
+// punctuation.
+bool mayBreakBetween(const Glyph& before, const Glyph& after) {
+  if (before.code == '-') return true;
+  const bool isWide = base::isWide(before.code) || base::isWide(after.code);
+  return isWide && base::mayEndLine(before.code) && base::mayBeginLine(after.code);
 }
 
 // The position after a line end: CR LF counts as one.
@@ -82,22 +91,22 @@ Row rowAt(std::string_view text, std::size_t begin, std::size_t width) {
   std::size_t at = begin;
   std::size_t column = 0;
   std::size_t lastBreak = begin;  // last possible end of the row; `begin`: none yet
+  Glyph before{};
   while (at < text.size()) {
     const auto byte = static_cast<unsigned char>(text[at]);
     if (isLineEnd(byte)) return {begin, at, afterLineEnd(text, at)};
     const Glyph glyph = glyphAt(text, at, column, width);
-    const bool isWide = glyph.width == 2;
-    if ((isBlank(glyph.code) || isWide) && at > begin) lastBreak = at;
+    if (at > begin &&
+        (isBlank(glyph.code) || isBlank(before.code) || mayBreakBetween(before, glyph))) {
+      lastBreak = at;
+    }
     if (column + glyph.width > width && at > begin) {
       return fullRow(text, begin, lastBreak > begin ? lastBreak : at);
     }
-    // A combining accent (width 0) stays with its character: it moves the possible end after
-    // itself.
-    const bool canEndAfter = glyph.code == '-' || isBlank(glyph.code) || isWide ||
-                             (glyph.width == 0 && lastBreak == at && at > begin);
     at += glyph.length;
     column += glyph.width;
-    if (canEndAfter) lastBreak = at;
+    // A mark without a letter stays with what is before it.
+    if (glyph.width > 0) before = glyph;
   }
   return {begin, at, at};
 }
@@ -114,7 +123,8 @@ std::string renderRow(std::string_view text, const Row& row, std::size_t width, 
   std::size_t column = 0;
   for (std::size_t at = row.begin; at < row.end;) {
     const Glyph glyph = glyphAt(text, at, column, width);
-    turn(marked.begin <= at && at < marked.end);
+    // All of a cluster is marked, even if the word begins or ends inside it.
+    turn(marked.begin < at + glyph.length && at < marked.end);
     if (glyph.shown.empty()) {
       result.append(std::min(glyph.width, width - std::min(column, width)), ' ');
     } else {

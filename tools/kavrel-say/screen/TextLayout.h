@@ -2,11 +2,11 @@
 //
 // TextLayout: wraps text into rows of terminal cells.
 //
-// A character takes no cell (combining accents), one, or two (most East Asian characters, emoji),
-// as wcwidth() says; the locale's character type must be UTF-8. Characters that would act on a
-// terminal are replaced: a tab by blanks up to the next multiple of eight cells; other control
-// characters, characters that change the writing direction and bytes that are not UTF-8 by U+FFFD.
-// A line ends with a line feed, a carriage return, or a carriage return and a line feed.
+// Text is laid out in clusters (base/text/Clusters.h), which take one cell or two (most East Asian
+// characters, emoji) and are never cut. Characters that would act on a terminal are replaced: a tab
+// by blanks up to the next multiple of eight cells; other control characters, characters that
+// change the writing direction and bytes that are not UTF-8 by U+FFFD. A line ends with a line
+// feed, a carriage return, or a carriage return and a line feed.
 //
 // Pure functions. Positions count bytes of the text.
 #pragma once
@@ -25,6 +25,7 @@ struct Row {
 
 // Returns the row that starts at `begin`, in `width` cells (at least 1). It ends at the end of the
 // line, else at the last blank, hyphen or wide character that fits, else when the cells are full.
+// Closing punctuation does not begin a row, and opening punctuation does not end one, if possible.
 // Only an empty line gives an empty row, and no row is wider than `width`.
 Row rowAt(std::string_view text, std::size_t begin, std::size_t width);
 

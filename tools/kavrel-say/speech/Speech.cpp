@@ -53,6 +53,7 @@ Speech::Speech(std::optional<VoiceSpec> voice) {
   // Callbacks receive this object as their reference constant.
   SetSpeechInfo(m_channel, soRefCon, this);
   SetSpeechInfo(m_channel, soSpeechDoneCallBack, asValue(speechIsDone));
+  SetSpeechProperty(m_channel, kSpeechTextEncodingProperty, kSpeechTextEncodingUTF8);
 }
 
 Speech::~Speech() {
@@ -96,7 +97,7 @@ void Speech::addListener(Listener& listener) {
 
 void Speech::start(const tool::SpokenText& text) {
   // The Manager never reports the end of an empty text.
-  const std::string& bytes = text.macRoman();
+  const std::string& bytes = text.spoken();
   const std::string_view spoken = bytes.empty() ? std::string_view(" ") : bytes;
   check(SpeakBuffer(m_channel, spoken.data(), spoken.size(), 0), "cannot speak the text");
 }

@@ -23,12 +23,13 @@ struct NamedVoice {
 // Returns all voices in the order of the Manager.
 std::vector<NamedVoice> allVoices();
 
-// Returns the voice of that name; not case-sensitive. Throws Failure, with a list of all voices, if
-// there is none.
+// Returns the voice of that name, else of that locale (ru_RU, ru-RU), else of that language (ru,
+// Russian, русский); not case-sensitive. Throws Failure, with a list of similar names or else of
+// all voices, if there is none.
 VoiceSpec voiceNamed(const std::string& name);
 
 // Returns one line for each voice: name, locale, "# " and the sentence. Programs parse these
-// columns.
+// columns, which are aligned by the cells of a terminal.
 std::string voiceList();
 
 }  // namespace say

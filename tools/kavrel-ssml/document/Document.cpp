@@ -107,9 +107,12 @@ struct PhonemeInput {
   std::vector<std::string> elements;  // found inside, to be written after it
 };
 
-bool isControl(char c) {
-  const auto byte = static_cast<unsigned char>(c);
-  return byte < ' ' && c != '\t' && c != '\n' && c != '\r';
+// Returns the length of a character that XML does not allow, at the start of `text`: a control
+// character, or U+FFFE and U+FFFF. 0 if XML allows the character.
+std::size_t lengthOfForbidden(std::string_view text) {
+  const auto byte = static_cast<unsigned char>(text.front());
+  if (byte < ' ' && byte != '\t' && byte != '\n' && byte != '\r') return 1;
+  return text.starts_with("\uFFFE") || text.starts_with("\uFFFF") ? 3 : 0;
 }
 
 // Reads the markup piece by piece and writes each piece with the style in force.
@@ -165,15 +168,17 @@ void Rewriter::take(const MarkupPiece& piece) {
   }
 }
 
-// Copies text; control characters that XML does not allow become blanks.
+// Copies text; characters that XML does not allow become blanks.
 base::OriginText Rewriter::copyText(const MarkupPiece& piece) const {
   base::OriginText result;
   std::size_t done = piece.start;
   for (std::size_t i = piece.start; i < piece.end; ++i) {
-    if (!isControl(m_from.text()[i])) continue;
+    const std::string_view rest = std::string_view(m_from.text()).substr(i, piece.end - i);
+    const std::size_t forbidden = lengthOfForbidden(rest);
+    if (forbidden == 0) continue;
     result.append(m_from, done, i);
     result.append(" ", m_from.originOf(i));
-    done = i + 1;
+    done = i + forbidden;
   }
   result.append(m_from, done, piece.end);
   return result;

@@ -59,14 +59,16 @@ platform::TextSettings adaptationFor(const ConversionOptions& options) {
 
 std::vector<Adaptation> findAdaptations(const SourceText& text,
                                         const platform::TextSettings& settings) {
-  const std::string& given = text.macRoman().text();
-  const AdaptedText adapted = platform::adaptText(given, settings);
+  const std::string& given = text.encoded().text();
+  platform::TextSettings ofCharset = settings;
+  ofCharset.charset = text.charset();
+  const AdaptedText adapted = platform::adaptText(given, ofCharset);
   std::vector<Adaptation> adaptations;
   SourceLocation known = text.locationOf(0);
   const auto add = [&](std::size_t position, std::size_t length, std::string_view becomes,
                        std::string note) {
-    const std::size_t start = text.macRoman().originOf(position);
-    const std::size_t end = text.macRoman().originOf(position + length);
+    const std::size_t start = text.encoded().originOf(position);
+    const std::size_t end = text.encoded().originOf(position + length);
     known = text.locationAfter(known, start);
     adaptations.push_back(
         {known, end - start, text.displayText(start, end), std::string(becomes), std::move(note)});

@@ -6,7 +6,7 @@
 #include <array>
 #include <string_view>
 
-#include "base/text/Utf8.h"
+#include "base/text/Clusters.h"
 #include "explanation/Adaptations.h"
 #include "explanation/Explanation.h"
 
@@ -16,16 +16,16 @@ namespace {
 constexpr std::size_t kColumns = 5;
 using Row = std::array<std::string, kColumns>;
 
-// Longest cells of the table, in characters.
+// Longest cells of the table, in clusters.
 constexpr std::size_t kLongestCommand = 40;
 constexpr std::size_t kLongestResult = 200;
 
-// Returns the text on one line, cut after `limit` characters.
+// Returns the text on one line, cut after `limit` clusters.
 std::string oneLine(std::string_view text, std::size_t limit) {
   std::string line;
   for (std::size_t count = 0; !text.empty(); ++count) {
     if (count == limit) return line + "...";
-    const std::size_t length = base::firstCharacterLength(text);
+    const std::size_t length = base::firstClusterLength(text);
     const bool control = static_cast<unsigned char>(text.front()) < ' ' || text.front() == '\x7F';
     line += control ? " " : text.substr(0, length);
     text.remove_prefix(length);
@@ -33,18 +33,18 @@ std::string oneLine(std::string_view text, std::size_t limit) {
   return line;
 }
 
-// Columns are as wide as their longest cell, counted in characters.
+// Columns are as wide as their longest cell on a terminal.
 std::string alignedTable(const std::vector<Row>& rows) {
   std::array<std::size_t, kColumns> widths{};
   for (const Row& row : rows) {
     for (std::size_t i = 0; i < kColumns; ++i)
-      widths[i] = std::max(widths[i], base::countCharacters(row[i]));
+      widths[i] = std::max(widths[i], base::cellsOf(row[i]));
   }
   std::string table;
   for (const Row& row : rows) {
     std::string line;
     for (std::size_t i = 0; i + 1 < kColumns; ++i) {
-      line += row[i] + std::string(widths[i] + 2 - base::countCharacters(row[i]), ' ');
+      line += row[i] + std::string(widths[i] + 2 - base::cellsOf(row[i]), ' ');
     }
     line += row.back();
     // An empty last cell leaves no blanks at the end.

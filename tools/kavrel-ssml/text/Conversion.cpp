@@ -2,6 +2,7 @@
 #include "text/Conversion.h"
 
 #include <stdexcept>
+#include <string_view>
 
 #include "AppleSynthesisError.h"
 #include "base/text/Latin9.h"
@@ -25,12 +26,33 @@ base::OriginText utf8Of(const std::string& latin9, const PositionMap& origins) {
   return utf8;
 }
 
+// All bytes of a character have the origin of its first byte.
+base::OriginText withOrigins(const std::string& utf8, const PositionMap& origins) {
+  base::OriginText text;
+  text.reserve(utf8.size());
+  for (std::size_t at = 0; at < utf8.size();) {
+    const std::string_view rest = std::string_view(utf8).substr(at);
+    const std::size_t length = base::firstCharacterLength(rest);
+    text.append(rest.substr(0, length), origins.origin(static_cast<std::uint32_t>(at)));
+    at += length;
+  }
+  return text;
+}
+
 }  // namespace
 
 // The constructor without settings inserts no commands.
+AppleMarkupConverter converterFor(const std::string& prepared, bool isUtf8,
+                                  const ConversionOptions& options) {
+  auto converter = options.settings
+                       ? AppleMarkupConverter(prepared, options.output, *options.settings)
+                       : AppleMarkupConverter(prepared, options.output);
+  if (isUtf8) converter.useUtf8();
+  return converter;
+}
+
 AppleMarkupConverter converterFor(const SourceText& text, const ConversionOptions& options) {
-  if (!options.settings) return {text.prepared(), options.output};
-  return {text.prepared(), options.output, *options.settings};
+  return converterFor(text.prepared(), text.isUtf8(), options);
 }
 
 // The converter reports errors only by type; FaultFinder locates them.
@@ -39,7 +61,8 @@ std::variant<base::OriginText, Fault> convert(const SourceText& text,
   try {
     AppleMarkupConverter converter = converterFor(text, options);
     const std::string converted = converter.getConvertedText();
-    return utf8Of(converted, converter.getPositions().composeAfter(text.origins()));
+    const PositionMap origins = converter.getPositions().composeAfter(text.origins());
+    return text.isUtf8() ? withOrigins(converted, origins) : utf8Of(converted, origins);
   } catch (const AppleSynthesisError& error) {
     const FaultFinder finder(text, options);
     return error.getErrorType() == BAD_PHONE_SEQUENCE

@@ -29,7 +29,9 @@ struct Fault {
   std::string message;   // one line for users
 };
 
-// Returns a converter for the text. Text and options must outlive it.
+// Returns a converter for a prepared text. Text and options must outlive it.
+AppleMarkupConverter converterFor(const std::string& prepared, bool isUtf8,
+                                  const ConversionOptions& options);
 AppleMarkupConverter converterFor(const SourceText& text, const ConversionOptions& options);
 
 // Returns the converted text in UTF-8, with the origin of each byte, or the fault. All bytes of a

@@ -9,6 +9,7 @@
 
 #include "AppleSynthesisError.h"
 #include "SpeechMgrUtils.h"
+#include "base/text/Utf8.h"
 
 namespace ssml {
 namespace {
@@ -79,7 +80,9 @@ Fault FaultFinder::describeBadSymbol(const CommandList::Command& input, std::siz
                     ", read as phone symbols,";
   }
   if (fault.message.empty()) {
-    fault.message = "unknown phone symbol " + quote(m_list.callerTextOf(at, at + 1));
+    const std::string_view rest = std::string_view(m_list.base()).substr(at);
+    const std::size_t length = m_text.isUtf8() ? base::firstCharacterLength(rest) : 1;
+    fault.message = "unknown phone symbol " + quote(m_list.callerTextOf(at, at + length));
   }
   fault.message += " in " + inputName(input);
   return fault;
@@ -126,11 +129,7 @@ Fault FaultFinder::findRefusedCommand(const std::string& kind) const {
 bool FaultFinder::isRefusedUpTo(std::size_t end) const {
   const std::string text = m_list.textUpTo(end);
   try {
-    if (m_options.settings) {
-      AppleMarkupConverter(text, m_options.output, *m_options.settings).convert();
-    } else {
-      AppleMarkupConverter(text, m_options.output).convert();
-    }
+    converterFor(text, m_text.isUtf8(), m_options).convert();
     return false;
   } catch (const AppleSynthesisError&) {
     return true;

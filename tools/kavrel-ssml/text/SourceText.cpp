@@ -9,10 +9,8 @@
 
 #include "Failure.h"
 #include "SpeechMgrUtils.h"
-#include "SpokenText.h"
 #include "base/text/Latin9.h"
 #include "base/text/MacRoman.h"
-#include "base/text/MacRomanEncoder.h"
 #include "base/text/Utf8.h"
 
 namespace ssml {
@@ -59,14 +57,27 @@ PositionMap originsOfAdapted(const base::OriginText& text) {
   return origins;
 }
 
-// Converts ISO 8859-15 to Mac OS Roman, with plain forms for characters that Mac OS Roman lacks.
-base::OriginText macRomanOfLatin9(std::string_view given) {
-  base::MacRomanEncoder encoder;
-  encoder.reserve(given.size());
-  for (std::size_t at = 0; at < given.size(); ++at) {
-    encoder.add(base::fromLatin9(static_cast<std::uint8_t>(given[at])), narrow(at));
+// Copies UTF-8, with a blank for each byte that is not.
+base::OriginText wellFormed(std::string_view given) {
+  base::OriginText text;
+  text.appendCopy(given, 0);
+  for (std::size_t at = 0; at < given.size();) {
+    const std::size_t length = base::firstCharacter(given.substr(at)).length;
+    if (length == 0) text.replace(at, ' ');
+    at += std::max<std::size_t>(length, 1);
   }
-  return encoder.finish(narrow(given.size()));
+  text.finish(narrow(given.size()));
+  return text;
+}
+
+base::OriginText utf8OfLatin9(std::string_view given) {
+  base::OriginText text;
+  text.reserve(given.size());
+  for (std::size_t at = 0; at < given.size(); ++at) {
+    text.append(base::toUtf8(base::fromLatin9(static_cast<std::uint8_t>(given[at]))), narrow(at));
+  }
+  text.finish(narrow(given.size()));
+  return text;
 }
 
 }  // namespace
@@ -75,20 +86,24 @@ SourceText::SourceText(std::string given, Encoding encoding,
                        const std::optional<platform::TextSettings>& adaptation)
     : m_given(std::move(given)), m_encoding(encoding) {
   if (m_given.size() > kLongestText) throw tool::Failure("the text is too long");
-  m_macRoman = encode();
+  m_encoded = encode();
   platform::AdaptedText adapted;
-  if (adaptation) adapted = platform::adaptText(m_macRoman.text(), *adaptation);
+  if (adaptation) {
+    platform::TextSettings settings = *adaptation;
+    settings.charset = charset();
+    adapted = platform::adaptText(m_encoded.text(), settings);
+  }
   if (adapted.isChanged) {
     prepare(adapted.text.text());
     m_origins = m_origins.composeAfter(originsOfAdapted(adapted.text));
   } else {
-    prepare(m_macRoman.text());
+    prepare(m_encoded.text());
   }
-  // Mac OS Roman in the file needs no map.
-  if (encoding != Encoding::MacRoman) m_origins = m_origins.composeAfter(originsOf(m_macRoman));
+  // Otherwise each byte is at its position in the file.
+  if (encoding == Encoding::Latin9) m_origins = m_origins.composeAfter(originsOf(m_encoded));
 }
 
-// Returns the text in Mac OS Roman, with a blank for each NUL.
+// Returns the text in its charset, with a blank for each NUL.
 base::OriginText SourceText::encode() const {
   base::OriginText text;
   switch (m_encoding) {
@@ -97,10 +112,10 @@ base::OriginText SourceText::encode() const {
       text.finish(narrow(m_given.size()));
       break;
     case Encoding::Utf8:
-      text = tool::SpokenText(m_given).converted();
+      text = wellFormed(m_given);
       break;
     case Encoding::Latin9:
-      text = macRomanOfLatin9(m_given);
+      text = utf8OfLatin9(m_given);
       break;
   }
   for (std::size_t at = text.text().find('\0'); at != std::string::npos;
@@ -112,7 +127,8 @@ base::OriginText SourceText::encode() const {
 
 void SourceText::prepare(std::string text) {
   BuildPhoneTranslationTables();
-  m_prepared = PreprocessText(reinterpret_cast<unsigned char*>(text.data()), &m_origins);
+  m_prepared = PreprocessText(reinterpret_cast<unsigned char*>(text.data()), &m_origins,
+                              isUtf8() ? TextForm::Utf8 : TextForm::MacRoman);
 }
 
 std::size_t SourceText::originOf(std::size_t at) const {

@@ -3,9 +3,9 @@
 // SourceText: the text of a file in one of several encodings, prepared for the converter, with the
 // origin of each byte in the file.
 //
-// Every text is processed like a client's text: it is converted to Mac OS Roman and then prepared.
-// Characters of UTF-8 and ISO 8859-15 that Mac OS Roman lacks are replaced by the plain forms of
-// base/text/PlainForms.h. A NUL becomes a blank.
+// Every text is processed like a client's text. Mac OS Roman is prepared and becomes ISO 8859-15,
+// as for a text in bytes; UTF-8 and ISO 8859-15 are prepared in UTF-8, as for a string. A NUL, and
+// a byte that is not part of well-formed UTF-8, becomes a blank.
 //
 // The text may also be adapted in between, as the Manager does it.
 //
@@ -41,13 +41,18 @@ class SourceText {
 
   std::size_t size() const { return m_given.size(); }
 
-  // Returns the converter's input: ISO 8859-15 with escapes.
+  // Returns the converter's input, with escapes: UTF-8 if isUtf8(), else ISO 8859-15.
   const std::string& prepared() const { return m_prepared; }
   // Returns the origins of the bytes of prepared().
   const PositionMap& origins() const { return m_origins; }
 
-  // Returns the text in Mac OS Roman, not adapted, with the origins of its bytes.
-  const base::OriginText& macRoman() const { return m_macRoman; }
+  // Returns the text before its preparation, not adapted, with the origins of its bytes.
+  const base::OriginText& encoded() const { return m_encoded; }
+  // Returns the charset of encoded().
+  platform::Charset charset() const {
+    return isUtf8() ? platform::Charset::Utf8 : platform::Charset::MacRoman;
+  }
+  bool isUtf8() const { return m_encoding != Encoding::MacRoman; }
 
   // Returns the file position of the byte at `at` of prepared(); the size of the file if `at` is
   // the end of prepared() or after it.
@@ -69,7 +74,7 @@ class SourceText {
 
   std::string m_given;
   Encoding m_encoding;
-  base::OriginText m_macRoman;
+  base::OriginText m_encoded;
   std::string m_prepared;
   PositionMap m_origins;
 };

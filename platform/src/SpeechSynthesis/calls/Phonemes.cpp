@@ -190,7 +190,7 @@ class ScratchChannel {
 
 // Speaks into a file, not to the device: nothing is heard, and it is faster than real time.
 OSErr collectPhonemes(const SynthesizerPlugIn& plugIn, const Voice& voice,
-                      const ReadingModes& modes, const std::string& text, std::string& phonemes) {
+                      const ReadingModes& modes, const ReadyText& text, std::string& phonemes) {
   const TemporaryFile file;
   // Declared before the channel, which reports to it: it must be destroyed later.
   Collector collector;
@@ -201,13 +201,14 @@ OSErr collectPhonemes(const SynthesizerPlugIn& plugIn, const Voice& voice,
   channel.set(soInputMode, &read.input);
   channel.set(soCharacterMode, &read.characters);
   channel.set(soNumberMode, &read.numbers);
+  if (text.charset == Charset::Utf8) channel.set(kUtf8Text, &collector);
   channel.set(soRefCon, &collector);
   channel.set(soWordCallBack, asValue(Collector::word));
   channel.set(soPhonemeCallBack, asValue(Collector::phoneme));
   channel.set(soSpeechDoneCallBack, asValue(Collector::done));
   const Owned<CFURLRef> url = file.url();
   channel.set(soOutputToFileWithCFURL, asValue(url.get()));
-  if (const OSErr result = channel.speak(text); result != noErr) return result;
+  if (const OSErr result = channel.speak(text.bytes); result != noErr) return result;
   if (!collector.waitForEnd()) return synthNotReady;
   phonemes = collector.phonemes();
   return noErr;

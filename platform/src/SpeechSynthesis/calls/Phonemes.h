@@ -10,6 +10,7 @@
 
 #include "SpeechSynthesis/bundles/SynthesizerPlugIn.h"
 #include "SpeechSynthesis/bundles/VoiceCatalogue.h"
+#include "SpeechSynthesis/channel/Channel.h"
 
 namespace platform {
 
@@ -20,13 +21,13 @@ struct ReadingModes {
   OSType numbers = modeNormal;
 };
 
-// Stores the phonemes of `text` (Mac OS Roman without NULs) in `phonemes`, as symbols with a blank
-// between words; see TextToPhonemes. Blocks until the text is spoken. Safe on any thread. Results:
-// noErr; synthOpenFailed; synthNotReady, also if the synthesizer reports nothing for 30 seconds;
-// voiceNotFound; badInputText. After a failure `phonemes` is unchanged. Lets exceptions of the
-// synthesizer through; throws std::system_error if no temporary file can be created, and
-// std::bad_alloc.
+// Stores the phonemes of `text` (without NULs, in a charset of the synthesizer) in `phonemes`, as
+// symbols with a blank between words; see TextToPhonemes. Blocks until the text is spoken. Safe on
+// any thread. Results: noErr; synthOpenFailed; synthNotReady, also if the synthesizer reports
+// nothing for 30 seconds; voiceNotFound; badInputText. After a failure `phonemes` is unchanged.
+// Lets exceptions of the synthesizer through; throws std::system_error if no temporary file can be
+// created, and std::bad_alloc.
 OSErr collectPhonemes(const SynthesizerPlugIn& plugIn, const Voice& voice,
-                      const ReadingModes& modes, const std::string& text, std::string& phonemes);
+                      const ReadingModes& modes, const ReadyText& text, std::string& phonemes);
 
 }  // namespace platform

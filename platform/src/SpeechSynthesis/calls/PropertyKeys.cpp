@@ -32,10 +32,14 @@ SPEECH_KEY(kSpeechErrorCFCallBack);
 SPEECH_KEY(kSpeechWordCFCallBack);
 SPEECH_KEY(kSpeechStrictTextProperty);
 SPEECH_KEY(kSpeechOneVoiceProperty);
+SPEECH_KEY(kSpeechTextEncodingProperty);
 SPEECH_KEY(kSpeechPhonemeOptionsProperty);
 SPEECH_KEY(kSpeechOutputToExtAudioFileProperty);
 SPEECH_KEY(kSpeechOutputToAudioDeviceProperty);
 SPEECH_KEY(kSpeechOutputChannelMapProperty);
+// The values of kSpeechTextEncodingProperty, the same as in KAVREL_TEXT_ENCODING.
+const CFStringRef kSpeechTextEncodingMacRoman = CFSTR("macroman");
+const CFStringRef kSpeechTextEncodingUTF8 = CFSTR("utf-8");
 SPEECH_KEY(kSpeechModeText);
 SPEECH_KEY(kSpeechModePhoneme);
 SPEECH_KEY(kSpeechModeTune);

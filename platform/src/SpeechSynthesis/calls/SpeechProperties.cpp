@@ -17,6 +17,7 @@
 
 using platform::CallerText;
 using platform::Channel;
+using platform::Charset;
 using platform::kPhonemeSymbols;
 using platform::onChannel;
 using platform::Owned;
@@ -40,7 +41,8 @@ enum class Kind {
   ErrorCallback,
   WordCallback,
   Strict,
-  OneVoice
+  OneVoice,
+  Encoding
 };
 
 struct Property {
@@ -52,7 +54,7 @@ struct Property {
 // Null if the property is unknown. The table is local: the keys are constants of another file,
 // which are set at an undefined time before main().
 const Property* propertyOf(CFStringRef key) {
-  static const std::array<Property, 25> table = {
+  static const std::array<Property, 26> table = {
       {{kSpeechStatusProperty, soStatus, Kind::Status},
        {kSpeechErrorsProperty, soErrors, Kind::Errors},
        {kSpeechInputModeProperty, soInputMode, Kind::Mode},
@@ -77,7 +79,8 @@ const Property* propertyOf(CFStringRef key) {
        {kSpeechErrorCFCallBack, 0, Kind::ErrorCallback},
        {kSpeechWordCFCallBack, 0, Kind::WordCallback},
        {kSpeechStrictTextProperty, 0, Kind::Strict},
-       {kSpeechOneVoiceProperty, 0, Kind::OneVoice}}};
+       {kSpeechOneVoiceProperty, 0, Kind::OneVoice},
+       {kSpeechTextEncodingProperty, 0, Kind::Encoding}}};
   for (const Property& property : table) {
     if (CFEqual(property.key, key) != 0) return &property;
   }
@@ -267,6 +270,10 @@ OSErr copyProperty(Channel& channel, const Property& property, CFTypeRef* object
     case Kind::OneVoice:
       *object = CFRetain(channel.hasOneVoice() ? kCFBooleanTrue : kCFBooleanFalse);
       return noErr;
+    case Kind::Encoding:
+      *object = CFRetain(channel.charset() == Charset::Utf8 ? kSpeechTextEncodingUTF8
+                                                            : kSpeechTextEncodingMacRoman);
+      return noErr;
     default:
       return siUnknownInfoType;
   }
@@ -303,6 +310,14 @@ OSErr setNumber(Channel& channel, OSType selector, CFTypeRef object) {
   double value = 0;
   CFNumberGetValue(static_cast<CFNumberRef>(object), kCFNumberDoubleType, &value);
   return channel.setNumber(selector, value);
+}
+
+// Empty if the object is not the name of an encoding.
+std::optional<Charset> charsetOf(CFTypeRef object) {
+  if (object == nullptr) return std::nullopt;
+  if (CFEqual(object, kSpeechTextEncodingUTF8) != 0) return Charset::Utf8;
+  if (CFEqual(object, kSpeechTextEncodingMacRoman) != 0) return Charset::MacRoman;
+  return std::nullopt;
 }
 
 // Empty if the object is not a mode of that selector: input has modes of its own.
@@ -418,6 +433,12 @@ OSErr setProperty(Channel& channel, const Property& property, CFTypeRef object) 
       const auto hasOneVoice = switchOf(object);
       return hasOneVoice ? channel.setOneVoice(*hasOneVoice) : OSErr{paramErr};
     }
+    case Kind::Encoding: {
+      const auto charset = charsetOf(object);
+      if (!charset) return paramErr;
+      channel.setCharset(*charset);
+      return noErr;
+    }
     default:
       return siUnknownInfoType;
   }
@@ -442,12 +463,12 @@ OSErr SpeakCFString(SpeechChannel chan, CFStringRef aString, CFDictionaryRef opt
   return onChannel(chan, [&](Channel& channel) -> OSErr {
     if (aString == nullptr) return channel.stop(kImmediate);
     CallerText text(aString);
-    // The converted text is what the synthesizer gets, so its length counts.
+    // The text for the synthesizer, so that every position in it fits in 32 bits.
     if (text.bytes().size() > static_cast<std::size_t>(std::numeric_limits<SInt32>::max())) {
       return paramErr;
     }
     // Also for a string of characters without width only.
-    if (text.bytes().empty()) return channel.stop(kImmediate);
+    if (text.hasNoWidth()) return channel.stop(kImmediate);
     return channel.speak(std::move(text), flagsOf(options));
   });
 }

@@ -170,7 +170,7 @@ OSErr SpeakBuffer(SpeechChannel chan, const void* textBuf, unsigned long textByt
     if (textBytes > static_cast<unsigned long>(std::numeric_limits<SInt32>::max())) return paramErr;
     // No text is a stop, as the interface defines it.
     if (textBuf == nullptr || textBytes == 0) return channel.stop(kImmediate);
-    return channel.speak(platform::CallerText(textBuf, textBytes), controlFlags);
+    return channel.speak(platform::CallerText(textBuf, textBytes, channel.charset()), controlFlags);
   });
 }
 

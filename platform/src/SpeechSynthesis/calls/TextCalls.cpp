@@ -44,7 +44,7 @@ void finishString(SpeechChannel channel, SRefCon /*refCon*/) {
 
 // Reads the voice and the modes of the channel and speaks the text with them elsewhere. Results:
 // those of collectPhonemes.
-OSErr phonemesOf(Channel& channel, const std::string& text, std::string& phonemes) {
+OSErr phonemesOf(Channel& channel, CallerText text, std::string& phonemes) {
   VoiceSpec spec{};
   platform::ReadingModes modes;
   channel.getInfo(soCurrentVoice, &spec);
@@ -53,7 +53,8 @@ OSErr phonemesOf(Channel& channel, const std::string& text, std::string& phoneme
   channel.getInfo(soNumberMode, &modes.numbers);
   const platform::Voice* const voice = platform::VoiceCatalogue::shared().find(spec);
   if (voice == nullptr) return voiceNotFound;
-  return collectPhonemes(channel.plugIn(), *voice, modes, text, phonemes);
+  return collectPhonemes(channel.plugIn(), *voice, modes, channel.adaptedFor(std::move(text)),
+                         phonemes);
 }
 
 // ---- Dictionaries
@@ -140,8 +141,8 @@ OSErr TextToPhonemes(SpeechChannel chan, const void* textBuf, unsigned long text
     }
     std::string phonemes;
     if (textBytes > 0) {
-      const CallerText text(textBuf, textBytes);
-      const OSErr result = phonemesOf(channel, channel.adaptedFor(text.bytes()), phonemes);
+      const OSErr result =
+          phonemesOf(channel, CallerText(textBuf, textBytes, channel.charset()), phonemes);
       if (result != noErr) return result;
     }
     // The last step that can fail; before it, nothing of the caller is changed.
@@ -158,9 +159,9 @@ OSErr CopyPhonemesFromText(SpeechChannel chan, CFStringRef text, CFStringRef* ph
   return onChannel(chan, [&](Channel& channel) -> OSErr {
     if (text == nullptr || phonemes == nullptr) return paramErr;
     std::string collected;
-    const CallerText converted(text);
-    if (!converted.bytes().empty()) {
-      const OSErr result = phonemesOf(channel, channel.adaptedFor(converted.bytes()), collected);
+    CallerText converted(text);
+    if (!converted.hasNoWidth()) {
+      const OSErr result = phonemesOf(channel, std::move(converted), collected);
       if (result != noErr) return result;
     }
     *phonemes =

@@ -35,6 +35,7 @@ struct Report {
   // The text that the position of a word or an error refers to, as a string. Only for callbacks
   // that take one.
   std::shared_ptr<const __CFString> text = nullptr;
+  CFRange range = {0, 0};  // position and length in `text`
 };
 
 // Receives reports: a channel.

@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <limits>
+#include <string_view>
 #include <utility>
 
 #include "CoreFoundation/CFObject.h"
@@ -52,6 +53,12 @@ std::optional<std::size_t> indexOfNumber(OSType selector) {
   }
 }
 
+// Programs that were written for UTF-8 everywhere need not be changed.
+Charset charsetOfEnvironment() {
+  const char* const name = secure_getenv("KAVREL_TEXT_ENCODING");
+  return name != nullptr && std::string_view(name) == "utf-8" ? Charset::Utf8 : Charset::MacRoman;
+}
+
 template <typename Function>
 Function asFunction(const void* value) {
   return reinterpret_cast<Function>(const_cast<void*>(value));
@@ -66,7 +73,10 @@ const void* asValue(Function* function) {
 
 Channel::Channel(const SynthesizerPlugIn& plugIn, SpeechChannelIdentifier identifier,
                  SpeechChannel handle)
-    : m_plugIn(plugIn), m_identifier(identifier), m_handle(handle) {
+    : m_plugIn(plugIn),
+      m_identifier(identifier),
+      m_handle(handle),
+      m_charset(charsetOfEnvironment()) {
   // Created now, since close() must not fail.
   CallbackThread::shared();
 }
@@ -86,8 +96,12 @@ OSErr Channel::prepare() {
                   {kReportErrors, kYes}};
   const base::ScopedLock turn(m_turn);
   // Read, since synthesizers may accept any selector that is set.
-  UInt32 stops = 0;
-  m_stopsWithoutWaiting = get(kStopAtBoundary, &stops) == noErr && stops != 0;
+  const auto offers = [this](OSType selector) REQUIRES(m_turn) {
+    UInt32 offered = 0;
+    return get(selector, &offered) == noErr && offered != 0;
+  };
+  m_stopsWithoutWaiting = offers(kStopAtBoundary);
+  m_takesUtf8 = offers(kUtf8Text);
   for (const auto& setting : settings) {
     if (const OSErr result = set(setting.selector, setting.value); result != noErr) return result;
   }
@@ -187,6 +201,8 @@ OSErr Channel::getInfo(OSType selector, void* value) {
       return noErr;
     }
     case kStopAtBoundary:
+    case kUtf8Text:
+    case kOneVoice:
       // Between the Manager and the synthesizer only.
       return siUnknownInfoType;
     default: {
@@ -241,6 +257,16 @@ void Channel::setStrict(bool isStrict) {
 bool Channel::isStrict() const {
   const base::ScopedLock held(m_lock);
   return m_isStrict;
+}
+
+void Channel::setCharset(Charset charset) {
+  const base::ScopedLock held(m_lock);
+  m_charset = charset;
+}
+
+Charset Channel::charset() const {
+  const base::ScopedLock held(m_lock);
+  return m_charset;
 }
 
 OSErr Channel::setOneVoice(bool hasOneVoice) {

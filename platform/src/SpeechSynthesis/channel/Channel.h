@@ -50,6 +50,10 @@ inline constexpr DelimiterInfo kUsualDelimiters = {{'[', '['}, {']', ']'}};
 // boundary instead of a pointer; it can be read to find out whether there is such a selector.
 inline constexpr OSType kStopAtBoundary = 0x73746264;  // 'stbd'
 
+// Selector of synthesizers that take UTF-8. A value other than null: the next texts are UTF-8. It
+// can be read to find out whether there is such a selector.
+inline constexpr OSType kUtf8Text = 0x75746638;  // 'utf8'
+
 // The callbacks of the client. A null callback is off.
 struct ClientCallbacks {
   SpeechTextDoneProcPtr textDone = nullptr;
@@ -63,6 +67,12 @@ struct ClientCallbacks {
   SRefCon refCon = nullptr;
 };
 
+// A text as a synthesizer gets it.
+struct ReadyText {
+  std::string bytes;
+  Charset charset = Charset::MacRoman;
+};
+
 class Channel final : public ReportReceiver, public std::enable_shared_from_this<Channel> {
  public:
   // Throws std::bad_alloc. `plugIn` outlives the channel. `identifier` is an open channel of the
@@ -71,8 +81,8 @@ class Channel final : public ReportReceiver, public std::enable_shared_from_this
           SpeechChannel handle);
 
   // Sets what every channel of the Manager has in the synthesizer: the reference constant, the
-  // trampolines, exact word positions, reports of failures. Returns the first failure of the
-  // synthesizer.
+  // trampolines, exact word positions, reports of failures; finds out what it offers. Returns the
+  // first failure of the synthesizer.
   OSErr prepare();
 
   // Closes the synthesizer's channel; the last call on this object. No delivery to the client
@@ -107,8 +117,13 @@ class Channel final : public ReportReceiver, public std::enable_shared_from_this
   // synthesizer lacks the setting. Results: those of the synthesizer.
   OSErr setOneVoice(bool hasOneVoice) EXCLUDES(m_turn, m_lock);
   bool hasOneVoice() const EXCLUDES(m_lock);
-  // Returns the text as the synthesizer gets it.
-  std::string adaptedFor(const std::string& text) EXCLUDES(m_turn, m_lock);
+  // Returns the text as the synthesizer gets it, in a charset that it takes.
+  ReadyText adaptedFor(CallerText text) EXCLUDES(m_turn, m_lock);
+
+  // The charset of texts and pieces that the client gives as bytes. Holds for texts that start
+  // later.
+  void setCharset(Charset charset) EXCLUDES(m_lock);
+  Charset charset() const EXCLUDES(m_lock);
 
   // True if there is a job that is not stopped: gathering, ready, speaking or paused.
   bool isActive() const EXCLUDES(m_lock);
@@ -134,6 +149,7 @@ class Channel final : public ReportReceiver, public std::enable_shared_from_this
   // A text for the synthesizer.
   struct Batch {
     std::string text;
+    Charset charset = Charset::MacRoman;
     SInt32 flags = 0;
     bool isStrict = false;
     bool isLast = false;  // no more text of the job is known
@@ -152,7 +168,8 @@ class Channel final : public ReportReceiver, public std::enable_shared_from_this
   OSErr stopAtBoundary(SInt32 where) REQUIRES(m_turn) EXCLUDES(m_lock);
   bool waitForEndOfJob() REQUIRES(m_turn) EXCLUDES(m_lock);
   void clearStalePause() REQUIRES(m_turn) EXCLUDES(m_lock);
-  TextSettings textSettings() REQUIRES(m_turn) EXCLUDES(m_lock);
+  TextSettings textSettings(Charset charset) REQUIRES(m_turn) EXCLUDES(m_lock);
+  bool announce(Charset charset) REQUIRES(m_turn) EXCLUDES(m_lock);
   void acceptAdaptedText(AdaptedText adapted, bool isStrict) EXCLUDES(m_lock);
   OSErr startReadyJob() REQUIRES(m_turn) EXCLUDES(m_lock);
   void reportFailure(OSErr error) EXCLUDES(m_lock);
@@ -181,7 +198,7 @@ class Channel final : public ReportReceiver, public std::enable_shared_from_this
   bool hasNextBatch() const REQUIRES(m_lock);
   void requestText() REQUIRES(m_lock);
   void prepareNextBatch() REQUIRES(m_lock);
-  Batch takeBatch() REQUIRES(m_lock);
+  Batch takeBatch(bool takesUtf8) REQUIRES(m_lock);
   bool acceptPiece(const Report& report, const void* piece, unsigned long bytes, SInt32 flags)
       EXCLUDES(m_lock);
   OSType syncValueOf(OSType message) REQUIRES(m_lock);
@@ -193,6 +210,9 @@ class Channel final : public ReportReceiver, public std::enable_shared_from_this
   const SpeechChannel m_handle;
   base::Mutex m_turn;  // held during every call of the synthesizer; taken before m_lock
   bool m_stopsWithoutWaiting GUARDED_BY(m_turn) = false;  // the synthesizer can
+  bool m_takesUtf8 GUARDED_BY(m_turn) = false;            // the synthesizer does, if it is told
+  // What the synthesizer has been told about the next text.
+  Charset m_announced GUARDED_BY(m_turn) = Charset::MacRoman;
 
   mutable base::Mutex m_lock;
   base::Condition m_jobEnded;  // with m_lock: m_endOwed became false
@@ -212,6 +232,7 @@ class Channel final : public ReportReceiver, public std::enable_shared_from_this
   // The text of the job that the synthesizer does not have yet, and the flags of its last piece.
   CallerText m_next GUARDED_BY(m_lock);
   SInt32 m_flags GUARDED_BY(m_lock) = 0;
+  Charset m_pieceCharset GUARDED_BY(m_lock) = Charset::MacRoman;  // of the job's pieces
   std::string m_carried GUARDED_BY(m_lock);            // commands for the start of m_next
   bool m_mayHaveMore GUARDED_BY(m_lock) = false;       // the client has not given the last piece
   bool m_isAsking GUARDED_BY(m_lock) = false;          // a text-done report is on its way
@@ -224,6 +245,7 @@ class Channel final : public ReportReceiver, public std::enable_shared_from_this
   OSType m_recentSync GUARDED_BY(m_lock) = 0;
   bool m_isStrict GUARDED_BY(m_lock) = false;
   bool m_hasOneVoice GUARDED_BY(m_lock) = false;
+  Charset m_charset GUARDED_BY(m_lock);
   DelimiterInfo m_delimiters GUARDED_BY(m_lock) = kUsualDelimiters;
   // Rate, pitch base, pitch range and volume, if they were set.
   std::array<std::optional<double>, 4> m_numbers GUARDED_BY(m_lock);

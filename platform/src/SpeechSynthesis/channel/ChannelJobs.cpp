@@ -111,6 +111,7 @@ OSErr Channel::acceptJob(CallerText text, SInt32 flags) {
     m_doneReport = std::move(doneReport);
     m_text = {};
     m_next = std::move(text);
+    m_pieceCharset = m_charset;
     m_flags = flags;
     m_carried.clear();
     m_mayHaveMore = m_callbacks.textDone != nullptr;
@@ -152,6 +153,12 @@ OSErr Channel::speakNextBatch() {
   }
   clearStalePause();
   const bool isFree = waitForEndOfJob();
+  Charset charset = Charset::MacRoman;
+  {
+    const base::ScopedLock held(m_lock);
+    charset = m_next.charset();
+  }
+  const bool takesText = announce(charset);
   Batch batch;
   {
     const base::ScopedLock held(m_lock);
@@ -161,7 +168,7 @@ OSErr Channel::speakNextBatch() {
     }
     // The client may have stopped or paused the job during the wait.
     if (m_phase != Phase::Ready || m_paused) return noErr;
-    batch = takeBatch();
+    batch = takeBatch(takesText);
     // Set before the call: a short batch may end before the call returns.
     m_phase = Phase::Speaking;
     m_endOwed = true;
@@ -188,31 +195,54 @@ OSErr Channel::speakInPlugIn(Batch batch) {
     get(soInputMode, &input);
     get(soCharacterMode, &characters);
     if (input == modeText && characters == modeNormal) {
-      batch.text = withoutEndingProsody(batch.text);
+      batch.text = withoutEndingProsody(batch.text, batch.charset);
     }
   }
-  AdaptedText adapted = adaptText(batch.text, textSettings());
+  AdaptedText adapted = adaptText(batch.text, textSettings(batch.charset));
   if (adapted.isChanged && !batch.isStrict) batch.text = adapted.text.text();
   acceptAdaptedText(std::move(adapted), batch.isStrict);
   return toClientResult(m_plugIn.call().speakBuffer(
       m_identifier, batch.text.data(), static_cast<long>(batch.text.size()), batch.flags));
 }
 
+// Tells the synthesizer the charset of the next text. Returns false if it does not take that one;
+// it has been told Mac OS Roman then. A synthesizer without the selector never gets it.
+bool Channel::announce(Charset charset) {
+  if (!m_takesUtf8) return charset == Charset::MacRoman;
+  if (m_announced == charset) return true;
+  const bool isUtf8 = charset == Charset::Utf8;
+  if (set(kUtf8Text, isUtf8 ? this : nullptr) != noErr) {
+    m_takesUtf8 = false;
+    return !isUtf8;
+  }
+  m_announced = charset;
+  return true;
+}
+
 // Reads the state that decides what a text means. A synthesizer that does not know a selector has
 // the initial value.
-TextSettings Channel::textSettings() {
+TextSettings Channel::textSettings(Charset charset) {
   const auto read = [this](OSType selector, auto value) REQUIRES(m_turn) {
     get(selector, &value);
     return value;
   };
   TextSettings settings;
+  settings.charset = charset;
   settings.startsInPhonemes = read(soInputMode, OSType{modeText}) == modePhonemes;
   settings.pitchBase = Fix2X(read(soPitchBase, Fixed{0}));
   settings.pitchRange = Fix2X(read(soPitchMod, Fixed{0}));
   // A delimiter of one character ends with a zero; one that begins with it is empty.
-  const auto textOf = [](const UInt8(&delimiter)[2]) {
-    std::string characters(std::begin(delimiter), std::end(delimiter));
-    return characters.substr(0, characters.find('\0'));
+  const auto textOf = [charset](const UInt8(&delimiter)[2]) {
+    std::string characters;
+    for (const UInt8 byte : delimiter) {
+      if (byte == 0) break;
+      if (charset == Charset::Utf8) {
+        base::appendUtf8(characters, base::fromMacRoman(byte));
+      } else {
+        characters += static_cast<char>(byte);
+      }
+    }
+    return characters;
   };
   const base::ScopedLock held(m_lock);
   settings.openDelimiter = textOf(m_delimiters.startDelimiter);
@@ -232,18 +262,24 @@ void Channel::acceptAdaptedText(AdaptedText adapted, bool isStrict) {
     report.position = m_text.inCallersUnits(problem.position, 0).location;
     report.description = describe(problem.cause);
     noteError(report.code, report.position);
-    if (m_callbacks.errorCF != nullptr) report.text = m_text.stringAt(problem.position);
+    if (m_callbacks.errorCF != nullptr) {
+      report.text = m_text.stringAt(problem.position);
+      report.range = m_text.inString(problem.position, {report.position, 0});
+    }
     if (isReported) post(report);
   }
   m_syncValues = std::move(adapted.syncValues);
   if (adapted.isChanged) m_text.adapt(std::move(adapted.text));
 }
 
-std::string Channel::adaptedFor(const std::string& text) {
-  if (isStrict()) return text;
+ReadyText Channel::adaptedFor(CallerText text) {
   const base::ScopedLock turn(m_turn);
-  const AdaptedText adapted = adaptText(text, textSettings());
-  return adapted.isChanged ? adapted.text.text() : text;
+  if (!m_takesUtf8) text.useMacRoman();
+  ReadyText ready{text.bytes(), text.charset()};
+  if (isStrict()) return ready;
+  const AdaptedText adapted = adaptText(ready.bytes, textSettings(ready.charset));
+  if (adapted.isChanged) ready.bytes = adapted.text.text();
+  return ready;
 }
 
 // ---- Stopping and pausing

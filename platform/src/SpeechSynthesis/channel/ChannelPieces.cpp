@@ -23,7 +23,7 @@ constexpr std::size_t kLongestText = std::numeric_limits<SInt32>::max();
 // ---- With m_lock
 
 bool Channel::hasEnoughText() const {
-  return !m_mayHaveMore || (m_file.empty() && isEnoughToSpeak(m_next.bytes()));
+  return !m_mayHaveMore || (m_file.empty() && isEnoughToSpeak(m_next.bytes(), m_next.charset()));
 }
 
 bool Channel::hasNextBatch() const {
@@ -60,17 +60,18 @@ void Channel::prepareNextBatch() {
 }
 
 // Takes what can be spoken now. The rest stays in m_next.
-Channel::Batch Channel::takeBatch() {
-  CallerText rest;
+Channel::Batch Channel::takeBatch(bool takesUtf8) {
+  CallerText rest(m_next.charset());
   if (m_mayHaveMore && m_file.empty()) {
-    rest = m_next.splitOff(lengthOfCompletePart(m_next.bytes()));
+    rest = m_next.splitOff(lengthOfCompletePart(m_next.bytes(), m_next.charset()));
   }
   m_text = std::exchange(m_next, std::move(rest));
+  if (!takesUtf8) m_text.useMacRoman();
   m_text.insertAtStart(m_carried);
   m_wordPosition = 0;
   m_syncValues.clear();
   m_nextSync = 0;
-  return {m_text.bytes(), m_flags, m_isStrict, m_next.bytes().empty()};
+  return {m_text.bytes(), m_text.charset(), m_flags, m_isStrict, m_next.bytes().empty()};
 }
 
 // ---- On the callback thread
@@ -101,10 +102,12 @@ bool Channel::acceptPiece(const Report& report, const void* piece, unsigned long
   if (report.job != m_job || m_phase == Phase::Idle) return false;
   m_isAsking = false;
   const bool isGathering = m_phase == Phase::Gathering;
-  const std::size_t room = kLongestText - m_next.bytes().size();
+  // A character of Mac OS Roman becomes at most three bytes.
+  const std::size_t growth = m_pieceCharset == m_next.charset() ? 1 : 3;
+  const std::size_t room = (kLongestText - m_next.bytes().size()) / growth;
   m_mayHaveMore = m_mayHaveMore && piece != nullptr && bytes > 0 && bytes <= room;
   try {
-    if (m_mayHaveMore) m_next.append(piece, bytes);
+    if (m_mayHaveMore) m_next.append(piece, bytes, m_pieceCharset);
   } catch (const std::bad_alloc&) {
     m_mayHaveMore = false;  // the text ends here
   }

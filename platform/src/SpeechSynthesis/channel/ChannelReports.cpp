@@ -60,7 +60,8 @@ void Channel::handleWord(unsigned long position, UInt16 length) {
   const unsigned long end = m_text.bytes().size();
   // Clients rely on positions that do not decrease and lie within the text.
   m_wordPosition = std::clamp(position, m_wordPosition, end);
-  const bool runsLow = end - m_wordPosition <= bytesBeforeEnd(m_numbers[0].value_or(kUsualRate));
+  const bool runsLow =
+      end - m_wordPosition <= bytesBeforeEnd(m_numbers[0].value_or(kUsualRate), m_text.charset());
   if (runsLow && !hasEnoughText()) requestText();
   if (m_callbacks.word == nullptr && m_callbacks.wordCF == nullptr) return;
   const CFRange range =
@@ -68,7 +69,10 @@ void Channel::handleWord(unsigned long position, UInt16 length) {
   report.job = m_job;
   report.position = range.location;
   report.length = range.length;
-  if (m_callbacks.wordCF != nullptr) report.text = m_text.stringAt(m_wordPosition);
+  if (m_callbacks.wordCF != nullptr) {
+    report.text = m_text.stringAt(m_wordPosition);
+    report.range = m_text.inString(m_wordPosition, range);
+  }
   post(report);
 }
 
@@ -88,12 +92,14 @@ void Channel::handleError(OSErr error, long position) {
   report.code = error;
   const base::ScopedLock held(m_lock);
   report.position = position;
-  if (m_text.isAdapted() && position >= 0) {
-    report.position = m_text.inCallersUnits(static_cast<unsigned long>(position), 0).location;
+  const auto at = static_cast<unsigned long>(std::max(position, 0L));
+  if (m_text.needsMapping() && position >= 0) {
+    report.position = m_text.inCallersUnits(at, 0).location;
   }
   noteError(error, report.position);
   if (m_callbacks.errorCF != nullptr && m_endOwed) {
-    report.text = m_text.stringAt(static_cast<unsigned long>(std::max(position, 0L)));
+    report.text = m_text.stringAt(at);
+    report.range = m_text.inString(at, {report.position, 0});
   }
   if (m_callbacks.error == nullptr && m_callbacks.errorCF == nullptr) return;
   report.job = m_job;
@@ -163,7 +169,7 @@ void Channel::callWordCallbacks(const ClientCallbacks& callbacks, const Report& 
     const base::ScopedLock held(m_lock);
     if (m_disposed || report.job != m_job || report.job <= m_silencedJob) return;
   }
-  callbacks.wordCF(m_handle, callbacks.refCon, report.text.get(), {report.position, report.length});
+  callbacks.wordCF(m_handle, callbacks.refCon, report.text.get(), report.range);
 }
 
 // As callWordCallbacks(), but an error is reported even if its text is no longer current.
@@ -178,8 +184,8 @@ void Channel::callErrorCallbacks(const ClientCallbacks& callbacks, const Report&
   }
   Owned<CFErrorRef> error;
   try {
-    error = Owned(
-        createSpeechError(report.code, report.text.get(), report.position, report.description));
+    error = Owned(createSpeechError(report.code, report.text.get(), report.range.location,
+                                    report.description));
   } catch (const std::bad_alloc&) {
     // Out of memory: null, as when the last step fails.
   }

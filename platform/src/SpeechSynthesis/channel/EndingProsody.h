@@ -5,12 +5,14 @@
 
 #include <string>
 
+#include "SpeechSynthesis/texts/Charset.h"
+
 namespace platform {
 
-// Returns `text` (Mac OS Roman) such that its last word does not sound like the end of a sentence:
+// Returns `text` such that its last word does not sound like the end of a sentence:
 // a comma is added if the text ends with a word. Other texts are returned unchanged: punctuation at
 // the end is the writer's choice, and in a text with commands for phonemes or for spelling a comma
 // would be spoken. Positions in `text` are not affected.
-std::string withoutEndingProsody(const std::string& text);
+std::string withoutEndingProsody(const std::string& text, Charset charset);
 
 }  // namespace platform

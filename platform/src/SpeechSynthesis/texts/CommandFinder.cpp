@@ -68,7 +68,7 @@ FoundCommand CommandFinder::at(std::size_t start) {
   bool isClosed = close < m_text.size() && close <= opening;
   if (!isClosed && close < m_text.size()) {
     const std::string_view untilOpening = m_text.substr(bodyStart, opening - bodyStart);
-    const EmbeddedCommand::Kind kind = readCommand(untilOpening).kind;
+    const EmbeddedCommand::Kind kind = readCommand(untilOpening, m_charset).kind;
     isClosed =
         (kind == EmbeddedCommand::Kind::Comment || kind == EmbeddedCommand::Kind::Delimiters) &&
         close < lineEndFrom(bodyStart);
@@ -77,7 +77,7 @@ FoundCommand CommandFinder::at(std::size_t start) {
   FoundCommand found{start, bodyStart, close, close + m_close.size()};
   // "[[dlim [[ ]]]]": the new closing delimiter looks like the end.
   if (m_text.substr(found.end).starts_with(m_close) &&
-      readCommand(m_text.substr(bodyStart, close - bodyStart)).kind ==
+      readCommand(m_text.substr(bodyStart, close - bodyStart), m_charset).kind ==
           EmbeddedCommand::Kind::Delimiters) {
     found.bodyEnd = found.end;
     found.end += m_close.size();
@@ -92,7 +92,7 @@ FoundCommand CommandFinder::unclosedAt(std::size_t start, std::size_t bodyStart,
   const std::string_view rest = m_text.substr(bodyStart, limit - bodyStart);
   const std::size_t length = std::min(rest.find_first_of("]\r\n"), rest.size());
   const std::string_view body = rest.substr(0, length);
-  if (!readCommand(body.substr(0, lengthOfFirstCommand(body))).isValid()) {
+  if (!readCommand(body.substr(0, lengthOfFirstCommand(body, m_charset)), m_charset).isValid()) {
     // The first character of the delimiter is text; those after it may open a command.
     return {start, start, start, start + m_open.size(), false, true};
   }
@@ -110,7 +110,8 @@ bool CommandFinder::findBrokenInput(std::size_t from, std::size_t limit,
     const std::string_view rest = m_text.substr(at + 1, limit - at - 1);
     const std::size_t length = rest.find_first_of("[]\r\n");
     if (length == kNowhere || rest[length] != ']') continue;
-    if (readCommand(rest.substr(0, length)).kind != EmbeddedCommand::Kind::Input) continue;
+    if (readCommand(rest.substr(0, length), m_charset).kind != EmbeddedCommand::Kind::Input)
+      continue;
     std::size_t end = at + 1 + length;
     found = {at, at + 1, end, end + 1, false, false};
     if (m_text.substr(end + 1).starts_with(']')) ++found.end;

@@ -12,6 +12,8 @@
 #include <string>
 #include <string_view>
 
+#include "SpeechSynthesis/texts/Charset.h"
+
 namespace platform {
 
 // What stands between an opening delimiter and its end.
@@ -26,7 +28,7 @@ struct FoundCommand {
 
 class CommandFinder {
  public:
-  explicit CommandFinder(std::string_view text) : m_text(text) {}
+  CommandFinder(std::string_view text, Charset charset) : m_text(text), m_charset(charset) {}
 
   // An empty delimiter: no commands are found.
   void setDelimiters(std::string_view open, std::string_view close);
@@ -47,6 +49,7 @@ class CommandFinder {
   bool findBrokenInput(std::size_t from, std::size_t limit, FoundCommand& found) const;
 
   const std::string_view m_text;
+  const Charset m_charset;
   std::string m_open;
   std::string m_close;
   // The last result of each search; 0 if there is none. Valid for positions up to it.

@@ -142,21 +142,44 @@ std::optional<Number> readNumber(std::string_view text) {
 
 constexpr std::size_t kFourCharacters = 4;
 
-std::uint32_t codeOf(std::string_view characters) {
+// Four characters as a number, and the number of bytes that they take.
+struct FourCharacters {
   std::uint32_t code = 0;
-  for (const char c : characters) code = (code << 8U) | static_cast<unsigned char>(c);
+  std::size_t length = 0;
+};
+
+// Empty if there are fewer characters, or one that Mac OS Roman lacks: a code has its bytes.
+std::optional<FourCharacters> readFourCharacters(std::string_view text, Charset charset) {
+  FourCharacters read;
+  for (std::size_t count = 0; count < kFourCharacters; ++count) {
+    if (read.length == text.size()) return std::nullopt;
+    const base::Utf8Character character = firstCharacterIn(text.substr(read.length), charset);
+    const auto byte = base::toMacRoman(character.code);
+    if (!byte) return std::nullopt;
+    read.code = (read.code << 8U) | *byte;
+    read.length += character.length;
+  }
+  return read;
+}
+
+// Returns the length of the straight or curved quote that the text begins with; 0 if there is none.
+std::size_t lengthOfQuote(std::string_view text, Charset charset) {
+  if (text.empty()) return 0;
+  const base::Utf8Character character = firstCharacterIn(text, charset);
+  constexpr std::u32string_view kQuotes = U"'\"\u2018\u2019\u201C\u201D";
+  return kQuotes.find(character.code) == std::u32string_view::npos ? 0 : character.length;
+}
+
+// Reads four characters between quotes; `length` includes the quotes.
+std::optional<FourCharacters> readQuotedCode(std::string_view text, Charset charset) {
+  const std::size_t open = lengthOfQuote(text, charset);
+  if (open == 0) return std::nullopt;
+  auto code = readFourCharacters(text.substr(open), charset);
+  if (!code) return std::nullopt;
+  const std::size_t close = lengthOfQuote(text.substr(open + code->length), charset);
+  if (close == 0) return std::nullopt;
+  code->length += open + close;
   return code;
-}
-
-// Straight quotes, and the curved ones of Mac OS Roman.
-bool isQuote(char c) {
-  const auto byte = static_cast<unsigned char>(c);
-  return c == '\'' || c == '"' || (byte >= 0xD2 && byte <= 0xD5);
-}
-
-bool beginsWithQuotedCode(std::string_view text) {
-  return text.size() >= kFourCharacters + 2 && isQuote(text[0]) &&
-         isQuote(text[kFourCharacters + 1]);
 }
 
 // A number that must take up all of `digits` and fit 32 bits.
@@ -169,8 +192,8 @@ std::optional<std::uint32_t> wholeNumber(std::string_view digits, int base) {
 }
 
 // 65, -1, 0x41, $41, 'four', "four", four.
-std::optional<std::uint32_t> readSyncValue(std::string_view text) {
-  if (beginsWithQuotedCode(text)) return codeOf(text.substr(1, kFourCharacters));
+std::optional<std::uint32_t> readSyncValue(std::string_view text, Charset charset) {
+  if (const auto quoted = readQuotedCode(text, charset)) return quoted->code;
   const bool isNegative = !text.empty() && text[0] == '-';
   if (!text.empty() && isSign(text[0])) text = withoutBlanks(text.substr(1));
   const std::string_view word = firstWord(text);
@@ -184,7 +207,10 @@ std::optional<std::uint32_t> readSyncValue(std::string_view text) {
     constexpr std::uint32_t kLowest = std::uint32_t{1} << 31U;
     if (isNegative && value > kLowest) value.reset();
   }
-  if (!value && !isNegative && word.size() == kFourCharacters) value = codeOf(word);
+  if (!value && !isNegative) {
+    const auto code = readFourCharacters(word, charset);
+    if (code && code->length == word.size()) value = code->code;
+  }
   if (value && isNegative) value = ~*value + 1;
   return value;
 }
@@ -199,13 +225,13 @@ const Row* rowOf(std::string_view text) {
 }
 
 // True if an argument may follow the command word without a blank, as in "slnc500".
-bool mayFollowDirectly(const Row& row, std::string_view rest) {
+bool mayFollowDirectly(const Row& row, std::string_view rest, Charset charset) {
   switch (row.argument) {
     case Argument::Number:
     case Argument::Milliseconds:
       return isDigit(rest[0]) || rest[0] == '.';
     case Argument::SyncValue:
-      return isDigit(rest[0]) || rest[0] == '$' || isQuote(rest[0]);
+      return isDigit(rest[0]) || rest[0] == '$' || lengthOfQuote(rest, charset) > 0;
     case Argument::Mode:
       return std::ranges::any_of(row.modes, [&](std::string_view mode) {
         return !mode.empty() && equalsIgnoringCase(mode, firstWord(rest));
@@ -219,7 +245,8 @@ bool mayFollowDirectly(const Row& row, std::string_view rest) {
 
 // Reads the argument of the command into `command`. Returns false if it is missing or invalid.
 // `command.isExact` says whether the command word is exact, and is updated.
-bool readArgument(const Row& row, std::string_view text, EmbeddedCommand& command) {
+bool readArgument(const Row& row, std::string_view text, Charset charset,
+                  EmbeddedCommand& command) {
   switch (row.argument) {
     case Argument::None:
       return true;
@@ -241,7 +268,7 @@ bool readArgument(const Row& row, std::string_view text, EmbeddedCommand& comman
       return false;
     }
     case Argument::SyncValue: {
-      const auto value = readSyncValue(text);
+      const auto value = readSyncValue(text, charset);
       command.syncValue = value.value_or(0);
       command.isExact = false;
       return value.has_value();
@@ -271,7 +298,7 @@ std::string EmbeddedCommand::exactText() const {
   return text + argument + "]]";
 }
 
-EmbeddedCommand readCommand(std::string_view text) {
+EmbeddedCommand readCommand(std::string_view text, Charset charset) {
   EmbeddedCommand command;
   const std::string_view start =
       withoutLeading(text, [](char c) { return isBlank(c) || isPunctuation(c); });
@@ -282,23 +309,23 @@ EmbeddedCommand readCommand(std::string_view text) {
   const std::string_view rest = start.substr(kWordLength);
   const bool isSeparate =
       rest.empty() || isBlank(rest[0]) || isSign(rest[0]) || isPunctuation(rest[0]);
-  if (!isSeparate && !mayFollowDirectly(*row, rest)) return command;
+  if (!isSeparate && !mayFollowDirectly(*row, rest, charset)) return command;
 
   command.word = row->word;
   command.isExact = isSeparate && start.starts_with(row->word);
-  const bool isRead = readArgument(*row, withoutBlanks(rest), command);
+  const bool isRead = readArgument(*row, withoutBlanks(rest), charset, command);
   command.kind = isRead ? row->kind : Kind::BadArgument;
   return command;
 }
 
-std::size_t lengthOfFirstCommand(std::string_view body) {
+std::size_t lengthOfFirstCommand(std::string_view body, Charset charset) {
   std::size_t from = 0;
   // Skip a quoted sync value, whose characters may be any.
   const std::string_view start = withoutBlanks(body);
   if (equalsIgnoringCase(start.substr(0, kWordLength), "sync")) {
     const std::string_view argument = withoutBlanks(start.substr(kWordLength));
-    if (beginsWithQuotedCode(argument)) {
-      from = static_cast<std::size_t>(argument.data() - body.data()) + kFourCharacters + 2;
+    if (const auto quoted = readQuotedCode(argument, charset)) {
+      from = static_cast<std::size_t>(argument.data() - body.data()) + quoted->length;
     }
   }
   return std::min(body.find(';', from), body.size());

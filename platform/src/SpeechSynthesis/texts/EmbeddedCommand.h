@@ -6,13 +6,15 @@
 // argument directly after the command word, numbers followed by a unit, and sync values in every
 // notation. exactText() is the command in the one form that a synthesizer understands.
 //
-// Pure functions on Mac OS Roman text, independent of the locale. Failure: std::bad_alloc.
+// Pure functions, independent of the locale. Failure: std::bad_alloc.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
+
+#include "SpeechSynthesis/texts/Charset.h"
 
 namespace platform {
 
@@ -59,10 +61,10 @@ struct EmbeddedCommand {
 };
 
 // Reads one command: the text between two delimiters, or between a delimiter and a ";".
-EmbeddedCommand readCommand(std::string_view text);
+EmbeddedCommand readCommand(std::string_view text, Charset charset);
 
 // Returns the length of the first command in `body`, the text between two delimiters: up to a ";",
 // which may also be a character of a quoted sync value, or to the end.
-std::size_t lengthOfFirstCommand(std::string_view body);
+std::size_t lengthOfFirstCommand(std::string_view body, Charset charset);
 
 }  // namespace platform

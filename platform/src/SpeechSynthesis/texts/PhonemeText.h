@@ -5,7 +5,7 @@
 // A synthesizer refuses a whole text for one unknown symbol. Here punctuation becomes the pause
 // "%", and an unknown symbol is left out and reported.
 //
-// Pure functions on Mac OS Roman text. Failure: std::bad_alloc.
+// Pure functions; symbols are ASCII in every charset. Failure: std::bad_alloc.
 #pragma once
 
 #include <cstddef>

@@ -41,7 +41,7 @@ std::string numberText(double value) {
 class Adapter {
  public:
   Adapter(std::string_view given, const TextSettings& settings)
-      : m_given(given), m_settings(settings), m_finder(given) {
+      : m_given(given), m_settings(settings), m_finder(given, settings.charset) {
     m_finder.setDelimiters(settings.openDelimiter, settings.closeDelimiter);
     if (settings.startsInPhonemes) {
       m_input = Input::Phonemes;
@@ -236,12 +236,12 @@ void Adapter::addCommands(const FoundCommand& found) {
   bool isFirst = true;
   bool inComment = false;
   for (;;) {
-    const std::size_t length = lengthOfFirstCommand(rest);
+    const std::size_t length = lengthOfFirstCommand(rest, m_settings.charset);
     const std::string_view text = rest.substr(0, length);
     const std::size_t at = isFirst ? found.start
                                    : static_cast<std::size_t>(text.data() - m_given.data()) +
                                          std::min(text.find_first_not_of(" \t\r\n"), length);
-    const EmbeddedCommand command = readCommand(text);
+    const EmbeddedCommand command = readCommand(text, m_settings.charset);
     // A ";" may be part of a comment; a valid command after it counts all the same.
     if (command.isValid() || !inComment) {
       const bool isOnlyOne = isFirst && length == rest.size();
@@ -256,13 +256,16 @@ void Adapter::addCommands(const FoundCommand& found) {
 
 // True if every command of the text between two brackets is exact and needs nothing else. Passes
 // the commands to `carried` then.
-bool isUsable(std::string_view body, CarriedState& carried) {
+bool isUsable(std::string_view body, Charset charset, CarriedState& carried) {
   // An escape that a synthesizer makes of these contains a ";", which ends a command.
-  if (body.find_first_of("[&<>\xF0") != std::string_view::npos) return false;
+  if (body.find_first_of("[&<>") != std::string_view::npos) return false;
+  // The logo, which a synthesizer spells out.
+  const std::string_view logo = charset == Charset::Utf8 ? "\xEF\xA3\xBF" : "\xF0";
+  if (body.find(logo) != std::string_view::npos) return false;
   CarriedState changed = carried;
   for (;;) {
-    const std::size_t length = lengthOfFirstCommand(body);
-    const EmbeddedCommand command = readCommand(body.substr(0, length));
+    const std::size_t length = lengthOfFirstCommand(body, charset);
+    const EmbeddedCommand command = readCommand(body.substr(0, length), charset);
     switch (command.kind) {
       case Kind::Empty:
       case Kind::Unknown:
@@ -292,7 +295,7 @@ bool Adapter::keepAsWritten(const FoundCommand& found) {
   if (m_input != Input::Text || isSkipping() || !m_unset.empty() || !found.isClosed) return false;
   if (!written.starts_with("[[") || !written.ends_with("]]")) return false;
   const std::string_view body = m_given.substr(found.bodyStart, found.bodyEnd - found.bodyStart);
-  if (!isUsable(body, m_carried)) return false;
+  if (!isUsable(body, m_settings.charset, m_carried)) return false;
   write(written, found.start);
   return true;
 }
@@ -427,7 +430,11 @@ void Adapter::changeDelimiters(const EmbeddedCommand& command, std::size_t at) {
     m_delimiters = " ";
     return m_finder.setDelimiters("[[", "]]");
   }
-  if (close.empty() || open.size() > kLongest || close.size() > kLongest) {
+  const auto charactersOf = [this](std::string_view delimiter) {
+    return m_settings.charset == Charset::Utf8 ? base::countCharacters(delimiter)
+                                               : delimiter.size();
+  };
+  if (close.empty() || charactersOf(open) > kLongest || charactersOf(close) > kLongest) {
     return report(at, Cause::BadArgument);
   }
   m_delimiters = ' ' + std::string(open) + ' ' + std::string(close);

@@ -23,7 +23,7 @@
 // Algorithm: one pass from command to command, in linear time. Each byte of the result has its
 // origin in the given text; origins never decrease.
 //
-// Pure functions on Mac OS Roman text. Failure: std::bad_alloc.
+// Pure functions. Failure: std::bad_alloc.
 #pragma once
 
 #include <array>
@@ -33,13 +33,15 @@
 #include <string_view>
 #include <vector>
 
+#include "SpeechSynthesis/texts/Charset.h"
 #include "base/text/OriginText.h"
 
 namespace platform {
 
 // The state of a channel at the start of a text, as far as it decides what the text means.
 struct TextSettings {
-  // One or two characters each. An empty delimiter: the text has no commands.
+  Charset charset = Charset::MacRoman;
+  // One or two characters of the charset each. An empty delimiter: the text has no commands.
   std::string openDelimiter = "[[";
   std::string closeDelimiter = "]]";
   bool startsInPhonemes = false;  // the input mode is that of phonemes

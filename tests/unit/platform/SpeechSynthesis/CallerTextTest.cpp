@@ -12,6 +12,7 @@
 namespace {
 
 using platform::CallerText;
+using platform::Charset;
 using platform::Owned;
 
 CallerText ofUtf8(const std::string& utf8) {
@@ -21,6 +22,13 @@ CallerText ofUtf8(const std::string& utf8) {
   return CallerText(string.get());
 }
 
+// The same, for a synthesizer that takes only Mac OS Roman.
+CallerText macRomanOfUtf8(const std::string& utf8) {
+  CallerText text = ofUtf8(utf8);
+  text.useMacRoman();
+  return text;
+}
+
 // A range as "location+length".
 std::string rangeOf(const CallerText& text, unsigned long position, unsigned long length) {
   const CFRange range = text.inCallersUnits(position, length);
@@ -28,23 +36,23 @@ std::string rangeOf(const CallerText& text, unsigned long position, unsigned lon
 }
 
 TEST(CallerText, KeepsBytesAndReadsNulsAsBlanks) {
-  CallerText text("a\0b\xFF", 4);
+  CallerText text("a\0b\xFF", 4, Charset::MacRoman);
   EXPECT_EQ(text.bytes(), "a b\xFF");
   EXPECT_EQ(rangeOf(text, 2, 2), "2+2");
-  text.append("\0c", 2);
+  text.append("\0c", 2, Charset::MacRoman);
   EXPECT_EQ(text.bytes(), "a b\xFF c");
 }
 
 TEST(CallerText, ConvertsStringsToPlainForms) {
-  EXPECT_EQ(ofUtf8("\u0141\u00F3d\u017A \u2013 \u2212 \u00BD \uFB03 \U0001F600.").bytes(),
+  EXPECT_EQ(macRomanOfUtf8("\u0141\u00F3d\u017A \u2013 \u2212 \u00BD \uFB03 \U0001F600.").bytes(),
             "L\x97"
             "dz \xD0 - 1/2 ffi  .");
-  EXPECT_EQ(ofUtf8("e\u0301\u200B\u00AD!").bytes(), "\x8E!");
-  EXPECT_EQ(ofUtf8(std::string("a\0b", 3)).bytes(), "a b");
+  EXPECT_EQ(macRomanOfUtf8("e\u0301\u200B\u00AD!").bytes(), "\x8E!");
+  EXPECT_EQ(macRomanOfUtf8(std::string("a\0b", 3)).bytes(), "a b");
 }
 
 TEST(CallerText, ReturnsRangesInUnitsOfTheString) {
-  const CallerText text = ofUtf8("\U0001F600 \u00BD cup e\u0301 x");
+  const CallerText text = macRomanOfUtf8("\U0001F600 \u00BD cup e\u0301 x");
   ASSERT_EQ(text.bytes(), "  1/2 cup \x8E x");
   EXPECT_EQ(rangeOf(text, 2, 3), "3+1");
   EXPECT_EQ(rangeOf(text, 2, 1), "3+1");  // one byte of the character's plain form
@@ -62,7 +70,7 @@ std::string utf8Of(const CallerText::String& string) {
 }
 
 TEST(CallerText, ReturnsAStringOfItsBytes) {
-  CallerText text("z\x9A", 2);
+  CallerText text("z\x9A", 2, Charset::MacRoman);
   EXPECT_EQ(utf8Of(text.stringAt(0)), "z\u00F6");
   EXPECT_EQ(text.stringAt(1), text.stringAt(0));
 }
@@ -70,9 +78,9 @@ TEST(CallerText, ReturnsAStringOfItsBytes) {
 // ---- Pieces
 
 TEST(CallerText, ReturnsPositionsInThePiece) {
-  CallerText text("one ", 4);
-  text.append("two ", 4);
-  text.append("three", 5);
+  CallerText text("one ", 4, Charset::MacRoman);
+  text.append("two ", 4, Charset::MacRoman);
+  text.append("three", 5, Charset::MacRoman);
   EXPECT_EQ(text.bytes(), "one two three");
   EXPECT_EQ(rangeOf(text, 0, 3), "0+3");
   EXPECT_EQ(rangeOf(text, 4, 3), "0+3");
@@ -84,9 +92,9 @@ TEST(CallerText, ReturnsPositionsInThePiece) {
 }
 
 TEST(CallerText, CountsPiecesAfterAStringInBytes) {
-  CallerText text = ofUtf8("\U0001F600 \u00BD");
+  CallerText text = macRomanOfUtf8("\U0001F600 \u00BD");
   ASSERT_EQ(text.bytes(), "  1/2");
-  text.append(" cup", 4);
+  text.append(" cup", 4, Charset::MacRoman);
   EXPECT_EQ(rangeOf(text, 2, 3), "3+1");
   EXPECT_EQ(rangeOf(text, 6, 3), "1+3");
   EXPECT_EQ(text.unitsFrom(0), 8);
@@ -95,8 +103,8 @@ TEST(CallerText, CountsPiecesAfterAStringInBytes) {
 }
 
 TEST(CallerText, KeepsPositionsWhenItIsSplit) {
-  CallerText text("one two ", 8);
-  text.append("three four", 10);
+  CallerText text("one two ", 8, Charset::MacRoman);
+  text.append("three four", 10, Charset::MacRoman);
   CallerText rest = text.splitOff(14);
   EXPECT_EQ(text.bytes(), "one two three ");
   EXPECT_EQ(text.unitsFrom(0), 14);
@@ -105,7 +113,7 @@ TEST(CallerText, KeepsPositionsWhenItIsSplit) {
   EXPECT_EQ(rest.unitsFrom(0), 4);
   EXPECT_EQ(rangeOf(rest, 0, 4), "6+4");
   EXPECT_EQ(utf8Of(rest.stringAt(0)), "three four");
-  rest.append(" five", 5);
+  rest.append(" five", 5, Charset::MacRoman);
   EXPECT_EQ(rest.bytes(), "four five");
   EXPECT_EQ(rangeOf(rest, 5, 4), "1+4");
   rest.insertAtStart("[[rate 90]]");
@@ -116,12 +124,12 @@ TEST(CallerText, KeepsPositionsWhenItIsSplit) {
 }
 
 TEST(CallerText, CanBeSplitAtItsEnds) {
-  CallerText text("one", 3);
+  CallerText text("one", 3, Charset::MacRoman);
   CallerText rest = text.splitOff(3);
   EXPECT_EQ(text.bytes(), "one");
   EXPECT_EQ(rest.bytes(), "");
   EXPECT_EQ(rest.unitsFrom(0), 0);
-  rest.append("two", 3);
+  rest.append("two", 3, Charset::MacRoman);
   EXPECT_EQ(rangeOf(rest, 0, 3), "0+3");
   CallerText all = rest.splitOff(0);
   EXPECT_EQ(rest.bytes(), "");

@@ -19,24 +19,34 @@ TEST(EndingProsody, AppendsACommaAfterALetterOrDigitOrAByteAboveAscii) {
     const std::string text = std::string("a") + last;
     const bool comma = byte >= 128 || kInWord.find(last) != std::string_view::npos ||
                        kIgnored.find(last) != std::string_view::npos;
-    EXPECT_EQ(withoutEndingProsody(text), comma ? text + "," : text) << "byte " << byte;
+    EXPECT_EQ(withoutEndingProsody(text, Charset::MacRoman), comma ? text + "," : text)
+        << "byte " << byte;
+  }
+}
+
+TEST(EndingProsody, AppendsACommaAfterALetterOfAnyScript) {
+  for (const std::string text : {"да", "世界", "न", "é", "e\u0301", "“one”", "\U0001F600"}) {
+    EXPECT_EQ(withoutEndingProsody(text, Charset::Utf8), text + ",");
+  }
+  for (const std::string text : {"да.", "世界。", "हाँ।", "نعم؟", "世界」", "да\u3000"}) {
+    EXPECT_EQ(withoutEndingProsody(text, Charset::Utf8), text);
   }
 }
 
 TEST(EndingProsody, IgnoresWhiteSpaceAtTheEnd) {
-  EXPECT_EQ(withoutEndingProsody("one \t\r\n"), "one \t\r\n,");
-  EXPECT_EQ(withoutEndingProsody("one. \t\r\n"), "one. \t\r\n");
-  EXPECT_EQ(withoutEndingProsody(" \t\r\n"), " \t\r\n");
-  EXPECT_EQ(withoutEndingProsody(""), "");
+  EXPECT_EQ(withoutEndingProsody("one \t\r\n", Charset::MacRoman), "one \t\r\n,");
+  EXPECT_EQ(withoutEndingProsody("one. \t\r\n", Charset::MacRoman), "one. \t\r\n");
+  EXPECT_EQ(withoutEndingProsody(" \t\r\n", Charset::MacRoman), " \t\r\n");
+  EXPECT_EQ(withoutEndingProsody("", Charset::MacRoman), "");
 }
 
 TEST(EndingProsody, LeavesATextWhoseCommandsChangeHowItIsRead) {
   for (const std::string text :
        {"[[inpt PHON]]hEH", "[[char LTRL]]ab", "a [[rate 1;inpt PHON]]hEH"}) {
-    EXPECT_EQ(withoutEndingProsody(text), text);
+    EXPECT_EQ(withoutEndingProsody(text, Charset::MacRoman), text);
   }
   for (const std::string text : {"the inpt of a char", "[[rate 200]]one", "one"}) {
-    EXPECT_EQ(withoutEndingProsody(text), text + ",");
+    EXPECT_EQ(withoutEndingProsody(text, Charset::MacRoman), text + ",");
   }
 }
 

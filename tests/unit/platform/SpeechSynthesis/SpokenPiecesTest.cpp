@@ -10,12 +10,13 @@
 namespace {
 
 using platform::bytesBeforeEnd;
+using platform::Charset;
 using platform::isEnoughToSpeak;
 using platform::lengthOfCompletePart;
 
 TEST(SpokenPieces, AreCutAfterTheLastSentence) {
   const auto part = [](const std::string& text) {
-    return text.substr(0, lengthOfCompletePart(text));
+    return text.substr(0, lengthOfCompletePart(text, Charset::MacRoman));
   };
   EXPECT_EQ(part("One. Two three"), "One. ");
   EXPECT_EQ(part("One. Two! Three? Four"), "One. Two! Three? ");
@@ -30,27 +31,58 @@ TEST(SpokenPieces, AreCutAfterTheLastSentence) {
   EXPECT_EQ(part(""), "");
 }
 
+TEST(SpokenPieces, AreCutAfterSentencesOfAnyScript) {
+  const auto part = [](const std::string& text) {
+    return text.substr(0, lengthOfCompletePart(text, Charset::Utf8));
+  };
+  EXPECT_EQ(part("One. Two three"), "One. ");
+  EXPECT_EQ(part("Да. Нет или"), "Да. ");
+  EXPECT_EQ(part("Да.\u3000Нет или"), "Да.\u3000");
+  EXPECT_EQ(part("„Да.“ Нет"), "„Да.“ ");
+  EXPECT_EQ(part("हाँ। नहीं"), "हाँ। ");
+  EXPECT_EQ(part("نعم؟ لا"), "نعم؟ ");
+  EXPECT_EQ(part("是的。不是"), "是的。");
+  EXPECT_EQ(part("「是的。」不是"), "「是的。」");
+  EXPECT_EQ(part("да нет\u00A0или"), "да ");
+}
+
+TEST(SpokenPieces, AreNotCutInsideACharacter) {
+  const auto part = [](const std::string& text) {
+    return text.substr(0, lengthOfCompletePart(text, Charset::Utf8));
+  };
+  const std::string text = "世\U0001F600ж";
+  EXPECT_EQ(part(text), "世\U0001F600");  // an accent may follow
+  EXPECT_EQ(part(text.substr(0, 8)), "世\U0001F600");
+  for (const std::size_t length : {4U, 5U, 6U}) EXPECT_EQ(part(text.substr(0, length)), "世");
+  EXPECT_EQ(part("a世e\u0301\u0323"), "a世e");
+  EXPECT_EQ(part("\xE4\xB8"), "\xE4\xB8");  // nothing else
+  EXPECT_EQ(part("word"), "word");
+}
+
 TEST(SpokenPieces, AreNotCutInsideACommand) {
-  const auto length = [](const std::string& text) { return lengthOfCompletePart(text); };
+  const auto length = [](const std::string& text) {
+    return lengthOfCompletePart(text, Charset::MacRoman);
+  };
   EXPECT_EQ(length("One. [[cmnt a. b"), 5U);
   EXPECT_EQ(length("One [[cmnt a. b]] two"), 18U);
   EXPECT_EQ(length("[[rate 90"), 9U);  // nothing else to cut
 }
 
 TEST(SpokenPieces, AreEnoughWithSomeSentencesOrMuchText) {
-  EXPECT_FALSE(isEnoughToSpeak(""));
-  EXPECT_FALSE(isEnoughToSpeak("One. Two."));
-  EXPECT_FALSE(isEnoughToSpeak(std::string(1500, 'x')));
-  EXPECT_TRUE(isEnoughToSpeak(std::string(2000, 'x')));
-  EXPECT_FALSE(isEnoughToSpeak("A. " + std::string(190, 'x')));
-  EXPECT_TRUE(isEnoughToSpeak("A. " + std::string(200, 'x')));
+  EXPECT_FALSE(isEnoughToSpeak("", Charset::MacRoman));
+  EXPECT_FALSE(isEnoughToSpeak("One. Two.", Charset::MacRoman));
+  EXPECT_FALSE(isEnoughToSpeak(std::string(1500, 'x'), Charset::MacRoman));
+  EXPECT_TRUE(isEnoughToSpeak(std::string(2000, 'x'), Charset::MacRoman));
+  EXPECT_FALSE(isEnoughToSpeak("A. " + std::string(190, 'x'), Charset::MacRoman));
+  EXPECT_TRUE(isEnoughToSpeak("A. " + std::string(200, 'x'), Charset::MacRoman));
 }
 
 TEST(SpokenPieces, AreRequestedAboutTwoSecondsBeforeTheEnd) {
-  EXPECT_EQ(bytesBeforeEnd(180), 36U);
-  EXPECT_EQ(bytesBeforeEnd(360), 72U);
-  EXPECT_EQ(bytesBeforeEnd(0), 10U);
-  EXPECT_EQ(bytesBeforeEnd(1e9), 120U);
+  EXPECT_EQ(bytesBeforeEnd(180, Charset::MacRoman), 36U);
+  EXPECT_EQ(bytesBeforeEnd(360, Charset::MacRoman), 72U);
+  EXPECT_EQ(bytesBeforeEnd(0, Charset::MacRoman), 10U);
+  EXPECT_EQ(bytesBeforeEnd(1e9, Charset::MacRoman), 120U);
+  EXPECT_EQ(bytesBeforeEnd(180, Charset::Utf8), 72U);
 }
 
 // Searching from every position would take minutes.
@@ -58,7 +90,7 @@ TEST(SpokenPieces, TakeLinearTimeForBracketsThatAreNotClosed) {
   std::string text;
   while (text.size() < 4'000'000) text += "[[ a. ]] ' ";
   text += "[[ a. ";
-  EXPECT_EQ(lengthOfCompletePart(text), text.size() - 6);
+  EXPECT_EQ(lengthOfCompletePart(text, Charset::MacRoman), text.size() - 6);
 }
 
 }  // namespace

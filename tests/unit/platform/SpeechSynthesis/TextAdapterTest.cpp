@@ -2,6 +2,7 @@
 //
 // The adaptation of texts, one table for each kind of thing that is adapted: what a synthesizer
 // gets, and what is reported at which position.
+#include <random>
 #include <string>
 #include <vector>
 
@@ -9,6 +10,8 @@
 #include <gtest/gtest.h>
 
 #include "SpeechSynthesis/texts/TextAdapter.h"
+#include "base/text/MacRoman.h"
+#include "base/text/Utf8.h"
 
 namespace {
 
@@ -411,6 +414,100 @@ TEST(TextAdapter, TakesLinearTimeForHostileTexts) {
     adaptText("[[inpt PHON]]" + text, {});
     adaptText("[[dlim $ $]]" + text + "$", {});
   }
+}
+
+// ---- UTF-8
+
+platform::AdaptedText adaptUtf8(const std::string& text) {
+  TextSettings settings;
+  settings.charset = platform::Charset::Utf8;
+  return adaptText(text, settings);
+}
+
+// Second bytes that are white space or the logo in 8-bit encodings: 85, A0; first byte F0.
+TEST(AdaptedUtf8, TakesNoByteOfACharacterForABlankOrTheLogo) {
+  EXPECT_FALSE(adaptUtf8("х[[rate 200]]à\u3000[[rate 90]]\U0001F600").isChanged);
+  EXPECT_FALSE(adaptUtf8("[[cmnt \U0001F600]]a").isChanged);
+  EXPECT_EQ(adaptUtf8("[[cmnt \uF8FF]]a").text.text(), "a");
+  EXPECT_EQ(adaptUtf8("[[emph +]]слово.х дом").text.text(), "[[emph +]]слово.х[[cmnt]] дом");
+}
+
+std::string utf8Of(const std::string& macRoman) {
+  std::string utf8;
+  for (const char byte : macRoman) {
+    utf8 += base::toUtf8(base::fromMacRoman(static_cast<unsigned char>(byte)));
+  }
+  return utf8;
+}
+
+// Blanks that pad emphasis at the end of the text depend on its length in bytes.
+std::string withoutPadding(std::string text) {
+  text.erase(text.find_last_not_of(' ') + 1);
+  return text;
+}
+
+// The same text in both charsets becomes the same text.
+TEST(AdaptedUtf8, IsTheSameTextAsInMacRoman) {
+  const std::vector<std::string> parts = {"\x8E",
+                                          "caf\x8E ",
+                                          "\xC7",
+                                          "\xC8",
+                                          "\xF0",
+                                          "\xCA",
+                                          " ",
+                                          ". ",
+                                          "[[",
+                                          "]]",
+                                          "[",
+                                          "[[rate 200]]",
+                                          "[[RATE 90]]",
+                                          "[[emph +]]",
+                                          "[[sync '\x8E;a\xC7']]",
+                                          "[[sync \xD4"
+                                          "four\xD5]]",
+                                          "[[sync \x8E"
+                                          "abc]]",
+                                          "[[dlim \xC7\xC7 \xC8\xC8]]",
+                                          "\xC7\xC7rate 90\xC8\xC8",
+                                          "[[dlim]]",
+                                          "[[inpt PHON]]",
+                                          "AA\x8E",
+                                          "[[inpt TEXT]]",
+                                          "[[cmnt \xF0]]",
+                                          "[[cmnt \x8E]]",
+                                          "[[ctxt TSKP]]",
+                                          "[[ctxt NORM]]",
+                                          "[[rset 0]]",
+                                          "\r\n"};
+  std::mt19937 random(7);
+  for (int round = 0; round < 20000; ++round) {
+    std::string text;
+    for (auto count = random() % 8; count > 0; --count) text += parts[random() % parts.size()];
+    const AdaptedText inMacRoman = adaptText(text, {});
+    const AdaptedText inUtf8 = adaptUtf8(utf8Of(text));
+    const std::string expected = inMacRoman.isChanged ? inMacRoman.text.text() : text;
+    const std::string found = inUtf8.isChanged ? inUtf8.text.text() : utf8Of(text);
+    ASSERT_EQ(withoutPadding(found), withoutPadding(utf8Of(expected))) << utf8Of(text);
+    ASSERT_EQ(inUtf8.syncValues, inMacRoman.syncValues) << utf8Of(text);
+    ASSERT_EQ(inUtf8.problems.size(), inMacRoman.problems.size()) << utf8Of(text);
+    for (std::size_t i = 0; i < inUtf8.problems.size(); ++i) {
+      ASSERT_EQ(inUtf8.problems[i].position,
+                utf8Of(text.substr(0, inMacRoman.problems[i].position)).size());
+    }
+  }
+}
+
+TEST(AdaptedUtf8, ReadsSyncValuesOfFourCharacters) {
+  const AdaptedText result =
+      adaptUtf8("[[sync 'é;é«']][[sync “four”]][[sync ab¢d]][[sync 'жabc']][[sync 'abé']]");
+  EXPECT_THAT(result.syncValues, testing::ElementsAre(0x8E3B8EC7U, 0x666F7572U, 0x6162A264U));
+  EXPECT_EQ(result.problems.size(), 2U);
+}
+
+TEST(AdaptedUtf8, MeasuresDelimitersInCharacters) {
+  EXPECT_EQ(adaptUtf8("[[dlim «« »»]]a««rate 90»»б").text.text(), "a[[rate 90]]б");
+  EXPECT_EQ(adaptUtf8("[[dlim 「 」]]a「rate 90」б").text.text(), "a[[rate 90]]б");
+  EXPECT_EQ(adaptUtf8("[[dlim ««« »»»]]a").problems.size(), 1U);
 }
 
 }  // namespace

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Compares the two conversions of a string to Mac OS Roman: the Manager's for SpeakCFString
-// (platform::CallerText) and that of kavrel-say (tool::SpokenText). Both must give the same bytes
-// for every character up to U+2FFF, and for letters with combining accents.
+// Compares two conversions to Mac OS Roman for a synthesizer that does not take UTF-8: that of a
+// string of SpeakCFString, and that of the bytes in UTF-8 that kavrel-say gives for the same text.
+// Both must give the same bytes for every character up to U+2FFF, and for letters with combining
+// accents.
 #include <cstdint>
 #include <string>
 
@@ -15,16 +16,22 @@
 
 namespace {
 
-// Returns the Manager's text for a string made from `utf8`.
+// Returns the Manager's text for a string made from `utf8` and a synthesizer that does not take
+// UTF-8.
 std::string byManager(const std::string& utf8) {
   const platform::Owned string(
       CFStringCreateWithBytes(nullptr, reinterpret_cast<const UInt8*>(utf8.data()),
                               static_cast<CFIndex>(utf8.size()), kCFStringEncodingUTF8, false));
-  return platform::CallerText(string.get()).bytes();
+  platform::CallerText text(string.get());
+  text.useMacRoman();
+  return text.bytes();
 }
 
 std::string byTool(const std::string& utf8) {
-  return tool::SpokenText(utf8).macRoman();
+  const std::string spoken = tool::SpokenText(utf8).spoken();
+  platform::CallerText text(spoken.data(), spoken.size(), platform::Charset::Utf8);
+  text.useMacRoman();
+  return text.bytes();
 }
 
 TEST(PlainForms, AreTheSameForStringsAndForTheTools) {

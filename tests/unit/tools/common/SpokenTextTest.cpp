@@ -1,27 +1,62 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Conversion of the user's text for the Manager, and the mapping of positions back to the user's
-// bytes.
+// The user's text for the Manager, and the mapping of positions back to the user's bytes; and what
+// the Manager makes of the text for a synthesizer that takes only Mac OS Roman.
 #include <string>
 
 #include <gtest/gtest.h>
 
+#include "SpeechSynthesis/channel/CallerText.h"
 #include "SpokenText.h"
 #include "base/text/MacRoman.h"
 #include "base/text/Utf8.h"
 
 namespace {
 
+using tool::Brackets;
 using tool::Slice;
 using tool::SpokenText;
 
-std::string macRoman(const std::string& given) {
-  return SpokenText(given).macRoman();
+// Returns the Manager's text for a synthesizer that takes only Mac OS Roman.
+platform::CallerText converted(const std::string& given, Brackets brackets = Brackets::Command) {
+  const std::string spoken = SpokenText(given, brackets).spoken();
+  platform::CallerText text(spoken.data(), spoken.size(), platform::Charset::Utf8);
+  text.useMacRoman();
+  return text;
 }
 
-// Returns the user's text from which `length` bytes of the Manager's text at `position` came.
-std::string userText(const SpokenText& text, std::size_t position, std::size_t length) {
-  return std::string(text.givenAt(text.origin(position, length)));
+std::string macRoman(const std::string& given) {
+  return converted(given).bytes();
+}
+
+// Returns the user's text from which `length` bytes of the synthesizer's text at `position` came.
+std::string userText(const std::string& given, std::size_t position, std::size_t length) {
+  const CFRange range = converted(given).inCallersUnits(position, length);
+  const SpokenText text(given);
+  return std::string(text.givenAt(text.origin(static_cast<std::size_t>(range.location),
+                                              static_cast<std::size_t>(range.length))));
+}
+
+TEST(SpokenText, IsTheGivenText) {
+  for (const std::string given :
+       {"", "a", "Привет [[rate 200]]", "世界", "\xFF\xC3", "[[x", "［［"}) {
+    EXPECT_EQ(SpokenText(given).spoken(), given);
+  }
+}
+
+TEST(SpokenText, HasNoCommandsIfBracketsAreText) {
+  const auto plain = [](const std::string& given) {
+    return SpokenText(given, Brackets::Text).spoken();
+  };
+  EXPECT_EQ(plain("[[rate 90]]"), "[(rate 90]]");
+  EXPECT_EQ(plain("[[[[["), "[([([ ");
+  EXPECT_EQ(plain("ж["), "ж[ ");
+  EXPECT_EQ(plain("ж［x［［"), "ж［x［(");
+  for (const std::string given : {"［［rate", "[［rate", "［[rate", "[\u200B[rate", "[\u0301[rate",
+                                  "⟦rate", "[⟦rate", "[["}) {
+    EXPECT_EQ(plain(given).find("[["), std::string::npos) << given;
+    EXPECT_EQ(converted(given, Brackets::Text).bytes().find("[["), std::string::npos) << given;
+  }
 }
 
 TEST(SpokenText, EncodesEveryCharacterOfMacOsRomanAsItsByte) {
@@ -73,16 +108,16 @@ TEST(SpokenText, HasABlankForNul) {
 }
 
 TEST(SpokenText, FindsTheBytesThatEachWordCameFrom) {
-  const SpokenText text("caf\u00E9 \U0001F600 d\u00E9j\u00E0");
-  ASSERT_EQ(text.macRoman().size(), 11U);
+  const std::string text = "caf\u00E9 \U0001F600 d\u00E9j\u00E0";
+  ASSERT_EQ(macRoman(text).size(), 11U);
   EXPECT_EQ(userText(text, 0, 4), "caf\u00E9");
   EXPECT_EQ(userText(text, 5, 1), "\U0001F600");
   EXPECT_EQ(userText(text, 7, 4), "d\u00E9j\u00E0");
 }
 
 TEST(SpokenText, FindsTheWholeCharacterOfAnyPartOfItsPlainForm) {
-  const SpokenText text("a\u2192b");
-  ASSERT_EQ(text.macRoman(), "a->b");
+  const std::string text = "a\u2192b";
+  ASSERT_EQ(macRoman(text), "a->b");
   EXPECT_EQ(userText(text, 1, 1), "\u2192");
   EXPECT_EQ(userText(text, 2, 1), "\u2192");
   EXPECT_EQ(userText(text, 0, 2), "a\u2192");
@@ -90,7 +125,7 @@ TEST(SpokenText, FindsTheWholeCharacterOfAnyPartOfItsPlainForm) {
 }
 
 TEST(SpokenText, AssignsVanishedTextToTheCharacterBefore) {
-  const SpokenText text("x\u0301y");
+  const std::string text = "x\u0301y";
   EXPECT_EQ(userText(text, 0, 1), "x\u0301");
   EXPECT_EQ(userText(text, 1, 1), "y");
 }

@@ -239,18 +239,18 @@ TEST_P(SayWords, AreReportedOnceInOrderAsTheUserWroteThem) {
 
 INSTANTIATE_TEST_SUITE_P(
     Texts, SayWords,
-    testing::Values(Sentence{"salt & pepper", {"salt", "&", "pepper"}},
-                    Sentence{"if a<b then b>a holds", {"if", "a<b", "then", "b>a", "holds"}},
-                    Sentence{"the new OS X is here", {"the", "new", "OS", "X", "is", "here"}},
-                    Sentence{"\u201CCome in,\u201D she said", {"Come", "in", "she", "said"}},
-                    Sentence{"it isn\u2019t", {"it", "isn\u2019t"}},
-                    Sentence{"na\u00EFve caf\u00E9 owner", {"na\u00EFve", "caf\u00E9", "owner"}},
-                    Sentence{"cafe\u0301 time", {"cafe\u0301", "time"}},
-                    Sentence{"well \U0001F600\U0001F44D done", {"well", "done"}},
-                    Sentence{"\uFEFFfirst word", {"first", "word"}},
-                    Sentence{"[[rate 250]]quick [[pbas +2]]brown [[slnc 10]]fox",
-                             {"quick", "brown", "fox"}},
-                    Sentence{"two\n\nlines\tof text", {"two", "lines", "of", "text"}}));
+    testing::Values(
+        Sentence{"salt & pepper", {"salt", "&", "pepper"}},
+        Sentence{"if a<b then b>a holds", {"if", "a<b", "then", "b>a", "holds"}},
+        Sentence{"the new OS X is here", {"the", "new", "OS", "X", "is", "here"}},
+        Sentence{"\u201CCome in,\u201D she said", {"Come", "in", "she", "said"}},
+        Sentence{"it isn\u2019t", {"it", "isn\u2019t"}},
+        Sentence{"na\u00EFve caf\u00E9 owner", {"na\u00EFve", "caf\u00E9", "owner"}},
+        Sentence{"cafe\u0301 time", {"cafe\u0301", "time"}},
+        Sentence{"well \U0001F600\U0001F44D done", {"well", "\U0001F600\U0001F44D", "done"}},
+        Sentence{"\uFEFFfirst word", {"first", "word"}},
+        Sentence{"[[rate 250]]quick [[pbas +2]]brown [[slnc 10]]fox", {"quick", "brown", "fox"}},
+        Sentence{"two\n\nlines\tof text", {"two", "lines", "of", "text"}}));
 
 TEST_F(Say, ReportsNoWordThatHasNoBytesInTheText) {
   EXPECT_THAT(wordsOf("a [[ctxt WSKP]]skip [[ctxt TEXT]]x [[ctxt WORD]]b"), Not(Contains("")));
@@ -288,6 +288,34 @@ TEST_F(Say, ListsTheVoicesInColumns) {
 
 TEST_F(Say, FindsAVoiceWhateverItsCapitalLetters) {
   EXPECT_EQ(say({"-v", "mAREN", "-o", m_sound, "hello"}).status, 0);
+}
+
+TEST_F(Say, FindsAVoiceByItsLocaleOrLanguage) {
+  const auto audioOf = [&](const char* voice) {
+    EXPECT_EQ(say({"-v", voice, "-o", m_sound, "guten Tag"}).status, 0) << voice;
+    return program::contentsOf(m_sound);
+  };
+  const std::string german = audioOf("Gernot");
+  EXPECT_NE(german, audioOf("Corin"));
+  for (const char* const name : {"de_DE", "de-de", "DE", "de_AT", "German", "deutsch"}) {
+    EXPECT_EQ(audioOf(name), german) << name;
+  }
+  // The default voice first.
+  EXPECT_EQ(audioOf("en"), audioOf("Corin"));
+}
+
+TEST_F(Say, ListsSimilarNamesWhenAVoiceIsUnknown) {
+  const Result result = say({"-v", "gernit", "-o", m_sound, "hello"});
+  EXPECT_EQ(result.status, kFailure);
+  EXPECT_THAT(result.err, AllOf(complaint("\"gernit\""), HasSubstr("similar names: Gernot\n")));
+}
+
+TEST_F(Say, SpeaksTheWholeTextWithOneVoiceOnRequest) {
+  EXPECT_EQ(wordsOf("Tea и чай"), (Strings{"Tea", "и", "чай"}));
+  const Result result = say({"--one-voice", "--events", "-o", m_sound, "Tea и чай"});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(valuesOf<std::string>(eventsOf(result.out), "word", "text"),
+            (Strings{"Tea", "и", "чай"}));
 }
 
 TEST_F(Say, SpeaksDifferentlyWithAnotherVoice) {
@@ -418,8 +446,8 @@ TEST_F(Say, ExecutesNoCommandInPlainText) {
 TEST_F(Say, CountsPositionsInCharactersOnRequest) {
   const Result result = say({"--events", "--positions=characters", "-o", m_sound, "-f", "-"},
                             "na\u00EFve \U0001F600 caf\u00E9");
-  EXPECT_THAT(valuesOf<int>(eventsOf(result.out), "word", "position"), ElementsAre(0, 8));
-  EXPECT_THAT(valuesOf<int>(eventsOf(result.out), "word", "length"), ElementsAre(5, 4));
+  EXPECT_THAT(valuesOf<int>(eventsOf(result.out), "word", "position"), ElementsAre(0, 6, 8));
+  EXPECT_THAT(valuesOf<int>(eventsOf(result.out), "word", "length"), ElementsAre(5, 1, 4));
 }
 
 TEST_F(Say, ShowsTheTextForTheEngine) {
@@ -455,14 +483,15 @@ TEST_P(SayInput, IsSpokenAsFarAsPossible) {
 
 INSTANTIATE_TEST_SUITE_P(
     Odd, SayInput,
-    testing::Values(
-        Input{"empty", "", {}}, Input{"blanks", " \t\r\n ", {}},
-        Input{"only commands", "[[rate 300]][[slnc 10]][[emph +]]", {}},
-        Input{"a byte order mark", "\xEF\xBB\xBFone", {"one"}},
-        Input{"Windows lines", "one\r\ntwo\r\n", {"one", "two"}},
-        Input{"NUL bytes", std::string("one\0two\0", 8), {"one", "two"}},
-        Input{"broken UTF-8", "one \xC3( \xFF\xFE two", {"one", "two"}},
-        Input{"unknown characters", "\u65E5\u672C \u0142\u00F3d\u017A", {"\u0142\u00F3d\u017A"}}));
+    testing::Values(Input{"empty", "", {}}, Input{"blanks", " \t\r\n ", {}},
+                    Input{"only commands", "[[rate 300]][[slnc 10]][[emph +]]", {}},
+                    Input{"a byte order mark", "\xEF\xBB\xBFone", {"one"}},
+                    Input{"Windows lines", "one\r\ntwo\r\n", {"one", "two"}},
+                    Input{"NUL bytes", std::string("one\0two\0", 8), {"one", "two"}},
+                    Input{"broken UTF-8", "one \xC3( \xFF\xFE two", {"one", "two"}},
+                    Input{"other scripts",
+                          "\u65E5\u672C \u0142\u00F3d\u017A",
+                          {"\u65E5\u672C", "\u0142\u00F3d\u017A"}}));
 
 TEST_F(Say, StartsAndStopsATextOfTenMegabytesAtOnce) {
   std::string text;

@@ -78,8 +78,13 @@ TEST(Ssml, WritesUtf8) {
   EXPECT_EQ(outputOf({}, "na\u00EFve \u20AC 5"), "na\u00EFve \u20AC 5\n");
 }
 
-TEST(Ssml, ConvertsOtherCharactersToTheirPlainForm) {
-  EXPECT_EQ(outputOf({}, "\u201Chi\u201D \u0142"), "\"hi\" l\n");
+TEST(Ssml, WritesCharactersOfAnyScript) {
+  const std::string text = "\u201Chi\u201D \u0142 мир 世界 \U0001F600";
+  EXPECT_EQ(outputOf({}, text), text + "\n");
+}
+
+TEST(Ssml, ConvertsMacRomanAsTheManagerDoes) {
+  EXPECT_EQ(outputOf({"--from", "macroman"}, "\xD2hi\xD3 \xF0"), "\"hi\" Apple\n");
 }
 
 // ---- Settings
@@ -144,9 +149,9 @@ TEST(SsmlJson, MapsEveryByteOfACharacterToTheSamePosition) {
 }
 
 TEST(SsmlJson, MapsAPlainFormToItsCharacter) {
-  const Json json = jsonOf({}, "x\u2026y");
+  const Json json = jsonOf({"--from", "macroman"}, "x\xC9y");
   EXPECT_EQ(json.at("converted"), "x...y");
-  EXPECT_THAT(positionsOf(json), ElementsAre(0, 1, 1, 1, 4));
+  EXPECT_THAT(positionsOf(json), ElementsAre(0, 1, 1, 1, 2));
 }
 
 TEST(SsmlJson, MapsSettingsToTheStartOfTheText) {
