@@ -7,7 +7,7 @@
 // Speaks plain statements in its language with every voice in the folder, at the lowest, the middle
 // and the highest setting of pitch and of range. Fits a formula to the nine medians by weighted
 // least squares. Prints a line for each voice: the values of PITCH and REACH for
-// voices/Voices.cmake, and the largest deviation of a median from the formula. The pitch in the
+// voices/voices.tsv, and the largest deviation of a median from the formula. The pitch in the
 // voice's own file is ignored. Exit status: 0; 1 if a voice cannot be used or has no pitch; 2 for
 // wrong usage.
 #include <algorithm>

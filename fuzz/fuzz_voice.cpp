@@ -6,6 +6,7 @@
 #include <array>
 #include <limits>
 #include <string>
+#include <string_view>
 
 #include "Fuzz.h"
 #include "synth/voice.h"
@@ -36,6 +37,17 @@ void checkSettings(const kavrel::Voice& voice) {
   }
 }
 
+void checkOtherVoices(const kavrel::Voice& voice) {
+  for (const std::string_view script : {"Cyrl", "Grek", "Hani"}) {
+    const std::string* const path = voice.voiceFor(script);
+    if (path == nullptr) continue;
+    fuzz::require(!path->starts_with('/') && path->find("/..") == std::string::npos,
+                  "no path out of the folder of voices");
+    fuzz::require(path->ends_with("kavrel.voice"), "the path of a voice file");
+  }
+  fuzz::require(!voice.writes(""), "no empty script");
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -49,5 +61,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   fuzz::require(voice.synthesiserName().find_first_of("/.\\") == std::string::npos,
                 "no path into another folder");
   checkSettings(voice);
+  checkOtherVoices(voice);
   return 0;
 }

@@ -12,10 +12,13 @@ namespace {
 
 // Maximum bytes of a text value.
 constexpr std::size_t kMaxValue = 63;
+// Maximum bytes of a path.
+constexpr std::size_t kMaxPath = 255;
 // Maximum bytes of an unknown key in a message.
 constexpr std::size_t kMaxQuoted = 32;
 // How far the stated limits may differ from the computed ones: room for rounding.
 constexpr double kReachTolerance = 0.1;
+constexpr std::string_view kVoiceKey = "voice.";
 
 // Voice files may have CR LF line ends.
 std::string_view trimmed(std::string_view text) {
@@ -42,6 +45,41 @@ bool isPlainName(std::string_view text) {
   });
 }
 
+// The form of an ISO 15924 code: Latn.
+bool isScript(std::string_view text) {
+  const auto isLower = [](char c) { return c >= 'a' && c <= 'z'; };
+  return text.size() == 4 && text[0] >= 'A' && text[0] <= 'Z' &&
+         std::all_of(text.begin() + 1, text.end(), isLower);
+}
+
+// Removes the first part of `text`, up to `separator`, and returns it without the separator.
+std::string_view takePart(std::string_view& text, char separator) {
+  const std::size_t end = std::min(text.find(separator), text.size());
+  const std::string_view part = text.substr(0, end);
+  text.remove_prefix(std::min(end + 1, text.size()));
+  return part;
+}
+
+bool areScripts(std::string_view text) {
+  if (text.empty()) return false;
+  while (!text.empty()) {
+    const std::string_view script = takePart(text, ' ');
+    if (!script.empty() && !isScript(script)) return false;
+  }
+  return true;
+}
+
+// A file kavrel.voice in this folder, in one next to it, or below.
+bool isVoicePath(std::string_view path) {
+  if (path.size() > kMaxPath || std::any_of(path.begin(), path.end(), isControl)) return false;
+  if (path.starts_with("../")) path.remove_prefix(3);
+  while (path.find('/') != std::string_view::npos) {
+    const std::string_view folder = takePart(path, '/');
+    if (folder.empty() || folder == "." || folder == "..") return false;
+  }
+  return path == "kavrel.voice";
+}
+
 // The whole text must be a finite number, in the classic locale.
 bool readNumber(std::string_view text, double& number) {
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
@@ -63,11 +101,12 @@ struct Voice::Key {
 };
 
 std::span<const Voice::Key> Voice::keys() {
-  static constexpr std::array<Key, 10> kKeys = {{
+  static constexpr std::array<Key, 11> kKeys = {{
       {"format", true, nullptr, &Voice::m_format, 1, 1},
       {"name", true, &Voice::m_name, nullptr, 0, 0},
       {"language", true, &Voice::m_language, nullptr, 0, 0},
       {"variant", false, &Voice::m_variant, nullptr, 0, 0},
+      {"scripts", false, &Voice::m_scripts, nullptr, 0, 0},
       {"pitch.offset", true, nullptr, &Voice::m_offset, -500, 500},
       {"pitch.range", true, nullptr, &Voice::m_range, 0.01, 10},
       {"pitch.scale", true, nullptr, &Voice::m_scale, 1, 500},
@@ -96,6 +135,17 @@ bool Voice::set(const Key& key, std::string_view value, std::string& why) {
   return isFit;
 }
 
+bool Voice::setVoiceFor(std::string_view script, std::string_view path, std::string& why) {
+  const std::string key = std::string(kVoiceKey) + std::string(script);
+  if (!isVoicePath(path)) {
+    why = key + " is not a relative path to a file kavrel.voice";
+    return false;
+  }
+  const bool isNew = m_voices.emplace(script, path).second;
+  if (!isNew) why = "duplicate key " + key;
+  return isNew;
+}
+
 // `line` has no comment and is not empty. `seen` collects the keys, for duplicates and missing
 // ones.
 bool Voice::readLine(std::string_view line, std::set<std::string_view>& seen, std::string& why) {
@@ -105,6 +155,10 @@ bool Voice::readLine(std::string_view line, std::set<std::string_view>& seen, st
     return false;
   }
   const std::string_view name = trimmed(line.substr(0, equals));
+  const std::string_view value = trimmed(line.substr(equals + 1));
+  if (name.starts_with(kVoiceKey) && isScript(name.substr(kVoiceKey.size()))) {
+    return setVoiceFor(name.substr(kVoiceKey.size()), value, why);
+  }
   const auto key = std::ranges::find(keys(), name, &Key::name);
   if (key == keys().end()) {
     why = "unknown key " + quoted(name);
@@ -114,7 +168,7 @@ bool Voice::readLine(std::string_view line, std::set<std::string_view>& seen, st
     why = "duplicate key " + std::string(key->name);
     return false;
   }
-  return set(*key, trimmed(line.substr(equals + 1)), why);
+  return set(*key, value, why);
 }
 
 // Checks what single lines cannot show.
@@ -126,6 +180,8 @@ bool Voice::isConsistent(std::string& why) const {
     why = "name is empty";
   } else if (m_language.empty() || !isPlainName(m_language) || !isPlainName(m_variant)) {
     why = "language or variant is invalid";
+  } else if (!areScripts(m_scripts)) {
+    why = "scripts is not a list of codes such as Latn";
   } else if (!isReach(m_lowest, medianAt(0)) || !isReach(m_highest, medianAt(kHighestSetting))) {
     why = "pitch.lowest or pitch.highest does not match the other constants";
   } else {
@@ -161,6 +217,19 @@ std::string printable(std::string_view text) {
 
 std::string Voice::synthesiserName() const {
   return m_variant.empty() ? m_language : m_language + '+' + m_variant;
+}
+
+bool Voice::writes(std::string_view script) const {
+  for (std::string_view rest = m_scripts; !rest.empty();) {
+    const std::string_view written = takePart(rest, ' ');
+    if (!written.empty() && written == script) return true;
+  }
+  return false;
+}
+
+const std::string* Voice::voiceFor(std::string_view script) const {
+  const auto found = m_voices.find(script);
+  return found == m_voices.end() ? nullptr : &found->second;
 }
 
 double Voice::medianAt(int pitch) const {

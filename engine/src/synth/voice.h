@@ -5,8 +5,8 @@
 // Threads: a voice does not change after parse(); its const functions may be called on any thread.
 //
 // The data file is called kavrel.voice and has at most 64 KiB. Each line is "key = value"; "#"
-// begins a comment. Keys may be in any order. All keys but "variant" are required; a key that
-// occurs twice or is unknown is an error:
+// begins a comment. Keys may be in any order. All keys are required but "variant", "scripts" and
+// "voice.SCRIPT"; a key that occurs twice or is unknown is an error:
 //   format        1
 //   name          for people
 //   language      the synthesiser's name of the language, such as en-us
@@ -19,8 +19,16 @@
 //                 the voice's limits: the median in Hz at P = 0 and at P = 99, both with R = 50.
 //                 They follow from the constants and exist for readers of the file. A file in which
 //                 they differ from the computed values by more than a tenth is damaged.
+//   scripts       the scripts that the language is written in, separated by blanks, as ISO 15924
+//                 codes such as Latn; Latn if missing
+//   voice.SCRIPT  such as voice.Cyrl: the data file of the voice that speaks words of that script
+//                 within a text for this voice. The path is relative to the folder of this file and
+//                 ends in /kavrel.voice. ".." may only be its first component, so that it cannot
+//                 lead out of the folder in which this voice is installed
 #pragma once
 
+#include <functional>
+#include <map>
 #include <set>
 #include <span>
 #include <string>
@@ -43,6 +51,12 @@ class Voice {
   const std::string& language() const { return m_language; }
   const std::string& variant() const { return m_variant; }
 
+  // Returns whether the language is written in `script`, an ISO 15924 code such as Cyrl.
+  bool writes(std::string_view script) const;
+  // Returns the path of the data file, relative to the folder of this voice's, of the voice that
+  // speaks words of `script` within a text for this voice; null if there is none.
+  const std::string* voiceFor(std::string_view script) const;
+
   // Returns the synthesiser's pitch setting, 0 to 99, for a median of `hertz` at range setting
   // `range`. Values beyond the voice's limits are clamped.
   int pitchFor(double hertz, int range) const;
@@ -62,6 +76,7 @@ class Voice {
   // These return false, with a message in `why`, if the line, value or file is invalid.
   bool readLine(std::string_view line, std::set<std::string_view>& seen, std::string& why);
   bool set(const Key& key, std::string_view value, std::string& why);
+  bool setVoiceFor(std::string_view script, std::string_view path, std::string& why);
   bool isConsistent(std::string& why) const;
 
   // The median in Hz at pitch setting `pitch` and the middle range setting.
@@ -71,6 +86,8 @@ class Voice {
   std::string m_name = "default";
   std::string m_language = "en-us";
   std::string m_variant;
+  std::string m_scripts = "Latn";
+  std::map<std::string, std::string, std::less<>> m_voices;  // by script
   double m_offset = 19.3;
   double m_range = 0.272;
   double m_scale = 34.7;

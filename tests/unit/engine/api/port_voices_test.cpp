@@ -144,6 +144,13 @@ TEST(VoiceFolder, IsRejectedWithTheInvalidLineOrKey) {
       {kVoice + "nonsense\n", "line 13: missing \"=\""},
       {kVoice + "unheard.of = 1\n", "line 13: unknown key \"unheard.of\""},
       {kVoice + "variant = m3\n", "line 13: duplicate key variant"},
+      {kVoice + "scripts =\n", "scripts is not a list of codes such as Latn"},
+      {kVoice + "scripts = Latn cyrl\n", "scripts is not a list of codes such as Latn"},
+      {kVoice + "scripts = Cyrillic\n", "scripts is not a list of codes such as Latn"},
+      {kVoice + "voice.cyrl = ../A/kavrel.voice\n", "line 13: unknown key \"voice.cyrl\""},
+      {kVoice + "voice. = ../A/kavrel.voice\n", "line 13: unknown key \"voice.\""},
+      {kVoice + "voice.Grek = a/kavrel.voice\nvoice.Grek = b/kavrel.voice\n",
+       "line 14: duplicate key voice.Grek"},
       {std::string("\x7f"
                    "ELF\x02\x01\0\0= \xFF",
                    12),
