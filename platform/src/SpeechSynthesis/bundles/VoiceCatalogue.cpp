@@ -4,7 +4,6 @@
 #include "SpeechSynthesis/bundles/VoiceCatalogue.h"
 
 #include <algorithm>
-#include <string_view>
 #include <system_error>
 
 #include "SpeechSynthesis/bundles/SearchPaths.h"
@@ -63,13 +62,13 @@ const Voice* VoiceCatalogue::find(const VoiceSpec& spec) const {
 }
 
 const Voice* VoiceCatalogue::defaultVoice() const {
-  // The second prefix also matches en_US, but the first has found those already.
-  for (const std::string_view locale : {"en_US", "en_"}) {
-    const auto found = std::find_if(m_voices.begin(), m_voices.end(), [locale](const Voice& voice) {
-      return voice.description.gender == kMale && voice.locale.starts_with(locale);
-    });
-    if (found != m_voices.end()) return &*found;
+  const Voice* english = nullptr;
+  for (const Voice& voice : m_voices) {
+    if (voice.description.gender != kMale || voice.description.language != langEnglish) continue;
+    if (voice.locale == "en_US") return &voice;
+    if (english == nullptr) english = &voice;
   }
+  if (english != nullptr) return english;
   return m_voices.empty() ? nullptr : &m_voices.front();
 }
 

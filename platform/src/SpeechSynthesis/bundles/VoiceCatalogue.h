@@ -8,8 +8,8 @@
 //   VoiceID                integer   the voice's number there, unsigned 32 bits
 //   VoiceName              string    1 to 63 characters of Mac OS Roman
 //   VoiceGender            string    male, female or neuter
-//   VoiceLocaleIdentifier  string    such as en_US
-//   VoiceDemoText          string    up to 255 characters of Mac OS Roman; optional
+//   VoiceLocaleIdentifier  string    such as en_US or zh_Hant_TW, see VoiceCodes.h
+//   VoiceDemoText          string    up to 255 characters; optional
 //   VoiceAge               integer   years, 0 to 32767; optional
 //   VoiceVersion           integer   signed 32 bits, not negative; optional
 //
