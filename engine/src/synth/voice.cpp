@@ -108,7 +108,7 @@ std::span<const Voice::Key> Voice::keys() {
       {"variant", false, &Voice::m_variant, nullptr, 0, 0},
       {"scripts", false, &Voice::m_scripts, nullptr, 0, 0},
       {"pitch.offset", true, nullptr, &Voice::m_offset, -500, 500},
-      {"pitch.range", true, nullptr, &Voice::m_range, 0.01, 10},
+      {"pitch.range", true, nullptr, &Voice::m_range, -10, 10},
       {"pitch.scale", true, nullptr, &Voice::m_scale, 1, 500},
       {"pitch.spread", true, nullptr, &Voice::m_spread, 0.01, 20},
       {"pitch.lowest", true, nullptr, &Voice::m_lowest, 10, 2000},

@@ -13,7 +13,8 @@
 //   variant       the synthesiser's name of a variant of it, such as f2; may be empty or missing
 //   pitch.offset, pitch.range, pitch.scale
 //                 how this voice's pitch depends on the synthesiser's settings P and R, both 0 to
-//                 99: median in Hz = offset + range * R + scale * 2^(P / 50)
+//                 99: median in Hz = offset + range * R + scale * 2^(P / 50). The range is negative
+//                 for some tone languages, in which most tones fall
 //   pitch.spread  how far the pitch moves, from its 5th to its 95th percentile, in Hz per step of R
 //   pitch.lowest, pitch.highest
 //                 the voice's limits: the median in Hz at P = 0 and at P = 99, both with R = 50.

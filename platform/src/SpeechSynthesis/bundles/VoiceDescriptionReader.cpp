@@ -40,20 +40,21 @@ constexpr std::size_t kMostBytes = 65536;
 
 // No streams: these report a lack of memory as any other failure.
 std::string contentOf(const fs::path& file) {
-  std::string content(kMostBytes + 1, '\0');
+  std::array<char, 4096> block;
+  std::string content;
+  // Before the file is opened: appending must not throw.
+  content.reserve(kMostBytes + block.size());
   const int descriptor = ::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
   if (descriptor < 0) throwUnreadable(errno);
-  std::size_t size = 0;
   ssize_t count = 1;
-  while (count > 0 && size < content.size()) {
-    count = ::read(descriptor, content.data() + size, content.size() - size);
-    if (count > 0) size += static_cast<std::size_t>(count);
+  while (count > 0 && content.size() <= kMostBytes) {
+    count = ::read(descriptor, block.data(), block.size());
+    if (count > 0) content.append(block.data(), static_cast<std::size_t>(count));
   }
   const int error = errno;
   ::close(descriptor);
   if (count < 0) throwUnreadable(error);
-  content.resize(size);
-  if (size > kMostBytes) {
+  if (content.size() > kMostBytes) {
     throw BundleError("Info.plist is longer than " + std::to_string(kMostBytes) + " bytes");
   }
   return content;

@@ -77,7 +77,7 @@ TEST(VoiceLocales, AreALanguageScriptRegionAndVariantsInThatOrder) {
                                    "en_US_Hant",
                                    "en_Hant_Hans",
                                    "en_abcdefghi",
-                                   "en_4190",
+
                                    "e1_US",
                                    "en US",
                                    "en_US_abcdefgh_abcdefgh_abcdefgh",
