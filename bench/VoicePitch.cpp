@@ -44,6 +44,7 @@
 namespace {
 
 constexpr int kMiddle = 50;
+constexpr std::size_t kFewestMedians = 6;
 constexpr std::array kSettings = {0, kMiddle, 99};
 
 struct Measurement {
@@ -157,14 +158,12 @@ double loudnessOf(const Line& line, const std::filesystem::path& folder) {
   return acoustics::level(acoustics::trimSilence({samples}));
 }
 
-// The pitch at every step of the speech that has one.
+// The pitch at every step of the speech that has one; none if it is too low to be measured.
 std::vector<double> pitchesAt(const kavrel::Voice& voice, std::string_view text, int pitch,
                               int range) {
   const auto samples = spoken(voice, text, pitch, range);
   const auto rate = static_cast<double>(kavrel::kSampleRate);
-  std::vector<double> pitches = acoustics::voicedValues(acoustics::pitchTrack({samples, rate}));
-  if (pitches.empty()) throw std::runtime_error(voice.name() + " has no pitch");
-  return pitches;
+  return acoustics::voicedValues(acoustics::pitchTrack({samples, rate}));
 }
 
 // The distance from the 5th to the 95th percentile.
@@ -203,6 +202,23 @@ Fit fit(std::span<const Measurement> measurements) {
   return found;
 }
 
+double deviation(const Fit& found, const Measurement& at) {
+  return std::abs(found.medianAt(at) / at.hertz - 1);
+}
+
+// Fits all measurements but those that are far off: octave errors, at settings where the pitch
+// falls below what can be measured, as it may in tone languages.
+Fit fitWithoutErrors(std::vector<Measurement>& measurements) {
+  constexpr double kFar = 0.25;
+  for (;;) {
+    Fit found = fit(measurements);
+    const auto worst = std::ranges::max_element(
+        measurements, {}, [&found](const Measurement& at) { return deviation(found, at); });
+    if (deviation(found, *worst) < kFar || measurements.size() == kFewestMedians) return found;
+    measurements.erase(worst);
+  }
+}
+
 // Fits the medians at all settings; the spread is measured at the middle ones. Returns the largest
 // deviation of a median from the formula.
 double measurePitch(Line& line, const std::string& text, const std::filesystem::path& folder) {
@@ -212,11 +228,13 @@ double measurePitch(Line& line, const std::string& text, const std::filesystem::
   for (const int pitch : kSettings) {
     for (const int range : kSettings) {
       const std::vector<double> pitches = pitchesAt(voice, text, pitch, range);
-      measurements.push_back({pitch, range, acoustics::median(pitches)});
+      if (!pitches.empty()) measurements.push_back({pitch, range, acoustics::median(pitches)});
       if (pitch == kMiddle && range == kMiddle) spread = spreadOf(pitches);
     }
   }
-  const Fit found = fit(measurements);
+  if (measurements.size() < kFewestMedians)
+    throw std::runtime_error(voice.name() + " has no pitch");
+  const Fit found = fitWithoutErrors(measurements);
   line[kOffset] = rounded(found.values[0], 1);
   line[kRange] = rounded(found.values[1], 3);
   line[kScale] = rounded(found.values[2], 1);
@@ -225,7 +243,7 @@ double measurePitch(Line& line, const std::string& text, const std::filesystem::
   line[kHighest] = rounded(found.medianAt({kSettings.back(), kMiddle, 0}), 0);
   double worst = 0;
   for (const Measurement& measurement : measurements) {
-    worst = std::max(worst, std::abs(found.medianAt(measurement) / measurement.hertz - 1));
+    worst = std::max(worst, deviation(found, measurement));
   }
   return worst;
 }
@@ -236,28 +254,36 @@ void setLevel(Line& line, double loudness) {
   line[kLevel] = loudness > kMostLoudness ? rounded(1 / loudness, 2) : "1";
 }
 
-// Changes the lines of the voices called `names`, or all lines if there are no names.
-void measure(std::vector<Line>& table, const std::filesystem::path& folder,
+// Changes the lines of the voices called `names`, or all lines if there are no names. Returns false
+// if one of them has no pitch; its line is not changed.
+bool measure(std::vector<Line>& table, const std::filesystem::path& folder,
              const std::set<std::string>& names) {
   std::vector<double> loudness;
   loudness.reserve(table.size());
   for (const Line& line : table) loudness.push_back(loudnessOf(line, folder));
   const double usual = acoustics::median(loudness);
+  bool isComplete = true;
   for (std::size_t i = 0; i < table.size(); ++i) {
     Line& line = table[i];
     if (!names.empty() && !names.contains(line[kName])) continue;
-    const double worst = measurePitch(line, statementsFor(line, table), folder);
-    setLevel(line, loudness[i] / usual);
-    std::fprintf(stderr, "%-12s pitch off by %4.1f %%, loudness %.2f\n", line[kName].c_str(),
-                 100 * worst, loudness[i] / usual);
+    try {
+      const double worst = measurePitch(line, statementsFor(line, table), folder);
+      setLevel(line, loudness[i] / usual);
+      std::fprintf(stderr, "%-12s pitch off by %4.1f %%, loudness %.2f\n", line[kName].c_str(),
+                   100 * worst, loudness[i] / usual);
+    } catch (const std::runtime_error& failure) {
+      std::fprintf(stderr, "%s\n", failure.what());
+      isComplete = false;
+    }
   }
+  return isComplete;
 }
 
 bool isVoice(const std::string& line) {
   return !line.empty() && line.front() != '#';
 }
 
-void measureTable(const std::string& name, const std::filesystem::path& folder,
+bool measureTable(const std::string& name, const std::filesystem::path& folder,
                   const std::set<std::string>& names) {
   std::vector<std::string> lines;
   std::ifstream file(name);
@@ -267,11 +293,12 @@ void measureTable(const std::string& name, const std::filesystem::path& folder,
   for (const std::string& line : lines) {
     if (isVoice(line)) table.push_back(fieldsOf(line));
   }
-  measure(table, folder, names);
+  const bool isComplete = measure(table, folder, names);
   auto voice = table.begin();
   for (const std::string& line : lines) {
     std::printf("%s\n", isVoice(line) ? joined(*voice++).c_str() : line.c_str());
   }
+  return isComplete;
 }
 
 }  // namespace
@@ -282,8 +309,7 @@ int main(int argc, char** argv) {
     return 2;
   }
   try {
-    measureTable(argv[1], argv[2], {argv + 3, argv + argc});
-    return 0;
+    return measureTable(argv[1], argv[2], {argv + 3, argv + argc}) ? 0 : 1;
   } catch (const std::exception& failure) {
     std::fprintf(stderr, "kavrel-pitch: %s\n", failure.what());
     return 1;
