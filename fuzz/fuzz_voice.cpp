@@ -45,6 +45,7 @@ void checkOtherVoices(const kavrel::Voice& voice) {
                   "no path out of the folder of voices");
     fuzz::require(path->ends_with("kavrel.voice"), "the path of a voice file");
   }
+  fuzz::require(voice.level() >= 0.05 && voice.level() <= 2, "a level within its limits");
   fuzz::require(!voice.writes(""), "no empty script");
 }
 

@@ -101,7 +101,7 @@ struct Voice::Key {
 };
 
 std::span<const Voice::Key> Voice::keys() {
-  static constexpr std::array<Key, 11> kKeys = {{
+  static constexpr std::array<Key, 12> kKeys = {{
       {"format", true, nullptr, &Voice::m_format, 1, 1},
       {"name", true, &Voice::m_name, nullptr, 0, 0},
       {"language", true, &Voice::m_language, nullptr, 0, 0},
@@ -113,6 +113,7 @@ std::span<const Voice::Key> Voice::keys() {
       {"pitch.spread", true, nullptr, &Voice::m_spread, 0.01, 20},
       {"pitch.lowest", true, nullptr, &Voice::m_lowest, 10, 2000},
       {"pitch.highest", true, nullptr, &Voice::m_highest, 10, 2000},
+      {"level", false, nullptr, &Voice::m_level, 0.05, 2},
   }};
   return kKeys;
 }
