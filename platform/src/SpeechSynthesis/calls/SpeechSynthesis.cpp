@@ -122,7 +122,8 @@ OSErr GetVoiceInfo(const VoiceSpec* voice, OSType selector, void* voiceInfo) {
       case soVoiceLocale: {
         // memcpy: a client's record may be unaligned.
         VoiceLocale locale{};
-        platform::shortLocaleOf(found->locale).copy(locale.identifier, sizeof locale.identifier - 1);
+        platform::shortLocaleOf(found->locale)
+            .copy(locale.identifier, sizeof locale.identifier - 1);
         std::memcpy(voiceInfo, &locale, sizeof locale);
         return noErr;
       }
