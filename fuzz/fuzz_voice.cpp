@@ -41,10 +41,11 @@ void checkOtherVoices(const kavrel::Voice& voice) {
   for (const std::string_view script : {"Cyrl", "Grek", "Hani"}) {
     const std::string* const path = voice.voiceFor(script);
     if (path == nullptr) continue;
-    fuzz::require(!path->starts_with('/') && path->find("/..") == std::string::npos,
+    fuzz::require(!path->starts_with('/') && path->find("/../") == std::string::npos,
                   "no path out of the folder of voices");
     fuzz::require(path->ends_with("kavrel.voice"), "the path of a voice file");
   }
+  fuzz::require(voice.level() >= 0.05 && voice.level() <= 2, "a level within its limits");
   fuzz::require(!voice.writes(""), "no empty script");
 }
 

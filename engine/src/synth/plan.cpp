@@ -363,7 +363,8 @@ Plan::ResolvedStyle Plan::resolve(const Style& style, const Voice& voice) const 
   }
   double volume = isSet(style.volume) ? style.volume : 100;
   if (style.emphasis) volume *= kEmphasisVolume;
-  resolved.volume = static_cast<int>(std::lround(std::min(volume, kMaxVolume)));
+  volume = std::min(volume, kMaxVolume) * voice.level();
+  resolved.volume = static_cast<int>(std::lround(volume));
   resolved.emphasis = style.emphasis;
   resolved.spelling = style.spellOut;
   return resolved;

@@ -101,18 +101,19 @@ struct Voice::Key {
 };
 
 std::span<const Voice::Key> Voice::keys() {
-  static constexpr std::array<Key, 11> kKeys = {{
+  static constexpr std::array<Key, 12> kKeys = {{
       {"format", true, nullptr, &Voice::m_format, 1, 1},
       {"name", true, &Voice::m_name, nullptr, 0, 0},
       {"language", true, &Voice::m_language, nullptr, 0, 0},
       {"variant", false, &Voice::m_variant, nullptr, 0, 0},
       {"scripts", false, &Voice::m_scripts, nullptr, 0, 0},
       {"pitch.offset", true, nullptr, &Voice::m_offset, -500, 500},
-      {"pitch.range", true, nullptr, &Voice::m_range, 0.01, 10},
+      {"pitch.range", true, nullptr, &Voice::m_range, -10, 10},
       {"pitch.scale", true, nullptr, &Voice::m_scale, 1, 500},
       {"pitch.spread", true, nullptr, &Voice::m_spread, 0.01, 20},
       {"pitch.lowest", true, nullptr, &Voice::m_lowest, 10, 2000},
       {"pitch.highest", true, nullptr, &Voice::m_highest, 10, 2000},
+      {"level", false, nullptr, &Voice::m_level, 0.05, 2},
   }};
   return kKeys;
 }

@@ -5,20 +5,24 @@
 // Threads: a voice does not change after parse(); its const functions may be called on any thread.
 //
 // The data file is called kavrel.voice and has at most 64 KiB. Each line is "key = value"; "#"
-// begins a comment. Keys may be in any order. All keys are required but "variant", "scripts" and
-// "voice.SCRIPT"; a key that occurs twice or is unknown is an error:
+// begins a comment. Keys may be in any order. All keys are required but "variant", "level",
+// "scripts" and "voice.SCRIPT"; a key that occurs twice or is unknown is an error:
 //   format        1
 //   name          for people
 //   language      the synthesiser's name of the language, such as en-us
 //   variant       the synthesiser's name of a variant of it, such as f2; may be empty or missing
 //   pitch.offset, pitch.range, pitch.scale
 //                 how this voice's pitch depends on the synthesiser's settings P and R, both 0 to
-//                 99: median in Hz = offset + range * R + scale * 2^(P / 50)
+//                 99: median in Hz = offset + range * R + scale * 2^(P / 50). The range is negative
+//                 for some tone languages, in which most tones fall
 //   pitch.spread  how far the pitch moves, from its 5th to its 95th percentile, in Hz per step of R
 //   pitch.lowest, pitch.highest
 //                 the voice's limits: the median in Hz at P = 0 and at P = 99, both with R = 50.
 //                 They follow from the constants and exist for readers of the file. A file in which
 //                 they differ from the computed values by more than a tenth is damaged.
+//   level         factor of the samples, 0.05 to 2, that brings the voice to the loudness of
+//   others;
+//                 1 if missing
 //   scripts       the scripts that the language is written in, separated by blanks, as ISO 15924
 //                 codes such as Latn; Latn if missing
 //   voice.SCRIPT  such as voice.Cyrl: the data file of the voice that speaks words of that script
@@ -51,6 +55,9 @@ class Voice {
   std::string synthesiserName() const;
   const std::string& language() const { return m_language; }
   const std::string& variant() const { return m_variant; }
+
+  // Factor of the samples, which volumes are relative to.
+  double level() const { return m_level; }
 
   // Returns whether the language is written in `script`, an ISO 15924 code such as Cyrl.
   bool writes(std::string_view script) const;
@@ -101,6 +108,7 @@ class Voice {
   double m_spread = 0.54;
   double m_lowest = 68;
   double m_highest = 170;
+  double m_level = 1;
 };
 
 // Returns `text` for a message of one line: control characters are replaced with "?".

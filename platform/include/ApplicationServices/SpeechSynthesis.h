@@ -104,7 +104,8 @@ enum {
 /* Selectors of GetVoiceInfo. */
 enum {
   soVoiceDescription = 0x696E666F, /* 'info'; VoiceDescription * */
-  soVoiceLocale = 0x6C6F636C       /* 'locl'; VoiceLocale *; this implementation only */
+  soVoiceLocale = 0x6C6F636C,      /* 'locl'; VoiceLocale *; this implementation only */
+  soVoiceLocaleName = 0x6C6F636E   /* 'locn'; VoiceLocaleName *; this implementation only */
 };
 
 /* Values of soInputMode, soCharacterMode and soNumberMode. */
@@ -154,14 +155,16 @@ typedef struct VoiceDescription {
   VoiceSpec voice;
   SInt32 version;
   Str63 name;         /* all bytes after the characters are 0, as in comment */
-  Str255 comment;     /* a sample sentence for the voice */
+  Str255 comment;     /* a sample sentence for the voice; see below */
   SInt16 gender;      /* kNeuter, kMale or kFemale */
   SInt16 age;         /* years */
-  SInt16 script;      /* smRoman */
+  SInt16 script;      /* smRoman etc.: of the voice's language, not of name and comment */
   SInt16 language;    /* langEnglish etc.; -1: MacTypes.h has no code for it */
   SInt16 region;      /* verUS etc.; -1: MacTypes.h has no code for it */
   SInt32 reserved[4]; /* 0 */
 } VoiceDescription;
+/* comment is in Mac OS Roman if that has all its characters, else in UTF-8, cut after a character.
+ */
 
 /* The state of a channel. An idle channel has 0 in all fields. */
 typedef struct SpeechStatusInfo {
@@ -173,8 +176,14 @@ typedef struct SpeechStatusInfo {
 
 /* The language and country of a voice. VoiceDescription has numeric codes for only some of them. */
 typedef struct VoiceLocale {
-  char identifier[6]; /* such as en_US, NUL-terminated */
+  char identifier[6]; /* such as en_US, NUL-terminated; only the language if no more fits */
 } VoiceLocale;
+
+/* The same with everything that distinguishes the voice's language: language, script, region and
+ * variants, such as en_US, yue_HK, eo, es_419, en_GB_scotland. NUL-terminated. */
+typedef struct VoiceLocaleName {
+  char identifier[32];
+} VoiceLocaleName;
 
 /* The errors since soErrors was last read: their number, and the oldest and the newest with their
  * positions in the text. */

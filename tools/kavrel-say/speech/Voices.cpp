@@ -44,8 +44,8 @@ std::string fromPascal(const unsigned char* text) {
 NamedVoice describeVoice(const VoiceSpec& spec) {
   VoiceDescription description{};
   GetVoiceDescription(&spec, &description, sizeof description);
-  VoiceLocale locale{};
-  GetVoiceInfo(&spec, soVoiceLocale, &locale);
+  VoiceLocaleName locale{};
+  GetVoiceInfo(&spec, soVoiceLocaleName, &locale);
   return {spec, fromPascal(description.name), locale.identifier, fromPascal(description.comment)};
 }
 

@@ -59,11 +59,14 @@ std::string takeName(std::string& rest) {
   return name;
 }
 
-// Reads about `step.path` and calls visit(step).
+// Reads about `step.path` and calls visit(step). `isEnd`: the path ends with it, if it is no link.
 template <typename Visit>
-std::optional<std::string> visitStep(Step& step, Visit& visit) {
-  if (::lstat(step.path.c_str(), &step.about) == 0) return visit(step);
-  return step.path + ": " + std::strerror(errno);
+std::optional<std::string> visitStep(Step& step, bool isEnd, Visit& visit) {
+  if (::lstat(step.path.c_str(), &step.about) != 0) {
+    return step.path + ": " + std::strerror(errno);
+  }
+  step.isLast = isEnd && !step.isLink();
+  return visit(step);
 }
 
 // Calls visit(step) for the root, and for each folder, link and file on the way to `path`; then for
@@ -78,7 +81,7 @@ std::optional<std::string> walk(const fs::path& path, const std::set<std::string
   constexpr const char* kRoot = "/";
   std::string reached = kRoot;
   Step step{reached};
-  if (auto reason = visitStep(step, visit)) return reason;
+  if (auto reason = visitStep(step, false, visit)) return reason;
   int links = 0;
   for (std::string name; !(name = takeName(rest)).empty();) {
     if (name == ".") continue;
@@ -92,7 +95,8 @@ std::optional<std::string> walk(const fs::path& path, const std::set<std::string
     step.path += name;
     const bool isKnown = known.contains(step.path);
     if (!isKnown) {
-      if (auto reason = visitStep(step, visit)) return reason;
+      if (auto reason = visitStep(step, rest.empty(), visit)) return reason;
+      if (step.isLast) return std::nullopt;
     }
     if (isKnown || !step.isLink()) {
       reached = step.path;
@@ -105,8 +109,7 @@ std::optional<std::string> walk(const fs::path& path, const std::set<std::string
     if (target[0] == '/') reached = kRoot;
   }
   step.path = reached;
-  step.isLast = true;
-  return visitStep(step, visit);
+  return visitStep(step, true, visit);
 }
 
 bool hasAccessList(const std::string& path) {

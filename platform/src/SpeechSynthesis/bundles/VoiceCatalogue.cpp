@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// VoiceCatalogue: reads all bundles at construction; lookups are linear searches in the list.
+// VoiceCatalogue: lists the bundles at construction; lookups are linear searches in the list of
+// voices, which reads bundles where it ends.
 #include "SpeechSynthesis/bundles/VoiceCatalogue.h"
 
 #include <algorithm>
-#include <string_view>
 #include <system_error>
+#include <utility>
 
 #include "SpeechSynthesis/bundles/SearchPaths.h"
 #include "SpeechSynthesis/bundles/VoiceDescriptionReader.h"
@@ -28,8 +29,10 @@ void reportSkipped(const fs::path& bundle, const std::string& reason) {
 
 }  // namespace
 
-VoiceCatalogue::VoiceCatalogue(const std::vector<fs::path>& folders, TrustedPaths trusted) {
-  for (const fs::path& folder : folders) addFolder(folder, trusted);
+VoiceCatalogue::VoiceCatalogue(const std::vector<fs::path>& folders, TrustedPaths trusted)
+    : m_trusted(std::move(trusted)) {
+  const base::ScopedLock held(m_lock);
+  for (const fs::path& folder : folders) addFolder(folder);
 }
 
 const VoiceCatalogue& VoiceCatalogue::shared() {
@@ -56,51 +59,79 @@ std::vector<fs::path> VoiceCatalogue::searchFolders() {
   return folders;
 }
 
+const std::deque<Voice>& VoiceCatalogue::voices() const {
+  const base::ScopedLock held(m_lock);
+  while (readNext() != nullptr) continue;
+  return m_voices;
+}
+
 const Voice* VoiceCatalogue::find(const VoiceSpec& spec) const {
-  const auto found = std::find_if(m_voices.begin(), m_voices.end(),
-                                  [&](const Voice& voice) { return sameVoice(voice.spec, spec); });
-  return found == m_voices.end() ? nullptr : &*found;
+  const base::ScopedLock held(m_lock);
+  if (const Voice* const found = findRead(spec)) return found;
+  while (const Voice* const voice = readNext()) {
+    if (sameVoice(voice->spec, spec)) return voice;
+  }
+  return nullptr;
 }
 
 const Voice* VoiceCatalogue::defaultVoice() const {
-  // The second prefix also matches en_US, but the first has found those already.
-  for (const std::string_view locale : {"en_US", "en_"}) {
-    const auto found = std::find_if(m_voices.begin(), m_voices.end(), [locale](const Voice& voice) {
-      return voice.description.gender == kMale && voice.locale.starts_with(locale);
-    });
-    if (found != m_voices.end()) return &*found;
+  const base::ScopedLock held(m_lock);
+  const Voice* english = nullptr;
+  for (std::size_t i = 0;; ++i) {
+    const Voice* const voice = i < m_voices.size() ? &m_voices[i] : readNext();
+    if (voice == nullptr) break;
+    if (voice->description.gender != kMale || voice->description.language != langEnglish) continue;
+    if (voice->locale == "en_US") return voice;
+    if (english == nullptr) english = voice;
   }
+  if (english != nullptr) return english;
   return m_voices.empty() ? nullptr : &m_voices.front();
 }
 
-void VoiceCatalogue::addFolder(const fs::path& folder, TrustedPaths& trusted) {
+void VoiceCatalogue::addFolder(const fs::path& folder) {
   std::error_code failure;
   std::vector<fs::path> bundles;
   for (const fs::path& entry : pathsIn(folder)) {
     if (entry.extension() == kBundleSuffix) bundles.push_back(fs::absolute(entry, failure));
   }
   if (bundles.empty()) return;
-  if (const auto reason = trusted.problemOf(folder)) {
+  if (const auto reason = m_trusted.problemOf(folder)) {
     writeMessage("The voices in " + folder.string() + " are skipped: " + *reason);
     return;
   }
-  for (const fs::path& bundle : bundles) addBundle(bundle, trusted);
+  m_bundles.insert(m_bundles.end(), bundles.begin(), bundles.end());
 }
 
-void VoiceCatalogue::addBundle(const fs::path& bundle, TrustedPaths& trusted) {
+const Voice* VoiceCatalogue::readNext() const {
+  while (m_read < m_bundles.size()) {
+    const Voice* const voice = readBundle(m_bundles[m_read]);
+    ++m_read;
+    if (voice != nullptr) return voice;
+  }
+  return nullptr;
+}
+
+const Voice* VoiceCatalogue::findRead(const VoiceSpec& spec) const {
+  const auto found = std::find_if(m_voices.begin(), m_voices.end(),
+                                  [&](const Voice& voice) { return sameVoice(voice.spec, spec); });
+  return found == m_voices.end() ? nullptr : &*found;
+}
+
+const Voice* VoiceCatalogue::readBundle(const fs::path& bundle) const {
   try {
-    Voice voice = readVoice(bundle, trusted);
-    if (const Voice* const earlier = find(voice.spec)) {
+    Voice voice = readVoice(bundle, m_trusted);
+    if (const Voice* const earlier = findRead(voice.spec)) {
       // In an earlier folder it replaces this voice on purpose; in the same folder it is a mistake.
       if (earlier->bundle.parent_path() == bundle.parent_path()) {
         reportSkipped(bundle,
                       "its VoiceCreator and VoiceID are those of " + earlier->bundle.string());
       }
-      return;
+      return nullptr;
     }
-    m_voices.push_back(std::move(voice));
+    return &m_voices.emplace_back(std::move(voice));
   } catch (const BundleError& reason) {
     reportSkipped(bundle, reason.what());
+    return nullptr;
   }
 }
 

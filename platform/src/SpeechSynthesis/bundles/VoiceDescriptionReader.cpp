@@ -20,6 +20,7 @@
 #include <pugixml.hpp>
 #include <unistd.h>
 
+#include "SpeechSynthesis/bundles/VoiceCodes.h"
 #include "base/text/MacRoman.h"
 #include "base/text/Utf8.h"
 
@@ -39,20 +40,21 @@ constexpr std::size_t kMostBytes = 65536;
 
 // No streams: these report a lack of memory as any other failure.
 std::string contentOf(const fs::path& file) {
-  std::string content(kMostBytes + 1, '\0');
+  std::array<char, 4096> block;
+  std::string content;
+  // Before the file is opened: appending must not throw.
+  content.reserve(kMostBytes + block.size());
   const int descriptor = ::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
   if (descriptor < 0) throwUnreadable(errno);
-  std::size_t size = 0;
   ssize_t count = 1;
-  while (count > 0 && size < content.size()) {
-    count = ::read(descriptor, content.data() + size, content.size() - size);
-    if (count > 0) size += static_cast<std::size_t>(count);
+  while (count > 0 && content.size() <= kMostBytes) {
+    count = ::read(descriptor, block.data(), block.size());
+    if (count > 0) content.append(block.data(), static_cast<std::size_t>(count));
   }
   const int error = errno;
   ::close(descriptor);
   if (count < 0) throwUnreadable(error);
-  content.resize(size);
-  if (size > kMostBytes) {
+  if (content.size() > kMostBytes) {
     throw BundleError("Info.plist is longer than " + std::to_string(kMostBytes) + " bytes");
   }
   return content;
@@ -161,65 +163,46 @@ SInt16 genderOf(const std::string& text) {
   throw BundleError("VoiceGender is not male, female or neuter");
 }
 
-struct LocaleCodes {
-  std::string_view locale;
-  SInt16 language;
-  SInt16 region;
-};
-
-// The platform's codes for languages and regions. Locales that are not listed have none.
-constexpr std::array<LocaleCodes, 17> kLocaleCodes = {{{"en_US", langEnglish, verUS},
-                                                       {"en_GB", langEnglish, verBritain},
-                                                       {"fr_FR", langFrench, verFrance},
-                                                       {"de_DE", langGerman, verGermany},
-                                                       {"it_IT", langItalian, verItaly},
-                                                       {"nl_NL", langDutch, verNetherlands},
-                                                       {"sv_SE", langSwedish, verSweden},
-                                                       {"es_ES", langSpanish, verSpain},
-                                                       {"da_DK", langDanish, verDenmark},
-                                                       {"pt_PT", langPortuguese, verPortugal},
-                                                       {"pt_BR", langPortuguese, verBrazil},
-                                                       {"nb_NO", langNorwegian, verNorway},
-                                                       {"fi_FI", langFinnish, verFinland},
-                                                       {"is_IS", langIcelandic, verIceland},
-                                                       {"en_AU", langEnglish, verAustralia},
-                                                       {"en_IE", langEnglish, verIreland},
-                                                       {"en_CA", langEnglish, verEngCanada}}};
-
-// Exactly two lower-case letters, "_", two upper-case letters: what VoiceLocale has room for.
-void checkLocale(const std::string& locale) {
-  const auto isLower = [](char c) { return c >= 'a' && c <= 'z'; };
-  const auto isUpper = [](char c) { return c >= 'A' && c <= 'Z'; };
-  if (locale.size() != 5 || !isLower(locale[0]) || !isLower(locale[1]) || locale[2] != '_' ||
-      !isUpper(locale[3]) || !isUpper(locale[4])) {
-    throw BundleError("VoiceLocaleIdentifier is not a locale such as en_US");
-  }
-}
-
-// -1 for both codes if the locale is not listed.
-LocaleCodes codesOf(std::string_view locale) {
-  for (const LocaleCodes& codes : kLocaleCodes) {
-    if (codes.locale == locale) return codes;
-  }
-  return {locale, -1, -1};
-}
-
-// Stores UTF-8 text as a Pascal string of Mac OS Roman. `room` includes the length byte. Bytes
-// after the characters are not changed.
-void storePascal(const std::string& text, unsigned char* destination, std::size_t room,
-                 const char* key) {
+// Stores UTF-8 text as a Pascal string of Mac OS Roman. `room` includes the length byte. Returns
+// false, and has stored nothing, if the text has too many characters or others than that.
+bool storeMacRoman(std::string_view text, unsigned char* destination, std::size_t room) {
+  std::array<unsigned char, 256> bytes{};
   std::size_t length = 0;
-  for (std::string_view rest = text; !rest.empty();) {
-    const base::Utf8Character character = base::firstCharacter(rest);
+  while (!text.empty()) {
+    const base::Utf8Character character = base::firstCharacter(text);
     const auto byte = character.length > 0 ? base::toMacRoman(character.code) : std::nullopt;
-    if (!byte || length + 1 == room) {
-      throw BundleError(std::string(key) + " is longer than " + std::to_string(room - 1) +
-                        " characters or not Mac OS Roman");
+    if (!byte || length + 1 == room) return false;
+    bytes[++length] = *byte;
+    text.remove_prefix(character.length);
+  }
+  bytes[0] = static_cast<unsigned char>(length);
+  std::copy_n(bytes.begin(), length + 1, destination);
+  return true;
+}
+
+void storeName(const std::string& name, Str63& destination) {
+  if (name.empty()) throw BundleError("VoiceName is empty");
+  if (!storeMacRoman(name, destination, sizeof destination)) {
+    throw BundleError("VoiceName is longer than 63 characters or not Mac OS Roman");
+  }
+}
+
+// In Mac OS Roman if that has every character, else in UTF-8 as far as whole characters fit.
+void storeDemoText(const std::string& text, Str255& destination) {
+  if (storeMacRoman(text, destination, sizeof destination)) return;
+  std::size_t characters = 0;
+  std::size_t length = 0;
+  for (std::string_view rest = text; !rest.empty(); ++characters) {
+    const base::Utf8Character character = base::firstCharacter(rest);
+    if (character.length == 0 || characters == sizeof destination - 1) {
+      throw BundleError("VoiceDemoText is longer than 255 characters or not UTF-8");
     }
-    destination[++length] = *byte;
     rest.remove_prefix(character.length);
+    const std::size_t end = text.size() - rest.size();
+    if (end < sizeof destination) length = end;
   }
   destination[0] = static_cast<unsigned char>(length);
+  std::copy_n(text.begin(), length, destination + 1);
 }
 
 }  // namespace
@@ -237,7 +220,9 @@ Voice readVoice(const fs::path& bundle, TrustedPaths& trusted) {
   Voice voice{};
   voice.bundle = bundle;
   voice.locale = list.text("VoiceLocaleIdentifier");
-  checkLocale(voice.locale);
+  if (!isLocale(voice.locale)) {
+    throw BundleError("VoiceLocaleIdentifier is not a locale such as en_US");
+  }
   voice.spec.creator = fourCharCode(list.text("VoiceCreator"), "VoiceCreator");
   voice.spec.id =
       static_cast<OSType>(list.number("VoiceID", 0, std::numeric_limits<OSType>::max()));
@@ -248,15 +233,12 @@ Voice readVoice(const fs::path& bundle, TrustedPaths& trusted) {
   description.voice = voice.spec;
   description.version =
       static_cast<SInt32>(list.optionalNumber("VoiceVersion", 0, kLargest).value_or(0));
-  const std::string name = list.text("VoiceName");
-  if (name.empty()) throw BundleError("VoiceName is empty");
-  storePascal(name, description.name, sizeof description.name, "VoiceName");
-  storePascal(list.optionalText("VoiceDemoText").value_or(""), description.comment,
-              sizeof description.comment, "VoiceDemoText");
+  storeName(list.text("VoiceName"), description.name);
+  storeDemoText(list.optionalText("VoiceDemoText").value_or(""), description.comment);
   description.gender = genderOf(list.text("VoiceGender"));
   description.age = static_cast<SInt16>(list.optionalNumber("VoiceAge", 0, 32767).value_or(0));
-  description.script = smRoman;
-  const LocaleCodes codes = codesOf(voice.locale);
+  const VoiceCodes codes = codesOf(voice.locale);
+  description.script = codes.script;
   description.language = codes.language;
   description.region = codes.region;
   return voice;

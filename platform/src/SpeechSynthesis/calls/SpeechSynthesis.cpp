@@ -12,6 +12,7 @@
 
 #include "SpeechSynthesis/bundles/Synthesizers.h"
 #include "SpeechSynthesis/bundles/VoiceCatalogue.h"
+#include "SpeechSynthesis/bundles/VoiceCodes.h"
 #include "SpeechSynthesis/calls/OnChannel.h"
 #include "SpeechSynthesis/calls/PhonemeSymbols.h"
 #include "SpeechSynthesis/calls/Results.h"
@@ -121,6 +122,13 @@ OSErr GetVoiceInfo(const VoiceSpec* voice, OSType selector, void* voiceInfo) {
       case soVoiceLocale: {
         // memcpy: a client's record may be unaligned.
         VoiceLocale locale{};
+        platform::shortLocaleOf(found->locale)
+            .copy(locale.identifier, sizeof locale.identifier - 1);
+        std::memcpy(voiceInfo, &locale, sizeof locale);
+        return noErr;
+      }
+      case soVoiceLocaleName: {
+        VoiceLocaleName locale{};
         found->locale.copy(locale.identifier, sizeof locale.identifier - 1);
         std::memcpy(voiceInfo, &locale, sizeof locale);
         return noErr;

@@ -144,6 +144,9 @@ TEST(VoiceFolder, IsRejectedWithTheInvalidLineOrKey) {
       {kVoice + "nonsense\n", "line 13: missing \"=\""},
       {kVoice + "unheard.of = 1\n", "line 13: unknown key \"unheard.of\""},
       {kVoice + "variant = m3\n", "line 13: duplicate key variant"},
+      {kVoice + "level = loud\n", "line 13: level is not a number"},
+      {kVoice + "level = 0\n", "line 13: level is out of range"},
+      {kVoice + "level = 2.1\n", "line 13: level is out of range"},
       {kVoice + "scripts =\n", "scripts is not a list of codes such as Latn"},
       {kVoice + "scripts = Latn cyrl\n", "scripts is not a list of codes such as Latn"},
       {kVoice + "scripts = Cyrillic\n", "scripts is not a list of codes such as Latn"},
@@ -226,6 +229,25 @@ TEST(VoiceFolder, ThatIsInvalidLeavesTheVoiceUnchanged) {
   EXPECT_EQ(kavrel_port_set_voice_from_dir(speaker.port(), folder.path("no").c_str()), nullptr);
   const auto events = speaker.speakAll(kProse);
   expectSame({events, readSamples(folder.path("out.aiff"))}, spoken(kProse, "de"));
+}
+
+// ---- Loudness
+
+TEST(VoiceLevel, IsAFactorOfTheSamples) {
+  const auto loudness = [](const std::string& lines, const std::string& text) {
+    const Folder folder;
+    folder.write(kFile, kVoice + lines);
+    Speaker speaker(folder.path("out.aiff"));
+    EXPECT_NE(kavrel_port_set_voice_from_dir(speaker.port(), folder.path().c_str()), nullptr);
+    speaker.speakAll(text);
+    const std::vector<std::int16_t> samples = readSamples(folder.path("out.aiff"));
+    return acoustics::level({samples});
+  };
+  const std::string half = "<prosody volume=\"50%\">" + std::string(kProse) + "</prosody>";
+  const double full = loudness("", kProse);
+  EXPECT_NEAR(loudness("level = 1\n", kProse), full, 0.05 * full);
+  EXPECT_NEAR(loudness("level = 0.4\n", kProse), 0.4 * full, 0.02 * full);
+  EXPECT_NEAR(loudness("level = 0.4\n", half), 0.2 * full, 0.01 * full);
 }
 
 // ---- When a voice takes effect

@@ -100,6 +100,63 @@ TEST_F(Bundles, HaveADescriptionInMacOSRoman) {
   EXPECT_EQ(pascalText(voice.description.comment), "Caf\x8E & cr\x8Fme.");
 }
 
+TEST_F(Bundles, HaveTheCodesOfTheirLocale) {
+  Dictionary dictionary = goodVoice(9);
+  dictionary["VoiceLocaleIdentifier"] = "<string>sr_Latn_RS</string>";
+  writeVoice("Test.SpeechVoice", dictionary);
+  const VoiceCatalogue catalogue({m_folder});
+  ASSERT_EQ(catalogue.voices().size(), 1U);
+  const VoiceDescription& description = catalogue.voices().front().description;
+  EXPECT_EQ(description.script, smRoman);
+  EXPECT_EQ(description.language, langSerbian);
+  EXPECT_EQ(description.region, -1);
+}
+
+TEST_F(Bundles, HaveADemoTextInUtf8IfMacOSRomanLacksACharacter) {
+  Dictionary dictionary = goodVoice(9);
+  dictionary["VoiceDemoText"] = "<string>Caf\xC3\xA9 \xD0\xB6.</string>";
+  writeVoice("Test.SpeechVoice", dictionary);
+  const VoiceCatalogue catalogue({m_folder});
+  ASSERT_EQ(catalogue.voices().size(), 1U);
+  EXPECT_EQ(pascalText(catalogue.voices().front().description.comment), "Caf\xC3\xA9 \xD0\xB6.");
+}
+
+// 127 letters of two bytes and one byte fit, not half of another letter.
+TEST_F(Bundles, HaveADemoTextThatIsCutAfterACharacter) {
+  std::string text;
+  for (int i = 0; i < 200; ++i) text += "\xD0\xB6";
+  Dictionary dictionary = goodVoice(9);
+  dictionary["VoiceDemoText"] = "<string>" + text + "</string>";
+  writeVoice("Test.SpeechVoice", dictionary);
+  const VoiceCatalogue catalogue({m_folder});
+  ASSERT_EQ(catalogue.voices().size(), 1U);
+  const VoiceDescription& description = catalogue.voices().front().description;
+  EXPECT_EQ(pascalText(description.comment), text.substr(0, 254));
+  EXPECT_EQ(description.comment[255], 0);
+}
+
+// So that a client that speaks at once does not wait for all of them.
+TEST_F(Bundles, AreReadUpToTheOneThatIsNeeded) {
+  Dictionary american = goodVoice(2);
+  american["VoiceGender"] = "<string>male</string>";
+  american["VoiceLocaleIdentifier"] = "<string>en_US</string>";
+  writeVoice("A.SpeechVoice", goodVoice(1));
+  writeVoice("B.SpeechVoice", american);
+  writeVoice("C.SpeechVoice", goodVoice(3));
+  write("D.SpeechVoice/Info.plist", "malformed");
+  const VoiceCatalogue catalogue({m_folder});
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(catalogue.defaultVoice()->spec.id, 2U);
+  EXPECT_EQ(catalogue.find({kCreator, 1})->spec.id, 1U);
+  // This would be malformed if it were read only now.
+  write("A.SpeechVoice/Info.plist", "malformed");
+  EXPECT_EQ(catalogue.find({kCreator, 3})->spec.id, 3U);
+  EXPECT_EQ(catalogue.defaultVoice(), &catalogue.voices()[1]);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(),
+            "Voice " + (m_folder / "D.SpeechVoice").native() +
+                " is skipped: Info.plist cannot be read: No document element found at byte 9.\n");
+}
+
 TEST_F(Bundles, MayKeepTheListUnderContents) {
   writeVoice("Test.SpeechVoice", goodVoice(9), "Contents/Info.plist");
   EXPECT_EQ(VoiceCatalogue({m_folder}).voices().size(), 1U);
@@ -140,6 +197,9 @@ TEST_F(Bundles, AreSkippedWithTheNameOfAnInvalidKey) {
       {"VoiceName", "<string>\xE4\xB8\x80</string>", "VoiceName is longer than 63"},
       {"VoiceDemoText", "<string>" + std::string(256, 'n') + "</string>",
        "VoiceDemoText is longer than 255"},
+      {"VoiceDemoText", "<string>\xD0\xB6\xFF</string>", "VoiceDemoText is longer than 255"},
+      {"VoiceDemoText", "<string>\xD0\xB6" + std::string(255, 'n') + "</string>",
+       "VoiceDemoText is longer than 255"},
       {"VoiceGender", "<string>robot</string>", "VoiceGender is not male, female or neuter"},
       {"VoiceLocaleIdentifier", "<string>english</string>", "VoiceLocaleIdentifier is not"}};
   for (const auto& row : table) {
@@ -158,8 +218,8 @@ TEST_F(Bundles, AreSkippedWhenTheListIsMalformed) {
   writeVoice("Good.SpeechVoice", goodVoice(9));
   testing::internal::CaptureStderr();
   const VoiceCatalogue catalogue({m_folder});
-  const std::string said = testing::internal::GetCapturedStderr();
   EXPECT_EQ(catalogue.voices().size(), 1U);
+  const std::string said = testing::internal::GetCapturedStderr();
   EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 5) << said;
   EXPECT_THAT(said, HasSubstr("Cut.SpeechVoice is skipped: Info.plist cannot be read"));
   EXPECT_THAT(said, HasSubstr("Empty.SpeechVoice is skipped: Info.plist cannot be read"));
@@ -182,11 +242,11 @@ TEST_F(Bundles, AreSkippedWhenTheListIsLongerThan64KiB) {
   ASSERT_EQ(::mkfifo((m_folder / "Pipe.SpeechVoice/Info.plist").c_str(), 0644), 0);
   testing::internal::CaptureStderr();
   const VoiceCatalogue catalogue({m_folder});
+  ASSERT_EQ(catalogue.voices().size(), 1U);
   EXPECT_EQ(testing::internal::GetCapturedStderr(),
             "Voice " + (m_folder / "Longer.SpeechVoice").native() +
                 " is skipped: Info.plist is longer than 65536 bytes.\nVoice " +
                 (m_folder / "Pipe.SpeechVoice").native() + " is skipped: it has no Info.plist.\n");
-  ASSERT_EQ(catalogue.voices().size(), 1U);
   EXPECT_EQ(catalogue.voices().front().bundle, m_folder / "Long.SpeechVoice");
 }
 
@@ -215,6 +275,7 @@ TEST_F(Bundles, AreSkippedWhenOthersCanChangeThem) {
   }
   testing::internal::CaptureStderr();
   const VoiceCatalogue catalogue({m_folder}, platform::TrustedPaths("/"));
+  ASSERT_EQ(catalogue.voices().size(), 1U);
   const std::string in = m_folder.native();
   EXPECT_EQ(testing::internal::GetCapturedStderr(),
             "Voice " + in + "/File.SpeechVoice is skipped: everybody can write to " + in +
@@ -223,7 +284,6 @@ TEST_F(Bundles, AreSkippedWhenOthersCanChangeThem) {
                 "/Folder.SpeechVoice.\n" + "Voice " + in +
                 "/Linked.SpeechVoice is skipped: everybody can write to " + in +
                 "/elsewhere/Info.plist.\n");
-  ASSERT_EQ(catalogue.voices().size(), 1U);
   EXPECT_EQ(catalogue.voices().front().bundle, m_folder / "Good.SpeechVoice");
 }
 
@@ -270,8 +330,8 @@ TEST_F(Bundles, ReplaceThoseOfLaterFoldersSilently) {
   writeVoice("late/Theirs.SpeechVoice", goodVoice(1));
   testing::internal::CaptureStderr();
   const VoiceCatalogue catalogue({m_folder / "early", m_folder / "late"});
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
   ASSERT_EQ(catalogue.voices().size(), 1U);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
   EXPECT_EQ(catalogue.voices().front().bundle, m_folder / "early/Mine.SpeechVoice");
 }
 
@@ -280,10 +340,10 @@ TEST_F(Bundles, AreReportedWhenTwoInOneFolderHaveOneIdentifier) {
   writeVoice("B.SpeechVoice", goodVoice(1));
   testing::internal::CaptureStderr();
   const VoiceCatalogue catalogue({m_folder});
+  EXPECT_EQ(catalogue.voices().size(), 1U);
   EXPECT_THAT(testing::internal::GetCapturedStderr(),
               HasSubstr("B.SpeechVoice is skipped: its VoiceCreator and VoiceID are those of " +
                         (m_folder / "A.SpeechVoice").native()));
-  EXPECT_EQ(catalogue.voices().size(), 1U);
 }
 
 TEST_F(Bundles, DefaultToTheFirstAmericanManElseTheFirstEnglishVoice) {
@@ -311,8 +371,8 @@ TEST_F(Bundles, DefaultToTheFirstAmericanManElseTheFirstEnglishVoice) {
 TEST(VoiceCatalogue, ReadsTheVoicesOfTheProject) {
   testing::internal::CaptureStderr();
   const VoiceCatalogue catalogue({VOICES_DIR});
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
   EXPECT_FALSE(catalogue.voices().empty());
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
   for (const Voice& voice : catalogue.voices()) {
     EXPECT_EQ(voice.bundle.stem(), pascalText(voice.description.name));
     EXPECT_TRUE(fs::exists(voice.bundle / "kavrel.voice"));
