@@ -6,7 +6,9 @@
 // All languages, by the tests that are called Full; a few of them by the others.
 #include <algorithm>
 #include <cstdint>
+#include <fstream>
 #include <iterator>
+#include <set>
 #include <sstream>
 #include <string>
 #include <string_view>
@@ -135,6 +137,21 @@ TEST_P(FullSpokenSample, HasALanguageWhoseInputsAreListed) {
       phone.pop_back();
     }
     EXPECT_EQ(soundOf(phone, stress, language), input.substr(equals + 1)) << input;
+  }
+}
+
+// The names in tests/unit/engine/text/phone_events.tsv, all of whose phones a unit test checks.
+std::set<std::string> listedEvents() {
+  std::set<std::string> listed = {"\x01"};  // written as its code there
+  std::ifstream file(KAVREL_PHONE_EVENTS);
+  for (std::string line; std::getline(file, line);) listed.insert(line.substr(0, line.find('\t')));
+  return listed;
+}
+
+TEST_P(FullSpokenSample, HasALanguageWhoseEventsAreListed) {
+  const std::set<std::string> listed = listedEvents();
+  for (const std::string& name : phone_lists::eventNames(GetParam())) {
+    EXPECT_TRUE(listed.contains(name)) << name;
   }
 }
 
