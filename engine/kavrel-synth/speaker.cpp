@@ -86,9 +86,9 @@ bool hasVariant(std::string_view voice) {
 protocol::Ready::Status start(const std::string& voice) {
   using Status = protocol::Ready::Status;
   // Without DONT_EXIT, espeak-ng ends the process if its data is missing.
-  const int rate =
-      espeak_Initialize(AUDIO_OUTPUT_SYNCHRONOUS, kBlockMilliseconds, KAVREL_SPEECH_DATA_DIR,
-                        espeakINITIALIZE_PHONEME_EVENTS | espeakINITIALIZE_DONT_EXIT);
+  const int rate = espeak_Initialize(
+      AUDIO_OUTPUT_SYNCHRONOUS, kBlockMilliseconds, KAVREL_SPEECH_DATA_DIR,
+      espeakINITIALIZE_PHONEME_EVENTS | espeakINITIALIZE_PHONEME_IPA | espeakINITIALIZE_DONT_EXIT);
   if (rate < 0) return Status::NoData;
   if (rate != kSampleRate) return Status::OtherRate;
   espeak_SetSynthCallback(&onSynthesis);

@@ -63,7 +63,7 @@ void SegmentBuilder::addCall(const Step& step, SynthAudio&& audio) {
     if (event.mark > 0) {
       reachMarks(step, event.mark, event.sample);
     } else {
-      addPhones(event.phone, event.sample);
+      addPhones(event);
     }
   }
   m_segment.samples = std::move(audio).takeSamples();
@@ -105,17 +105,21 @@ void SegmentBuilder::reach(const Item& item, std::uint64_t sample) {
       {sample, KAVREL_EVENT_WORD, item.start, item.length, item.name, true, false});
 }
 
-// A phone event becomes no, one or several phones. Some events only switch the language.
-void SegmentBuilder::addPhones(std::string_view name, std::uint64_t sample) {
-  if (const std::string_view language = languageOfEvent(name); !language.empty()) {
+// A phone event becomes no, one or several phones. Some events only switch the language. Without a
+// name it is a pause, or its time belongs to the phone before.
+void SegmentBuilder::addPhones(const SynthAudio::Event& event) {
+  if (event.silence == SynthAudio::Silence::Pause) addPhone(kPause, event.sample);
+  if (event.phone.empty()) return;
+  if (const std::string_view language = languageOfEvent(event.phone); !language.empty()) {
     m_phoneLanguage = language;
     return;
   }
-  if (!isKnownEvent(name, m_phoneLanguage)) {
-    KAVREL_DIAG("SegmentBuilder", "Unknown phone event \"%.*s\" in language %s.",
-                static_cast<int>(name.size()), name.data(), m_phoneLanguage.c_str());
+  if (!isKnownEvent(event.phone)) {
+    KAVREL_DIAG("SegmentBuilder", "Unknown phone event \"%s\".", event.phone.c_str());
   }
-  for (const std::string_view phone : phonesOfEvent(name, m_phoneLanguage)) addPhone(phone, sample);
+  for (const std::string_view phone : phonesOfEvent(event.phone, m_phoneLanguage)) {
+    addPhone(phone, event.sample);
+  }
 }
 
 void SegmentBuilder::addPhone(std::string_view name, std::uint64_t sample) {

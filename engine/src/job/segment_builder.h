@@ -31,7 +31,7 @@ class SegmentBuilder {
   // Adds the events of the call's marks, up to number `upTo`, that have not been reached yet.
   void reachMarks(const Step& step, int upTo, std::uint64_t sample);
   void reach(const Item& item, std::uint64_t sample);
-  void addPhones(std::string_view name, std::uint64_t sample);
+  void addPhones(const SynthAudio::Event& event);
   void addPhone(std::string_view name, std::uint64_t sample);
   void addBoundary(bool endsSentence);
 

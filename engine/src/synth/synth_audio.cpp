@@ -7,6 +7,7 @@
 #include <limits>
 #include <utility>
 
+#include "sample_rate.h"
 #include "synth/late_marks.h"
 #include "synth/time_scale.h"
 
@@ -17,6 +18,13 @@ namespace {
 // A change of volume is a linear fade of this many samples (5 ms), centred on its mark: a step
 // would be heard as a click.
 constexpr std::uint64_t kFade = 110;
+// A phone without a name is a silence if no sample in its middle half is louder. Some variants of
+// voices have an echo that can be heard in a pause; it stays below 1800. The sounds without a name
+// are louder than 4900.
+constexpr int kSilenceLevel = 3000;
+// The shortest silence that is a pause: 50 ms. The synthesiser puts shorter ones between sounds and
+// at word boundaries.
+constexpr std::uint64_t kShortestPause = 50 * kSampleRate / 1000;
 // Amplified samples above this value are soft-clipped.
 constexpr double kSoftLimit = 24000;
 constexpr double kHardLimit = std::numeric_limits<std::int16_t>::max();
@@ -60,6 +68,7 @@ void SynthAudio::addSamples(std::vector<std::int16_t>&& samples) {
 
 void SynthAudio::adjust(std::span<const Adjustment> adjustments) {
   orderEvents();
+  findSilences();
   resizePauses(adjustments);
   applySpeeds(adjustments);
   applyVolumes(adjustments);
@@ -72,6 +81,28 @@ void SynthAudio::orderEvents() {
   for (Event& event : m_events) {
     event.sample = earliest = std::clamp<std::uint64_t>(event.sample, earliest, m_samples.size());
   }
+}
+
+// A silence ends at the next phone, or at the mark of the next word: what is silent after that is
+// the closure of the word's first stop.
+void SynthAudio::findSilences() {
+  for (auto event = m_events.begin(); event != m_events.end(); ++event) {
+    if (event->mark > 0 || !event->phone.empty()) continue;
+    const auto next = std::find_if(std::next(event), m_events.end(), [event](const Event& each) {
+      return each.mark == 0 || each.sample > event->sample;
+    });
+    const std::uint64_t end = next != m_events.end() ? next->sample : m_samples.size();
+    if (!isSilent(event->sample, end)) continue;
+    event->silence = end - event->sample < kShortestPause ? Silence::Short : Silence::Pause;
+  }
+}
+
+// Sounds on both sides fade into a silence, so only the middle half counts.
+bool SynthAudio::isSilent(std::uint64_t begin, std::uint64_t end) const {
+  const auto quarter = static_cast<std::ptrdiff_t>((end - begin) / 4);
+  const auto first = m_samples.begin() + static_cast<std::ptrdiff_t>(begin) + quarter;
+  const auto last = m_samples.begin() + static_cast<std::ptrdiff_t>(end) - quarter;
+  return std::all_of(first, last, [](int sample) { return std::abs(sample) <= kSilenceLevel; });
 }
 
 // Events move with the samples that they belong to.
@@ -149,8 +180,8 @@ void SynthAudio::addInnerMarks(std::span<const InnerMark> marks) {
   std::ranges::stable_sort(m_events, {}, &Event::sample);
 }
 
-// Finds the pauses, from a phone that is silence ("_…") to the next that is not, each with the
-// factor in force where it begins.
+// Finds the pauses, from a silence to the next sound, each with the factor in force where it
+// begins.
 std::vector<SynthAudio::Pause> SynthAudio::pauses(std::span<const Adjustment> adjustments) const {
   std::vector<Pause> found;
   auto next = adjustments.begin();
@@ -161,7 +192,7 @@ std::vector<SynthAudio::Pause> SynthAudio::pauses(std::span<const Adjustment> ad
     mark = std::max(mark, event.mark);
     for (; next != adjustments.end() && next->mark <= mark; ++next) factor = next->pauses;
     if (event.mark > 0) continue;
-    const bool pause = event.phone.starts_with('_');
+    const bool pause = event.silence != Silence::None;
     if (pause && !silent) found.push_back({event.sample, m_samples.size(), factor});
     if (!pause && silent) found.back().end = event.sample;
     silent = pause;

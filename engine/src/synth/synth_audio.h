@@ -19,10 +19,19 @@ namespace kavrel {
 
 class SynthAudio {
  public:
+  // What is heard from a phone to the next event. The synthesiser names no phone that has no sound
+  // of its own: its pauses of all kinds, and short transitions between two phones.
+  enum class Silence : std::uint8_t {
+    None,   // sound
+    Short,  // silence of less than 50 ms, between sounds or at the end of a call
+    Pause,
+  };
+
   struct Event {
     int mark = 0;       // number of the mark, from 1; 0 for a phone
-    std::string phone;  // the synthesiser's name; empty for a mark
+    std::string phone;  // the synthesiser's name, in IPA, or empty; empty for a mark
     std::uint64_t sample = 0;
+    Silence silence = Silence::None;  // of a phone without a name; set by adjust()
 
     bool operator==(const Event&) const = default;
   };
@@ -64,8 +73,9 @@ class SynthAudio {
   void addPhone(std::string_view name, std::int64_t sample);
   void addSamples(std::vector<std::int16_t>&& samples);
 
-  // Applies `adjustments`, which are in order of their marks, and moves the events accordingly.
-  // Samples that would be too loud are soft-clipped. Called once, after the last block.
+  // Tells silences from sounds, applies `adjustments`, which are in order of their marks, and moves
+  // the events accordingly. Samples that would be too loud are soft-clipped. Called once, after the
+  // last block.
   void adjust(std::span<const Adjustment> adjustments);
 
   // Gives each mark that is reported late to the word that begins there. `marked`: what follows
@@ -93,6 +103,8 @@ class SynthAudio {
 
   void add(Event event, std::int64_t sample);
   void orderEvents();
+  void findSilences();
+  bool isSilent(std::uint64_t begin, std::uint64_t end) const;
   std::vector<Pause> pauses(std::span<const Adjustment> adjustments) const;
   void resizePauses(std::span<const Adjustment> adjustments);
   void applySpeeds(std::span<const Adjustment> adjustments);

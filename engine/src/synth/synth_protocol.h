@@ -73,9 +73,11 @@ struct Ready {
 
 // A mark that was reached, or a phone that begins.
 struct Event {
-  std::uint32_t sample = 0;    // from the start of the call
-  std::int32_t mark = 0;       // from 1; 0 for a phone
-  std::array<char, 8> name{};  // of the phone, padded with NUL; all NUL for a mark
+  std::uint32_t sample = 0;  // from the start of the call
+  std::int32_t mark = 0;     // from 1; 0 for a phone
+  // Of the phone, in IPA, padded with NUL: empty for a phone without a sound of its own. All NUL
+  // for a mark.
+  std::array<char, 8> name{};
 
   std::string_view nameText() const;
 };

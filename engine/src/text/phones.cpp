@@ -5,6 +5,8 @@
 #include <array>
 #include <optional>
 
+#include "text/phone_inputs.h"
+
 namespace kavrel {
 
 namespace {
@@ -37,41 +39,42 @@ constexpr auto kPhones = std::to_array<PhoneRow>({
 // Bytes of the longest name in kPhones.
 constexpr std::size_t kLongestName = 3;
 
-// Vowels that languages lack, and the nearest ones that they have: the synthesiser silently omits
-// names that it does not know. `languages`: two-letter codes; the first row that matches applies.
-struct InputRow {
-  std::string_view languages;
-  std::string_view name;
-  std::string_view sound;
-};
-
-constexpr auto kForeignInput = std::to_array<InputRow>({
-    {"da de es fi fr it nb nl pt sv", "ah", "@"},
-    {"es", "ih", "i"},
-    {"da de fi fr it nb nl pt sv", "ih", "I"},
-    {"es fi fr it", "aa", "a"},
-    {"fi", "ao", "o"},
-    {"fi", "eh", "e"},
-    {"fi", "ey", "ei"},
-    {"fi", "oy", "oi"},
-    {"es it", "oy", "oI"},
-    {"da fr nl", "uh", "u"},
-    {"da fr", "aw", "a|u"},
-    {"nl", "aw", "VU"},
-    {"da nl", "ow", "o|u"},
-});
-
 const PhoneRow* findPhone(std::string_view name) {
   const auto row = std::ranges::find(kPhones, name, &PhoneRow::name);
   return row != kPhones.end() ? &*row : nullptr;
 }
 
-// Returns the synthesiser's name for a phone.
-std::string_view soundOf(const PhoneRow& row, int stress, std::string_view language) {
-  for (const InputRow& foreign : kForeignInput) {
-    if (foreign.name == row.name && isOneOf(language, foreign.languages)) return foreign.sound;
-  }
+std::string_view usualSound(const PhoneRow& row, int stress) {
   return stress == 1 ? row.stressed : row.unstressed;
+}
+
+// Returns what kPhoneInputs has for a language, else for the language that its name begins with.
+std::string_view inputsFor(std::string_view language) {
+  for (const std::string_view name : {language, language.substr(0, language.find('-'))}) {
+    const auto row = std::ranges::find(kPhoneInputs, name, &PhoneInputs::language);
+    if (row != kPhoneInputs.end()) return row->sounds;
+  }
+  return {};
+}
+
+// Returns the sound after "NAME=" in a list of inputs; an empty view if it is not there.
+std::string_view soundIn(std::string_view inputs, std::string_view name) {
+  while (!inputs.empty()) {
+    const std::string_view entry = inputs.substr(0, inputs.find(' '));
+    if (entry.starts_with(name) && entry.substr(name.size()).starts_with('=')) {
+      return entry.substr(name.size() + 1);
+    }
+    inputs.remove_prefix(std::min(inputs.size(), entry.size() + 1));
+  }
+  return {};
+}
+
+// Returns the synthesiser's name for a phone in a language with these inputs.
+std::string_view soundOf(const PhoneRow& row, int stress, std::string_view inputs) {
+  std::string name(row.name);
+  if (row.vowel) name += stress == 1 ? '1' : '0';
+  const std::string_view own = soundIn(inputs, name);
+  return own.empty() ? usualSound(row, stress) : own;
 }
 
 bool isBlank(char c) {
@@ -131,23 +134,24 @@ PhoneText readPhones(std::string_view text) {
   return read;
 }
 
-bool isOneOf(std::string_view language, std::string_view languages) {
-  const std::size_t at = languages.find(language.substr(0, 2));
-  return language.size() >= 2 && at != std::string_view::npos;
-}
-
 bool isVowel(std::string_view phone) {
   const PhoneRow* row = findPhone(phone);
   return row != nullptr && row->vowel;
 }
 
+std::string_view usualInput(std::string_view phone, int stress) {
+  const PhoneRow* row = findPhone(phone);
+  return row != nullptr ? usualSound(*row, stress) : std::string_view();
+}
+
 // "|" keeps two names apart that would else be read as one; "'" and "%" precede a vowel's stress.
 std::string synthesiserInput(std::span<const Phone> phones, std::string_view language) {
+  const std::string_view inputs = inputsFor(language);
   std::string input;
   for (const Phone& phone : phones) {
     const PhoneRow* row = findPhone(phone.name);
     if (row == nullptr) continue;
-    const std::string_view sound = soundOf(*row, phone.stress, language);
+    const std::string_view sound = soundOf(*row, phone.stress, inputs);
     if (sound.empty()) continue;
     if (!input.empty()) input += '|';
     if (row->vowel && phone.stress >= 0) input += phone.stress == 1 ? '\'' : '%';

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -47,22 +48,86 @@ TEST(SynthAudio, KeepsEventsInOrderAndInsideTheSound) {
   EXPECT_EQ(positions(audio), (Positions{0, 700, 700, 1000}));
 }
 
+// The third phone has no name either, but sound.
+TEST(SynthAudio, TellsSilencesFromSounds) {
+  using Silence = SynthAudio::Silence;
+  SynthAudio audio;
+  audio.addPhone("", 0);
+  audio.addPhone("a", 1000);
+  audio.addPhone("", 3000);
+  audio.addPhone("", 5000);
+  audio.addMark(1, 5500);
+  audio.addPhone("", 6101);
+  audio.addPhone("b", 7202);
+  audio.addPhone("", 8000);
+  std::vector<std::int16_t> samples = tone(8000);
+  for (std::size_t at = 0; at < 1000; ++at) samples[at] = 0;
+  for (std::size_t at = 5000; at < 7202; ++at) samples[at] = 1800;
+  audio.addSamples(std::move(samples));
+  audio.adjust({});
+  std::vector<Silence> found;
+  for (const SynthAudio::Event& event : audio.events()) found.push_back(event.silence);
+  EXPECT_EQ(found,
+            (std::vector<Silence>{Silence::Short, Silence::None, Silence::None, Silence::Short,
+                                  Silence::None, Silence::Short, Silence::None, Silence::Short}));
+}
+
+TEST(SynthAudio, TakesSilencesOfFiftyMillisecondsForPauses) {
+  for (const int length : {1101, 1102, 1103}) {
+    SynthAudio audio;
+    audio.addPhone("", 0);
+    audio.addPhone("a", length);
+    audio.addSamples(std::vector<std::int16_t>(3000, 0));
+    audio.adjust({});
+    EXPECT_EQ(audio.events()[0].silence == SynthAudio::Silence::Pause, length >= 1102) << length;
+  }
+}
+
+// A mark at the start of a pause belongs to the pause; a later one is the next word.
+TEST(SynthAudio, EndsASilenceAtTheNextWord) {
+  using Silence = SynthAudio::Silence;
+  for (const auto& [mark, silence] : {std::pair{0, Silence::Pause},
+                                      {1, Silence::Short},
+                                      {1101, Silence::Short},
+                                      {1102, Silence::Pause}}) {
+    SynthAudio audio;
+    audio.addPhone("", 0);
+    audio.addMark(1, mark);
+    audio.addPhone("k", 1500);
+    audio.addSamples(std::vector<std::int16_t>(3000, 0));
+    audio.adjust({});
+    EXPECT_EQ(audio.events()[0].silence, silence) << mark;
+  }
+}
+
 TEST(SynthAudio, MakesPausesLongerAndShorter) {
   for (const double factor : {0.5, 3.0}) {
     SynthAudio audio;
     audio.addMark(1, 0);
     audio.addPhone("a", 0);
-    audio.addPhone("_:", 1000);
-    audio.addPhone("_", 1200);
+    audio.addPhone("", 1000);
+    audio.addPhone("", 1200);
     audio.addMark(2, 1400);
     audio.addPhone("b", 1400);
-    audio.addSamples(tone(2000));
+    std::vector<std::int16_t> samples = tone(2000);
+    std::fill(samples.begin() + 1000, samples.begin() + 1400, std::int16_t{0});
+    audio.addSamples(std::move(samples));
     audio.adjust(std::vector<SynthAudio::Adjustment>{{0, 100, factor, 1}});
     const auto pause = static_cast<std::uint64_t>(400 * factor);
     EXPECT_EQ(audio.samples().size(), 1600 + pause);
     EXPECT_EQ(positions(audio),
               (Positions{0, 0, 1000, 1000 + pause / 2, 1000 + pause, 1000 + pause}));
   }
+}
+
+TEST(SynthAudio, KeepsSoundsWithoutANameAsTheyAre) {
+  SynthAudio audio;
+  audio.addPhone("a", 0);
+  audio.addPhone("", 1000);
+  audio.addPhone("b", 1400);
+  audio.addSamples(tone(2000));
+  audio.adjust(std::vector<SynthAudio::Adjustment>{{0, 100, 3, 1}});
+  EXPECT_EQ(audio.samples(), tone(2000));
 }
 
 TEST(SynthAudio, AppliesVolumesFromTheirMarksOn) {

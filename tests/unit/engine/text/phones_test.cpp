@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Phone names: from the synthesiser's events, and to its input.
+// Phone names: as they are written, and to the synthesiser's input.
 #include "text/phones.h"
 
 #include <set>
@@ -14,11 +14,6 @@ namespace {
 
 using Names = std::vector<std::string>;
 
-Names ofEvent(std::string_view event) {
-  const auto phones = phonesOfEvent(event);
-  return {phones.begin(), phones.end()};
-}
-
 std::vector<Phone> phonesOf(std::string_view text) {
   return readPhones(text).phones;
 }
@@ -30,40 +25,6 @@ std::string input(std::string_view text) {
 constexpr const char* kNames =
     "pau ae ey ao ah i eh ih ay aa uw uh ow aw oy b ch d dh f g h jh k l m n ng p r s sh t th v w "
     "j z zh .";
-
-TEST(PhonesOfEvents, AreNamedAfterTheirSound) {
-  const std::pair<const char*, Names> rows[] = {
-      {"a", {"ae"}},       {"@", {"ah"}},       {"V", {"ah"}},
-      {"tS", {"ch"}},      {"D", {"dh"}},       {"t#", {"t"}},
-      {"?", {"t"}},        {"N", {"ng"}},       {"b", {"b"}},
-      {"_:", {"pau"}},     {"_", {"pau"}},      {"3:", {"ah", "r"}},
-      {"@L", {"ah", "l"}}, {"i@3", {"i", "r"}}, {"aI3", {"ay", "ah", "r"}},
-      {"O~", {"ao", "n"}}, {"i:", {"i"}},       {"I2", {"ih"}},
-      {"u:", {"uw"}},      {"U@", {"uh", "r"}},
-  };
-  for (const auto& [event, names] : rows) EXPECT_EQ(ofEvent(event), names) << event;
-}
-
-TEST(PhonesOfEvents, AreEmptyForWhatHasNoSound) {
-  for (const char* event : {";", "_!", "_|"}) EXPECT_EQ(ofEvent(event), Names{}) << event;
-}
-
-TEST(PhonesOfEvents, UseTheNearestNameWhenUnknown) {
-  EXPECT_EQ(ofEvent("tS;"), Names{"ch"});
-  EXPECT_EQ(ofEvent("E#2"), Names{"eh"});
-  EXPECT_EQ(ofEvent("R"), Names{"r"});
-  EXPECT_EQ(ofEvent("#X1"), Names{"pau"});
-  EXPECT_EQ(ofEvent(""), Names{"pau"});
-  EXPECT_EQ(ofEvent("\xFF"), Names{"pau"});
-}
-
-TEST(PhonesOfEvents, AreAllNamesThatCanBeRead) {
-  for (int c = 1; c < 256; ++c) {
-    for (const std::string& name : ofEvent(std::string(1, static_cast<char>(c)))) {
-      EXPECT_EQ(phonesOf(name), (std::vector<Phone>{{name, -1}}));
-    }
-  }
-}
 
 TEST(ReadPhones, ReadsEveryName) {
   const PhoneText read = readPhones(kNames);
@@ -122,12 +83,28 @@ TEST(SynthesiserInput, JoinsAndStresses) {
   EXPECT_EQ(input("ch jh sh zh th dh ng j"), "tS|dZ|S|Z|T|D|N|j");
 }
 
-TEST(SynthesiserInput, UsesTheNearestVowelOfALanguage) {
+TEST(SynthesiserInput, UsesTheNearestSoundOfALanguage) {
   const std::vector<Phone> phones = phonesOf("ah1 aa1 uh1");
   EXPECT_EQ(synthesiserInput(phones, "en-us"), "'V|'A:|'U");
   EXPECT_EQ(synthesiserInput(phones, "de"), "'@|'A:|'U");
   EXPECT_EQ(synthesiserInput(phones, "pt-br"), "'@|'A:|'U");
-  EXPECT_EQ(synthesiserInput(phones, "fr"), "'@|'a|'u");
+  EXPECT_EQ(synthesiserInput(phones, "it"), "'@|'a|'U");
+  EXPECT_EQ(synthesiserInput(phones, "eo"), "'@|'a|'u");
+}
+
+TEST(SynthesiserInput, OfALanguageThatIsNotOfferedIsThatOfItsFirstPart) {
+  const std::vector<Phone> phones = phonesOf("ah1 aa1 uh1");
+  EXPECT_EQ(synthesiserInput(phones, "it-ch"), synthesiserInput(phones, "it"));
+  EXPECT_EQ(synthesiserInput(phones, "tlh"), "'V|'A:|'U");
+  EXPECT_EQ(synthesiserInput(phones, ""), "'V|'A:|'U");
+}
+
+TEST(SynthesiserInput, IsUsualWithoutALanguage) {
+  EXPECT_EQ(usualInput("ah", 1), "V");
+  EXPECT_EQ(usualInput("ah", 0), "@");
+  EXPECT_EQ(usualInput("ch", -1), "tS");
+  EXPECT_EQ(usualInput(".", -1), "");
+  EXPECT_EQ(usualInput("qq", -1), "");
 }
 
 TEST(SynthesiserInput, OmitsWhatHasNoSound) {
@@ -136,14 +113,6 @@ TEST(SynthesiserInput, OmitsWhatHasNoSound) {
   EXPECT_EQ(synthesiserInput({}), "");
   const std::vector<Phone> unknown = {{"qq", -1}, {"b", -1}};
   EXPECT_EQ(synthesiserInput(unknown), "b");
-}
-
-// Phones given to the synthesiser come back under the same names in its events.
-TEST(SynthesiserInput, ComesBackUnderTheSameName) {
-  for (const Phone& phone : phonesOf(kNames)) {
-    if (phone.name == ".") continue;
-    EXPECT_EQ(ofEvent(synthesiserInput(std::span(&phone, 1))), Names{phone.name});
-  }
 }
 
 TEST(Phones, RecognisesVowels) {
