@@ -5,8 +5,13 @@
 #include "SpeechSynthesis/bundles/VoiceCatalogue.h"
 
 #include <algorithm>
+#include <atomic>
+#include <memory>
+#include <new>
 #include <system_error>
 #include <utility>
+
+#include <pthread.h>
 
 #include "SpeechSynthesis/bundles/SearchPaths.h"
 #include "SpeechSynthesis/bundles/VoiceDescriptionReader.h"
@@ -27,6 +32,9 @@ void reportSkipped(const fs::path& bundle, const std::string& reason) {
   writeMessage("Voice " + bundle.string() + " is skipped: " + reason);
 }
 
+// What shared() returns.
+std::atomic<const VoiceCatalogue*> g_shared = nullptr;
+
 }  // namespace
 
 VoiceCatalogue::VoiceCatalogue(const std::vector<fs::path>& folders, TrustedPaths trusted)
@@ -35,10 +43,25 @@ VoiceCatalogue::VoiceCatalogue(const std::vector<fs::path>& folders, TrustedPath
   for (const fs::path& folder : folders) addFolder(folder);
 }
 
+// A fork waits for a thread that reads bundles: the child could else never take the lock.
 const VoiceCatalogue& VoiceCatalogue::shared() {
   // Never destroyed: channels may still speak while static objects are destroyed.
-  static const auto* const catalogue = new VoiceCatalogue(searchFolders());
+  static const VoiceCatalogue* const catalogue = [] {
+    auto made = std::make_unique<const VoiceCatalogue>(searchFolders());
+    // Before the handlers, which need it, can be called.
+    g_shared = made.get();
+    if (pthread_atfork(lockShared, unlockShared, unlockShared) != 0) throw std::bad_alloc();
+    return made.release();
+  }();
   return *catalogue;
+}
+
+void VoiceCatalogue::lockShared() {
+  g_shared.load()->m_lock.lock();
+}
+
+void VoiceCatalogue::unlockShared() {
+  g_shared.load()->m_lock.unlock();
 }
 
 std::vector<fs::path> VoiceCatalogue::searchFolders() {

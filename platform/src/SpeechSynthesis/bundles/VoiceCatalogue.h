@@ -79,6 +79,9 @@ class VoiceCatalogue {
   const Voice* readNext() const REQUIRES(m_lock);
   const Voice* readBundle(const std::filesystem::path& bundle) const REQUIRES(m_lock);
   const Voice* findRead(const VoiceSpec& spec) const REQUIRES(m_lock);
+  // Before and after a fork.
+  static void lockShared() NO_THREAD_SAFETY_ANALYSIS;
+  static void unlockShared() NO_THREAD_SAFETY_ANALYSIS;
 
   mutable base::Mutex m_lock;
   mutable TrustedPaths m_trusted GUARDED_BY(m_lock);

@@ -12,6 +12,8 @@
 
 #include <gtest/gtest.h>
 
+#include "synth/voice_cache.h"
+
 using kavrel::SegmentBuilder;
 using kavrel::SynthAudio;
 
@@ -39,7 +41,8 @@ std::string reported(const std::vector<PhoneEvent>& events) {
   kavrel::Step step;
   step.kind = kavrel::Step::Kind::Call;
   step.sentence = std::make_shared<const kavrel::Sentence>();
-  SegmentBuilder builder("en-us");
+  step.call.voice = &kavrel::defaultVoice();
+  SegmentBuilder builder;
   std::string phones;
   for (const kavrel::TimedEvent& event : builder.build(step, std::move(audio)).events) {
     if (event.type != KAVREL_EVENT_PHONEME) continue;
