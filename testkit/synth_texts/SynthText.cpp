@@ -4,7 +4,6 @@
 #include <fstream>
 #include <iterator>
 
-
 namespace synth_texts {
 
 std::optional<SynthText> readFile(const std::filesystem::path& file) {

@@ -56,7 +56,7 @@ expect() {
   [[ $1 == "$2" ]] || fail "expected \"$1\", not \"$2\""
 }
 
-expect Maren "$(complete_in_bash kavrel-say -v Mar)"
+expect Maren "$(complete_in_bash kavrel-say -v Mare)"
 expect --voice "$(complete_in_bash kavrel-say --vo)"
 expect WAVE "$(complete_in_bash kavrel-say --file-format = WA)"
 expect characters "$(complete_in_bash kavrel-say --positions ch)"
@@ -73,7 +73,7 @@ complete_in_fish() {
   fish --no-config -c "source '$root/tools/$1/completions/$1.fish'; complete -C'$1 $2'" | cut -f 1
 }
 
-expect Maren "$(complete_in_fish kavrel-say '-v Mar')"
+expect Maren "$(complete_in_fish kavrel-say '-v Mare')"
 expect --voice "$(complete_in_fish kavrel-say --vo)"
 expect WAVE "$(complete_in_fish kavrel-say '--file-format WA')"
 expect macroman "$(complete_in_fish kavrel-ssml '--from mac')"

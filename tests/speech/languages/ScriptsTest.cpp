@@ -51,8 +51,8 @@ class Scripts : public testing::Test {
   }
 
   static constexpr std::pair<std::string_view, std::string_view> kOthers[] = {
-      {"Arab", "ar"},   {"Armn", "hy"}, {"Cyrl", "ru"}, {"Deva", "hi"},
-      {"Geor", "ka"},   {"Grek", "el"}, {"Hang", "ko"}, {"Hani", "cmn-latn-pinyin"},
+      {"Arab", "ar"}, {"Armn", "hy"}, {"Cyrl", "ru"}, {"Deva", "hi"},
+      {"Geor", "ka"}, {"Grek", "el"}, {"Hang", "ko"}, {"Hani", "cmn-latn-pinyin"},
       {"Taml", "ta"}};
   const Folder folder;
 };
@@ -63,7 +63,7 @@ constexpr std::string_view kMixed =
 // Spelled letter by letter in English, one word takes two seconds and more.
 TEST_F(Scripts, OfOneLineTakeSecondsAndKeepTheOrderOfTheWords) {
   Speaker speaker(folder.path("out.aiff"));
-  const std::vector<std::string> expected = {"Eight", "scripts", "слово", "λέξη", "كلمة",
+  const std::vector<std::string> expected = {"Eight", "scripts", "слово",  "λέξη", "كلمة",
                                              "բառ",   "शब्द",     "სიტყვა", "단어", "文字",
                                              "சொல்",   "and",     "back"};
   EXPECT_EQ(texts(ofType(speak(speaker, "Own", kMixed), KAVREL_EVENT_WORD)), expected);

@@ -17,7 +17,7 @@ _kavrel_say() {
     before=${COMP_WORDS[COMP_CWORD - 2]}
   fi
   case $before in
-    -v | --voice) list=$(_kavrel_say_names -v '?' | sed -E 's/ +[a-z]{2}_[A-Z]{2} +#.*//') ;;
+    -v | --voice) list=$(_kavrel_say_names -v '?' | sed -E 's/ +[a-z]{2,3}(_[A-Za-z0-9_]+)? +#.*//') ;;
     -a | --audio-device) list=$(_kavrel_say_names -a '?' | sed -E 's/ +#.*//') ;;
     --file-format) list=$(_kavrel_say_names --file-format='?' | sed 's/ .*//') ;;
     --data-format) list=$(_kavrel_say_names --data-format='?' | sed 's/ .*//') ;;

@@ -3,7 +3,7 @@
 # fish completion for kavrel-say.
 
 function __kavrel_say_voices
-    kavrel-say -v '?' 2>/dev/null | string replace -r ' +([a-z]{2}_[A-Z]{2}) +# ' '\t$1 '
+    kavrel-say -v '?' 2>/dev/null | string replace -r ' +([a-z]{2,3}(?:_[A-Za-z0-9_]+)?) +# ' '\t$1 '
 end
 
 function __kavrel_say_list

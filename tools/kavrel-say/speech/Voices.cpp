@@ -169,9 +169,13 @@ VoiceSpec voiceNamed(const std::string& name) {
 }
 
 std::string voiceList() {
+  const std::vector<NamedVoice> voices = allVoices();
+  std::size_t localeWidth = 8;
+  for (const NamedVoice& voice : voices) localeWidth = std::max(localeWidth, voice.locale.size());
   std::string list;
-  for (const NamedVoice& voice : allVoices()) {
-    list += column(voice.name, 20) + column(voice.locale, 8) + " # " + voice.sentence + '\n';
+  for (const NamedVoice& voice : voices) {
+    list +=
+        column(voice.name, 20) + column(voice.locale, localeWidth) + " # " + voice.sentence + '\n';
   }
   return list;
 }
