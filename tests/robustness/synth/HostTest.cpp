@@ -89,9 +89,10 @@ bool waitUntil(const std::function<bool()>& condition) {
 }
 
 // A long text without pauses, of which the host has spoken a part when it is needed.
-std::string longText() {
+std::string longText(int sentences = 60) {
   std::string text = "text=";
-  for (int number = 0; number < 60; ++number) text += "This is a sentence of several words. ";
+  for (int number = 0; number < sentences; ++number)
+    text += "This is a sentence of several words. ";
   return text;
 }
 
@@ -251,9 +252,10 @@ TEST(Host, LeavesNoProcessToAChildThatOutlivesIt) {
 TEST(Host, LeavesNoProcessWhenItIsKilledWhileItSpeaks) {
   const HostFolder folder;
   std::mt19937 random(5);
+  // So much that it still speaks, however late this test goes on.
+  const std::string text = longText(3000);
   for (int round = 0; round < 10; ++round) {
-    program::Running host(folder.host(), {longText(), "file=" + folder.file("audio"), "speak"}, {},
-                          -1);
+    program::Running host(folder.host(), {text, "file=" + folder.file("audio"), "speak"}, {}, -1);
     host.readUntil("32 ");
     EXPECT_FALSE(folder.processes().empty());
     std::this_thread::sleep_for(milliseconds(random() % 50));

@@ -7,6 +7,7 @@
 #include <cctype>
 #include <filesystem>
 #include <map>
+#include <set>
 #include <sstream>
 #include <string>
 #include <string_view>
@@ -169,14 +170,17 @@ TEST(FullOddText, MayBeAWordOfAMegabyte) {
 
 // ---- The sandbox
 
-// Texts rich in the language's letters, and words of other languages: no call is lost.
-TEST(Sandbox, LetsAllVoicesSpeak) {
+namespace {
+
+// Speaks the samples of the languages, and words of other languages, with their voices: no call is
+// lost.
+void expectNothingLost(const std::multimap<std::string, std::string>& voices) {
   const HostFolder folder;
   const std::string others = oddTexts(2).back().text;
   std::vector<std::string> steps = {"diagnose", "file=" + folder.file("audio")};
   std::size_t jobs = 0;
   const std::vector<languages::Sample> samples = languages::samplesIn(KAVREL_SAMPLES);
-  for (const auto& [language, voice] : offeredVoices()) {
+  for (const auto& [language, voice] : voices) {
     const auto found = std::ranges::find(samples, language, &languages::Sample::synthesiser);
     ASSERT_NE(found, samples.end()) << language;
     steps.push_back("voice=" + voice);
@@ -190,6 +194,25 @@ TEST(Sandbox, LetsAllVoicesSpeak) {
   EXPECT_TRUE(linesOf(result.out, "2").empty());
   EXPECT_EQ(result.err.find(" was lost"), std::string::npos) << result.err;
   EXPECT_EQ(result.err.find("not spoken"), std::string::npos) << result.err;
+}
+
+}  // namespace
+
+// One of each script, and some that have crashed.
+TEST(Sandbox, LetsVoicesSpeak) {
+  auto voices = offeredVoices();
+  const std::set<std::string_view> some = {"am", "ar", "bn",    "cmn-latn-pinyin",
+                                           "da", "el", "en-us", "ga",
+                                           "gu", "hi", "hy",    "ka",
+                                           "ko", "nl", "ru",    "si",
+                                           "ta", "te", "vi"};
+  std::erase_if(voices, [&some](const auto& voice) { return !some.contains(voice.first); });
+  EXPECT_GE(voices.size(), 2 * some.size());
+  expectNothingLost(voices);
+}
+
+TEST(FullSandbox, LetsAllVoicesSpeak) {
+  expectNothingLost(offeredVoices());
 }
 
 TEST(Sandbox, RefusesTheSameToAnOrdinaryUser) {
