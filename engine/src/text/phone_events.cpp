@@ -292,7 +292,6 @@ char32_t withoutMark(char32_t c) {
     case U'õ':
       return U'o';
     case U'ũ':
-      return U'u';
     case U'ŭ':
       return U'u';
     default:

@@ -43,16 +43,15 @@ bool isFullwidthForm(char32_t character) {
 
 void appendNumber(std::u32string& text, char32_t character) {
   for (const char digit : std::to_string(base::numberOf(character)))
-    text += static_cast<char32_t>(digit);
+    text.push_back(static_cast<char32_t>(digit));
 }
 
 void appendForm(std::u32string& text, char32_t character, const LanguageRules& rules) {
   const bool isKeptJoiner =
       character == kNonJoiner || (character == kJoiner && !rules.dropsJoiners);
-  if (needsNoChange(character) || isKeptJoiner) {
-    text += character;
-  } else if (const auto digit = base::digitValue(character)) {
-    text += static_cast<char32_t>('0' + *digit);
+  if (hasNoSound(character) && !isKeptJoiner) return;
+  if (const auto digit = base::digitValue(character)) {
+    text.push_back(static_cast<char32_t>('0' + *digit));
   } else if (isEthiopicNumber(character) || isDecoratedNumber(character)) {
     appendNumber(text, character);
   } else if (character == 0x2010 || character == 0x2011) {
@@ -60,8 +59,8 @@ void appendForm(std::u32string& text, char32_t character, const LanguageRules& r
   } else if (character == kModifierApostrophe && rules.hasLetterApostrophe) {
     text += U'\'';
   } else if (isFullwidthForm(character)) {
-    text += character - 0xFF01 + U'!';
-  } else if (!hasNoSound(character)) {
+    text.push_back(character - 0xFF01 + U'!');
+  } else {
     text += character;
   }
 }
