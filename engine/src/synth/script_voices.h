@@ -15,6 +15,7 @@
 #include <map>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "text/sentence.h"
@@ -38,7 +39,7 @@ class ScriptVoices {
   const Voice& own() const { return m_own; }
 
   // Returns the voice of each item, or an empty list if own() speaks them all. May load voices,
-  // which takes some ten milliseconds each. May throw std::bad_alloc.
+  // and waits for the synthesiser to get ready for each. May throw std::bad_alloc.
   std::vector<const Voice*> of(const Sentence& sentence);
 
  private:

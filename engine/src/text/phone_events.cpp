@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <optional>
 
+#include "base/text/Utf8.h"
 #include "text/phones.h"
 
 namespace kavrel {
@@ -328,25 +329,13 @@ class Symbols {
   bool m_isKnown = true;
 };
 
-// Removes the first character from well-formed UTF-8; malformed bytes are one unknown character
-// each.
-char32_t takeCharacter(std::string_view& text) {
-  constexpr char32_t kUnknown = 0xFFFD;
-  const auto byte = [&text](std::size_t at) { return static_cast<unsigned char>(text[at]); };
-  const unsigned lead = byte(0);
-  const std::size_t length = lead < 0x80 ? 1 : lead >> 5 == 6 ? 2 : lead >> 4 == 14 ? 3 : 0;
-  char32_t c = length == 1 ? lead : length == 2 ? lead & 0x1F : lead & 0x0F;
-  bool valid = length > 0 && length <= text.size();
-  for (std::size_t at = 1; valid && at < length; ++at) {
-    valid = byte(at) >> 6 == 2;
-    c = c << 6 | (byte(at) & 0x3F);
-  }
-  text.remove_prefix(valid ? length : 1);
-  return valid ? c : kUnknown;
-}
-
 Symbols::Symbols(std::string_view event, std::string_view language) : m_language(language) {
-  while (!event.empty()) add(takeCharacter(event));
+  constexpr char32_t kUnknown = 0xFFFD;
+  while (!event.empty()) {
+    const base::Utf8Character character = base::firstCharacter(event);
+    add(character.length > 0 ? character.code : kUnknown);
+    event.remove_prefix(std::max<std::size_t>(character.length, 1));
+  }
 }
 
 // Adds what is written after a symbol to it, or a new symbol.

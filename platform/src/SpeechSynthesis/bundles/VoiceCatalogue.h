@@ -64,6 +64,7 @@ class VoiceCatalogue {
 
   // These throw std::bad_alloc; the next call continues with the bundle.
 
+  // All voices. Reads all bundles.
   const std::deque<Voice>& voices() const EXCLUDES(m_lock);
 
   // Null if there is no such voice.
